@@ -1,0 +1,36 @@
+# What an installation holds: the headers, the three libraries, kvtm, a CMake package
+# (find_package(kvtypemgr), target kvtypemgr::kvtypemgr) and kvtypemgr.pc.
+include(CMakePackageConfigHelpers)
+
+file(GLOB KV_PUBLIC_HEADERS CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/kvcore/inc/*.h
+  ${PROJECT_SOURCE_DIR}/platform/zbs/inc/*.h
+  ${PROJECT_SOURCE_DIR}/platform/zin/inc/*.h)
+install(FILES ${KV_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtypemgr)
+
+install(TARGETS zbs zin kvtypemgr kvtm EXPORT kvtypemgr-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtypemgr)
+install(EXPORT kvtypemgr-targets NAMESPACE kvtypemgr::
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr)
+
+configure_package_config_file(cmake/kvtypemgr-config.cmake.in
+  ${PROJECT_BINARY_DIR}/kvtypemgr-config.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvtypemgr-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/kvtypemgr-config.cmake
+  ${PROJECT_BINARY_DIR}/kvtypemgr-config-version.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr)
+
+if(KV_ABI32)
+  set(KV_PC_FLAGS "-m32 -msse2 -mfpmath=sse -fsigned-char")
+  set(KV_PC_LINK_FLAGS "-m32")
+else()
+  set(KV_PC_FLAGS "-fsigned-char")
+  set(KV_PC_LINK_FLAGS "")
+endif()
+configure_file(cmake/kvtypemgr.pc.in ${PROJECT_BINARY_DIR}/kvtypemgr.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kvtypemgr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

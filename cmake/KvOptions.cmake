@@ -1,0 +1,44 @@
+# Compiler options that every target shares. Stored bytes and orders depend on signed characters
+# and on IEEE arithmetic without excess precision, so those two are not a matter of taste.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_INTERPROCEDURAL_OPTIMIZATION OFF)
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+# Installed programs find the libraries beside them, built ones in the build tree.
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+add_library(kv_options INTERFACE)
+target_compile_options(kv_options INTERFACE
+  -fsigned-char -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(KV_ABI32)
+  # SSE arithmetic: the x87 unit would carry excess precision into stored values.
+  target_compile_options(kv_options INTERFACE -m32 -msse2 -mfpmath=sse)
+  target_link_options(kv_options INTERFACE -m32)
+endif()
+if(KV_SANITIZE)
+  target_compile_options(kv_options INTERFACE
+    -fsanitize=${KV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(kv_options INTERFACE -fsanitize=${KV_SANITIZE})
+endif()
+if(KV_FUZZ)
+  target_compile_options(kv_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+# kv_shared_library(NAME OUTPUT sources...): one of the three shared libraries.
+function(kv_shared_library name output)
+  add_library(${name} SHARED ${ARGN})
+  add_library(kvtypemgr::${name} ALIAS ${name})
+  set_target_properties(${name} PROPERTIES OUTPUT_NAME ${output})
+  target_compile_definitions(${name} PRIVATE KV_BUILDING_LIBRARY)
+  target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:kv_options>)
+  if(NOT KV_SANITIZE)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  endif()
+endfunction()
