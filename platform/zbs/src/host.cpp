@@ -1,0 +1,94 @@
+// What a host observes or sets: assertions, low memory, configuration, version compatibility.
+
+#include <cstdio>
+#include <cstring>
+
+#include "zbs.h"
+
+namespace {
+
+KvAssertHandler assertHandler = nullptr;
+KvMemoryHandler memoryHandler = nullptr;
+
+// This release.
+constexpr unsigned kMajor = 14;
+constexpr unsigned kMinor = 0;
+constexpr unsigned kRelease = 1;
+constexpr unsigned kBuild = 57;
+
+constexpr int kSameMinor = 0x1;
+constexpr int kReleaseNotNewer = 0x2;
+constexpr int kBuildNotNewer = 0x4;
+
+// A configuration value's key is its section, a slash and its name. False when that does not fit.
+bool MakeKey(char (&key)[64], const char* section, const char* name) {
+  const int length = std::snprintf(key, sizeof key, "%s/%s", section, name);
+  return length >= 0 && length < static_cast<int>(sizeof key);
+}
+
+}  // namespace
+
+void KIVO_assert(const char* text, const char* source, int line) {
+  if (assertHandler != nullptr) {
+    assertHandler(text, source, line);
+    return;
+  }
+  std::fprintf(stderr, "assertion failed: %s (%s:%d)\n", text, source, line);
+}
+
+KvAssertHandler KIVO_SetAssertHandler(KvAssertHandler handler) {
+  const KvAssertHandler previous = assertHandler;
+  assertHandler = handler;
+  return previous;
+}
+
+void KvCallMemoryHandler(unsigned size) {
+  if (memoryHandler != nullptr) memoryHandler(size);
+}
+
+KvMemoryHandler KvSetMemoryHandler(KvMemoryHandler handler) {
+  const KvMemoryHandler previous = memoryHandler;
+  memoryHandler = handler;
+  return previous;
+}
+
+int KvConfig::SetValue(const char* section, const char* name, unsigned short value) {
+  Entry entry{};
+  if (!MakeKey(entry.key, section, name)) return kvNotSupported;
+  entry.value = value;
+  for (unsigned i = 0; i < count_; ++i) {
+    if (std::strcmp(entries_[i].key, entry.key) == 0) {
+      entries_[i] = entry;
+      return kvOk;
+    }
+  }
+  if (count_ == kCapacity) return kvNotSupported;
+  entries_[count_++] = entry;
+  return kvOk;
+}
+
+unsigned short KvConfig::GetValue(const char* section, const char* name,
+                                  unsigned short fallback) const {
+  char key[64];
+  if (!MakeKey(key, section, name)) return fallback;
+  for (unsigned i = 0; i < count_; ++i) {
+    if (std::strcmp(entries_[i].key, key) == 0) return entries_[i].value;
+  }
+  return fallback;
+}
+
+KvConfig& DefaultConfig() {
+  static constinit KvConfig config;
+  return config;
+}
+
+int CheckKvVersionNumber(unsigned major, unsigned minor, unsigned release, unsigned build,
+                         unsigned /*patch*/, int flags) {
+  if (major != kMajor) return kvNotSupported;
+  if (minor != kMinor) return (flags & kSameMinor) != 0 ? kvNotSupported : kvOk;
+  if ((flags & kReleaseNotNewer) != 0 && release > kRelease) return kvNotSupported;
+  if ((flags & kBuildNotNewer) != 0 && release == kRelease && build > kBuild) {
+    return kvNotSupported;
+  }
+  return kvOk;
+}
