@@ -1,0 +1,374 @@
+// KvChar, KvWCharList, the case operations and KvStringIterator.
+
+#include "kvchar.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "kvstring.h"
+#include "kvstring/string_edit.h"
+#include "zbs.h"
+
+namespace kv {
+namespace {
+
+unsigned char CodeSetOr(unsigned char codeSet, unsigned char fallback) {
+  return codeSet == 255 ? fallback : codeSet;
+}
+
+unsigned char LanguageOrDefault(unsigned char language) {
+  return language == 255 ? KvLanguageContext::GetDefaultLanguage() : language;
+}
+
+unsigned char ByteOrderOrNative(unsigned char byteOrder) {
+  return byteOrder == 255 ? 1 : byteOrder;
+}
+
+// The text of a string for those who only read it, though KvChar and the iterator can write.
+unsigned char* TextOf(KvString& text) {
+  unsigned char* buffer = StringAccess::Buffer(text);
+  return buffer != nullptr ? buffer : const_cast<unsigned char*>(kEmptyText);
+}
+
+unsigned char* Writable(const void* text) {
+  return const_cast<unsigned char*>(static_cast<const unsigned char*>(text));
+}
+
+unsigned short Swapped(unsigned short unit) {
+  return static_cast<unsigned short>(unit << 8 | unit >> 8);
+}
+
+// Hands what a case mapping made beyond the first unit to the iterator.
+KvChar WithOverflow(const unsigned short* mapped, unsigned count, const KvChar& source,
+                    KvStringIterator* overflow) {
+  if (count > 1 && overflow != nullptr) {
+    auto* list = new (std::nothrow) KvWCharList;
+    if (list == nullptr) {
+      KvCallMemoryHandler(sizeof(KvWCharList));
+    } else {
+      for (unsigned index = 1; index < count; ++index) list->Append(mapped[index]);
+      overflow->SetOverflow(list, source.GetCodeSet());
+    }
+  }
+  return KvChar(mapped[0], source.GetCodeSet(), source.GetLanguage());
+}
+
+}  // namespace
+}  // namespace kv
+
+// ---------------------------------------------------------------------------------------------
+
+KvChar::KvChar(KvString& text, int offset)
+    : position_(kv::TextOf(text)),
+      value_(0),
+      codeSet_(text.GetCodeSet()),
+      language_(text.GetLanguage()),
+      byteOrder_(1) {
+  if (kv::StringAccess::Buffer(text) != nullptr) position_ += offset;
+}
+
+KvChar::KvChar(const KvChar& source)
+    : position_(nullptr),
+      value_(source.Value()),
+      codeSet_(source.codeSet_),
+      language_(kv::LanguageOrDefault(source.language_)),
+      byteOrder_(1) {}
+
+KvChar::KvChar(char unit, unsigned char codeSet, unsigned char language)
+    : position_(nullptr),
+      value_(static_cast<unsigned char>(unit)),
+      codeSet_(kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault8CodeSet())),
+      language_(kv::LanguageOrDefault(language)),
+      byteOrder_(1) {}
+
+KvChar::KvChar(unsigned short unit, unsigned char codeSet, unsigned char language)
+    : position_(nullptr),
+      value_(unit),
+      codeSet_(kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault16CodeSet())),
+      language_(kv::LanguageOrDefault(language)),
+      byteOrder_(1) {
+  if (!KvIsWideCodeSet(codeSet_)) value_ = static_cast<unsigned char>(unit);
+}
+
+KvChar::KvChar(const char* position, unsigned char codeSet, unsigned char language,
+               unsigned char byteOrder)
+    : position_(kv::Writable(position)),
+      value_(0),
+      codeSet_(kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault8CodeSet())),
+      language_(kv::LanguageOrDefault(language)),
+      byteOrder_(kv::ByteOrderOrNative(byteOrder)) {}
+
+KvChar KvChar::Detached() {
+  KvChar detached('\0');
+  detached.codeSet_ = 255;
+  detached.language_ = 255;
+  return detached;
+}
+
+unsigned short KvChar::Value() const {
+  if (position_ == nullptr) return value_;
+  const bool wide = KvIsWideCodeSet(codeSet_);
+  const unsigned short unit = kv::ReadUnit(position_, wide);
+  return wide && byteOrder_ == 2 ? kv::Swapped(unit) : unit;
+}
+
+KvChar& KvChar::operator=(const KvChar& source) {
+  if (position_ != nullptr) return *this = source.MapTo(codeSet_).Value();
+  value_ = source.Value();
+  codeSet_ = source.codeSet_;
+  language_ = source.language_;
+  byteOrder_ = source.byteOrder_;
+  return *this;
+}
+
+KvChar& KvChar::operator=(char unit) {
+  if (position_ == nullptr) {
+    value_ = static_cast<unsigned char>(unit);
+  } else if (position_ != kv::kEmptyText) {
+    *position_ = static_cast<unsigned char>(unit);
+  }
+  return *this;
+}
+
+KvChar& KvChar::operator=(unsigned short unit) {
+  const bool wide = KvIsWideCodeSet(codeSet_);
+  if (position_ == nullptr) {
+    value_ = wide ? unit : static_cast<unsigned char>(unit);
+  } else if (position_ != kv::kEmptyText) {
+    kv::WriteUnit(position_, wide, 0, byteOrder_ == 2 && wide ? kv::Swapped(unit) : unit);
+  }
+  return *this;
+}
+
+KvChar KvChar::MapTo(unsigned char codeSet) const {
+  if (codeSet == 0 || codeSet == codeSet_) return KvChar(*this);
+  const unsigned short unit = Value();
+  // The terminator is itself everywhere.
+  const unsigned short mapped =
+      unit == 0 ? unit : KvLanguageContext::QueryCodeSet(codeSet)->MapFrom(unit, codeSet_);
+  KvChar result(mapped, codeSet, language_);
+  result.codeSet_ = codeSet;
+  return result;
+}
+
+unsigned short KvChar::PropertyOrder() const {
+  const KvCodeSet* codeSet = KvLanguageContext::QueryCodeSet(codeSet_);
+  const unsigned short unicode = codeSet->ToUnicode(Value());
+  const KvUnicodeRecord* record = codeSet->GetUnicodeProps()->Lookup(unicode);
+  return record != nullptr ? record->PropertyOrder() : unicode;
+}
+
+bool KvChar::IsSpace() const {
+  return PropertyOrder() < 80;
+}
+
+bool KvChar::IsSymbol() const {
+  const unsigned short order = PropertyOrder();
+  return order >= 80 && order < 16128;
+}
+
+bool KvChar::IsDigit() const {
+  const unsigned short order = PropertyOrder();
+  return order >= 16128 && order < 16384;
+}
+
+bool KvChar::IsAlpha() const {
+  const unsigned short order = PropertyOrder();
+  return order >= 16384 && order < 32768;
+}
+
+bool KvChar::IsHan() const {
+  return PropertyOrder() >= 32768;
+}
+
+KvChar KvChar::ToLower(KvStringIterator* overflow) const {
+  unsigned short mapped[3];
+  const unsigned count = KvLanguageContext::QueryCodeSet(codeSet_)->ToLower(Value(), mapped);
+  return kv::WithOverflow(mapped, count, *this, overflow);
+}
+
+KvChar KvChar::ToUpper(KvStringIterator* overflow) const {
+  unsigned short mapped[3];
+  const unsigned count = KvLanguageContext::QueryCodeSet(codeSet_)->ToUpper(Value(), mapped);
+  return kv::WithOverflow(mapped, count, *this, overflow);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+KvWCharList::KvWCharList(const KvWCharList& source) {
+  *this = source;
+}
+
+KvWCharList& KvWCharList::operator=(const KvWCharList& source) {
+  if (this == &source) return *this;
+  count_ = 0;
+  for (unsigned index = 0; index < source.count_; ++index) Append(source.units_[index]);
+  return *this;
+}
+
+KvWCharList::~KvWCharList() {
+  std::free(units_);
+}
+
+void KvWCharList::Append(unsigned short unit) {
+  if (count_ == capacity_) {
+    const unsigned capacity = capacity_ == 0 ? 4 : 2 * capacity_;
+    void* grown = std::realloc(units_, capacity * sizeof(unsigned short));
+    if (grown == nullptr) {
+      KvCallMemoryHandler(static_cast<unsigned>(capacity * sizeof(unsigned short)));
+      return;
+    }
+    units_ = static_cast<unsigned short*>(grown);
+    capacity_ = capacity;
+  }
+  units_[count_++] = unit;
+}
+
+KvCharOperation::~KvCharOperation() = default;
+
+KvChar KvCharToLower::Apply(const KvChar& source, KvStringIterator* overflow) {
+  return source.ToLower(overflow);
+}
+
+KvChar KvCharToUpper::Apply(const KvChar& source, KvStringIterator* overflow) {
+  return source.ToUpper(overflow);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned char language,
+                             unsigned char byteOrder) {
+  codeSet_ = codeSet;
+  language_ = kv::LanguageOrDefault(language);
+  codeSetObject_ = KvLanguageContext::QueryCodeSet(codeSet_);
+  sortClass_ = codeSetObject_->SortClass(language_);
+  overflowCodeSet_ = codeSet_;
+  overflowIndex_ = 0;
+  byteOrder_ = kv::ByteOrderOrNative(byteOrder);
+  ownsText_ = 0;
+  position_ = kv::Writable(text);
+  overflow_ = nullptr;
+  orderPosition_ = nullptr;
+  pendingOrder_ = 0;
+  std::memset(ownText_, 0, sizeof ownText_);
+}
+
+KvStringIterator::KvStringIterator(KvString& text) {
+  Begin(kv::TextOf(text), text.GetCodeSet(), text.GetLanguage(), 1);
+}
+
+KvStringIterator::KvStringIterator(const char* text, unsigned char codeSet, unsigned char language,
+                                   unsigned char byteOrder) {
+  Begin(text, kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault8CodeSet()), language, byteOrder);
+}
+
+KvStringIterator::KvStringIterator(const unsigned short* text, unsigned char codeSet,
+                                   unsigned char language, unsigned char byteOrder) {
+  Begin(text, kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault16CodeSet()), language,
+        byteOrder);
+}
+
+KvStringIterator::KvStringIterator(const KvChar& character) {
+  Begin(nullptr, character.GetCodeSet(), character.GetLanguage(), 1);
+  kv::WriteUnit(ownText_, Width() == 2, 0, character.Value());
+  ownsText_ = 1;
+  position_ = ownText_;
+}
+
+KvStringIterator::KvStringIterator(const KvStringIterator& source) : overflow_(nullptr) {
+  *this = source;
+}
+
+KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
+  if (this == &source) return *this;
+  delete overflow_;
+  codeSetObject_ = source.codeSetObject_;
+  codeSet_ = source.codeSet_;
+  language_ = source.language_;
+  sortClass_ = source.sortClass_;
+  overflowCodeSet_ = source.overflowCodeSet_;
+  overflowIndex_ = source.overflowIndex_;
+  byteOrder_ = source.byteOrder_;
+  ownsText_ = source.ownsText_;
+  std::memcpy(ownText_, source.ownText_, sizeof ownText_);
+  position_ = source.position_;
+  orderPosition_ = source.orderPosition_;
+  // A text of its own moves with the iterator.
+  if (ownsText_ != 0 && position_ != nullptr) {
+    position_ = ownText_ + (source.position_ - source.ownText_);
+    if (orderPosition_ != nullptr) {
+      orderPosition_ = ownText_ + (source.orderPosition_ - source.ownText_);
+    }
+  }
+  pendingOrder_ = source.pendingOrder_;
+  overflow_ =
+      source.overflow_ == nullptr ? nullptr : new (std::nothrow) KvWCharList(*source.overflow_);
+  return *this;
+}
+
+KvStringIterator::~KvStringIterator() {
+  delete overflow_;
+}
+
+bool KvStringIterator::IsPending() const {
+  return overflow_ != nullptr && overflowIndex_ < overflow_->Count();
+}
+
+KvChar KvStringIterator::operator*() {
+  if (IsPending()) return KvChar((*overflow_)[overflowIndex_++], overflowCodeSet_, language_);
+  if (position_ == nullptr) return KvChar(static_cast<unsigned short>(0), codeSet_, language_);
+  return KvChar(reinterpret_cast<const char*>(position_), codeSet_, language_, byteOrder_);
+}
+
+KvStringIterator& KvStringIterator::operator++() {
+  if (IsPending()) return *this;
+  delete overflow_;
+  overflow_ = nullptr;
+  if (position_ != nullptr) position_ += Width();
+  return *this;
+}
+
+KvStringIterator KvStringIterator::operator++(int) {
+  KvStringIterator before(*this);
+  ++*this;
+  return before;
+}
+
+KvStringIterator& KvStringIterator::operator--() {
+  if (position_ != nullptr) position_ -= Width();
+  return *this;
+}
+
+KvStringIterator KvStringIterator::operator--(int) {
+  KvStringIterator before(*this);
+  --*this;
+  return before;
+}
+
+void KvStringIterator::Step(unsigned short forward) {
+  if (forward != 0) {
+    ++*this;
+  } else {
+    --*this;
+  }
+}
+
+bool KvStringIterator::IsEOS() const {
+  if (overflow_ != nullptr) return false;
+  return position_ == nullptr || kv::ReadUnit(position_, Width() == 2) == 0;
+}
+
+void KvStringIterator::SetOverflow(KvWCharList* list, unsigned char codeSet) {
+  if (list != overflow_) delete overflow_;
+  overflow_ = list;
+  overflowIndex_ = 0;
+  overflowCodeSet_ = kv::CodeSetOr(codeSet, codeSet_);
+}
+
+void KvStringIterator::Destroy() {
+  position_ = nullptr;
+  orderPosition_ = nullptr;
+  pendingOrder_ = 0;
+  ownsText_ = 0;
+}

@@ -1,0 +1,98 @@
+// string_edit.h - the one way a KvString changes: the edit primitive, and the kernels below it
+// that know how wide a unit is. Everything else in this folder is written in terms of these.
+//
+// A text is a run of units, bytes or 16-bit, that ends at a zero unit. Positions and counts are in
+// units; a conversion between code sets maps one unit to one unit, so they survive it.
+#pragma once
+
+#include <cstring>
+
+#include "kvstring.h"
+
+namespace kv {
+
+inline constexpr unsigned kMaximumBytes = KvString::kMaximumBytes;
+
+constexpr unsigned UnitWidth(unsigned char codeSet) {
+  return KvIsWideCodeSet(codeSet) ? 2 : 1;
+}
+
+// Most characters a string of `codeSet` can hold: 65,531 or 32,765.
+constexpr unsigned MaximumLength(unsigned char codeSet) {
+  return kMaximumBytes / UnitWidth(codeSet) - 1;
+}
+
+// What stands for the text of a string without a buffer. Never written to.
+alignas(8) inline constexpr unsigned char kEmptyText[8] = {};
+
+// One unit of a text that need not be aligned.
+inline unsigned short ReadUnit(const void* text, bool wide, unsigned index = 0) {
+  if (!wide) return static_cast<const unsigned char*>(text)[index];
+  unsigned short unit;
+  std::memcpy(&unit, static_cast<const unsigned char*>(text) + 2 * index, 2);
+  return unit;
+}
+
+inline void WriteUnit(void* text, bool wide, unsigned index, unsigned short unit) {
+  if (wide) {
+    std::memcpy(static_cast<unsigned char*>(text) + 2 * index, &unit, 2);
+  } else {
+    static_cast<unsigned char*>(text)[index] = static_cast<unsigned char>(unit);
+  }
+}
+
+// Units before the terminator, at most `limit`; nothing past them is read. Null is empty.
+unsigned TextLength(const void* text, bool wide, unsigned limit);
+// The same without a limit, for texts that only their terminator ends.
+unsigned TextLength(const void* text, bool wide);
+
+// Maps up to `count` units of `source` to code set `targetCodeSet`, ending early at a zero unit.
+// Code set 0 is the native one on either side. Returns the units mapped.
+unsigned ConvertUnits(void* target, unsigned char targetCodeSet, const void* source,
+                      unsigned char sourceCodeSet, unsigned count);
+
+// A buffer size in bytes, cut to the string limit. A cut is reported as an overflow when the
+// configuration asks for it.
+unsigned LimitBufferSize(unsigned size);
+
+// Zeroed bytes from malloc; null after KvCallMemoryHandler when there are none.
+unsigned char* AllocateText(unsigned size);
+
+enum class EditMode {
+  kOverwrite = 1,  // `count` units at `position` are replaced by as many of the source
+  kInsert = 2,     // the source goes before `position`
+  kPut = 3,        // what precedes `position` is kept, the source follows, the rest is dropped
+};
+
+// One edit. `count` units of `text` from `start` on, or `repeat` copies of its first unit when
+// `repeat` is not 1 (`count` is then 1). `text` may lie in the target's own buffer.
+struct StringEdit {
+  EditMode mode = EditMode::kPut;
+  unsigned position = 0;
+  const void* text = nullptr;
+  unsigned char codeSet = 0;
+  unsigned start = 0;
+  unsigned count = 0;
+  unsigned repeat = 1;
+  unsigned char byteOrder = 1;  // of the source's 16-bit units: 2 is reversed
+};
+
+// What the parts of the library that build strings may touch.
+class StringAccess {
+ public:
+  static unsigned char* Buffer(const KvString& string) { return string.buffer_; }
+  static void SetCodeSet(KvString& string, unsigned char codeSet) { string.codeSet_ = codeSet; }
+
+  // Gives the string a block from malloc in place of its own, which is freed.
+  static void Replace(KvString& string, unsigned char* buffer, unsigned size);
+
+  // False when memory was short; the string is then unchanged.
+  static bool Edit(KvString& target, const StringEdit& edit);
+
+  // The string becomes `count` units of `text`, cut at the limit without a report.
+  static bool Assign(KvString& target, unsigned char codeSet, unsigned char language,
+                     const void* text, unsigned char textCodeSet, unsigned count,
+                     unsigned char byteOrder = 1);
+};
+
+}  // namespace kv
