@@ -1,0 +1,33 @@
+// The text of a KvString as bytes, for whatever parses text.
+#pragma once
+
+#include "kvstring.h"
+
+namespace kv {
+
+// Refers to an 8-bit text as it is; a 16-bit one is converted to the default code set (to the
+// default 8-bit one where that is a 16-bit code set too). Must not outlive the string.
+class NarrowText {
+ public:
+  explicit NarrowText(const KvString& text)
+      : converted_(TargetCodeSet(), KvLanguageContext::GetDefaultLanguage()) {
+    const bool wide = KvIsWideCodeSet(text.GetCodeSet());
+    if (wide) converted_ << text;
+    bytes_ = wide ? converted_.StrGet() : text.StrGet();
+  }
+  NarrowText(const NarrowText&) = delete;
+  NarrowText& operator=(const NarrowText&) = delete;
+
+  const char* Get() const { return bytes_; }
+
+ private:
+  static unsigned char TargetCodeSet() {
+    const unsigned char codeSet = KvLanguageContext::GetDefaultCodeSet();
+    return KvIsWideCodeSet(codeSet) ? KvLanguageContext::GetDefault8CodeSet() : codeSet;
+  }
+
+  KvString converted_;
+  const char* bytes_;
+};
+
+}  // namespace kv

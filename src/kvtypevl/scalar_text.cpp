@@ -1,0 +1,260 @@
+// The print and scan functions of the scalar rows: each takes its value to and from the arguments
+// of a format (scalar_format.h) and knows its row's default format, which stands in for formats
+// that do not parse. Characters and floating numbers add rules of their own.
+#include "kvtypevl/scalar_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "kvstring.h"
+#include "kvtypevl/float_text.h"
+#include "kvtypevl/narrow_text.h"
+#include "kvtypevl/scalar_format.h"
+
+namespace kv {
+namespace {
+
+// --- Whole numbers ---
+
+template <class Integer>
+ScalarArguments ArgumentsOf(Integer value) {
+  ScalarArguments arguments;
+  // Sign-extended to 32 bits as C promotes a short, whichever row it is: unsigned rows narrow it
+  // back by the h in their formats.
+  arguments.integer = static_cast<unsigned long long>(static_cast<long long>(value));
+  arguments.integerBits = sizeof(Integer) == 8 ? 64 : 32;
+  return arguments;
+}
+
+template <class Integer>
+KvString& PrintInteger(KvString& out, const void* values, const char* format,
+                       const char* rowFormat) {
+  if (values == nullptr) return out = "";
+  Integer value;
+  std::memcpy(&value, values, sizeof value);
+  const ScalarArguments arguments = ArgumentsOf(value);
+  ScalarText text;
+  if (format == nullptr || !PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
+    PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
+  }
+  return out = text;
+}
+
+template <class Integer>
+void* ScanInteger(void* values, const KvString& text, const char* format) {
+  if (values == nullptr || format == nullptr) return values;
+  ScalarArguments arguments = ArgumentsOf(Integer{});
+  if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments) == 1) {
+    const auto value = static_cast<Integer>(arguments.integer);
+    std::memcpy(values, &value, sizeof value);
+  }
+  return values;
+}
+
+// --- Characters ---
+
+constexpr bool IsPrintable(char c) {
+  return c >= 0x20 && c <= 0x7E;
+}
+
+void PrintCharacter(ScalarText& text, char c, const char* format) {
+  if (!IsPrintable(c)) {
+    constexpr char kHexDigits[] = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    const char hex[] = {'0', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 15], 0};
+    std::memcpy(text, hex, sizeof hex);
+    return;
+  }
+  const ScalarArguments arguments = ArgumentsOf(c);
+  if (!PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
+    text[0] = c;
+    text[1] = 0;
+  }
+}
+
+// Collects text and appends it to a string in large pieces: every append reallocates the string.
+class Collector {
+ public:
+  explicit Collector(KvString& out) : out_(out) { out_ = ""; }
+  ~Collector() { Flush(); }
+  Collector(const Collector&) = delete;
+  Collector& operator=(const Collector&) = delete;
+
+  // False once the string is full.
+  bool Append(const char* text) {
+    const std::size_t length = std::strlen(text);
+    if (length_ + length >= sizeof pending_) Flush();
+    std::memcpy(pending_ + length_, text, length + 1);
+    length_ += length;
+    return flushed_ < KvString::kMaximumBytes;
+  }
+
+ private:
+  void Flush() {
+    if (length_ != 0) out_ << pending_;
+    flushed_ += length_;
+    length_ = 0;
+  }
+
+  KvString& out_;
+  std::size_t length_ = 0;
+  std::size_t flushed_ = 0;
+  char pending_[4 * kScalarTextSize];
+};
+
+// --- Floating numbers ---
+
+constexpr char kFloatFormat[] = "%.17g";
+
+bool IsMantissaFormat(const char* format) {
+  return std::strncmp(format, "ldex", 4) == 0;
+}
+
+KvString& PrintDefault(KvString& out, double value) {
+  char text[kFloatTextSize];
+  PrintDefaultFloat(text, value);
+  return out = text;
+}
+
+KvString& PrintFloating(KvString& out, double value, const char* format) {
+  if (format == nullptr || std::strcmp(format, kFloatFormat) == 0) return PrintDefault(out, value);
+  ScalarText text;
+  ScalarArguments arguments;
+  arguments.floating = value;
+  ConversionList list = ConversionList::kFloating;
+  if (IsMantissaFormat(format)) {
+    int exponent = 0;  // stays 0 for infinities and NaN
+    arguments.floating = std::frexp(value, &exponent);
+    arguments.integer = static_cast<unsigned long long>(static_cast<long long>(exponent));
+    list = ConversionList::kMantissaAndExponent;
+  }
+  return PrintWithFormat(text, format, list, arguments) ? out = text : PrintDefault(out, value);
+}
+
+// False when the format did not match: the destination then stays as it is.
+bool ScanFloating(const char* text, const char* format, double& value) {
+  if (std::strcmp(format, kFloatFormat) == 0) {
+    value = ScanDefaultFloat(text);
+    return true;
+  }
+  ScalarArguments arguments;
+  if (!IsMantissaFormat(format)) {
+    const unsigned matched = ScanWithFormat(text, format, ConversionList::kFloating, arguments);
+    value = arguments.floating;
+    return matched == 1;
+  }
+  if (ScanWithFormat(text, format, ConversionList::kMantissaAndExponent, arguments) != 2) {
+    return false;
+  }
+  value = std::ldexp(arguments.floating, static_cast<int>(arguments.integer));
+  return true;
+}
+
+template <class Floating>
+KvString& PrintFloatingRow(KvString& out, const void* values, const char* format) {
+  if (values == nullptr) return out = "";
+  Floating value;
+  std::memcpy(&value, values, sizeof value);
+  return PrintFloating(out, value, format);
+}
+
+template <class Floating>
+void* ScanFloatingRow(void* values, const KvString& text, const char* format) {
+  double scanned;
+  if (values == nullptr || format == nullptr) return values;
+  if (ScanFloating(NarrowText(text).Get(), format, scanned)) {
+    const auto value = static_cast<Floating>(scanned);
+    std::memcpy(values, &value, sizeof value);
+  }
+  return values;
+}
+
+}  // namespace
+
+KvString& PrintCharacters(KvString& out, void* values, const char* format, unsigned count) {
+  Collector text(out);
+  if (values == nullptr) return out;
+  const bool plain = format == nullptr || std::strcmp(format, "%c") == 0;
+  const char* bytes = static_cast<const char*>(values);
+  ScalarText piece;
+  for (unsigned i = 0; i < count; ++i) {
+    PrintCharacter(piece, bytes[i], plain ? "%c" : format);
+    if (!text.Append(piece)) break;
+  }
+  return out;
+}
+
+void* ScanCharacters(void* values, KvString& text, const char* format, unsigned count) {
+  if (values == nullptr || format == nullptr) return values;
+  const NarrowText narrow(text);
+  char* bytes = static_cast<char*>(values);
+  const char* input = narrow.Get();
+  if (std::strcmp(format, "%c") == 0) {
+    std::memcpy(bytes, input, std::min<std::size_t>(std::strlen(input), count));
+    return values;
+  }
+  for (; count != 0 && *input != 0; --count, ++input, ++bytes) {
+    ScalarArguments arguments;
+    if (ScanWithFormat(input, format, ConversionList::kInteger, arguments) == 1) {
+      *bytes = static_cast<char>(arguments.integer);
+    }
+  }
+  return values;
+}
+
+KvString& PrintShort(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_2b>(out, values, format, "%hd");
+}
+KvString& PrintWord(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_2b>(out, values, format, "%hu");
+}
+KvString& PrintLong(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_4b>(out, values, format, "%ld");
+}
+KvString& PrintDword(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_4b>(out, values, format, "%lu");
+}
+KvString& PrintBlockId(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_4b>(out, values, format, "#%lu");
+}
+KvString& PrintInt(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<int>(out, values, format, "%d");
+}
+KvString& PrintUnsigned(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<int>(out, values, format, "%u");
+}
+KvString& Print8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_8b>(out, values, format, "%I64d");
+}
+KvString& PrintU8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_8b>(out, values, format, "%I64u");
+}
+
+void* ScanShort(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<o_2b>(values, text, format);
+}
+void* ScanLong(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<o_4b>(values, text, format);
+}
+void* ScanInt(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<int>(values, text, format);
+}
+void* Scan8b(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<o_8b>(values, text, format);
+}
+
+KvString& PrintDouble(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintFloatingRow<double>(out, values, format);
+}
+void* ScanDouble(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanFloatingRow<double>(values, text, format);
+}
+KvString& PrintFloat(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintFloatingRow<float>(out, values, format);
+}
+void* ScanFloat(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanFloatingRow<float>(values, text, format);
+}
+
+}  // namespace kv
