@@ -305,7 +305,7 @@ class KV_EXPORT KvTypeMgr {
   static void SetNullPrintString(const KvString& text);
 
  private:
-  const KvTypeDescriptor& Row(char id) const;
+  KvTypeDescriptor& Row(char id) const;
 
   KvTypeDescriptor* const* catalogue_;
   unsigned short formatVersion_;

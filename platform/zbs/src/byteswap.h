@@ -8,9 +8,15 @@
 
 namespace kv {
 
-inline std::uint16_t Reverse(std::uint16_t word) { return __builtin_bswap16(word); }
-inline std::uint32_t Reverse(std::uint32_t word) { return __builtin_bswap32(word); }
-inline std::uint64_t Reverse(std::uint64_t word) { return __builtin_bswap64(word); }
+inline std::uint16_t Reverse(std::uint16_t word) {
+  return __builtin_bswap16(word);
+}
+inline std::uint32_t Reverse(std::uint32_t word) {
+  return __builtin_bswap32(word);
+}
+inline std::uint64_t Reverse(std::uint64_t word) {
+  return __builtin_bswap64(word);
+}
 
 // `destination` and `source` may be equal; otherwise they do not overlap.
 template <class Word>

@@ -47,9 +47,13 @@ void ReadHires(bhirestime& now, bool local) {
 
 }  // namespace
 
-void bksgetdate(bdate& date) { date = DateOf(ReadClock(true)); }
+void bksgetdate(bdate& date) {
+  date = DateOf(ReadClock(true));
+}
 
-void bksgettime(btime& time) { time = TimeOf(ReadClock(true)); }
+void bksgettime(btime& time) {
+  time = TimeOf(ReadClock(true));
+}
 
 void bksgetsystemtime(btime& time, bdate& date) {
   const Instant instant = ReadClock(false);
@@ -57,9 +61,13 @@ void bksgetsystemtime(btime& time, bdate& date) {
   date = DateOf(instant);
 }
 
-void bksGetHiresTime(bhirestime& now) { ReadHires(now, true); }
+void bksGetHiresTime(bhirestime& now) {
+  ReadHires(now, true);
+}
 
-void bksGetHiresTimeUTC(bhirestime& now) { ReadHires(now, false); }
+void bksGetHiresTimeUTC(bhirestime& now) {
+  ReadHires(now, false);
+}
 
 int bksgettimezone() {
   if (timeZoneSource != nullptr) return timeZoneSource();

@@ -23,6 +23,10 @@ int MemFile::Seek(unsigned position) {
   return kvOk;
 }
 
-unsigned MemFile::Tell() const { return position_; }
+unsigned MemFile::Tell() const {
+  return position_;
+}
 
-unsigned MemFile::Size() const { return size_; }
+unsigned MemFile::Size() const {
+  return size_;
+}

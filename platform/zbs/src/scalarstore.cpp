@@ -10,7 +10,9 @@
 
 namespace {
 
-bool IsReversed(unsigned char format) { return (format & 0x0F) == 2; }
+bool IsReversed(unsigned char format) {
+  return (format & 0x0F) == 2;
+}
 
 template <class Word>
 unsigned StoreRun(void* destination, const void* source, unsigned char format, unsigned count) {
@@ -89,14 +91,18 @@ unsigned O_8BStoreOne(void* destination, const void* source, unsigned char forma
   return StoreOne<std::uint64_t>(destination, source, format);
 }
 
-unsigned CharSizeGet(const void*, unsigned char, unsigned char, unsigned count) { return count; }
+unsigned CharSizeGet(const void*, unsigned char, unsigned char, unsigned count) {
+  return count;
+}
 unsigned ShortSizeGet(const void*, unsigned char, unsigned char, unsigned count) {
   return 2 * count;
 }
 unsigned LongSizeGet(const void*, unsigned char, unsigned char, unsigned count) {
   return 4 * count;
 }
-unsigned IntSizeGet(const void*, unsigned char, unsigned char, unsigned count) { return 4 * count; }
+unsigned IntSizeGet(const void*, unsigned char, unsigned char, unsigned count) {
+  return 4 * count;
+}
 unsigned FloatSizeGet(const void*, unsigned char, unsigned char, unsigned count) {
   return 4 * count;
 }
@@ -107,10 +113,24 @@ unsigned O_8BSizeGet(const void*, unsigned char, unsigned char, unsigned count) 
   return 8 * count;
 }
 
-unsigned CharNullSizeGet(unsigned count) { return count; }
-unsigned ShortNullSizeGet(unsigned count) { return 2 * count; }
-unsigned LongNullSizeGet(unsigned count) { return 4 * count; }
-unsigned IntNullSizeGet(unsigned count) { return 4 * count; }
-unsigned FloatNullSizeGet(unsigned count) { return 4 * count; }
-unsigned DoubleNullSizeGet(unsigned count) { return 8 * count; }
-unsigned O_8BNullSizeGet(unsigned count) { return 8 * count; }
+unsigned CharNullSizeGet(unsigned count) {
+  return count;
+}
+unsigned ShortNullSizeGet(unsigned count) {
+  return 2 * count;
+}
+unsigned LongNullSizeGet(unsigned count) {
+  return 4 * count;
+}
+unsigned IntNullSizeGet(unsigned count) {
+  return 4 * count;
+}
+unsigned FloatNullSizeGet(unsigned count) {
+  return 4 * count;
+}
+unsigned DoubleNullSizeGet(unsigned count) {
+  return 8 * count;
+}
+unsigned O_8BNullSizeGet(unsigned count) {
+  return 8 * count;
+}

@@ -1,0 +1,78 @@
+// HashRun: XOR of the elements' 32-bit keys, times one multiplier. Hash indexes store the result;
+// neither the keys nor the multiplier ever change.
+//
+// The keys of the plain scalars are linear over XOR (bit patterns, sign and zero extension, low
+// half XOR high half), and so is reversing bytes. Such a run is XORed as raw words first, as fast
+// as memory delivers it, and reversed and turned into a key once.
+#pragma once
+
+#include <type_traits>
+
+#include "kvbase.h"
+#include "kvtypevl/codec.h"
+#include "kvtypevl/run.h"
+
+namespace kv {
+
+inline constexpr unsigned kHashMultiplier = 1103515245;  // 0x41C64E6D
+inline constexpr unsigned kNullHash = 0xFEFE7575;
+
+// XOR of all `width`-byte words (1, 2, 4 or 8) of a buffer of `size` bytes, a multiple of `width`.
+// 64-byte blocks are folded in eight independent lanes, which the compiler turns into vectors.
+inline std::uint64_t XorWords(const unsigned char* at, std::size_t size, unsigned width) {
+  std::uint64_t lanes[8] = {};
+  std::size_t i = 0;
+  for (; i + 64 <= size; i += 64) {
+    for (unsigned lane = 0; lane < 8; ++lane) lanes[lane] ^= LoadWord(at + i + 8 * lane);
+  }
+  std::uint64_t folded = 0;
+  for (const std::uint64_t lane : lanes) folded ^= lane;
+  for (; i + 8 <= size; i += 8) folded ^= LoadWord(at + i);
+  for (unsigned bits = 64; bits > 8 * width; bits /= 2) folded ^= folded >> (bits / 2);
+  for (; i < size; i += width) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, at + i, width);
+    folded ^= word;
+  }
+  return width == 8 ? folded : folded & ((std::uint64_t{1} << (8 * width)) - 1);
+}
+
+template <class Row>
+unsigned HashRun(unsigned char op, unsigned length, const void* value, unsigned count,
+                 int& result) {
+  using Codec = typename Row::Codec;
+  const Format format{static_cast<unsigned char>(op & 0x0F)};
+  const auto* at = static_cast<const unsigned char*>(value);
+  result = kvOk;
+  if (count == 0) return 0;
+  const unsigned stride = Codec::Stride(format);
+  const unsigned visible = VisibleElements(length, stride, count);
+  if (visible < count) result = kvBufferShort;
+
+  if constexpr (requires { Row::kKeyIsLinear; } && Codec::kFieldCount == 1 && Codec::kSameLayout) {
+    if (visible == 1) return Row::Key(Codec::Read(at, format)) * kHashMultiplier;
+    const std::uint64_t folded = XorWords(at, std::size_t{visible} * stride, stride);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(&folded);
+    return Row::Key(Codec::Read(bytes, format)) * kHashMultiplier;
+  } else {
+    unsigned combined = 0;
+    for (unsigned i = 0; i < visible; ++i, at += stride) {
+      combined ^= Row::Key(Codec::Read(at, format));
+    }
+    return combined * kHashMultiplier;
+  }
+}
+
+// Sign- or zero-extended to 32 bits, as the type has it; wider types fold their halves.
+template <class T>
+constexpr unsigned IntegerKey(T value) {
+  if constexpr (sizeof(T) == 8) {
+    const auto bits = static_cast<o_u8b>(value);
+    return static_cast<unsigned>(bits) ^ static_cast<unsigned>(bits >> 32);
+  } else {
+    return static_cast<unsigned>(
+        static_cast<std::conditional_t<std::is_signed_v<T>, int, unsigned>>(value));
+  }
+}
+
+}  // namespace kv

@@ -1,0 +1,100 @@
+// A catalogue row from a policy. The policy is a struct that says what is particular to one type;
+// RowHandlers turns it into the functions of the row's slots over the generic handlers.
+//
+// This header only declares them, so the catalogue names a row without compiling its family: the
+// family's .cpp file includes row_handlers.h, which defines them, and instantiates its rows:
+//
+//   struct DateRow { using Codec = ...; static int Order(...); ... };
+//   template struct RowHandlers<DateRow>;
+//
+// A policy has
+//   Codec                        the FieldCodec of the type (codec.h)
+//   Order(a, b, cmpOp)           -1, 0, +1 of two values in memory form
+//   Key(value)                   32-bit hash key; kKeyIsLinear (true) when it is linear over XOR
+//   Position(value)              place on the number line as a double, and kPositionIsFloating
+//   Print, Scan                  slot functions (22, 23)
+// and may have
+//   kStorage                     store and load functions of its own (the base library's)
+//   OrderStored(a, b, cmpOp)     where stored values order by a rule of their own
+//   Successor(value), Smallest() value step; without them stepping is not supported
+//   IsNull(value), SetNull(value), SetNull returning a status
+//   Default()                    default value; without it what an empty text converts to
+//   ToText(text, value), FromText(value, text)   conversion; without them through Print and Scan
+//                                with the row's default format, kFormat
+#pragma once
+
+#include "kvtypemgr.h"
+
+namespace kv {
+
+enum class Nulls : bool { kNo, kYes };
+
+template <class Row>
+struct RowHandlers {
+  static void* Create(unsigned count);
+  static void* Delete(void* values, unsigned count);
+  static unsigned Store(void* destination, const void* source, unsigned char format,
+                        unsigned count);
+  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
+  static unsigned NullSize(unsigned count);
+  static unsigned Size(const void* stored, unsigned char extra, unsigned char format,
+                       unsigned count);
+  static unsigned MemFileSize(MemFile* file, unsigned char format, unsigned count);
+  static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                     void* value2, unsigned short cmpOp, unsigned count, int& result);
+  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                            unsigned char format, unsigned count, KvIdxBounds* newBounds);
+  static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
+                       int& result);
+  static KvTypeConvertData* ConvertTo(void* values, unsigned count);
+  static void* ConvertFrom(KvTypeConvertData* record, unsigned count);
+  static void Construct(void* values, unsigned count, unsigned unused);
+  static void Destruct(void* values, unsigned count, unsigned unused);
+  static void Assign(void* destination, void* source, unsigned count, int unused);
+  static void Copy(void* destination, void* source, unsigned count, int unused);
+  static unsigned Translate(void* destination, unsigned char destinationFormat,
+                            unsigned destinationLength, const void* source,
+                            unsigned char sourceFormat, unsigned sourceLength, unsigned count);
+  static int IsNull(void* value);
+  static int SetNull(void* value);
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned count);
+  static void* Scan(void* values, KvString& text, const char* format, unsigned count);
+  static void* DefaultValue(unsigned count, int unused);
+  static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
+
+  // The row without its names, format and size, which the catalogue table adds.
+  static constexpr KvTypeDescriptor Slots(Nulls nulls) {
+    return {
+        .typeName = nullptr,
+        .typeIdName = nullptr,
+        .create = Create,
+        .destroy = Delete,
+        .store = Store,
+        .load = Load,
+        .nullSize = NullSize,
+        .size = Size,
+        .memFileSize = MemFileSize,
+        .compare = Compare,
+        .evalAndBound = EvalAndBound,
+        .hash = Hash,
+        .convertTo = ConvertTo,
+        .convertFrom = ConvertFrom,
+        .construct = Construct,
+        .destruct = Destruct,
+        .assign = Assign,
+        .copy = Copy,
+        .translate = Translate,
+        .isNull = IsNull,
+        .setNull = nulls == Nulls::kYes ? SetNull : nullptr,
+        .format = nullptr,
+        .print = Print,
+        .scan = Scan,
+        .sizeWord = 0,
+        .defaultValue = DefaultValue,
+        .step = Step,
+        .reserved = nullptr,
+    };
+  }
+};
+
+}  // namespace kv

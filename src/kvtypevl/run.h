@@ -1,0 +1,58 @@
+// What every walk over a run shares: how many elements the buffers let it see, and where two runs
+// first differ.
+//
+// The buffer-end rule: an element is seen when it *starts* inside its buffer; the last one may end
+// outside and is read whole. The first element is always seen. A length of 0 means "exactly count
+// elements". So a buffer of `length` bytes shows ceil(length / stride) elements, at least one.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace kv {
+
+// Elements of a run of `count` (at least 1) that a buffer of `length` bytes shows.
+constexpr unsigned VisibleElements(unsigned length, unsigned stride, unsigned count) {
+  if (length == 0) return count;
+  const unsigned started = length / stride + (length % stride != 0 ? 1 : 0);
+  return std::min(started, count);
+}
+
+inline std::uint64_t LoadWord(const unsigned char* at) {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
+
+// The position of the first byte in which two buffers differ, `size` when they do not. Long equal
+// stretches go through memcmp, which is as fast as the memory; a difference near the front, the
+// common case between index keys, is found without a call.
+inline std::size_t FirstDifference(const unsigned char* a, const unsigned char* b,
+                                   std::size_t size) {
+  constexpr std::size_t kNear = 32;
+  constexpr std::size_t kBlock = 16384;
+  std::size_t at = 0;
+  const auto scanWords = [&](std::size_t end) {
+    for (; at + 8 <= end; at += 8) {
+      const std::uint64_t difference = LoadWord(a + at) ^ LoadWord(b + at);
+      if (difference != 0) {
+        at += static_cast<std::size_t>(std::countr_zero(difference)) / 8;
+        return true;
+      }
+    }
+    return false;
+  };
+  if (scanWords(std::min(size, kNear))) return at;
+  while (size - at >= kBlock && std::memcmp(a + at, b + at, kBlock) == 0) at += kBlock;
+  if (size - at < kBlock && std::memcmp(a + at, b + at, size - at) == 0) return size;
+  if (scanWords(size)) return at;
+  while (at < size && a[at] == b[at]) ++at;
+  return at;
+}
+
+static_assert(std::endian::native == std::endian::little, "stored memory order is little-endian");
+
+}  // namespace kv
