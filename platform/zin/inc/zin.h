@@ -23,7 +23,9 @@
 #include "kvbase.h"
 
 // The single test for the width of a text's characters.
-inline constexpr bool KvIsWideCodeSet(unsigned char codeSet) { return codeSet > 224; }
+inline constexpr bool KvIsWideCodeSet(unsigned char codeSet) {
+  return codeSet > 224;
+}
 
 inline constexpr unsigned char kvCodeSetBytes = 0;
 inline constexpr unsigned char kvCodeSetLatin1 = 1;
@@ -32,7 +34,7 @@ inline constexpr unsigned char kvLanguageEnglish = 1;
 inline constexpr unsigned char kvLanguageNull = 254;
 
 // The collation orders of one character: one, or two when it expands (ligatures, sharp s, and
-// every character outside the Latin letters, digits and symbols).
+// every character of other scripts).
 struct KvCollationOrders {
   unsigned short first;
   unsigned short second;  // 0 when there is none
@@ -60,7 +62,8 @@ class KV_EXPORT KvCodeSet {
   unsigned char Number() const { return number_; }
   bool IsWide() const { return KvIsWideCodeSet(number_); }
 
-  // A unit's Unicode character, and back. A character that this code set lacks is "?" (0x3F).
+  // A unit's Unicode character, and back. A character that this code set lacks is "?" (0x3F). An
+  // unused unit of the range 0x80 to 0x9F keeps its number both ways; any other unused unit is "?".
   unsigned short ToUnicode(unsigned short unit) const;
   unsigned short FromUnicode(unsigned short unicode) const;
 
@@ -110,7 +113,8 @@ class KV_EXPORT KvLanguageContext {
   static unsigned short GetDefaultCmpOp();
 
   // Each setter takes a number of the right width and returns 0; kvBadArgument and no change for
-  // a marker (254, 255) or, for the 8-bit and 16-bit defaults, a number of the other width.
+  // a marker (254, 255) or, for the 8-bit and 16-bit defaults, a number of the other width. The
+  // native code set is one of bytes (1 to 224), since plain bytes resolve through it.
   static int SetNativeCodeSet(unsigned char codeSet);
   static int SetDefaultCodeSet(unsigned char codeSet);
   static int SetDefault8CodeSet(unsigned char codeSet);
