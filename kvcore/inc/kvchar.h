@@ -171,6 +171,11 @@ class KV_EXPORT KvStringIterator {
   // iterator takes over `list`, which comes from `new`. Code set 255: the iterator's own.
   void SetOverflow(KvWCharList* list, unsigned char codeSet = 255);
 
+  // Applies `operation` to every character from here on and writes the results and a terminator
+  // through `out`, which must have room for both. Characters that the operation hands over as
+  // overflow are written as they are. Afterwards `out` is at the terminator.
+  void Transform(KvStringIterator& out, KvCharOperation& operation);
+
   // Lets go of the text: the iterator is at its end from here on.
   void Destroy();
 
@@ -179,6 +184,7 @@ class KV_EXPORT KvStringIterator {
   const unsigned char* GetPosition() const { return position_; }
 
  private:
+  friend class KvString;
   void Begin(const void* text, unsigned char codeSet, unsigned char language,
              unsigned char byteOrder);
   unsigned Width() const { return codeSet_ > 224 ? 2 : 1; }
@@ -194,6 +200,7 @@ class KV_EXPORT KvStringIterator {
   unsigned short ownsText_;  // the position is in ownText_
   unsigned char* position_;
   KvWCharList* overflow_;
+  unsigned char* limit_;          // where Transform has to stop writing; null when it need not
   unsigned char* orderPosition_;  // behind the character that pendingOrder_ belongs to
   unsigned short pendingOrder_;   // second order of the last expanded character
   alignas(2) unsigned char ownText_[4];

@@ -37,10 +37,11 @@ class KV_EXPORT KvString {
 
   // --- Making. Code set and language are the process's defaults unless said otherwise. ---
 
-  KvString();                                               // empty, in the default code set
-  KvString(unsigned char codeSet, unsigned char language);  // empty
-  KvString(const KvString& source);                         // with its code set and language
-  KvString(KvString&& source) noexcept;                     // `source` keeps its two numbers
+  KvString();  // empty, in the default code set
+  constexpr KvString(unsigned char codeSet, unsigned char language)  // empty
+      : buffer_(nullptr), bufferSize_(0), codeSet_(codeSet), language_(language) {}
+  KvString(const KvString& source);      // with its code set and language
+  KvString(KvString&& source) noexcept;  // `source` keeps its two numbers
 
   // One character in the default 8-bit code set, for the last the default 16-bit one; 0 is empty.
   KvString(char unit);
@@ -111,6 +112,84 @@ class KV_EXPORT KvString {
   // The character at `index`, through which it can be changed; the terminator's place counts.
   // Beyond: a detached character of value 0.
   KvChar operator[](int index);
+
+  // --- Parts and edits. Positions past the text do nothing, counts are clamped. ---
+
+  // The `count` characters from `position` on; past the end a copy of EmptyString().
+  KvString Copy(unsigned short position, unsigned short count) const;
+  KvString Left(unsigned short count) const;
+  KvString Right(unsigned short count) const;
+
+  void Cut(unsigned short position, unsigned short count);
+  // `position` may be the length.
+  void Insert(const KvString& text, unsigned short position);
+  // Overwrites and never lengthens: "XYZW" at 1 of "abc" gives "aXY".
+  void Replace(const KvString& text, unsigned short position);
+  // Pads the end up to `length` characters; the unit is in the default 8-bit or 16-bit code set.
+  void Expand(unsigned short length, char unit);
+  void Expand(unsigned short length, unsigned short unit);
+  // The text becomes `count` copies of the unit.
+  void Fill(unsigned short count, char unit);
+  void Fill(unsigned short count, unsigned short unit);
+
+  // Remove leading and trailing blanks (KvChar::IsSpace). RightTrim never looks at the first
+  // character, so a text of blanks keeps one, and it walks back from the end of the buffer, so a
+  // text in a longer buffer (CopyMapped) is left alone. Both are deliberate.
+  void LeftTrim();
+  void RightTrim();
+  void Trim();
+
+  void ToLower();
+  void ToUpper();
+  // Applies the operation to each character, see KvStringIterator::Transform.
+  void Transform(KvCharOperation& operation);
+
+  // --- Numbers. Leading blanks are skipped, reading ends at the first character that does not
+  //     belong; no number is 0. Values out of range give the nearest end of the 32-bit (64-bit)
+  //     range. ---
+
+  // 8-bit text: 0x and 0 in front mean hexadecimal and octal, unless bit 0 of
+  // ___KvTypeMgrOptions() asks for plain decimal. 16-bit text: always decimal.
+  operator int() const;
+  operator short() const;  // the low 16 bits of the int
+  operator long long() const;
+  // As the o_double row scans it: "Infinity", "-Infinity" and "NaN" included.
+  operator double() const;
+
+  // 0, or -1 with `out` 0 when the text does not begin with a digit or "-": blanks and "+" are
+  // refused here, deliberately. Atol and Atoll read decimal, the others tell the radix from the
+  // prefix (8-bit text only).
+  int Atol(int& out) const;
+  int Atoll(long long& out) const;
+  int Strtol(int& out) const;
+  int Strtoll(long long& out) const;
+
+  // --- Code sets ---
+
+  // Labels the text as being in `codeSet`, and converts it only when the width changes (to the
+  // native code set when `codeSet` is 0).
+  void SetCodeSet(unsigned char codeSet);
+  // Labels only: 0, or kvBadArgument and no change when the widths differ.
+  int SetCodeSetCode(unsigned char codeSet);
+  // Converts the text whatever the widths: 0, or kvBadArgument for code set 0.
+  int MapToCodeSet(unsigned char codeSet);
+  // Becomes the first `count` characters of `source` (-1: all) in `codeSet`, with its language.
+  // A buffer that is large enough is kept, its rest zeroed. Result: the characters converted, or
+  // kvBadArgument when `source` is this string.
+  int CopyMapped(const KvString& source, unsigned char codeSet, short count);
+
+  // --- Process-wide, see KvLanguageContext ---
+
+  static unsigned char GetDefaultCodeSet();
+  static unsigned char GetDefault8CodeSet();
+  static unsigned char GetDefault16CodeSet();
+  static unsigned char GetDefaultLanguage();
+  static unsigned short GetDefaultCmpOp();
+  static int SetDefaultCodeSet(unsigned char codeSet);
+  static int SetDefaultLanguage(unsigned char language);
+  static int SetDefaultCmpOp(unsigned short compareOperation);
+  // An empty string of code set and language 0.
+  static const KvString& EmptyString();
 
   // --- Lifecycle, for values that live in raw memory ---
 

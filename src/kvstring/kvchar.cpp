@@ -249,6 +249,7 @@ void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned c
   ownsText_ = 0;
   position_ = kv::Writable(text);
   overflow_ = nullptr;
+  limit_ = nullptr;
   orderPosition_ = nullptr;
   pendingOrder_ = 0;
   std::memset(ownText_, 0, sizeof ownText_);
@@ -293,6 +294,7 @@ KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
   ownsText_ = source.ownsText_;
   std::memcpy(ownText_, source.ownText_, sizeof ownText_);
   position_ = source.position_;
+  limit_ = source.limit_;
   orderPosition_ = source.orderPosition_;
   // A text of its own moves with the iterator.
   if (ownsText_ != 0 && position_ != nullptr) {
@@ -364,6 +366,15 @@ void KvStringIterator::SetOverflow(KvWCharList* list, unsigned char codeSet) {
   overflow_ = list;
   overflowIndex_ = 0;
   overflowCodeSet_ = kv::CodeSetOr(codeSet, codeSet_);
+}
+
+void KvStringIterator::Transform(KvStringIterator& out, KvCharOperation& operation) {
+  while (!IsEOS() && (out.limit_ == nullptr || out.position_ < out.limit_)) {
+    *out = IsPending() ? **this : operation.Apply(**this, this);
+    ++out;
+    ++*this;
+  }
+  *out = static_cast<unsigned short>(0);
 }
 
 void KvStringIterator::Destroy() {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "kvstring/string_edit.h"
+#include "kvtypevl/scalar_text.h"
 
 namespace kv {
 namespace {
@@ -44,22 +45,6 @@ class DecimalText {
   unsigned length_;
 };
 
-// As "%.17g" prints it.
-class DoubleText {
- public:
-  explicit DoubleText(double number)
-      : length_(static_cast<unsigned>(
-            std::to_chars(text_, text_ + sizeof text_, number, std::chars_format::general, 17).ptr -
-            text_)) {}
-
-  const char* Text() const { return text_; }
-  unsigned Length() const { return length_; }
-
- private:
-  char text_[32];
-  unsigned length_;
-};
-
 KvString& Append(KvString& target, const void* text, unsigned char codeSet, unsigned count) {
   StringAccess::Edit(target, {.mode = EditMode::kPut,
                               .position = target.Len(),
@@ -69,8 +54,7 @@ KvString& Append(KvString& target, const void* text, unsigned char codeSet, unsi
   return target;
 }
 
-template <typename Text>
-KvString& AppendNumber(KvString& target, const Text& number) {
+KvString& AppendDecimal(KvString& target, const DecimalText& number) {
   return Append(target, number.Text(), KvLanguageContext::GetDefault8CodeSet(), number.Length());
 }
 
@@ -89,9 +73,6 @@ void KvString::Init() {
 KvString::KvString() {
   Init();
 }
-
-KvString::KvString(unsigned char codeSet, unsigned char language)
-    : buffer_(nullptr), bufferSize_(0), codeSet_(codeSet), language_(language) {}
 
 KvString::KvString(const KvString& source) : KvString(source.codeSet_, source.language_) {
   StringAccess::Assign(*this, codeSet_, language_, source.buffer_, codeSet_, source.Len());
@@ -129,8 +110,7 @@ KvString::KvString(unsigned long long number)
 }
 
 KvString::KvString(double number) : KvString(KvLanguageContext::GetDefault8CodeSet(), 0) {
-  const kv::DoubleText decimal(number);
-  kv::AssignDefault8(*this, decimal.Text(), decimal.Length());
+  kv::PrintDouble(*this, &number, "%.17g", 1);
 }
 
 KvString::KvString(const char* text) : KvString(text, kv::kWholeText) {}
@@ -205,16 +185,16 @@ KvString& KvString::operator<<(unsigned long number) {
   return *this << static_cast<unsigned long long>(number);
 }
 KvString& KvString::operator<<(long long number) {
-  return kv::AppendNumber(*this, kv::DecimalText(number));
+  return kv::AppendDecimal(*this, kv::DecimalText(number));
 }
 KvString& KvString::operator<<(unsigned long long number) {
-  return kv::AppendNumber(*this, kv::DecimalText(number));
+  return kv::AppendDecimal(*this, kv::DecimalText(number));
 }
 KvString& KvString::operator<<(float number) {
   return *this << static_cast<double>(number);
 }
 KvString& KvString::operator<<(double number) {
-  return kv::AppendNumber(*this, kv::DoubleText(number));
+  return *this << KvString(number);
 }
 
 KvString& KvString::operator<<(const char* text) {

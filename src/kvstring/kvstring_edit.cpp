@@ -1,0 +1,220 @@
+// KvString: substrings, editing, trimming, case and transformation. Positions beyond the text are
+// clamped or make the call do nothing; none of them is an error.
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "kvstring.h"
+#include "kvstring/ascii_case.h"
+#include "kvstring/string_edit.h"
+
+namespace kv {
+namespace {
+
+// The text of `target` becomes its first `position` characters and then `count` of its own from
+// `start` on.
+void KeepOwnText(KvString& target, unsigned position, unsigned start, unsigned count) {
+  StringAccess::Edit(target, {.mode = EditMode::kPut,
+                              .position = position,
+                              .text = StringAccess::Buffer(target),
+                              .codeSet = target.GetCodeSet(),
+                              .start = start,
+                              .count = count});
+}
+
+// Puts copies of one unit at `position`. One copy and no copy are no special cases: the count of
+// a single unit is what the repeat factor is when it is 1.
+void PutCopies(KvString& target, unsigned position, const void* unit, unsigned char codeSet,
+               unsigned copies) {
+  StringAccess::Edit(target, {.mode = EditMode::kPut,
+                              .position = position,
+                              .text = unit,
+                              .codeSet = codeSet,
+                              .count = 1,
+                              .repeat = copies});
+}
+
+// Maps characters in place as long as each gives one character. Returns the characters done.
+unsigned MapCaseInPlace(KvString& text, LetterCase to) {
+  const KvCodeSet* codeSet = KvLanguageContext::QueryCodeSet(text.GetCodeSet());
+  const bool wide = KvIsWideCodeSet(text.GetCodeSet());
+  const unsigned width = UnitWidth(text.GetCodeSet());
+  unsigned char* units = StringAccess::Buffer(text);
+  const unsigned length = text.Len();
+  unsigned index = 0;
+  while (index < length) {
+    const unsigned block =
+        MapAsciiCase(units + index * width, (length - index) * width, wide, to) / width;
+    index += block;
+    // What stopped the block is somewhere in the next word.
+    const unsigned wordEnd = std::min(index + 8 / width, length);
+    for (; index < wordEnd; ++index) {
+      const unsigned short unit = ReadUnit(units, wide, index);
+      unsigned short mapped[3];
+      const unsigned count = to == LetterCase::kUpper ? codeSet->ToUpper(unit, mapped)
+                                                      : codeSet->ToLower(unit, mapped);
+      if (count != 1) return index;
+      WriteUnit(units, wide, index, mapped[0]);
+    }
+  }
+  return length;
+}
+
+void MapCase(KvString& text, LetterCase to, KvCharOperation& operation) {
+  const unsigned length = text.Len();
+  const bool exact = text.GetBufferSize() == (length + 1) * UnitWidth(text.GetCodeSet());
+  // What has been mapped already maps to itself.
+  if (exact && MapCaseInPlace(text, to) == length) return;
+  text.Transform(operation);
+}
+
+}  // namespace
+}  // namespace kv
+
+using kv::EditMode;
+using kv::StringAccess;
+
+KvString KvString::Copy(unsigned short position, unsigned short count) const {
+  const unsigned length = Len();
+  if (length <= position) return EmptyString();
+  KvString part(codeSet_, language_);
+  StringAccess::Edit(part, {.text = buffer_,
+                            .codeSet = codeSet_,
+                            .start = position,
+                            .count = std::min<unsigned>(count, length - position)});
+  return part;
+}
+
+KvString KvString::Left(unsigned short count) const {
+  return Copy(0, count);
+}
+
+KvString KvString::Right(unsigned short count) const {
+  const unsigned short length = Len();
+  const unsigned short taken = std::min(count, length);
+  return Copy(static_cast<unsigned short>(length - taken), taken);
+}
+
+void KvString::Cut(unsigned short position, unsigned short count) {
+  const unsigned length = Len();
+  if (length <= position) return;
+  const unsigned end = position + std::min<unsigned>(count, length - position);
+  kv::KeepOwnText(*this, position, end, length - end);
+}
+
+void KvString::Insert(const KvString& text, unsigned short position) {
+  if (position > Len()) return;
+  StringAccess::Edit(*this, {.mode = EditMode::kInsert,
+                             .position = position,
+                             .text = text.buffer_,
+                             .codeSet = text.codeSet_,
+                             .count = text.Len()});
+}
+
+void KvString::Replace(const KvString& text, unsigned short position) {
+  const unsigned length = Len();
+  if (length <= position) return;
+  StringAccess::Edit(*this, {.mode = EditMode::kOverwrite,
+                             .position = position,
+                             .text = text.buffer_,
+                             .codeSet = text.codeSet_,
+                             .count = std::min<unsigned>(text.Len(), length - position)});
+}
+
+void KvString::Expand(unsigned short length, char unit) {
+  const unsigned short own = Len();
+  if (own >= length) return;
+  kv::PutCopies(*this, own, &unit, KvLanguageContext::GetDefault8CodeSet(),
+                static_cast<unsigned>(length - own));
+}
+
+void KvString::Expand(unsigned short length, unsigned short unit) {
+  const unsigned short own = Len();
+  if (own >= length) return;
+  kv::PutCopies(*this, own, &unit, KvLanguageContext::GetDefault16CodeSet(),
+                static_cast<unsigned>(length - own));
+}
+
+void KvString::Fill(unsigned short count, char unit) {
+  kv::PutCopies(*this, 0, &unit, KvLanguageContext::GetDefault8CodeSet(), count);
+}
+
+void KvString::Fill(unsigned short count, unsigned short unit) {
+  kv::PutCopies(*this, 0, &unit, KvLanguageContext::GetDefault16CodeSet(), count);
+}
+
+// The terminator counts as a blank, so the walk has to end by the length.
+void KvString::LeftTrim() {
+  const unsigned length = Len();
+  if (length == 0) return;
+  unsigned blanks = 0;
+  while (blanks < length && (*this)[static_cast<int>(blanks)].IsSpace()) ++blanks;
+  kv::KeepOwnText(*this, 0, blanks, length - blanks);
+}
+
+// Walks back from the last unit of the buffer, which need not be the end of the text, and never
+// looks at the first character: a text of blanks keeps one. Both are deliberate, stored texts and
+// their hashes depend on them.
+void KvString::RightTrim() {
+  if (buffer_ == nullptr) return;
+  const unsigned width = kv::UnitWidth(codeSet_);
+  const unsigned length = Len();
+  unsigned short kept = static_cast<unsigned short>(length + 1);
+  for (unsigned offset = (bufferSize_ / width - 1) * width; offset > 0; offset -= width) {
+    if (!KvChar(*this, static_cast<int>(offset)).IsSpace()) break;
+    // May wrap around in a buffer longer than its text, which is then left as it is.
+    --kept;
+  }
+  if (length > kept) kv::KeepOwnText(*this, kept, 0, 0);
+}
+
+void KvString::Trim() {
+  LeftTrim();
+  RightTrim();
+}
+
+void KvString::ToLower() {
+  KvCharToLower operation;
+  kv::MapCase(*this, kv::LetterCase::kLower, operation);
+}
+
+void KvString::ToUpper() {
+  KvCharToUpper operation;
+  kv::MapCase(*this, kv::LetterCase::kUpper, operation);
+}
+
+void KvString::Transform(KvCharOperation& operation) {
+  if (bufferSize_ == 0) return;
+  const unsigned width = kv::UnitWidth(codeSet_);
+  unsigned capacity = std::min(2u * bufferSize_, kMaximumBytes);
+  unsigned char* block = kv::AllocateText(capacity);
+  if (block == nullptr) return;
+
+  KvStringIterator source(*this);
+  unsigned used = 0;
+  for (;;) {
+    KvStringIterator out(reinterpret_cast<const char*>(block + used), codeSet_, language_);
+    out.limit_ = block + (capacity / width - 1) * width;
+    source.Transform(out, operation);
+    used = static_cast<unsigned>(out.position_ - block);
+    if (source.IsEOS()) break;
+    if (capacity == kMaximumBytes) {
+      kv::LimitBufferSize(capacity + width);
+      break;
+    }
+    const unsigned grown = std::min(2 * capacity, kMaximumBytes);
+    unsigned char* larger = kv::AllocateText(grown);
+    if (larger == nullptr) {
+      std::free(block);
+      return;
+    }
+    std::memcpy(larger, block, used);
+    std::free(block);
+    block = larger;
+    capacity = grown;
+  }
+  // The size counts the terminator, as everywhere: the next edit and the stored form build on it.
+  void* exact = std::realloc(block, used + width);
+  StringAccess::Replace(*this, exact != nullptr ? static_cast<unsigned char*>(exact) : block,
+                        used + width);
+}

@@ -1,0 +1,125 @@
+// KvString: numbers from text. Values beyond 32 (or 64) bits give the nearest number in both ABIs.
+// 8-bit text is read by the C library; 16-bit text is always decimal and is first narrowed to what
+// the C library needs to see of it.
+
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+#include "kvmodule.h"
+#include "kvstring.h"
+#include "kvstring/string_edit.h"
+#include "kvtypevl/scalar_text.h"
+
+namespace kv {
+namespace {
+
+constexpr int kRadixFromPrefix = 0;
+constexpr int kDecimal = 10;
+
+// Bit 0 of the module options takes the radix detection back to plain decimal.
+int ConversionRadix() {
+  return (___KvTypeMgrOptions() & 1) != 0 ? kDecimal : kRadixFromPrefix;
+}
+
+constexpr bool IsBlank(unsigned short unit) {
+  return unit == ' ' || (unit >= 9 && unit <= 13);
+}
+
+// Sign and leading digits of a 16-bit text as bytes. Twenty digits after the zeros are enough to
+// pass the 64-bit limits.
+struct NarrowNumber {
+  char text[24];
+
+  explicit NarrowNumber(const char* units) {
+    unsigned length = 0;
+    unsigned index = 0;
+    const auto unit = [&] { return ReadUnit(units, true, index); };
+    while (IsBlank(unit())) ++index;
+    if (unit() == '-' || unit() == '+') {
+      text[length++] = static_cast<char>(unit());
+      ++index;
+    }
+    if (unit() == '0') text[length++] = '0';
+    while (unit() == '0') ++index;
+    while (unit() >= '0' && unit() <= '9' && length < 22) {
+      text[length++] = static_cast<char>(unit());
+      ++index;
+    }
+    text[length] = 0;
+  }
+};
+
+long long ReadInteger64(const KvString& text, int radix) {
+  const int errorBefore = errno;
+  const long long number = KvIsWideCodeSet(text.GetCodeSet())
+                               ? std::strtoll(NarrowNumber(text.StrGet()).text, nullptr, kDecimal)
+                               : std::strtoll(text.StrGet(), nullptr, radix);
+  errno = errorBefore;
+  return number;
+}
+
+int ReadInteger32(const KvString& text, int radix) {
+  const long long number = ReadInteger64(text, radix);
+  if (number > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
+  if (number < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
+  return static_cast<int>(number);
+}
+
+// The members that report failure want a digit or a minus sign in front; blanks and "+" are not
+// numbers to them, deliberately.
+bool BeginsANumber(const KvString& text) {
+  const KvChar first(text.StrGet(), text.GetCodeSet(), text.GetLanguage());
+  return first.Value() == '-' || first.IsDigit();
+}
+
+}  // namespace
+}  // namespace kv
+
+KvString::operator int() const {
+  return kv::ReadInteger32(*this, kv::ConversionRadix());
+}
+
+KvString::operator short() const {
+  return static_cast<short>(static_cast<int>(*this));
+}
+
+KvString::operator long long() const {
+  return kv::ReadInteger64(*this, kv::ConversionRadix());
+}
+
+KvString::operator double() const {
+  double number = 0.0;
+  if (buffer_ == nullptr) return number;
+  // Scan functions take their text by plain reference but leave it alone.
+  kv::ScanDouble(&number, const_cast<KvString&>(*this), "%.17g", 1);
+  return number;
+}
+
+int KvString::Atol(int& out) const {
+  out = 0;
+  if (!kv::BeginsANumber(*this)) return -1;
+  out = kv::ReadInteger32(*this, kv::kDecimal);
+  return kvOk;
+}
+
+int KvString::Atoll(long long& out) const {
+  out = 0;
+  if (!kv::BeginsANumber(*this)) return -1;
+  out = kv::ReadInteger64(*this, kv::kDecimal);
+  return kvOk;
+}
+
+int KvString::Strtol(int& out) const {
+  out = 0;
+  if (!kv::BeginsANumber(*this)) return -1;
+  out = kv::ReadInteger32(*this, kv::kRadixFromPrefix);
+  return kvOk;
+}
+
+int KvString::Strtoll(long long& out) const {
+  out = 0;
+  if (!kv::BeginsANumber(*this)) return -1;
+  out = kv::ReadInteger64(*this, kv::kRadixFromPrefix);
+  return kvOk;
+}
