@@ -390,8 +390,8 @@ def order_file(characters, to_unicode):
 
 
 def property_order(characters, code, category):
-    if category == "Zs" or code in (0, 9, 10, 11, 12, 13, 0x85, 0x2028, 0x2029):
-        return 33 if code else 0
+    if category[0] == "Z" or category == "Cc":
+        return 33 if code else 0  # controls sort with the spaces; trimming goes by this too
     if any(first <= code <= last for first, last in IDEOGRAPHS) and category in ("Lo", "Nl"):
         return 0x8000
     if category == "Nd":

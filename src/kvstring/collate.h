@@ -1,0 +1,117 @@
+// collate.h - texts by collation order: the cursor that yields orders, comparison, searching and
+// the process's wildcards. Everything reads a Text, which may end at a terminator or after a number
+// of units and may hold 16-bit units in either byte order at any address, so that stored strings
+// are compared and hashed where they lie.
+#pragma once
+
+#include <cstring>
+
+#include "zinorder.h"
+
+namespace kv {
+
+inline constexpr unsigned kToTerminator = 0xFFFFFFFF;
+
+struct Text {
+  unsigned char codeSet;
+  unsigned char language;           // 255: the default language
+  const void* units;                // null: no text
+  unsigned length = kToTerminator;  // units; a zero unit ends the text before that
+  unsigned char byteOrder = 1;      // 2: 16-bit units are reversed
+
+  bool IsNull() const { return language == 254 || (codeSet == 254 && language == 0); }
+};
+
+// The sort class of a language as every code set has it.
+constexpr unsigned char SortClassOf(unsigned char language) {
+  return language >= 20 ? 20 : 1;
+}
+
+// What collation hashing and key order make of an order: for letters the letter code goes above
+// accent and case, so that keys sort by what the character is first.
+constexpr unsigned OrderKey(unsigned char sortClass, unsigned short order) {
+  if (order == 0) return 0;
+  const unsigned top = static_cast<unsigned>(sortClass) << 24;
+  if (sortClass != 20 && (order & 0xC000) == 0x4000) {
+    return top | (order & 0x407Fu) << 8 | (order >> 7 & 0x7Fu);
+  }
+  return top | static_cast<unsigned>(order) << 8;
+}
+
+// Yields the collation orders of a text one after the other. Copying it marks a place to come back
+// to. At the end of the text it stays where it is and yields 0.
+class OrderCursor {
+ public:
+  explicit OrderCursor(const Text& text);
+
+  // The next order, 0 at the end.
+  unsigned short Next() {
+    if (pending_ != 0) return TakePending();
+    const unsigned short unit = Unit();
+    if (unit == 0) return 0;
+    position_ += width_;
+    if (isOrders_) return unit;
+    const unsigned word =
+        width_ == 1 ? bytes_.Word(static_cast<unsigned char>(unit)) : wide_.Word(unit);
+    pending_ = SecondOrder(word);
+    return FirstOrder(word);
+  }
+
+  // As Next, but passes over orders of spaces.
+  unsigned short NextVisible() {
+    unsigned short order = Next();
+    while (order != 0 && order < 80) order = Next();
+    return order;
+  }
+
+  // Drops what the last character still has to yield.
+  void DropPending() { pending_ = 0; }
+
+  bool AtEnd() const { return pending_ == 0 && Unit() == 0; }
+
+ private:
+  unsigned short TakePending() {
+    const unsigned short order = pending_;
+    pending_ = 0;
+    return order;
+  }
+
+  unsigned short Unit() const {
+    if (position_ == end_) return 0;
+    if (width_ == 1) return *position_;
+    unsigned short unit;
+    std::memcpy(&unit, position_, 2);
+    return isReversed_ ? __builtin_bswap16(unit) : unit;
+  }
+
+  const unsigned char* position_;
+  const unsigned char* end_;  // null: the text ends at its terminator
+  ByteOrderTable bytes_;
+  WideOrderTable wide_;
+  unsigned short pending_ = 0;
+  unsigned char width_;
+  bool isReversed_;
+  bool isOrders_;
+};
+
+// As KvStrCmp (kvcollate.h), on at most `maxLength` characters or orders; 65535 is no limit.
+int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
+                 unsigned short maxLength = 65535);
+
+// Whether `text` begins with `pattern`: equal orders under the options of `cmpOp`, as if a wildcard
+// for the rest followed the pattern. The process's wildcards count in the pattern as in KvStrCmp.
+bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp);
+
+// The first position from `start` on, in units, where the pattern is found; -1 when there is none.
+// Both lengths must be given. Only positions that leave as many units as the pattern has are tried.
+// With kvCompareExact or kvCompareKeyOrder a position counts when that many characters (orders)
+// compare equal, otherwise when BeginsWith holds there.
+int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start);
+
+// The process's wildcards: the collation order that plays each part, 0 for none. Set before texts
+// are compared concurrently.
+enum class Wildcard { kAsterisk, kQuestion, kEscape };
+void SetWildcardOrder(Wildcard wildcard, unsigned short order);
+unsigned short GetWildcardOrder(Wildcard wildcard);
+
+}  // namespace kv
