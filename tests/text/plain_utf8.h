@@ -1,0 +1,105 @@
+// UTF-8 by its plain rules, a character at a time and from a table: the oracle of the fast kernels,
+// for the tests and the fuzzer.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace plain {
+
+struct Row {
+  std::uint32_t leadMask, leadValue;
+  int shift;
+  std::uint32_t largest, smallest;
+};
+
+inline constexpr Row kRows[] = {
+    {0x80, 0x00, 0, 0x7F, 0},
+    {0xE0, 0xC0, 6, 0x7FF, 0x80},
+    {0xF0, 0xE0, 12, 0xFFFF, 0x800},
+    {0xF8, 0xF0, 18, 0x1FFFFF, 0x10000},
+    {0xFC, 0xF8, 24, 0x3FFFFFF, 0x200000},
+    {0xFE, 0xFC, 30, 0x7FFFFFFF, 0x4000000},
+};
+
+// Bytes used, or -1.
+inline int DecodeOne(std::string_view in, unsigned short& out) {
+  if (in.empty()) return -1;
+  const auto lead = static_cast<unsigned char>(in[0]);
+  std::uint32_t value = lead;
+  std::size_t length = 0;
+  for (const Row& row : kRows) {
+    ++length;
+    if ((lead & row.leadMask) == row.leadValue) {
+      value &= row.largest;
+      if (value < row.smallest) return -1;
+      out = static_cast<unsigned short>(value);
+      return static_cast<int>(length);
+    }
+    if (in.size() <= length) return -1;
+    const std::uint32_t next = static_cast<unsigned char>(in[length]) ^ 0x80u;
+    if (next > 0x3F) return -1;
+    value = value * 64 + next;
+  }
+  return -1;
+}
+
+inline std::string Encode(unsigned short unit) {
+  const Row* row = kRows;
+  while (row->largest < unit) ++row;
+  std::string out(1, static_cast<char>(unit >> row->shift | static_cast<int>(row->leadValue)));
+  for (int shift = row->shift; shift > 0;) {
+    shift -= 6;
+    out += static_cast<char>((unit >> shift & 0x3F) | 0x80);
+  }
+  return out;
+}
+
+struct DecodedString {
+  int result = 0;
+  std::vector<unsigned short> units;
+};
+
+// What a string decoder gives: ends at a zero character, is too long at 32,768 bytes, keeps what
+// came before.
+inline DecodedString DecodeString(std::string_view in) {
+  DecodedString decoded;
+  while (static_cast<std::size_t>(decoded.result) < in.size()) {
+    unsigned short unit = 0;
+    const int length = DecodeOne(in.substr(static_cast<std::size_t>(decoded.result)), unit);
+    if (length < 0) {
+      decoded.result = -1;
+      break;
+    }
+    if (unit == 0) break;
+    decoded.units.push_back(unit);
+    decoded.result += length;
+    if (decoded.result >= 32768) {
+      decoded.result = -2;
+      break;
+    }
+  }
+  if (decoded.units.size() > 32765) decoded.units.resize(32765);
+  return decoded;
+}
+
+// What the array decoder gives: zero characters are characters, no limit.
+inline DecodedString DecodeArray(std::string_view in) {
+  DecodedString decoded;
+  for (std::size_t at = 0; at < in.size();) {
+    unsigned short unit = 0;
+    const int length = DecodeOne(in.substr(at), unit);
+    if (length < 0) {
+      decoded.result = -1;
+      return decoded;
+    }
+    decoded.units.push_back(unit);
+    at += static_cast<std::size_t>(length);
+  }
+  decoded.result = static_cast<int>(decoded.units.size());
+  return decoded;
+}
+
+}  // namespace plain

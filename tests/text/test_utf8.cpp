@@ -1,0 +1,266 @@
+// UTF-8: the fast kernels against the plain rules and against iconv, and the results and limits
+// that callers rely on.
+#include <doctest/doctest.h>
+#include <iconv.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "kvmbs.h"
+#include "kvstring.h"
+#include "text/plain_utf8.h"
+#include "text/random.h"
+
+namespace {
+
+std::vector<unsigned short> UnitsOf(const KvString& text) {
+  std::vector<unsigned short> units(text.Len());
+  if (!units.empty()) std::memcpy(units.data(), text.StrGet(), 2 * units.size());
+  return units;
+}
+
+KvString Latin1(const char* text) {
+  KvString made(1, 1);
+  made << text;
+  return made;
+}
+
+// Runs of ASCII, characters of every length and, where `damage` is not 0, one byte in so many
+// replaced by anything.
+std::string RandomBytes(Random& random, std::size_t length, unsigned damage) {
+  std::string bytes;
+  while (bytes.size() < length) {
+    const unsigned kind = random() % 16;
+    for (unsigned run = random() % 20; kind < 6 && run > 0; --run) {
+      bytes += static_cast<char>(1 + random() % 127);
+    }
+    if (kind < 6) continue;
+    const unsigned bits = kind < 11 ? 11 : kind < 15 ? 16 : 31;
+    const std::uint32_t character = (random() >> (32 - bits)) | 1;
+    std::size_t row = 0;
+    while (plain::kRows[row].largest < character) ++row;
+    int shift = plain::kRows[row].shift;
+    bytes += static_cast<char>(character >> shift | plain::kRows[row].leadValue);
+    while ((shift -= 6) >= 0) bytes += static_cast<char>((character >> shift & 0x3F) | 0x80);
+  }
+  for (char& byte : bytes) {
+    if (damage != 0 && random() % damage == 0) byte = static_cast<char>(random());
+  }
+  return bytes;
+}
+
+void CheckDecoders(const std::string& bytes) {
+  CAPTURE(bytes.size());
+  // A block of exactly the input's size, so that a sanitizer sees any read beyond it.
+  const auto exact = std::make_unique<char[]>(bytes.size());
+  std::memcpy(exact.get(), bytes.data(), bytes.size());
+  const int size = static_cast<int>(bytes.size());
+
+  const plain::DecodedString expected = plain::DecodeString(bytes);
+  KvString text(1, 7);
+  CHECK(KvMBS2KvString(exact.get(), text, size) == expected.result);
+  CHECK((UnitsOf(text) == expected.units));
+  CHECK(text.GetCodeSet() == 253);
+  CHECK(text.GetLanguage() == 7);
+  CHECK(text.GetBufferSize() == (expected.units.empty() ? 0 : 2 * expected.units.size() + 2));
+
+  const plain::DecodedString array = plain::DecodeArray(bytes);
+  for (const std::size_t room : {std::size_t{0}, array.units.size() / 2, array.units.size() + 3}) {
+    std::vector<unsigned short> out(room, 0xABCD);
+    CHECK(KvMultiByteStr2WCharStr(out.data(), static_cast<int>(room), exact.get(), size) ==
+          array.result);
+    const std::size_t stored = std::min(room, array.units.size());
+    CHECK(std::equal(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(stored),
+                     array.units.begin()));
+  }
+}
+
+}  // namespace
+
+TEST_CASE("every 16-bit character encodes and decodes as iconv has it") {
+  const iconv_t encoder = iconv_open("UTF-8", "UCS-2LE");
+  REQUIRE(encoder != reinterpret_cast<iconv_t>(-1));
+  for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+    CAPTURE(unit);
+    char bytes[4];
+    const int length = KvWChar2MultiByte(bytes, static_cast<wchar_t>(unit));
+    const std::string_view encoded(bytes, static_cast<std::size_t>(length));
+    unsigned short back = 0;
+    REQUIRE(KvMultiByte2WChar(&back, bytes, static_cast<unsigned>(length)) == length);
+    REQUIRE(back == unit);
+    if (unit >= 0xD800 && unit <= 0xDFFF) continue;  // no characters to iconv
+    auto source = static_cast<unsigned short>(unit);
+    char expected[8];
+    char *in = reinterpret_cast<char*>(&source), *out = expected;
+    std::size_t inLeft = 2, outLeft = sizeof expected;
+    REQUIRE(iconv(encoder, &in, &inLeft, &out, &outLeft) == 0);
+    REQUIRE(encoded == std::string_view(expected, sizeof expected - outLeft));
+  }
+  iconv_close(encoder);
+}
+
+TEST_CASE("one character: the table's rules for every pair of bytes and for long sequences") {
+  unsigned short unit = 0, expected = 0;
+  for (unsigned pair = 0; pair <= 0xFFFF; ++pair) {
+    const char bytes[] = {static_cast<char>(pair >> 8), static_cast<char>(pair)};
+    const int length = KvMultiByte2WChar(&unit, bytes, 2);
+    REQUIRE(length == plain::DecodeOne({bytes, 2}, expected));
+    if (length > 0) REQUIRE(unit == expected);
+  }
+  Random random(1);
+  for (int round = 0; round < 300000; ++round) {
+    // A lead byte, then mostly continuation bytes: all lengths, overlong forms, cut sequences.
+    char bytes[7] = {static_cast<char>(0xC0 | random())};
+    for (int i = 1; i < 7; ++i) bytes[i] = static_cast<char>(0x80 | (random() % 64));
+    if (random() % 3 == 0) bytes[1] = static_cast<char>(0x80 | random() % 8);
+    if (random() % 4 == 0) bytes[1 + random() % 6] = static_cast<char>(random());
+    const unsigned available = 1 + random() % 7;
+    const int length = KvMultiByte2WChar(&unit, bytes, available);
+    REQUIRE(length == plain::DecodeOne({bytes, available}, expected));
+    if (length > 0) REQUIRE(unit == expected);
+  }
+  CHECK(KvMultiByte2WChar(&unit, "\xF0\x9F\x98\x80", 4) == 4);
+  CHECK(unit == 0xF600);
+  CHECK(KvMultiByte2WChar(&unit, nullptr, 3) == 0);
+  CHECK(KvMultiByte2WChar(&unit, "a", 0) == -1);
+  CHECK(KvWChar2MultiByte(nullptr, L'a') == 0);
+}
+
+TEST_CASE("runs decode as their characters do one by one") {
+  Random random(2);
+  for (int round = 0; round < 3000; ++round) {
+    CheckDecoders(RandomBytes(random, random() % 400, round % 3 == 0 ? 0 : 200));
+  }
+  // Damage and a zero byte at every place of a block.
+  for (std::size_t at = 0; at < 40; ++at) {
+    for (const char* piece : {"\x80", "\xC3\xA9", "\xE9", "\xF0\x90\x80\x80", "\xFF", "\xC3"}) {
+      std::string bytes = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGH";
+      CheckDecoders(bytes.insert(at, piece));
+    }
+    std::string zero(48, 'x');
+    zero[at] = 0;
+    CheckDecoders(zero);
+  }
+}
+
+TEST_CASE("a string takes 32,767 bytes and holds 32,765 characters") {
+  for (const std::size_t size : {32765, 32766, 32767, 32768, 32769, 40000}) {
+    CheckDecoders(std::string(size, 'a'));
+  }
+  CheckDecoders(std::string(32766, 'a') + "\xC3\xA9");  // the last character passes the ceiling
+  CheckDecoders(std::string(32767, 'a') + "\xC3\xA9");
+  std::string euros;
+  while (euros.size() < 33000) euros += "\xE2\x82\xAC";
+  CheckDecoders(euros);
+}
+
+TEST_CASE("empty and null input, and a string decoded into itself") {
+  KvString text("something");
+  CHECK(KvMBS2KvString(nullptr, text, 5) == 0);
+  CHECK(text.IsEmpty());
+  CHECK(text.GetCodeSet() == 253);
+  text = "something";
+  CHECK(KvMultiByteString2KvString("abc", text, 0) == 0);
+  CHECK(text.GetBufferSize() == 0);
+  CHECK(KvMBS2KvString("abc", text, -4) == 0);
+  CHECK(KvMultiByteStr2WCharStr(nullptr, 5, "abc", 3) == 3);
+  CHECK(KvMultiByteStr2WCharStr(nullptr, 5, nullptr, 3) == 0);
+
+  KvString self("caf\xC3\xA9");
+  CHECK(KvMultiByteString2KvString(self, self) == 5);
+  CHECK((UnitsOf(self) == std::vector<unsigned short>{'c', 'a', 'f', 0xE9}));
+}
+
+TEST_CASE("encoding into buffers of every size splits no character") {
+  Random random(3);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<unsigned short> units(random() % 40 + 1);
+    std::string whole;
+    std::vector<std::size_t> ends{0};
+    for (unsigned short& unit : units) {
+      const unsigned bits = random() % 4 == 0 ? 16 : random() % 3 == 0 ? 11 : 7;
+      unit = static_cast<unsigned short>((random() >> (32 - bits)) | 1);
+      whole += plain::Encode(unit);
+      ends.push_back(whole.size());
+    }
+    const KvString text(units.data(), static_cast<unsigned short>(units.size()));
+    CHECK(KvMBSLength(text, 65535) == static_cast<int>(whole.size()));
+    for (std::size_t n = 0; n < ends.size(); ++n) {
+      CHECK(KvMBSLength(text, static_cast<unsigned short>(n)) == static_cast<int>(ends[n]));
+    }
+    for (std::size_t size = 0; size < whole.size() + 3; ++size) {
+      CAPTURE(size);
+      const auto buffer = std::make_unique<char[]>(size);
+      std::memset(buffer.get(), '#', size);
+      const int result = KvString2KvMBS(text, buffer.get(), static_cast<int>(size));
+      const std::size_t fit = *std::prev(std::upper_bound(ends.begin(), ends.end(), size));
+      const bool complete = size >= whole.size();
+      CHECK(result == static_cast<int>(complete ? fit : 0) - static_cast<int>(complete ? 0 : fit));
+      CHECK(std::memcmp(buffer.get(), whole.data(), fit) == 0);
+      if (complete && size > whole.size()) CHECK(buffer[whole.size()] == 0);
+      if (!complete && fit < size) CHECK(buffer[fit] == '#');
+    }
+  }
+}
+
+TEST_CASE("ASCII in an 8-bit code set goes as it is") {
+  char buffer[8];
+  std::memset(buffer, '#', sizeof buffer);
+  CHECK(KvString2KvMBS(Latin1("hello"), buffer, 3) == -5);
+  CHECK(std::memcmp(buffer, "hel#", 4) == 0);
+  CHECK(KvString2KvMBS(Latin1("hello"), buffer, 5) == 5);
+  CHECK(buffer[5] == '#');
+  CHECK(KvString2KvMBS(Latin1("hello"), buffer, 8) == 5);
+  CHECK(std::memcmp(buffer, "hello\0\0\0", 8) == 0);
+  CHECK(KvString2KvMBS(Latin1("hello"), nullptr, 8) == -5);
+  CHECK(KvString2KvMBS(Latin1("hello"), buffer, -1) == -5);
+  CHECK(KvMBSLength(Latin1("hello"), 2) == 5);  // the shortcut measures the whole text
+  CHECK(KvMBSLength(Latin1("hello"), 0) == 0);
+  KvString bytes(6, 1);
+  bytes << "hello";
+  CHECK(KvMBSLength(bytes, 2) == 2);
+  CHECK(KvMBSLength(KvString(6, 1), 2) == 0);
+}
+
+TEST_CASE("other text of an 8-bit code set goes through Unicode") {
+  char buffer[16];
+  const KvString cafe = Latin1("caf\xE9!");
+  CHECK(KvMBSLength(cafe, 65535) == 6);
+  CHECK(KvMBSLength(cafe, 4) == 5);
+  CHECK(KvString2KvMBS(cafe, buffer, sizeof buffer) == 6);
+  CHECK(std::strcmp(buffer, "caf\xC3\xA9!") == 0);
+  CHECK(KvString2KvMBS(cafe, buffer, 4) == -3);
+  KvString cyrillic(10, 1);  // KOI8-R
+  cyrillic << static_cast<char>(0xC1);
+  KvString target(10, 1);
+  KvString letter(static_cast<unsigned short>(0x0430));
+  target << letter;
+  CHECK(KvString2KvMBS(target, buffer, sizeof buffer) == 2);
+  CHECK(std::strcmp(buffer, "\xD0\xB0") == 0);
+}
+
+TEST_CASE("a big enough buffer is provided where the caller's is not") {
+  char own[8] = "";
+  char* buffer = own;
+  int size = sizeof own;
+  CHECK(KvString2MultiByteString(Latin1("caf\xE9"), buffer, size) == 5);
+  CHECK(buffer == own);
+  CHECK(size == 8);
+
+  own[0] = '#';
+  size = 4;
+  CHECK(KvString2MultiByteString(Latin1("caf\xE9"), buffer, size) == 5);
+  CHECK(buffer != own);
+  CHECK(own[0] == '#');
+  CHECK(size == 6);
+  CHECK(std::strcmp(buffer, "caf\xC3\xA9") == 0);
+  delete[] buffer;
+
+  buffer = nullptr;
+  size = 100;
+  CHECK(KvString2MultiByteString(KvString(), buffer, size) == 0);
+  REQUIRE(buffer != nullptr);
+  CHECK(std::strlen(buffer) == 0);
+  delete[] buffer;
+}
