@@ -1,0 +1,84 @@
+// hashstring.cpp - the three exported hashes of a text. Each is a walk that folds one key a step
+// into the hash; they differ in what a key is.
+#include "kvhash.h"
+#include "kvstring.h"
+#include "kvstring/collate.h"
+#include "kvstring/string_edit.h"
+
+namespace kv {
+
+namespace {
+
+constexpr unsigned Fold(unsigned hash, unsigned key) {
+  return hash * 9 + key;
+}
+
+unsigned HashBytes(const unsigned char* bytes, short length) {
+  unsigned hash = 0;
+  if (bytes == nullptr) return hash;
+  if (length < 0) {
+    for (; *bytes != 0; ++bytes) hash = Fold(hash, *bytes);
+  } else {
+    for (short step = 0; step < length; ++step) hash = Fold(hash, bytes[step]);
+  }
+  return hash;
+}
+
+unsigned HashOrders(const Text& text, short length) {
+  OrderCursor cursor(text);
+  const unsigned char sortClass = SortClassOf(text.language);
+  unsigned hash = 0;
+  if (length < 0) {
+    while (const unsigned short order = cursor.Next())
+      hash = Fold(hash, OrderKey(sortClass, order));
+  } else {
+    for (short step = 0; step < length; ++step) {
+      hash = Fold(hash, OrderKey(sortClass, cursor.Next()));
+    }
+  }
+  return hash;
+}
+
+// Folds the units of a string up to the first zero one, as Key sees them.
+template <class Unit, class Key>
+unsigned HashUnits(const char* text, Key key) {
+  unsigned hash = 0;
+  for (;; text += sizeof(Unit)) {
+    Unit unit;
+    std::memcpy(&unit, text, sizeof unit);
+    if (unit == 0) return hash;
+    hash = Fold(hash, key(unit));
+  }
+}
+
+template <class Key>
+unsigned HashUnits(const KvString& text, Key key) {
+  // Every other code set goes by bytes, other 16-bit numbers too: stored hashes depend on it.
+  return text.GetCodeSet() == kvCodeSetUnicode ? HashUnits<unsigned short>(text.StrGet(), key)
+                                               : HashUnits<char>(text.StrGet(), key);
+}
+
+}  // namespace
+
+}  // namespace kv
+
+unsigned HashString(unsigned char codeSet, unsigned char language, const char* data, short length,
+                    unsigned char option) {
+  if (kv::Text{codeSet, language, data}.IsNull()) return kvNullHash;
+  if (length == 0 || length < -1) return 0;
+  if (codeSet == 255) codeSet = KvLanguageContext::GetDefault8CodeSet();
+  if (language == 255) language = KvLanguageContext::GetDefaultLanguage();
+  if (codeSet == kvCodeSetBytes) {
+    return kv::HashBytes(reinterpret_cast<const unsigned char*>(data), length);
+  }
+  const unsigned units = length < 0 ? kv::kToTerminator : static_cast<unsigned>(length);
+  return kv::HashOrders({codeSet, language, data, units, option}, length);
+}
+
+unsigned HashKvString(const KvString& text) {
+  return kv::HashUnits(text, [](auto unit) { return static_cast<unsigned>(unit); });
+}
+
+unsigned HashKvString7(const KvString& text) {
+  return kv::HashUnits(text, [](auto unit) { return static_cast<unsigned>(unit) & 0x7F; });
+}
