@@ -17,6 +17,10 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 add_library(kv_options INTERFACE)
 target_compile_options(kv_options INTERFACE
   -fsigned-char -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # Unique symbols would keep the libraries loaded for good after dlclose.
+  target_compile_options(kv_options INTERFACE -fno-gnu-unique)
+endif()
 if(KV_ABI32)
   # SSE arithmetic: the x87 unit would carry excess precision into stored values.
   target_compile_options(kv_options INTERFACE -m32 -msse2 -mfpmath=sse)

@@ -8,6 +8,12 @@
 
 extern "C" {
 
+// A reference is a pointer to every C caller, which is what clang warns of.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#endif
+
 // Fills each slot whose pointer is not null: the compiler's own identification, the build number
 // (1927), "Zembla Typemanager 14.0.1.57.0 " (the trailing blank is part of it; the buffer belongs
 // to the module and is rebuilt on every call), the build date and the internal name.
@@ -36,5 +42,9 @@ KV_EXPORT int& ___KvTypeMgrOptions();
 // manager of format version 5 unless one is in place. 0 detaches: frees the default type manager,
 // whoever installed it, and the process-wide texts.
 KV_EXPORT void ___KvTypemgrContext(int attach);
+
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 
 }  // extern "C"

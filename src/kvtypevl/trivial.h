@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kvtypemgr.h"
+#include "kvtypevl/row.h"
 
 namespace kv {
 
@@ -39,7 +40,9 @@ struct TrivialRow {
   static void* DefaultValue(unsigned, int) { return nullptr; }
   static int Step(void*, unsigned, unsigned char, unsigned char) { return kvNotSupported; }
 
-  static constexpr KvTypeDescriptor Slots() {
+  static int SetNull(void*) { return kvNotSupported; }
+
+  static constexpr KvTypeDescriptor Slots(Nulls nulls = Nulls::kNo) {
     return {
         .typeName = nullptr,
         .typeIdName = nullptr,
@@ -61,7 +64,7 @@ struct TrivialRow {
         .copy = Copy,
         .translate = Translate,
         .isNull = IsNull,
-        .setNull = nullptr,
+        .setNull = nulls == Nulls::kYes ? SetNull : nullptr,
         .format = nullptr,
         .print = Print,
         .scan = Scan,

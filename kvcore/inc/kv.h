@@ -1,0 +1,14 @@
+// kv.h - everything the type manager offers, in one include. Each header below is the manual of its
+// part; start with kvtypemgr.h.
+#pragma once
+
+#include "kvbase.h"
+#include "kvchar.h"
+#include "kvcompare.h"
+#include "kvint64.h"
+#include "kvmodule.h"
+#include "kvstring.h"
+#include "kvtypeid.h"
+#include "kvtypemgr.h"
+#include "zbs.h"
+#include "zin.h"

@@ -1,0 +1,28 @@
+// The two catalogues: what every type id means. Arrays of pointers to rows; the rows themselves are
+// mutable process-wide data (the exchange operations), the arrays are not.
+#pragma once
+
+#include <array>
+
+#include "kvtypemgr.h"
+
+namespace kv {
+
+inline constexpr int kRowCount = 47;
+inline constexpr int kOldRowCount = 28;
+inline constexpr int kIllegalRow = 46;
+
+// Format version 4 and above, and below 4. The two share their rows but the string row: the old one
+// has its own stored form and no null.
+extern const std::array<KvTypeDescriptor*, kRowCount> currentCatalogue;
+extern const std::array<KvTypeDescriptor*, kOldRowCount> oldCatalogue;
+
+// The row of a type id. Ids below 100 are their own row, also where there is none (47 to 99 and
+// negative ones: callers ask IsValidType). Every id from 100 on is the illegal row, deliberately:
+// schemas of later releases load, and their unknown types answer harmlessly.
+constexpr int RowOf(char id) {
+  if (id < 100) return id;
+  return id - 54 < kIllegalRow ? id - 54 : kIllegalRow;
+}
+
+}  // namespace kv

@@ -1,0 +1,114 @@
+// The module's description, its options, and its process-wide context: the default type manager,
+// made when the shared library is loaded and freed when it is unloaded.
+
+#include "kvmodule.h"
+
+#include <cstdio>
+#include <new>
+
+#include "kvtypemgr.h"
+#include "zin.h"
+
+namespace {
+
+constexpr unsigned kMajor = 14;
+constexpr unsigned kMinor = 0;
+constexpr unsigned kRelease = 1;
+constexpr unsigned kBuild = 57;
+constexpr unsigned kPatch = 0;
+constexpr unsigned kBuildNumber = 1927;
+constexpr unsigned kAttachedVersion = 5;
+
+constexpr char kDescription[] = "Zembla Typemanager";
+constexpr char kVersion[] = "14.0.1.57.0";
+constexpr char kInternalName[] = "ZM140Ztms142";
+// Two blanks before a one-digit day.
+constexpr char kBuildDate[] = "Oct  6 2021";
+constexpr char kBuildDateAndTime[] = "Oct  6 2021 14:09:32";
+#if defined(__clang__)
+constexpr char kCompiler[] = __VERSION__;
+#else
+constexpr char kCompiler[] = "g++ " __VERSION__;
+#endif
+
+int options = 0;
+char descriptionBuffer[64];
+constinit const unsigned char reservedBlock[16] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                                   0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+
+KvTypeMgr* defaultTypeMgr = nullptr;
+
+template <class T>
+void Fill(T* slot, T value) {
+  if (slot != nullptr) *slot = value;
+}
+
+}  // namespace
+
+void GetKvTypeMgrInfo(const char** compiler, unsigned long* buildNumber, const char** description,
+                      const char** date, const char** internalName) {
+  // The blank behind the version is part of the text; loaders compare it whole.
+  std::snprintf(descriptionBuffer, sizeof descriptionBuffer, "%s %s ", kDescription, kVersion);
+  Fill<const char*>(compiler, kCompiler);
+  Fill<unsigned long>(buildNumber, kBuildNumber);
+  Fill<const char*>(description, descriptionBuffer);
+  Fill<const char*>(date, kBuildDate);
+  Fill<const char*>(internalName, kInternalName);
+}
+
+const char* KvDescribeDll(unsigned& major, unsigned& minor, unsigned& release, unsigned& build,
+                          unsigned& patch, const char*& internalName, const char*& buildDateAndTime,
+                          const char*& furtherField, unsigned& buildNumber, const char*& compiler,
+                          const void*& reserved) {
+  major = kMajor;
+  minor = kMinor;
+  release = kRelease;
+  build = kBuild;
+  patch = kPatch;
+  internalName = kInternalName;
+  buildDateAndTime = kBuildDateAndTime;
+  furtherField = "unknown";
+  buildNumber = kBuildNumber;
+  compiler = kCompiler;
+  reserved = reservedBlock;
+  return kDescription;
+}
+
+int KvCheckDll(int flags) {
+  return CheckKvVersionNumber(kMajor, kMinor, kRelease, kBuild, kPatch, flags | 3);
+}
+
+int& ___KvTypeMgrOptions() {
+  return options;
+}
+
+void ___KvTypemgrContext(int attach) {
+  ___KvI18NContext(attach);
+  if (attach == 0) {
+    delete defaultTypeMgr;
+    defaultTypeMgr = nullptr;
+    return;
+  }
+  // Loading the library has attached it already: a host that attaches again keeps what is there.
+  if (defaultTypeMgr != nullptr) return;
+  defaultTypeMgr = new (std::nothrow) KvTypeMgr(kAttachedVersion);
+  if (defaultTypeMgr == nullptr) KvCallMemoryHandler(sizeof(KvTypeMgr));
+}
+
+KvTypeMgr* DefaultTypeMgr(KvTypeMgr* replacement) {
+  KvTypeMgr* previous = defaultTypeMgr;
+  if (replacement != nullptr) defaultTypeMgr = replacement;
+  return previous;
+}
+
+namespace {
+
+[[gnu::constructor]] void AttachOnLoad() {
+  ___KvTypemgrContext(1);
+}
+
+[[gnu::destructor]] void DetachOnUnload() {
+  ___KvTypemgrContext(0);
+}
+
+}  // namespace

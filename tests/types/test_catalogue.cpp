@@ -1,0 +1,215 @@
+// The catalogue as callers see it, through KvTypeMgr: an independent copy of the table, and the
+// odd corners of the id mapping.
+
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <string>
+
+#include "kv.h"
+
+namespace {
+
+struct Expected {
+  const char* name;
+  const char* idName;
+  unsigned memory;  // bytes where pointers have four
+  bool fixed;
+  bool null;
+  const char* format;
+};
+
+const Expected kTable[47] = {
+    {"o_char", "Kv1B_T", 1, true, false, "%c"},
+    {"o_2b", "Kv2B_T", 2, true, false, "%hd"},
+    {"o_4b", "Kv4B_T", 4, true, false, "%ld"},
+    {"o_double", "KvDOUBLE_T", 8, true, false, "%.17g"},
+    {"o_float", "KvFLOAT_T", 4, true, false, "%.17g"},
+    {"o_u2b", "KvU2B_T", 2, true, false, "%hu"},
+    {"o_u4b", "KvU4B_T", 4, true, false, "%lu"},
+    {"int", "KvINT_T", 4, true, false, "%d"},
+    {"unsigned", "KvUNSIGNED_T", 4, true, false, "%u"},
+    {"enum", "KvENUM_T", 4, true, false, "%d"},
+    {"o_u1b", "KvU1B_T", 1, true, false, "%c"},
+    {"KvString", "KvSTRING_T", 8, false, true, "%s"},
+    {"KvDate", "KvDATE_T", 4, true, true, "%a %e.%b %Y"},
+    {"KvTime", "KvTIME_T", 3, true, true, "%I:%M:%S %p"},
+    {"BlockId", "KvBLOCKID_T", 4, true, false, "#%lu"},
+    {"KvObjId", "KvOBJID_T", 12, true, true, "(%H-%L#%B)"},
+    {"KvClassId", "KvCLID_T", 4, true, true, "(%Cv%V)"},
+    {"KvRef", "KvREF_T", 16, true, true, "(%D:%H-%L#%B, %C)"},
+    {"KvBlob", "KvBLOB_T", 4, false, true, "[BLOB,len=%L]"},
+    {"KvDateTime", "KvDATIME_T", 8, true, true, "%a %e.%b %Y %I:%M:%S %p"},
+    {"KvIString", "KvISTRING_T", 8, false, false, "%s"},
+    {"KvCaseIString", "KvCASEISTRING_T", 8, false, false, "%s"},
+    {"d_Date", "D_DATE_T", 4, true, false, "%a %b %e"},
+    {"d_Time", "D_TIME_T", 6, true, false, "%I:%M:%S %p"},
+    {"d_Timestamp", "D_TIMESTAMP_T", 10, true, false, "%a %b %e %I:%M:%S %p"},
+    {"d_Interval", "D_INTERVAL_T", 4, true, false, "%e days, %I hours, %M minutes, %S seconds"},
+    {"KvInt64", "KvINT64_T", 8, true, false, "%S"},
+    {"KvBoolean", "KvBOOLEAN_T", 1, true, true, "noop"},
+    {"KvNull_char", "KvNULL_1B_T", 2, true, true, "%c"},
+    {"KvNull_uchar", "KvNULL_U1B_T", 2, true, true, "%c"},
+    {"KvNull_short", "KvNULL_2B_T", 4, true, true, "%hd"},
+    {"KvNull_ushort", "KvNULL_U2B_T", 4, true, true, "%hu"},
+    {"KvNull_int", "KvNULL_INT_T", 8, true, true, "%d"},
+    {"KvNull_unsigned", "KvNULL_UNSIGNED_T", 8, true, true, "%u"},
+    {"KvNull_long", "KvNULL_4B_T", 8, true, true, "%ld"},
+    {"KvNull_ulong", "KvNULL_U4B_T", 8, true, true, "%lu"},
+    {"KvNull_float", "KvNULL_FLOAT_T", 8, true, true, "%.17g"},
+    {"KvNull_double", "KvNULL_DOUBLE_T", 16, true, true, "%.17g"},
+    {"KvNull_KvInt64", "KvNULL_KVINT64_T", 12, true, true, "%S"},
+    {"KvSeal", "KvSEAL_T", 6, true, false, "noop"},
+    {"KvDateTimeN", "KvDATIME_N_T", 12, true, true, "%X"},
+    {"KvTimeSpan", "KvTIMESPAN_T", 12, true, true, "%V"},
+    {"o_8b", "Kv8B_T", 8, true, false, "%I64d"},
+    {"o_u8b", "KvU8B_T", 8, true, false, "%I64u"},
+    {"KvNull_8b", "KvNULL_8B_T", 16, true, true, "%I64d"},
+    {"KvNull_u8b", "KvNULL_U8B_T", 16, true, true, "%I64u"},
+    {"illegal", "KvRES_T", 0, true, false, "illegal"},
+};
+
+unsigned MemoryHere(char id, const Expected& row) {
+  if (sizeof(void*) == 4) return row.memory;
+  if (id == KvSTRING_T || id == KvISTRING_T || id == KvCASEISTRING_T) return 16;
+  return id == KvBLOB_T ? 8 : row.memory;
+}
+
+}  // namespace
+
+TEST_CASE("every row has its name, size, format and null capability") {
+  KvTypeMgr types;
+  for (char id = 0; id < 47; ++id) {
+    const Expected& row = kTable[static_cast<int>(id)];
+    CAPTURE(row.name);
+    char buffer[32];
+    CHECK(types.NameGet(id, nullptr) == std::string(row.name));
+    CHECK(types.TypeIdNameGet(id, buffer) == std::string(row.idName));
+    CHECK(types.MemLenGet(id, 1) == MemoryHere(id, row));
+    CHECK(types.IsFixed(id) == (row.fixed ? 1 : 0));
+    CHECK(types.SupportsNullValue(id) == (row.null ? 1 : 0));
+    CHECK(types.ExchangeFormat(id, nullptr) == std::string(row.format));
+    char found = -1;
+    CHECK(types.Name2KvTypeId(row.name, found) == 0);
+    CHECK(found == id);
+    // Slots that callers use without a test are never null.
+    CHECK((types.CmpFuncPtrGet(id) != nullptr));
+    CHECK((types.StorePtrGet(id) != nullptr));
+    CHECK((types.LoadPtrGet(id) != nullptr));
+    CHECK((types.ConstructorPtrGet(id) != nullptr));
+    CHECK((types.DestructorPtrGet(id) != nullptr));
+    CHECK((types.AssignmentPtrGet(id) != nullptr));
+    CHECK((types.CopyPtrGet(id) != nullptr));
+    CHECK((types.IsNullPtrGet(id) != nullptr));
+    CHECK(types.ComparePtrGet(id) == nullptr);
+  }
+}
+
+TEST_CASE("ids beyond the rows") {
+  KvTypeMgr types;
+  for (int id = -128; id < 128; ++id) {
+    CAPTURE(id);
+    const bool valid = id < 47 || id >= 100;
+    CHECK(types.IsValidType(static_cast<char>(id)) == (valid ? 1 : 0));
+  }
+  for (int id = 100; id < 128; ++id) {
+    CHECK(types.NameGet(static_cast<char>(id), nullptr) == std::string("illegal"));
+    CHECK(types.SupportsCapability(static_cast<char>(id), 2) == 0);
+  }
+  char id = 7;
+  CHECK(types.Name2KvTypeId("O_4B", id) == 1);
+  CHECK(id == 47);
+  CHECK(types.MemLenGet(KvREF_T, 5000) == 14464);  // 80,000 modulo 65,536
+}
+
+TEST_CASE("capabilities") {
+  KvTypeMgr types;
+  std::string integral;
+  std::string stamped;
+  for (char id = 0; id < 47; ++id) {
+    if (types.SupportsCapability(id, 2)) integral += std::to_string(id) + " ";
+    if (types.SupportsCapability(id, 3)) stamped += std::to_string(id) + " ";
+    CHECK(types.SupportsCapability(id, 4) == 0);
+    CHECK(types.SupportsCapability(id, 0) == 0);
+  }
+  CHECK(integral == "0 1 2 5 6 7 8 9 10 15 26 42 43 ");
+  CHECK(stamped == "12 13 19 22 23 24 40 ");
+}
+
+TEST_CASE("the illegal row answers every operation harmlessly") {
+  KvTypeMgr types;
+  const char id = 111;
+  char value = 5;
+  int status = 9;
+  KvString text("left alone");
+  unsigned short predicate = 1;
+  CHECK(types.Create(id, 3) == nullptr);
+  CHECK(types.Delete(id, nullptr, 3) == nullptr);
+  CHECK(types.Store(id, &value, &value, 8, 1) == 0);
+  CHECK(types.DiskLenGet(id, &value, 0, 1, 0) == 0);
+  CHECK(types.Cmp(id, 0, &value, 0, &value, 0, 1, 8, status) == 0);
+  CHECK(status == 0);
+  CHECK(types.Hash(id, 0, &value, 1, 8, status) == 0);
+  CHECK(types.EvalAndBound(id, nullptr, predicate, &value, 8, 1, nullptr, nullptr) == 0.0f);
+  CHECK(types.IsNullValue(id, &value) == 0);
+  CHECK(types.ConvertTo(id, &value, 1) == nullptr);
+  CHECK(types.ConvertFrom(id, nullptr, 1) == nullptr);
+  CHECK(types.DefaultValue(id, 1, 0) == nullptr);
+  CHECK(types.GetValue(id, &value, 0, 8, 'M') == kvNotSupported);
+  CHECK(types.SetNullValue(id, &value) == 0);
+  CHECK(&types.PrintToKvString(id, text, &value, nullptr, 1) == &text);
+  CHECK(std::strcmp(text.StrGet(), "left alone") == 0);
+  CHECK(types.ScanFromKvString(id, &value, text, nullptr, 1) == &value);
+  CHECK(value == 5);
+}
+
+TEST_CASE("format versions choose the catalogue") {
+  struct {
+    unsigned factory;
+    bool old;
+  } const cases[] = {{0, true},  {3, true},   {4, false},    {5, false},       {10, false},
+                     {11, true}, {12, false}, {4000, false}, {UINT_MAX, false}};
+  for (const auto& each : cases) {
+    CAPTURE(each.factory);
+    KvTypeMgr types(each.factory);
+    // Only the current string row has a null.
+    CHECK(types.SupportsNullValue(KvSTRING_T) == (each.old ? 0 : 1));
+    // Both share all other rows: a function exchanged through one shows in the other.
+    CHECK((types.StorePtrGet(Kv2B_T) == KvTypeMgr(5).StorePtrGet(Kv2B_T)));
+    types.SetFactory(5);
+    CHECK(types.SupportsNullValue(KvSTRING_T) == 1);
+  }
+}
+
+TEST_CASE("exchange operations replace for every manager and read with null") {
+  KvTypeMgr types;
+  KvTypeMgr other(3);
+  CHECK(types.ExchangeFormat(Kv4B_T, "<%ld>") == std::string("%ld"));
+  o_4b value = 7;
+  KvString text;
+  other.PrintToKvString(Kv4B_T, text, &value, nullptr, 1);
+  CHECK(std::strcmp(text.StrGet(), "<7>") == 0);
+  CHECK(types.ExchangeFormat(Kv4B_T, "%ld") == std::string("<%ld>"));
+  CHECK(types.ExchangeFormat(Kv4B_T, nullptr) == std::string("%ld"));
+
+  const KvCompareFunc original = types.ExchangeKvTypeCmpFunc(Kv4B_T, DwordCompare);
+  CHECK((original == &LongCompare));
+  o_4b minus = -1;
+  o_4b one = 1;
+  CHECK(other.Cmp(Kv4B_T, &minus, &one, 0, 1, 8) == 1);
+  CHECK((types.ExchangeKvTypeCmpFunc(Kv4B_T, original) == &DwordCompare));
+  CHECK(other.Cmp(Kv4B_T, &minus, &one, 0, 1, 8) == -1);
+
+  const KvPrintFunc print = types.ExchangePrintToKvStringFunc(
+      Kv4B_T, [](KvString& out, void*, const char*, unsigned) -> KvString& {
+        out = "n";
+        return out;
+      });
+  o_4b run[3] = {};
+  text = "";
+  other.PrintToKvString(Kv4B_T, text, run, nullptr, 3);
+  CHECK(std::strcmp(text.StrGet(), "n,n,n") == 0);
+  types.ExchangePrintToKvStringFunc(Kv4B_T, print);
+  const KvScanFunc scan = types.ExchangeScanFromKvStringFunc(Kv4B_T, nullptr);
+  CHECK((types.ExchangeScanFromKvStringFunc(Kv4B_T, scan) == scan));
+}

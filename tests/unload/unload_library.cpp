@@ -1,0 +1,54 @@
+// unload_library LIBRARY TIMES: loads the library, asks its default type manager a question and
+// unloads it, TIMES times. Exit 1 when the library stays loaded, does not attach, or the heap
+// grows.
+
+#include <dlfcn.h>
+#include <malloc.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+std::size_t HeapInUse() {
+  return mallinfo2().uordblks;
+}
+
+bool LoadOnce(const char* path) {
+  void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) {
+    std::fprintf(stderr, "%s\n", dlerror());
+    return false;
+  }
+  using Default = void* (*)(void*);
+  // The mangled name of DefaultTypeMgr(KvTypeMgr*).
+  auto getDefault = reinterpret_cast<Default>(dlsym(library, "_Z14DefaultTypeMgrP9KvTypeMgr"));
+  if (getDefault == nullptr || getDefault(nullptr) == nullptr) {
+    std::fprintf(stderr, "the library did not attach\n");
+    return false;
+  }
+  dlclose(library);
+  if (dlopen(path, RTLD_NOW | RTLD_NOLOAD) != nullptr) {
+    std::fprintf(stderr, "the library stayed loaded\n");
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 3) return 2;
+  const int times = std::atoi(arguments[2]);
+  // The first loads warm up the loader's own bookkeeping.
+  for (int i = 0; i < 10; ++i) {
+    if (!LoadOnce(arguments[1])) return 1;
+  }
+  const std::size_t before = HeapInUse();
+  for (int i = 0; i < times; ++i) {
+    if (!LoadOnce(arguments[1])) return 1;
+  }
+  const std::size_t after = HeapInUse();
+  std::printf("heap in use: %zu before, %zu after %d loads\n", before, after, times);
+  return after > before + 1024 ? 1 : 0;
+}

@@ -1,0 +1,185 @@
+// Base services: stored bytes against a byte-by-byte reference, the memory file, the clock, the
+// host's hooks.
+
+#include <doctest/doctest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "zbs.h"
+
+namespace {
+
+using StoreFunc = unsigned (*)(void*, const void*, unsigned char, unsigned);
+
+struct Family {
+  const char* name;
+  unsigned width;
+  StoreFunc store;
+  StoreFunc load;
+  unsigned (*size)(const void*, unsigned char, unsigned char, unsigned);
+  unsigned (*nullSize)(unsigned);
+};
+
+const Family kFamilies[] = {
+    {"char", 1, CharStore, CharStore, CharSizeGet, CharNullSizeGet},
+    {"short", 2, ShortStore, ShortStore, ShortSizeGet, ShortNullSizeGet},
+    {"long", 4, LongStore, LongStore, LongSizeGet, LongNullSizeGet},
+    {"int", 4, IntStore, IntLoad, IntSizeGet, IntNullSizeGet},
+    {"unsigned", 4, UnsignedStore, UnsignedLoad, IntSizeGet, IntNullSizeGet},
+    {"float", 4, FloatStore, FloatStore, FloatSizeGet, FloatNullSizeGet},
+    {"double", 8, DoubleStore, DoubleStore, DoubleSizeGet, DoubleNullSizeGet},
+    {"8b", 8, O_8BStore, O_8BStore, O_8BSizeGet, O_8BNullSizeGet},
+};
+
+std::vector<unsigned char> ReversedByHand(const std::vector<unsigned char>& bytes, unsigned width) {
+  std::vector<unsigned char> out;
+  for (std::size_t at = 0; at < bytes.size(); at += width) {
+    for (unsigned i = width; i-- > 0;) out.push_back(bytes[at + i]);
+  }
+  return out;
+}
+
+}  // namespace
+
+TEST_CASE("scalar runs of every length store and load in both byte orders") {
+  for (const Family& family : kFamilies) {
+    CAPTURE(family.name);
+    for (unsigned count = 0; count < 70; ++count) {
+      std::vector<unsigned char> memory(count * family.width);
+      std::iota(memory.begin(), memory.end(), static_cast<unsigned char>(count));
+      // One byte off, so that nothing relies on alignment.
+      std::vector<unsigned char> stored(memory.size() + 1, 0xEE);
+      for (unsigned char format : std::initializer_list<unsigned char>{0, 1, 2, 0x82, 8, 10}) {
+        CAPTURE(format);
+        const bool reversed = (format & 15) == 2;
+        REQUIRE(family.store(stored.data() + 1, memory.data(), format, count) == memory.size());
+        const std::vector<unsigned char> got(stored.begin() + 1, stored.end());
+        REQUIRE(got == (reversed ? ReversedByHand(memory, family.width) : memory));
+        std::vector<unsigned char> back(memory.size());
+        REQUIRE(family.load(back.data(), got.data(), format, count) == memory.size());
+        REQUIRE(back == memory);
+      }
+      REQUIRE(family.size(nullptr, 0, 2, count) == count * family.width);
+      REQUIRE(family.nullSize(count) == count * family.width);
+    }
+  }
+}
+
+TEST_CASE("a run converts in place, and single values like runs of one") {
+  unsigned char bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  LongStore(bytes, bytes, 2, 2);
+  CHECK(bytes[0] == 4);
+  CHECK(bytes[7] == 5);
+  const o_8b value = 0x0102030405060708;
+  unsigned char one[8];
+  CHECK(O_8BStoreOne(one, &value, 2) == 8);
+  CHECK(one[0] == 1);
+  CHECK(LongStoreOne(one, &value, 2) == 4);
+  CHECK(one[0] == 5);
+  CHECK(ShortStoreOne(one, &value, 1) == 2);
+  CHECK(one[0] == 8);
+}
+
+TEST_CASE("a memory file reads to its end and refuses to seek past it") {
+  MemFile file("abcdef", 6);
+  char buffer[8] = {};
+  CHECK(file.Read(buffer, 4) == 4);
+  CHECK(file.Tell() == 4);
+  CHECK(file.Read(buffer, 8) == 2);
+  CHECK(std::string(buffer, 4) == "efcd");
+  CHECK(file.Read(buffer, 1) == 0);
+  CHECK(file.Seek(7) == kvBadArgument);
+  CHECK(file.Tell() == 6);
+  CHECK(file.Seek(1) == kvOk);
+  CHECK(file.Read(buffer, 1) == 1);
+  CHECK(buffer[0] == 'b');
+  MemFile empty(nullptr, 5);
+  CHECK(empty.Size() == 0);
+  CHECK(empty.Read(buffer, 1) == 0);
+}
+
+TEST_CASE("the clock agrees with the C library in the zone of TZ") {
+  setenv("TZ", "XYZ-05:30", 1);
+  CHECK(bksgettimezone() == 330);
+  bdate date;
+  btime time;
+  bhirestime local;
+  bhirestime utc;
+  const std::time_t before = std::time(nullptr);
+  bksgetsystemtime(time, date);
+  bksGetHiresTime(local);
+  bksGetHiresTimeUTC(utc);
+  const auto seconds = [](const bhirestime& at) {
+    std::tm fields{};
+    fields.tm_year = at.date.year - 1900;
+    fields.tm_mon = at.date.month - 1;
+    fields.tm_mday = at.date.day;
+    fields.tm_hour = at.time.hour;
+    fields.tm_min = at.time.minute;
+    fields.tm_sec = at.time.second;
+    return timegm(&fields);
+  };
+  CHECK(seconds({date, time, 0}) - before <= 2);
+  CHECK(seconds(utc) - before <= 2);
+  CHECK(seconds(local) - seconds(utc) - 330 * 60 <= 1);
+  CHECK(local.time.zoneOffset == 19800);
+  CHECK(utc.time.zoneOffset == 0);
+  CHECK(utc.nanosecond < 1000000000);
+
+  CHECK((KvSetTimeZoneSource([] { return kvNoTimeZone; }) == nullptr));
+  CHECK(bksgettimezone() == kvNoTimeZone);
+  CHECK((KvSetTimeZoneSource(nullptr) != nullptr));
+  unsetenv("TZ");
+  tzset();
+}
+
+TEST_CASE("handlers are replaced and restored") {
+  static std::string seen;
+  const auto handler = [](const char* text, const char* source, int line) {
+    seen = std::string(text) + "|" + source + "|" + std::to_string(line);
+  };
+  CHECK((KIVO_SetAssertHandler(handler) == nullptr));
+  KIVO_assert("x < y", "src/here", 7);
+  CHECK(seen == "x < y|src/here|7");
+  CHECK((KIVO_SetAssertHandler(nullptr) == +handler));
+
+  static unsigned asked = 0;
+  const auto memory = [](unsigned size) { asked = size; };
+  CHECK((KvSetMemoryHandler(memory) == nullptr));
+  KvCallMemoryHandler(77);
+  CHECK(asked == 77);
+  CHECK((KvSetMemoryHandler(nullptr) == +memory));
+  KvCallMemoryHandler(78);
+  CHECK(asked == 77);
+}
+
+TEST_CASE("configuration values are told apart by section and name") {
+  KvConfig config;
+  CHECK(config.GetValue("debug", "stringOverflow", 9) == 9);
+  CHECK(config.SetValue("debug", "stringOverflow", 1) == kvOk);
+  CHECK(config.SetValue("debug", "other", 2) == kvOk);
+  CHECK(config.SetValue("debug", "stringOverflow", 3) == kvOk);
+  CHECK(config.GetValue("debug", "stringOverflow", 9) == 3);
+  CHECK(config.GetValue("debug", "other", 9) == 2);
+  CHECK(config.GetValue("Debug", "other", 9) == 9);
+  CHECK(config.SetValue("debug", std::string(60, 'n').c_str(), 1) == kvNotSupported);
+  int stored = 2;
+  while (config.SetValue("fill", std::to_string(stored).c_str(), 5) == kvOk) ++stored;
+  CHECK(stored == 32);
+  CHECK(&DefaultConfig() == &DefaultConfig());
+}
+
+TEST_CASE("versions fit as strictly as the flags ask") {
+  CHECK(CheckKvVersionNumber(14, 0, 1, 57, 0, 7) == kvOk);
+  CHECK(CheckKvVersionNumber(13, 0, 1, 57, 0, 0) == kvNotSupported);
+  CHECK(CheckKvVersionNumber(14, 1, 0, 0, 0, 0) == kvOk);
+  CHECK(CheckKvVersionNumber(14, 1, 0, 0, 0, 1) == kvNotSupported);
+  CHECK(CheckKvVersionNumber(14, 0, 2, 0, 0, 1) == kvOk);
+  CHECK(CheckKvVersionNumber(14, 0, 2, 0, 0, 2) == kvNotSupported);
+  CHECK(CheckKvVersionNumber(14, 0, 1, 58, 0, 3) == kvOk);
+  CHECK(CheckKvVersionNumber(14, 0, 1, 58, 0, 4) == kvNotSupported);
+}
