@@ -5,9 +5,11 @@
 // its value. Copies always hold:
 //
 //   KvString text("abc");
-//   text[1] = 'X';            // text is "aXc"
-//   KvChar copy = text[0];
-//   copy = 'Y';               // text is unchanged
+//   text[1] = 'X';                 // text is "aXc"
+//   KvChar place = text[0];        // no copy: the very character that text[0] made
+//   place = 'Y';                   // text is "YXc"
+//   KvChar copy(place);
+//   copy = 'Z';                    // text is unchanged
 //
 // Code sets above 224 have 16-bit units, all others bytes. In every constructor here 255 as code
 // set or language means the process's default.
@@ -55,6 +57,28 @@ class KV_EXPORT KvChar {
   // This character in code set `codeSet`, held. 0 and the own code set give a copy; a character
   // that `codeSet` lacks becomes "?".
   KvChar MapTo(unsigned char codeSet) const;
+
+  // Compare as one-character texts, see KvStrCmp (kvcollate.h); a lone unit is in the default 8-bit
+  // or 16-bit code set and the default language. Operation 65535 is the process's default.
+  int Compare(const KvChar& other, unsigned short compareOperation = 65535) const;
+  bool operator==(const KvChar& other) const { return Compare(other) == 0; }
+  bool operator==(char unit) const { return *this == KvChar(unit); }
+  bool operator==(unsigned short unit) const { return *this == KvChar(unit); }
+  bool operator!=(const KvChar& other) const { return Compare(other) != 0; }
+  bool operator!=(char unit) const { return *this != KvChar(unit); }
+  bool operator!=(unsigned short unit) const { return *this != KvChar(unit); }
+  bool operator<(const KvChar& other) const { return Compare(other) < 0; }
+  bool operator<(char unit) const { return *this < KvChar(unit); }
+  bool operator<(unsigned short unit) const { return *this < KvChar(unit); }
+  bool operator<=(const KvChar& other) const { return Compare(other) <= 0; }
+  bool operator<=(char unit) const { return *this <= KvChar(unit); }
+  bool operator<=(unsigned short unit) const { return *this <= KvChar(unit); }
+  bool operator>(const KvChar& other) const { return Compare(other) > 0; }
+  bool operator>(char unit) const { return *this > KvChar(unit); }
+  bool operator>(unsigned short unit) const { return *this > KvChar(unit); }
+  bool operator>=(const KvChar& other) const { return Compare(other) >= 0; }
+  bool operator>=(char unit) const { return *this >= KvChar(unit); }
+  bool operator>=(unsigned short unit) const { return *this >= KvChar(unit); }
 
   // What sort of character this is, by its property order.
   bool IsSpace() const;   // below 80: blanks, controls, the terminator
@@ -171,6 +195,10 @@ class KV_EXPORT KvStringIterator {
   // iterator takes over `list`, which comes from `new`. Code set 255: the iterator's own.
   void SetOverflow(KvWCharList* list, unsigned char codeSet = 255);
 
+  // The next collation order of the text, 0 at its end; a character that expands gives two. Moves
+  // over the character with its first order. `flags` is reserved: pass 0.
+  unsigned short GetNextOrder(unsigned short flags);
+
   // Applies `operation` to every character from here on and writes the results and a terminator
   // through `out`, which must have room for both. Characters that the operation hands over as
   // overflow are written as they are. Afterwards `out` is at the terminator.
@@ -181,6 +209,7 @@ class KV_EXPORT KvStringIterator {
 
   unsigned char GetCodeSet() const { return codeSet_; }
   unsigned char GetLanguage() const { return language_; }
+  unsigned char GetSortClass() const { return sortClass_; }
   const unsigned char* GetPosition() const { return position_; }
 
  private:
@@ -190,7 +219,7 @@ class KV_EXPORT KvStringIterator {
   unsigned Width() const { return codeSet_ > 224 ? 2 : 1; }
   bool IsPending() const;
 
-  const KvCodeSet* codeSetObject_;
+  const KvCodeSet* codeSetObject_;  // never null
   unsigned char codeSet_;
   unsigned char language_;
   unsigned char sortClass_;

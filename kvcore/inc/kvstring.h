@@ -188,8 +188,46 @@ class KV_EXPORT KvString {
   static int SetDefaultCodeSet(unsigned char codeSet);
   static int SetDefaultLanguage(unsigned char language);
   static int SetDefaultCmpOp(unsigned short compareOperation);
+  // The wildcards of comparison, off until set here; the character 0 turns one off again. Always 0.
+  static int SetAsterisk(const KvChar& character);
+  static int SetQuestion(const KvChar& character);
+  static int SetEscape(const KvChar& character);
   // An empty string of code set and language 0.
   static const KvString& EmptyString();
+
+  // --- Comparing, as KvStrCmp (kvcollate.h) orders the whole texts under the process's default
+  //     compare operation. ---
+
+  bool operator==(const KvString& other) const;
+  int operator!=(const KvString& other) const;  // the order itself: negative, 0 or positive
+  bool operator<(const KvString& other) const;
+  bool operator<=(const KvString& other) const;
+  bool operator>(const KvString& other) const;
+  bool operator>=(const KvString& other) const;
+  // The order of the first `maximumLength` characters (-1: all); operation 65535 is the default.
+  int Compare(const KvString& other, short maximumLength = -1,
+              unsigned short compareOperation = 65535) const;
+  // Equal in key order, texts of different languages as if both were of language 0.
+  bool EqualsIgnoreLanguage(const KvString& other) const;
+
+  // --- Searching. Texts match as they compare; operation 65535 is the default. ---
+
+  // The first position from `start` on where the text continues with `pattern`, -1 when there is
+  // none or the text is empty. The result is 16 bits wide: positions from 32,768 on come out
+  // negative, and only -1 means absent. A lone unit is taken in code set 0 or the default 16-bit
+  // one, and in this string's language; 0 is the empty pattern.
+  short Find(const KvString& pattern, unsigned short start = 0,
+             unsigned short compareOperation = 65535) const;
+  short Find(char unit, unsigned short start = 0, unsigned short compareOperation = 65535) const;
+  short Find(unsigned short unit, unsigned short start = 0,
+             unsigned short compareOperation = 65535) const;
+  short SubStringPos(const KvString& pattern, unsigned short compareOperation = 65535) const;
+
+  // Replaces every occurrence from `start` on, each by the pattern's number of characters. Nothing
+  // happens for an empty pattern. A replacement unit of 0 deletes.
+  void ReplaceAll(const KvString& pattern, const KvString& replacement, unsigned short start = 0);
+  void ReplaceAll(char from, char to, unsigned short start = 0);
+  void ReplaceAll(unsigned short from, unsigned short to, unsigned short start = 0);
 
   // --- Lifecycle, for values that live in raw memory ---
 
@@ -214,3 +252,12 @@ class KV_EXPORT KvString {
 KV_EXPORT KvString operator+(const KvString& a, const KvString& b);
 KV_EXPORT KvString operator+(const KvString& a, const char* b);
 KV_EXPORT KvString operator+(const char* a, const KvString& b);
+
+// Takes the next item of a delimited list: the text from `position` up to the next delimiter,
+// blanks trimmed at both ends. A delimiter at the very start of the list is passed over. Result: 0
+// with `position` behind the delimiter, or kvListEnd when there is no further item.
+//
+//   KvString list("a, b,,c"), item;
+//   for (unsigned short at = 0; KvSplitList(list, item, ",", at) == 0;) ...   // "a" "b" "" "c"
+KV_EXPORT int KvSplitList(KvString& list, KvString& item, const KvString& delimiter,
+                          unsigned short& position);

@@ -1,0 +1,185 @@
+// KvString: comparing, searching and what is built on searching; the wildcard characters.
+
+#include <algorithm>
+
+#include "kvcollate.h"
+#include "kvstring.h"
+#include "kvstring/collate.h"
+#include "kvstring/string_edit.h"
+
+namespace kv {
+namespace {
+
+constexpr unsigned short kDefaultOperation = 65535;
+constexpr short kWholeText = -1;
+
+unsigned short OperationOrDefault(unsigned short operation) {
+  return operation == kDefaultOperation ? KvLanguageContext::GetDefaultCmpOp() : operation;
+}
+
+int CompareStrings(const KvString& a, const KvString& b, short maximumLength,
+                   unsigned short operation) {
+  return KvStrCmp(a.GetCodeSet(), a.GetLanguage(), a.StrGet(), b.GetCodeSet(), b.GetLanguage(),
+                  b.StrGet(), operation, maximumLength, 1, nullptr);
+}
+
+Text TextOf(const KvString& string) {
+  return {string.GetCodeSet(), string.GetLanguage(), string.StrGet(), string.Len()};
+}
+
+// The position of `pattern` in `text` from `start` on as a plain number; -1 when it is not there.
+int FindPosition(const KvString& text, const Text& pattern, unsigned start,
+                 unsigned short operation) {
+  if (text.IsEmpty() || start > text.Len()) return -1;
+  return FindText(TextOf(text), pattern, OperationOrDefault(operation), start);
+}
+
+int SetWildcard(Wildcard wildcard, const KvChar& character) {
+  KvStringIterator one(character);
+  SetWildcardOrder(wildcard, one.GetNextOrder(0));
+  return kvOk;
+}
+
+}  // namespace
+}  // namespace kv
+
+bool KvString::operator==(const KvString& other) const {
+  return this == &other || kv::CompareStrings(*this, other, kv::kWholeText, GetDefaultCmpOp()) == 0;
+}
+
+int KvString::operator!=(const KvString& other) const {
+  return kv::CompareStrings(*this, other, kv::kWholeText, GetDefaultCmpOp());
+}
+
+bool KvString::operator<(const KvString& other) const {
+  return (*this != other) < 0;
+}
+bool KvString::operator<=(const KvString& other) const {
+  return (*this != other) <= 0;
+}
+bool KvString::operator>(const KvString& other) const {
+  return (*this != other) > 0;
+}
+bool KvString::operator>=(const KvString& other) const {
+  return (*this != other) >= 0;
+}
+
+int KvString::Compare(const KvString& other, short maximumLength,
+                      unsigned short compareOperation) const {
+  return kv::CompareStrings(*this, other, maximumLength, kv::OperationOrDefault(compareOperation));
+}
+
+bool KvString::EqualsIgnoreLanguage(const KvString& other) const {
+  const unsigned char language =
+      language_ == other.language_ ? language_ : static_cast<unsigned char>(0);
+  return KvStrCmp(codeSet_, language, StrGet(), other.codeSet_, language, other.StrGet(),
+                  kvCompareKeyOrder, kv::kWholeText, 1, nullptr) == 0;
+}
+
+short KvString::Find(const KvString& pattern, unsigned short start,
+                     unsigned short compareOperation) const {
+  return static_cast<short>(kv::FindPosition(*this, kv::TextOf(pattern), start, compareOperation));
+}
+
+short KvString::Find(char unit, unsigned short start, unsigned short compareOperation) const {
+  const kv::Text pattern{kvCodeSetBytes, language_, &unit, unit != 0 ? 1u : 0u};
+  return static_cast<short>(kv::FindPosition(*this, pattern, start, compareOperation));
+}
+
+short KvString::Find(unsigned short unit, unsigned short start,
+                     unsigned short compareOperation) const {
+  const kv::Text pattern{GetDefault16CodeSet(), language_, &unit, unit != 0 ? 1u : 0u};
+  return static_cast<short>(kv::FindPosition(*this, pattern, start, compareOperation));
+}
+
+short KvString::SubStringPos(const KvString& pattern, unsigned short compareOperation) const {
+  return Find(pattern, 0, compareOperation);
+}
+
+// The search goes on behind each replacement, so one that contains the pattern does not loop.
+void KvString::ReplaceAll(const KvString& pattern, const KvString& replacement,
+                          unsigned short start) {
+  if (&pattern == this || &replacement == this) {
+    ReplaceAll(KvString(pattern), KvString(replacement), start);
+    return;
+  }
+  const kv::Text wanted = kv::TextOf(pattern);
+  if (wanted.length == 0) return;
+  const unsigned short added = replacement.Len();
+  unsigned from = start;
+  for (;;) {
+    const int found = kv::FindPosition(*this, wanted, from, kv::kDefaultOperation);
+    if (found < 0) return;
+    const auto position = static_cast<unsigned short>(found);
+    Cut(position, static_cast<unsigned short>(wanted.length));
+    Insert(replacement, position);
+    from = position + added;
+  }
+}
+
+void KvString::ReplaceAll(char from, char to, unsigned short start) {
+  KvString pattern(from);
+  pattern.SetLanguage(language_);
+  ReplaceAll(pattern, KvString(to), start);
+}
+
+void KvString::ReplaceAll(unsigned short from, unsigned short to, unsigned short start) {
+  KvString pattern(from);
+  pattern.SetLanguage(language_);
+  ReplaceAll(pattern, KvString(to), start);
+}
+
+int KvString::SetAsterisk(const KvChar& character) {
+  return kv::SetWildcard(kv::Wildcard::kAsterisk, character);
+}
+
+int KvString::SetQuestion(const KvChar& character) {
+  return kv::SetWildcard(kv::Wildcard::kQuestion, character);
+}
+
+int KvString::SetEscape(const KvChar& character) {
+  return kv::SetWildcard(kv::Wildcard::kEscape, character);
+}
+
+int KvSplitList(KvString& list, KvString& item, const KvString& delimiter,
+                unsigned short& position) {
+  const kv::Text wanted = kv::TextOf(delimiter);
+  int end = kv::FindPosition(list, wanted, position, kv::kDefaultOperation);
+  while (end == 0) end = kv::FindPosition(list, wanted, ++position, kv::kDefaultOperation);
+  if (end < 0) {
+    end = list.Len();
+    if (position >= end) return kvListEnd;
+  }
+  item = list.Copy(position, static_cast<unsigned short>(end - position));
+  item.Trim();
+  position = static_cast<unsigned short>(end + 1);
+  return kvOk;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+int KvChar::Compare(const KvChar& other, unsigned short compareOperation) const {
+  const unsigned short units[2] = {Value(), 0};
+  const unsigned short otherUnits[2] = {other.Value(), 0};
+  return KvStrCmp(codeSet_, language_, reinterpret_cast<const char*>(units), other.codeSet_,
+                  other.language_, reinterpret_cast<const char*>(otherUnits),
+                  kv::OperationOrDefault(compareOperation), 1, 1, nullptr);
+}
+
+unsigned short KvStringIterator::GetNextOrder(unsigned short /*flags*/) {
+  if (pendingOrder_ != 0 && orderPosition_ == position_) {
+    const unsigned short second = pendingOrder_;
+    pendingOrder_ = 0;
+    return second;
+  }
+  pendingOrder_ = 0;
+  if (IsEOS()) return 0;
+  const KvChar character(**this);
+  const unsigned short unit = character.Value();
+  kv::OrderCursor orders({character.GetCodeSet(), language_, &unit, 1});
+  const unsigned short first = orders.Next();
+  pendingOrder_ = orders.Next();
+  ++*this;
+  orderPosition_ = position_;
+  return first;
+}

@@ -1,0 +1,127 @@
+// KvChar and KvStringIterator.
+#include <doctest/doctest.h>
+
+#include "string/text.h"
+
+TEST_CASE("a character refers into the text or holds its value") {
+  KvString text("abc");
+  text[1] = 'X';
+  CHECK(Bytes(text) == "aXc");
+  KvChar place = text[0];
+  KvChar copy(place);
+  copy = 'Y';
+  CHECK(Bytes(text) == "aXc");
+  CHECK(copy.Value() == 'Y');
+  text[2] = KvChar(static_cast<unsigned short>(0x20AC), 253, 1);
+  CHECK(Bytes(text) == "aX?");
+  text.SetCodeSetCode(2);
+  text[2] = KvChar(static_cast<unsigned short>(0x20AC), 253, 1);
+  CHECK(Bytes(text) == "aX\x80");
+  text[0] = static_cast<unsigned short>(0x1241);
+  CHECK(Bytes(text) == "AX\x80");
+
+  CHECK(text[3].Value() == 0);
+  CHECK(text[4].GetCodeSet() == 255);
+  CHECK(text[-1].GetCodeSet() == 255);
+  // Nobody writes into the text that all empty strings share.
+  KvString empty;
+  empty[0] = 'x';
+  CHECK(KvString().IsEmpty());
+  CHECK(empty.IsEmpty());
+}
+
+TEST_CASE("defaults, widths and byte order of a character") {
+  CHECK(KvChar('a').GetCodeSet() == 1);
+  CHECK(KvChar(static_cast<unsigned short>('a')).GetCodeSet() == 253);
+  CHECK(KvChar(static_cast<unsigned short>(0x1234), 1, 1).Value() == 0x34);
+  CHECK(KvChar('\xE9', 9, 1).MapTo(253).Value() == 0x0439);
+  CHECK(KvChar('\xE9', 9, 1).MapTo(0).GetCodeSet() == 9);
+
+  unsigned char units[] = {0x26, 0x03, 0x00, 0x41, 0, 0};
+  KvChar reversed(reinterpret_cast<char*>(units), 253, 1, 2);
+  CHECK(reversed.Value() == 0x2603);
+  reversed = static_cast<unsigned short>(0x0142);
+  CHECK(units[0] == 0x01);
+  CHECK(units[1] == 0x42);
+  reversed = KvChar('\xE9', 9, 1);
+  CHECK(units[0] == 0x04);
+  CHECK(units[1] == 0x39);
+  KvStringIterator each(reinterpret_cast<char*>(units), 253, 1, 2);
+  CHECK((*++each).Value() == 'A');
+  CHECK((++each).IsEOS());
+}
+
+TEST_CASE("classification by property order") {
+  const auto classes = [](unsigned short unit, unsigned char codeSet) {
+    const KvChar c(unit, codeSet, 1);
+    return std::string(c.IsSpace() ? "s" : "") + (c.IsSymbol() ? "y" : "") +
+           (c.IsDigit() ? "d" : "") + (c.IsAlpha() ? "a" : "") + (c.IsHan() ? "h" : "");
+  };
+  CHECK(classes(0, 1) == "s");
+  CHECK(classes(' ', 1) == "s");
+  CHECK(classes('\t', 253) == "s");
+  CHECK(classes('7', 1) == "d");
+  CHECK(classes('x', 253) == "a");
+  CHECK(classes('+', 1) == "y");
+  CHECK(classes(0xE9, 9) == "a");  // a Cyrillic letter in an 8-bit code set
+  CHECK(classes(0x4E2D, 253) == "h");
+  CHECK(classes(0x03B1, 253) == "a");
+}
+
+TEST_CASE("the iterator delivers overflow characters before it goes on") {
+  KvString text("\xDFz");
+  KvStringIterator each(text);
+  const KvChar first = (*each).ToUpper(&each);
+  CHECK(first.Value() == 'S');
+  CHECK(!each.IsEOS());
+  ++each;
+  CHECK((*each).Value() == 'S');
+  ++each;
+  CHECK((*each).Value() == 'z');
+  KvStringIterator copy(each);
+  CHECK(copy == each);
+  CHECK(((*copy++).Value()) == 'z');
+  CHECK(copy.IsEOS());
+  // Pending characters keep the end away; going back does not look at them.
+  auto* pending = new KvWCharList;
+  pending->Append(0x20AC);
+  copy.SetOverflow(pending, 253);
+  CHECK(!copy.IsEOS());
+  KvStringIterator withPending = copy;
+  CHECK((*copy).GetCodeSet() == 253);
+  CHECK((*withPending).Value() == 0x20AC);
+  copy.Step(0);
+  CHECK(copy == each);
+
+  KvString none;
+  CHECK(KvStringIterator(none).IsEOS());
+  KvStringIterator nowhere(static_cast<const char*>(nullptr), 1, 1);
+  CHECK(nowhere.IsEOS());
+  CHECK((*nowhere).Value() == 0);
+  each.Destroy();
+  CHECK(each.IsEOS());
+}
+
+TEST_CASE("an iterator over one character keeps its own copy") {
+  KvString text("ab");
+  KvStringIterator one(text[1]);
+  KvStringIterator copy = one;
+  text[1] = 'X';
+  CHECK((*one).Value() == 'b');
+  CHECK((*copy).Value() == 'b');
+  CHECK(!(copy == one));
+  CHECK((++copy).IsEOS());
+}
+
+TEST_CASE("transforming writes through the output iterator") {
+  KvString text("ma\xDF");
+  char room[16] = {};
+  std::memset(room, '#', sizeof room - 1);
+  KvStringIterator out(room, 253, 1);
+  KvStringIterator in(text);
+  KvCharToUpper upper;
+  in.Transform(out, upper);
+  CHECK(in.IsEOS());
+  CHECK(out.IsEOS());
+  CHECK(std::u16string(reinterpret_cast<char16_t*>(room)) == u"MASS");
+}

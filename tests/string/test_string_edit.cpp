@@ -1,0 +1,226 @@
+// KvString: edits against a plain model, trimming, case and transformation.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+
+#include "string/text.h"
+
+namespace {
+
+// What an edit must do, on a std::u16string.
+struct Model {
+  std::u16string text;
+
+  void Cut(unsigned at, unsigned count) {
+    if (at < text.size()) text.erase(at, count);
+  }
+  void Insert(const std::u16string& other, unsigned at) {
+    if (at <= text.size()) text.insert(at, other);
+  }
+  void Replace(const std::u16string& other, unsigned at) {
+    if (at >= text.size()) return;
+    const std::size_t count = std::min(other.size(), text.size() - at);
+    text.replace(at, count, other.substr(0, count));
+  }
+  void Expand(unsigned length, char16_t unit) {
+    if (length > text.size()) text.resize(length, unit);
+  }
+};
+
+std::u16string RandomText(Random& random, unsigned longest) {
+  std::u16string text;
+  for (unsigned length = random(longest + 1); length != 0; --length) {
+    text.push_back(static_cast<char16_t>(random(4) == 0 ? 0xA1 + random(0x5E) : 'a' + random(26)));
+  }
+  return text;
+}
+
+class Doubling : public KvCharOperation {
+ public:
+  KvChar Apply(const KvChar& source, KvStringIterator* overflow) override {
+    auto* more = new KvWCharList;
+    for (int i = 0; i < 4; ++i) more->Append(source.Value());
+    overflow->SetOverflow(more);
+    return source;
+  }
+};
+
+}  // namespace
+
+TEST_CASE("edit sequences agree with a plain model in both widths") {
+  Random random(20);
+  constexpr unsigned char kCodeSets[] = {1, 2, 253};
+  for (const unsigned char codeSet : kCodeSets) {
+    KvString text(codeSet, 1);
+    Model model;
+    for (int step = 0; step < 6000; ++step) {
+      const std::u16string other = RandomText(random, 12);
+      // The other operand is 8-bit or 16-bit, whatever the target is.
+      KvString operand = Make(other, random(2) == 0 ? 1 : 253);
+      const auto at =
+          static_cast<unsigned short>(random(static_cast<unsigned>(model.text.size()) + 3));
+      const auto count = static_cast<unsigned short>(random(9));
+      switch (random(10)) {
+        case 0:
+          text << operand;
+          model.text += other;
+          break;
+        case 1:
+          text.Insert(operand, at);
+          model.Insert(other, at);
+          break;
+        case 2:
+        case 3:
+          text.Cut(at, count);
+          model.Cut(at, count);
+          break;
+        case 4:
+          text.Replace(operand, at);
+          model.Replace(other, at);
+          break;
+        case 5:
+          text.Expand(at, '-');
+          model.Expand(at, u'-');
+          break;
+        case 6:
+          CHECK(Units(text.Copy(at, count)) ==
+                (at < model.text.size() ? model.text.substr(at, count) : u""));
+          CHECK(Units(text.Left(count)) == model.text.substr(0, count));
+          CHECK(Units(text.Right(count)) ==
+                model.text.substr(model.text.size() -
+                                  std::min<std::size_t>(count, model.text.size())));
+          break;
+        case 7:  // a string edited with itself
+          text << text;
+          text.Insert(text, at);
+          model.text += model.text;
+          if (at <= model.text.size()) model.text.insert(at, std::u16string(model.text));
+          break;
+        case 8:
+          text.Replace(text, at);
+          model.Replace(std::u16string(model.text), at);
+          break;
+        case 9:
+          if (!model.text.empty()) {
+            const auto index = (random(static_cast<unsigned>(model.text.size())));
+            text[static_cast<int>(index)] = KvChar('\xE9', 1, 1);
+            model.text[index] = u'\u00E9';
+          }
+          break;
+      }
+      if (model.text.size() > 200) {
+        text.Cut(7, 65535);
+        model.Cut(7, 65535);
+      }
+      const unsigned width = codeSet > 224 ? 2 : 1;
+      REQUIRE(Units(text) == model.text);
+      if (text.GetBufferSize() != 0) {
+        REQUIRE(text.GetBufferSize() == (model.text.size() + 1) * width);
+      }
+      REQUIRE(text.GetCodeSet() == codeSet);
+    }
+  }
+}
+
+TEST_CASE("positions past the text do nothing, counts are clamped") {
+  KvString text("abc");
+  text.Replace(KvString("XYZW"), 1);
+  CHECK(Bytes(text) == "aXY");
+  text.Replace(KvString("Q"), 3);
+  text.Insert(KvString("Q"), 4);
+  text.Cut(3, 1);
+  CHECK(Bytes(text) == "aXY");
+  text.Cut(1, 65535);
+  CHECK(Bytes(text) == "a");
+  CHECK(text.Copy(1, 1).GetLanguage() == 0);  // the static empty string
+  text.Fill(3, static_cast<unsigned short>(0xE9));
+  CHECK(Bytes(text) == "\xE9\xE9\xE9");
+  text.Fill(1, 'x');
+  CHECK(Bytes(text) == "x");
+  text.Fill(0, 'x');
+  CHECK(text.IsEmpty());
+}
+
+TEST_CASE("trimming") {
+  const struct {
+    const char* text;
+    const char* left;
+    const char* right;
+    const char* both;
+  } kCases[] = {
+      {"ab  ", "ab  ", "ab", "ab"}, {"   ", "", " ", ""}, {"  a b\t", "a b\t", "  a b", "a b"},
+      {"x", "x", "x", "x"},         {"", "", "", ""},     {" \xA0z", "z", " \xA0z", "z"},
+  };
+  for (const auto& c : kCases) {
+    for (const bool wide : {false, true}) {
+      const auto trimmed = [&](void (KvString::*trim)()) {
+        KvString text(c.text);
+        if (wide) text.MapToCodeSet(253);
+        (text.*trim)();
+        text.MapToCodeSet(1);
+        return Bytes(text);
+      };
+      CAPTURE(c.text);
+      CHECK(trimmed(&KvString::LeftTrim) == c.left);
+      CHECK(trimmed(&KvString::RightTrim) == c.right);
+      CHECK(trimmed(&KvString::Trim) == c.both);
+    }
+  }
+  // The walk begins at the end of the buffer: in a longer one it never gets back to the text.
+  KvString longer("a much longer text");
+  longer.CopyMapped(KvString("ab  "), 1, -1);
+  longer.RightTrim();
+  CHECK(Bytes(longer) == "ab  ");
+}
+
+TEST_CASE("case mapping agrees with a table of its own, at every offset of the blocks") {
+  Random random(3);
+  const std::u16string lower = u"abcxyz09@[`{~\u00E4\u00E9\u00FE\u00F7\u00FF ";
+  const std::u16string upper = u"ABCXYZ09@[`{~\u00C4\u00C9\u00DE\u00F7\u00FF ";
+  for (int round = 0; round < 2000; ++round) {
+    std::u16string text, raised, lowered;
+    for (unsigned length = random(40); length != 0; --length) {
+      // Mostly ASCII, so that whole blocks are.
+      const unsigned pick = random(random(3) == 0 ? 19 : 13);
+      text.push_back(random(2) == 0 ? lower[pick] : upper[pick]);
+      raised.push_back(upper[pick]);
+      lowered.push_back(lower[pick]);
+    }
+    KvString narrow = Make(text, 1);
+    narrow.ToUpper();
+    CHECK(Units(narrow) == raised);
+    narrow.ToLower();
+    CHECK(Units(narrow) == lowered);
+    KvString wide = Make(text, 253);
+    wide.ToLower();
+    CHECK(Units(wide) == lowered);
+  }
+}
+
+TEST_CASE("mappings that lengthen the text leave an exact buffer") {
+  KvString text(
+      "Stra\xDF"
+      "e\xDF");
+  text.ToUpper();
+  CHECK(Bytes(text) == "STRASSESS");
+  CHECK(text.GetBufferSize() == 10);
+  text.Insert(KvString("!"), 9);
+  CHECK(Bytes(text) == "STRASSESS!");
+
+  // One character becomes three; and five from an operation of one's own.
+  KvString wide = Make(u"\u0390\u0390\u0390", 253);
+  wide.ToUpper();
+  CHECK(wide.Len() == 9);
+  Doubling doubling;
+  KvString fivefold("ab");
+  fivefold.Transform(doubling);
+  CHECK(Bytes(fivefold) == "aaaaabbbbb");
+  CHECK(fivefold.GetBufferSize() == 11);
+  KvString huge;
+  huge.Fill(20000, 'h');
+  huge.Transform(doubling);
+  CHECK(huge.Len() == 65531);
+  KvString empty;
+  empty.Transform(doubling);
+  CHECK(empty.GetBufferSize() == 0);
+}

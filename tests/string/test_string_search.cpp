@@ -1,0 +1,167 @@
+// KvString: comparing, searching, replacing, splitting.
+#include <doctest/doctest.h>
+
+#include <vector>
+
+#include "kvcollate.h"
+#include "string/text.h"
+
+namespace {
+
+constexpr unsigned short kByValue = kvCompareExact;
+
+}  // namespace
+
+TEST_CASE("comparison operators follow the default operation, through code sets") {
+  const KvString latin("caf\xE9");
+  KvString wide(latin);
+  wide.MapToCodeSet(253);
+  CHECK(latin == wide);
+  CHECK((latin != wide) == 0);
+  CHECK(latin > KvString("cafe"));
+  CHECK(latin <= wide);
+  CHECK(KvString("Cafe").Compare("cafe", -1, kvCompareIgnoreCase) == 0);
+  CHECK(KvString("Cafe") < KvString("cafe"));
+  CHECK(KvString("abcX").Compare("abcY", 3) == 0);
+  CHECK(KvString("abcX").Compare("abcY", 4) == -1);
+
+  KvString null;
+  null.SetNullValue();
+  CHECK((KvString("a") != null) == 1);
+  CHECK((null != null) == 0);
+
+  const KvString swedish = Make(u"\u00E5", 253, 10);
+  const KvString english = Make(u"\u00E5", 253, 1);
+  CHECK(swedish != english);  // a letter of its own behind z, or an a with a ring
+  CHECK(swedish.EqualsIgnoreLanguage(english));
+  CHECK(!english.EqualsIgnoreLanguage(KvString("a")));
+}
+
+TEST_CASE("characters compare as one-character texts") {
+  KvString text("bB");
+  CHECK(text[0] == 'b');
+  CHECK(text[0] != text[1]);
+  CHECK(text[1] < text[0]);
+  CHECK(text[0] > 'a');
+  CHECK(text[0] == static_cast<unsigned short>('b'));
+  CHECK(text[0].Compare(text[1], kvCompareIgnoreCase) == 0);
+}
+
+TEST_CASE("an iterator yields one or two orders a character") {
+  KvString text(
+      "a\xDF"
+      "z");
+  KvStringIterator each(text);
+  std::vector<unsigned short> orders;
+  for (unsigned short order = each.GetNextOrder(0); order != 0; order = each.GetNextOrder(0)) {
+    orders.push_back(order);
+  }
+  REQUIRE(orders.size() == 4);
+  for (const unsigned short order : orders) CHECK(order / 0x4000 == 1);  // letters
+  CHECK((orders[1] & 3) != 0);
+  CHECK((orders[0] & 3) == 0);
+  CHECK((orders[0] >> 2 & 31) == 3);
+  CHECK((orders[3] >> 2 & 31) == 28);
+}
+
+TEST_CASE("finding") {
+  CHECK(KvString("xxab").Find("ab") == 2);
+  CHECK(KvString("xxab").Find("ab", 3) == -1);
+  CHECK(KvString("").Find("ab") == -1);
+  CHECK(KvString("").Find("") == -1);
+  CHECK(KvString("abc").Find("", 2) == 2);
+  CHECK(KvString("abc").Find("", 4) == -1);
+  CHECK(KvString("xxAB").Find("ab", 0, kvCompareIgnoreCase) == 2);
+  CHECK(KvString("xx\xC4").Find(Make(u"\u00E4", 253), 0, kvCompareIgnoreCase) == 2);
+  CHECK(KvString("a,b").Find(',') == 1);
+  CHECK(KvString("a,b").Find(static_cast<unsigned short>('b')) == 2);
+  CHECK(Make(u"\u4E2D,\u6587", 253).Find(static_cast<unsigned short>(0x6587)) == 2);
+  CHECK(Make(u"\u4E2D,\u6587", 253).Find(',') == 1);
+  CHECK(KvString("abc").SubStringPos("c") == 2);
+  CHECK(KvString("aXb").Find("x", 0, kByValue) == -1);
+
+  // Positions beyond 32,767 come out negative.
+  KvString far;
+  far.Fill(40000, '.');
+  far << "ab";
+  CHECK(far.Find("ab") == static_cast<short>(40000));
+}
+
+// Every code set's characters compare equal to themselves and ASCII letters to nothing else, so
+// finding by value in a text of letters is what std::u16string::find does.
+TEST_CASE("finding agrees with the standard library on letters") {
+  Random random(11);
+  for (int round = 0; round < 3000; ++round) {
+    std::u16string text, pattern;
+    for (unsigned length = random(60); length != 0; --length) {
+      text.push_back(random(9) == 0 ? u'\u00E9' : static_cast<char16_t>(u'a' + random(3)));
+    }
+    for (unsigned length = 1 + random(3); length != 0; --length) {
+      pattern.push_back(random(9) == 0 ? u'\u00E9' : static_cast<char16_t>(u'a' + random(3)));
+    }
+    const auto start = static_cast<unsigned short>(random(20));
+    const std::size_t expected = text.find(pattern, start);
+    const KvString in = Make(text, random(2) == 0 ? 1 : 253);
+    const KvString wanted = Make(pattern, random(2) == 0 ? 1 : 253);
+    CHECK(in.Find(wanted, start) ==
+          (expected == std::u16string::npos ? -1 : static_cast<int>(expected)));
+  }
+}
+
+TEST_CASE("replacing") {
+  KvString text("aba");
+  text.ReplaceAll("a", "aa");
+  CHECK(Bytes(text) == "aabaa");
+  text.ReplaceAll("aa", "");
+  CHECK(Bytes(text) == "b");
+  text.ReplaceAll("", "x");
+  CHECK(Bytes(text) == "b");
+  text = "a-b-c";
+  text.ReplaceAll('-', '+', 2);
+  CHECK(Bytes(text) == "a-b+c");
+  text.ReplaceAll('-', '\0');
+  CHECK(Bytes(text) == "ab+c");
+  text.ReplaceAll(static_cast<unsigned short>('b'), static_cast<unsigned short>(0x20AC));
+  CHECK(Bytes(text) == "a?+c");
+  text.ReplaceAll(text, text);
+  CHECK(Bytes(text) == "a?+c");
+  text.ReplaceAll("c", text);
+  CHECK(Bytes(text) == "a?+a?+c");
+  KvString swedish = Make(u"x\u00E5", 253, 10);
+  swedish.ReplaceAll(static_cast<unsigned short>(0xE5), static_cast<unsigned short>('o'));
+  CHECK(Units(swedish) == u"xo");
+}
+
+TEST_CASE("splitting a list") {
+  const auto items = [](const char* text, const char* delimiter) {
+    KvString list(text), item;
+    std::string all;
+    unsigned short at = 0;
+    while (KvSplitList(list, item, delimiter, at) == kvOk) all += "[" + Bytes(item) + "]";
+    CHECK(KvSplitList(list, item, delimiter, at) == kvListEnd);
+    return all;
+  };
+  CHECK(items("a, b,,c", ",") == "[a][b][][c]");
+  CHECK(items(",a,", ",") == "[a]");
+  CHECK(items("one", ",") == "[one]");
+  CHECK(items("", ",") == "");
+  // Only the first character of a longer delimiter is passed over.
+  CHECK(items("a::b", "::") == "[a][:b]");
+}
+
+TEST_CASE("wildcards are off until they are set") {
+  CHECK(KvString("abc") != KvString("a*"));
+  CHECK(KvString::SetAsterisk(KvChar('*')) == 0);
+  CHECK(KvString::SetQuestion(KvChar('?')) == 0);
+  CHECK(KvString::SetEscape(KvChar('\\')) == 0);
+  CHECK(KvString("abc") == KvString("a*"));
+  CHECK(KvString("abc") == KvString("a?c"));
+  CHECK(KvString("a*") == KvString("a\\*"));
+  CHECK(KvString("ab") != KvString("a\\*"));
+  CHECK(KvString("xxabyy").Find("a?y") == 2);
+  CHECK(KvString("abc").Compare("a*", -1, kByValue) != 0);
+  KvString::SetAsterisk(KvChar('\0'));
+  KvString::SetQuestion(KvChar('\0'));
+  KvString::SetEscape(KvChar('\0'));
+  CHECK(KvString("abc") != KvString("a*"));
+}

@@ -1,0 +1,281 @@
+// KvString: making, appending, the limit, lifecycle and code sets.
+#include <doctest/doctest.h>
+
+#include <iconv.h>
+
+#include <cstdio>
+#include <limits>
+
+#include "string/text.h"
+#include "zbs.h"
+
+namespace {
+
+struct Overflows {
+  static inline int count = 0;
+  static inline std::string last;
+  static void Handle(const char* text, const char* source, int line) {
+    ++count;
+    last = std::string(text) + "|" + source + "|" + std::to_string(line);
+  }
+  Overflows() {
+    count = 0;
+    last.clear();
+    KIVO_SetAssertHandler(Handle);
+  }
+  ~Overflows() {
+    KIVO_SetAssertHandler(nullptr);
+    DefaultConfig().SetValue("debug", "stringOverflow", 0);
+  }
+};
+
+}  // namespace
+
+TEST_CASE("constructors take the default code set of their width") {
+  CHECK(KvString().GetBufferSize() == 0);
+  CHECK(KvString().GetCodeSet() == 1);
+  CHECK(Bytes(KvString('x')) == "x");
+  CHECK(KvString('\0').IsEmpty());
+  CHECK(Units(KvString(static_cast<unsigned char>(0xE9))) == u"\u00E9");
+  const KvString snowman(static_cast<unsigned short>(0x2603));
+  CHECK(snowman.GetCodeSet() == 253);
+  CHECK(Units(snowman) == u"\u2603");
+  CHECK(snowman.GetBufferSize() == 4);
+  CHECK(KvString(static_cast<unsigned short>(0)).GetCodeSet() == 253);
+  CHECK(Bytes(KvString(static_cast<short>(-7))) == "-7");
+  CHECK(Bytes(KvString(std::numeric_limits<int>::min())) == "-2147483648");
+  CHECK(Bytes(KvString(4294967295u)) == "4294967295");
+  CHECK(Bytes(KvString(std::numeric_limits<long long>::min())) == "-9223372036854775808");
+  CHECK(Bytes(KvString(~0ULL)) == "18446744073709551615");
+  CHECK(Bytes(KvString(0.1)) == "0.10000000000000001");
+  CHECK(Bytes(KvString(-std::numeric_limits<double>::infinity())) == "-Infinity");
+  CHECK(Bytes(KvString("abc")) == "abc");
+  CHECK(KvString("abc").GetBufferSize() == 4);
+  CHECK(KvString(static_cast<const char*>(nullptr)).GetBufferSize() == 0);
+  CHECK(Bytes(KvString("abcdef", 3)) == "abc");
+  CHECK(KvString("abc", 0).GetBufferSize() == 0);
+  CHECK(Bytes(KvString("abc", 65535)) == "abc");
+  CHECK(Units(KvString(Wide(u"\u4E2D\u6587x"), 2)) == u"\u4E2D\u6587");
+
+  const KvString embedded("ab\0cd", 5);
+  CHECK(embedded.Len() == 2);
+  CHECK(embedded.GetBufferSize() == 6);
+}
+
+TEST_CASE("appending converts to the string's own code set") {
+  KvString narrow("n");
+  narrow << static_cast<unsigned short>(65) << ' ' << -5 << ' ' << 7u << 'x' << '\0' << 2LL;
+  CHECK(Bytes(narrow) == "n65 -5 7x2");
+  narrow = "f";
+  narrow << 0.1f << ' ' << 0.5;
+  CHECK(Bytes(narrow) == "f0.10000000149011612 0.5");
+
+  KvString wide(253, 1);
+  wide << static_cast<unsigned short>(65) << static_cast<unsigned short>(0) << 66;
+  CHECK(Units(wide) == u"A66");
+  wide << KvString("\xE9") << Wide(u"\u20AC");
+  CHECK(Units(wide) == u"A66\u00E9\u20AC");
+
+  // Latin-1 has no euro sign; Windows-1252 has it at 0x80.
+  KvString latin("");
+  latin += wide;
+  CHECK(Units(latin) == u"A66\u00E9?");
+  KvString windows(2, 1);
+  windows << wide;
+  CHECK(Units(windows) == u"A66\u00E9\u0080");
+  CHECK(windows.GetCodeSet() == 2);
+
+  CHECK(Units(wide + latin) == u"A66\u00E9\u20ACA66\u00E9?");
+  CHECK((wide + latin).GetCodeSet() == 253);
+  CHECK(Bytes("<" + KvString("b") + ">") == "<b>");
+}
+
+TEST_CASE("the string limit cuts without an error and reports when asked") {
+  Overflows overflows;
+  const std::string tooLong(70000, 'a');
+  KvString text(tooLong.c_str());
+  CHECK(text.Len() == 65531);
+  CHECK(text.GetBufferSize() == 65532);
+  CHECK(overflows.count == 0);
+  DefaultConfig().SetValue("debug", "stringOverflow", 1);
+  KvString copy(text);
+  CHECK(overflows.count == 0);
+  text << "b";
+  CHECK(text.Len() == 65531);
+  CHECK(overflows.count == 1);
+  CHECK(Overflows::last == "String overflow|src/kvstring|1113");
+  text.Insert(KvString("XY"), 1);
+  CHECK(Bytes(text).substr(0, 4) == "aXYa");
+  CHECK(text.Len() == 65531);
+  CHECK(overflows.count == 2);
+
+  const std::u16string longWide(40000, u'w');
+  KvString wide(longWide.c_str() == nullptr ? nullptr : Wide(longWide.c_str()));
+  CHECK(wide.Len() == 32765);
+  wide.Fill(65535, 'z');
+  CHECK(wide.Len() == 32765);
+  CHECK(overflows.count == 3);
+  text.MapToCodeSet(253);
+  CHECK(text.Len() == 32765);
+  CHECK(overflows.count == 4);
+  DefaultConfig().SetValue("debug", "stringOverflow", 0);
+  text << "b";
+  CHECK(overflows.count == 4);
+}
+
+TEST_CASE("assignment and the lifecycle members") {
+  KvString a = Make(u"caf\u00E9", 2, 3);
+  KvString b;
+  b = a;
+  CHECK(Bytes(b) == "caf\xE9");
+  CHECK(b.GetCodeSet() == 2);
+  CHECK(b.GetLanguage() == 3);
+  b = *&b;
+  CHECK(b.Len() == 4);
+  b = b.StrGet() + 1;  // its own text
+  CHECK(Bytes(b) == "af\xE9");
+  CHECK(b.GetCodeSet() == 1);
+  CHECK(b.GetLanguage() == 1);
+  b = static_cast<const char*>(nullptr);
+  CHECK(b.GetBufferSize() == 0);
+  CHECK(Units(b = Wide(u"xy")) == u"xy");
+  CHECK(b.GetCodeSet() == 253);
+
+  KvString moved;
+  moved.Destruct(a);
+  CHECK(Bytes(moved) == "caf\xE9");
+  CHECK(a.GetBufferSize() == 0);
+  CHECK(a.GetCodeSet() == 2);
+  moved.Destruct(moved);
+  CHECK(moved.Len() == 4);
+  moved.d_deactivate();
+  CHECK(moved.GetCodeSet() == 2);
+  CHECK(moved.GetLanguage() == 3);
+
+  CHECK(moved.SetNullValue() == 0);
+  CHECK(moved.IsNullValue());
+  CHECK(moved.IsEmpty());
+  KvString copy(moved);
+  CHECK(copy.IsNullValue());
+  moved.Destroy();
+  CHECK(!moved.IsNullValue());
+  CHECK(moved.GetCodeSet() == 0);
+  CHECK(moved.GetLanguage() == 0);
+  CHECK(KvString(static_cast<unsigned char>(254), static_cast<unsigned char>(0)).IsNullValue());
+  CHECK(!KvString::EmptyString().IsNullValue());
+
+  alignas(KvString) unsigned char raw[sizeof(KvString)];
+  std::memset(raw, 0xAA, sizeof raw);
+  auto* fresh = reinterpret_cast<KvString*>(raw);
+  fresh->Init();
+  CHECK(fresh->GetCodeSet() == 1);
+  CHECK(fresh->Len() == 0);
+}
+
+TEST_CASE("code set operations relabel or convert") {
+  KvString text("caf\xE9");
+  text.SetCodeSet(9);
+  CHECK(Bytes(text) == "caf\xE9");
+  text.SetCodeSet(253);
+  CHECK(Units(text) == u"caf\u0439");  // 0xE9 in Windows-1251
+  CHECK(text.GetBufferSize() == 10);
+  CHECK(text.SetCodeSetCode(1) == kvBadArgument);
+  CHECK(text.SetCodeSetCode(252) == 0);
+  CHECK(text.GetCodeSet() == 252);
+  text.SetCodeSet(0);
+  CHECK(Bytes(text) == "caf?");
+  CHECK(text.GetCodeSet() == 0);
+  CHECK(text.MapToCodeSet(0) == kvBadArgument);
+
+  KvString umlaut("\xFC");
+  CHECK(umlaut.MapToCodeSet(4) == 0);
+  CHECK(Bytes(umlaut) == "\x81");  // IBM 850
+  CHECK(umlaut.MapToCodeSet(4) == 0);
+
+  KvString target = Make(u"a long buffer", 1);
+  const unsigned short before = target.GetBufferSize();
+  const KvString source = Make(u"abc\u20AC", 253, 5);
+  CHECK(target.CopyMapped(source, 2, -1) == 4);
+  CHECK(Bytes(target) == "abc\x80");
+  CHECK(target.GetBufferSize() == before);
+  CHECK(target.GetLanguage() == 5);
+  CHECK(std::string(target.StrGet() + 4, before - 4) == std::string(before - 4u, '\0'));
+  CHECK(target.CopyMapped(source, 253, 2) == 2);
+  CHECK(Units(target) == u"ab");
+  CHECK(target.CopyMapped(target, 1, -1) == kvBadArgument);
+  KvString small;
+  CHECK(small.CopyMapped(source, 253, -1) == 4);
+  CHECK(small.GetBufferSize() == 10);
+}
+
+TEST_CASE("numbers are read as the C library reads them, within 32 and 64 bits") {
+  CHECK(static_cast<int>(KvString("  +0x1F")) == 31);
+  CHECK(static_cast<int>(KvString("017")) == 15);
+  CHECK(static_cast<int>(KvString("99999999999")) == 2147483647);
+  CHECK(static_cast<int>(KvString("-99999999999")) == std::numeric_limits<int>::min());
+  CHECK(static_cast<long long>(KvString("0x7FFFFFFFFFFFFFFFF")) == 9223372036854775807LL);
+  CHECK(static_cast<short>(KvString("65537")) == 1);
+  CHECK(static_cast<int>(KvString()) == 0);
+  CHECK(static_cast<int>(KvString(Wide(u" \t-42x"))) == -42);
+  CHECK(static_cast<int>(KvString(Wide(u"0x10"))) == 0);
+  CHECK(static_cast<long long>(KvString(Wide(u"-000000000000000000000000000001"))) == -1);
+  CHECK(static_cast<long long>(KvString(Wide(u"123456789012345678901234567890"))) ==
+        9223372036854775807LL);
+  CHECK(static_cast<double>(KvString("2.5e3")) == 2500.0);
+  CHECK(static_cast<double>(KvString(Wide(u"-infinity"))) ==
+        -std::numeric_limits<double>::infinity());
+  CHECK(static_cast<double>(KvString()) == 0.0);
+
+  int number = 5;
+  long long wide = 5;
+  CHECK(KvString("+5").Atol(number) == -1);
+  CHECK(number == 0);
+  CHECK(KvString(" 5").Strtol(number) == -1);
+  CHECK(KvString().Atoll(wide) == -1);
+  CHECK(KvString("-5").Atol(number) == 0);
+  CHECK(number == -5);
+  CHECK(KvString("0x10").Atol(number) == 0);
+  CHECK(number == 0);
+  CHECK(KvString("0x10").Strtol(number) == 0);
+  CHECK(number == 16);
+  CHECK(KvString("-0x8000000000000000").Strtoll(wide) == 0);
+  CHECK(wide == std::numeric_limits<long long>::min());
+  CHECK(KvString(Wide(u"0x10")).Strtoll(wide) == 0);
+  CHECK(wide == 0);
+}
+
+TEST_CASE("converted texts agree with iconv") {
+  const struct {
+    unsigned char codeSet;
+    const char* name;
+  } kSets[] = {{2, "CP1252"}, {4, "CP850"}, {9, "CP1251"}, {12, "ISO-8859-9"}};
+  Random random(7);
+  for (const auto& set : kSets) {
+    iconv_t converter = iconv_open("UTF-16LE", set.name);
+    REQUIRE(converter != reinterpret_cast<iconv_t>(-1));
+    for (int round = 0; round < 200; ++round) {
+      std::string bytes;
+      for (unsigned length = random(40); length != 0; --length) {
+        const char byte = static_cast<char>(1 + random(255));
+        char16_t unit = 0;
+        char* in = const_cast<char*>(&byte);
+        char* out = reinterpret_cast<char*>(&unit);
+        std::size_t inLeft = 1, outLeft = 2;
+        if (iconv(converter, &in, &inLeft, &out, &outLeft) == 0) bytes.push_back(byte);
+      }
+      std::u16string expected(bytes.size(), u'\0');
+      char* in = bytes.data();
+      char* out = reinterpret_cast<char*>(expected.data());
+      std::size_t inLeft = bytes.size(), outLeft = 2 * expected.size();
+      iconv(converter, &in, &inLeft, &out, &outLeft);
+      KvString text(bytes.c_str());
+      text.SetCodeSetCode(set.codeSet);
+      KvString wide(text);
+      wide.MapToCodeSet(253);
+      CHECK(Units(wide) == expected);
+      wide.MapToCodeSet(set.codeSet);
+      CHECK(Bytes(wide) == bytes);
+    }
+    iconv_close(converter);
+  }
+}
