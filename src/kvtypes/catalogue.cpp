@@ -7,9 +7,13 @@
 #include <array>
 #include <utility>
 
+#include "kvtypevl/blob_row.h"
+#include "kvtypevl/identity_rows.h"
 #include "kvtypevl/lifetime.h"
+#include "kvtypevl/nullable_rows.h"
 #include "kvtypevl/scalar_rows.h"
 #include "kvtypevl/trivial.h"
+#include "kvtypevl/value_rows.h"
 
 namespace kv {
 namespace {
@@ -57,10 +61,10 @@ constexpr Entry kEntries[] = {
     {12, "KvDate",           "KvDATE_T",           4, kFixed,    "%a %e.%b %Y",               TrivialRow::Slots(Nulls::kYes)},
     {13, "KvTime",           "KvTIME_T",           3, kFixed,    "%I:%M:%S %p",               TrivialRow::Slots(Nulls::kYes)},
     {14, "BlockId",          "KvBLOCKID_T",        4, kFixed,    "#%lu",                      ScalarSlots<BlockIdRow>(DwordCompare)},
-    {15, "KvObjId",          "KvOBJID_T",         12, kFixed,    "(%H-%L#%B)",                TrivialRow::Slots(Nulls::kYes)},
-    {16, "KvClassId",        "KvCLID_T",           4, kFixed,    "(%Cv%V)",                   TrivialRow::Slots(Nulls::kYes)},
-    {17, "KvRef",            "KvREF_T",           16, kFixed,    "(%D:%H-%L#%B, %C)",         TrivialRow::Slots(Nulls::kYes)},
-    {18, "KvBlob",           "KvBLOB_T",  kBlobWidth, kVariable, "[BLOB,len=%L]",             TrivialRow::Slots(Nulls::kYes)},
+    {15, "KvObjId",          "KvOBJID_T",         12, kFixed,    "(%H-%L#%B)",                ObjIdSlots()},
+    {16, "KvClassId",        "KvCLID_T",           4, kFixed,    "(%Cv%V)",                   ClassIdSlots()},
+    {17, "KvRef",            "KvREF_T",           16, kFixed,    "(%D:%H-%L#%B, %C)",         RefSlots()},
+    {18, "KvBlob",           "KvBLOB_T",  kBlobWidth, kVariable, "[BLOB,len=%L]",             BlobSlots()},
     {19, "KvDateTime",       "KvDATIME_T",         8, kFixed,    "%a %e.%b %Y %I:%M:%S %p",   TrivialRow::Slots(Nulls::kYes)},
     {20, "KvIString",        "KvISTRING_T", kStringWidth, kVariable, "%s",                    TrivialRow::Slots()},
     {21, "KvCaseIString",    "KvCASEISTRING_T", kStringWidth, kVariable, "%s",                TrivialRow::Slots()},
@@ -68,28 +72,28 @@ constexpr Entry kEntries[] = {
     {23, "d_Time",           "D_TIME_T",           6, kFixed,    "%I:%M:%S %p",               TrivialRow::Slots()},
     {24, "d_Timestamp",      "D_TIMESTAMP_T",     10, kFixed,    "%a %b %e %I:%M:%S %p",      TrivialRow::Slots()},
     {25, "d_Interval",       "D_INTERVAL_T",       4, kFixed,    "%e days, %I hours, %M minutes, %S seconds", TrivialRow::Slots()},
-    {26, "KvInt64",          "KvINT64_T",          8, kFixed,    "%S",                        TrivialRow::Slots()},
-    {27, "KvBoolean",        "KvBOOLEAN_T",        1, kFixed,    "noop",                      TrivialRow::Slots(Nulls::kYes)},
+    {26, "KvInt64",          "KvINT64_T",          8, kFixed,    "%S",                        Int64Slots()},
+    {27, "KvBoolean",        "KvBOOLEAN_T",        1, kFixed,    "noop",                      BooleanSlots()},
     // Nullable scalars
-    {28, "KvNull_char",      "KvNULL_1B_T",        2, kFixed,    "%c",                        TrivialRow::Slots(Nulls::kYes)},
-    {29, "KvNull_uchar",     "KvNULL_U1B_T",       2, kFixed,    "%c",                        TrivialRow::Slots(Nulls::kYes)},
-    {30, "KvNull_short",     "KvNULL_2B_T",        4, kFixed,    "%hd",                       TrivialRow::Slots(Nulls::kYes)},
-    {31, "KvNull_ushort",    "KvNULL_U2B_T",       4, kFixed,    "%hu",                       TrivialRow::Slots(Nulls::kYes)},
-    {32, "KvNull_int",       "KvNULL_INT_T",       8, kFixed,    "%d",                        TrivialRow::Slots(Nulls::kYes)},
-    {33, "KvNull_unsigned",  "KvNULL_UNSIGNED_T",  8, kFixed,    "%u",                        TrivialRow::Slots(Nulls::kYes)},
-    {34, "KvNull_long",      "KvNULL_4B_T",        8, kFixed,    "%ld",                       TrivialRow::Slots(Nulls::kYes)},
-    {35, "KvNull_ulong",     "KvNULL_U4B_T",       8, kFixed,    "%lu",                       TrivialRow::Slots(Nulls::kYes)},
-    {36, "KvNull_float",     "KvNULL_FLOAT_T",     8, kFixed,    "%.17g",                     TrivialRow::Slots(Nulls::kYes)},
-    {37, "KvNull_double",    "KvNULL_DOUBLE_T",   16, kFixed,    "%.17g",                     TrivialRow::Slots(Nulls::kYes)},
-    {38, "KvNull_KvInt64",   "KvNULL_KVINT64_T",  12, kFixed,    "%S",                        TrivialRow::Slots(Nulls::kYes)},
+    {28, "KvNull_char",      "KvNULL_1B_T",        2, kFixed,    "%c",                        NullableSlots<CharRow>()},
+    {29, "KvNull_uchar",     "KvNULL_U1B_T",       2, kFixed,    "%c",                        NullableSlots<ByteRow>()},
+    {30, "KvNull_short",     "KvNULL_2B_T",        4, kFixed,    "%hd",                       NullableSlots<ShortRow>()},
+    {31, "KvNull_ushort",    "KvNULL_U2B_T",       4, kFixed,    "%hu",                       NullableSlots<WordRow>()},
+    {32, "KvNull_int",       "KvNULL_INT_T",       8, kFixed,    "%d",                        NullableSlots<IntRow>()},
+    {33, "KvNull_unsigned",  "KvNULL_UNSIGNED_T",  8, kFixed,    "%u",                        NullableSlots<UnsignedIntRow>()},
+    {34, "KvNull_long",      "KvNULL_4B_T",        8, kFixed,    "%ld",                       NullableSlots<LongRow>()},
+    {35, "KvNull_ulong",     "KvNULL_U4B_T",       8, kFixed,    "%lu",                       NullableSlots<DwordRow>()},
+    {36, "KvNull_float",     "KvNULL_FLOAT_T",     8, kFixed,    "%.17g",                     NullableSlots<FloatRow>()},
+    {37, "KvNull_double",    "KvNULL_DOUBLE_T",   16, kFixed,    "%.17g",                     NullableSlots<DoubleRow>()},
+    {38, "KvNull_KvInt64",   "KvNULL_KVINT64_T",  12, kFixed,    "%S",                        NullableSlots<Int64Row>()},
     // Later additions
-    {39, "KvSeal",           "KvSEAL_T",           6, kFixed,    "noop",                      TrivialRow::Slots()},
+    {39, "KvSeal",           "KvSEAL_T",           6, kFixed,    "noop",                      SealSlots()},
     {40, "KvDateTimeN",      "KvDATIME_N_T",      12, kFixed,    "%X",                        TrivialRow::Slots(Nulls::kYes)},
     {41, "KvTimeSpan",       "KvTIMESPAN_T",      12, kFixed,    "%V",                        TrivialRow::Slots(Nulls::kYes)},
     {42, "o_8b",             "Kv8B_T",             8, kFixed,    "%I64d",                     ScalarSlots<EightByteRow>(O_8BCompare)},
     {43, "o_u8b",            "KvU8B_T",            8, kFixed,    "%I64u",                     ScalarSlots<UnsignedEightByteRow>(O_U8BCompare)},
-    {44, "KvNull_8b",        "KvNULL_8B_T",       16, kFixed,    "%I64d",                     TrivialRow::Slots(Nulls::kYes)},
-    {45, "KvNull_u8b",       "KvNULL_U8B_T",      16, kFixed,    "%I64u",                     TrivialRow::Slots(Nulls::kYes)},
+    {44, "KvNull_8b",        "KvNULL_8B_T",       16, kFixed,    "%I64d",                     NullableSlots<EightByteRow>()},
+    {45, "KvNull_u8b",       "KvNULL_U8B_T",      16, kFixed,    "%I64u",                     NullableSlots<UnsignedEightByteRow>()},
     // Ids 100 to 127
     {46, "illegal",          "KvRES_T",            0, kFixed,    "illegal",                   TrivialRow::Slots()},
 };

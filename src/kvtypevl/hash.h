@@ -6,6 +6,7 @@
 // as memory delivers it, and reversed and turned into a key once.
 #pragma once
 
+#include <bit>
 #include <type_traits>
 
 #include "kvbase.h"
@@ -49,7 +50,8 @@ unsigned HashRun(unsigned char op, unsigned length, const void* value, unsigned 
   const unsigned visible = VisibleElements(length, stride, count);
   if (visible < count) result = kvBufferShort;
 
-  if constexpr (requires { Row::kKeyIsLinear; } && Codec::kFieldCount == 1 && Codec::kSameLayout) {
+  if constexpr (requires { Row::kKeyIsLinear; } && Codec::kSameLayout &&
+                std::has_single_bit(Codec::kStoredWidth) && Codec::kStoredWidth <= 8) {
     if (visible == 1) return Row::Key(Codec::Read(at, format)) * kHashMultiplier;
     const std::uint64_t folded = XorWords(at, std::size_t{visible} * stride, stride);
     const auto* bytes = reinterpret_cast<const unsigned char*>(&folded);

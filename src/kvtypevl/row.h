@@ -15,6 +15,8 @@
 //   Print, Scan                  slot functions (22, 23)
 // and may have
 //   kStorage                     store and load functions of its own (the base library's)
+//   Hash(format, length, value, count, result), Evaluate(bounds, predicate, value, format, count,
+//   newBounds)                   in place of the run hash over Key and the measure over Position
 //   OrderStored(a, b, cmpOp)     where stored values order by a rule of their own
 //   Successor(value), Smallest() value step; without them stepping is not supported
 //   IsNull(value), SetNull(value), SetNull returning a status

@@ -69,13 +69,21 @@ int RowHandlers<Row>::Compare(unsigned char format, unsigned length1, void* valu
 template <class Row>
 float RowHandlers<Row>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
                                      unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  return EvalAndBoundRun<Row>(bounds, op, value, format, count, newBounds);
+  if constexpr (requires { Row::Evaluate(bounds, op, value, format, count, newBounds); }) {
+    return Row::Evaluate(bounds, op, value, format, count, newBounds);
+  } else {
+    return EvalAndBoundRun<Row>(bounds, op, value, format, count, newBounds);
+  }
 }
 
 template <class Row>
 unsigned RowHandlers<Row>::Hash(unsigned char format, unsigned length, void* value, unsigned count,
                                 int& result) {
-  return HashRun<Row>(format, length, value, count, result);
+  if constexpr (requires { Row::Hash(format, length, value, count, result); }) {
+    return Row::Hash(format, length, value, count, result);
+  } else {
+    return HashRun<Row>(format, length, value, count, result);
+  }
 }
 
 template <class Row>

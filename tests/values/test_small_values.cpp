@@ -1,0 +1,230 @@
+// KvBoolean and KvSeal, the text of KvInt64, and the three rows through the type manager.
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kvboolean.h"
+#include "kvcompare.h"
+#include "kvint64.h"
+#include "kvobjid.h"
+#include "kvseal.h"
+#include "kvstring.h"
+#include "kvtypemgr.h"
+
+namespace {
+
+constexpr unsigned char kStoredFormats[] = {0, 1, 2};
+constexpr unsigned char kFormats[] = {0, 1, 2, 8};
+
+KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+std::string Printed(const KvInt64& value, const char* format) {
+  KvString text("rest");
+  return value.PrintToKvString(text, format).StrGet();
+}
+
+template <class T>
+std::vector<int> Stored(char type, const T& value, unsigned char format) {
+  unsigned char bytes[16] = {};
+  const unsigned length = Types().Store(type, bytes, &value, format, 1);
+  return {bytes, bytes + length};
+}
+
+}  // namespace
+
+TEST_CASE("KvInt64 prints by its directives and copies everything else") {
+  CHECK(Printed(-42, nullptr) == "-42");
+  CHECK(Printed(LLONG_MIN, "<%S|%x|%o>") ==
+        "<-9223372036854775808|-8000000000000000|-01000000000000000000000>");
+  CHECK(Printed(0xBEEF, "%d%i %x %X 0%o") == "4887948879 beef BEEF 00137357");
+  CHECK(Printed(0, "%o") == "0");
+  CHECK(Printed(7, "%%S%q %") == "%%S%q %");
+  CHECK(Printed(7, "").empty());
+  CHECK(Printed(7, (std::string(600, '.') + "%S").c_str()) == std::string(600, '.') + "7");
+}
+
+TEST_CASE("KvInt64 scans what it prints and refuses what does not match") {
+  for (const char* format : {"%S", "%x", "%X", "%o", "a %d b", "%S%%"}) {
+    for (const o_8b number : {0ll, 9ll, -10ll, 0x1234567890ll, LLONG_MAX, LLONG_MIN}) {
+      KvString text;
+      KvInt64(number).PrintToKvString(text, format);
+      KvInt64 back(1);
+      CAPTURE(text.StrGet());
+      CHECK(back.ScanFromKvString(text, format) == 0);
+      CHECK(back.Get8b() == number);
+    }
+  }
+  struct {
+    const char* text;
+    const char* format;
+    o_8b value;  // 77 where nothing is scanned
+  } const cases[] = {{" +5 apples", "%S", 5},
+                     {"0x1F", "%S", 31},
+                     {"-0x1f", "%x", -31},
+                     {"017", "%d", 17},
+                     {"99999999999999999999", "%S", LLONG_MAX},
+                     {"-99999999999999999999", "%S", LLONG_MIN},
+                     {"", "%S", 77},
+                     {"-", "%S", 77},
+                     {"five", "%S", 77},
+                     {"5", "x%S", 77},
+                     {"5", "%S%", 77},
+                     {"8", "%o", 77}};
+  for (const auto& one : cases) {
+    CAPTURE(one.text);
+    KvInt64 value(77);
+    KvString text(one.text);
+    CHECK(Types().ScanFromKvString(KvINT64_T, &value, text, one.format, 1) == &value);
+    CHECK(value.Get8b() == one.value);
+  }
+  const unsigned short wide[] = {'4', '2', 0};
+  KvInt64 value;
+  CHECK(value.ScanFromKvString(KvString(wide)) == 0);
+  CHECK(value == 42);
+}
+
+TEST_CASE("KvInt64 keeps the low word first in either byte order") {
+  const KvInt64 value(0x01020304u, 0x05060708);
+  CHECK(Stored(KvINT64_T, value, 0) == std::vector<int>{4, 3, 2, 1, 8, 7, 6, 5});
+  CHECK(Stored(KvINT64_T, value, 2) == std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8});
+  KvInt64 runs[2][3] = {{-1, 5, 1ll << 40}, {-1, 5, -(1ll << 40)}};
+  unsigned char stored[2][24];
+  for (const unsigned char format : kStoredFormats) {
+    for (int i = 0; i < 2; ++i)
+      CHECK(Types().Store(KvINT64_T, stored[i], runs[i], format, 3) == 24);
+    int status = -1;
+    CHECK(Int64Compare(format, 0, stored[0], 0, stored[1], 0, 3, status) == 1);
+    CHECK(Types().Hash(KvINT64_T, 0, stored[1], 3, format, status) ==
+          Types().Hash(KvINT64_T, 0, runs[1], 3, 8, status));
+  }
+  int status = 0;
+  const unsigned key = (0x01020304u ^ 0x05060708u) * 1103515245u;
+  KvInt64 one = value;
+  CHECK(Types().Hash(KvINT64_T, 0, &one, 1, 8, status) == key);
+  KvInt64 last(LLONG_MAX);
+  CHECK(Types().GetValue(KvINT64_T, &last, 8, 8, 'M') == kvOverflow);
+  KvInt64 carry(0xFFFFFFFFu, 0);
+  CHECK(Types().GetValue(KvINT64_T, &carry, 8, 8, 'N') == 0);
+  CHECK(carry == KvInt64(0u, 1));
+}
+
+TEST_CASE("a boolean is null, false or true, and orders by its byte") {
+  KvBoolean odd;
+  odd.value = 5;
+  KvBoolean null;
+  null.SetNullValue();
+  CHECK(KvBoolean(-3).value == 1);
+  CHECK(odd == KvBoolean(1));
+  CHECK(odd == 1);
+  CHECK(!(odd == null));
+  CHECK(null == null);
+  CHECK(null < KvBoolean(0));
+  CHECK(!(KvBoolean(0) < null));
+  CHECK(!(null < null));
+  CHECK(KvBoolean(1) > 0);
+  CHECK(KvBoolean(1) < odd);
+  KvBoolean negative;
+  negative.value = 0x80;
+  CHECK(negative < KvBoolean(0));
+
+  KvBoolean run[] = {null, negative, 0, 1, odd};
+  int status;
+  for (const unsigned char format : kFormats) {
+    for (int i = 0; i + 1 < 5; ++i) {
+      CHECK(BooleanCompare(format, 0, &run[i], 0, &run[i + 1], 0, 1, status) == -1);
+      CHECK(BooleanCompare(format, 0, &run[i + 1], 0, &run[i], 0, 1, status) == 1);
+    }
+  }
+  CHECK(Types().Hash(KvBOOLEAN_T, 0, &run[1], 1, 8, status) == 0xFFFFFF80u * 1103515245u);
+  CHECK(Types().IsNullValue(KvBOOLEAN_T, run) != 0);
+
+  KvString text;
+  const char* printed[] = {"{NULL}", "FALSE", "FALSE", "TRUE", "FALSE"};
+  for (int i = 0; i < 5; ++i) {
+    CHECK(std::string(Types().PrintToKvString(KvBOOLEAN_T, text, &run[i], nullptr, 1).StrGet()) ==
+          printed[i]);
+  }
+  for (const char* word : {"T", "t", "TRUE", "true", "1"}) {
+    KvString input(word);
+    KvBoolean truth;
+    Types().ScanFromKvString(KvBOOLEAN_T, &truth, input, nullptr, 1);
+    CHECK(truth.value == 1);
+  }
+  for (const char* word : {"", "True", "TRUEST", "0", "yes"}) {
+    KvString input(word);
+    KvBoolean truth(1);
+    Types().ScanFromKvString(KvBOOLEAN_T, &truth, input, nullptr, 1);
+    CHECK(truth.value == 0);
+  }
+  KvString input("{NULL} or so");
+  Types().ScanFromKvString(KvBOOLEAN_T, run + 3, input, nullptr, 1);
+  CHECK(run[3].IsNullValue());
+
+  unsigned char low = 0, high = 1;
+  KvIdxBounds range{&low, &high, 1, 1}, recorded;
+  unsigned short predicate = kvPredicateLess;
+  CHECK(Types().EvalAndBound(KvBOOLEAN_T, &range, predicate, run, 8, 1, &recorded, nullptr) ==
+        1.0f / 3.0f);
+  CHECK(recorded.lower == nullptr);
+  CHECK(recorded.upperLength == 1);
+  std::free(recorded.upper);
+  CHECK(Types().EvalAndBound(KvBOOLEAN_T, nullptr, predicate, run, 8, 1, nullptr, nullptr) == 0);
+}
+
+TEST_CASE("a seal is 48 bits, stored most significant byte first in either byte order") {
+  KvSeal seal;
+  o_8b number = -1;
+  KvInt64 wide;
+  seal.ConvertFrom(0x123456789ABCll);
+  CHECK(seal.high == 0x1234);
+  CHECK(seal.low == 0x9ABC);
+  seal.ConvertTo(number);
+  CHECK(number == 0x123456789ABC);
+  seal.ConvertFrom(KvInt64(0x1000000000000));
+  CHECK(seal == KvSeal());
+  seal.ConvertFrom(-1ll);
+  seal.ConvertTo(wide);
+  CHECK(wide == 0xFFFFFFFFFFFF);
+  seal.ConvertFrom(KvObjId{9, 0x56789ABC, 0x1234});
+  for (const unsigned char format : kStoredFormats) {
+    CHECK(Stored(KvSEAL_T, seal, format) == std::vector<int>{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC});
+  }
+
+  KvString text;
+  CHECK(std::string(seal.PrintToKvString(text).StrGet()) == "20015998343868");
+  KvSeal back;
+  CHECK(back.ScanFromKvString(text) == 0);
+  CHECK(back == seal);
+  CHECK(back.ScanFromKvString(KvString("seal")) == kvNotSupported);
+  CHECK(back == seal);
+  CHECK(back.ScanFromKvString(KvString()) == 0);
+  CHECK(back == KvSeal());
+
+  // The order is the value's in every form, and a word's in memory where it comes out as a number.
+  KvSeal run[5];
+  const o_8b numbers[] = {0, 0xFF, 0x100, 0x8000FFFF, 0xFFFF00000000};
+  for (int i = 0; i < 5; ++i) run[i].ConvertFrom(numbers[i]);
+  unsigned char stored[30];
+  CHECK(Types().Store(KvSEAL_T, stored, run, 2, 5) == 30);
+  int status;
+  for (int i = 0; i < 5; ++i) {
+    for (int j = 0; j < 5; ++j) {
+      const int bytes = std::memcmp(stored + 6 * i, stored + 6 * j, 6);
+      const int order = Types().Cmp(KvSEAL_T, stored + 6 * i, stored + 6 * j, 0, 1, 2);
+      const int inMemory = Types().Cmp(KvSEAL_T, run + i, run + j, 0, 1, 8);
+      CHECK((order > 0) - (order < 0) == (bytes > 0) - (bytes < 0));
+      CHECK((inMemory > 0) - (inMemory < 0) == (bytes > 0) - (bytes < 0));
+    }
+    CHECK(Types().Hash(KvSEAL_T, 0, stored + 6 * i, 1, 0, status) ==
+          Types().Hash(KvSEAL_T, 0, run + i, 1, 8, status));
+  }
+  CHECK(Types().Cmp(KvSEAL_T, run + 4, run + 3, 0, 1, 8) == 0xFFFF);
+  CHECK(Types().GetValue(KvSEAL_T, run + 1, 6, 8, 'M') == 0);
+  CHECK(run[1] == run[2]);
+  seal.ConvertFrom(-1ll);
+  CHECK(Types().GetValue(KvSEAL_T, &seal, 6, 8, 'M') == kvOverflow);
+}
