@@ -1,9 +1,11 @@
-// Conversion records: a run of values on its way to or from text.
+// Conversion records: a run of values on its way to or from text; and the conversions that are
+// exported by name, which are those of their rows.
+
+#include "kvtypes/convert.h"
 
 #include <new>
 
-#include "kvstring.h"
-#include "kvtypemgr.h"
+#include "kvtypevl/scalar_rows.h"
 
 namespace {
 
@@ -35,4 +37,36 @@ KvString* KvTypeConvertData::GetString(int index) const {
   // A signed comparison: negative indexes pass it, as callers have always relied on.
   if (index >= static_cast<int>(count) || type != KvSTRING_T || values == nullptr) return nullptr;
   return static_cast<KvString*>(values) + index;
+}
+
+KvTypeConvertData* CharConvertToKvString(void* values, unsigned count) {
+  return kv::RowHandlers<kv::CharRow>::ConvertTo(values, count);
+}
+
+void* CharConvertFromKvString(KvTypeConvertData* record, unsigned count) {
+  return kv::RowHandlers<kv::CharRow>::ConvertFrom(record, count);
+}
+
+KvTypeConvertData* O_U1BConvertToKvString(void* values, unsigned count) {
+  return kv::RowHandlers<kv::ByteRow>::ConvertTo(values, count);
+}
+
+void* O_U1BConvertFromKvString(KvTypeConvertData* record, unsigned count) {
+  return kv::RowHandlers<kv::ByteRow>::ConvertFrom(record, count);
+}
+
+KvTypeConvertData* ShortConvertToKvString(void* values, unsigned count) {
+  return kv::RowHandlers<kv::ShortRow>::ConvertTo(values, count);
+}
+
+void* ShortConvertFromKvString(KvTypeConvertData* record, unsigned count) {
+  return kv::RowHandlers<kv::ShortRow>::ConvertFrom(record, count);
+}
+
+KvTypeConvertData* WordConvertToKvString(void* values, unsigned count) {
+  return kv::RowHandlers<kv::WordRow>::ConvertTo(values, count);
+}
+
+void* WordConvertFromKvString(KvTypeConvertData* record, unsigned count) {
+  return kv::RowHandlers<kv::WordRow>::ConvertFrom(record, count);
 }

@@ -145,7 +145,7 @@ bool Takes(const char* format, ConversionList list) {
 // A text that grows in a fixed buffer and is cut at its end.
 class CutText {
  public:
-  explicit CutText(ScalarText& text) : text_(text) { text_[0] = 0; }
+  explicit CutText(ScalarBuffer& text) : text_(text) { text_[0] = 0; }
 
   void Append(char c) {
     if (Room() <= 1) return;
@@ -166,7 +166,7 @@ class CutText {
   }
 
  private:
-  unsigned Room() const { return kScalarTextSize - length_; }
+  unsigned Room() const { return kScalarBufferSize - length_; }
 
   void Advance(int wanted) {
     if (wanted > 0) length_ += std::min(static_cast<unsigned>(wanted), Room() - 1);
@@ -273,7 +273,7 @@ struct Input {
 
 bool ScanFloating(Input& input, const Conversion& conversion, double& value) {
   input.at = SkipBlanks(input.at);
-  ScalarText field;
+  ScalarBuffer field;
   const char* text = input.at;
   const auto length = static_cast<unsigned>(input.EndOfField(conversion) - input.at);
   if (input.EndOfField(conversion) != input.last && length < sizeof field) {
@@ -337,7 +337,7 @@ bool ScanLiteral(Input& input, char literal) {
 
 }  // namespace
 
-bool PrintWithFormat(ScalarText& text, const char* format, ConversionList list,
+bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values) {
   CutText out(text);
   if (!Takes(format, list)) return false;

@@ -18,8 +18,8 @@
 namespace kv {
 
 // What the text of one value is built in, terminator included.
-inline constexpr unsigned kScalarTextSize = 1040;
-using ScalarText = char[kScalarTextSize];
+inline constexpr unsigned kScalarBufferSize = 1040;
+using ScalarBuffer = char[kScalarBufferSize];
 
 // The conversions that a row passes values for.
 enum class ConversionList : unsigned char {
@@ -38,7 +38,7 @@ struct ScalarArguments {
 
 // Prints into `text`, terminator included. Result: false, with an empty text, when the format does
 // not parse.
-bool PrintWithFormat(ScalarText& text, const char* format, ConversionList list,
+bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values);
 
 // Reads `text` by the format. Literals must match, a blank in the format takes any number of

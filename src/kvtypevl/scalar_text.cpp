@@ -34,7 +34,7 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
   Integer value;
   std::memcpy(&value, values, sizeof value);
   const ScalarArguments arguments = ArgumentsOf(value);
-  ScalarText text;
+  ScalarBuffer text;
   if (format == nullptr || !PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
     PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
   }
@@ -58,7 +58,7 @@ constexpr bool IsPrintable(char c) {
   return c >= 0x20 && c <= 0x7E;
 }
 
-void PrintCharacter(ScalarText& text, char c, const char* format) {
+void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
   if (!IsPrintable(c)) {
     constexpr char kHexDigits[] = "0123456789abcdef";
     const auto byte = static_cast<unsigned char>(c);
@@ -100,7 +100,7 @@ class Collector {
   KvString& out_;
   std::size_t length_ = 0;
   std::size_t flushed_ = 0;
-  char pending_[4 * kScalarTextSize];
+  char pending_[4 * kScalarBufferSize];
 };
 
 // --- Floating numbers ---
@@ -119,7 +119,7 @@ KvString& PrintDefault(KvString& out, double value) {
 
 KvString& PrintFloating(KvString& out, double value, const char* format) {
   if (format == nullptr || std::strcmp(format, kFloatFormat) == 0) return PrintDefault(out, value);
-  ScalarText text;
+  ScalarBuffer text;
   ScalarArguments arguments;
   arguments.floating = value;
   ConversionList list = ConversionList::kFloating;
@@ -177,7 +177,7 @@ KvString& PrintCharacters(KvString& out, void* values, const char* format, unsig
   if (values == nullptr) return out;
   const bool plain = format == nullptr || std::strcmp(format, "%c") == 0;
   const char* bytes = static_cast<const char*>(values);
-  ScalarText piece;
+  ScalarBuffer piece;
   for (unsigned i = 0; i < count; ++i) {
     PrintCharacter(piece, bytes[i], plain ? "%c" : format);
     if (!text.Append(piece)) break;

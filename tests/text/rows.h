@@ -1,0 +1,27 @@
+// Printing and scanning through the type manager, as the tests of this folder do it.
+#pragma once
+
+#include <string>
+
+#include "kvstring.h"
+#include "kvtypemgr.h"
+
+inline KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+template <class Value>
+std::string Print(char type, Value value, const char* format = nullptr) {
+  KvString out("what was there");
+  Types().PrintToKvString(type, out, &value, format, 1);
+  return out.StrGet();
+}
+
+// The value that `text` leaves in a destination that held `before`.
+template <class Value>
+Value Scan(char type, const char* text, Value before, const char* format = nullptr) {
+  KvString input(text);
+  Value value = before;
+  CHECK(Types().ScanFromKvString(type, &value, input, format, 1) == &value);
+  return value;
+}

@@ -1,0 +1,287 @@
+// Printing and scanning of the scalar rows: the C library is the oracle wherever it is defined.
+#include <doctest/doctest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "text/random.h"
+#include "text/rows.h"
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+template <class... Value>
+std::string CLibrary(const std::string& format, Value... value) {
+  char text[1040];
+  std::snprintf(text, sizeof text, format.c_str(), value...);
+  return text;
+}
+
+// A conversion for whole numbers, as it is written here and for the C library's widths.
+struct IntegerFormat {
+  std::string ours, c32, c64;
+};
+
+IntegerFormat RandomFormat(Random& random) {
+  static constexpr const char* kFlags[] = {"", "-", "0", "+", " ", "-+", "#", "0#", "-#"};
+  static constexpr const char* kModifiers[] = {"", "l", "ll", "I64", "h", "hh"};
+  const char kind = "diuxXoc"[random() % 7];
+  const bool isSigned = kind == 'd' || kind == 'i';
+  const bool hasAlternative = kind == 'x' || kind == 'X' || kind == 'o';
+  const unsigned choice = random() % 9;
+  const bool fits = choice < 2 || (choice == 2 && kind != 'c') || (choice < 6 && isSigned) ||
+                    (choice >= 6 && hasAlternative);
+  std::string front = std::string("<%%%") + (fits ? kFlags[choice] : "");
+  if (random() % 2 == 0) front += std::to_string(1 + random() % 30);
+  if (kind != 'c' && random() % 3 == 0) front += "." + std::to_string(random() % 25);
+  const unsigned modifier = kind == 'c' ? 0 : random() % 6;
+  const std::string back = std::string(1, kind) + ">";
+  const std::string narrow = modifier >= 4 ? kModifiers[modifier] : "";
+  const std::string wide = kind == 'c' || modifier >= 4 ? narrow : "ll";
+  return {front + kModifiers[modifier] + back, front + narrow + back, front + wide + back};
+}
+
+}  // namespace
+
+TEST_CASE("whole numbers print as the C library prints them") {
+  Random random(1);
+  for (int round = 0; round < 20000; ++round) {
+    const IntegerFormat format = RandomFormat(random);
+    CAPTURE(format.ours);
+    const auto wide = static_cast<o_8b>(random.Wide() >> random() % 64);
+    const auto value = static_cast<o_4b>(wide);
+    const auto half = static_cast<o_2b>(wide);
+    // Zero as a character would end the C library's text as it ends ours.
+    REQUIRE(Print(Kv4B_T, value, format.ours.c_str()) == CLibrary(format.c32, value));
+    REQUIRE(Print(KvUNSIGNED_T, value, format.ours.c_str()) == CLibrary(format.c32, value));
+    REQUIRE(Print(Kv2B_T, half, format.ours.c_str()) == CLibrary(format.c32, int{half}));
+    REQUIRE(Print(KvU2B_T, half, format.ours.c_str()) == CLibrary(format.c32, int{half}));
+    if (format.ours.back() == 'c') continue;
+    REQUIRE(Print(Kv8B_T, wide, format.ours.c_str()) == CLibrary(format.c64, wide));
+  }
+  CHECK(Print(Kv2B_T, o_2b{-1}, "%x") == "ffffffff");
+  CHECK(Print(Kv2B_T, o_2b{-1}, "%hx") == "ffff");
+}
+
+TEST_CASE("default formats") {
+  CHECK(Print(Kv2B_T, o_2b{-32768}) == "-32768");
+  CHECK(Print(KvU2B_T, o_u2b{65535}) == "65535");
+  CHECK(Print(Kv4B_T, o_4b{INT_MIN}) == "-2147483648");
+  CHECK(Print(KvU4B_T, o_u4b{UINT_MAX}) == "4294967295");
+  CHECK(Print(KvBLOCKID_T, o_u4b{UINT_MAX}) == "#4294967295");
+  CHECK(Print(KvUNSIGNED_T, UINT_MAX) == "4294967295");
+  CHECK(Print(KvENUM_T, -7) == "-7");
+  CHECK(Print(Kv8B_T, o_8b{LLONG_MIN}) == "-9223372036854775808");
+  CHECK(Print(KvU8B_T, o_u8b{ULLONG_MAX}) == "18446744073709551615");
+}
+
+TEST_CASE("a format that does not parse prints by the default and scans nothing") {
+  for (const char* format : {"%n", "%s", "%*d", "%d %d", "%", "%d%", "%ld%n", "%q", "%ls", "%g",
+                             "%5", "%.*d", "%1$d", "%[0-9]", "%'d", "%p", "%jd"}) {
+    CAPTURE(format);
+    CHECK(Print(KvU2B_T, o_u2b{65535}, format) == "65535");
+    CHECK(Print(KvBLOCKID_T, o_u4b{7}, format) == "#7");
+    CHECK(Scan(Kv4B_T, "5 5", o_4b{9}, format) == 9);
+    if (std::strcmp(format, "%g") != 0) {
+      CHECK(Print(KvDOUBLE_T, 0.5, format) == "0.5");
+      CHECK(Scan(KvDOUBLE_T, "5 5", 9.0, format) == 9.0);
+    }
+  }
+  CHECK(Print(KvDOUBLE_T, 0.5, "%d") == "0.5");
+  CHECK(Print(KvDOUBLE_T, 0.5, "ldexp(%d,%g)") == "0.5");
+  CHECK(Print(Kv4B_T, o_4b{5}, "100%% sure") == "100% sure");
+  CHECK(Print(Kv4B_T, o_4b{5}, "") == "");
+}
+
+TEST_CASE("texts are cut at 1039 characters") {
+  const std::string literal(2000, 'x');
+  CHECK(Print(Kv4B_T, o_4b{5}, ("%d" + literal).c_str()) == ("5" + literal).substr(0, 1039));
+  CHECK(Print(Kv4B_T, o_4b{5}, (literal + "%d").c_str()) == literal.substr(0, 1039));
+  for (const std::string format : {"%1038d", "%1039d", "%-1041d|", "%.3000d", "a%1200.1100d"}) {
+    CHECK(Print(Kv4B_T, o_4b{-5}, format.c_str()) == CLibrary(format, -5));
+  }
+  CHECK(Print(KvDOUBLE_T, 1e308, "%2000.2000f") == CLibrary("%2000.2000f", 1e308));
+  CHECK(Print(Kv4B_T, o_4b{5}, "%99999999999999999999d") == std::string(1039, ' '));
+}
+
+TEST_CASE("whole numbers scan as the C library scans them") {
+  Random random(2);
+  for (int round = 0; round < 20000; ++round) {
+    const char kind = "diuxXo"[random() % 6];
+    const auto value = static_cast<int>(random() >> random() % 32);
+    // Digits for the conversion, with the manners that scanning allows in front.
+    const bool hex = kind == 'x' || kind == 'X' || (kind == 'i' && round % 3 == 0);
+    const bool octal = kind == 'o' || (kind == 'i' && round % 3 == 1);
+    std::string text = CLibrary(hex ? "0x%x" : octal ? "0%o" : "%u", value & 0x7FFFFFFF);
+    text = std::string(random() % 3, ' ') + (random() % 3 == 0 ? "-" : "") + text + "rest";
+    std::string format = std::string("%") + (random() % 4 == 0 ? "4" : "") + kind;
+    CAPTURE(text);
+    CAPTURE(format);
+    int expected = 77;
+    std::sscanf(text.c_str(), format.c_str(), &expected);
+    REQUIRE(Scan(Kv4B_T, text.c_str(), o_4b{77}, format.c_str()) == expected);
+  }
+}
+
+TEST_CASE("numbers beyond a row's range") {
+  CHECK(Scan(Kv4B_T, "2147483648", o_4b{0}) == INT_MAX);
+  CHECK(Scan(Kv4B_T, "-99999999999999999999", o_4b{0}) == INT_MIN);
+  CHECK(Scan(KvU4B_T, "4294967295", o_u4b{0}) == UINT_MAX);
+  CHECK(Scan(KvU4B_T, "4294967296", o_u4b{0}) == UINT_MAX);
+  CHECK(Scan(KvU4B_T, "-1", o_u4b{0}) == UINT_MAX);
+  CHECK(Scan(Kv2B_T, "65537", o_2b{0}) == 1);
+  CHECK(Scan(Kv2B_T, "4294967296", o_2b{0}) == -1);  // the 32-bit end, cut to 16 bits
+  CHECK(Scan(KvU2B_T, "65535", o_u2b{0}) == 65535);
+  CHECK(Scan(Kv8B_T, "-9223372036854775809", o_8b{0}) == LLONG_MIN);
+  CHECK(Scan(KvU8B_T, "18446744073709551616", o_u8b{0}) == ULLONG_MAX);
+  CHECK(Scan(Kv4B_T, "70000", o_4b{0}, "%hd") == 4464);
+}
+
+TEST_CASE("what does not match leaves the destination alone") {
+  for (const char* text : {"", "x", "-", "+ 5", "#5", "--5"}) {
+    CAPTURE(text);
+    CHECK(Scan(Kv4B_T, text, o_4b{9}) == 9);
+  }
+  CHECK(Scan(KvBLOCKID_T, "#12", o_u4b{9}) == 12);
+  CHECK(Scan(KvBLOCKID_T, "12", o_u4b{9}) == 9);
+  CHECK(Scan(Kv4B_T, "a  % 12", o_4b{9}, "a %%%d") == 12);
+  CHECK(Scan(Kv4B_T, "12", o_4b{9}, "%d trailing") == 12);
+  CHECK(Scan(Kv4B_T, "A", o_4b{9}, "%c") == 'A');
+  CHECK(Scan(Kv4B_T, "0xg", o_4b{9}, "%i") == 0);
+  KvString text("5");
+  CHECK(Types().ScanFromKvString(Kv4B_T, nullptr, text, nullptr, 1) == nullptr);
+  CHECK(Types().ScanFromKvString(Kv1B_T, nullptr, text, nullptr, 1) == nullptr);
+  CHECK(Types().ScanFromKvString(KvDOUBLE_T, nullptr, text, nullptr, 1) == nullptr);
+}
+
+TEST_CASE("a double's default text is the C library's and reads back to the same bits") {
+  Random random(3);
+  for (int round = 0; round < 30000; ++round) {
+    auto value = std::bit_cast<double>(random.Wide());
+    if (round % 3 == 0) value = static_cast<double>(static_cast<int>(random())) / 100;
+    if (!std::isfinite(value)) continue;
+    const std::string text = Print(KvDOUBLE_T, value);
+    REQUIRE(text == CLibrary("%.17g", value));
+    REQUIRE(std::bit_cast<std::uint64_t>(Scan(KvDOUBLE_T, text.c_str(), 9.0)) ==
+            std::bit_cast<std::uint64_t>(value));
+    const std::string mantissa = Print(KvDOUBLE_T, value, "ldexp(%.17g,%d)");
+    REQUIRE(Scan(KvDOUBLE_T, mantissa.c_str(), 9.0, "ldexp(%.17g,%d)") == value);
+    const auto narrow = static_cast<float>(value);
+    if (std::isfinite(narrow)) {
+      REQUIRE(Print(KvFLOAT_T, narrow) == CLibrary("%.17g", static_cast<double>(narrow)));
+    }
+    for (const char* format : {"%e", "%+.3f|", "%20.10g", "%a", "%#G", "%-12.1E!"}) {
+      REQUIRE(Print(KvDOUBLE_T, value, format) == CLibrary(format, value));
+    }
+  }
+  CHECK(Print(KvDOUBLE_T, 0.1) == "0.10000000000000001");
+  CHECK(Print(KvFLOAT_T, 0.1f) == "0.10000000149011612");
+  CHECK(Print(KvDOUBLE_T, -0.0) == "-0");
+}
+
+TEST_CASE("texts read as doubles as strtod reads them") {
+  for (const char* text : {"1e999",
+                           "-1e999",
+                           "1e-999",
+                           "4.9e-324",
+                           "2e-324",
+                           "3e-324",
+                           "-1e-320",
+                           "+5",
+                           ".5",
+                           "5.",
+                           ".",
+                           "-",
+                           " \t\n7",
+                           "1e",
+                           "1e+",
+                           "1e5x",
+                           "0.0000001e-320",
+                           "1e99999999999999999999",
+                           "0e99999999999999999999",
+                           "1000000000000000000000e-400",
+                           "0.00000000000000000001e330",
+                           "179769313486231580793728971405301e276",
+                           "1.7976931348623159e308",
+                           "--5",
+                           "",
+                           "x"}) {
+    CAPTURE(text);
+    CHECK(std::bit_cast<std::uint64_t>(Scan(KvDOUBLE_T, text, 9.0)) ==
+          std::bit_cast<std::uint64_t>(std::strtod(text, nullptr)));
+  }
+  Random random(4);
+  for (int round = 0; round < 30000; ++round) {
+    std::string text = CLibrary(round % 2 == 0 ? "%llu." : ".%llu",
+                                static_cast<unsigned long long>(random.Wide()));
+    text += CLibrary("%ue%d", random(), static_cast<int>(random() % 700) - 350);
+    REQUIRE(Scan(KvDOUBLE_T, text.c_str(), 9.0) == std::strtod(text.c_str(), nullptr));
+  }
+}
+
+TEST_CASE("the words for infinities and NaN") {
+  CHECK(Print(KvDOUBLE_T, kInfinity) == "Infinity");
+  CHECK(Print(KvDOUBLE_T, -kInfinity) == "-Infinity");
+  CHECK(Print(KvDOUBLE_T, -std::nan("")) == "NaN");
+  CHECK(Print(KvFLOAT_T, -std::numeric_limits<float>::infinity()) == "-Infinity");
+  CHECK(Print(KvDOUBLE_T, kInfinity, "%g") == CLibrary("%g", kInfinity));
+  CHECK(Scan(KvDOUBLE_T, "iNFINITY", 9.0) == kInfinity);
+  CHECK(Scan(KvDOUBLE_T, "-infinity", 9.0) == -kInfinity);
+  CHECK(Scan(KvFLOAT_T, "1e39", 9.0f) == std::numeric_limits<float>::infinity());
+  CHECK(std::bit_cast<o_u8b>(Scan(KvDOUBLE_T, "nAn", 9.0)) == 0xFFF8000000000000);
+  CHECK(std::bit_cast<o_u4b>(Scan(KvFLOAT_T, "NaN", 9.0f)) == 0xFFC00000);
+  for (const char* text : {"inf", "nan(1)", "+Infinity", " NaN", "Infinityx", "-NaN", "Infinit"}) {
+    CAPTURE(text);
+    CHECK(Scan(KvDOUBLE_T, text, 9.0) == 0.0);
+  }
+  CHECK(Scan(KvDOUBLE_T, "0x10", 9.0) == 0.0);  // the digit 0, then no number
+  CHECK(Scan(KvDOUBLE_T, "0x10", 9.0, "%g") == 16.0);
+  CHECK(Scan(KvDOUBLE_T, "12345", 9.0, "%3g") == 123.0);
+  CHECK(Scan(KvDOUBLE_T, "ldexp(0.5,3", 9.0, "ldexp(%g,%d)") == 4.0);
+  CHECK(Scan(KvDOUBLE_T, "ldexp(0.5)", 9.0, "ldexp(%g,%d)") == 9.0);
+}
+
+TEST_CASE("characters print as one text and scan byte by byte") {
+  char bytes[] = {'A', 0x07, 'B', static_cast<char>(0xE9), '~', 0x7F};
+  KvString out;
+  CHECK(std::string(Types().PrintToKvString(Kv1B_T, out, bytes, nullptr, 6).StrGet()) ==
+        "A0x07B0xe9~0x7f");
+  CHECK(std::string(Types().PrintToKvString(KvU1B_T, out, bytes, "%d,", 1).StrGet()) == "65,");
+  CHECK(std::string(Types().PrintToKvString(Kv1B_T, out, bytes, "%s", 3).StrGet()) == "A0x07B");
+  CHECK(Types().PrintToKvString(Kv1B_T, out, bytes, nullptr, 0).IsEmpty());
+  const std::vector<char> many(70000, 'm');
+  char* run = const_cast<char*>(many.data());
+  CHECK(Types().PrintToKvString(Kv1B_T, out, run, nullptr, 70000).Len() == 65531);
+
+  char read[4] = "...";
+  KvString text("xy");
+  Types().ScanFromKvString(Kv1B_T, read, text, nullptr, 3);
+  CHECK(std::string(read) == "xy.");
+  text = "65";
+  Types().ScanFromKvString(Kv1B_T, read, text, "%d", 3);  // from each position of the text
+  CHECK(read[0] == 65);
+  CHECK(read[1] == 5);
+  CHECK(read[2] == '.');
+}
+
+TEST_CASE("16-bit text is converted first") {
+  const unsigned short digits[] = {'-', '1', '2', '.', '5', 0};
+  KvString text(digits);
+  double number = 0;
+  o_4b whole = 0;
+  Types().ScanFromKvString(KvDOUBLE_T, &number, text, nullptr, 1);
+  Types().ScanFromKvString(Kv4B_T, &whole, text, nullptr, 1);
+  CHECK(number == -12.5);
+  CHECK(whole == -12);
+  const unsigned short accented[] = {0xE9, 0x20AC, 0};
+  KvString letters(accented);
+  char bytes[3] = "";
+  Types().ScanFromKvString(Kv1B_T, bytes, letters, nullptr, 2);
+  CHECK(std::string(bytes) == "\xE9?");
+}
