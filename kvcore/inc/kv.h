@@ -4,9 +4,13 @@
 
 #include "kvbase.h"
 #include "kvchar.h"
+#include "kvcollate.h"
 #include "kvcompare.h"
+#include "kvhash.h"
 #include "kvint64.h"
+#include "kvmbs.h"
 #include "kvmodule.h"
+#include "kvorder.h"
 #include "kvstring.h"
 #include "kvtypeid.h"
 #include "kvtypemgr.h"

@@ -1,0 +1,86 @@
+"""kvtm sort on real sizes: against sort(1), on word lists, on a terminal."""
+import os
+import pty
+import random
+import select
+import subprocess
+import tempfile
+import time
+import unittest
+
+from program import KVTM, KvtmTest, kvtm
+
+LINES = 1_000_000
+SANITIZED = bool(os.environ.get("KV_SANITIZE"))
+
+
+def system_sort(option, path):
+    return subprocess.run(["sort", "-s", option, path], env={**os.environ, "LC_ALL": "C"},
+                          capture_output=True, check=True).stdout
+
+
+class Numbers(KvtmTest):
+    def compare_with_sort(self, type_name, option, numbers):
+        with tempfile.NamedTemporaryFile("w") as file:
+            file.writelines(f"{number}\n" for number in numbers)
+            file.flush()
+            began = time.monotonic()
+            done = subprocess.run([KVTM, "sort", type_name, file.name], capture_output=True)
+            seconds = time.monotonic() - began
+            self.assertEqual((done.returncode, done.stderr), (0, b""))
+            self.assertTrue(done.stdout == system_sort(option, file.name), "another order")
+        if not SANITIZED:
+            self.assertLess(seconds, 20)
+
+    def test_a_million_integers_as_sort_n(self):
+        numbers = random.Random(1)
+        self.compare_with_sort("Kv4B_T", "-n", (numbers.randint(-2**31, 2**31 - 1) >>
+                                                numbers.choice((0, 16)) for _ in range(LINES)))
+
+    def test_a_million_doubles_as_sort_g(self):
+        numbers = random.Random(2)
+        self.compare_with_sort("KvDOUBLE_T", "-g", (
+            repr(numbers.uniform(-1, 1) * 10 ** numbers.randint(-300, 300)) for _ in range(LINES)))
+
+    def test_bad_lines_are_named_and_left_out(self):
+        status, output, error = kvtm("sort", "Kv2B_T", stdin="5\nfive\n-7 \n\n40000\n+5\n3")
+        self.assertEqual((status, output), (1, "-7 \n3\n5\n+5\n"))
+        self.assertEqual([line.split(": ")[:3] for line in error.splitlines()],
+                         [["kvtm", "sort", f"line {number}"] for number in (2, 4, 5)])
+
+    def test_no_lines(self):
+        self.assertEqual(self.good("sort", "Kv4B_T"), "")
+
+    def test_floating_order(self):
+        lines = "Infinity\n0\nnan\n-Infinity\n-0.0\n1e-320\n-1e308\n"
+        self.assertEqual(self.good("sort", "KvDOUBLE_T", stdin=lines).split(),
+                         ["nan", "-Infinity", "-1e308", "0", "-0.0", "1e-320", "Infinity"])
+
+
+class Terminal(unittest.TestCase):
+    def test_progress_on_a_terminal(self):
+        primary, secondary = pty.openpty()
+        with tempfile.NamedTemporaryFile() as file:
+            file.write("".join(f"{n * 7919 % 100003}\n" for n in range(200000)).encode())
+            file.flush()
+            process = subprocess.Popen([KVTM, "sort", "Kv4B_T", file.name],
+                                       stdout=subprocess.DEVNULL, stderr=secondary)
+            os.close(secondary)
+            seen = b""
+            while process.poll() is None or select.select([primary], [], [], 0)[0]:
+                if not select.select([primary], [], [], 0.1)[0]:
+                    continue
+                try:
+                    seen += os.read(primary, 65536)
+                except OSError:  # the terminal's other end is closed
+                    break
+            os.close(primary)
+            self.assertEqual(process.wait(), 0)
+        self.assertIn(b"reading", seen)
+        self.assertIn(b"sorting", seen)
+        self.assertIn(b"100%", seen)
+        self.assertTrue(seen.endswith(b"\r\x1b[K"), seen[-80:])
+
+
+if __name__ == "__main__":
+    unittest.main()

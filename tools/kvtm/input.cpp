@@ -1,0 +1,85 @@
+#include "input.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "failure.h"
+
+namespace {
+
+constexpr unsigned kBarWidth = 40;
+constexpr unsigned kStepsDrawn = 200;
+
+[[noreturn]] void FailFile(const std::string& name, const char* doing) {
+  FailValue(std::string("cannot ") + doing + " " + (name == "-" ? "the standard input" : name) +
+            ": " + std::strerror(errno));
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& name)
+    : name_(name), descriptor_(name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY)) {
+  if (descriptor_ < 0) FailFile(name_, "open");
+  struct stat status {};
+  if (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) {
+    size_ = static_cast<unsigned long long>(status.st_size);
+  }
+}
+
+InputFile::~InputFile() {
+  if (descriptor_ > STDIN_FILENO) close(descriptor_);
+}
+
+std::size_t InputFile::Read(char* buffer, std::size_t size) {
+  for (;;) {
+    const ssize_t count = read(descriptor_, buffer, size);
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) FailFile(name_, "read");
+  }
+}
+
+std::string ReadWhole(const std::string& name) {
+  InputFile file(name);
+  std::string text;
+  text.reserve(static_cast<std::size_t>(file.Size()) + 1);
+  std::string piece(1 << 18, '\0');
+  while (const std::size_t count = file.Read(piece.data(), piece.size())) {
+    text.append(piece, 0, count);
+  }
+  return text;
+}
+
+Progress::Progress(const char* command)
+    : command_(command), onTerminal_(isatty(STDERR_FILENO) != 0) {}
+
+Progress::~Progress() {
+  Clear();
+}
+
+void Progress::Clear() {
+  if (drawn_) std::fputs("\r\x1b[K", stderr);
+  drawn_ = false;
+}
+
+void Progress::Begin(const char* what, unsigned long long total, unsigned long long leastShown) {
+  what_ = what;
+  total_ = total;
+  done_ = 0;
+  next_ = onTerminal_ && total >= leastShown ? 1 : ~0ULL;
+}
+
+void Progress::Draw() {
+  next_ = done_ + total_ / kStepsDrawn + 1;
+  const unsigned long long share = total_ == 0 || done_ > total_ ? 100 : 100 * done_ / total_;
+  const auto filled = static_cast<int>(share * kBarWidth / 100);
+  const int empty = static_cast<int>(kBarWidth) - filled;
+  std::fprintf(stderr, "\rkvtm: %s: %-8s [%.*s%*s] %3llu%%", command_, what_, filled,
+               "########################################", empty, "", share);
+  std::fflush(stderr);
+  drawn_ = true;
+}

@@ -1,0 +1,97 @@
+#include "numbers.h"
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+namespace {
+
+// The quiet NaN that the library scans "NaN" into.
+constexpr unsigned long long kScannedNaN = 0xFFF8000000000000ULL;
+
+char LowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// Takes a sign off the front. True when it was a minus.
+bool TakeSign(std::string_view& text) {
+  if (text.empty() || (text.front() != '-' && text.front() != '+')) return false;
+  const bool negative = text.front() == '-';
+  text.remove_prefix(1);
+  return negative;
+}
+
+}  // namespace
+
+std::string_view TrimBlanks(std::string_view text) {
+  static constexpr std::string_view kBlanks = " \t\r\n\v\f";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (LowerAscii(a[i]) != LowerAscii(b[i])) return false;
+  }
+  return true;
+}
+
+NumberFault ReadInteger(std::string_view text, long long least, unsigned long long greatest,
+                        unsigned long long& bits) {
+  text = TrimBlanks(text);
+  const bool negative = TakeSign(text);
+  if (text.empty() || !IsDigit(text.front())) return NumberFault::kNotANumber;
+  unsigned long long magnitude = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude);
+  if (end != text.data() + text.size()) return NumberFault::kNotANumber;
+  if (error == std::errc::result_out_of_range) return NumberFault::kOutOfRange;
+  // Unsigned, so that the magnitude of the smallest number needs no case of its own.
+  const unsigned long long leastMagnitude = 0ULL - static_cast<unsigned long long>(least);
+  if (negative ? magnitude > leastMagnitude : magnitude > greatest) return NumberFault::kOutOfRange;
+  bits = negative ? 0ULL - magnitude : magnitude;
+  return NumberFault::kNone;
+}
+
+NumberFault ReadDouble(std::string_view text, double& value) {
+  text = TrimBlanks(text);
+  if (EqualsIgnoringCase(text, "NaN")) {
+    value = std::bit_cast<double>(kScannedNaN);
+    return NumberFault::kNone;
+  }
+  const bool negative = TakeSign(text);
+  if (EqualsIgnoringCase(text, "Infinity")) {
+    value = std::numeric_limits<double>::infinity();
+  } else {
+    if (text.empty() || !(IsDigit(text.front()) || text.front() == '.')) {
+      return NumberFault::kNotANumber;
+    }
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (end != text.data() + text.size() || error == std::errc::invalid_argument) {
+      return NumberFault::kNotANumber;
+    }
+    // from_chars does not tell too large from too small; strtod gives the nearest double.
+    if (error == std::errc::result_out_of_range) {
+      value = std::strtod(std::string(text).c_str(), nullptr);
+      if (std::isinf(value)) return NumberFault::kOutOfRange;
+    }
+  }
+  if (negative) value = -value;
+  return NumberFault::kNone;
+}
+
+NumberFault ReadFloat(std::string_view text, float& value) {
+  double wide = 0;
+  const NumberFault fault = ReadDouble(text, wide);
+  if (fault != NumberFault::kNone) return fault;
+  value = static_cast<float>(wide);
+  return std::isinf(value) && !std::isinf(wide) ? NumberFault::kOutOfRange : NumberFault::kNone;
+}

@@ -1,0 +1,18 @@
+// Measuring stored bytes that come from strangers.
+//
+// The library trusts the bytes it loads: it follows every length field it finds. So kvtm walks the
+// length fields first, against the bytes that are really there, and refuses what would be read past
+// their end.
+#pragma once
+
+#include "hex.h"
+
+struct StoredRun {
+  unsigned count;
+  std::size_t bytes;  // of the run; what was given may be longer
+};
+
+// Measures a run of `count` values of type `id` at the front of `bytes`, in stored form of the byte
+// order `order`; `count` 0 takes as many as there are. Fails (Failure) when the bytes hold less
+// than that, are damaged, or (with `count` 0) do not end with a value.
+StoredRun MeasureStored(char id, const Bytes& bytes, unsigned char order, unsigned count);

@@ -1,0 +1,191 @@
+#include "text.h"
+
+#include "failure.h"
+#include "numbers.h"
+
+namespace {
+
+struct NamedCodeSet {
+  unsigned char number;
+  const char* name;
+  const char* otherName;
+};
+
+constexpr NamedCodeSet kCodeSets[] = {
+    {0, "bytes", "native"},        {1, "ISO-8859-1", "latin1"},   {2, "Windows-1252", "cp1252"},
+    {3, "ISO-8859-15", "latin9"},  {4, "IBM850", "cp850"},        {5, "MacRoman", "macintosh"},
+    {6, "ISO-8859-2", "latin2"},   {7, "Windows-1250", "cp1250"}, {8, "ISO-8859-5", "cyrillic"},
+    {9, "Windows-1251", "cp1251"}, {10, "KOI8-R", "koi8r"},       {11, "ISO-8859-7", "greek"},
+    {12, "ISO-8859-9", "latin5"},  {253, "Unicode", "ucs2"},
+};
+
+constexpr unsigned char kGreatestLanguage = 15;
+
+// Units beyond this many do not fit a string of that code set.
+std::size_t LongestText(unsigned char codeSet) {
+  return KvIsWideCodeSet(codeSet) ? KvString::kMaximumBytes / 2 - 1 : KvString::kMaximumBytes - 1;
+}
+
+bool HoldsAll(const KvCodeSet& codeSet, const std::vector<unsigned short>& units) {
+  for (const unsigned short unit : units) {
+    if (codeSet.ToUnicode(codeSet.FromUnicode(unit)) != unit) return false;
+  }
+  return true;
+}
+
+// The first character that the code set lacks, for the message.
+std::string FirstLacking(const KvCodeSet& codeSet, const std::vector<unsigned short>& units) {
+  std::string lacking;
+  for (const unsigned short unit : units) {
+    if (codeSet.ToUnicode(codeSet.FromUnicode(unit)) == unit) continue;
+    AppendUtf8(lacking, unit);
+    break;
+  }
+  return lacking;
+}
+
+KvString MakeString(const std::vector<unsigned short>& units, unsigned char codeSetNumber) {
+  const auto count = static_cast<unsigned short>(units.size());
+  if (KvIsWideCodeSet(codeSetNumber)) {
+    KvString text(codeSetNumber, KvLanguageContext::GetDefaultLanguage());
+    if (count > 0) text << KvString(units.data(), count);
+    return text;
+  }
+  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(codeSetNumber);
+  std::string bytes;
+  bytes.reserve(count);
+  for (const unsigned short unit : units) bytes += static_cast<char>(codeSet.FromUnicode(unit));
+  KvString text(bytes.c_str(), count);
+  text.SetCodeSetCode(codeSetNumber);
+  return text;
+}
+
+constexpr unsigned char kFourByteLead = 0xF0;
+
+bool MayBeTooWide(std::string_view utf8) {
+  for (const char c : utf8) {
+    if (static_cast<unsigned char>(c) >= kFourByteLead) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+DecodedText DecodeUtf8(std::string_view utf8) {
+  DecodedText decoded;
+  decoded.units.resize(utf8.size());
+  if (!MayBeTooWide(utf8)) {
+    const int count = KvMultiByteStr2WCharStr(decoded.units.data(), static_cast<int>(utf8.size()),
+                                              utf8.data(), static_cast<int>(utf8.size()));
+    if (count >= 0) {
+      decoded.units.resize(static_cast<std::size_t>(count));
+      decoded.used = utf8.size();
+      return decoded;
+    }
+  }
+  // One by one, to learn where the fault is or to see the characters beyond 16 bits, of which the
+  // library keeps the low ones.
+  std::size_t count = 0;
+  while (decoded.used < utf8.size()) {
+    const int bytes = KvMultiByte2WChar(&decoded.units[count], utf8.data() + decoded.used,
+                                        static_cast<unsigned>(utf8.size() - decoded.used));
+    if (bytes <= 0) break;
+    if (bytes > 3) {
+      decoded.units[count] = '?';
+      ++decoded.tooWide;
+    }
+    ++count;
+    decoded.used += static_cast<std::size_t>(bytes);
+  }
+  decoded.units.resize(count);
+  return decoded;
+}
+
+void AppendUtf8(std::string& utf8, unsigned short unit) {
+  if (unit < 0x80) {
+    utf8 += static_cast<char>(unit);
+    return;
+  }
+  char bytes[8];
+  utf8.append(bytes, static_cast<std::size_t>(KvWChar2MultiByte(bytes, unit)));
+}
+
+KvString StringFromUtf8(std::string_view utf8, const StringTraits& traits) {
+  const DecodedText decoded = DecodeUtf8(utf8);
+  if (decoded.used < utf8.size()) {
+    FailValue("invalid UTF-8 at offset " + std::to_string(decoded.used) + " of " + Quoted(utf8));
+  }
+  if (decoded.tooWide > 0) {
+    FailValue(Quoted(utf8) + " has a character beyond 16 bits, which no code set holds");
+  }
+  for (std::size_t i = 0; i < decoded.units.size(); ++i) {
+    if (decoded.units[i] == 0) {
+      FailValue("a zero character, which would end the text, at offset " + std::to_string(i));
+    }
+  }
+  unsigned char number = kvCodeSetLatin1;
+  if (traits.codeSet) {
+    number = *traits.codeSet;
+  } else if (!HoldsAll(*KvLanguageContext::QueryCodeSet(number), decoded.units)) {
+    number = kvCodeSetUnicode;
+  }
+  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(number);
+  if (!HoldsAll(codeSet, decoded.units)) {
+    FailValue(CodeSetName(number) + " has no " + Quoted(FirstLacking(codeSet, decoded.units)) +
+              ", in " + Quoted(utf8));
+  }
+  if (decoded.units.size() > LongestText(number)) {
+    FailValue(std::to_string(decoded.units.size()) + " characters, more than a string holds (" +
+              std::to_string(LongestText(number)) + ")");
+  }
+  KvString text = MakeString(decoded.units, number);
+  if (traits.language) text.SetLanguage(*traits.language);
+  return text;
+}
+
+std::string Utf8FromString(const KvString& text) {
+  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
+  const char* const bytes = text.StrGet();
+  const std::size_t length = text.Len();
+  std::string utf8;
+  utf8.reserve(length);
+  for (std::size_t i = 0; i < length; ++i) {
+    unsigned short unit = static_cast<unsigned char>(bytes[i]);
+    if (KvIsWideCodeSet(text.GetCodeSet())) {
+      unit = reinterpret_cast<const unsigned short*>(bytes)[i];
+    }
+    AppendUtf8(utf8, codeSet.ToUnicode(unit));
+  }
+  return utf8;
+}
+
+unsigned char FindCodeSet(std::string_view text) {
+  for (const NamedCodeSet& named : kCodeSets) {
+    if (EqualsIgnoringCase(text, named.name) || EqualsIgnoringCase(text, named.otherName)) {
+      return named.number;
+    }
+  }
+  unsigned long long number = 0;
+  if (ReadInteger(text, 0, kvCodeSetUnicode, number) == NumberFault::kNone) {
+    return static_cast<unsigned char>(number);
+  }
+  FailUsage("unknown code set " + Quoted(text) + "; kvtm help convert lists them");
+}
+
+std::string CodeSetName(unsigned char codeSet) {
+  for (const NamedCodeSet& named : kCodeSets) {
+    if (named.number == codeSet) return named.name;
+  }
+  return "code set " + std::to_string(codeSet);
+}
+
+unsigned char FindLanguage(std::string_view text) {
+  for (unsigned char number = 1; number <= kGreatestLanguage; ++number) {
+    if (EqualsIgnoringCase(text, KvLanguageContext::QueryLanguage(number)->Name())) return number;
+  }
+  unsigned long long number = 0;
+  if (ReadInteger(text, 0, 253, number) == NumberFault::kNone) {
+    return static_cast<unsigned char>(number);
+  }
+  FailUsage("unknown language " + Quoted(text) + "; kvtm help sort lists them");
+}

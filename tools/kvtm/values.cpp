@@ -1,0 +1,382 @@
+#include "values.h"
+
+#include <cstring>
+#include <limits>
+
+#include "catalogue.h"
+#include "failure.h"
+#include "numbers.h"
+#if __has_include("kvblob.h")
+#include "kvblob.h"
+#define KVTM_BLOBS
+#endif
+
+namespace {
+
+constexpr unsigned char kMemoryForm = 8;
+// For dates: a component of -1 is an ordinary number here, not a wildcard.
+constexpr unsigned short kExactCompare = 0x10;
+
+// How values of a row are written as text.
+enum class TextKind {
+  kCharacter,  // one printable character, or 0xNN
+  kInteger,    // a whole number within a range
+  kFloat,
+  kDouble,
+  kBoolean,      // TRUE or FALSE
+  kString,       // the text itself
+  kPlainString,  // the text itself, in the default 8-bit code set
+  kBlob,         // hex
+  kPattern,      // a print format of the row
+};
+
+struct TextRule {
+  TextKind kind = TextKind::kPattern;
+  unsigned char width = 0;  // of the number; in a nullable row the null flag follows it
+  bool nullable = false;
+  long long least = 0;
+  unsigned long long greatest = 0;
+  // Formats that are tried in turn; the row's own comes after them.
+  std::vector<const char*> formats = {};
+};
+
+template <typename Number>
+TextRule Whole(bool nullable = false) {
+  return {.kind = TextKind::kInteger,
+          .width = sizeof(Number),
+          .nullable = nullable,
+          .least = static_cast<long long>(std::numeric_limits<Number>::min()),
+          .greatest = static_cast<unsigned long long>(std::numeric_limits<Number>::max())};
+}
+
+constexpr const char* kDateTimeText = "%Y-%m-%dT%H:%M:%S";
+
+TextRule MakeRule(char id) {
+  switch (id) {
+    case Kv1B_T:
+    case KvU1B_T:
+      return {.kind = TextKind::kCharacter, .width = 1};
+    case KvNULL_1B_T:
+    case KvNULL_U1B_T:
+      return {.kind = TextKind::kCharacter, .width = 1, .nullable = true};
+    case Kv2B_T:
+      return Whole<o_2b>();
+    case KvU2B_T:
+      return Whole<o_u2b>();
+    case Kv4B_T:
+    case KvINT_T:
+    case KvENUM_T:
+      return Whole<o_4b>();
+    case KvU4B_T:
+    case KvUNSIGNED_T:
+    case KvBLOCKID_T:
+      return Whole<o_u4b>();
+    case Kv8B_T:
+    case KvINT64_T:
+      return Whole<o_8b>();
+    case KvU8B_T:
+      return Whole<o_u8b>();
+    case KvNULL_2B_T:
+      return Whole<o_2b>(true);
+    case KvNULL_U2B_T:
+      return Whole<o_u2b>(true);
+    case KvNULL_INT_T:
+    case KvNULL_4B_T:
+      return Whole<o_4b>(true);
+    case KvNULL_UNSIGNED_T:
+    case KvNULL_U4B_T:
+      return Whole<o_u4b>(true);
+    case KvNULL_KVINT64_T:
+    case KvNULL_8B_T:
+      return Whole<o_8b>(true);
+    case KvNULL_U8B_T:
+      return Whole<o_u8b>(true);
+    case KvFLOAT_T:
+      return {.kind = TextKind::kFloat, .width = 4};
+    case KvDOUBLE_T:
+      return {.kind = TextKind::kDouble, .width = 8};
+    case KvNULL_FLOAT_T:
+      return {.kind = TextKind::kFloat, .width = 4, .nullable = true};
+    case KvNULL_DOUBLE_T:
+      return {.kind = TextKind::kDouble, .width = 8, .nullable = true};
+    case KvBOOLEAN_T:
+      return {.kind = TextKind::kBoolean};
+    case KvSTRING_T:
+      return {.kind = TextKind::kString};
+    case KvISTRING_T:
+    case KvCASEISTRING_T:
+      return {.kind = TextKind::kPlainString};
+    case KvBLOB_T:
+      return {.kind = TextKind::kBlob};
+    case KvDATE_T:
+    case D_DATE_T:
+      return {.formats = {"%Y-%m-%d"}};
+    case KvTIME_T:
+    case D_TIME_T:
+      return {.formats = {"%H:%M:%S", "%H:%M:%f"}};
+    case KvDATIME_T:
+    case KvDATIME_N_T:
+    case D_TIMESTAMP_T:
+      return {.formats = {kDateTimeText, "%X", "%Y-%m-%d %H:%M:%f"}};
+    case KvTIMESPAN_T:
+      return {.formats = {"%J.%H:%M:%S"}};
+    default:
+      return {};
+  }
+}
+
+const TextRule& RuleOf(char id) {
+  static const std::vector<TextRule> rules = [] {
+    std::vector<TextRule> all;
+    for (char each = 0; each < kTypeCount; ++each) all.push_back(MakeRule(each));
+    return all;
+  }();
+  return rules[static_cast<std::size_t>(id)];
+}
+
+const std::string& NullText() {
+  static const std::string text = Utf8FromString(KvTypeMgr::GetNullPrintString());
+  return text;
+}
+
+[[noreturn]] void FailReading(char id, std::string_view text, const std::string& reason) {
+  FailValue(Quoted(text) + " is no " + TypeName(id) + " value" + reason);
+}
+
+void WriteNumber(const TextRule& rule, void* value, const void* number) {
+  std::memcpy(value, number, rule.width);
+  if (rule.nullable) static_cast<unsigned char*>(value)[rule.width] = 0;
+}
+
+void RequireNumber(NumberFault fault, char id, std::string_view text, const TextRule& rule) {
+  if (fault == NumberFault::kNotANumber) FailReading(id, text, ": not a number");
+  if (fault == NumberFault::kNone) return;
+  if (rule.kind != TextKind::kInteger) FailReading(id, text, ": out of range");
+  FailReading(
+      id, text,
+      ": out of range, " + std::to_string(rule.least) + " to " + std::to_string(rule.greatest));
+}
+
+void ReadWhole(char id, void* value, std::string_view text, const TextRule& rule) {
+  std::string_view digits = text;
+  if (id == KvBLOCKID_T && digits.starts_with('#')) digits.remove_prefix(1);
+  unsigned long long bits = 0;
+  RequireNumber(ReadInteger(digits, rule.least, rule.greatest, bits), id, text, rule);
+  WriteNumber(rule, value, &bits);  // the low bytes of the pattern come first in memory
+}
+
+void ReadCharacter(char id, void* value, std::string_view text, const TextRule& rule) {
+  unsigned char byte = 0;
+  if (text.size() == 1 && text[0] >= 0x20 && text[0] <= 0x7E) {
+    byte = static_cast<unsigned char>(text[0]);
+  } else {
+    Bytes bytes;
+    if (text.size() == 4 && text.starts_with("0x")) AppendHex(text.substr(2), bytes);
+    if (bytes.size() != 1) FailReading(id, text, ": neither one character nor a byte as 0xNN");
+    byte = bytes[0];
+  }
+  WriteNumber(rule, value, &byte);
+}
+
+void ReadBoolean(char id, void* value, std::string_view text) {
+  for (const char* word : {"TRUE", "true", "T", "t", "1", "FALSE", "false", "F", "f", "0"}) {
+    if (text != word) continue;
+    KvString scanned(std::string(text).c_str());
+    Types().ScanFromKvString(id, value, scanned, nullptr, 1);
+    return;
+  }
+  FailReading(id, text, ": neither TRUE nor FALSE");
+}
+
+std::string Printed(char id, void* value, const char* format) {
+  KvString text;
+  return Utf8FromString(Types().PrintToKvString(id, text, value, format, 1));
+}
+
+// A text without what may differ between an input and what its value prints as: blanks, and zeros
+// before a number or after a fraction ("6.5" and "06.500").
+std::string Normalized(std::string_view text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size();) {
+    if (text[i] == ' ' || text[i] == '\t') {
+      ++i;
+      continue;
+    }
+    std::size_t end = i;
+    while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+    if (end == i) {
+      plain += text[i++];
+      continue;
+    }
+    std::string digits(text.substr(i, end - i));
+    if (!plain.empty() && plain.back() == '.') {
+      digits.erase(digits.find_last_not_of('0') + 1);
+      if (digits.empty()) plain.pop_back();
+    } else {
+      digits.erase(0, digits.find_first_not_of('0'));
+      if (digits.empty()) digits = "0";
+    }
+    plain += digits;
+    i = end;
+  }
+  return plain;
+}
+
+// Reads by the row's scan handler. That reports nothing, so the value is printed again: what does
+// not come back the same was not read whole, or not in range.
+bool ScansWhole(char id, void* value, std::string_view text, const char* format) {
+  KvString input = StringFromUtf8(text, {});
+  Types().ScanFromKvString(id, value, input, format, 1);
+  return !Types().IsNullValue(id, value) &&
+         Normalized(Printed(id, value, format)) == Normalized(text);
+}
+
+// The formats to try for a value, the row's own (null) last.
+std::vector<const char*> FormatsOf(char id, const ValueStyle& style) {
+  if (!style.format.empty()) return {style.format.c_str()};
+  std::vector<const char*> formats = RuleOf(id).formats;
+  formats.push_back(nullptr);
+  return formats;
+}
+
+void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
+  const std::vector<const char*> formats = FormatsOf(id, style);
+  for (const char* format : formats) {
+    if (ScansWhole(id, value, text, format)) return;
+  }
+  const char* const expected =
+      formats[0] != nullptr ? formats[0] : Types().ExchangeFormat(id, nullptr);
+  FailReading(id, text, std::string(": expected ") + expected);
+}
+
+void ReadString(char id, void* value, std::string_view text, const ValueStyle& style) {
+  if (id == KvSTRING_T) {
+    *static_cast<KvString*>(value) = StringFromUtf8(text, style.strings);
+    return;
+  }
+  KvString plain =
+      StringFromUtf8(text, {.codeSet = KvString::GetDefault8CodeSet(), .language = {}});
+  Types().ScanFromKvString(id, value, plain, nullptr, 1);
+}
+
+void ReadBlob(void* value, std::string_view text) {
+  Bytes bytes;
+  AppendHex(text, bytes);
+  if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    FailValue("a blob of more than 2147483647 bytes");
+  }
+#ifdef KVTM_BLOBS
+  static_cast<KvBlob*>(value)->SetTo(bytes.data(), static_cast<int>(bytes.size()));
+#else
+  FailValue("blobs are not there yet" + std::to_string(value == nullptr));
+#endif
+}
+
+// A pattern's text that reads back to the value. The last format shows the most, whether it does
+// or not.
+std::string PatternText(char id, void* value, const ValueStyle& style) {
+  const std::vector<const char*> formats = FormatsOf(id, style);
+  ValueRun readBack(id, 1);
+  std::string text;
+  for (const char* format : formats) {
+    text = Printed(id, value, format);
+    KvString again(text.c_str());
+    Types().ScanFromKvString(id, readBack.Data(), again, format, 1);
+    if (Types().Cmp(id, readBack.Data(), value, kExactCompare, 1, kMemoryForm) == 0) break;
+  }
+  return text;
+}
+
+}  // namespace
+
+ValueRun::ValueRun(char id, unsigned count)
+    : id_(id), count_(count), width_(Types().MemLenGet(id, 1)), values_(Types().Create(id, count)) {
+  if (values_ == nullptr) FailValue("no memory for " + std::to_string(count) + " values");
+}
+
+ValueRun::~ValueRun() {
+  Types().Delete(id_, values_, count_);
+}
+
+void ReadValue(char id, void* value, std::string_view text, const ValueStyle& style) {
+  const TextRule& rule = RuleOf(id);
+  if (text == NullText() && Types().SupportsNullValue(id)) {
+    Types().SetNullValue(id, value);
+    return;
+  }
+  if (!style.format.empty()) return ReadPattern(id, value, text, style);
+  switch (rule.kind) {
+    case TextKind::kCharacter:
+      return ReadCharacter(id, value, text, rule);
+    case TextKind::kInteger:
+      return ReadWhole(id, value, text, rule);
+    case TextKind::kFloat: {
+      float number = 0;
+      RequireNumber(ReadFloat(text, number), id, text, rule);
+      return WriteNumber(rule, value, &number);
+    }
+    case TextKind::kDouble: {
+      double number = 0;
+      RequireNumber(ReadDouble(text, number), id, text, rule);
+      return WriteNumber(rule, value, &number);
+    }
+    case TextKind::kBoolean:
+      return ReadBoolean(id, value, text);
+    case TextKind::kString:
+    case TextKind::kPlainString:
+      return ReadString(id, value, text, style);
+    case TextKind::kBlob:
+      return ReadBlob(value, text);
+    case TextKind::kPattern:
+      return ReadPattern(id, value, text, style);
+  }
+}
+
+std::unique_ptr<ValueRun> ReadValues(char id, const std::vector<std::string>& texts,
+                                     const ValueStyle& style) {
+  auto run = std::make_unique<ValueRun>(id, static_cast<unsigned>(texts.size()));
+  for (unsigned i = 0; i < run->Count(); ++i) ReadValue(id, run->At(i), texts[i], style);
+  return run;
+}
+
+std::string TextOf(char id, void* value, const ValueStyle& style) {
+  if (Types().IsNullValue(id, value)) return NullText();
+  if (!style.format.empty()) return Printed(id, value, style.format.c_str());
+  switch (RuleOf(id).kind) {
+#ifdef KVTM_BLOBS
+    case TextKind::kBlob: {
+      KvBlob& blob = *static_cast<KvBlob*>(value);
+      return ToHex(blob.Seek(0, blob.Length()), static_cast<std::size_t>(blob.Length()));
+    }
+#endif
+    case TextKind::kPattern:
+      return PatternText(id, value, style);
+    default:
+      return Printed(id, value, nullptr);
+  }
+}
+
+Bytes StoredForm(const ValueRun& run, unsigned char order) {
+  // A bound on what the store function writes, which has no way to be asked.
+  std::size_t bound = 4;
+  for (unsigned i = 0; i < run.Count(); ++i) {
+    switch (RuleOf(run.Id()).kind) {
+      case TextKind::kString:
+      case TextKind::kPlainString:
+        bound += KvString::kMaximumBytes + 8;
+        break;
+#ifdef KVTM_BLOBS
+      case TextKind::kBlob:
+        bound += 4 + static_cast<std::size_t>(static_cast<KvBlob*>(run.At(i))->Length());
+        break;
+#endif
+      default:
+        bound += Types().DiskLenGet(run.Id(), nullptr, order, 1, 0);
+    }
+  }
+  Bytes bytes(bound);
+  const unsigned written = Types().Store(run.Id(), bytes.data(), run.Data(), order, run.Count());
+  if (written == 0 || written > bound) FailValue(TypeName(run.Id()) + " values cannot be stored");
+  bytes.resize(written);
+  return bytes;
+}
