@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "kvtypevl/blob_row.h"
+#include "kvtypevl/date_rows.h"
 #include "kvtypevl/identity_rows.h"
 #include "kvtypevl/lifetime.h"
 #include "kvtypevl/nullable_rows.h"
@@ -58,20 +59,20 @@ constexpr Entry kEntries[] = {
     {10, "o_u1b",            "KvU1B_T",            1, kFixed,    "%c",                        ScalarSlots<ByteRow>(ByteCompare)},
     // Text, dates, identities, blobs
     {11, "KvString",         "KvSTRING_T", kStringWidth, kVariable, "%s",                     StringSlots(Nulls::kYes)},
-    {12, "KvDate",           "KvDATE_T",           4, kFixed,    "%a %e.%b %Y",               TrivialRow::Slots(Nulls::kYes)},
-    {13, "KvTime",           "KvTIME_T",           3, kFixed,    "%I:%M:%S %p",               TrivialRow::Slots(Nulls::kYes)},
+    {12, "KvDate",           "KvDATE_T",           4, kFixed,    "%a %e.%b %Y",               KvDateSlots()},
+    {13, "KvTime",           "KvTIME_T",           3, kFixed,    "%I:%M:%S %p",               KvTimeSlots()},
     {14, "BlockId",          "KvBLOCKID_T",        4, kFixed,    "#%lu",                      ScalarSlots<BlockIdRow>(DwordCompare)},
     {15, "KvObjId",          "KvOBJID_T",         12, kFixed,    "(%H-%L#%B)",                ObjIdSlots()},
     {16, "KvClassId",        "KvCLID_T",           4, kFixed,    "(%Cv%V)",                   ClassIdSlots()},
     {17, "KvRef",            "KvREF_T",           16, kFixed,    "(%D:%H-%L#%B, %C)",         RefSlots()},
     {18, "KvBlob",           "KvBLOB_T",  kBlobWidth, kVariable, "[BLOB,len=%L]",             BlobSlots()},
-    {19, "KvDateTime",       "KvDATIME_T",         8, kFixed,    "%a %e.%b %Y %I:%M:%S %p",   TrivialRow::Slots(Nulls::kYes)},
+    {19, "KvDateTime",       "KvDATIME_T",         8, kFixed,    "%a %e.%b %Y %I:%M:%S %p",   KvDateTimeSlots()},
     {20, "KvIString",        "KvISTRING_T", kStringWidth, kVariable, "%s",                    TrivialRow::Slots()},
     {21, "KvCaseIString",    "KvCASEISTRING_T", kStringWidth, kVariable, "%s",                TrivialRow::Slots()},
-    {22, "d_Date",           "D_DATE_T",           4, kFixed,    "%a %b %e",                  TrivialRow::Slots()},
-    {23, "d_Time",           "D_TIME_T",           6, kFixed,    "%I:%M:%S %p",               TrivialRow::Slots()},
-    {24, "d_Timestamp",      "D_TIMESTAMP_T",     10, kFixed,    "%a %b %e %I:%M:%S %p",      TrivialRow::Slots()},
-    {25, "d_Interval",       "D_INTERVAL_T",       4, kFixed,    "%e days, %I hours, %M minutes, %S seconds", TrivialRow::Slots()},
+    {22, "d_Date",           "D_DATE_T",           4, kFixed,    "%a %b %e",                  OdmgDateSlots()},
+    {23, "d_Time",           "D_TIME_T",           6, kFixed,    "%I:%M:%S %p",               OdmgTimeSlots()},
+    {24, "d_Timestamp",      "D_TIMESTAMP_T",     10, kFixed,    "%a %b %e %I:%M:%S %p",      OdmgTimestampSlots()},
+    {25, "d_Interval",       "D_INTERVAL_T",       4, kFixed,    "%e days, %I hours, %M minutes, %S seconds", IntervalSlots()},
     {26, "KvInt64",          "KvINT64_T",          8, kFixed,    "%S",                        Int64Slots()},
     {27, "KvBoolean",        "KvBOOLEAN_T",        1, kFixed,    "noop",                      BooleanSlots()},
     // Nullable scalars
@@ -88,8 +89,8 @@ constexpr Entry kEntries[] = {
     {38, "KvNull_KvInt64",   "KvNULL_KVINT64_T",  12, kFixed,    "%S",                        NullableSlots<Int64Row>()},
     // Later additions
     {39, "KvSeal",           "KvSEAL_T",           6, kFixed,    "noop",                      SealSlots()},
-    {40, "KvDateTimeN",      "KvDATIME_N_T",      12, kFixed,    "%X",                        TrivialRow::Slots(Nulls::kYes)},
-    {41, "KvTimeSpan",       "KvTIMESPAN_T",      12, kFixed,    "%V",                        TrivialRow::Slots(Nulls::kYes)},
+    {40, "KvDateTimeN",      "KvDATIME_N_T",      12, kFixed,    "%X",                        KvDateTimeNSlots()},
+    {41, "KvTimeSpan",       "KvTIMESPAN_T",      12, kFixed,    "%V",                        KvTimeSpanSlots()},
     {42, "o_8b",             "Kv8B_T",             8, kFixed,    "%I64d",                     ScalarSlots<EightByteRow>(O_8BCompare)},
     {43, "o_u8b",            "KvU8B_T",            8, kFixed,    "%I64u",                     ScalarSlots<UnsignedEightByteRow>(O_U8BCompare)},
     {44, "KvNull_8b",        "KvNULL_8B_T",       16, kFixed,    "%I64d",                     NullableSlots<EightByteRow>()},

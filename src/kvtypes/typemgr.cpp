@@ -8,6 +8,7 @@
 
 #include "kvstring.h"
 #include "kvtypes/catalogue.h"
+#include "kvtypevl/date_rows.h"
 #include "kvtypevl/scalar_text.h"
 
 namespace {
@@ -346,10 +347,10 @@ int KvTypeMgr::GetValue(char id, void* value, unsigned length, unsigned char for
   return status;
 }
 
-int KvTypeMgr::StoreTimeStamp(char id, void* /*destination*/, unsigned char /*format*/,
+int KvTypeMgr::StoreTimeStamp(char id, void* destination, unsigned char format,
                               const void* stamp) const {
   if (stamp == nullptr || SupportsCapability(id, kTimeStampCapability) == 0) return kvNotSupported;
-  return kvNotSupported;
+  return kv::StoreTimeStamp(Row(id), id, destination, format, stamp);
 }
 
 void* KvTypeMgr::GetArrayElement(char id, void* base, unsigned index, unsigned count) const {

@@ -1,0 +1,273 @@
+// kvdate.h - KvDate, a calendar date, and KvTime, a time of day; catalogue rows KvDATE_T and
+// KvTIME_T. Also the one format language that all date and time classes print and scan with.
+//
+//   KvDate day(2000, 2, 28);
+//   day += 2;                                  // 2000-03-01
+//   int(day) - int(KvDate(2000, 1, 1));        // 60; day - KvDate(2000, 1, 1) is the same
+//   KvString text;
+//   day.PrintToKvString(text, "%d.%m.%Y");     // "01.03.2000"
+//   day.ScanFromKvString(text, "%d.%m.%Y");    // and back, result 0
+//
+// Memory form and stored form of a KvDate (4 bytes; the year's two bytes are reversed under
+// byte-order code 2) and of a KvTime (3 bytes, the same in any order):
+//
+//   offset 0   year    16 bits, signed     offset 0   hour    8 bits, signed
+//          2   month    8 bits, signed            1   minute
+//          3   day                                2   second
+//
+// Years are astronomical (0 is the year before 1) and the calendar is the Gregorian one for all
+// time. Arithmetic never fails and never validates: 31 April is counted as the day after 30 April.
+// IsDate and IsTime are the only checks.
+//
+// Wildcards. A component of -1 matches anything when values are compared and prints as "*". It
+// comes from scanning a "*". Compare option 0x10 makes it an ordinary number.
+//
+// Distinguished values. Each class has a null value, which orders before all others and prints as
+// the type manager's null print string, a zero value and a default value:
+//
+//             KvDate                              KvTime
+//   null      year -32768, month and day -128     all -128
+//   zero      0000-01-01                          00:00:00
+//   default   -4713-11-24, whose day number is 0  00:00:00
+//
+// ---------------------------------------------------------------------------------------------
+// Formats. Everything is copied but the directives:
+//
+//   %d %e %m %H %M %S   day, day, month, hour, minute, second: two digits at least
+//   %Y  %y              the year in four digits at least; its last two
+//   %I                  the hour of a 12-hour clock. 0 is 12 where the format has a %p or %P
+//                       anywhere (%%p does not count), else 0
+//   %p  %P              am pm, AM PM
+//   %a  %A              name of the weekday, cut to three letters; whole
+//   %b  %B              name of the month, cut to three letters; whole. The first two are "Januar"
+//                       and "Februar". A month that there is not prints as three digits
+//   %N                  nanoseconds
+//   %f                  seconds with 3, 6 or 9 digits of fraction, as many as the nanoseconds need;
+//                       "00" when both are 0. Two digits stand before the point; without
+//                       nanoseconds there is no point but a width of 3: "006"
+//   %J                  days + 30 * (months + 12 * years)
+//   %D %T               %Y-%m-%d, %H:%M:%S
+//   %O %X               %Y-%m-%dT%H:%M:%S, %Y-%m-%dT%H:%M:%f
+//   %V                  %J.%H:%M:%f
+//   %?( ... )           an optional group: in it a directive whose components are all 0 prints
+//                       nothing, and a group in which no directive printed is dropped whole
+//   %%, %) and others   the character itself; a "%" that ends the format is a "%"
+//
+// A directive one of whose components is -1 prints "*" (%J: only when all three are). Groups may be
+// nested, and the end of the format closes them. Components that a class does not have are 0.
+//
+// Scanning walks format and text together and skips blanks in both before each element.
+//
+//   - A character of the format must stand in the text too. A mismatch ends the scan.
+//   - A number has a sign or none, then as many digits as there are; but when another number
+//     follows without anything between (%Y%m%d), only as many as it is printed with. What does not
+//     fit the component becomes the nearest number that does.
+//   - "*" makes the directive's components -1.
+//   - Names need their first three letters, case matters; more are taken as far as they go. The
+//     weekday is read and dropped. %y up to 30 is of this century (2000), else of the last one.
+//   - %p takes two characters, the first an a or p in either case, and turns 1 to 11 pm into 13 to
+//     23 and 12 am into 0.
+//   - A mismatch in an optional group puts the text back to where the group began, and the scan
+//     goes on behind the group. A directive in it that does not match is taken as not printed.
+//
+// Result of a scan: 0 when the format was walked to its end (text may be left over), kvNotSupported
+// when a mismatch ended it. Components read until then are kept; those that the text did not give
+// are those of the zero value. A scan that read nothing leaves the value as it was. A text that
+// begins with the null print string makes the value null.
+#pragma once
+
+#include "_kvcalendar.h"
+#include "kvbase.h"
+#include "kvstring.h"
+
+enum KvDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
+
+class KV_EXPORT KvDate {
+ public:
+  // Today, local date.
+  KvDate();
+  // As given; nothing is checked.
+  constexpr KvDate(short yearNumber, char monthNumber, char dayNumber)
+      : year(yearNumber), month(monthNumber), day(dayNumber) {}
+  // The date of a day number, as dateabs.
+  constexpr explicit KvDate(int dayNumber) : KvDate(FromParts(kv::DateOfDayNumber(dayNumber))) {}
+
+  // The day number, as dayabs.
+  constexpr operator int() const { return dayabs(); }
+
+  // Days from -4713-11-24, which is day 0; 2000-01-01 is day 2451545. A month of 13 is the January
+  // of the next year. Inverse of dateabs for the dates of the years -4799 to 32767; further back
+  // the divisions truncate toward zero and dates no longer map one to one.
+  constexpr int dayabs() const { return kv::DayNumber(year, month, day); }
+  // Makes this the date of a day number; true dates from -68569 (-4900-03-01) on. The year is kept
+  // modulo 65536. Result: this date.
+  constexpr KvDate& dateabs(int dayNumber) { return *this = KvDate(dayNumber); }
+
+  // Move by days through the day number, which wraps at 32 bits.
+  constexpr KvDate operator+(int days) const { return KvDate(kv::WrappingAdd(dayabs(), days)); }
+  constexpr KvDate operator-(int days) const { return *this + kv::WrappingNegate(days); }
+  constexpr KvDate& operator+=(int days) { return *this = *this + days; }
+  constexpr KvDate& operator-=(int days) { return *this = *this - days; }
+  constexpr KvDate& operator++() { return *this += 1; }
+  constexpr KvDate& operator--() { return *this -= 1; }
+  // Days from `other` to this date.
+  constexpr int operator-(const KvDate& other) const { return dayabs() - other.dayabs(); }
+
+  // By year, month, day as plain numbers; wildcards mean nothing here.
+  constexpr bool operator==(const KvDate& other) const { return Compare(other, kStrict) == 0; }
+  constexpr bool operator!=(const KvDate& other) const { return Compare(other, kStrict) != 0; }
+  constexpr bool operator<(const KvDate& other) const { return Compare(other, kStrict) < 0; }
+  constexpr bool operator<=(const KvDate& other) const { return Compare(other, kStrict) <= 0; }
+  constexpr bool operator>(const KvDate& other) const { return Compare(other, kStrict) > 0; }
+  constexpr bool operator>=(const KvDate& other) const { return Compare(other, kStrict) >= 0; }
+
+  // The difference of the first components that differ: negative, 0 or positive. A component that
+  // is -1 on either side matches anything unless `flags` has bit 0x10.
+  //   KvDate(2000, -1, 5).Compare(KvDate(2000, 7, 5), 0)      // 0
+  //   KvDate(2000, -1, 5).Compare(KvDate(2000, 7, 5), 0x10)   // -8
+  constexpr int Compare(const KvDate& other, unsigned short flags) const {
+    return kv::CompareComponents(year, month, day, other.year, other.month, other.day, flags);
+  }
+
+  // Whether the calendar has this date.
+  constexpr bool IsDate() const {
+    return static_cast<unsigned char>(day) - 1u < 31 &&
+           static_cast<unsigned char>(month) - 1u < 12 && daynxtmonth() > 0;
+  }
+  constexpr bool IsLastDayOfTheMonth() const { return daynxtmonth() == 1; }
+  // Days from this date to the first of the next month.
+  constexpr int daynxtmonth() const { return kv::DayNumber(year, month + 1, 1) - dayabs(); }
+
+  // Makes this today's local date. Result: this date.
+  KvDate& Today();
+
+  // The weekday, right from 0000-03-01 to 4600-02-28; after that the days early in a century come
+  // out as Sundays, deliberately (_kvcalendar.h). Both names are the same.
+  constexpr KvDaysOfTheWeek GetDayOfTheDate() const {
+    return static_cast<KvDaysOfTheWeek>(kv::WeekdayByFormula(year, month, day));
+  }
+  constexpr KvDaysOfTheWeek DayOfTheDate() const { return GetDayOfTheDate(); }
+  // The English name: "Monday".
+  KvString PrintDayOfTheDate() const;
+
+  static const KvDate& NullValue();
+  static const KvDate& ZeroValue();
+  static const KvDate& DefaultValue();
+  static const KvDate& ClearValue();  // the zero value
+  bool IsNullValue() const { return *this == NullValue(); }
+  bool IsZeroValue() const { return *this == ZeroValue(); }
+  bool IsDefaultValue() const { return *this == DefaultValue(); }
+  int SetNullValue();  // 0, like the next two
+  int SetZeroValue();
+  int SetDefaultValue();
+
+  // Text, as told above. A null format is "%a %e.%b %Y". Printing replaces what `out` holds.
+  KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
+  int ScanFromKvString(const KvString& in, const char* format = nullptr);
+
+  // The year that matches anything in the second operand of a comparison of stored dates. It is
+  // 65534 until the first such comparison and 65535, which is how -1 reads, ever after.
+  static unsigned short AnyYear();
+
+  short year;
+  char month;
+  char day;
+
+ protected:
+  // Quotient and remainder of the magnitudes, negated when the signs of `a` and `b` differ; so
+  // modulo(7, -3) is -1. By 0: 0.
+  static int divide(int a, int b);
+  static int modulo(int a, int b);
+
+ private:
+  static constexpr unsigned short kStrict = kv::kStrictCompare;
+  static constexpr KvDate FromParts(kv::CalendarDate date) {
+    return {date.year, date.month, date.day};
+  }
+};
+
+class KV_EXPORT KvTime {
+ public:
+  // Now, local time of day.
+  KvTime();
+  // As given; nothing is checked.
+  constexpr KvTime(char hourNumber, char minuteNumber, char secondNumber)
+      : hour(hourNumber), minute(minuteNumber), second(secondNumber) {}
+  // As SetSecondsAbs.
+  constexpr explicit KvTime(int seconds)
+      : hour(static_cast<char>(seconds / 3600)),
+        minute(static_cast<char>(seconds % 3600 / 60)),
+        second(static_cast<char>(seconds % 60)) {}
+
+  // Seconds since midnight.
+  constexpr operator int() const { return (hour * 60 + minute) * 60 + second; }
+  // Splits seconds into hours, minutes and seconds. Nothing is reduced to a day: 90000 is hour 25,
+  // and hours are kept modulo 256. Result: this time.
+  constexpr KvTime& SetSecondsAbs(int seconds) { return *this = KvTime(seconds); }
+
+  // Move around the clock. Components are 8-bit numbers on the way, deliberately: spans of more
+  // than 127 hours wrap, and an hour of exactly -24 becomes 24 (00:00:00 less a day is 24:00:00).
+  constexpr KvTime operator+(int seconds) const {
+    return FromParts(kv::AddToClock({hour, minute, second}, seconds));
+  }
+  constexpr KvTime operator-(int seconds) const { return *this + kv::WrappingNegate(seconds); }
+  constexpr KvTime operator-(const KvTime& other) const { return *this - int{other}; }
+  constexpr KvTime& operator+=(int seconds) { return *this = *this + seconds; }
+  constexpr KvTime& operator-=(int seconds) { return *this = *this - seconds; }
+  constexpr KvTime& operator++() { return *this += 1; }
+  constexpr KvTime& operator--() { return *this -= 1; }
+
+  // By hour, minute, second as plain numbers; wildcards mean nothing here.
+  constexpr bool operator==(const KvTime& other) const { return Compare(other, kStrict) == 0; }
+  constexpr bool operator!=(const KvTime& other) const { return Compare(other, kStrict) != 0; }
+  constexpr bool operator<(const KvTime& other) const { return Compare(other, kStrict) < 0; }
+  constexpr bool operator<=(const KvTime& other) const { return Compare(other, kStrict) <= 0; }
+  constexpr bool operator>(const KvTime& other) const { return Compare(other, kStrict) > 0; }
+  constexpr bool operator>=(const KvTime& other) const { return Compare(other, kStrict) >= 0; }
+
+  // As KvDate::Compare.
+  constexpr int Compare(const KvTime& other, unsigned short flags) const {
+    return kv::CompareComponents(hour, minute, second, other.hour, other.minute, other.second,
+                                 flags);
+  }
+
+  // 00:00:00 to 23:59:59.
+  constexpr bool IsTime() const {
+    return static_cast<unsigned char>(hour) < 24 && static_cast<unsigned char>(minute) < 60 &&
+           static_cast<unsigned char>(second) < 60;
+  }
+
+  KvTime& Now();     // the local time of day
+  KvTime& NowUTC();  // that of Greenwich
+  // Shift by the present offset of local time, around the clock. Result: 0, or kvNoTimeZone, the
+  // value unchanged, when the zone is not known.
+  int ToLocalTime();
+  int ToUTCTime();
+
+  static const KvTime& NullValue();
+  static const KvTime& ZeroValue();
+  static const KvTime& DefaultValue();
+  static const KvTime& ClearValue();  // the zero value
+  bool IsNullValue() const { return *this == NullValue(); }
+  bool IsZeroValue() const { return *this == ZeroValue(); }
+  bool IsDefaultValue() const { return *this == DefaultValue(); }
+  int SetNullValue();  // 0, like the next two
+  int SetZeroValue();
+  int SetDefaultValue();
+
+  // Text, as told above. A null format is "%I:%M:%S %p". Printing replaces what `out` holds.
+  KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
+  int ScanFromKvString(const KvString& in, const char* format = nullptr);
+
+  char hour;
+  char minute;
+  char second;
+
+ private:
+  static constexpr unsigned short kStrict = kv::kStrictCompare;
+  static constexpr KvTime FromParts(kv::ClockTime time) {
+    return {time.hour, time.minute, time.second};
+  }
+};
+
+static_assert(sizeof(KvDate) == 4 && sizeof(KvTime) == 3);

@@ -1,0 +1,54 @@
+// The one formatter and the one scanner of all date and time classes. kvdate.h describes the
+// formats. Formats and texts may come from strangers: any of them gives a defined result.
+//
+// Both work on DateTimeParts, the widest record of components. A class fills in what it has, leaves
+// 0 where it has nothing, and takes back what fits its fields.
+#pragma once
+
+#include "_kvcalendar.h"
+#include "kvstring.h"
+
+namespace kv {
+
+// Which calendar names the weekday.
+enum class WeekdayRule : unsigned char { kGregorian, kByCount };
+
+struct DateTimeParts {
+  int year = 0;
+  int month = 0;
+  int day = 0;
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+  int nanosecond = 0;
+
+  WeekdayRule weekdayRule = WeekdayRule::kGregorian;
+  bool plainHour = false;  // %I is the hour itself: a duration knows no noon
+};
+
+// Prints the parts into `out`, which becomes an 8-bit text with the defaults. When memory is short
+// `out` stays as it was. `sign` is put in front of all unless it is 0.
+KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* format,
+                         char sign = 0);
+
+struct DateTimeScan {
+  bool complete = false;   // the format was walked to its end
+  bool any = false;        // at least one component was read
+  bool totalDays = false;  // year, month and day were read as one number of days, by %J
+};
+
+// Reads the components that `text` (a zero-terminated text) gives into `parts`; the others stay.
+DateTimeScan ScanDateTime(DateTimeParts& parts, const char* text, const char* format);
+
+// The English weekday, 0 Monday to 6 Sunday; "no day" for any other number.
+const char* WeekdayName(int weekday);
+
+// A component as a field keeps it: the nearest number that the field holds.
+constexpr char ByteField(int component) {
+  return static_cast<char>(component < -128 ? -128 : component > 127 ? 127 : component);
+}
+constexpr short YearField(int component) {
+  return static_cast<short>(component < -32768 ? -32768 : component > 32767 ? 32767 : component);
+}
+
+}  // namespace kv

@@ -1,0 +1,553 @@
+// KvDateTime, KvDateTimeN and KvTimeSpan. The additions of the two classes with nanoseconds are one
+// carry chain: nanoseconds, seconds, minutes, hours, days.
+#include "kvdatime.h"
+
+#include <chrono>
+
+#include "kvdate/parts.h"
+#include "zbs.h"
+
+namespace {
+
+constexpr int kNanoseconds = 1000000000;
+constexpr int kSecondsOfDay = 86400;
+constexpr int kMinutesOfDay = 1440;
+constexpr int kDayNumberOfZero = kv::DayNumber(0, 1, 1);
+
+constinit const KvDateTime nullDateTime(KvDate(-32768, -128, -128), KvTime(-128, -128, -128));
+constinit const KvDateTime zeroDateTime(KvDate(0, 1, 1), KvTime(0, 0, 0));
+constinit const KvDateTime defaultDateTime(KvDate(-4713, 11, 24), KvTime(0, 0, 0));
+
+constinit const KvDateTimeN nullDateTimeN(-32768, -128, -128, -128, -128, -128, 0);
+constinit const KvDateTimeN zeroDateTimeN(0, 1, 1, 0, 0, 0, 0);
+constinit const KvDateTimeN defaultDateTimeN(-4713, 11, 24, 0, 0, 0, 0);
+
+constexpr KvTimeSpan SpanWithBytesOf(const KvDateTimeN& dateTime) {
+  KvTimeSpan span;
+  span.date = dateTime.date;
+  span.time = dateTime.time;
+  span.nanosecond = dateTime.nanosecond;
+  return span;
+}
+
+constinit const KvTimeSpan nullSpan =
+    SpanWithBytesOf(KvDateTimeN(-32768, -128, -128, -128, -128, -128, 0));
+constinit const KvTimeSpan zeroSpan;
+constinit const KvTimeSpan defaultSpan = SpanWithBytesOf(KvDateTimeN(-4713, 11, 24, 0, 0, 0, 0));
+
+// ---------------------------------------------------------------------------------------------
+// The carry chain.
+
+// Days beyond the calendar: the date moves through its day number, or days are counted in months of
+// 30 and years of 12 months.
+enum class Carry { kDateTime, kSpan };
+
+constexpr short ClampYear(std::int64_t year) {
+  return static_cast<short>(year < -32768 ? -32768 : year > 32767 ? 32767 : year);
+}
+
+// Splits `number` into multiples of `base` and a rest. A negative rest is borrowed from the
+// multiples unless everything above is 0: only then may a lower component be negative.
+struct Borrowed {
+  std::int64_t carry;
+  char rest;
+};
+Borrowed SplitBorrowing(std::int64_t number, int base, bool higherAreZero) {
+  std::int64_t carry = number / base;
+  auto rest = static_cast<char>(number % base);
+  if (rest < 0 && !(carry == 0 && higherAreZero)) {
+    rest = static_cast<char>(rest + base);
+    --carry;
+  }
+  return {carry, rest};
+}
+
+void AddDaysOf30(KvDate& date, std::int64_t days) {
+  const Borrowed day = SplitBorrowing(date.day + days, 30, date.month == 0 && date.year == 0);
+  const Borrowed month = SplitBorrowing(date.month + day.carry, 12, date.year == 0);
+  date = KvDate(ClampYear(date.year + month.carry), month.rest, day.rest);
+}
+
+void AddDaysTo(KvDate& date, std::int64_t days, Carry mode) {
+  if (mode == Carry::kSpan || !date.IsDate()) return AddDaysOf30(date, days);
+  const kv::CalendarDate moved = kv::DateOfDayNumber(date.dayabs() + days);
+  date = KvDate(moved.year, moved.month, moved.day);
+}
+
+// Adds to one component and brings it into 0 to base - 1. Result: what goes to the next one.
+template <class Component>
+std::int64_t CarryOut(Component& component, std::int64_t amount, int base) {
+  const kv::FloorSplit split = kv::SplitFloor(amount, base);
+  const kv::FloorSplit sum = kv::SplitFloor(std::int64_t{component} + split.remainder, base);
+  component = static_cast<Component>(sum.remainder);
+  return split.quotient + sum.quotient;
+}
+
+template <class T>
+void AddHoursTo(T& value, std::int64_t hours, Carry mode) {
+  const std::int64_t days = CarryOut(value.time.hour, hours, 24);
+  if (days != 0) AddDaysTo(value.date, days, mode);
+}
+
+template <class T>
+void AddMinutesTo(T& value, std::int64_t minutes, Carry mode) {
+  const std::int64_t hours = CarryOut(value.time.minute, minutes, 60);
+  if (hours != 0) AddHoursTo(value, hours, mode);
+}
+
+template <class T>
+void AddSecondsTo(T& value, std::int64_t seconds, Carry mode) {
+  const std::int64_t minutes = CarryOut(value.time.second, seconds, 60);
+  if (minutes != 0) AddMinutesTo(value, minutes, mode);
+}
+
+template <class T>
+void AddNanosecondsTo(T& value, std::int64_t nanoseconds, Carry mode) {
+  const std::int64_t seconds = CarryOut(value.nanosecond, nanoseconds, kNanoseconds);
+  if (seconds != 0) AddSecondsTo(value, seconds, mode);
+}
+
+std::int64_t NanosecondsOf(double seconds) {
+  return kv::TruncateSaturating(seconds * 1e9);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+template <class T>
+std::int64_t SecondsWithDays(const T& value) {
+  return std::int64_t{value.GetTotalDays()} * kSecondsOfDay + int{value.time};
+}
+
+template <class T>
+double RealSeconds(const T& value) {
+  return static_cast<double>(value.GetTotalSeconds()) + value.nanosecond / 1e9;
+}
+
+template <class T>
+KvDateTime ToTheSecond(const T& value) {
+  return KvDateTime(value.date, value.time);
+}
+
+template <class T>
+int CompareWithNanoseconds(const T& a, const T& b, unsigned short flags) {
+  const int order = ToTheSecond(a).Compare(ToTheSecond(b), flags);
+  if (order != 0) return order;
+  const bool strict = (flags & kv::kStrictCompare) != 0;
+  if (!strict && (a.nanosecond == -1 || b.nanosecond == -1)) return 0;
+  return (a.nanosecond > b.nanosecond) - (a.nanosecond < b.nanosecond);
+}
+
+template <class T>
+bool IsSame(const T& a, const T& b) {
+  return CompareWithNanoseconds(a, b, kv::kStrictCompare) == 0;
+}
+
+bhirestime ReadClock(void (*source)(bhirestime&)) {
+  bhirestime now;
+  source(now);
+  return now;
+}
+
+KvDateTimeN FromClock(const bhirestime& now) {
+  return {now.date.year,   now.date.month,  now.date.day,  now.time.hour,
+          now.time.minute, now.time.second, now.nanosecond};
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// KvDateTime
+
+KvDateTime::KvDateTime() : KvDateTime(zeroDateTime) {
+  Now();
+}
+
+KvDateTime& KvDateTime::Now() {
+  const KvDateTimeN now = FromClock(ReadClock(bksGetHiresTime));  // date and time of one instant
+  date = now.date;
+  time = now.time;
+  return *this;
+}
+
+KvDateTime& KvDateTime::NowUTC() {
+  btime now;
+  bdate today;
+  bksgetsystemtime(now, today);
+  date = KvDate(today.year, today.month, today.day);
+  time = KvTime(now.hour, now.minute, now.second);
+  return *this;
+}
+
+void KvDateTime::AddSeconds(int seconds) {
+  int days = seconds / kSecondsOfDay;
+  const int rest = seconds % kSecondsOfDay;
+  const KvTime before = time;
+  time += rest;
+  if (rest < 0 && time > before) --days;
+  if (rest >= 0 && time < before) ++days;
+  date += days;
+}
+
+namespace {
+
+// Shifts by minutes of which no more than a day's worth is carried: a zone is some hours. One that
+// a host made up may be anything; hours keep their low 8 bits.
+void ShiftByMinutes(KvDateTime& dateTime, std::int64_t zone) {
+  const std::int64_t minutes = dateTime.time.hour * 60 + dateTime.time.minute + zone;
+  std::int64_t hour = minutes / 60;
+  std::int64_t minute = minutes % 60;
+  if (minutes < 0) {
+    --dateTime.date;
+    hour += minute != 0 ? 23 : 24;
+    minute += minute != 0 ? 60 : 0;
+  } else if (minutes >= kMinutesOfDay) {
+    ++dateTime.date;
+    hour -= 24;
+  }
+  dateTime.time.hour = static_cast<char>(hour);
+  dateTime.time.minute = static_cast<char>(minute);
+}
+
+}  // namespace
+
+int KvDateTime::ToLocalTime() {
+  const int zone = bksgettimezone();
+  if (zone == kvNoTimeZone) return kvNoTimeZone;
+  ShiftByMinutes(*this, zone);
+  return kvOk;
+}
+
+int KvDateTime::ToUTCTime() {
+  const int zone = bksgettimezone();
+  if (zone == kvNoTimeZone) return kvNoTimeZone;
+  ShiftByMinutes(*this, -std::int64_t{zone});
+  return kvOk;
+}
+
+const KvDateTime& KvDateTime::NullValue() {
+  return nullDateTime;
+}
+const KvDateTime& KvDateTime::Null() {
+  return nullDateTime;
+}
+const KvDateTime& KvDateTime::ZeroValue() {
+  return zeroDateTime;
+}
+const KvDateTime& KvDateTime::DefaultValue() {
+  return defaultDateTime;
+}
+const KvDateTime& KvDateTime::ClearValue() {
+  return zeroDateTime;
+}
+
+int KvDateTime::SetNullValue() {
+  return *this = nullDateTime, kvOk;
+}
+int KvDateTime::SetZeroValue() {
+  return *this = zeroDateTime, kvOk;
+}
+int KvDateTime::SetDefaultValue() {
+  return *this = defaultDateTime, kvOk;
+}
+
+KvString& KvDateTime::PrintToKvString(KvString& out, const char* format) const {
+  return kv::PrintDateTime(out, *this, format);
+}
+
+int KvDateTime::ScanFromKvString(const KvString& in, const char* format) {
+  return kv::ScanDateTimeText(*this, in, format);
+}
+
+// ---------------------------------------------------------------------------------------------
+// KvDateTimeN
+
+KvDateTimeN::KvDateTimeN() : KvDateTimeN(FromClock(ReadClock(bksGetHiresTime))) {}
+
+KvDateTimeN::KvDateTimeN(double seconds) : KvDateTimeN(zeroDateTimeN) {
+  AddSeconds(seconds);
+}
+
+void KvDateTimeN::AddDays(int days) {
+  AddDaysTo(date, days, Carry::kDateTime);
+}
+void KvDateTimeN::AddHours(int hours) {
+  AddHoursTo(*this, hours, Carry::kDateTime);
+}
+void KvDateTimeN::AddMinutes(int minutes) {
+  AddMinutesTo(*this, minutes, Carry::kDateTime);
+}
+void KvDateTimeN::AddSeconds(int seconds) {
+  AddSecondsTo(*this, seconds, Carry::kDateTime);
+}
+void KvDateTimeN::AddSeconds(o_8b seconds) {
+  AddSecondsTo(*this, seconds, Carry::kDateTime);
+}
+void KvDateTimeN::AddSeconds(double seconds) {
+  AddNanosecondsTo(*this, NanosecondsOf(seconds), Carry::kDateTime);
+}
+void KvDateTimeN::AddNanoSeconds(int nanoseconds) {
+  AddNanosecondsTo(*this, nanoseconds, Carry::kDateTime);
+}
+void KvDateTimeN::AddNanoSeconds(o_8b nanoseconds) {
+  AddNanosecondsTo(*this, nanoseconds, Carry::kDateTime);
+}
+
+int KvDateTimeN::GetTotalDays() const {
+  return date.dayabs() - kDayNumberOfZero;
+}
+o_8b KvDateTimeN::GetTotalSeconds() const {
+  return SecondsWithDays(*this);
+}
+o_8b KvDateTimeN::GetTotalNanoSeconds() const {
+  return kv::WrappingMultiplyAdd(GetTotalSeconds(), kNanoseconds, nanosecond);
+}
+double KvDateTimeN::GetTotalSeconds_f() const {
+  return RealSeconds(*this);
+}
+
+void KvDateTimeN::SetTotalDays(int days) {
+  SetZero();
+  AddDays(days);
+}
+void KvDateTimeN::SetTotalSeconds(o_8b seconds) {
+  SetZero();
+  AddSeconds(seconds);
+}
+void KvDateTimeN::SetTotalSeconds(double seconds) {
+  SetZero();
+  AddSeconds(seconds);
+}
+void KvDateTimeN::SetTotalNanoSeconds(o_8b nanoseconds) {
+  SetZero();
+  AddNanoSeconds(nanoseconds);
+}
+void KvDateTimeN::SetZero() {
+  *this = zeroDateTimeN;
+}
+
+int KvDateTimeN::Compare(const KvDateTimeN& other, unsigned short flags) const {
+  return CompareWithNanoseconds(*this, other, flags);
+}
+
+KvDateTimeN& KvDateTimeN::Now() {
+  return *this = FromClock(ReadClock(bksGetHiresTime));
+}
+KvDateTimeN& KvDateTimeN::NowUTC() {
+  return *this = FromClock(ReadClock(bksGetHiresTimeUTC));
+}
+
+int KvDateTimeN::ToLocalTime() {
+  const int zone = bksgettimezone();
+  if (zone == kvNoTimeZone) return kvNoTimeZone;
+  AddMinutesTo(*this, zone, Carry::kDateTime);
+  return kvOk;
+}
+
+int KvDateTimeN::ToUTCTime() {
+  const int zone = bksgettimezone();
+  if (zone == kvNoTimeZone) return kvNoTimeZone;
+  AddMinutesTo(*this, -std::int64_t{zone}, Carry::kDateTime);
+  return kvOk;
+}
+
+const KvDateTimeN& KvDateTimeN::NullValue() {
+  return nullDateTimeN;
+}
+const KvDateTimeN& KvDateTimeN::ZeroValue() {
+  return zeroDateTimeN;
+}
+const KvDateTimeN& KvDateTimeN::DefaultValue() {
+  return defaultDateTimeN;
+}
+const KvDateTimeN& KvDateTimeN::ClearValue() {
+  return zeroDateTimeN;
+}
+
+bool KvDateTimeN::IsNullValue() const {
+  return IsSame(*this, nullDateTimeN);
+}
+bool KvDateTimeN::IsZeroValue() const {
+  return IsSame(*this, zeroDateTimeN);
+}
+bool KvDateTimeN::IsDefaultValue() const {
+  return IsSame(*this, defaultDateTimeN);
+}
+
+int KvDateTimeN::SetNullValue() {
+  return *this = nullDateTimeN, kvOk;
+}
+int KvDateTimeN::SetZeroValue() {
+  return *this = zeroDateTimeN, kvOk;
+}
+int KvDateTimeN::SetDefaultValue() {
+  return *this = defaultDateTimeN, kvOk;
+}
+
+KvString& KvDateTimeN::PrintToKvString(KvString& out, const char* format) const {
+  return kv::PrintDateTime(out, *this, format);
+}
+
+int KvDateTimeN::ScanFromKvString(const KvString& in, const char* format) {
+  return kv::ScanDateTimeText(*this, in, format);
+}
+
+// ---------------------------------------------------------------------------------------------
+// KvTimeSpan
+
+KvTimeSpan::KvTimeSpan(int days, int hours, int minutes, int seconds, int nanoseconds)
+    : KvTimeSpan() {
+  AddDays(days);
+  SetHours(hours);
+  SetMinutes(minutes);
+  SetSeconds(seconds);
+  SetNanoSeconds(nanoseconds);
+}
+
+KvTimeSpan::KvTimeSpan(double seconds) : KvTimeSpan() {
+  AddSeconds(seconds);
+}
+
+void KvTimeSpan::AddDays(int days) {
+  AddDaysTo(date, days, Carry::kSpan);
+}
+void KvTimeSpan::AddHours(int hours) {
+  AddHoursTo(*this, hours, Carry::kSpan);
+}
+void KvTimeSpan::AddMinutes(int minutes) {
+  AddMinutesTo(*this, minutes, Carry::kSpan);
+}
+void KvTimeSpan::AddSeconds(int seconds) {
+  AddSecondsTo(*this, seconds, Carry::kSpan);
+}
+void KvTimeSpan::AddSeconds(o_8b seconds) {
+  AddSecondsTo(*this, seconds, Carry::kSpan);
+}
+void KvTimeSpan::AddSeconds(double seconds) {
+  AddNanosecondsTo(*this, NanosecondsOf(seconds), Carry::kSpan);
+}
+void KvTimeSpan::AddNanoSeconds(int nanoseconds) {
+  AddNanosecondsTo(*this, nanoseconds, Carry::kSpan);
+}
+void KvTimeSpan::AddNanoSeconds(o_8b nanoseconds) {
+  AddNanosecondsTo(*this, nanoseconds, Carry::kSpan);
+}
+
+int KvTimeSpan::GetTotalDays() const {
+  return date.day + (date.month + 12 * date.year) * 30;
+}
+o_8b KvTimeSpan::GetTotalSeconds() const {
+  return SecondsWithDays(*this);
+}
+o_8b KvTimeSpan::GetTotalNanoSeconds() const {
+  return kv::WrappingMultiplyAdd(GetTotalSeconds(), kNanoseconds, nanosecond);
+}
+double KvTimeSpan::GetTotalSeconds_f() const {
+  return RealSeconds(*this);
+}
+
+void KvTimeSpan::SetTotalDays(int days) {
+  SetZero();
+  AddDays(days);
+}
+void KvTimeSpan::SetTotalSeconds(o_8b seconds) {
+  SetZero();
+  AddSeconds(seconds);
+}
+void KvTimeSpan::SetTotalSeconds(double seconds) {
+  SetZero();
+  AddSeconds(seconds);
+}
+void KvTimeSpan::SetTotalNanoSeconds(o_8b nanoseconds) {
+  SetZero();
+  AddNanoSeconds(nanoseconds);
+}
+void KvTimeSpan::SetZero() {
+  *this = zeroSpan;
+}
+
+int KvTimeSpan::Compare(const KvTimeSpan& other, unsigned short flags) const {
+  return CompareWithNanoseconds(*this, other, flags);
+}
+
+namespace {
+
+// One second on, where the day may end as 24:00:00: the day it stands in stays the same.
+KvTime NextSecond(KvTime time) {
+  return time == KvTime(23, 59, 59) ? KvTime(24, 0, 0) : time + 1;
+}
+
+}  // namespace
+
+KvTimeSpan KvTimeSpan::Difference(const KvDateTimeN& a, const KvDateTimeN& b) {
+  KvDateTimeN later = a.IsNullValue() ? KvDateTimeN::ClearValue() : a;
+  KvDateTimeN earlier = b.IsNullValue() ? KvDateTimeN::ClearValue() : b;
+  if (later.Compare(earlier, kv::kStrictCompare) < 0) std::swap(later, earlier);
+
+  int days = later.date - earlier.date;
+  std::int64_t nanoseconds = std::int64_t{later.nanosecond} - earlier.nanosecond;
+  if (nanoseconds < 0) {
+    nanoseconds += kNanoseconds;
+    earlier.time = NextSecond(earlier.time);
+  }
+  if (later.time < earlier.time && days >= 1) {
+    --days;
+    later.time.hour = static_cast<char>(later.time.hour + 24);
+  }
+  // Dates that the calendar does not have may order one way and count the other.
+  if (days < 0) days = 0;
+  KvTimeSpan span;
+  span.date = KvDate(ClampYear(days / 360), static_cast<char>(days % 360 / 30),
+                     static_cast<char>(days % 30));
+  span.time = later.time - earlier.time;
+  span.nanosecond = static_cast<int>(nanoseconds);
+  return span;
+}
+
+const KvTimeSpan& KvTimeSpan::NullValue() {
+  return nullSpan;
+}
+const KvTimeSpan& KvTimeSpan::ZeroValue() {
+  return zeroSpan;
+}
+const KvTimeSpan& KvTimeSpan::DefaultValue() {
+  return defaultSpan;
+}
+const KvTimeSpan& KvTimeSpan::ClearValue() {
+  return zeroSpan;
+}
+
+bool KvTimeSpan::IsNullValue() const {
+  return IsSame(*this, nullSpan);
+}
+bool KvTimeSpan::IsZeroValue() const {
+  return IsSame(*this, zeroSpan);
+}
+bool KvTimeSpan::IsDefaultValue() const {
+  return IsSame(*this, defaultSpan);
+}
+
+int KvTimeSpan::SetNullValue() {
+  return *this = nullSpan, kvOk;
+}
+int KvTimeSpan::SetZeroValue() {
+  return *this = zeroSpan, kvOk;
+}
+int KvTimeSpan::SetDefaultValue() {
+  return *this = defaultSpan, kvOk;
+}
+
+KvString& KvTimeSpan::PrintToKvString(KvString& out, const char* format) const {
+  return kv::PrintDateTime(out, *this, format);
+}
+
+int KvTimeSpan::ScanFromKvString(const KvString& in, const char* format) {
+  return kv::ScanDateTimeText(*this, in, format);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+int GetSystemTimeInMSSinceTheEpoch(KvInt64& out) {
+  using namespace std::chrono;
+  out = KvInt64(o_8b{duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count()});
+  return kvOk;
+}

@@ -1,0 +1,88 @@
+// What the ODMG classes and their rows share: the clock behind a time that is shifted by its zone,
+// and the orders with wildcards.
+#pragma once
+
+#include "kvodmg.h"
+
+namespace kv {
+
+// Hour and minute as a clock shows them; -1 is a wildcard.
+struct Clock {
+  int hour;
+  int minute;
+};
+
+// The zone bytes and what is shifted by them are signed numbers in unsigned bytes.
+constexpr int SignedByte(unsigned char byte) {
+  return static_cast<signed char>(byte);
+}
+
+// The wildcard of a component that is shifted by `zone`. A clock's value shifted by a zone east of
+// Greenwich is never -1, and one shifted by a negative zone never below the zone.
+constexpr unsigned char ShiftedWildcard(unsigned char zone) {
+  const int shift = SignedByte(zone);
+  return static_cast<unsigned char>(shift < 0 ? shift - 1 : -1);
+}
+
+constexpr int Modulo(int number, int base) {
+  return SplitFloor(number, base).remainder;
+}
+
+inline Clock ClockOf(const d_Time& time) {
+  const bool anyHour = time.hour == ShiftedWildcard(time.tzHour);
+  const bool anyMinute = time.minute == ShiftedWildcard(time.tzMinute);
+  const int hour = SignedByte(time.hour) - SignedByte(time.tzHour);
+  const int minute = SignedByte(time.minute) - SignedByte(time.tzMinute);
+  if (anyHour || anyMinute) {
+    return {anyHour ? -1 : Modulo(hour, 24), anyMinute ? -1 : Modulo(minute, 60)};
+  }
+  const int minutes = Modulo(hour * 60 + minute, 1440);
+  return {minutes / 60, minutes % 60};
+}
+
+// Sets hour and minute from a clock, shifted by the zone that `time` has.
+inline void SetClock(d_Time& time, Clock clock) {
+  const auto shift = [](int component, unsigned char zone) {
+    return component == -1 ? ShiftedWildcard(zone)
+                           : static_cast<unsigned char>(component + SignedByte(zone));
+  };
+  time.hour = shift(clock.hour, time.tzHour);
+  time.minute = shift(clock.minute, time.tzMinute);
+}
+
+// -1, 0 or 1 by year, month, day; 255 (for the year -1) on either side matches anything unless
+// `flags` holds kStrictCompare.
+inline int OrderOdmg(const d_Date& a, const d_Date& b, unsigned short flags) {
+  const auto wide = [](unsigned char byte) { return byte == 255 ? -1 : int{byte}; };
+  const bool strict = (flags & kStrictCompare) != 0;
+  const int order = strict
+                        ? CompareComponents(a.year, a.month, a.day, b.year, b.month, b.day, flags)
+                        : CompareComponents(a.year, wide(a.month), wide(a.day), b.year,
+                                            wide(b.month), wide(b.day), flags);
+  return (order > 0) - (order < 0);
+}
+
+// The zone first; then hours and minutes as the clock has them, which for one zone is the order of
+// the bytes that hold them as long as those do not turn negative.
+inline int OrderOdmg(const d_Time& a, const d_Time& b, unsigned short flags) {
+  const bool strict = (flags & kStrictCompare) != 0;
+  const auto order = [strict](unsigned char x, unsigned char y, unsigned char zone,
+                              unsigned char wildcard) {
+    if (x == y || (!strict && (x == wildcard || y == wildcard))) return 0;
+    return static_cast<unsigned char>(x - zone) < static_cast<unsigned char>(y - zone) ? -1 : 1;
+  };
+  if (a.tzHour != b.tzHour) return a.tzHour < b.tzHour ? -1 : 1;
+  if (a.tzMinute != b.tzMinute) return a.tzMinute < b.tzMinute ? -1 : 1;
+  int result = order(a.hour, b.hour, a.tzHour, ShiftedWildcard(a.tzHour));
+  if (result == 0) result = order(a.minute, b.minute, a.tzMinute, ShiftedWildcard(a.tzMinute));
+  if (result == 0) result = order(a.second, b.second, 0, 255);
+  if (result == 0) result = order(a.hundredth, b.hundredth, 0, 255);
+  return result;
+}
+
+inline int OrderOdmg(const d_Timestamp& a, const d_Timestamp& b, unsigned short flags) {
+  const int order = OrderOdmg(a.date, b.date, flags);
+  return order != 0 ? order : OrderOdmg(a.time, b.time, flags);
+}
+
+}  // namespace kv

@@ -1,0 +1,187 @@
+// What each class has of the components that are printed and scanned.
+#include "kvdate/parts.h"
+
+#include <cmath>
+
+#include "kvdate/odmg.h"
+#include "kvtypevl/number_text.h"
+
+namespace kv {
+namespace {
+
+void PutDate(DateTimeParts& parts, const KvDate& date) {
+  parts.year = date.year;
+  parts.month = date.month;
+  parts.day = date.day;
+}
+
+void PutTime(DateTimeParts& parts, const KvTime& time) {
+  parts.hour = time.hour;
+  parts.minute = time.minute;
+  parts.second = time.second;
+}
+
+// The bytes of the ODMG classes are unsigned numbers of which 255 is the wildcard.
+void PutDate(DateTimeParts& parts, const d_Date& date) {
+  parts.year = date.year;
+  parts.month = static_cast<char>(date.month);
+  parts.day = static_cast<char>(date.day);
+  parts.weekdayRule = WeekdayRule::kByCount;
+}
+
+constexpr int kNanosecondsOfHundredth = 10000000;
+
+void PutTime(DateTimeParts& parts, const d_Time& time) {
+  const Clock clock = ClockOf(time);
+  parts.hour = clock.hour;
+  parts.minute = clock.minute;
+  parts.second = static_cast<char>(time.second);
+  // Only 0 to 99 can be said in nanoseconds.
+  parts.nanosecond = time.hundredth == 255 ? -1
+                     : time.hundredth > 99 ? 99 * kNanosecondsOfHundredth
+                                           : time.hundredth * kNanosecondsOfHundredth;
+}
+
+KvDate DateFrom(const DateTimeParts& parts) {
+  return {YearField(parts.year), ByteField(parts.month), ByteField(parts.day)};
+}
+
+KvTime TimeFrom(const DateTimeParts& parts) {
+  return {ByteField(parts.hour), ByteField(parts.minute), ByteField(parts.second)};
+}
+
+}  // namespace
+
+DateTimeParts PartsOf(const KvDate& date) {
+  DateTimeParts parts;
+  PutDate(parts, date);
+  return parts;
+}
+
+DateTimeParts PartsOf(const KvTime& time) {
+  DateTimeParts parts;
+  PutTime(parts, time);
+  return parts;
+}
+
+DateTimeParts PartsOf(const KvDateTime& dateTime) {
+  DateTimeParts parts;
+  PutDate(parts, dateTime.date);
+  PutTime(parts, dateTime.time);
+  return parts;
+}
+
+DateTimeParts PartsOf(const KvDateTimeN& dateTime) {
+  DateTimeParts parts;
+  PutDate(parts, dateTime.date);
+  PutTime(parts, dateTime.time);
+  parts.nanosecond = dateTime.nanosecond;
+  return parts;
+}
+
+DateTimeParts PartsOf(const KvTimeSpan& span) {
+  DateTimeParts parts;
+  PutDate(parts, span.date);
+  PutTime(parts, span.time);
+  parts.nanosecond = span.nanosecond;
+  return parts;
+}
+
+DateTimeParts PartsOf(const d_Date& date) {
+  DateTimeParts parts;
+  PutDate(parts, date);
+  return parts;
+}
+
+DateTimeParts PartsOf(const d_Time& time) {
+  DateTimeParts parts;
+  PutTime(parts, time);
+  return parts;
+}
+
+DateTimeParts PartsOf(const d_Timestamp& timestamp) {
+  DateTimeParts parts;
+  PutDate(parts, timestamp.date);
+  PutTime(parts, timestamp.time);
+  return parts;
+}
+
+void SetParts(KvDate& date, const DateTimeParts& parts, const DateTimeScan&) {
+  date = DateFrom(parts);
+}
+
+void SetParts(KvTime& time, const DateTimeParts& parts, const DateTimeScan&) {
+  time = TimeFrom(parts);
+}
+
+void SetParts(KvDateTime& dateTime, const DateTimeParts& parts, const DateTimeScan&) {
+  dateTime = KvDateTime(DateFrom(parts), TimeFrom(parts));
+}
+
+void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, const DateTimeScan&) {
+  dateTime = KvDateTimeN(DateFrom(parts), TimeFrom(parts));
+  dateTime.nanosecond = parts.nanosecond;
+}
+
+void SetParts(KvTimeSpan& span, const DateTimeParts& parts, const DateTimeScan& scan) {
+  span = KvTimeSpan(scan.totalDays ? parts.day + 30 * (parts.month + 12 * parts.year) : 0,
+                    ByteField(parts.hour), ByteField(parts.minute), ByteField(parts.second),
+                    parts.nanosecond);
+  if (!scan.totalDays) span.date = DateFrom(parts);
+}
+
+void SetParts(d_Date& date, const DateTimeParts& parts, const DateTimeScan&) {
+  date = d_Date(DateFrom(parts));
+}
+
+void SetParts(d_Time& time, const DateTimeParts& parts, const DateTimeScan&) {
+  time = d_Time(0, 0, 0.0f);  // in the default zone
+  SetClock(time, {ByteField(parts.hour), ByteField(parts.minute)});
+  time.second = static_cast<unsigned char>(ByteField(parts.second));
+  time.hundredth = static_cast<unsigned char>(
+      parts.nanosecond == -1 ? -1 : ByteField(parts.nanosecond / kNanosecondsOfHundredth));
+}
+
+void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, const DateTimeScan& scan) {
+  SetParts(timestamp.date, parts, scan);
+  SetParts(timestamp.time, parts, scan);
+}
+
+// ---------------------------------------------------------------------------------------------
+// d_Interval: a magnitude with a sign in front.
+
+KvString& PrintDateTime(KvString& out, const d_Interval& interval, const char* format) {
+  // The largest number of days, and no more, for what has more; NaN is 0.
+  constexpr double kMost = 2147483647.0 * 86400;
+  const double given = std::fabs(static_cast<double>(interval.seconds));
+  const double magnitude = given < kMost ? given : given >= kMost ? kMost : 0;
+  const std::int64_t whole = TruncateSaturating(magnitude);
+  const int rest = static_cast<int>(whole % 86400);
+  DateTimeParts parts;
+  parts.day = static_cast<int>(whole / 86400);
+  parts.hour = rest / 3600;
+  parts.minute = rest % 3600 / 60;
+  parts.second = rest % 60;
+  parts.nanosecond =
+      static_cast<int>(TruncateSaturating((magnitude - static_cast<double>(whole)) * 1e9));
+  parts.plainHour = true;
+  return FormatDateTime(out, parts, format != nullptr ? format : kDateTimeFormat<d_Interval>,
+                        interval.seconds < 0 ? '-' : '\0');
+}
+
+int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* format) {
+  const NarrowText narrow(in);
+  const char* text = SkipBlanks(narrow.Get());
+  const bool negative = *text == '-';
+  if (negative) ++text;
+  DateTimeParts parts;
+  const DateTimeScan scan =
+      ScanDateTime(parts, text, format != nullptr ? format : kDateTimeFormat<d_Interval>);
+  const double days = parts.day + 30.0 * (parts.month + 12.0 * parts.year);
+  const double seconds = days * 86400 + parts.hour * 3600.0 + parts.minute * 60.0 + parts.second +
+                         parts.nanosecond / 1e9;
+  if (scan.any) interval.seconds = static_cast<float>(negative ? -seconds : seconds);
+  return scan.complete ? kvOk : kvNotSupported;
+}
+
+}  // namespace kv
