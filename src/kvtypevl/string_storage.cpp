@@ -42,17 +42,25 @@ constexpr unsigned DataBytes(unsigned size, bool wide) {
   return wide ? size : size + 1;
 }
 
+// Everything of a block but its text; returns where that goes. `data` is the size of the data area,
+// whose last two bytes become the marker.
+unsigned char* StoreFrame(unsigned char* stored, unsigned data, unsigned char codeSet,
+                          unsigned char language, Format format) {
+  WriteLength(stored, data + 2, format);
+  stored[2] = codeSet;
+  stored[3] = language;
+  unsigned char* text = stored + kHeader;
+  std::memcpy(text + data - 2, kMarker, 2);
+  return text;
+}
+
 unsigned StoreBlock(unsigned char* stored, const KvString& string, Format format) {
   const bool wide = KvIsWideCodeSet(string.GetCodeSet());
   const unsigned size = string.GetBufferSize();
   const unsigned data = DataBytes(size, wide);
-  WriteLength(stored, data + 2, format);
-  stored[2] = string.GetCodeSet();
-  stored[3] = string.GetLanguage();
-  unsigned char* text = stored + kHeader;
+  unsigned char* text = StoreFrame(stored, data, string.GetCodeSet(), string.GetLanguage(), format);
   // An 8-bit terminator is the marker's own zero, or precedes it where the buffer is longer than
   // the text. A 16-bit one gives way to the marker.
-  std::memcpy(text + data - 2, kMarker, 2);
   if (!wide) {
     if (size != 0) std::memcpy(text, string.StrGet(), size);
   } else if (size > 2) {
@@ -108,6 +116,15 @@ unsigned Translate(KvStoreFunc store, void* destination, unsigned char destinati
 }
 
 }  // namespace
+
+unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
+  const unsigned length = TextLength(text, false, MaximumLength(kvCodeSetLatin1));
+  const unsigned data = length + 2;
+  unsigned char* at = StoreFrame(stored, data, KvLanguageContext::GetDefault8CodeSet(),
+                                 KvLanguageContext::GetDefaultLanguage(), format);
+  std::memcpy(at, text, length);
+  return kHeader + data;
+}
 
 unsigned StringNullSize(unsigned count) {
   return count * (kHeader + 2);

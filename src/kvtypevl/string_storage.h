@@ -9,6 +9,10 @@
 
 namespace kv {
 
+// Writes one block for a plain text, with the default 8-bit code set and the default language; cut
+// where a string would be. Result: the bytes written.
+unsigned StoreByteText(unsigned char* stored, const char* text, Format format);
+
 unsigned StringNullSize(unsigned count);
 unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count);
 unsigned StringTranslate(void* destination, unsigned char destinationFormat,
