@@ -108,6 +108,9 @@ bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp);
 // compare equal, otherwise when BeginsWith holds there.
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start);
 
+// The hash of a whole text, as HashString (kvhash.h) with length -1 has it.
+unsigned HashText(const Text& text);
+
 // The process's wildcards: the collation order that plays each part, 0 for none. Set before texts
 // are compared concurrently.
 enum class Wildcard { kAsterisk, kQuestion, kEscape };

@@ -13,14 +13,10 @@ constexpr unsigned Fold(unsigned hash, unsigned key) {
   return hash * 9 + key;
 }
 
-unsigned HashBytes(const unsigned char* bytes, short length) {
+unsigned HashBytes(const unsigned char* bytes, unsigned length) {
   unsigned hash = 0;
   if (bytes == nullptr) return hash;
-  if (length < 0) {
-    for (; *bytes != 0; ++bytes) hash = Fold(hash, *bytes);
-  } else {
-    for (short step = 0; step < length; ++step) hash = Fold(hash, bytes[step]);
-  }
+  for (unsigned step = 0; step < length; ++step) hash = Fold(hash, bytes[step]);
   return hash;
 }
 
@@ -60,6 +56,14 @@ unsigned HashUnits(const KvString& text, Key key) {
 
 }  // namespace
 
+unsigned HashText(const Text& text) {
+  if (text.IsNull()) return kvNullHash;
+  if (text.codeSet != kvCodeSetBytes) return HashOrders(text, -1);
+  const unsigned length = text.length == kToTerminator ? TextLength(text.units, false)
+                                                       : TextLength(text.units, false, text.length);
+  return HashBytes(static_cast<const unsigned char*>(text.units), length);
+}
+
 }  // namespace kv
 
 unsigned HashString(unsigned char codeSet, unsigned char language, const char* data, short length,
@@ -68,10 +72,11 @@ unsigned HashString(unsigned char codeSet, unsigned char language, const char* d
   if (length == 0 || length < -1) return 0;
   if (codeSet == 255) codeSet = KvLanguageContext::GetDefault8CodeSet();
   if (language == 255) language = KvLanguageContext::GetDefaultLanguage();
+  if (length < 0) return kv::HashText({codeSet, language, data, kv::kToTerminator, option});
+  const auto units = static_cast<unsigned>(length);
   if (codeSet == kvCodeSetBytes) {
-    return kv::HashBytes(reinterpret_cast<const unsigned char*>(data), length);
+    return kv::HashBytes(reinterpret_cast<const unsigned char*>(data), units);
   }
-  const unsigned units = length < 0 ? kv::kToTerminator : static_cast<unsigned>(length);
   return kv::HashOrders({codeSet, language, data, units, option}, length);
 }
 

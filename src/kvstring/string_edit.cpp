@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
 #include "zbs.h"
 
@@ -167,6 +168,14 @@ unsigned char* AllocateText(unsigned size) {
   auto* block = static_cast<unsigned char*>(std::calloc(1, size));
   if (block == nullptr) KvCallMemoryHandler(size);
   return block;
+}
+
+void StringAccess::CopyTo(void* raw, unsigned char* text, const KvString& source) {
+  auto* copy = new (raw) KvString(source.codeSet_, source.language_);
+  if (source.buffer_ == nullptr) return;
+  std::memcpy(text, source.buffer_, source.bufferSize_);
+  copy->buffer_ = text;
+  copy->bufferSize_ = source.bufferSize_;
 }
 
 void StringAccess::Replace(KvString& string, unsigned char* buffer, unsigned size) {

@@ -83,6 +83,10 @@ class StringAccess {
   static unsigned char* Buffer(const KvString& string) { return string.buffer_; }
   static void SetCodeSet(KvString& string, unsigned char codeSet) { string.codeSet_ = codeSet; }
 
+  // Makes raw memory a string like `source` whose text is copied to `text`, not to the heap. It
+  // must not be changed or destroyed.
+  static void CopyTo(void* raw, unsigned char* text, const KvString& source);
+
   // Gives the string a block from malloc in place of its own, which is freed.
   static void Replace(KvString& string, unsigned char* buffer, unsigned size);
 

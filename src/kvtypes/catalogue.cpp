@@ -10,9 +10,9 @@
 #include "kvtypevl/blob_row.h"
 #include "kvtypevl/date_rows.h"
 #include "kvtypevl/identity_rows.h"
-#include "kvtypevl/lifetime.h"
 #include "kvtypevl/nullable_rows.h"
 #include "kvtypevl/scalar_rows.h"
+#include "kvtypevl/string_row.h"
 #include "kvtypevl/trivial.h"
 #include "kvtypevl/value_rows.h"
 
@@ -36,13 +36,6 @@ struct Entry {
 constexpr unsigned kStringWidth = sizeof(void*) == 4 ? 8 : 16;
 constexpr unsigned kBlobWidth = sizeof(void*);
 
-constexpr KvTypeDescriptor StringSlots(Nulls nulls) {
-  KvTypeDescriptor slots = TrivialRow::Slots(nulls);
-  slots.create = CreateRun<KvString>;
-  slots.destroy = DeleteRun<KvString>;
-  return slots;
-}
-
 // clang-format off
 constexpr Entry kEntries[] = {
     // Plain scalars
@@ -58,7 +51,7 @@ constexpr Entry kEntries[] = {
     { 9, "enum",             "KvENUM_T",           4, kFixed,    "%d",                        ScalarSlots<IntRow>(IntCompare)},
     {10, "o_u1b",            "KvU1B_T",            1, kFixed,    "%c",                        ScalarSlots<ByteRow>(ByteCompare)},
     // Text, dates, identities, blobs
-    {11, "KvString",         "KvSTRING_T", kStringWidth, kVariable, "%s",                     StringSlots(Nulls::kYes)},
+    {11, "KvString",         "KvSTRING_T", kStringWidth, kVariable, "%s",                     StringSlots()},
     {12, "KvDate",           "KvDATE_T",           4, kFixed,    "%a %e.%b %Y",               KvDateSlots()},
     {13, "KvTime",           "KvTIME_T",           3, kFixed,    "%I:%M:%S %p",               KvTimeSlots()},
     {14, "BlockId",          "KvBLOCKID_T",        4, kFixed,    "#%lu",                      ScalarSlots<BlockIdRow>(DwordCompare)},
@@ -101,8 +94,8 @@ constexpr Entry kEntries[] = {
 // clang-format on
 
 // The old string row: the same texts and lifetime, the old stored form, no null, no stepping.
-constexpr Entry kOldStringEntry{11,        "KvString", "KvSTRING_T",           kStringWidth,
-                                kVariable, "%s",       StringSlots(Nulls::kNo)};
+constexpr Entry kOldStringEntry{11,        "KvString", "KvSTRING_T",    kStringWidth,
+                                kVariable, "%s",       OldStringSlots()};
 
 static_assert(std::size(kEntries) == kRowCount);
 static_assert(

@@ -126,8 +126,20 @@ unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
   return kHeader + data;
 }
 
+unsigned StoredStringSize(const KvString& string) {
+  return kHeader + DataBytes(string.GetBufferSize(), KvIsWideCodeSet(string.GetCodeSet()));
+}
+
 unsigned StringNullSize(unsigned count) {
   return count * (kHeader + 2);
+}
+
+unsigned StoredRunSize(const void* stored, Format format, unsigned count) {
+  const auto* block = static_cast<const unsigned char*>(stored);
+  const unsigned body = ReadLength(block, format);
+  const bool isOld = body != 0 && block[body + 1] == 0;
+  return isOld ? OldStringSize(stored, 0, format.byte, count)
+               : StringSizeGet(stored, 0, format.byte, count);
 }
 
 unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count) {
@@ -226,7 +238,8 @@ int StoredStringRun::NextOld(StoredString& string) {
             .length = TextLength(at_, false, left_),
             .codeSet = KvLanguageContext::GetDefault8CodeSet(),
             .language = KvLanguageContext::GetDefaultLanguage(),
-            .byteOrder = 1};
+            .byteOrder = 1,
+            .isCut = false};
   Advance(string.length + 1);
   return kvOk;
 }
@@ -235,7 +248,12 @@ int StoredStringRun::Next(StoredString& string) {
   if (old_) return NextOld(string);
   if (!Has(kLengthField)) return kvBufferShort;
   const unsigned body = ReadLength(at_, Format{byteOrder_});
-  string = {.text = at_, .length = 0, .codeSet = 0, .language = 0, .byteOrder = byteOrder_};
+  string = {.text = at_,
+            .length = 0,
+            .codeSet = 0,
+            .language = 0,
+            .byteOrder = byteOrder_,
+            .isCut = false};
   if (body < 2) {
     // No code set and no language: nothing writes this, and it reads as an empty text.
     if (!Has(kLengthField + body)) return kvBufferShort;
@@ -246,6 +264,7 @@ int StoredStringRun::Next(StoredString& string) {
   const bool cut = !Has(kLengthField + body);
   if (cut && left_ - kLengthField > kLongestKeyBody) return kvNotSupported;
 
+  string.isCut = cut;
   string.codeSet = at_[2];
   string.language = at_[3];
   // Texts of collation orders carry a flag in the language's top bit.

@@ -3,7 +3,7 @@
 // kvcore/inc/kvstorage.h draws the layouts.
 #pragma once
 
-#include "kvbase.h"
+#include "kvstring.h"
 #include "kvtypevl/format.h"
 #include "zbs.h"
 
@@ -12,6 +12,9 @@ namespace kv {
 // Writes one block for a plain text, with the default 8-bit code set and the default language; cut
 // where a string would be. Result: the bytes written.
 unsigned StoreByteText(unsigned char* stored, const char* text, Format format);
+
+// Bytes that StringStore writes for one string.
+unsigned StoredStringSize(const KvString& string);
 
 unsigned StringNullSize(unsigned count);
 unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count);
@@ -30,6 +33,9 @@ unsigned OldStringTranslate(void* destination, unsigned char destinationFormat,
                             unsigned destinationLength, const void* source,
                             unsigned char sourceFormat, unsigned sourceLength, unsigned count);
 
+// Stored bytes of a trusted run in either form.
+unsigned StoredRunSize(const void* stored, Format format, unsigned count);
+
 // One string as it lies in a stored run.
 struct StoredString {
   const unsigned char* text;  // not terminated
@@ -37,6 +43,7 @@ struct StoredString {
   unsigned char codeSet;
   unsigned char language;
   unsigned char byteOrder;  // of 16-bit units: 2 is reversed, 1 the memory's own
+  bool isCut;               // the buffer ends before the block does
 };
 
 // Walks the strings of a stored run in either form. No byte outside the buffer is read, whatever

@@ -1,0 +1,152 @@
+// The order, hash, conversion, null and step of KvString's rows.
+
+#include "kvtypevl/string_row.h"
+
+#include "kvhash.h"
+#include "kvtypes/convert.h"
+#include "kvtypevl/compare.h"
+#include "kvtypevl/hash.h"
+#include "kvtypevl/step.h"
+#include "kvtypevl/string_run.h"
+
+#include "kvstring/string_edit.h"
+
+namespace kv {
+namespace {
+
+struct StringPolicy {
+  struct Codec {
+    using Value = KvString;
+  };
+  static void ToText(KvString& text, const KvString& value) { text = value; }
+  static void FromText(KvString& value, const KvString& text) { value = text; }
+};
+
+// A string that its buffer cuts short hashes as many orders as it has characters.
+unsigned HashElement(const Text& text, bool isCut) {
+  if (!isCut) return HashText(text);
+  return HashString(text.codeSet, text.language, static_cast<const char*>(text.units),
+                    static_cast<short>(text.length), text.byteOrder);
+}
+
+// The unit with the lowest order of a code set and language: a text followed by it is the shortest
+// one that begins with the text and orders after it.
+unsigned short LowestUnit(unsigned char codeSet, unsigned char language) {
+  unsigned short lowest = 1;
+  unsigned lowestOrder = 0xFFFFFFFF;
+  for (unsigned short unit = 1; unit < 256; ++unit) {
+    const unsigned order = OrderCursor({codeSet, language, &unit, 1}).Next();
+    if (order != 0 && order < lowestOrder) {
+      lowestOrder = order;
+      lowest = unit;
+    }
+  }
+  return lowest;
+}
+
+int Successor(KvString& string) {
+  if (string.IsNullValue()) {
+    string = KvString();
+    return kvOk;
+  }
+  const unsigned short length = string.Len();
+  if (length >= MaximumLength(string.GetCodeSet())) return kvOverflow;
+  const unsigned short unit = LowestUnit(string.GetCodeSet(), string.GetLanguage());
+  const bool done = StringAccess::Edit(
+      string, {.position = length, .text = &unit, .codeSet = string.GetCodeSet(), .count = 1});
+  return done ? kvOk : kvNotSupported;
+}
+
+int StepInMemory(KvString& string, unsigned char op) {
+  switch (static_cast<StepOp>(op)) {
+    case StepOp::kSuccessor:
+    case StepOp::kSuccessorToo:
+      return Successor(string);
+    case StepOp::kKeep:
+      return kvOk;
+    case StepOp::kSmallest:
+      string.d_deactivate();
+      return kvOk;
+  }
+  return kvNotSupported;
+}
+
+}  // namespace
+
+unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
+                     int& result) {
+  result = kvOk;
+  StringRun run(values, length, Format{format}, count);
+  unsigned combined = 0;
+  for (unsigned index = 0; index < count; ++index) {
+    Text text;
+    result = run.Next(text);
+    if (result == kvNotSupported) return 0;
+    if (result != kvOk) break;
+    combined ^= HashElement(text, run.IsCut());
+  }
+  return combined * kHashMultiplier;
+}
+
+KvTypeConvertData* ConvertStringsTo(void* values, unsigned count) {
+  return ConvertRunToText<StringPolicy>(values, count);
+}
+
+void* ConvertStringsFrom(KvTypeConvertData* record, unsigned count) {
+  return ConvertRunFromText<StringPolicy>(record, count);
+}
+
+int IsNullString(void* value) {
+  return static_cast<const KvString*>(value)->IsNullValue() ? 1 : 0;
+}
+
+int SetNullString(void* value) {
+  return static_cast<KvString*>(value)->SetNullValue();
+}
+
+void* DefaultStrings(unsigned count, int /*unused*/) {
+  return CreateRun<KvString>(count);
+}
+
+// A stored string is stepped in its own byte order and stored back where it fits.
+int StepString(void* value, unsigned length, unsigned char format, unsigned char op) {
+  if (Format{format}.IsMemory()) return StepInMemory(*static_cast<KvString*>(value), op);
+  if (static_cast<StepOp>(op) == StepOp::kKeep) return kvOk;
+  KvString string;
+  if (StringLoad(&string, value, format, 1) == 0) return kvNotSupported;
+  const int status = StepInMemory(string, op);
+  if (status != kvOk) return status;
+  // Without a buffer length the present block is all the room there is.
+  const unsigned room = length != 0 ? length : StringSizeGet(value, 0, format, 1);
+  if (StoredStringSize(string) > room) return kvOverflow;
+  StringStore(value, &string, format, 1);
+  return kvOk;
+}
+
+int NeverNullString(void* /*value*/) {
+  return 0;
+}
+
+int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*format*/,
+                     unsigned char /*op*/) {
+  return kvNotSupported;
+}
+
+}  // namespace kv
+
+int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
+                  unsigned short cmpOp, unsigned count, int& result) {
+  result = kvOk;
+  kv::StringRun run1(value1, length1, kv::Format{op}, count);
+  kv::StringRun run2(value2, length2, kv::Format{op}, count);
+  for (unsigned index = 0; index < count; ++index) {
+    kv::Text text1;
+    kv::Text text2;
+    result = run1.Next(text1);
+    if (result == kvOk) result = run2.Next(text2);
+    if (result != kvOk) return 0;
+    const int order = kv::CompareTexts(text1, text2, cmpOp);
+    if (order != 0) return kv::ThreeWay(order, 0);
+  }
+  return 0;
+}

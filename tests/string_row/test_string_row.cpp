@@ -1,0 +1,345 @@
+// The string row: order, hash, text, null, step and bounds through the type manager.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "kvcollate.h"
+#include "kvhash.h"
+#include "kvtypemgr.h"
+#include "string/text.h"
+
+namespace {
+
+std::vector<unsigned char> Stored(const KvString& string, unsigned char format) {
+  std::vector<unsigned char> block(string.GetBufferSize() + 8u);
+  block.resize(KvTypeMgr().Store(KvSTRING_T, block.data(), &string, format, 1));
+  return block;
+}
+
+std::vector<KvString> SomeTexts() {
+  std::vector<KvString> texts;
+  for (const char16_t* text : {u"", u"a", u"A", u"\u00E4", u"aa", u"ab", u"Stra\u00DFe", u"Strasse",
+                               u"strasse", u"zz", u"7", u" x", u"x y", u"\u00E6", u"ae"}) {
+    for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
+      for (const unsigned char language : std::initializer_list<unsigned char>{1, 10})
+        texts.push_back(Make(text, codeSet, language));
+    }
+  }
+  texts.emplace_back();
+  texts.back().SetNullValue();
+  return texts;
+}
+
+std::string Printed(const KvString& value, const char* format = nullptr) {
+  KvString out("before"), copy(value);
+  DefaultTypeMgr(nullptr)->PrintToKvString(KvSTRING_T, out, &copy, format, 1);
+  return Bytes(out);
+}
+
+}  // namespace
+
+TEST_CASE("order and hash are the same in memory and in both stored orders") {
+  const KvTypeMgr types;
+  const std::vector<KvString> texts = SomeTexts();
+  for (const KvString& a : texts) {
+    int status = -1;
+    const unsigned hash = types.Hash(KvSTRING_T, 0, const_cast<KvString*>(&a), 1, 8, status);
+    CHECK(hash == HashString(a.GetCodeSet(), a.GetLanguage(), a.StrGet(), -1, 1) * 1103515245u);
+    for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+      auto block = Stored(a, format);
+      CHECK(types.Hash(KvSTRING_T, 0, block.data(), 1, format, status) == hash);
+      CHECK(types.Hash(KvSTRING_T, static_cast<unsigned>(block.size()), block.data(), 1, format,
+                       status) == hash);
+      CHECK(status == 0);
+    }
+    for (const KvString& b : texts) {
+      for (const unsigned short op : {kvCompareExact, kvCompareIgnoreCase, kvCompareKeyOrder}) {
+        const int direct = a.Compare(b, -1, op);
+        const int expected = (direct > 0) - (direct < 0);
+        CHECK(types.Cmp(KvSTRING_T, const_cast<KvString*>(&a), const_cast<KvString*>(&b), op, 1,
+                        8) == expected);
+        for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+          auto left = Stored(a, format), right = Stored(b, format);
+          CHECK(types.Cmp(KvSTRING_T, static_cast<unsigned>(left.size()), left.data(), 0,
+                          right.data(), op, 1, format, status) == expected);
+          CHECK(status == 0);
+        }
+      }
+    }
+  }
+  int status = -1;
+  CHECK(types.Hash(KvSTRING_T, 0, nullptr, 0, 8, status) == 0);
+  KvString pair[2] = {"x", "x"};
+  CHECK(types.Hash(KvSTRING_T, 0, pair, 2, 8, status) == 0);
+}
+
+TEST_CASE("null, conversion and default") {
+  KvTypeMgr types, old(3);
+  KvString value("x");
+  CHECK(types.SupportsNullValue(KvSTRING_T) == 1);
+  CHECK(old.SupportsNullValue(KvSTRING_T) == 0);
+  CHECK(types.SetNullValue(KvSTRING_T, &value) == 0);
+  CHECK(types.IsNullValue(KvSTRING_T, &value) == 1);
+  CHECK(old.IsNullValue(KvSTRING_T, &value) == 0);
+  value = "y";
+  CHECK(old.SetNullValue(KvSTRING_T, &value) == 0);
+  CHECK(value.IsEmpty());
+  CHECK(!value.IsNullValue());
+
+  KvString run[2] = {Make(u"\u20AC", 253, 5), KvString("b")};
+  KvTypeConvertData* texts = types.ConvertTo(KvSTRING_T, run, 2);
+  REQUIRE(texts != nullptr);
+  CHECK(Units(*texts->GetString(0)) == u"\u20AC");
+  auto* back = static_cast<KvString*>(types.ConvertFrom(KvSTRING_T, texts, 2));
+  CHECK(back[0].GetLanguage() == 5);
+  CHECK(Bytes(back[1]) == "b");
+  types.Delete(KvSTRING_T, back, 2);
+  delete texts;
+  auto* defaults = static_cast<KvString*>(types.DefaultValue(KvSTRING_T, 3, 0));
+  CHECK(defaults[2].IsEmpty());
+  types.Delete(KvSTRING_T, defaults, 3);
+}
+
+TEST_CASE("printing") {
+  CHECK(Printed("text") == "text");
+  CHECK(Printed("") == "");
+  CHECK(Printed("text", "[%s]") == "[text]");
+  CHECK(Printed("text", "%6s|") == "  text|");
+  CHECK(Printed("text", "%-6.2s|%%") == "te    |%");
+  CHECK(Printed("text", "none") == "none");
+  CHECK(Printed("text", "%") == "%");
+  for (const char* bad : {"%s%s", "%d", "%n", "%*s", "%.", "%-"})
+    CHECK(Printed("text", bad) == "text");
+  CHECK(Printed("x", "%99999999999s").size() == 1040);
+  KvString null;
+  null.SetNullValue();
+  CHECK(Printed(null) == "{NULL}");
+
+  KvString out, wide = Make(u"\u20AC", 253, 5);
+  KvTypeMgr types;
+  types.PrintToKvString(KvSTRING_T, out, &wide, nullptr, 1);
+  CHECK(Units(out) == u"\u20AC");
+  types.PrintToKvString(KvSTRING_T, wide, &wide, "<%s>", 1);
+  CHECK(Units(wide) == u"<\u20AC>");
+  KvString run[2] = {"a", "b"};
+  KvString list;
+  types.PrintToKvString(KvSTRING_T, list, run, nullptr, 2);
+  CHECK(Bytes(list) == "a,b");
+}
+
+TEST_CASE("a string of collation orders prints order by order") {
+  KvString orders(254, 1);
+  KvString text(
+      "\xE9"
+      "7/");
+  KvStringIterator each(text);
+  for (unsigned short order; (order = each.GetNextOrder(0)) != 0;) orders << order;
+  REQUIRE(orders.Len() == 3);
+  CHECK(Printed(orders) ==
+        "\xE9"
+        "7/");
+  CHECK(Printed(orders, "%1M") == "e7/");
+  CHECK(Printed(orders, "%3M") == "lower letter e with accent acute, digit 7, symbol solidus");
+  CHECK(Printed(orders, "%4M").size() == 14);
+  CHECK(Printed(orders, "<%1M|%2M>") ==
+        "<e7/|\xE9"
+        "7/>");
+  orders << static_cast<unsigned short>(0x8123);
+  CHECK(Printed(orders, "%1M") == "[MIX]e7/\x7F");
+}
+
+TEST_CASE("scanning") {
+  KvTypeMgr types;
+  KvString value("before");
+  KvString wide = Make(u"\u20ACuro", 253, 5);
+  CHECK(types.ScanFromKvString(KvSTRING_T, &value, wide, nullptr, 1) == &value);
+  CHECK(Units(value) == u"\u20ACuro");
+  KvString null("{NULL} and more");
+  types.ScanFromKvString(KvSTRING_T, &value, null, nullptr, 1);
+  CHECK(value.IsNullValue());
+  KvString almost("{NULL");
+  types.ScanFromKvString(KvSTRING_T, &value, almost, nullptr, 1);
+  CHECK(Bytes(value) == "{NULL");
+  CHECK(types.ScanFromKvString(KvSTRING_T, nullptr, almost, nullptr, 1) == nullptr);
+}
+
+TEST_CASE("the successor is the shortest longer text behind a text") {
+  KvTypeMgr types;
+  for (KvString text : SomeTexts()) {
+    if (text.IsNullValue()) continue;
+    KvString next(text);
+    CHECK(types.GetValue(KvSTRING_T, &next, 0, 8, 'M') == 0);
+    CHECK(next > text);
+    CHECK(next.Len() == text.Len() + 1);
+    // Nothing that begins with the text lies between the two.
+    for (unsigned unit = 1; unit < 256; ++unit) {
+      KvString other(text);
+      other << KvString(static_cast<unsigned char>(unit));
+      CHECK(!(other < next));
+    }
+  }
+  KvString text("x");
+  CHECK(types.GetValue(KvSTRING_T, &text, 0, 8, 'O') == 0);
+  CHECK(types.GetValue(KvSTRING_T, &text, 0, 8, 'x') == kvNotSupported);
+  CHECK(Bytes(text) == "x");
+  text.Fill(65535, 'z');
+  CHECK(types.GetValue(KvSTRING_T, &text, 0, 8, 'N') == kvOverflow);
+  KvTypeMgr old(3);
+  CHECK(old.GetValue(KvSTRING_T, &text, 0, 8, 'N') == kvNotSupported);
+
+  // Stored in either order, where the buffer has room for one more.
+  for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+    auto block = Stored(Make(u"ab", 253), format);
+    const auto before = block;
+    CHECK(types.GetValue(KvSTRING_T, block.data(), 0, format, 'M') == kvOverflow);
+    CHECK(block == before);
+    block.resize(block.size() + 2);
+    CHECK(types.GetValue(KvSTRING_T, block.data(), static_cast<unsigned>(block.size()), format,
+                         'M') == 0);
+    KvString loaded;
+    CHECK(types.Load(KvSTRING_T, &loaded, block.data(), format, 1) == block.size());
+    CHECK(loaded > Make(u"ab", 253));
+    CHECK(Units(loaded).substr(0, 2) == u"ab");
+  }
+}
+
+namespace {
+
+struct Range {
+  KvString low, high;
+  KvIdxBounds bounds;
+  Range(const char* from, const char* to) : low(from), high(to) {
+    bounds.lower = reinterpret_cast<unsigned char*>(&low);
+    bounds.upper = reinterpret_cast<unsigned char*>(&high);
+  }
+  float operator()(unsigned short op, const KvString& constant) {
+    KvString copy(constant);
+    return KvTypeMgr().EvalAndBound(KvSTRING_T, &bounds, op, &copy, 8, 1, nullptr, nullptr);
+  }
+};
+
+}  // namespace
+
+TEST_CASE("estimates of uniform columns are close to the truth") {
+  // Columns of one kind each: what the share of values below a constant really is.
+  Random random(9);
+  const auto digits = [&] {
+    std::string text;
+    for (int i = 0; i < 6; ++i) text.push_back(static_cast<char>('0' + random(10)));
+    return text;
+  };
+  const auto letters = [&] {
+    std::string text = "key";
+    for (unsigned i = 0, length = 3 + random(4); i < length; ++i) {
+      text.push_back(static_cast<char>('a' + random(26)));
+    }
+    return text;
+  };
+  for (int kind = 0; kind < 2; ++kind) {
+    std::vector<std::string> column;
+    for (int i = 0; i < 4000; ++i) column.push_back(kind == 0 ? digits() : letters());
+    std::sort(column.begin(), column.end());
+    Range range(column.front().c_str(), column.back().c_str());
+    for (int probe = 0; probe < 200; ++probe) {
+      const std::string constant = kind == 0 ? digits() : letters();
+      const auto below = std::lower_bound(column.begin(), column.end(), constant) - column.begin();
+      const double truth = static_cast<double>(below) / static_cast<double>(column.size());
+      CHECK(range(kvPredicateLess, constant.c_str()) == doctest::Approx(truth).epsilon(0.05));
+      CHECK(range(kvPredicateGreater, constant.c_str()) ==
+            doctest::Approx(1 - truth).epsilon(0.05));
+    }
+  }
+}
+
+TEST_CASE("fractions at and beyond the ends of a range") {
+  Range range("car", "cat");
+  CHECK(range(kvPredicateLess, "cas") == doctest::Approx(0.5));
+  CHECK(range(kvPredicateLess, "b") == 0);
+  CHECK(range(kvPredicateGreater, "b") == 1);
+  CHECK(range(kvPredicateLess, "d") == 1);
+  CHECK(range(kvPredicateGreater, "zebra") == 0);
+  CHECK(range(kvPredicateEqual, "b") == 0);
+  CHECK(range(kvPredicateEqual, "cas") > 0);
+  CHECK(range(kvPredicateEqual, "cas") < 0.01f);
+  CHECK(range(kvPredicateLess | kvPredicateGreater | kvPredicateEqual, "cas") == 1);
+  CHECK(range(0, "cas") == 0);
+  KvString null;
+  null.SetNullValue();
+  CHECK(range(kvPredicateGreater, null) == 1);
+  CHECK(range(kvPredicateLess | kvPredicateEqual, null) == 0);
+  Range one("x", "x");
+  CHECK(one(kvPredicateEqual, "x") == 1);
+  CHECK(one(kvPredicateEqual, "y") == 0);
+  CHECK(one(kvPredicateGreater, "w") == 1);
+  CHECK(one(kvPredicateGreater, "x") == 0);
+  Range inverted("b", "a");
+  CHECK(inverted(kvPredicateGreater, "aa") == 0);
+  range.bounds.lower = nullptr;
+  CHECK(range(kvPredicateLess, "cas") == 0);
+}
+
+TEST_CASE("new bounds hold the constant in its own form and are freed by the caller") {
+  const KvTypeMgr types;
+  unsigned short op = kvPredicateLess;
+  KvIdxBounds fresh;
+  {
+    KvString constant = Make(u"gr\u00FCn", 253, 2);
+    types.EvalAndBound(KvSTRING_T, nullptr, op, &constant, 8, 1, &fresh, nullptr);
+    CHECK(fresh.lower == nullptr);
+    REQUIRE(fresh.upper != nullptr);
+    // The bound has its own text.
+    constant.Fill(5, 'x');
+  }
+  CHECK(Units(*reinterpret_cast<KvString*>(fresh.upper)) == u"gr\u00FCn");
+  unsigned char* const kept = fresh.upper;
+  KvString other("other");
+  op = kvPredicateEqual;
+  types.EvalAndBound(KvSTRING_T, nullptr, op, &other, 8, 1, &fresh, nullptr);
+  CHECK(fresh.upper == kept);
+  CHECK(Bytes(*reinterpret_cast<KvString*>(fresh.lower)) == "other");
+  // They serve as the next range.
+  op = kvPredicateGreater;
+  CHECK(types.EvalAndBound(KvSTRING_T, &fresh, op, &other, 8, 1, nullptr, nullptr) == 0);
+  std::free(fresh.lower);
+  std::free(fresh.upper);
+
+  auto block = Stored(KvString("abc"), 2);
+  KvIdxBounds stored;
+  op = kvPredicateEqual;
+  types.EvalAndBound(KvSTRING_T, nullptr, op, block.data(), 2, 1, &stored, nullptr);
+  CHECK(std::vector<unsigned char>(stored.lower, stored.lower + stored.lowerLength) == block);
+  std::free(stored.lower);
+  std::free(stored.upper);
+  auto longBlock = Stored(KvString(std::string(300, 'x').c_str()), 0);
+  KvIdxBounds none;
+  types.EvalAndBound(KvSTRING_T, nullptr, op, longBlock.data(), 0, 1, &none, nullptr);
+  CHECK(none.lower == nullptr);
+}
+
+TEST_CASE("a pattern narrows to what all its matches begin with") {
+  KvString::SetAsterisk(KvChar('*'));
+  Range range("a", "z");
+  CHECK(range(kvPredicateEqual, "m*") == doctest::Approx(1.0 / 25).epsilon(0.05));
+  CHECK(range(kvPredicateEqual, "*") == 1);
+  const KvTypeMgr types;
+  unsigned short op = kvPredicateEqual;
+  for (const unsigned char format : std::initializer_list<unsigned char>{8, 2}) {
+    KvString pattern("ab*c"), bound;
+    auto block = Stored(pattern, 2);
+    KvIdxBounds fresh;
+    void* value = format == 8 ? static_cast<void*>(&pattern) : block.data();
+    types.EvalAndBound(KvSTRING_T, nullptr, op, value, format, 1, &fresh, nullptr);
+    CHECK(fresh.upper == nullptr);
+    REQUIRE(fresh.lower != nullptr);
+    if (format == 8) {
+      bound = *reinterpret_cast<KvString*>(fresh.lower);
+    } else {
+      types.Load(KvSTRING_T, &bound, fresh.lower, 2, 1);
+    }
+    CHECK(Bytes(bound) == "ab");
+    std::free(fresh.lower);
+  }
+  KvString::SetAsterisk(KvChar('\0'));
+}
