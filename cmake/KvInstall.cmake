@@ -18,6 +18,10 @@ install(EXPORT kvtypemgr-targets NAMESPACE kvtypemgr::
 configure_package_config_file(cmake/kvtypemgr-config.cmake.in
   ${PROJECT_BINARY_DIR}/kvtypemgr-config.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr)
+if(KV_ABI32)
+  # The compiler was asked about itself before -m32: the package must refuse 64-bit users.
+  set(CMAKE_SIZEOF_VOID_P 4)
+endif()
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvtypemgr-config-version.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES

@@ -19,7 +19,8 @@ int main() {
   unsigned char stored[12];
   KvString text;
   types->PrintToKvString(Kv4B_T, text, run, nullptr, 3);
-  std::printf("%s %u %d\\n", text.StrGet(), types->Store(Kv4B_T, stored, run, 2, 3), stored[3]);
+  const unsigned bytes = types->Store(Kv4B_T, stored, run, 2, 3);
+  std::printf("%s %u %d\\n", text.StrGet(), bytes, stored[3]);
 }
 """
 
@@ -68,7 +69,7 @@ class Installed(unittest.TestCase):
     def test_find_package(self):
         build = self.folder / "build"
         run("cmake", "-S", str(self.folder), "-B", str(build), f"-DCMAKE_PREFIX_PATH={self.prefix}",
-            f"-DCMAKE_CXX_COMPILER={COMPILER}")
+            f"-DCMAKE_CXX_COMPILER={COMPILER}", f"-DCMAKE_CXX_FLAGS={'-m32' if ABI32 else ''}")
         run("cmake", "--build", str(build))
         self.check(build / "outside")
 
