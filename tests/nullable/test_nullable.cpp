@@ -1,0 +1,238 @@
+// One suite over the thirteen nullable rows. Each is held against the row of its scalar, which is
+// its oracle for present values, and against the rules for nulls.
+#include <doctest/doctest.h>
+
+#include <climits>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "kvnull.h"
+#include "kvstring.h"
+#include "kvtypemgr.h"
+
+template <>
+struct std::numeric_limits<KvInt64> {
+  static KvInt64 lowest() { return LLONG_MIN; }
+};
+
+namespace {
+
+KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+template <class Nullable, char row, char scalarRow, unsigned memory>
+struct Member {
+  using Value = Nullable;
+  using Scalar = decltype(Nullable().value);
+  static constexpr char kRow = row;
+  static constexpr char kScalarRow = scalarRow;
+  static constexpr unsigned kMemory = memory;
+};
+
+using Members = std::tuple<
+    Member<KvNull_char, KvNULL_1B_T, Kv1B_T, 2>, Member<KvNull_uchar, KvNULL_U1B_T, KvU1B_T, 2>,
+    Member<KvNull_short, KvNULL_2B_T, Kv2B_T, 4>, Member<KvNull_ushort, KvNULL_U2B_T, KvU2B_T, 4>,
+    Member<KvNull_int, KvNULL_INT_T, KvINT_T, 8>,
+    Member<KvNull_unsigned, KvNULL_UNSIGNED_T, KvUNSIGNED_T, 8>,
+    Member<KvNull_long, KvNULL_4B_T, Kv4B_T, 8>, Member<KvNull_ulong, KvNULL_U4B_T, KvU4B_T, 8>,
+    Member<KvNull_float, KvNULL_FLOAT_T, KvFLOAT_T, 8>,
+    Member<KvNull_double, KvNULL_DOUBLE_T, KvDOUBLE_T, 16>,
+    Member<KvNull_KvInt64, KvNULL_KVINT64_T, KvINT64_T, 12>,
+    Member<KvNull_8b, KvNULL_8B_T, Kv8B_T, 16>, Member<KvNull_u8b, KvNULL_U8B_T, KvU8B_T, 16>>;
+
+template <class Scalar>
+Scalar RandomScalar(std::mt19937_64& random) {
+  const o_u8b bits = random() >> (random() % 64);
+  Scalar scalar;
+  std::memcpy(static_cast<void*>(&scalar), &bits, sizeof scalar);
+  return scalar;
+}
+
+template <class Member>
+std::vector<typename Member::Value> RandomRun(std::mt19937_64& random, std::size_t count) {
+  std::vector<typename Member::Value> run(count);
+  for (auto& value : run) {
+    value = RandomScalar<typename Member::Scalar>(random);
+    if (random() % 4 == 0) value.SetNullValue();
+    if (random() % 8 == 0) value.null = 5;  // any flag but 0 is null
+  }
+  return run;
+}
+
+template <class Member, class Run>
+std::string Stored(Run& run, unsigned char format) {
+  const auto count = static_cast<unsigned>(run.size());
+  const unsigned size = Types().DiskLenGet(Member::kRow, nullptr, format, count, 0);
+  std::string bytes(size, '?');
+  CHECK(Types().Store(Member::kRow, bytes.data(), run.data(), format, count) == size);
+  return bytes;
+}
+
+template <class Member>
+std::string Printed(typename Member::Value value, const char* format = nullptr) {
+  KvString text;
+  return Types().PrintToKvString(Member::kRow, text, &value, format, 1).StrGet();
+}
+
+}  // namespace
+
+TEST_CASE_TEMPLATE_DEFINE("memory form and lifetime", M, memoryForm) {
+  using Value = typename M::Value;
+  static_assert(sizeof(Value) == M::kMemory);
+  CHECK(Types().MemLenGet(M::kRow, 1) == M::kMemory);
+  auto* run = static_cast<Value*>(Types().Create(M::kRow, 3));
+  const std::string blank(M::kMemory, '\0');
+  for (int i = 0; i < 3; ++i) {
+    CHECK(Types().IsNullValue(M::kRow, run + i) != 0);
+    run[i].null = 0;
+    CHECK(std::memcmp(run + i, blank.data(), M::kMemory) == 0);
+    CHECK(Types().IsNullValue(M::kRow, run + i) == 0);
+    CHECK(Types().SetNullValue(M::kRow, run + i) == 0);
+    CHECK(run[i].null == 1);
+  }
+  Types().Delete(M::kRow, run, 3);
+}
+
+TEST_CASE_TEMPLATE_DEFINE("the stored form is an indicator and the scalar's", M, storedForm) {
+  using Value = typename M::Value;
+  std::mt19937_64 random(1);
+  std::vector<Value> run = RandomRun<M>(random, 50);
+  constexpr unsigned width = sizeof(typename M::Scalar);
+  for (const unsigned char format : {o_u1b{0}, o_u1b{2}, o_u1b{8}}) {
+    const std::string stored = Stored<M>(run, format);
+    REQUIRE(stored.size() == run.size() * (width + 1));
+    for (std::size_t i = 0; i < run.size(); ++i) {
+      typename M::Scalar scalar = run[i].IsNullValue() ? typename M::Scalar{} : run[i].value;
+      std::string expected(width, '?');
+      Types().Store(M::kScalarRow, expected.data(), &scalar, format, 1);
+      const std::string indicator(1, run[i].IsNullValue() ? 1 : 0);
+      REQUIRE(stored.substr(i * (width + 1), width + 1) ==
+              (format == 8 ? expected + indicator : indicator + expected));
+    }
+    std::vector<Value> loaded(run.size(), Value(typename M::Scalar{}));
+    REQUIRE(Types().Load(M::kRow, loaded.data(), stored.data(), format, 50) == stored.size());
+    const bool same = std::equal(run.begin(), run.end(), loaded.begin(), [](Value a, Value b) {
+      return Types().Cmp(M::kRow, &a, &b, 0, 1, 8) == 0;
+    });
+    CHECK(same);
+  }
+  // Only an indicator of 1 is a null, whatever the scalar; the buffer is exactly as long.
+  auto stored = std::make_unique<unsigned char[]>(width + 1);
+  for (const int indicator : {0, 1, 2, 255}) {
+    std::memset(stored.get(), 0x41, width + 1);
+    stored[0] = static_cast<unsigned char>(indicator);
+    Value value;
+    CHECK(Types().Load(M::kRow, &value, stored.get(), 0, 1) == width + 1);
+    CHECK(value.null == (indicator == 1 ? 1 : 0));
+    CHECK((value.value == typename M::Scalar{}) == (indicator == 1));
+  }
+}
+
+TEST_CASE_TEMPLATE_DEFINE("order and hash follow the scalar's, nulls first", M, orderAndHash) {
+  using Value = typename M::Value;
+  std::mt19937_64 random(2);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<Value> a = RandomRun<M>(random, 3), b = a;
+    if (round % 2 == 0) b[2] = RandomRun<M>(random, 1)[0];
+    const bool leftNull = a[2].IsNullValue(), rightNull = b[2].IsNullValue();
+    int expected = (rightNull ? 1 : 0) - (leftNull ? 1 : 0);
+    if (!leftNull && !rightNull) {
+      expected = Types().Cmp(M::kScalarRow, &a[2].value, &b[2].value, 0, 1, 8);
+    }
+    int status;
+    unsigned hash = 0;
+    for (Value& value : a) {
+      hash ^= value.IsNullValue() ? 0xFEFE7575u
+                                  : Types().Hash(M::kScalarRow, 0, &value.value, 1, 8, status);
+    }
+    REQUIRE(Types().Cmp(M::kRow, a.data(), b.data(), 0, 3, 8) == expected);
+    REQUIRE(Types().Hash(M::kRow, 0, a.data(), 3, 8, status) == hash);
+    for (const unsigned char format : {o_u1b{0}, o_u1b{1}, o_u1b{2}}) {
+      std::string left = Stored<M>(a, format), right = Stored<M>(b, format);
+      REQUIRE(Types().Cmp(M::kRow, left.data(), right.data(), 0, 3, format) == expected);
+      REQUIRE(Types().Hash(M::kRow, 0, left.data(), 3, format, status) == hash);
+    }
+  }
+  // A long run with a difference in its last element, past every stretch compared as bytes.
+  std::vector<Value> a = RandomRun<M>(random, 5000), b = a;
+  b.back() = Value();
+  a.back() = typename M::Scalar{};
+  int status = -1;
+  CHECK(Types().Cmp(M::kRow, a.data(), b.data(), 0, 5000, 8) == 1);
+  CHECK(Types().Cmp(M::kRow, 4999 * M::kMemory, a.data(), 0, b.data(), 0, 5000, 8, status) == 0);
+  CHECK(status == kvBufferShort);
+}
+
+TEST_CASE_TEMPLATE_DEFINE("text, conversion, steps and bounds", M, textAndSteps) {
+  using Value = typename M::Value;
+  using Scalar = typename M::Scalar;
+  constexpr bool isCharacter = sizeof(Scalar) == 1;
+  Scalar seven{};
+  KvString seventh("7");
+  Types().ScanFromKvString(M::kScalarRow, &seven, seventh, nullptr, 1);
+
+  CHECK(Printed<M>(Value()) == "{NULL}");
+  CHECK(Printed<M>(Value(seven)) == "7");
+  const unsigned short wideSeven[] = {'7', 0};
+  const unsigned short wideNull[] = {'{', 'N', 'U', 'L', 'L', '}', 0};
+  const std::pair<KvString, bool> texts[] = {{KvString("7"), true},
+                                             {KvString(wideSeven), true},
+                                             {KvString(""), false},
+                                             {KvString("{NULL}"), false},
+                                             {KvString("{NULL} and more"), false},
+                                             {KvString(wideNull), false}};
+  for (auto [text, present] : texts) {
+    Value value = present ? Value() : Value(seven);
+    CHECK(Types().ScanFromKvString(M::kRow, &value, text, nullptr, 1) == &value);
+    CHECK((value == (present ? Value(seven) : Value())));
+  }
+  KvString text("7");
+  CHECK(Types().ScanFromKvString(M::kRow, nullptr, text, nullptr, 1) == nullptr);
+
+  Value run[2] = {Value(seven), Value()};
+  KvTypeConvertData* record = Types().ConvertTo(M::kRow, run, 2);
+  auto* back = static_cast<Value*>(Types().ConvertFrom(M::kRow, record, 3));
+  CHECK(back[0] == run[0]);
+  CHECK(back[1].IsNullValue());
+  CHECK(back[2].IsNullValue());
+  Types().Delete(M::kRow, back, 3);
+  delete record;
+  auto* initial = static_cast<Value*>(Types().DefaultValue(M::kRow, 1, 0));
+  CHECK(initial->IsNullValue());
+  Types().Delete(M::kRow, initial, 1);
+
+  Value stepped;
+  Scalar next = seven;
+  CHECK(Types().GetValue(M::kRow, &stepped, 0, 8, 'M') == 0);
+  CHECK(stepped == Value(std::numeric_limits<Scalar>::lowest()));
+  stepped = seven;
+  CHECK(Types().GetValue(M::kRow, &stepped, 0, 8, 'N') == 0);
+  Types().GetValue(M::kScalarRow, &next, 0, 8, 'N');
+  CHECK(stepped == Value(next));
+
+  Value upper(static_cast<Scalar>(isCharacter ? 100 : 16));
+  Value lower(static_cast<Scalar>(isCharacter ? 50 : 7));
+  KvIdxBounds range{reinterpret_cast<unsigned char*>(&lower),
+                    reinterpret_cast<unsigned char*>(&upper), M::kMemory, M::kMemory};
+  KvIdxBounds scalarRange{reinterpret_cast<unsigned char*>(&lower.value),
+                          reinterpret_cast<unsigned char*>(&upper.value), sizeof(Scalar),
+                          sizeof(Scalar)};
+  for (unsigned short predicate = 1; predicate < 8; ++predicate) {
+    CHECK(Types().EvalAndBound(M::kRow, &range, predicate, run, 8, 1, nullptr, nullptr) ==
+          Types().EvalAndBound(M::kScalarRow, &scalarRange, predicate, &seven, 8, 1, nullptr,
+                               nullptr));
+    CHECK(Types().EvalAndBound(M::kRow, &range, predicate, run + 1, 8, 1, nullptr, nullptr) ==
+          ((predicate & kvPredicateGreater) != 0 ? 1.0f : 0.0f));
+  }
+}
+
+TEST_CASE_TEMPLATE_APPLY(memoryForm, Members);
+TEST_CASE_TEMPLATE_APPLY(storedForm, Members);
+TEST_CASE_TEMPLATE_APPLY(orderAndHash, Members);
+TEST_CASE_TEMPLATE_APPLY(textAndSteps, Members);

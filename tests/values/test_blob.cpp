@@ -1,0 +1,307 @@
+// KvBlob: edits against a plain model, order, the stored form with honest and hostile lengths, and
+// what happens when memory is short.
+#include <doctest/doctest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <climits>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kvblob.h"
+#include "kvcompare.h"
+#include "kvstring.h"
+#include "kvtypemgr.h"
+
+namespace {
+
+using Bytes = std::optional<std::string>;  // nothing: null
+
+KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+Bytes Content(KvBlob& blob) {
+  if (blob.IsNullValue()) return std::nullopt;
+  const unsigned char* bytes = blob.Seek(0, blob.Length());
+  return bytes == nullptr ? std::string() : std::string(bytes, bytes + blob.Length());
+}
+
+KvBlob Make(const Bytes& content) {
+  KvBlob blob;
+  if (content) {
+    blob.SetTo(content->data(), static_cast<int>(content->size()));
+  } else {
+    blob.SetNullValue();
+  }
+  return blob;
+}
+
+// A buffer of exactly the given bytes, so that a sanitizer sees every step outside.
+std::unique_ptr<unsigned char[]> Exactly(const std::string& bytes) {
+  auto buffer = std::make_unique<unsigned char[]>(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), buffer.get());
+  return buffer;
+}
+
+std::string Number(unsigned number, bool reversed) {
+  std::string bytes;
+  for (int i = 0; i < 4; ++i) bytes += static_cast<char>(number >> (reversed ? 24 - 8 * i : 8 * i));
+  return bytes;
+}
+
+std::string Store(std::vector<KvBlob>& run, unsigned char format) {
+  const auto count = static_cast<unsigned>(run.size());
+  std::string bytes(Types().DiskLenGet(KvBLOB_T, run.data(), 8, count, 0), '?');
+  CHECK(Types().Store(KvBLOB_T, bytes.data(), run.data(), format, count) == bytes.size());
+  return bytes;
+}
+
+unsigned g_shortOf;
+void RecordShortage(unsigned size) {
+  g_shortOf = size;
+}
+
+}  // namespace
+
+TEST_CASE("edits with any arguments do what they do to a plain string") {
+  std::mt19937 random(42);
+  const int lengths[] = {INT_MIN, -1, 0, 1, 2, 3, 5, 9, 40, INT_MAX};
+  KvBlob blob;
+  Bytes model = "";
+  for (int step = 0; step < 40000; ++step) {
+    const int from = lengths[random() % 10], count = lengths[random() % 10];
+    const std::size_t size = model ? model->size() : 0;
+    const std::size_t start = std::clamp<std::size_t>(from < 0 ? 0 : from, 0, size);
+    const std::size_t clamped = std::min<std::size_t>(count < 0 ? 0 : count, size - start);
+    const std::string piece(random() % 4, static_cast<char>('a' + random() % 3));
+    const int pieceLength = static_cast<int>(piece.size());
+    switch (random() % 10) {
+      case 0:
+        blob.Append(piece.data(), pieceLength - 1);
+        if (pieceLength > 1) model = model.value_or("") + piece.substr(1);
+        break;
+      case 1:
+        if (size >= 500) break;
+        blob += blob;
+        if (model) *model += *model;
+        break;
+      case 2:
+        blob.Cut(from, count);
+        if (model) model->erase(start, clamped);
+        break;
+      case 3:
+        if (count != INT_MAX) {
+          blob.Expand(count);
+          if (count > static_cast<int>(size)) {
+            model = model.value_or("");
+            model->resize(static_cast<std::size_t>(count));
+          }
+        }
+        break;
+      case 4:
+        blob.Resize(static_cast<unsigned>(random() % 50));
+        model = model.value_or("");
+        model->resize(static_cast<std::size_t>(blob.Length()));
+        break;
+      case 5:
+        CHECK(blob.CopyTo(blob, from, count) == (model ? static_cast<int>(clamped) : 0));
+        if (model) model = model->substr(start, clamped);
+        break;
+      case 6:
+        blob.SetTo(blob.Seek(2, 3), 3);
+        model = size >= 5 ? model->substr(2, 3) : "";
+        break;
+      case 7: {
+        const KvBlob copy = blob.CopyFrom(from, count);
+        const int found = blob.Search(copy);
+        CHECK(found == (model ? static_cast<int>(model->find(model->substr(start, clamped))) : -1));
+        break;
+      }
+      case 8:
+        if (random() % 20 == 0) {
+          blob.SetNullValue();
+          model = std::nullopt;
+        }
+        break;
+      default:
+        const unsigned char* bytes = blob.Seek(from, count);
+        const bool inside =
+            size > 0 && from >= 0 && count >= 0 && o_8b{from} + count <= static_cast<o_8b>(size);
+        CHECK((bytes != nullptr) == inside);
+        blob = *&blob;
+    }
+    REQUIRE(Content(blob) == model);
+  }
+  CHECK(Content(*std::make_unique<KvBlob>(3)) == std::string(3, '\0'));
+  CHECK(KvBlob(-3).Length() == 0);
+  CHECK(KvBlob("ab", 2).Search(KvBlob("abc", 3)) == -1);
+  blob.AllocData(4);
+  CHECK(blob.Length() == 5);
+}
+
+TEST_CASE("blobs order by bytes, then length, nulls first, the same in every form") {
+  const Bytes contents[] = {std::nullopt, "", std::string(1, '\0'), "ab", "abc", "b", "\x80"};
+  for (std::size_t i = 0; i < std::size(contents); ++i) {
+    for (std::size_t j = 0; j < std::size(contents); ++j) {
+      std::vector<KvBlob> a, b;
+      for (const auto& [run, index] : {std::pair{&a, i}, std::pair{&b, j}}) {
+        run->push_back(KvBlob("same", 4));
+        run->push_back(Make(contents[index]));
+      }
+      const int scale = i == 0 || j == 0 ? 2 : 1;
+      const int expected = scale * ((i > j) - (i < j));
+      CHECK((a[1] != b[1]) == expected);
+      CHECK((a[1] == b[1]) == (i == j));
+      int status;
+      CHECK(BlobCompare(8, 0, a.data(), 0, b.data(), 0, 2, status) == expected);
+      for (const unsigned char format : {o_u1b{0}, o_u1b{2}}) {
+        std::string left = Store(a, format), right = Store(b, format);
+        CHECK(BlobCompare(format, 0, left.data(), 0, right.data(), 0, 2, status) == expected);
+        CHECK(status == 0);
+        const unsigned hash = Types().Hash(KvBLOB_T, 0, left.data(), 2, format, status);
+        CHECK(hash == Types().Hash(KvBLOB_T, 0, a.data(), 2, 8, status));
+      }
+    }
+  }
+}
+
+TEST_CASE("the hash of a blob is 9 h + byte, of a null 0xFEFE7575, times the multiplier") {
+  std::string text(101, '\0');
+  unsigned hash = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i * 77);
+  for (const char c : text) hash = 9 * hash + static_cast<unsigned char>(c);
+  KvBlob run[2] = {Make(text), Make(std::nullopt)};
+  int status;
+  CHECK(Types().Hash(KvBLOB_T, 0, run, 2, 8, status) == (hash ^ 0xFEFE7575u) * 1103515245u);
+}
+
+TEST_CASE("the stored form is a total, then each length with its bytes") {
+  for (const unsigned char format : {o_u1b{0}, o_u1b{2}}) {
+    const bool reversed = format == 2;
+    std::vector<KvBlob> run(3);
+    run[0].SetNullValue();
+    run[1].SetTo("xyz", 3);
+    const std::string stored = Store(run, format);
+    CHECK(stored == Number(15, reversed) + Number(0xFFFFFFFF, reversed) + Number(3, reversed) +
+                        "xyz" + Number(0, reversed));
+    std::vector<KvBlob> loaded(3);
+    CHECK(Types().Load(KvBLOB_T, loaded.data(), stored.data(), format, 3) == 19);
+    for (int i = 0; i < 3; ++i) CHECK(loaded[i] == run[i]);
+    CHECK(Types().DiskLenGet(KvBLOB_T, stored.data(), format, 3, 0) == 19);
+    MemFile file(stored.data(), 19);
+    CHECK(Types().DiskLenGetFromMemFile(KvBLOB_T, &file, format, 3) == 19);
+    CHECK(file.Tell() == 0);
+    file.Seek(16);
+    CHECK(Types().DiskLenGetFromMemFile(KvBLOB_T, &file, format, 3) == 0);
+
+    std::vector<KvBlob> translated(3);
+    CHECK(Types().Translate(KvBLOB_T, translated.data(), 8, 0, stored.data(), format, 0, 3) == 19);
+    CHECK(translated[1] == run[1]);
+    CHECK(Types().Translate(KvBLOB_T, loaded.data(), 8, 0, run.data(), 8, 0, 3) ==
+          3 * sizeof(KvBlob));
+    CHECK(loaded[1].Seek(0, 3) != run[1].Seek(0, 3));
+  }
+}
+
+TEST_CASE("hostile lengths load nothing, order what is there, and are never followed outside") {
+  const std::string good = Number(7, false) + Number(3, false) + "abc";
+  struct {
+    std::string stored;
+    int status;  // of comparing it with `good` as two blobs
+    int order;
+  } const cases[] = {
+      {Number(7, false) + Number(3, false) + "abc", kvBufferShort, 0},
+      {"ab", kvBufferShort, 0},
+      {Number(0x7FFFFFFF, false), kvBufferShort, 0},
+      {Number(0xFFFFFFFF, false) + Number(9, false) + "abb", kvOk, -1},
+      {Number(6, false) + Number(3, false) + "ab", kvBufferShort, 0},
+      {Number(7, false) + Number(4, false) + "abc", kvOk, 1},
+      {Number(7, false) + Number(0x7FFFFFFF, false) + "abc", kvOk, 1},
+      {Number(7, false) + Number(0xFFFFFFFE, false) + "abc", kvNotSupported, 0},
+      {Number(7, false) + Number(0x80000000, false) + "abc", kvNotSupported, 0},
+  };
+  const auto honest = Exactly(good);
+  for (const auto& one : cases) {
+    const auto buffer = Exactly(one.stored);
+    const auto length = static_cast<unsigned>(one.stored.size());
+    CAPTURE(one.stored);
+    int status;
+    CHECK(BlobCompare(0, length, buffer.get(), 11, honest.get(), 0, 2, status) == one.order);
+    CHECK(status == one.status);
+    CHECK(BlobCompare(0, 11, honest.get(), length, buffer.get(), 0, 2, status) == -one.order);
+    Types().Hash(KvBLOB_T, length, buffer.get(), 2, 0, status);
+    CHECK(status != kvOk);
+    KvBlob target[2] = {KvBlob("keep", 4), KvBlob()};
+    // Loading has no buffer length, so a total that lies about the buffer is its caller's to
+    // refuse.
+    if (length < 4 || Types().DiskLenGet(KvBLOB_T, buffer.get(), 0, 2, 0) != length) continue;
+    CHECK(Types().Load(KvBLOB_T, target, buffer.get(), 0, 2) == 0);
+    CHECK(target[0].Length() == 4);
+  }
+}
+
+TEST_CASE("bounds go by the first bytes; a stored constant is recorded whole") {
+  std::vector<KvBlob> low{KvBlob("\0", 1)}, high{KvBlob("\x64", 1)}, middle{KvBlob("\x32", 1)};
+  std::string lower = Store(low, 0), upper = Store(high, 0), constant = Store(middle, 0);
+  KvIdxBounds range{reinterpret_cast<unsigned char*>(lower.data()),
+                    reinterpret_cast<unsigned char*>(upper.data()), 9, 9};
+  KvIdxBounds recorded;
+  unsigned short predicate = kvPredicateGreater;
+  const float half =
+      Types().EvalAndBound(KvBLOB_T, &range, predicate, constant.data(), 0, 1, &recorded, nullptr);
+  CHECK(half == doctest::Approx(0.5));
+  CHECK(recorded.upper == nullptr);
+  CHECK(std::string(recorded.lower, recorded.lower + recorded.lowerLength) == constant);
+  std::free(recorded.lower);
+}
+
+TEST_CASE("a blob as text is its length, or its bytes in hex") {
+  KvBlob blob("\x01\xAB", 2);
+  KvString text;
+  CHECK(std::string(Types().PrintToKvString(KvBLOB_T, text, &blob, nullptr, 1).StrGet()) ==
+        "[BLOB,len=2]");
+  CHECK(std::string(Types().PrintToKvString(KvBLOB_T, text, &blob, "%X%%%q%", 1).StrGet()) ==
+        "01ab%q%");
+  KvTypeConvertData* texts = Types().ConvertTo(KvBLOB_T, &blob, 1);
+  auto* back = static_cast<KvBlob*>(Types().ConvertFrom(KvBLOB_T, texts, 2));
+  CHECK(back[0] == blob);
+  CHECK(back[1] == KvBlob());
+  Types().Delete(KvBLOB_T, back, 2);
+  delete texts;
+  for (const char* bad : {"0", "0g", "abc", "01,02"}) {
+    KvString input(bad);
+    Types().ScanFromKvString(KvBLOB_T, &blob, input, nullptr, 1);
+    CHECK(blob.Length() == 2);
+  }
+  KvString input("{NULL}");
+  Types().ScanFromKvString(KvBLOB_T, &blob, input, nullptr, 1);
+  CHECK(blob.IsNullValue());
+}
+
+TEST_CASE("when memory is short the handler is told and the blob is null") {
+  const KvMemoryHandler previous = KvSetMemoryHandler(RecordShortage);
+  KvBlob blob("ab", 2);
+  blob.Resize(0xFFFFFFFFu);
+  CHECK(g_shortOf == 0xFFFFFFFFu);
+  CHECK(blob.IsNullValue());
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  // An address space with no room for another half gigabyte makes malloc fail for real.
+  rlimit limit;
+  REQUIRE(getrlimit(RLIMIT_AS, &limit) == 0);
+  rlimit small = limit;
+  small.rlim_cur = 0x20000000;
+  REQUIRE(setrlimit(RLIMIT_AS, &small) == 0);
+  blob.SetTo("ab", 2);
+  blob.Expand(0x20000000);
+  KvBlob made(0x30000000);
+  setrlimit(RLIMIT_AS, &limit);
+  CHECK(blob.IsNullValue());
+  CHECK(made.IsNullValue());
+  CHECK(g_shortOf == 0x30000000);
+#endif
+  KvSetMemoryHandler(previous);
+}

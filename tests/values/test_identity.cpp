@@ -1,0 +1,242 @@
+// Object ids, class ids and references: arithmetic over the carry, validity, text, and order, hash,
+// bounds and steps that are the same in every form.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "kvref.h"
+#include "kvstring.h"
+
+namespace {
+
+KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+template <class Identity>
+std::string Printed(const Identity& id, const char* format = nullptr) {
+  KvString text("rest");
+  return id.PrintToKvString(text, format).StrGet();
+}
+
+// What each type orders by, as the standard library orders it.
+auto Rank(const KvObjId& id) {
+  return std::tuple(id.high, id.low, id.block);
+}
+auto Rank(const KvRef& r) {
+  return std::tuple(r.high, r.low, r.block, r.database, r.classNo);
+}
+auto Rank(const KvClassId& id) {
+  const bool present = id.classNo != 65535 || id.version != 65535;
+  return std::tuple(present, id.classNo, id.version);
+}
+
+template <class Identity>
+Identity Random(std::mt19937& random) {
+  const o_u4b parts[] = {0, 1, 2, 255, 256, 65534, 65535, 0x10000, 0xFFFFFFFF};
+  const auto wide = [&] { return parts[random() % 9]; };
+  const auto narrow = [&] { return static_cast<o_u2b>(wide()); };
+  if constexpr (requires(Identity id) { id.database; }) {
+    return {wide(), wide(), narrow(), narrow(), narrow(), narrow()};
+  } else if constexpr (requires(Identity id) { id.version; }) {
+    return {narrow(), narrow()};
+  } else {
+    return {wide(), wide(), narrow()};
+  }
+}
+
+// Order and hash of a run agree in memory and in both stored orders, and with the ranks.
+template <class Identity>
+void CheckForms(char type, unsigned width) {
+  std::mt19937 random(11);
+  for (int i = 0; i < 3000; ++i) {
+    Identity run[2][2];
+    run[0][0] = run[1][0] = Random<Identity>(random);
+    run[0][1] = Random<Identity>(random);
+    run[1][1] = random() % 4 == 0 ? run[0][1] : Random<Identity>(random);
+    const auto a = Rank(run[0][1]), b = Rank(run[1][1]);
+    const int expected = (a > b) - (a < b);
+    int status;
+    REQUIRE(Identity::Compare(8, 0, run[0], 0, run[1], 0, 2, status) == expected);
+    const unsigned hash = Identity::Hash(8, 0, run[0], 2, status);
+    for (const unsigned char format : {o_u1b{0}, o_u1b{1}, o_u1b{2}}) {
+      unsigned char stored[2][28];
+      for (int side = 0; side < 2; ++side) {
+        REQUIRE(Types().Store(type, stored[side], run[side], format, 2) == 2 * width);
+      }
+      REQUIRE(Types().Cmp(type, stored[0], stored[1], 0, 2, format) == expected);
+      REQUIRE(Types().Hash(type, 0, stored[0], 2, format, status) == hash);
+      Identity loaded[2];
+      REQUIRE(Types().Load(type, loaded, stored[0], format, 2) == 2 * width);
+      REQUIRE(loaded[1] == run[0][1]);
+    }
+  }
+}
+
+}  // namespace
+
+TEST_CASE("object numbers carry and borrow across the words") {
+  std::mt19937 random(5);
+  for (int i = 0; i < 5000; ++i) {
+    KvObjId id = Random<KvObjId>(random);
+    const auto count = static_cast<short>(random());
+    const o_u8b before = o_u8b{id.high} * 0x100000000 + id.low;
+    const o_u4b block = id.block;
+    id += count;
+    const o_u8b after = (before + static_cast<o_u8b>(count)) % 0x1000000000000;
+    REQUIRE((id.low == after % 0x100000000 && id.high == after / 0x100000000));
+    REQUIRE(id.block == block);
+  }
+  KvObjId id{7, 0xFFFFFFFF, 1};
+  CHECK(++id == KvObjId{7, 0, 2});
+  CHECK(--id == KvObjId{7, 0xFFFFFFFF, 1});
+  CHECK((KvObjId{1, 0, 1} += -1) == KvObjId{1, 0xFFFFFFFF, 0});
+  id.SetHighestValue();
+  CHECK(id == KvObjId{0, 0xFFFFFFFF, 0xFFFF});
+  CHECK(KvClassId{65535, 65535} != KvClassId{0, 0});
+  CHECK((KvClassId{0, 0} > KvClassId{65535, 65535}));
+  CHECK((KvClassId{65535, 65534} != KvClassId{2, 1}) == 1);
+}
+
+TEST_CASE("references are valid by number, class and database") {
+  struct {
+    KvRef reference;
+    int valid, validOrigin;
+  } const cases[] = {{{9, 1, 0, 5, 40, 0}, 1, 1},     {{9, 0, 1, 5, 40, 0}, 1, 1},
+                     {{9, 0, 0, 5, 40, 0}, 0, 0},     {{9, 1, 0, 5, 0, 7}, 0, 0},
+                     {{9, 1, 0, 65535, 0, 0}, 0, 1},  {{9, 1, 0, 65535, 40, 0}, 0, 1},
+                     {{9, 0, 0, 65535, 40, 0}, 0, 0}, {{9, 1, 0, 65534, 40, 0}, 1, 1}};
+  for (const auto& one : cases) {
+    CAPTURE(Printed(one.reference));
+    CHECK(one.reference.IsValid() == one.valid);
+    CHECK(one.reference.IsInvalid() == !one.valid);
+    CHECK(one.reference.IsValidOriginId() == one.validOrigin);
+    CHECK(one.reference.IsInvalidOriginId() == !one.validOrigin);
+  }
+}
+
+TEST_CASE("references and local references turn into each other field by field") {
+  KvLocalRef local;
+  local = KvObjId{7, 5, 1};
+  local = KvClassId{40, 3};
+  CHECK(local.version == 3);
+  KvRef reference{1, 2, 3, 4, 5, 6};
+  reference = static_cast<unsigned short>(9);
+  CHECK(reference == KvRef{1, 2, 3, 9, 5, 0});
+  CHECK(reference.version == 6);
+  reference = local;
+  CHECK(reference.database == 0);
+  CHECK(local == reference);
+  CHECK(reference == local);
+  reference.version = 99;
+  CHECK(local == reference);
+  reference = static_cast<unsigned short>(1);
+  CHECK(local != reference);
+  KvLocalRef other = local;
+  other = KvClassId{41, 3};
+  CHECK(local != other);
+}
+
+TEST_CASE("identities print by their directives, nulls as the null print string") {
+  const KvRef reference{7, 5, 1, 2, 40, 3};
+  CHECK(Printed(KvObjId{7, 5, 1}) == "(1-5#7)");
+  CHECK(Printed(KvObjId{4294967295, 4294967295, 65535}) == "(65535-4294967295#4294967295)");
+  CHECK(Printed(KvClassId{40, 3}) == "(40v3)");
+  CHECK(Printed(reference) == "(2:1-5#7,40v3)");
+  CHECK(Printed(KvLocalRef{7, 5, 1, 40, 3}) == "(1-5#7,40)");
+  CHECK(Printed(KvLocalRef{7, 5, 1, 40, 3}, "%D") == "0");
+  CHECK(Printed(reference, "%hu-%lu#%lu %hu%lu") == "1-5#7 00");
+  CHECK(Printed(reference, "%lx%h") == "00");
+  CHECK(Printed(reference, "100%% %q %C%") == "100% q 40%");
+  CHECK(Printed(KvObjId{7, 0, 0}) == "{NULL}");
+  CHECK(Printed(KvClassId()) == "{NULL}");
+  CHECK(Printed(KvLocalRef()) == "{NULL}");
+  KvRef copy = reference;
+  KvString text;
+  CHECK(std::string(Types().PrintToKvString(KvREF_T, text, &copy, nullptr, 1).StrGet()) ==
+        "(2:1-5#7, 40)");
+}
+
+TEST_CASE("scanning is the inverse of printing and takes nothing on a mismatch") {
+  std::mt19937 random(3);
+  for (int i = 0; i < 2000; ++i) {
+    const auto reference = Random<KvRef>(random);
+    const auto classId = Random<KvClassId>(random);
+    for (const char* format : {"(%D:%H-%L#%B,%Cv%V)", "%hu %lu %lu %% %D%% %C %V"}) {
+      KvRef back;
+      REQUIRE(back.ScanFromKvString(KvString(Printed(reference, format).c_str()), format) == 0);
+      REQUIRE((reference.IsNullValue() ? back.IsNullValue() : back == reference));
+    }
+    KvClassId back;
+    REQUIRE(back.ScanFromKvString(KvString(Printed(classId).c_str())) == 0);
+    REQUIRE(back == classId);
+  }
+  for (const char* bad : {"(1-5#7", "1-5#7)", "(65536-5#7)", "(1-4294967296#7)", "(-1-5#7)", "x"}) {
+    KvObjId id{9, 9, 9};
+    CAPTURE(bad);
+    CHECK(id.ScanFromKvString(KvString(bad)) == kvNotSupported);
+    CHECK(id == KvObjId{9, 9, 9});
+  }
+  KvObjId id{9, 9, 9};
+  CHECK(id.ScanFromKvString(KvString(" ( 1 -5#7 ) and more")) == 0);
+  CHECK(id == KvObjId{7, 5, 1});
+  for (const char* null : {"", "{NULL}, they say"}) {
+    id = KvObjId{9, 9, 9};
+    CHECK(id.ScanFromKvString(KvString(null)) == 0);
+    CHECK(id == KvObjId());
+  }
+  KvString text("(2:1-5#7, 40)");
+  KvRef reference;
+  Types().ScanFromKvString(KvREF_T, &reference, text, nullptr, 1);
+  CHECK(reference == KvRef{7, 5, 1, 2, 40, 0});
+}
+
+TEST_CASE("order and hash are by value in every form") {
+  CheckForms<KvObjId>(KvOBJID_T, 10);
+  CheckForms<KvClassId>(KvCLID_T, 4);
+  CheckForms<KvRef>(KvREF_T, 14);
+}
+
+TEST_CASE("the stored form is packed, field by field, without a version") {
+  const KvRef reference{0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0x0F10};
+  unsigned char stored[14];
+  CHECK(KvRef::Store(stored, &reference, 2, 1) == 14);
+  for (int i = 0; i < 14; ++i) CHECK(stored[i] == i + 1);
+  KvRef::Store(stored, &reference, 0, 1);
+  CHECK((stored[0] == 4 && stored[3] == 1 && stored[8] == 0x0A && stored[13] == 0x0D));
+  KvRef loaded = reference;
+  CHECK(KvRef::Load(&loaded, stored, 0, 1) == 14);
+  CHECK(loaded.version == 0);
+  CHECK(KvObjId::SizeGet(nullptr, 0, 0, 3) == 30);
+  CHECK(KvClassId::NullSizeGet(3) == 12);
+}
+
+TEST_CASE("steps and bounds go by the object number, or class and version") {
+  KvObjId id{7, 0xFFFFFFFF, 0};
+  CHECK(Types().GetValue(KvOBJID_T, &id, 12, 8, 'M') == 0);
+  CHECK(id == KvObjId{7, 0, 1});
+  id = KvObjId{7, 0xFFFFFFFF, 0xFFFF};
+  CHECK(Types().GetValue(KvOBJID_T, &id, 12, 8, 'M') == kvOverflow);
+  CHECK(id == KvObjId{7, 0xFFFFFFFF, 0xFFFF});
+  std::vector<KvClassId> steps{{65535, 65535}, {0, 0}, {0, 1}, {4, 65535}, {5, 0}};
+  for (const int i : {0, 1, 3}) {
+    KvClassId classId = steps[static_cast<std::size_t>(i)];
+    CHECK(Types().GetValue(KvCLID_T, &classId, 4, 8, 'N') == 0);
+    CHECK(classId == steps[static_cast<std::size_t>(i) + 1]);
+  }
+  KvClassId last{65535, 65534};
+  CHECK(Types().GetValue(KvCLID_T, &last, 4, 8, 'N') == kvOverflow);
+
+  KvObjId low{0, 1, 0}, high{0, 10, 0}, constant{0, 5, 0}, null;
+  KvIdxBounds range{reinterpret_cast<unsigned char*>(&low), reinterpret_cast<unsigned char*>(&high),
+                    12, 12};
+  unsigned short predicate = kvPredicateEqual;
+  CHECK(KvObjId::EvalAndBound(&range, predicate, &constant, 8, 1, nullptr) == 0.1f);
+  predicate = kvPredicateGreater | kvPredicateEqual;
+  CHECK(KvObjId::EvalAndBound(&range, predicate, &constant, 8, 1, nullptr) == 0.6f);
+  CHECK(KvObjId::EvalAndBound(&range, predicate, &null, 8, 1, nullptr) == 1.0f);
+}
