@@ -5,6 +5,7 @@
 #include "kvstring/collate.h"
 
 #include "kvcollate.h"
+#include "kvstring/candidates.h"
 
 namespace kv {
 
@@ -340,6 +341,28 @@ int CompareCollated(const Text& text1, const Text& text2, unsigned short cmpOp) 
   return asPattern && result == 0 ? -1 : result;
 }
 
+// A search over fewer positions than this is not worth looking for candidates first.
+constexpr unsigned kShortestSkip = 64;
+
+// Puts the ASCII characters that the pattern could begin with among the candidates. False when the
+// search has to look everywhere: in texts of orders, in reversed ones, and when spaces or a
+// wildcard may come first.
+bool NarrowCandidates(Candidates& candidates, const Text& text, const Text& pattern,
+                      unsigned short cmpOp) {
+  const bool hasWildcards = wildcards.Any() && (cmpOp & kNoWildcards) == 0;
+  if (hasWildcards || (cmpOp & kvCompareSkipSpaces) != 0 || pattern.length == 0) return false;
+  if (text.codeSet == kOrderCodeSet || pattern.codeSet == kOrderCodeSet) return false;
+  if (IsReversed(text)) return false;
+  const unsigned mask = LevelMask(cmpOp);
+  const unsigned first = OrderWeight(OrderCursor(pattern).Next()) & mask;
+  for (unsigned short unit = 1; unit < 0x80; ++unit) {
+    OrderCursor character({text.codeSet, text.language, &unit, 1});
+    const bool matches = (OrderWeight(character.Next()) & mask) == first;
+    if (matches && !candidates.StopAt(unit)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 OrderCursor::OrderCursor(const Text& given)
@@ -376,7 +399,14 @@ bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp) {
 
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start) {
   const bool whole = (cmpOp & kNoWildcards) != 0;
-  for (unsigned position = start; text.length >= position + pattern.length; ++position) {
+  if (text.length < pattern.length) return -1;
+  const unsigned last = text.length - pattern.length;
+  Candidates candidates(text);
+  const bool skips = last >= start && last - start >= kShortestSkip &&
+                     NarrowCandidates(candidates, text, pattern, cmpOp);
+  for (unsigned position = start; position <= last; ++position) {
+    if (skips) position = candidates.Next(position);
+    if (position > last) break;
     const Text rest = Rest(text, position);
     const bool found =
         whole ? CompareTexts(rest, pattern, cmpOp, static_cast<unsigned short>(pattern.length)) == 0

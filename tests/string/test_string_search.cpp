@@ -87,24 +87,44 @@ TEST_CASE("finding") {
   CHECK(far.Find("ab") == static_cast<short>(40000));
 }
 
-// Every code set's characters compare equal to themselves and ASCII letters to nothing else, so
-// finding by value in a text of letters is what std::u16string::find does.
+// Long texts are searched in blocks, short ones position by position; letters compare equal to
+// themselves only, so that both do what std::u16string::find does.
 TEST_CASE("finding agrees with the standard library on letters") {
   Random random(11);
-  for (int round = 0; round < 3000; ++round) {
-    std::u16string text, pattern;
-    for (unsigned length = random(60); length != 0; --length) {
-      text.push_back(random(9) == 0 ? u'\u00E9' : static_cast<char16_t>(u'a' + random(3)));
-    }
-    for (unsigned length = 1 + random(3); length != 0; --length) {
-      pattern.push_back(random(9) == 0 ? u'\u00E9' : static_cast<char16_t>(u'a' + random(3)));
-    }
+  for (int round = 0; round < 4000; ++round) {
+    const unsigned alphabet = 2 + random(round % 2 == 0 ? 2 : 20);
+    const auto letters = [&](unsigned length) {
+      std::u16string text;
+      for (; length != 0; --length) {
+        text.push_back(random(30) == 0 ? u'\u00E9'
+                                       : static_cast<char16_t>(u'a' + random(alphabet)));
+      }
+      return text;
+    };
+    const std::u16string text = letters(random(300));
+    const std::u16string pattern = letters(1 + random(3));
     const auto start = static_cast<unsigned short>(random(20));
     const std::size_t expected = text.find(pattern, start);
     const KvString in = Make(text, random(2) == 0 ? 1 : 253);
     const KvString wanted = Make(pattern, random(2) == 0 ? 1 : 253);
     CHECK(in.Find(wanted, start) ==
           (expected == std::u16string::npos ? -1 : static_cast<int>(expected)));
+  }
+}
+
+TEST_CASE("a search in blocks stops at both cases and at every relative beyond ASCII") {
+  for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
+    const auto find = [&](std::u16string tail, const char* pattern, unsigned short op) {
+      const KvString text = Make(std::u16string(101, u'-') + tail, codeSet);
+      return text.Find(pattern, 0, op);
+    };
+    CHECK(find(u"xA", "a", kvCompareIgnoreCase) == 102);
+    CHECK(find(u"x\u00C4", "a", kvCompareIgnoreCase | kvCompareIgnoreAccents) == 102);
+    CHECK(find(u"A\u00E4a", "a", 0) == 103);
+    CHECK(find(u"\u00E6x", "ae", kvCompareIgnoreVariants) == 101);
+    CHECK(find(u"  b", "b", kvCompareSkipSpaces) == 101);
+    CHECK(find(u"*a", "*", 0) == 101);
+    CHECK(find(u"a", "", 0) == 0);
   }
 }
 
