@@ -1,0 +1,158 @@
+// A value as the fields of its memory form, in text: "2024 2 29" with the fields "year:i2 month:i1
+// day:i1". A field's kind says its width and how it is written: i and u are decimal, f is the
+// shortest decimal (or bits:HEX for a NaN). Fields lie as a C++ compiler places them. Three kinds
+// stand alone: string (code set, language and quoted text, or null), bytes (quoted text) and blob
+// (hex in brackets, or null).
+#pragma once
+
+#include <charconv>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "kv.h"
+
+#if __has_include("kvistring.h")
+#include "kvistring.h"
+#endif
+#if __has_include("kvblob.h")
+#include "kvblob.h"
+#endif
+
+namespace golden {
+
+struct Field {
+  std::string name;
+  std::string kind;
+};
+
+inline std::vector<Field> ParseFields(const std::string& text) {
+  std::vector<Field> fields;
+  std::istringstream in(text);
+  for (std::string word; in >> word;) {
+    const auto colon = word.find(':');
+    fields.push_back({word.substr(0, colon), word.substr(colon + 1)});
+  }
+  return fields;
+}
+
+template <class T>
+void PutNumber(const std::string& text, unsigned char* memory) {
+  T value{};
+  if constexpr (std::is_floating_point_v<T>) {
+    using Bits = std::conditional_t<sizeof(T) == 4, o_u4b, o_u8b>;
+    if (text.starts_with("bits:")) {
+      const Bits bits = static_cast<Bits>(std::stoull(text.substr(5), nullptr, 16));
+      std::memcpy(&value, &bits, sizeof value);
+    } else {
+      std::from_chars(text.data(), text.data() + text.size(), value);
+    }
+  } else {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || *end != 0) throw std::runtime_error("no such number: " + text);
+  }
+  std::memcpy(memory, &value, sizeof value);
+}
+
+inline void PutField(const std::string& kind, const std::string& text, unsigned char* memory) {
+  if (kind == "i1") return PutNumber<signed char>(text, memory);
+  if (kind == "u1") return PutNumber<o_u1b>(text, memory);
+  if (kind == "i2") return PutNumber<o_2b>(text, memory);
+  if (kind == "u2") return PutNumber<o_u2b>(text, memory);
+  if (kind == "i4") return PutNumber<o_4b>(text, memory);
+  if (kind == "u4") return PutNumber<o_u4b>(text, memory);
+  if (kind == "i8") return PutNumber<o_8b>(text, memory);
+  if (kind == "u8") return PutNumber<o_u8b>(text, memory);
+  if (kind == "f4") return PutNumber<o_float>(text, memory);
+  if (kind == "f8") return PutNumber<o_double>(text, memory);
+  throw std::runtime_error("no such kind of field: " + kind);
+}
+
+// The units of a quoted text: "abc\xE9\u20AC". Quotes, backslashes and "|" are \x22, \x5C, \x7C.
+inline std::vector<unsigned short> Unquoted(const std::string& text) {
+  std::vector<unsigned short> units;
+  for (std::size_t i = 1; i + 1 < text.size(); ++i) {
+    if (text[i] != '\\') {
+      units.push_back(static_cast<unsigned char>(text[i]));
+      continue;
+    }
+    const std::size_t digits = text[++i] == 'x' ? 2 : 4;
+    units.push_back(
+        static_cast<unsigned short>(std::stoi(text.substr(i + 1, digits), nullptr, 16)));
+    i += digits;
+  }
+  return units;
+}
+
+// code set, language, quoted text
+inline void FillString(const std::string& text, KvString& value) {
+  if (text == "null") {
+    value.SetNullValue();
+    return;
+  }
+  std::istringstream in(text);
+  unsigned codeSet = 0;
+  unsigned language = 0;
+  std::string quoted;
+  in >> codeSet >> language;
+  std::getline(in >> std::ws, quoted);
+  std::vector<unsigned short> units = Unquoted(quoted);
+  units.push_back(0);
+  if (codeSet > 224) {
+    value = units.data();
+  } else {
+    value = std::string(units.begin(), units.end()).c_str();
+  }
+  if (units.size() == 1) value.d_deactivate();
+  if (value.GetCodeSet() != codeSet) value.SetCodeSetCode(static_cast<unsigned char>(codeSet));
+  value.SetLanguage(static_cast<unsigned char>(language));
+}
+
+inline std::string Bytes(const std::string& quoted) {
+  const std::vector<unsigned short> units = Unquoted(quoted);
+  return {units.begin(), units.end()};
+}
+
+inline void FillValue(const std::vector<Field>& fields, const std::string& text,
+                      unsigned char* memory, unsigned width) {
+  const std::string& kind = fields[0].kind;
+  if (kind == "string") return FillString(text, *reinterpret_cast<KvString*>(memory));
+#if __has_include("kvistring.h")
+  if (kind == "bytes") {
+    // Both classes of 8-bit strings hold their text alike.
+    *reinterpret_cast<KvIString*>(memory) = Bytes(text).c_str();
+    return;
+  }
+#endif
+#if __has_include("kvblob.h")
+  if (kind == "blob") {
+    KvBlob& blob = *reinterpret_cast<KvBlob*>(memory);
+    if (text == "null") {
+      blob.SetNullValue();
+      return;
+    }
+    std::string bytes;
+    for (std::size_t i = 1; i + 2 < text.size(); i += 2) {
+      bytes += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
+    }
+    blob.SetTo(bytes.data(), static_cast<int>(bytes.size()));
+    return;
+  }
+#endif
+  std::istringstream in(text);
+  unsigned offset = 0;
+  for (const Field& field : fields) {
+    const unsigned fieldWidth = static_cast<unsigned>(field.kind[1] - '0');
+    offset = (offset + fieldWidth - 1) / fieldWidth * fieldWidth;
+    std::string word;
+    if (!(in >> word)) throw std::runtime_error("too few fields: " + text);
+    if (offset + fieldWidth > width) throw std::runtime_error("the value is wider than its row");
+    PutField(field.kind, word, memory + offset);
+    offset += fieldWidth;
+  }
+}
+
+}  // namespace golden

@@ -1,0 +1,66 @@
+// Writes golden files anew: golden_write FILE... keeps each file's values and comments and fills in
+// what the library makes of them, in the row's order. A new value is a line "+ FIELDS". Whatever
+// this changes in a line that was there before is a change of stored data; git diff shows it.
+#include <cstdio>
+
+#include "golden_check/golden.h"
+
+namespace {
+
+int Order(const KvTypeMgr& types, const golden::File& file, unsigned char* a, unsigned char* b) {
+  return types.Cmp(static_cast<char>(file.typeId), a, b, file.operation, 1, golden::kMemory);
+}
+
+void SortLines(golden::File& file, const KvTypeMgr& types) {
+  const golden::Values values(types, file);
+  std::vector<unsigned> places(values.Count());
+  for (unsigned i = 0; i < places.size(); ++i) places[i] = i;
+  std::stable_sort(places.begin(), places.end(), [&](unsigned a, unsigned b) {
+    return Order(types, file, values.At(a), values.At(b)) < 0;
+  });
+  std::vector<golden::Line> sorted;
+  for (const unsigned place : places) sorted.push_back(file.lines[place]);
+  file.lines = std::move(sorted);
+}
+
+std::string Relation(const golden::File& file, const KvTypeMgr& types, const golden::Values& values,
+                     unsigned index) {
+  if (index == 0) return ".";
+  return Order(types, file, values.At(index - 1), values.At(index)) == 0 ? "=" : "<";
+}
+
+golden::Line Filled(const golden::File& file, const KvTypeMgr& types, const golden::Line& line,
+                    const unsigned char* values, unsigned count) {
+  using namespace golden;
+  return {line.relation, line.value, Hex(Stored(types, file, values, kMemoryOrder, count)),
+          Hex(Stored(types, file, values, kReversed, count)),
+          HashText(types, file, 0, values, count, kMemory)};
+}
+
+void Regenerate(const std::string& path) {
+  golden::File file = golden::Parse(path);
+  const KvTypeMgr types(file.Factory());
+  SortLines(file, types);
+  const golden::Values values(types, file);
+  for (unsigned i = 0; i < values.Count(); ++i) {
+    golden::Line& line = file.lines[i];
+    line = Filled(file, types, line, values.At(i), 1);
+    line.relation = Relation(file, types, values, i);
+  }
+  file.run.value = std::to_string(file.RunCount());
+  file.run = Filled(file, types, file.run, values.At(0), file.RunCount());
+  golden::Write(file);
+}
+
+}  // namespace
+
+int main(int count, char** paths) {
+  for (int i = 1; i < count; ++i) {
+    try {
+      Regenerate(paths[i]);
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "golden_write: %s: %s\n", paths[i], error.what());
+      return 1;
+    }
+  }
+}
