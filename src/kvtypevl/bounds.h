@@ -64,11 +64,14 @@ inline float IntegerFraction(double measure, IndexRange range) {
   return RoundToFloat(measure / (range.upper - range.lower + 1.0));
 }
 
-// A predicate that selects anything selects at least 2^-23 of the range.
+// A predicate that selects anything selects at least 2^-23 of the range. A constant less than a
+// unit outside the range counts as partly in it, which must not make more of the range than there
+// is; only a difference that is no number may (see FiniteOrLargest).
 inline float FloatingFraction(double measure, IndexRange range) {
   if (measure == 0) return 0;
   const double width = FiniteOrLargest(range.upper - range.lower) + 1.0;
-  const double fraction = FiniteOrLargest(measure) / width;
+  double fraction = FiniteOrLargest(measure) / width;
+  if (measure < DBL_MAX && fraction > 1) fraction = 1;
   return RoundToFloat(fraction > FLT_EPSILON ? fraction : FLT_EPSILON);
 }
 

@@ -285,9 +285,13 @@ struct OdmgTimeRow : DateTimeTextRow<d_Time> {
     return OrderOdmg(a, b, cmpOp);
   }
   static unsigned Key(const d_Time& time) { return KeyOf(time); }
-  static double Position(const d_Time& time) {
+  static double Seconds(const d_Time& time) {
     const Clock clock = ClockOf(time);
     return (clock.hour * 60 + clock.minute) * 60 + time.second;
+  }
+  // Times order by their zone first: each zone is a day of its own.
+  static double Position(const d_Time& time) {
+    return (time.tzHour * 256 + time.tzMinute) * kSecondsOfDay + Seconds(time);
   }
   static int Successor(d_Time& time) { return StepSecond(time); }
   static d_Time Smallest() { return d_Time(0, 0, 0.0f, 0, 0); }
@@ -303,7 +307,7 @@ struct OdmgTimestampRow : DateTimeTextRow<d_Timestamp> {
     return KeyOf(value.date) * kMix + KeyOf(value.time);
   }
   static double Position(const d_Timestamp& value) {
-    return OdmgDateRow::Position(value.date) * kSecondsOfDay + OdmgTimeRow::Position(value.time);
+    return OdmgDateRow::Position(value.date) * kSecondsOfDay + OdmgTimeRow::Seconds(value.time);
   }
   static int Successor(d_Timestamp& value) {
     const d_Time& time = value.time;
