@@ -94,9 +94,12 @@ class Source {
     return Little(static_cast<o_u8b>(year), 2) + Bytes{OneTo(12), OneTo(28)};
   }
   Bytes Clock() { return {Up(23), Up(59), Up(59)}; }
+  // Hour and minute lie shifted by the zone that stands before them.
   Bytes ZonedClock() {
-    return Bytes{Pick<unsigned char>({0, 1, 0xFE}), Pick<unsigned char>({0, 0, 30})} + Clock() +
-           Bytes{Up(99)};
+    const Bytes zone{Pick<unsigned char>({0, 1, 0xFE}), Pick<unsigned char>({0, 0, 30})};
+    Bytes clock = Clock();
+    for (unsigned i = 0; i < 2; ++i) clock[i] = static_cast<unsigned char>(clock[i] + zone[i]);
+    return zone + clock + Bytes{Up(99)};
   }
   Bytes Nanoseconds() { return Little(Pick({0U, 1U, 999999999U, Below(1000000000)}), 4); }
 
