@@ -12,6 +12,7 @@ from program import KVTM, KvtmTest, kvtm
 
 LINES = 1_000_000
 SANITIZED = bool(os.environ.get("KV_SANITIZE"))
+DICTIONARIES = "/usr/share/dict/"
 
 
 def system_sort(option, path):
@@ -55,6 +56,48 @@ class Numbers(KvtmTest):
         lines = "Infinity\n0\nnan\n-Infinity\n-0.0\n1e-320\n-1e308\n"
         self.assertEqual(self.good("sort", "KvDOUBLE_T", stdin=lines).split(),
                          ["nan", "-Infinity", "-1e308", "0", "-0.0", "1e-320", "Infinity"])
+
+
+class Words(KvtmTest):
+    def sorted_dictionary(self, name, language):
+        path = DICTIONARIES + name
+        if not os.path.exists(path):
+            self.skipTest(f"no word list {path}")
+        with open(path, "rb") as file:
+            words = file.read()
+        encoding = "utf-8"
+        options = []
+        try:
+            words.decode(encoding)
+        except UnicodeDecodeError:
+            encoding = "latin1"
+            options = ["--codeset", encoding]
+        done = subprocess.run([KVTM, "sort", "KvSTRING_T", "--language", language, *options, path],
+                              capture_output=True)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        given = words.decode(encoding).split("\n")[:-1]
+        lines = done.stdout.decode(encoding).split("\n")[:-1]
+        self.assertEqual(sorted(lines), sorted(given))
+        return {word: index for index, word in enumerate(lines)}, lines
+
+    def ascending(self, places, *words):
+        for before, after in zip(words, words[1:]):
+            self.assertLess(places[before], places[after], (before, after))
+
+    def test_german(self):
+        places, _ = self.sorted_dictionary("ngerman", "german")
+        self.ascending(places, "Abend", "Apfel", "Äpfel", "arm", "Masse", "Maße", "Ofen", "Öfen",
+                       "öffnen", "Zebra")
+
+    def test_french(self):
+        places, _ = self.sorted_dictionary("french", "french")
+        self.ascending(places, "cote", "coté", "côte", "côté", "étude", "zèbre")
+
+    def test_swedish_letters_after_z(self):
+        places, lines = self.sorted_dictionary("swedish", "swedish")
+        self.ascending(places, "apa", "zebra", "ål", "ära", "öga")
+        first = [line[0].lower() for line in lines if line[0].lower() in "abcxyzåäö"]
+        self.assertEqual([letter for letter in dict.fromkeys(first)], list("abcxyzåäö"))
 
 
 class Terminal(unittest.TestCase):

@@ -117,8 +117,10 @@ Examples:
       {"sort", "TYPE [FILE]", "sort lines in the order of a type",
        R"(Reads lines from FILE or the standard input, takes each as a value of TYPE, and writes
 them in the type's order. Lines of equal values keep their order. A line that is no value
-is reported on stderr with its number and left out; the exit status is then 1. The input
-is held in memory. On a terminal, stderr shows how far the work is.
+is reported on stderr with its number and left out; the exit status is then 1. The input is
+held in memory. On a terminal, stderr shows how far the work is.
+
+Lines are UTF-8; with --codeset they are in that 8-bit code set.
 
 Languages: 1 English, 2 German, 3 French, 4 Spanish, 5 Italian, 6 Portuguese, 7 Dutch,
 8 Danish, 9 Norwegian, 10 Swedish, 11 Finnish, 12 Polish, 13 Czech, 14 Hungarian,

@@ -66,7 +66,11 @@ void SortIndexes(std::vector<unsigned>& indexes, const ValueRun& run, unsigned s
 
 int RunSort(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
-  const ValueStyle style = StyleOf(arguments);
+  ValueStyle style = StyleOf(arguments);
+  style.stringsAreBytes = style.strings.codeSet.has_value();
+  if (style.stringsAreBytes && KvIsWideCodeSet(*style.strings.codeSet)) {
+    FailUsage("lines of 16-bit characters cannot be read; kvtm convert makes them UTF-8");
+  }
   const unsigned short operation = CompareOperationOf(arguments);
   const std::string text = ReadWhole(arguments.Count() > 1 ? arguments[1] : "-");
   const std::vector<std::string_view> lines = SplitLines(text);

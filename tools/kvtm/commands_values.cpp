@@ -1,5 +1,4 @@
 // kvtm compare, hash, bounds, step and order: what the type manager says about values.
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,13 +22,6 @@ unsigned short PredicateOf(const std::string& text) {
   if (text == ">=") return kvPredicateGreater | kvPredicateEqual;
   if (text == ">") return kvPredicateGreater;
   FailUsage("unknown predicate " + Quoted(text) + "; it is one of < <= = >= >");
-}
-
-// The shortest text of a fraction that reads back to it.
-std::string FractionText(float fraction) {
-  char text[32];
-  const auto [end, error] = std::to_chars(text, text + sizeof text, fraction);
-  return {text, error == std::errc() ? end : text};
 }
 
 // A bound in stored form; the fields of KvIdxBounds only borrow it.
@@ -106,7 +98,7 @@ int RunBounds(const Arguments& arguments) {
   const auto side = [&](const unsigned char* bound, std::size_t length, const std::string& given) {
     return bound != nullptr ? StoredText(id, bound, length, style) + "  (new)" : Printable(given);
   };
-  PrintTable({{"fraction", FractionText(fraction)},
+  PrintTable({{"fraction", ShortestText(fraction)},
               {"lower", side(narrowed.lower, narrowed.lowerLength, arguments[3])},
               {"upper", side(narrowed.upper, narrowed.upperLength, arguments[4])}});
   std::free(narrowed.lower);

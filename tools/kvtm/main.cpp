@@ -33,6 +33,7 @@ OPERANDS
             booleans        TRUE or FALSE
             dates, times    2024-02-29, 13:05:00, 2024-02-29T13:05:00; * for any component
             time spans      days.hours:minutes:seconds, 2.03:00:00
+            intervals       seconds, 5400 or 0.5
             identities      as they print, (1-5#7)
             blobs           hex
             null            {NULL}, where the type has a null value

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <string>
 
 namespace {
 
@@ -94,4 +93,10 @@ NumberFault ReadFloat(std::string_view text, float& value) {
   if (fault != NumberFault::kNone) return fault;
   value = static_cast<float>(wide);
   return std::isinf(value) && !std::isinf(wide) ? NumberFault::kOutOfRange : NumberFault::kNone;
+}
+
+std::string ShortestText(float number) {
+  char text[32];
+  const auto [end, error] = std::to_chars(text, text + sizeof text, number);
+  return {text, error == std::errc() ? end : text};
 }

@@ -3,6 +3,7 @@
 // first character they do not know, which is right for stored formats and wrong for a user's input.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 enum class NumberFault { kNone, kNotANumber, kOutOfRange };
@@ -17,6 +18,9 @@ NumberFault ReadDouble(std::string_view text, double& value);
 
 // The same for floats, which are read as doubles and then narrowed, as the library does.
 NumberFault ReadFloat(std::string_view text, float& value);
+
+// The shortest text that reads back to the number.
+std::string ShortestText(float number);
 
 std::string_view TrimBlanks(std::string_view text);
 

@@ -44,20 +44,26 @@ std::string FirstLacking(const KvCodeSet& codeSet, const std::vector<unsigned sh
   return lacking;
 }
 
-KvString MakeString(const std::vector<unsigned short>& units, unsigned char codeSetNumber) {
+// The text in its code set, which holds it all.
+KvString MakeString(const std::vector<unsigned short>& units, const StringTraits& traits) {
   const auto count = static_cast<unsigned short>(units.size());
-  if (KvIsWideCodeSet(codeSetNumber)) {
-    KvString text(codeSetNumber, KvLanguageContext::GetDefaultLanguage());
-    if (count > 0) text << KvString(units.data(), count);
-    return text;
+  if (!KvIsWideCodeSet(*traits.codeSet)) {
+    const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(*traits.codeSet);
+    std::string bytes;
+    bytes.reserve(count);
+    for (const unsigned short unit : units) bytes += static_cast<char>(codeSet.FromUnicode(unit));
+    return StringFromBytes(bytes, traits);
   }
-  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(codeSetNumber);
-  std::string bytes;
-  bytes.reserve(count);
-  for (const unsigned short unit : units) bytes += static_cast<char>(codeSet.FromUnicode(unit));
-  KvString text(bytes.c_str(), count);
-  text.SetCodeSetCode(codeSetNumber);
+  KvString text(*traits.codeSet, KvLanguageContext::GetDefaultLanguage());
+  if (count > 0) text << KvString(units.data(), count);
+  if (traits.language) text.SetLanguage(*traits.language);
   return text;
+}
+
+void RequireRoom(std::size_t units, unsigned char codeSet) {
+  if (units <= LongestText(codeSet)) return;
+  FailValue(std::to_string(units) + " characters, more than a string holds (" +
+            std::to_string(LongestText(codeSet)) + ")");
 }
 
 constexpr unsigned char kFourByteLead = 0xF0;
@@ -123,22 +129,28 @@ KvString StringFromUtf8(std::string_view utf8, const StringTraits& traits) {
       FailValue("a zero character, which would end the text, at offset " + std::to_string(i));
     }
   }
-  unsigned char number = kvCodeSetLatin1;
-  if (traits.codeSet) {
-    number = *traits.codeSet;
-  } else if (!HoldsAll(*KvLanguageContext::QueryCodeSet(number), decoded.units)) {
-    number = kvCodeSetUnicode;
+  StringTraits settled = traits;
+  if (!traits.codeSet) {
+    const KvCodeSet& latin1 = *KvLanguageContext::QueryCodeSet(kvCodeSetLatin1);
+    settled.codeSet = HoldsAll(latin1, decoded.units) ? kvCodeSetLatin1 : kvCodeSetUnicode;
   }
-  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(number);
+  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(*settled.codeSet);
   if (!HoldsAll(codeSet, decoded.units)) {
-    FailValue(CodeSetName(number) + " has no " + Quoted(FirstLacking(codeSet, decoded.units)) +
-              ", in " + Quoted(utf8));
+    FailValue(CodeSetName(*settled.codeSet) + " has no " +
+              Quoted(FirstLacking(codeSet, decoded.units)) + ", in " + Quoted(utf8));
   }
-  if (decoded.units.size() > LongestText(number)) {
-    FailValue(std::to_string(decoded.units.size()) + " characters, more than a string holds (" +
-              std::to_string(LongestText(number)) + ")");
+  RequireRoom(decoded.units.size(), *settled.codeSet);
+  return MakeString(decoded.units, settled);
+}
+
+KvString StringFromBytes(std::string_view bytes, const StringTraits& traits) {
+  RequireRoom(bytes.size(), *traits.codeSet);
+  if (bytes.find('\0') != std::string_view::npos) {
+    FailValue("a zero character, which would end the text, at offset " +
+              std::to_string(bytes.find('\0')));
   }
-  KvString text = MakeString(decoded.units, number);
+  KvString text(std::string(bytes).c_str(), static_cast<unsigned short>(bytes.size()));
+  text.SetCodeSetCode(*traits.codeSet);
   if (traits.language) text.SetLanguage(*traits.language);
   return text;
 }

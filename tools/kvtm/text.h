@@ -27,9 +27,12 @@ struct StringTraits {
   std::optional<unsigned char> language;  // none: the default language
 };
 
-// A string from UTF-8. Fails (Failure) on invalid UTF-8, on a character that the code set lacks and
-// on more text than a string holds.
+// A string from UTF-8. Fails (Failure) on invalid UTF-8, on a character that the code set lacks, on
+// a zero character and on more text than a string holds.
 KvString StringFromUtf8(std::string_view utf8, const StringTraits& traits);
+
+// A string from bytes in its own 8-bit code set, which `traits` names.
+KvString StringFromBytes(std::string_view bytes, const StringTraits& traits);
 
 std::string Utf8FromString(const KvString& text);
 

@@ -6,10 +6,6 @@
 #include "catalogue.h"
 #include "failure.h"
 #include "numbers.h"
-#if __has_include("kvblob.h")
-#include "kvblob.h"
-#define KVTM_BLOBS
-#endif
 
 namespace {
 
@@ -92,6 +88,7 @@ TextRule MakeRule(char id) {
     case KvNULL_U8B_T:
       return Whole<o_u8b>(true);
     case KvFLOAT_T:
+    case D_INTERVAL_T:
       return {.kind = TextKind::kFloat, .width = 4};
     case KvDOUBLE_T:
       return {.kind = TextKind::kDouble, .width = 8};
@@ -222,6 +219,63 @@ std::string Normalized(std::string_view text) {
   return plain;
 }
 
+constexpr int kWildcard = -1;
+
+bool IsWithin(int component, int least, int most) {
+  return component == kWildcard || (component >= least && component <= most);
+}
+
+// A real date, or one that could be: with a wildcard in it.
+bool IsSensible(const KvDate& date) {
+  if (date.IsDate()) return true;
+  return (date.year == kWildcard || date.month == kWildcard || date.day == kWildcard) &&
+         IsWithin(date.month, 1, 12) && IsWithin(date.day, 1, 31);
+}
+
+bool IsSensible(const KvTime& time) {
+  return IsWithin(time.hour, 0, 23) && IsWithin(time.minute, 0, 59) && IsWithin(time.second, 0, 59);
+}
+
+// Its calendar has leap years that that of KvDate lacks.
+bool IsSensible(const d_Date& date) {
+  return IsSensible(
+             KvDate(date.year, static_cast<char>(date.month), static_cast<char>(date.day))) ||
+         (date.day >= 1 && date.day <= date.days_in_month());
+}
+
+bool IsSensible(const d_Time& time) {
+  return IsSensible(KvTime(static_cast<char>(time.hour), static_cast<char>(time.minute),
+                           static_cast<char>(time.second)));
+}
+
+// The scanners take any number for a day or an hour; a user who writes 2023-02-29 mistyped.
+bool IsSensible(char id, const void* value) {
+  switch (id) {
+    case KvDATE_T:
+      return IsSensible(*static_cast<const KvDate*>(value));
+    case KvTIME_T:
+      return IsSensible(*static_cast<const KvTime*>(value));
+    case KvDATIME_T: {
+      const auto& both = *static_cast<const KvDateTime*>(value);
+      return IsSensible(both.date) && IsSensible(both.time);
+    }
+    case KvDATIME_N_T: {
+      const auto& both = *static_cast<const KvDateTimeN*>(value);
+      return IsSensible(both.date) && IsSensible(both.time);
+    }
+    case D_DATE_T:
+      return IsSensible(*static_cast<const d_Date*>(value));
+    case D_TIME_T:
+      return IsSensible(*static_cast<const d_Time*>(value));
+    case D_TIMESTAMP_T: {
+      const auto& both = *static_cast<const d_Timestamp*>(value);
+      return IsSensible(both.date) && IsSensible(both.time);
+    }
+    default:
+      return true;
+  }
+}
+
 // Reads by the row's scan handler. That reports nothing, so the value is printed again: what does
 // not come back the same was not read whole, or not in range.
 bool ScansWhole(char id, void* value, std::string_view text, const char* format) {
@@ -242,20 +296,27 @@ std::vector<const char*> FormatsOf(char id, const ValueStyle& style) {
 void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
   const std::vector<const char*> formats = FormatsOf(id, style);
   for (const char* format : formats) {
-    if (ScansWhole(id, value, text, format)) return;
+    if (!ScansWhole(id, value, text, format)) continue;
+    if (IsSensible(id, value)) return;
+    FailReading(id, text, ": there is no such date or time");
   }
   const char* const expected =
       formats[0] != nullptr ? formats[0] : Types().ExchangeFormat(id, nullptr);
   FailReading(id, text, std::string(": expected ") + expected);
 }
 
+KvString StringOf(std::string_view text, const ValueStyle& style, const StringTraits& traits) {
+  return style.stringsAreBytes ? StringFromBytes(text, style.strings)
+                               : StringFromUtf8(text, traits);
+}
+
 void ReadString(char id, void* value, std::string_view text, const ValueStyle& style) {
   if (id == KvSTRING_T) {
-    *static_cast<KvString*>(value) = StringFromUtf8(text, style.strings);
+    *static_cast<KvString*>(value) = StringOf(text, style, style.strings);
     return;
   }
   KvString plain =
-      StringFromUtf8(text, {.codeSet = KvString::GetDefault8CodeSet(), .language = {}});
+      StringOf(text, style, {.codeSet = KvString::GetDefault8CodeSet(), .language = {}});
   Types().ScanFromKvString(id, value, plain, nullptr, 1);
 }
 
@@ -265,11 +326,7 @@ void ReadBlob(void* value, std::string_view text) {
   if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
     FailValue("a blob of more than 2147483647 bytes");
   }
-#ifdef KVTM_BLOBS
   static_cast<KvBlob*>(value)->SetTo(bytes.data(), static_cast<int>(bytes.size()));
-#else
-  FailValue("blobs are not there yet" + std::to_string(value == nullptr));
-#endif
 }
 
 // A pattern's text that reads back to the value. The last format shows the most, whether it does
@@ -343,12 +400,14 @@ std::string TextOf(char id, void* value, const ValueStyle& style) {
   if (Types().IsNullValue(id, value)) return NullText();
   if (!style.format.empty()) return Printed(id, value, style.format.c_str());
   switch (RuleOf(id).kind) {
-#ifdef KVTM_BLOBS
     case TextKind::kBlob: {
       KvBlob& blob = *static_cast<KvBlob*>(value);
       return ToHex(blob.Seek(0, blob.Length()), static_cast<std::size_t>(blob.Length()));
     }
-#endif
+    case TextKind::kFloat:
+      // An interval prints as days, hours, minutes and seconds, without fractions.
+      if (id == D_INTERVAL_T) return ShortestText(*static_cast<float*>(value));
+      return Printed(id, value, nullptr);
     case TextKind::kPattern:
       return PatternText(id, value, style);
     default:
@@ -365,11 +424,9 @@ Bytes StoredForm(const ValueRun& run, unsigned char order) {
       case TextKind::kPlainString:
         bound += KvString::kMaximumBytes + 8;
         break;
-#ifdef KVTM_BLOBS
       case TextKind::kBlob:
         bound += 4 + static_cast<std::size_t>(static_cast<KvBlob*>(run.At(i))->Length());
         break;
-#endif
       default:
         bound += Types().DiskLenGet(run.Id(), nullptr, order, 1, 0);
     }

@@ -1,8 +1,9 @@
 // Values between the command line and memory form.
 //
 // A value's text is what the type prints, as long as that reads back to the same value. For dates,
-// times and strings of bytes, whose print formats are made for people and leave things out, kvtm
-// has its own: 2024-02-29, 13:05:00, 2024-02-29T13:05:00, a blob as hex. A null is "{NULL}".
+// times and blobs, whose print formats are made for people and leave things out, kvtm
+// has its own: 2024-02-29, 13:05:00, 2024-02-29T13:05:00, an interval as its seconds, a blob as
+// hex. A null is "{NULL}".
 #pragma once
 
 #include <memory>
@@ -18,6 +19,7 @@
 struct ValueStyle {
   std::string format;  // a format of the type, empty: kvtm's own choice
   StringTraits strings;
+  bool stringsAreBytes = false;  // texts of strings are in their 8-bit code set, not in UTF-8
 };
 
 // A run of values in memory form, made and freed by the type manager.

@@ -1,0 +1,302 @@
+"""kvtm's commands on every family of types, and its answers to bad input."""
+import json
+import re
+import struct
+import unittest
+
+from program import KvtmTest, kvtm
+
+# TYPE, values, stored bytes in memory order, and in reversed order.
+STORED = [
+    ("Kv1B_T", ["A", "0x80"], "4180", "4180"),
+    ("Kv2B_T", ["-2", "258"], "feff0201", "fffe0102"),
+    ("KvU2B_T", ["65535"], "ffff", "ffff"),
+    ("Kv4B_T", ["1", "-2147483648"], "0100000000000080", "0000000180000000"),
+    ("KvU4B_T", ["4294967295"], "ffffffff", "ffffffff"),
+    ("KvBLOCKID_T", ["#7", "8"], "0700000008000000", "0000000700000008"),
+    ("Kv8B_T", ["-9223372036854775808"], "0000000000000080", "8000000000000000"),
+    ("KvU8B_T", ["18446744073709551615"], "ff" * 8, "ff" * 8),
+    ("KvDOUBLE_T", ["1.5"], struct.pack("<d", 1.5).hex(), struct.pack(">d", 1.5).hex()),
+    ("KvFLOAT_T", ["-0.1"], struct.pack("<f", -0.1).hex(), struct.pack(">f", -0.1).hex()),
+    ("KvINT64_T", ["4294967298"], "0200000001000000", "0000000200000001"),
+    ("KvBOOLEAN_T", ["TRUE", "FALSE", "{NULL}"], "0100ff", "0100ff"),
+    ("KvSEAL_T", ["20015998343868"], "123456789abc", "123456789abc"),
+    ("KvDATE_T", ["2024-02-29"], "e807021d", "07e8021d"),
+    ("KvTIME_T", ["13:05:09"], "0d0509", "0d0509"),
+    ("KvDATIME_T", ["2024-02-29T13:05:09"], "e807021d0d0509", "07e8021d0d0509"),
+    ("KvDATIME_N_T", ["2024-02-29T13:05:09.5"], "e807021d0d05090065cd1d", "07e8021d0d05091dcd6500"),
+    ("D_DATE_T", ["1999-12-31"], "cf070c1f", "07cf0c1f"),
+    ("D_TIME_T", ["13:05:09"], "00000d050900", "00000d050900"),
+    ("D_TIMESTAMP_T", ["1999-12-31T23:59:58"], "cf070c1f0000173b3a00", "07cf0c1f0000173b3a00"),
+    ("D_INTERVAL_T", ["-0.5", "5400"], "000000bf00c0a845", "bf00000045a8c000"),
+    ("KvTIMESPAN_T", ["402.03:00:00"], "010001" "0c" "030000" "00000000",
+     "000101" "0c" "030000" "00000000"),
+    ("KvOBJID_T", ["(1-5#7)"], "07000000050000000100", "00000007000000050001"),
+    ("KvCLID_T", ["(258v3)"], "02010300", "01020003"),
+    ("KvREF_T", ["(9:1-5#7, 4)"], "0700000005000000010009000400", "0000000700000005000100090004"),
+    ("KvBLOB_T", ["616263", "{NULL}"], "0b00000003000000616263ffffffff",
+     "0000000b00000003616263ffffffff"),
+    ("KvNULL_2B_T", ["5", "{NULL}"], "000500" "010000", "000005" "010000"),
+    ("KvSTRING_T", ["abc", ""], "070001016162630" "0ff" "0400010100ff",
+     "000701016162630" "0ff" "0004010100ff"),
+]
+
+
+class Values(KvtmTest):
+    def test_stored_bytes_and_back(self):
+        for type_name, values, memory_order, reversed_order in STORED:
+            for order, expected in (("1", memory_order), ("2", reversed_order)):
+                with self.subTest(type_name, order=order):
+                    stored = self.good("store", type_name, "--order", order, "--", *values)
+                    self.assertEqual(stored.strip(), expected)
+                    loaded = self.good("load", type_name, "--order", order, expected)
+                    again = self.good("store", type_name, "--order", order, "--",
+                                      *loaded.split("\n")[:-1])
+                    self.assertEqual(again, stored)
+
+    def test_text_of_loaded_values(self):
+        """Most values load as the text they were given as; these have a text of their own."""
+        own_text = {"KvFLOAT_T": ["-0.10000000149011612"], "KvBLOCKID_T": ["#7", "#8"],
+                    "KvDATIME_N_T": ["2024-02-29T13:05:09.500"]}
+        for type_name, values, memory_order, _ in STORED:
+            with self.subTest(type_name):
+                loaded = self.good("load", type_name, memory_order).split("\n")[:-1]
+                self.assertEqual(loaded, own_text.get(type_name, values))
+
+    def test_wide_strings(self):
+        stored = self.good("store", "KvSTRING_T", "Łódź").strip()
+        self.assertEqual(stored[4:6], "fd")
+        self.assertEqual(self.good("load", "KvSTRING_T", stored), "Łódź\n")
+        self.assertEqual(self.good("store", "KvSTRING_T", "--codeset", "latin2", "Łódź").strip(),
+                         "0800" "0601" "a3f364bc" "00ff")
+
+    def test_commands_on_values(self):
+        for expected, *arguments in [
+            ("1", "compare", "Kv4B_T", "10", "9"),
+            ("0", "compare", "KvDOUBLE_T", "--", "-0.0", "0"),
+            ("-1", "compare", "KvDATE_T", "2023-12-31", "2024-01-01"),
+            ("-1", "compare", "KvNULL_4B_T", "{NULL}", "-2147483648"),
+            ("-1", "compare", "KvBLOB_T", "{NULL}", ""),
+            ("-1", "compare", "KvSTRING_T", "Bar", "Bär"),
+            ("0", "compare", "KvSTRING_T", "--op", "0x40", "Bar", "Bär"),
+            ("0x41c64e6d", "hash", "Kv4B_T", "1"),
+            ("0xfefe7575", "hash", "KvNULL_4B_T", "{NULL}"),
+            ("128", "step", "KvU2B_T", "127"),
+            ("2024-03-01", "step", "KvDATE_T", "2024-02-29"),
+            ("(2-0#7)", "step", "KvOBJID_T", "(1-4294967295#7)"),
+            ("0000000100000002", "translate", "Kv4B_T", "--from", "8", "--to", "2",
+             "0100000002000000"),
+            ("0100000002000000", "translate", "Kv4B_T", "--from", "reversed", "--to", "memory",
+             "0000000100000002"),
+            ("0102", "translate", "Kv2B_T", "--from", "0", "--to", "2", "0102"),
+            ("1f\nffffffff", "load", "Kv2B_T", "--format", "%x", "1f00ffff"),
+            ("Thu 29.Feb 2024", "load", "KvDATE_T", "--format", "%a %e.%b %Y", "e807021d"),
+        ]:
+            with self.subTest(arguments):
+                self.assertEqual(self.good(*arguments), expected + "\n")
+
+    def test_bounds(self):
+        for arguments, fraction, lower, upper in [
+            (["Kv4B_T", "=", "5", "1", "10"], "0.1", "5  (new)", "5  (new)"),
+            (["Kv4B_T", ">=", "5", "1", "10"], "0.6", "5  (new)", "10"),
+            (["Kv4B_T", "<", "20", "1", "10"], "1", "1", "20  (new)"),
+            (["KvDATE_T", "<", "2024-01-11", "2024-01-01", "2024-01-20"], "0.5", "2024-01-01",
+             "2024-01-11  (new)"),
+        ]:
+            with self.subTest(arguments):
+                self.assertEqual(
+                    self.good("bounds", *arguments),
+                    f"fraction  {fraction}\nlower     {lower}\nupper     {upper}\n")
+
+    def test_order_tells_characters_in_words(self):
+        text = self.good("order", "é7")
+        self.assertIn("lower letter e with accent acute", text)
+        self.assertIn("digit 7", text)
+        swedish, english = (self.good("order", "ä", "--language", language)
+                            for language in ("swedish", "1"))
+        self.assertNotEqual(swedish, english)
+
+    def test_catalogue(self):
+        rows = json.loads(self.good("types", "--json"))
+        self.assertEqual([row["id"] for row in rows], list(range(47)))
+        by_name = {row["idName"]: row for row in rows}
+        self.assertEqual(by_name["KvDATE_T"], {
+            "id": 12, "name": "KvDate", "idName": "KvDATE_T", "memoryBytes": 4, "storedBytes": 4,
+            "fixed": True, "nullable": True, "format": "%a %e.%b %Y"})
+        self.assertIsNone(by_name["KvBLOB_T"]["storedBytes"])
+        lines = self.good("types").splitlines()
+        self.assertEqual(len(lines), 48)
+        for line, row in zip(lines[1:], rows):
+            self.assertEqual(line.split()[:3], [str(row["id"]), row["name"], row["idName"]])
+
+    def test_identity(self):
+        self.assertIn("14.0.1.57.0", self.good("--version"))
+        self.assertEqual(json.loads(self.good("describe", "--json"))["build"], "1927")
+        self.assertEqual(json.loads(self.good("load", "KvNULL_4B_T", "--json",
+                                              "0107000000" "0008000000")), [None, "8"])
+
+    def test_operands_and_options_mix(self):
+        for arguments in [("store", "--order", "2", "Kv2B_T", "-1"), ("store", "Kv2B_T", "-1", "--order=2"),
+                          ("store", "1", "--order", "2", "--", "-1"), ("store", "o_2b", "-1")]:
+            self.assertEqual(self.good(*arguments), "ffff\n")
+        self.assertEqual(self.good("load", "Kv2B_T", "-", stdin="01 00\n0200"), "1\n2\n")
+
+
+class BadInput(KvtmTest):
+    def test_one_line_says_what_and_where(self):
+        for status, words, *arguments in [
+            (2, "no command"),
+            (2, "'stroe'", "stroe"),
+            (2, "unknown type & KvSTRING_T", "store", "KvSTRIN_T", "a"),
+            (2, "unknown type & o_4b", "store", "O_4B", "1"),
+            (2, "'47'", "store", "47", "1"),
+            (2, "'-1'", "store", "-1", "1"),
+            (2, "illegal", "store", "illegal", "1"),
+            (2, "operand is missing", "store", "Kv4B_T"),
+            (2, "'c'", "compare", "Kv1B_T", "a", "b", "c"),
+            (2, "--frmat", "load", "Kv4B_T", "--frmat", "x", "01"),
+            (2, "--order takes a value", "store", "Kv4B_T", "1", "--order"),
+            (2, "--order '9'", "store", "Kv4B_T", "1", "--order", "9"),
+            (2, "--count '0'", "load", "Kv4B_T", "--count", "0", "01000000"),
+            (2, "--count 'two'", "load", "Kv4B_T", "--count", "two", "01000000"),
+            (2, "--count '4294967296'", "load", "Kv4B_T", "--count", "4294967296", "01000000"),
+            (1, "4294967295 values take 17179869180 bytes, there are 4",
+             "load", "Kv4B_T", "--count", "4294967295", "01000000"),
+            (1, "2 values take 8 bytes, there are 4", "load", "Kv4B_T", "--count", "2", "01000000"),
+            (1, "two hex digits", "load", "Kv4B_T", "0100000"),
+            (1, "'x' & offset 3", "load", "Kv4B_T", "010x"),
+            (1, "no bytes", "load", "Kv4B_T", ""),
+            (1, "3 bytes", "load", "Kv4B_T", "010203"),
+            (1, "'12x' & not a number", "store", "Kv4B_T", "12x"),
+            (1, "'' & not a number", "store", "Kv4B_T", ""),
+            (1, "'-' & not a number", "store", "Kv4B_T", "--", "-"),
+            (1, "out of range & -32768 to 32767", "store", "Kv2B_T", "32768"),
+            (1, "out of range", "store", "KvU2B_T", "--", "-1"),
+            (1, "out of range", "store", "KvU8B_T", "18446744073709551616"),
+            (1, "out of range", "store", "KvFLOAT_T", "1e39"),
+            (1, "out of range", "store", "KvDOUBLE_T", "1e309"),
+            (1, "not a number", "store", "KvDOUBLE_T", "inf"),
+            (1, "not a number", "store", "KvDOUBLE_T", "0x1p3"),
+            (1, "0xNN", "store", "Kv1B_T", "ab"),
+            (1, "TRUE", "store", "KvBOOLEAN_T", "yes"),
+            (1, "'2024-13-01'", "store", "KvDATE_T", "2024-13-01"),
+            (1, "'2023-02-29'", "store", "KvDATE_T", "2023-02-29"),
+            (1, "'2024-02-30'", "store", "D_DATE_T", "2024-02-30"),
+            (1, "'25:00:00'", "store", "KvTIME_T", "25:00:00"),
+            (1, "%Y-%m-%d", "store", "KvDATE_T", "29.2.2024"),
+            (1, "'2024-02-29 rest'", "store", "KvDATE_T", "2024-02-29 rest"),
+            (1, "(%H-%L#%B)", "store", "KvOBJID_T", "(70000-5#7)"),
+            (1, "two hex digits", "store", "KvBLOB_T", "abc"),
+            (1, "ISO-8859-1 has no 'Ł'", "store", "KvSTRING_T", "--codeset", "1", "Łódź"),
+            (1, "UTF-8 at offset 1", "store", "KvSTRING_T", b"a\xff"),
+            (2, "code set 'klingon'", "store", "KvSTRING_T", "--codeset", "klingon", "a"),
+            (2, "language 'klingon'", "sort", "KvSTRING_T", "--language", "klingon"),
+            (1, "last o_char value", "step", "Kv1B_T", "0x7f"),
+            (1, "no successor", "step", "KvDOUBLE_T", "Infinity"),
+            (2, "predicate '<>'", "bounds", "Kv4B_T", "<>", "1", "1", "2"),
+            (1, "cannot open /nonexistent", "sort", "Kv4B_T", "/nonexistent"),
+            (2, "pointer", "translate", "KvSTRING_T", "--from", "8", "--to", "0", "00"),
+            (2, "--from", "convert", "--to", "1"),
+        ]:
+            with self.subTest(arguments):
+                self.fails(status, words, *arguments)
+
+    def test_damaged_variable_values(self):
+        """Length fields that lie are caught before the library follows them."""
+        for type_name, words, stored in [
+            ("KvSTRING_T", "a block length", "07"),
+            ("KvSTRING_T", "takes 255", "ff00010161"),
+            ("KvSTRING_T", "4 at least", "0000"),
+            ("KvSTRING_T", "mark", "0500010161fe01"),
+            ("KvSTRING_T", "16-bit", "0500fd016100ff"),
+            ("KvSTRING_T", "takes 9", "0400010100ff" "0900010161"),
+            ("KvBLOB_T", "takes 16", "100000000400000061"),
+            ("KvBLOB_T", "past the end", "080000000500000061626364"),
+            ("KvBLOB_T", "past the end", "08000000feffffff61626364"),
+            ("KvBLOB_T", "no value", "00000000"),
+            ("KvBLOB_T", "after the last value", "0400000000000000" "00"),
+        ]:
+            with self.subTest(stored):
+                self.fails(1, words, "load", type_name, stored)
+        self.fails(1, "1 values", "load", "KvBLOB_T", "--count", "2", "0400000000000000")
+
+    def test_control_characters_stay_off_the_terminal(self):
+        self.assertEqual(self.good("load", "KvSTRING_T", "07000101" "1b5b6d" "00ff"), "\\x1b[m\n")
+        self.assertNotIn("\x1b", kvtm("store", "Kv4B_T", "\x1b[2J")[2])
+
+    def test_a_rest_is_reported(self):
+        status, output, error = kvtm("load", "Kv2B_T", "--count", "1", "010002")
+        self.assertEqual((status, output), (0, "1\n"))
+        self.assertIn("1 more bytes", error)
+
+    def test_output_that_cannot_be_written(self):
+        import os
+        import subprocess
+        from program import KVTM
+        if not os.path.exists("/dev/full"):
+            self.skipTest("no /dev/full")
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([KVTM, "types"], stdout=full, stderr=subprocess.PIPE)
+        self.assertEqual(done.returncode, 1)
+
+
+class Help(KvtmTest):
+    def test_every_command_has_help(self):
+        manual = self.good("--help")
+        commands = re.search(r"COMMANDS\n(.*?)\n\n", manual, re.S).group(1)
+        names = [line.split()[0] for line in commands.splitlines()]
+        self.assertEqual(len(names), 12)
+        for name in names:
+            text = self.good("help", name)
+            self.assertTrue(text.startswith(f"usage: kvtm {name}"))
+            self.assertEqual(self.good(name, "--help"), text)
+        self.assertLessEqual(max(map(len, manual.splitlines())), 100)
+
+
+class Convert(KvtmTest):
+    def test_between_code_sets(self):
+        for source, target, given, expected in [
+            ("utf8", "1", "café".encode(), b"caf\xe9"),
+            ("latin1", "utf8", b"caf\xe9", "café".encode()),
+            ("utf8", "253", "aŁ".encode(), "aŁ".encode("utf-16-le")),
+            ("koi8-r", "windows-1251", "Привет".encode("koi8-r"), "Привет".encode("cp1251")),
+        ]:
+            with self.subTest(source=source, target=target):
+                status, output, error = convert(source, target, given)
+                self.assertEqual((status, output, error), (0, expected, b""))
+
+    def test_what_the_target_lacks_is_counted(self):
+        status, output, error = convert("utf8", "1", "a€Ł?😀".encode())
+        self.assertEqual((status, output), (0, b"a????"))
+        self.assertIn(b"3 characters", error)
+
+    def test_large_and_cut_anywhere(self):
+        """Characters of three bytes end up across every kind of piece boundary."""
+        text = "x" + "€ä" * 200000
+        status, output, _ = convert("utf8", "253", text.encode())
+        self.assertEqual(status, 0)
+        self.assertEqual(output, text.encode("utf-16-le"))
+        status, output, _ = convert("253", "utf8", output)
+        self.assertEqual(output, text.encode())
+
+    def test_invalid_bytes(self):
+        good = "ä".encode() * 50000
+        for bad in (b"\xff", b"\xc3", b"\xc0\x80", b"\x80"):
+            status, output, error = convert("utf8", "latin1", good + bad + b"(" * (bad != b"\xc3"))
+            self.assertEqual((status, output), (1, b"\xe4" * 50000), bad)
+            self.assertIn(b"offset 100000", error)
+        status, output, error = convert("253", "1", b"a\0b")
+        self.assertEqual((status, output), (1, b"a"))
+        self.assertIn(b"offset 2", error)
+
+
+def convert(source, target, given):
+    import subprocess
+    from program import KVTM
+    done = subprocess.run([KVTM, "convert", "--from", source, "--to", target], input=given,
+                          capture_output=True, timeout=120)
+    return done.returncode, done.stdout, done.stderr
+
+
+if __name__ == "__main__":
+    unittest.main()
