@@ -120,8 +120,8 @@ TEST_CASE_TEMPLATE("scalar rows store, order and hash in every form", R, KV_SCAL
 
     // Equal up to a place, different there; and equal throughout.
     for (unsigned place = 0; place <= count; place += std::max(1u, count / 9)) {
-      std::vector<T> b = a;
-      for (std::size_t i = place; i < count; ++i) b[i] = Samples<T>(place + 77, count)[i];
+      std::vector<T> b = Samples<T>(place + 77, count);
+      std::copy_n(a.begin(), place, b.begin());
       const int expected = PlainRunOrder(a, b);
       CAPTURE(place);
       for (unsigned char format : std::initializer_list<unsigned char>{8, 1, 0, 0x18}) {
