@@ -132,6 +132,7 @@ const bool registered = [] {
   RegisterBlobs();
   for (const unsigned count : {4096u, 1048576u}) {
     RegisterNullable<KvNull_char>("KvNull_char", KvNULL_1B_T, Kv1B_T, count);
+    RegisterNullable<KvNull_short>("KvNull_short", KvNULL_2B_T, Kv2B_T, count);
     RegisterNullable<KvNull_int>("KvNull_int", KvNULL_INT_T, KvINT_T, count);
     RegisterNullable<KvNull_double>("KvNull_double", KvNULL_DOUBLE_T, KvDOUBLE_T, count);
     RegisterNullable<KvNull_KvInt64>("KvNull_KvInt64", KvNULL_KVINT64_T, KvINT64_T, count);

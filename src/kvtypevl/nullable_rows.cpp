@@ -1,6 +1,7 @@
 // The handlers of the nullable rows, instantiated for the thirteen scalars.
 #include "kvtypevl/nullable_rows.h"
 
+#include "kvtypevl/nullable_hash.h"
 #include "kvtypevl/row_handlers.h"
 
 namespace kv {
@@ -31,13 +32,22 @@ unsigned NullableRow<ScalarRowType>::Hash(unsigned char op, unsigned length, con
   const unsigned stride = Codec::Stride(format);
   const unsigned visible = VisibleElements(length, stride, count);
   if (visible < count) result = kvBufferShort;
-  unsigned combined = 0;
-  for (unsigned i = 0; i < visible; ++i, at += stride) {
-    const Value element = Codec::Read(at, format);
-    combined ^=
-        element.IsNullValue() ? kNullHash : ScalarRowType::Key(element.value) * kHashMultiplier;
+  NullableHash hash;
+  Scalar scalar = ScalarCodecType::Blank();
+  if (format.IsMemory()) {
+    unsigned i = 0;
+    if constexpr (sizeof(Scalar) <= 4) i = AddNullableLanes<Scalar>(hash, at, visible);
+    for (at += std::size_t{i} * stride; i < visible; ++i, at += stride) {
+      std::memcpy(static_cast<void*>(&scalar), at, sizeof scalar);
+      hash.Add(at[sizeof scalar] != 0, ScalarRowType::Key(scalar));
+    }
+  } else {
+    for (unsigned i = 0; i < visible; ++i, at += stride) {
+      ScalarCodecType::Load(scalar, at + 1, format.IsReversed());
+      hash.Add(*at == 1, ScalarRowType::Key(scalar));
+    }
   }
-  return combined;
+  return hash.Result();
 }
 
 template <class ScalarRowType>

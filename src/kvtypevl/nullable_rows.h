@@ -59,6 +59,7 @@ struct NullableRow {
   using ScalarCodecType = typename ScalarRowType::Codec;
   using Codec = NullableCodec<ScalarCodecType>;
   using Value = typename Codec::Value;
+  using Scalar = typename Codec::Scalar;
   static constexpr bool kPositionIsFloating = ScalarRowType::kPositionIsFloating;
   static constexpr const char* kFormat = nullptr;
 

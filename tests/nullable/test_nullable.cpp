@@ -159,6 +159,14 @@ TEST_CASE_TEMPLATE_DEFINE("order and hash follow the scalar's, nulls first", M, 
       REQUIRE(Types().Hash(M::kRow, 0, left.data(), 3, format, status) == hash);
     }
   }
+  // Runs of every length up to several blocks hash as their elements do.
+  for (unsigned count = 0; count < 40; ++count) {
+    std::vector<Value> run = RandomRun<M>(random, count);
+    unsigned expected = 0;
+    int status;
+    for (Value& value : run) expected ^= Types().Hash(M::kRow, 0, &value, 1, 8, status);
+    CHECK(Types().Hash(M::kRow, 0, run.data(), count, 8, status) == expected);
+  }
   // A long run with a difference in its last element, past every stretch compared as bytes.
   std::vector<Value> a = RandomRun<M>(random, 5000), b = a;
   b.back() = Value();
