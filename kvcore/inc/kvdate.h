@@ -80,7 +80,15 @@
 #include "kvbase.h"
 #include "kvstring.h"
 
-enum KvDaysOfTheWeek { Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
+enum KvDaysOfTheWeek {
+  kvMonday,
+  kvTuesday,
+  kvWednesday,
+  kvThursday,
+  kvFriday,
+  kvSaturday,
+  kvSunday
+};
 
 class KV_EXPORT KvDate {
  public:

@@ -265,8 +265,8 @@ class Formatter {
   }
 
   void Weekday(unsigned most) {
-    const auto [year, month, day] = std::tuple{parts_.year, parts_.month, parts_.day};
-    Value({year, month, day}, [&] {
+    Value({parts_.year, parts_.month, parts_.day}, [&] {
+      const auto [year, month, day] = std::tuple{parts_.year, parts_.month, parts_.day};
       if (parts_.weekdayRule == WeekdayRule::kGregorian) {
         return PutName(kDayNames[WeekdayByFormula(year, month, day)], most);
       }

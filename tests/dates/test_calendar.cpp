@@ -96,11 +96,11 @@ TEST_CASE("weekdays agree with std::chrono from 0000-03-01 to 4600-02-28") {
     if (KvDate(number).GetDayOfTheDate() != static_cast<int>(weekday.iso_encoding()) - 1) ++wrong;
   }
   CHECK(wrong == 0);
-  CHECK(KvDate(1970, 1, 1).GetDayOfTheDate() == Thursday);
+  CHECK(KvDate(1970, 1, 1).GetDayOfTheDate() == kvThursday);
   CHECK(KvDate(1970, 1, 1).DayOfTheDate() == 3);
   CHECK(KvString("Thursday") == KvDate(1970, 1, 1).PrintDayOfTheDate());
   // Later the remainder turns negative, and negative means Sunday.
-  CHECK(KvDate(4600, 3, 1).GetDayOfTheDate() == Sunday);  // a Saturday
+  CHECK(KvDate(4600, 3, 1).GetDayOfTheDate() == kvSunday);  // a Saturday
   CHECK(KvDate(0, 2, 29).GetDayOfTheDate() != Tuesday);
 }
 
