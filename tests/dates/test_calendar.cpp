@@ -101,7 +101,7 @@ TEST_CASE("weekdays agree with std::chrono from 0000-03-01 to 4600-02-28") {
   CHECK(KvString("Thursday") == KvDate(1970, 1, 1).PrintDayOfTheDate());
   // Later the remainder turns negative, and negative means Sunday.
   CHECK(KvDate(4600, 3, 1).GetDayOfTheDate() == kvSunday);  // a Saturday
-  CHECK(KvDate(0, 2, 29).GetDayOfTheDate() != Tuesday);
+  CHECK(KvDate(0, 2, 29).GetDayOfTheDate() != kvTuesday);
 }
 
 TEST_CASE("IsDate, the last of a month and the days to the next agree with std::chrono") {
