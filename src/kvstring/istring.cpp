@@ -15,14 +15,16 @@
 namespace kv {
 namespace {
 
-// A block for `length` bytes and a terminator, the last already there. Null when memory is short.
+// A block for `length` bytes and a terminator, the last already there. Rounded up to whole words,
+// as the allocator would do anyway, so that comparing may read words. Null when memory is short.
 char* AllocateBytes(std::size_t length) {
-  auto* block = static_cast<char*>(std::malloc(length + 1));
+  const std::size_t size = length / 8 * 8 + 8;
+  auto* block = static_cast<char*>(std::malloc(size));
   if (block == nullptr) {
-    KvCallMemoryHandler(static_cast<unsigned>(length + 1));
+    KvCallMemoryHandler(static_cast<unsigned>(size));
     return nullptr;
   }
-  block[length] = 0;
+  std::memset(block + size - 8, 0, 8);
   return block;
 }
 
@@ -87,9 +89,8 @@ void MapBytes(char* text, Map map) {
   for (; *text != 0; ++text) *text = static_cast<char>(map(static_cast<unsigned char>(*text)));
 }
 
-WeightedText WeightedOf(const char* buffer, unsigned char flags) {
-  return {reinterpret_cast<const unsigned char*>(buffer),
-          buffer == nullptr ? 0 : std::strlen(buffer), flags};
+PaddedText TextOf(const char* buffer, unsigned char flags) {
+  return {reinterpret_cast<const unsigned char*>(buffer), flags};
 }
 
 }  // namespace
@@ -224,7 +225,7 @@ template <class Weights>
 int KvWeightedString<Weights>::Compare(const KvWeightedString& other,
                                        unsigned short maximumLength) const {
   return kv::CompareWeighted<Weights>(
-      kv::WeightedOf(buffer_, flags_), kv::WeightedOf(other.buffer_, other.flags_),
+      kv::TextOf(buffer_, flags_), kv::TextOf(other.buffer_, other.flags_),
       maximumLength != 0 ? maximumLength : kv::kLongestWeightedText);
 }
 

@@ -10,7 +10,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #include "kvistring.h"
 #include "kvtypevl/run.h"
@@ -101,20 +104,40 @@ struct WeightsOf<KvCaseIStringWeights> {
   static constexpr bool kHasAccentFlag = true;
 };
 
-// One side of a comparison: a text without terminator; null is the empty value.
+// ---------------------------------------------------------------------------------------------
+// Comparing
+
+inline constexpr unsigned kLongestWeightedText = 65535;  // in weights compared
+
+// One side of a comparison: `length` bytes without a zero among them; null is the empty value.
 struct WeightedText {
   const unsigned char* bytes;
   std::size_t length;
   unsigned char flags;
+
+  unsigned char At(std::size_t index) const { return index < length ? bytes[index] : 0; }
+  bool HasWord(std::size_t index) const { return length - index >= 8 && index < length; }
+  const WeightedText& Measured() const { return *this; }
 };
 
-inline constexpr unsigned kLongestWeightedText = 65535;  // in weights compared
+// One side whose text ends at a zero byte and lies in a block that can be read in words of eight
+// bytes up to the word with that zero: its length need not be known beforehand.
+struct PaddedText {
+  const unsigned char* bytes;
+  unsigned char flags;
+
+  unsigned char At(std::size_t index) const { return bytes[index]; }
+  static bool HasWord(std::size_t) { return true; }
+  WeightedText Measured() const {
+    return {bytes, std::strlen(reinterpret_cast<const char*>(bytes)), flags};
+  }
+};
 
 // Yields the weights of one side, one a step; 0 at the end of the text.
 template <class Weights>
 class WeightWalk {
  public:
-  WeightWalk(const WeightedText& text, std::size_t start, bool accents)
+  explicit WeightWalk(const WeightedText& text, std::size_t start = 0, bool accents = false)
       : at_(text.bytes + start),
         end_(text.bytes + text.length),
         raw_((text.flags & KvWeightedString<Weights>::kRawBytes) != 0),
@@ -144,35 +167,113 @@ class WeightWalk {
   bool accents_;
 };
 
-// The order of two texts: the difference of the first weights that differ within `steps` of them.
+// The order of two texts by the plain rules: the difference of the first weights that differ within
+// `steps` of them. The first `skipped` bytes are known to weigh alike.
 template <class Weights>
-int CompareWeighted(const WeightedText& a, const WeightedText& b,
-                    unsigned steps = kLongestWeightedText) {
-  if (a.bytes == nullptr || b.bytes == nullptr) return (a.bytes != nullptr) - (b.bytes != nullptr);
-  if (a.length == 0 || b.length == 0) {
-    return (a.length != 0 ? a.bytes[0] : 0) - (b.length != 0 ? b.bytes[0] : 0);
-  }
-
-  // Equal bytes weigh the same when both sides are folded, or neither; a byte takes two steps at
-  // the most.
-  std::size_t start = 0;
-  const bool sameFolding = ((a.flags ^ b.flags) & KvWeightedString<Weights>::kRawBytes) == 0;
-  const std::size_t shorter = a.length < b.length ? a.length : b.length;
-  if (sameFolding && 2 * shorter <= steps) start = FirstDifference(a.bytes, b.bytes, shorter);
-
+int CompareByWeights(const WeightedText& a, const WeightedText& b, unsigned steps,
+                     std::size_t skipped = 0) {
   const bool accents =
       WeightsOf<Weights>::kHasAccentFlag && (a.flags & KvWeightedString<Weights>::kAccents) != 0;
-  WeightWalk<Weights> left(a, start, accents);
-  WeightWalk<Weights> right(b, start, accents);
+  WeightWalk<Weights> left(a, skipped, accents);
+  WeightWalk<Weights> right(b, skipped, accents);
   for (; steps != 0; --steps) {
-    const unsigned leftWeight = left.Next();
-    const unsigned rightWeight = right.Next();
-    if (leftWeight != rightWeight) {
-      return static_cast<int>(leftWeight) - static_cast<int>(rightWeight);
-    }
+    const auto leftWeight = static_cast<int>(left.Next());
+    const auto rightWeight = static_cast<int>(right.Next());
+    if (leftWeight != rightWeight) return leftWeight - rightWeight;
     if (leftWeight == 0) return 0;
   }
   return 0;
+}
+
+inline constexpr std::uint64_t kEachByte = 0x0101010101010101;
+inline constexpr std::uint64_t kTopBits = 0x8080808080808080;
+
+// The top bit of every zero byte; above the first one other bits may be set too.
+constexpr std::uint64_t ZeroBytes(std::uint64_t word) {
+  return (word - kEachByte) & ~word & kTopBits;
+}
+
+// Whether two words are the same but for the case of ASCII letters.
+constexpr bool DifferInCaseOnly(std::uint64_t a, std::uint64_t b) {
+  constexpr std::uint64_t kCaseBits = 0x20 * kEachByte;
+  const std::uint64_t difference = a ^ b;
+  if ((difference & ~kCaseBits) != 0) return false;
+  const std::uint64_t small = (a | kCaseBits) & ~kTopBits;
+  const std::uint64_t fromA = small + (0x80 - 'a') * kEachByte;
+  const std::uint64_t behindZ = small + (0x7F - 'z') * kEachByte;
+  const std::uint64_t letters = fromA & ~behindZ & ~a & kTopBits;
+  return (difference << 2 & ~letters) == 0;
+}
+
+template <class Weights>
+constexpr bool WeighAlike(unsigned char a, unsigned char b) {
+  const Weight left = WeightsOf<Weights>::kTable[a];
+  const Weight right = WeightsOf<Weights>::kTable[b];
+  const bool sameEnd = left.second == right.second || (!left.IsExpansion() && !right.IsExpansion());
+  return left.first == right.first && sameEnd;
+}
+
+// Bytes that cannot weigh more than `steps` weights: a byte has two at most.
+constexpr std::size_t SafeBytes(unsigned steps) {
+  return steps / 2;
+}
+
+// The order of two folded texts whose first `at` bytes weigh alike, from there on: a text that
+// differs in case or accents goes on here, the others are decided in CompareWeighted.
+template <class Weights, class Text>
+[[gnu::noinline]] int CompareFromVariant(const Text a, const Text b, unsigned steps,
+                                         std::size_t at) {
+  constexpr bool kFoldsCase = WeighAlike<Weights>('a', 'A');
+  const std::size_t safe = SafeBytes(steps);
+  for (; at < safe; ++at) {
+    while (kFoldsCase && at % 8 == 0 && at + 8 < safe && a.HasWord(at) && b.HasWord(at)) {
+      const std::uint64_t left = LoadWord(a.bytes + at);
+      if (!DifferInCaseOnly(left, LoadWord(b.bytes + at))) break;
+      if (ZeroBytes(left) != 0) return 0;
+      at += 8;
+    }
+    const unsigned char left = a.At(at);
+    const unsigned char right = b.At(at);
+    const int order =
+        WeightsOf<Weights>::kTable[left].first - WeightsOf<Weights>::kTable[right].first;
+    if (order != 0) return order;
+    if (!WeighAlike<Weights>(left, right)) break;
+    if (left == 0) return 0;
+  }
+  for (std::size_t i = 0; i < at; ++i) {
+    steps -= WeightsOf<Weights>::kTable[a.At(i)].IsExpansion() ? 2 : 1;
+  }
+  return CompareByWeights<Weights>(a.Measured(), b.Measured(), steps, at);
+}
+
+// The same as CompareByWeights for texts of one kind: words while they are equal, then, as a rule,
+// one byte that decides.
+template <class Weights, class Text>
+inline int CompareWeighted(const Text a, const Text b, unsigned steps = kLongestWeightedText) {
+  constexpr const WeightTable& kTable = WeightsOf<Weights>::kTable;
+  constexpr unsigned char kFlags =
+      KvWeightedString<Weights>::kRawBytes | KvWeightedString<Weights>::kAccents;
+  if (a.bytes == nullptr || b.bytes == nullptr) return (a.bytes != nullptr) - (b.bytes != nullptr);
+  if (((a.flags | b.flags) & kFlags) != 0) {
+    return CompareByWeights<Weights>(a.Measured(), b.Measured(), steps);
+  }
+  const std::size_t safe = SafeBytes(steps);
+  std::size_t at = 0;
+  for (; at + 8 <= safe && a.HasWord(at) && b.HasWord(at); at += 8) {
+    const std::uint64_t left = LoadWord(a.bytes + at);
+    const std::uint64_t difference = left ^ LoadWord(b.bytes + at);
+    if (difference == 0) {
+      if (ZeroBytes(left) != 0) return 0;
+      continue;
+    }
+    const int equalBits = std::countr_zero(difference);
+    if (ZeroBytes(left) << 1 << (63 - equalBits) != 0) return 0;
+    at += static_cast<unsigned>(equalBits) / 8;
+    const int order = kTable[a.bytes[at]].first - kTable[b.bytes[at]].first;
+    if (order != 0) return order;
+    break;
+  }
+  return CompareFromVariant<Weights>(a, b, steps, at);
 }
 
 }  // namespace kv

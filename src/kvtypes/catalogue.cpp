@@ -11,6 +11,7 @@
 #include "kvtypevl/blob_row.h"
 #include "kvtypevl/date_rows.h"
 #include "kvtypevl/identity_rows.h"
+#include "kvtypevl/istring_rows.h"
 #include "kvtypevl/nullable_rows.h"
 #include "kvtypevl/scalar_rows.h"
 #include "kvtypevl/string_row.h"
@@ -57,8 +58,8 @@ constexpr Entry kEntries[] = {
     {17, "KvRef",          "KvREF_T",            sizeof(KvRef),           kFixed,    "(%D:%H-%L#%B, %C)",        RefSlots()},
     {18, "KvBlob",         "KvBLOB_T",           sizeof(KvBlob),          kVariable, "[BLOB,len=%L]",            BlobSlots()},
     {19, "KvDateTime",     "KvDATIME_T",         sizeof(KvDateTime),      kFixed,    "%a %e.%b %Y %I:%M:%S %p",  KvDateTimeSlots()},
-    {20, "KvIString",      "KvISTRING_T",        sizeof(KvIString),       kVariable, "%s",                       TrivialRow::Slots()},
-    {21, "KvCaseIString",  "KvCASEISTRING_T",    sizeof(KvCaseIString),   kVariable, "%s",                       TrivialRow::Slots()},
+    {20, "KvIString",      "KvISTRING_T",        sizeof(KvIString),       kVariable, "%s",                       WeightedStringRow<KvIStringWeights>::Slots(KvIStringCompare)},
+    {21, "KvCaseIString",  "KvCASEISTRING_T",    sizeof(KvCaseIString),   kVariable, "%s",                       WeightedStringRow<KvCaseIStringWeights>::Slots(KvCaseIStringCompare)},
     {22, "d_Date",         "D_DATE_T",           sizeof(d_Date),          kFixed,    "%a %b %e",                 OdmgDateSlots()},
     {23, "d_Time",         "D_TIME_T",           sizeof(d_Time),          kFixed,    "%I:%M:%S %p",              OdmgTimeSlots()},
     {24, "d_Timestamp",    "D_TIMESTAMP_T",      sizeof(d_Timestamp),     kFixed,    "%a %b %e %I:%M:%S %p",     OdmgTimestampSlots()},

@@ -11,6 +11,7 @@
 #include "kvtypevl/float_text.h"
 #include "kvtypevl/narrow_text.h"
 #include "kvtypevl/scalar_format.h"
+#include "kvtypevl/text_sink.h"
 
 namespace kv {
 namespace {
@@ -54,6 +55,8 @@ void* ScanInteger(void* values, const KvString& text, const char* format) {
 
 // --- Characters ---
 
+constexpr char kCharacterFormat[] = "%c";
+
 constexpr bool IsPrintable(char c) {
   return c >= 0x20 && c <= 0x7E;
 }
@@ -72,36 +75,6 @@ void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
     text[1] = 0;
   }
 }
-
-// Collects text and appends it to a string in large pieces: every append reallocates the string.
-class Collector {
- public:
-  explicit Collector(KvString& out) : out_(out) { out_ = ""; }
-  ~Collector() { Flush(); }
-  Collector(const Collector&) = delete;
-  Collector& operator=(const Collector&) = delete;
-
-  // False once the string is full.
-  bool Append(const char* text) {
-    const std::size_t length = std::strlen(text);
-    if (length_ + length >= sizeof pending_) Flush();
-    std::memcpy(pending_ + length_, text, length + 1);
-    length_ += length;
-    return flushed_ < KvString::kMaximumBytes;
-  }
-
- private:
-  void Flush() {
-    if (length_ != 0) out_ << pending_;
-    flushed_ += length_;
-    length_ = 0;
-  }
-
-  KvString& out_;
-  std::size_t length_ = 0;
-  std::size_t flushed_ = 0;
-  char pending_[4 * kScalarBufferSize];
-};
 
 // --- Floating numbers ---
 
@@ -173,16 +146,23 @@ void* ScanFloatingRow(void* values, const KvString& text, const char* format) {
 }  // namespace
 
 KvString& PrintCharacters(KvString& out, void* values, const char* format, unsigned count) {
-  Collector text(out);
+  TextSink text(out);
   if (values == nullptr) return out;
-  const bool plain = format == nullptr || std::strcmp(format, "%c") == 0;
+  if (format == nullptr) format = kCharacterFormat;
   const char* bytes = static_cast<const char*>(values);
+  // Every byte prints at least one character, so what lies beyond cannot show.
+  const unsigned shown = std::min(count, KvString::kMaximumBytes);
+  const bool plain = std::strcmp(format, kCharacterFormat) == 0;
   ScalarBuffer piece;
-  for (unsigned i = 0; i < count; ++i) {
-    PrintCharacter(piece, bytes[i], plain ? "%c" : format);
-    if (!text.Append(piece)) break;
+  for (unsigned i = 0; i < shown; ++i) {
+    if (plain && IsPrintable(bytes[i])) {
+      text.Put(bytes[i]);
+    } else {
+      PrintCharacter(piece, bytes[i], format);
+      text.Put(piece);
+    }
   }
-  return out;
+  return text.Finish();
 }
 
 void* ScanCharacters(void* values, KvString& text, const char* format, unsigned count) {
@@ -190,7 +170,7 @@ void* ScanCharacters(void* values, KvString& text, const char* format, unsigned 
   const NarrowText narrow(text);
   char* bytes = static_cast<char*>(values);
   const char* input = narrow.Get();
-  if (std::strcmp(format, "%c") == 0) {
+  if (std::strcmp(format, kCharacterFormat) == 0) {
     std::memcpy(bytes, input, std::min<std::size_t>(std::strlen(input), count));
     return values;
   }

@@ -3,7 +3,6 @@
 #include <charconv>
 
 #include "failure.h"
-#include "numbers.h"
 
 const std::vector<Option>& AllOptions() {
   static const std::vector<Option> options = {
@@ -47,11 +46,8 @@ const Option* FindOption(std::string_view name, std::string_view listed) {
   return nullptr;
 }
 
-// A "-" before a digit begins a negative number, and -Infinity is one too.
 bool LooksLikeOption(const std::string& word) {
-  if (word.size() < 2 || word[0] != '-') return false;
-  return (word[1] < '0' || word[1] > '9') && word[1] != '.' &&
-         !EqualsIgnoringCase(word, "-Infinity");
+  return word.size() > 1 && word[0] == '-' && !(word[1] >= '0' && word[1] <= '9') && word[1] != '.';
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // A command line after the command's name: operands and options in any order. "--" ends the
-// options. Negative numbers are operands.
+// options. A "-" before a digit begins a negative number, not an option.
 #pragma once
 
 #include <map>
