@@ -1,5 +1,5 @@
-// ascii_case.h - case mapping of ASCII text, a 64-bit word at a time: eight bytes or four 16-bit
-// units. Every code set begins with ASCII, so this serves them all up to the first unit beyond it.
+// ascii_case.h - case mapping of ASCII text in 64-bit words of eight bytes or four 16-bit units.
+// Every code set begins with ASCII, so this serves them all up to the first unit beyond it.
 #pragma once
 
 #include <cstdint>
@@ -20,20 +20,29 @@ constexpr std::uint64_t MapAsciiWord(std::uint64_t word, LetterCase to) {
   return word ^ ((fromFirst & ~pastLast & 0x80 * kOnes) >> 2);
 }
 
-// Maps whole words of `text` in place, `bytes` bytes of it at most, up to the first word with a
-// unit that is not ASCII. Returns the bytes done.
-inline unsigned MapAsciiCase(unsigned char* text, unsigned bytes, bool wide, LetterCase to) {
-  constexpr std::uint64_t kByteOnes = 0x0101010101010101;
-  constexpr std::uint64_t kUnitOnes = 0x0001000100010001;
+// Maps whole blocks of `text` in place, `bytes` bytes of it at most, up to the first block with a
+// unit that is not ASCII. Returns the bytes done, a multiple of kAsciiBlock.
+inline constexpr unsigned kAsciiBlock = 32;
+
+template <std::uint64_t kOnes, std::uint64_t kBeyondAscii>
+unsigned MapAsciiBlocks(unsigned char* text, unsigned bytes, LetterCase to) {
+  constexpr unsigned kWords = kAsciiBlock / 8;
   unsigned done = 0;
-  for (; done + 8 <= bytes; done += 8) {
-    std::uint64_t word;
-    std::memcpy(&word, text + done, 8);
-    if ((word & (wide ? 0xFF80 * kUnitOnes : 0x80 * kByteOnes)) != 0) break;
-    word = wide ? MapAsciiWord<kUnitOnes>(word, to) : MapAsciiWord<kByteOnes>(word, to);
-    std::memcpy(text + done, &word, 8);
+  for (; done + kAsciiBlock <= bytes; done += kAsciiBlock) {
+    std::uint64_t words[kWords];
+    std::memcpy(words, text + done, kAsciiBlock);
+    std::uint64_t all = 0;
+    for (const std::uint64_t word : words) all |= word;
+    if ((all & kBeyondAscii) != 0) break;
+    for (std::uint64_t& word : words) word = MapAsciiWord<kOnes>(word, to);
+    std::memcpy(text + done, words, kAsciiBlock);
   }
   return done;
+}
+
+inline unsigned MapAsciiCase(unsigned char* text, unsigned bytes, bool wide, LetterCase to) {
+  return wide ? MapAsciiBlocks<0x0001000100010001, 0xFF80FF80FF80FF80>(text, bytes, to)
+              : MapAsciiBlocks<0x0101010101010101, 0x8080808080808080>(text, bytes, to);
 }
 
 }  // namespace kv

@@ -26,7 +26,7 @@ unsigned char ByteOrderOrNative(unsigned char byteOrder) {
 }
 
 // The text of a string for those who only read it, though KvChar and the iterator can write.
-unsigned char* TextOf(KvString& text) {
+unsigned char* UnitsOf(KvString& text) {
   unsigned char* buffer = StringAccess::Buffer(text);
   return buffer != nullptr ? buffer : const_cast<unsigned char*>(kEmptyText);
 }
@@ -60,7 +60,7 @@ KvChar WithOverflow(const unsigned short* mapped, unsigned count, const KvChar& 
 // ---------------------------------------------------------------------------------------------
 
 KvChar::KvChar(KvString& text, int offset)
-    : position_(kv::TextOf(text)),
+    : position_(kv::UnitsOf(text)),
       value_(0),
       codeSet_(text.GetCodeSet()),
       language_(text.GetLanguage()),
@@ -256,7 +256,7 @@ void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned c
 }
 
 KvStringIterator::KvStringIterator(KvString& text) {
-  Begin(kv::TextOf(text), text.GetCodeSet(), text.GetLanguage(), 1);
+  Begin(kv::UnitsOf(text), text.GetCodeSet(), text.GetLanguage(), 1);
 }
 
 KvStringIterator::KvStringIterator(const char* text, unsigned char codeSet, unsigned char language,

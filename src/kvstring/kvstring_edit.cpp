@@ -34,38 +34,34 @@ void PutCopies(KvString& target, unsigned position, const void* unit, unsigned c
                               .repeat = copies});
 }
 
-// Maps characters in place as long as each gives one character. Returns the characters done.
-unsigned MapCaseInPlace(KvString& text, LetterCase to) {
+// Maps characters in place as long as each gives one character. Returns whether all did.
+bool MapCaseInPlace(KvString& text, unsigned length, LetterCase to) {
   const KvCodeSet* codeSet = KvLanguageContext::QueryCodeSet(text.GetCodeSet());
   const bool wide = KvIsWideCodeSet(text.GetCodeSet());
   const unsigned width = UnitWidth(text.GetCodeSet());
   unsigned char* units = StringAccess::Buffer(text);
-  const unsigned length = text.Len();
   unsigned index = 0;
   while (index < length) {
-    const unsigned block =
-        MapAsciiCase(units + index * width, (length - index) * width, wide, to) / width;
-    index += block;
-    // What stopped the block is somewhere in the next word.
-    const unsigned wordEnd = std::min(index + 8 / width, length);
-    for (; index < wordEnd; ++index) {
+    index += MapAsciiCase(units + index * width, (length - index) * width, wide, to) / width;
+    // What stopped the blocks is somewhere in the next one.
+    const unsigned blockEnd = std::min(index + kAsciiBlock / width, length);
+    for (; index < blockEnd; ++index) {
       const unsigned short unit = ReadUnit(units, wide, index);
       unsigned short mapped[3];
       const unsigned count = to == LetterCase::kUpper ? codeSet->ToUpper(unit, mapped)
                                                       : codeSet->ToLower(unit, mapped);
-      if (count != 1) return index;
+      if (count != 1) return false;
       WriteUnit(units, wide, index, mapped[0]);
     }
   }
-  return length;
+  return true;
 }
 
 void MapCase(KvString& text, LetterCase to, KvCharOperation& operation) {
   const unsigned length = text.Len();
   const bool exact = text.GetBufferSize() == (length + 1) * UnitWidth(text.GetCodeSet());
   // What has been mapped already maps to itself.
-  if (exact && MapCaseInPlace(text, to) == length) return;
-  text.Transform(operation);
+  if (!exact || !MapCaseInPlace(text, length, to)) text.Transform(operation);
 }
 
 }  // namespace

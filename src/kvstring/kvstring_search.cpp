@@ -19,11 +19,11 @@ unsigned short OperationOrDefault(unsigned short operation) {
 
 int CompareStrings(const KvString& a, const KvString& b, short maximumLength,
                    unsigned short operation) {
-  return KvStrCmp(a.GetCodeSet(), a.GetLanguage(), a.StrGet(), b.GetCodeSet(), b.GetLanguage(),
-                  b.StrGet(), operation, maximumLength, 1, nullptr);
+  return CompareTexts(TextOf(a), TextOf(b), operation, static_cast<unsigned short>(maximumLength));
 }
 
-Text TextOf(const KvString& string) {
+// With the length that searching wants to know.
+Text CountedTextOf(const KvString& string) {
   return {string.GetCodeSet(), string.GetLanguage(), string.StrGet(), string.Len()};
 }
 
@@ -31,7 +31,7 @@ Text TextOf(const KvString& string) {
 int FindPosition(const KvString& text, const Text& pattern, unsigned start,
                  unsigned short operation) {
   if (text.IsEmpty() || start > text.Len()) return -1;
-  return FindText(TextOf(text), pattern, OperationOrDefault(operation), start);
+  return FindText(CountedTextOf(text), pattern, OperationOrDefault(operation), start);
 }
 
 int SetWildcard(Wildcard wildcard, const KvChar& character) {
@@ -78,7 +78,8 @@ bool KvString::EqualsIgnoreLanguage(const KvString& other) const {
 
 short KvString::Find(const KvString& pattern, unsigned short start,
                      unsigned short compareOperation) const {
-  return static_cast<short>(kv::FindPosition(*this, kv::TextOf(pattern), start, compareOperation));
+  return static_cast<short>(
+      kv::FindPosition(*this, kv::CountedTextOf(pattern), start, compareOperation));
 }
 
 short KvString::Find(char unit, unsigned short start, unsigned short compareOperation) const {
@@ -103,7 +104,7 @@ void KvString::ReplaceAll(const KvString& pattern, const KvString& replacement,
     ReplaceAll(KvString(pattern), KvString(replacement), start);
     return;
   }
-  const kv::Text wanted = kv::TextOf(pattern);
+  const kv::Text wanted = kv::CountedTextOf(pattern);
   if (wanted.length == 0) return;
   const unsigned short added = replacement.Len();
   unsigned from = start;
@@ -143,7 +144,7 @@ int KvString::SetEscape(const KvChar& character) {
 
 int KvSplitList(KvString& list, KvString& item, const KvString& delimiter,
                 unsigned short& position) {
-  const kv::Text wanted = kv::TextOf(delimiter);
+  const kv::Text wanted = kv::CountedTextOf(delimiter);
   int end = kv::FindPosition(list, wanted, position, kv::kDefaultOperation);
   while (end == 0) end = kv::FindPosition(list, wanted, ++position, kv::kDefaultOperation);
   if (end < 0) {

@@ -5,6 +5,7 @@
 #include "kvstring/string_edit.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -13,22 +14,25 @@
 namespace kv {
 namespace {
 
-// Units of 16 bits looked at together, as one 64-bit word.
-constexpr unsigned kUnitsAWord = 4;
+// Units of 16 bits looked at together: four 64-bit words.
+constexpr unsigned kUnitsABlock = 16;
 
-bool HasZeroUnit(unsigned long long word) {
-  constexpr unsigned long long kOnes = 0x0001000100010001ULL;
-  constexpr unsigned long long kTops = 0x8000800080008000ULL;
-  return ((word - kOnes) & ~word & kTops) != 0;
+bool BlockHasZeroUnit(const unsigned char* block) {
+  constexpr std::uint64_t kOnes = 0x0001000100010001;
+  constexpr std::uint64_t kTops = 0x8000800080008000;
+  std::uint64_t found = 0;
+  for (unsigned offset = 0; offset < 2 * kUnitsABlock; offset += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, block + offset, 8);
+    found |= (word - kOnes) & ~word;
+  }
+  return (found & kTops) != 0;
 }
 
 unsigned WideLength(const unsigned char* text, unsigned limit) {
   unsigned index = 0;
-  while (index + kUnitsAWord <= limit) {
-    unsigned long long word;
-    std::memcpy(&word, text + 2 * index, sizeof word);
-    if (HasZeroUnit(word)) break;
-    index += kUnitsAWord;
+  while (index + kUnitsABlock <= limit && !BlockHasZeroUnit(text + 2 * index)) {
+    index += kUnitsABlock;
   }
   while (index < limit && ReadUnit(text, true, index) != 0) ++index;
   return index;
@@ -56,8 +60,9 @@ class BlockWriter {
   // Always advances by what was asked for: units past the end of the source are zero.
   void Convert(const void* text, unsigned char textCodeSet, unsigned count) {
     count = std::min(count, room_);
-    ConvertUnits(at_, codeSet_, text, textCodeSet, count);
-    Advance(count);
+    const unsigned converted = ConvertUnits(at_, codeSet_, text, textCodeSet, count);
+    Advance(converted);
+    Fill(0, count - converted);
   }
 
   void Fill(unsigned short unit, unsigned count) {
@@ -69,6 +74,9 @@ class BlockWriter {
     }
     Advance(count);
   }
+
+  // What is left of the block, the terminator at least, becomes zero.
+  void Finish() { std::memset(at_, 0, (room_ + 1) * UnitWidth(codeSet_)); }
 
  private:
   void Advance(unsigned count) {
@@ -190,10 +198,13 @@ bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
   if (edit.mode != EditMode::kPut && sourceEmpty) return true;
 
   const unsigned width = UnitWidth(target.codeSet_);
-  const unsigned size = LimitBufferSize(SizeAfter(edit, target.bufferSize_, width));
+  const unsigned size = LimitBufferSize(SizeAfter(edit, target.bufferSize_ / width * width, width));
   if (size < width) return true;
-  unsigned char* block = AllocateText(size);
-  if (block == nullptr) return false;
+  auto* block = static_cast<unsigned char*>(std::malloc(size));
+  if (block == nullptr) {
+    KvCallMemoryHandler(size);
+    return false;
+  }
 
   BlockWriter writer(block, size, target.codeSet_);
   const unsigned oldLength = target.Len();
@@ -205,6 +216,7 @@ bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
     const unsigned tail = std::min(kept + removed, oldLength);
     writer.Copy(target.buffer_ + tail * width, oldLength - tail);
   }
+  writer.Finish();
   Replace(target, block, size);
   return true;
 }

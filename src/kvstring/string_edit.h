@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "kvstring.h"
+#include "kvstring/collate.h"
 
 namespace kv {
 
@@ -39,6 +40,12 @@ inline void WriteUnit(void* text, bool wide, unsigned index, unsigned short unit
   } else {
     static_cast<unsigned char*>(text)[index] = static_cast<unsigned char>(unit);
   }
+}
+
+// A string as comparing and hashing take it, bounded by its buffer: reading in blocks is safe.
+inline Text TextOf(const KvString& string) {
+  const unsigned units = string.GetBufferSize() / UnitWidth(string.GetCodeSet());
+  return {string.GetCodeSet(), string.GetLanguage(), string.StrGet(), units == 0 ? 0 : units - 1};
 }
 
 // Units before the terminator, at most `limit`; nothing past them is read. Null is empty.

@@ -13,6 +13,7 @@
 #include "kvtypevl/narrow_text.h"
 #include "kvtypevl/step.h"
 #include "kvtypevl/storage.h"
+#include "kvtypevl/stored_string_run.h"
 #include "kvtypevl/string_row.h"
 
 namespace kv {
@@ -29,7 +30,7 @@ class WeightedRun {
   WeightedRun(unsigned char op, unsigned length, const void* values, unsigned count)
       : memory_(Format{op}.IsMemory() ? static_cast<const Value*>(values) : nullptr),
         visible_(count == 0 ? 0 : VisibleElements(length, sizeof(Value), count)),
-        stored_(memory_ != nullptr ? nullptr : values, length, Format{op}) {}
+        stored_(memory_ != nullptr ? nullptr : values, length, Format{op}, count) {}
 
   // 0; kvBufferShort when the buffer ends before the next text, kvNotSupported when its stored
   // length cannot be right.
@@ -48,23 +49,23 @@ class WeightedRun {
   }
 
   int NextStored(WeightedText& text) {
-    StoredString string;
-    const int status = stored_.Next(string);
+    Text stored;
+    const int status = stored_.Next(stored);
     if (status != kvOk) return status;
-    if (KvIsWideCodeSet(string.codeSet)) {
-      const char* bytes = Narrow(string);
+    if (KvIsWideCodeSet(stored.codeSet)) {
+      const char* bytes = Narrow(stored);
       text = TextOf(bytes, std::strlen(bytes), 0);
     } else {
-      text = TextOf(string.text, string.length, 0);
+      text = TextOf(stored.units, TextLength(stored.units, false, stored.length), 0);
     }
     return kvOk;
   }
 
   // Nothing here writes 16-bit texts; a KvString's are read all the same.
-  const char* Narrow(const StoredString& string) {
+  const char* Narrow(const Text& stored) {
     KvString wide;
-    StringAccess::Assign(wide, string.codeSet, string.language, string.text, string.codeSet,
-                         string.length, string.byteOrder);
+    StringAccess::Assign(wide, stored.codeSet, stored.language, stored.units, stored.codeSet,
+                         stored.length, stored.byteOrder);
     narrow_ = NarrowText(wide).Get();
     return narrow_.StrGet();
   }

@@ -5,39 +5,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
 #include "kvstring.h"
-#include "kvstring/string_edit.h"
 #include "kvtypevl/float_text.h"
 #include "kvtypevl/narrow_text.h"
 #include "kvtypevl/scalar_format.h"
 #include "kvtypevl/text_sink.h"
-#include "zbs.h"
 
 namespace kv {
 namespace {
-
-// What `out = text` does, for a text whose length is known: printing is mostly this.
-KvString& SetText(KvString& out, const char* text, unsigned length) {
-  if (length == 0) return out = "";
-  auto* block = static_cast<unsigned char*>(std::malloc(length + 1));
-  if (block == nullptr) {
-    KvCallMemoryHandler(length + 1);
-    return out;
-  }
-  std::memcpy(block, text, length);
-  block[length] = 0;
-  StringAccess::Replace(out, block, length + 1);
-  StringAccess::SetCodeSet(out, KvLanguageContext::GetDefault8CodeSet());
-  out.SetLanguage(KvLanguageContext::GetDefaultLanguage());
-  return out;
-}
-
-KvString& SetText(KvString& out, const char* text) {
-  return SetText(out, text, static_cast<unsigned>(std::strlen(text)));
-}
 
 // --- Whole numbers ---
 
@@ -62,7 +39,7 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
   if (format == nullptr || !PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
     PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
   }
-  return SetText(out, text);
+  return out = text;
 }
 
 template <class Integer>
@@ -103,25 +80,18 @@ void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
 
 constexpr char kFloatFormat[] = "%.17g";
 
-// A comparison that the compiler unrolls: every number printed or scanned begins with it.
-constexpr bool IsFloatFormat(const char* format) {
-  for (unsigned i = 0; i < sizeof kFloatFormat; ++i) {
-    if (format[i] != kFloatFormat[i]) return false;
-  }
-  return true;
-}
-
 bool IsMantissaFormat(const char* format) {
   return std::strncmp(format, "ldex", 4) == 0;
 }
 
 KvString& PrintDefault(KvString& out, double value) {
   char text[kFloatTextSize];
-  return SetText(out, text, PrintDefaultFloat(text, value));
+  PrintDefaultFloat(text, value);
+  return out = text;
 }
 
 KvString& PrintFloating(KvString& out, double value, const char* format) {
-  if (format == nullptr || IsFloatFormat(format)) return PrintDefault(out, value);
+  if (format == nullptr || std::strcmp(format, kFloatFormat) == 0) return PrintDefault(out, value);
   ScalarBuffer text;
   ScalarArguments arguments;
   arguments.floating = value;
@@ -132,13 +102,12 @@ KvString& PrintFloating(KvString& out, double value, const char* format) {
     arguments.integer = static_cast<unsigned long long>(static_cast<long long>(exponent));
     list = ConversionList::kMantissaAndExponent;
   }
-  return PrintWithFormat(text, format, list, arguments) ? SetText(out, text)
-                                                        : PrintDefault(out, value);
+  return PrintWithFormat(text, format, list, arguments) ? out = text : PrintDefault(out, value);
 }
 
 // False when the format did not match: the destination then stays as it is.
 bool ScanFloating(const char* text, const char* format, double& value) {
-  if (IsFloatFormat(format)) {
+  if (std::strcmp(format, kFloatFormat) == 0) {
     value = ScanDefaultFloat(text);
     return true;
   }

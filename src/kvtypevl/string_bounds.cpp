@@ -187,9 +187,15 @@ float SelectedFraction(unsigned short predicate, const Constant& constant, const
   return static_cast<float>(std::clamp(measure / (width > 0 ? width : 1), 0.0, 1.0));
 }
 
+// The first string of a run.
+bool ReadFirst(const void* values, unsigned length, Format format, Text& text) {
+  if (format.IsMemory()) return MemoryStringRun(values, length, format, 1).Next(text) == kvOk;
+  return StoredStringRun(values, length, format, 1).Next(text) == kvOk;
+}
+
 bool ReadBound(const unsigned char* bound, unsigned char length, Format format, Text& text) {
   const unsigned least = format.IsMemory() ? sizeof(KvString) : 4;
-  return HasBound(bound, length, least) && StringRun(bound, length, format, 1).Next(text) == kvOk;
+  return HasBound(bound, length, least) && ReadFirst(bound, length, format, text);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -261,7 +267,7 @@ float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
   if (count == 0 || value == nullptr) return 0;
   const Format form{format};
   Text first;
-  if (StringRun(value, 0, form, 1).Next(first) != kvOk) return 0;
+  if (!ReadFirst(value, 0, form, first)) return 0;
   const Constant constant(first);
 
   float fraction = 0;

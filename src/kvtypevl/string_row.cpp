@@ -25,8 +25,41 @@ struct StringPolicy {
 // A string that its buffer cuts short hashes as many orders as it has characters.
 unsigned HashElement(const Text& text, bool isCut) {
   if (!isCut) return HashText(text);
+  const unsigned length = TextLength(text.units, KvIsWideCodeSet(text.codeSet), text.length);
   return HashString(text.codeSet, text.language, static_cast<const char*>(text.units),
-                    static_cast<short>(text.length), text.byteOrder);
+                    static_cast<short>(length), text.byteOrder);
+}
+
+template <class Run>
+unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned count,
+                   int& result) {
+  Run run(values, length, format, count);
+  unsigned combined = 0;
+  for (unsigned index = 0; index < count; ++index) {
+    Text text;
+    result = run.Next(text);
+    if (result == kvNotSupported) return 0;
+    if (result != kvOk) break;
+    combined ^= HashElement(text, run.IsCut());
+  }
+  return combined * kHashMultiplier;
+}
+
+template <class Run>
+int CompareRunsOf(const void* values1, unsigned length1, const void* values2, unsigned length2,
+                  Format format, unsigned short cmpOp, unsigned count, int& result) {
+  Run run1(values1, length1, format, count);
+  Run run2(values2, length2, format, count);
+  for (unsigned index = 0; index < count; ++index) {
+    Text text1;
+    Text text2;
+    result = run1.Next(text1);
+    if (result == kvOk) result = run2.Next(text2);
+    if (result != kvOk) return 0;
+    const int order = CompareTexts(text1, text2, cmpOp);
+    if (order != 0) return ThreeWay(order, 0);
+  }
+  return 0;
 }
 
 // The unit with the lowest order of a code set and language: a text followed by it is the shortest
@@ -76,16 +109,10 @@ int StepInMemory(KvString& string, unsigned char op) {
 unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
                      int& result) {
   result = kvOk;
-  StringRun run(values, length, Format{format}, count);
-  unsigned combined = 0;
-  for (unsigned index = 0; index < count; ++index) {
-    Text text;
-    result = run.Next(text);
-    if (result == kvNotSupported) return 0;
-    if (result != kvOk) break;
-    combined ^= HashElement(text, run.IsCut());
-  }
-  return combined * kHashMultiplier;
+  if (count == 0) return 0;
+  const Format form{format};
+  return form.IsMemory() ? HashRunOf<MemoryStringRun>(values, length, form, count, result)
+                         : HashRunOf<StoredStringRun>(values, length, form, count, result);
 }
 
 KvTypeConvertData* ConvertStringsTo(void* values, unsigned count) {
@@ -136,17 +163,24 @@ int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*forma
 
 int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
                   unsigned short cmpOp, unsigned count, int& result) {
+  using namespace kv;
   result = kvOk;
-  kv::StringRun run1(value1, length1, kv::Format{op}, count);
-  kv::StringRun run2(value2, length2, kv::Format{op}, count);
-  for (unsigned index = 0; index < count; ++index) {
-    kv::Text text1;
-    kv::Text text2;
-    result = run1.Next(text1);
-    if (result == kvOk) result = run2.Next(text2);
-    if (result != kvOk) return 0;
-    const int order = kv::CompareTexts(text1, text2, cmpOp);
-    if (order != 0) return kv::ThreeWay(order, 0);
+  if (count == 0) return 0;
+  const Format format{op};
+  // An index probe compares single strings; they take no detour through a run.
+  if (count == 1 && format.IsMemory()) {
+    const Text text1 = TextOf(*static_cast<const KvString*>(value1));
+    const Text text2 = TextOf(*static_cast<const KvString*>(value2));
+    return ThreeWay(CompareTexts(text1, text2, cmpOp), 0);
   }
-  return 0;
+  Text text1;
+  Text text2;
+  if (count == 1 && ReadWholeBlock(value1, length1, format, text1) &&
+      ReadWholeBlock(value2, length2, format, text2)) {
+    return ThreeWay(CompareTexts(text1, text2, cmpOp), 0);
+  }
+  return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
+                                                            format, cmpOp, count, result)
+                           : CompareRunsOf<StoredStringRun>(value1, length1, value2, length2,
+                                                            format, cmpOp, count, result);
 }

@@ -9,31 +9,20 @@
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "kvtypevl/storage.h"
+#include "kvtypevl/stored_string_run.h"
 
 namespace kv {
 namespace {
 
-constexpr unsigned kLengthField = 2;
-constexpr unsigned kHeader = 4;  // length, code set, language
-constexpr unsigned char kMarker[2] = {0x00, 0xFF};
-// A cut block with this much of its body left is not an index key but a damaged length.
-constexpr unsigned kLongestKeyBody = 253;
+using Block = StringBlock;
 
 unsigned ReadLength(const unsigned char* stored, Format format) {
-  unsigned short length;
-  ShortStoreOne(&length, stored, format.byte);
-  return length;
+  return StringBlock::ReadLength(stored, format.IsReversed());
 }
 
 void WriteLength(unsigned char* stored, unsigned length, Format format) {
   const auto field = static_cast<unsigned short>(length);
-  ShortStoreOne(stored, &field, format.byte);
-}
-
-// Units of text in a whole block of length `body`: without header, terminator and marker.
-constexpr unsigned TextUnits(unsigned body, bool wide) {
-  if (body < kHeader) return 0;
-  return wide ? (body - kHeader) / 2 : body - kHeader;
+  CopyField<2>(stored, reinterpret_cast<const unsigned char*>(&field), format.IsReversed());
 }
 
 // Bytes of the data area of a string with a buffer of `size` bytes.
@@ -49,8 +38,8 @@ unsigned char* StoreFrame(unsigned char* stored, unsigned data, unsigned char co
   WriteLength(stored, data + 2, format);
   stored[2] = codeSet;
   stored[3] = language;
-  unsigned char* text = stored + kHeader;
-  std::memcpy(text + data - 2, kMarker, 2);
+  unsigned char* text = stored + Block::kHeader;
+  std::memcpy(text + data - 2, Block::kMarker, 2);
   return text;
 }
 
@@ -66,33 +55,34 @@ unsigned StoreBlock(unsigned char* stored, const KvString& string, Format format
   } else if (size > 2) {
     ShortStore(text, string.StrGet(), format.byte, size / 2 - 1);
   }
-  return kHeader + data;
+  return Block::kHeader + data;
 }
 
 // False when memory was short.
 bool LoadBlock(KvString& string, const unsigned char* stored, unsigned body, Format format) {
   const unsigned char codeSet = stored[2];
-  const unsigned units = TextUnits(body, KvIsWideCodeSet(codeSet));
-  return StringAccess::Assign(string, codeSet, stored[3], units != 0 ? stored + kHeader : nullptr,
-                              codeSet, units, format.IsReversed() ? 2 : 1);
+  const unsigned units = Block::TextUnits(body, KvIsWideCodeSet(codeSet));
+  return StringAccess::Assign(string, codeSet, stored[3],
+                              units != 0 ? stored + Block::kHeader : nullptr, codeSet, units,
+                              format.IsReversed() ? 2 : 1);
 }
 
 unsigned LoadOldBlock(KvString* strings, const unsigned char* stored, unsigned body,
                       unsigned count) {
-  const unsigned char* at = stored + kLengthField;
+  const unsigned char* at = stored + Block::kLengthField;
   const unsigned char* end = at + body;
   for (unsigned index = 0; index < count; ++index) {
     // The block's last byte is zero, so that each text in it ends.
     strings[index] = at < end ? reinterpret_cast<const char*>(at) : "";
     if (at < end) at += std::strlen(reinterpret_cast<const char*>(at)) + 1;
   }
-  return body + kLengthField;
+  return body + Block::kLengthField;
 }
 
 // The length field at the file's cursor. False when the file ends in it.
 bool PeekLength(MemFile& file, Format format, unsigned& length) {
-  unsigned char field[kLengthField];
-  if (file.Read(field, kLengthField) != kLengthField) return false;
+  unsigned char field[Block::kLengthField];
+  if (file.Read(field, Block::kLengthField) != Block::kLengthField) return false;
   length = ReadLength(field, format);
   return true;
 }
@@ -123,15 +113,15 @@ unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
   unsigned char* at = StoreFrame(stored, data, KvLanguageContext::GetDefault8CodeSet(),
                                  KvLanguageContext::GetDefaultLanguage(), format);
   std::memcpy(at, text, length);
-  return kHeader + data;
+  return Block::kHeader + data;
 }
 
 unsigned StoredStringSize(const KvString& string) {
-  return kHeader + DataBytes(string.GetBufferSize(), KvIsWideCodeSet(string.GetCodeSet()));
+  return Block::kHeader + DataBytes(string.GetBufferSize(), KvIsWideCodeSet(string.GetCodeSet()));
 }
 
 unsigned StringNullSize(unsigned count) {
-  return count * (kHeader + 2);
+  return count * (Block::kHeader + 2);
 }
 
 unsigned StoredRunSize(const void* stored, Format format, unsigned count) {
@@ -152,7 +142,7 @@ unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count) 
       total = 0;
       break;
     }
-    total += body + kLengthField;
+    total += body + Block::kLengthField;
   }
   file->Seek(begin);
   return total;
@@ -170,7 +160,7 @@ unsigned OldStringStore(void* destination, const void* source, unsigned char for
   if (count == 0) return 0;
   const auto* strings = static_cast<const KvString*>(source);
   auto* stored = static_cast<unsigned char*>(destination);
-  unsigned char* at = stored + kLengthField;
+  unsigned char* at = stored + Block::kLengthField;
   for (unsigned index = 0; index < count; ++index) {
     const KvString& string = strings[index];
     const unsigned length = string.Len();
@@ -183,15 +173,17 @@ unsigned OldStringStore(void* destination, const void* source, unsigned char for
     at[length] = 0;
     at += length + 1;
   }
-  const auto total = static_cast<unsigned short>(static_cast<unsigned>(at - stored) - kLengthField);
+  const auto total =
+      static_cast<unsigned short>(static_cast<unsigned>(at - stored) - Block::kLengthField);
   WriteLength(stored, total, Format{format});
-  return total + kLengthField;
+  return total + Block::kLengthField;
 }
 
 unsigned OldStringSize(const void* stored, unsigned char /*extra*/, unsigned char format,
                        unsigned count) {
   if (count == 0) return 0;
-  return ReadLength(static_cast<const unsigned char*>(stored), Format{format}) + kLengthField;
+  return ReadLength(static_cast<const unsigned char*>(stored), Format{format}) +
+         Block::kLengthField;
 }
 
 unsigned OldStringMemFileSize(MemFile* file, unsigned char format, unsigned count) {
@@ -207,74 +199,12 @@ unsigned OldStringTranslate(void* destination, unsigned char destinationFormat,
 
 // ---------------------------------------------------------------------------------------------
 
-StoredStringRun::StoredStringRun(const void* stored, unsigned length, Format format)
-    : at_(static_cast<const unsigned char*>(stored)),
-      left_(length),
-      bounded_(length != 0),
-      byteOrder_(format.IsReversed() ? 2 : 1),
-      old_(IsOldForm()) {
-  if (!old_) return;
-  // The texts of an old block end with it, whatever follows.
-  const unsigned body = ReadLength(at_, Format{byteOrder_});
-  at_ += kLengthField;
-  left_ = body;
-  bounded_ = true;
-}
-
-bool StoredStringRun::IsOldForm() const {
-  if (!Has(kLengthField)) return false;
-  const unsigned body = ReadLength(at_, Format{byteOrder_});
-  return body != 0 && Has(body + kLengthField) && at_[body + 1] == 0;
-}
-
-void StoredStringRun::Advance(unsigned bytes) {
-  at_ += bytes;
-  if (bounded_) left_ -= bytes;
-}
-
-int StoredStringRun::NextOld(StoredString& string) {
+int StoredStringRun::NextOld(Text& text) {
   if (left_ == 0) return kvBufferShort;
-  string = {.text = at_,
-            .length = TextLength(at_, false, left_),
-            .codeSet = KvLanguageContext::GetDefault8CodeSet(),
-            .language = KvLanguageContext::GetDefaultLanguage(),
-            .byteOrder = 1,
-            .isCut = false};
-  Advance(string.length + 1);
-  return kvOk;
-}
-
-int StoredStringRun::Next(StoredString& string) {
-  if (old_) return NextOld(string);
-  if (!Has(kLengthField)) return kvBufferShort;
-  const unsigned body = ReadLength(at_, Format{byteOrder_});
-  string = {.text = at_,
-            .length = 0,
-            .codeSet = 0,
-            .language = 0,
-            .byteOrder = byteOrder_,
-            .isCut = false};
-  if (body < 2) {
-    // No code set and no language: nothing writes this, and it reads as an empty text.
-    if (!Has(kLengthField + body)) return kvBufferShort;
-    Advance(kLengthField + body);
-    return kvOk;
-  }
-  if (!Has(kHeader)) return kvBufferShort;
-  const bool cut = !Has(kLengthField + body);
-  if (cut && left_ - kLengthField > kLongestKeyBody) return kvNotSupported;
-
-  string.isCut = cut;
-  string.codeSet = at_[2];
-  string.language = at_[3];
-  // Texts of collation orders carry a flag in the language's top bit.
-  if (string.codeSet == 254 && string.language >= 128) string.language &= 0x7F;
-  string.text = at_ + kHeader;
-  const bool wide = KvIsWideCodeSet(string.codeSet);
-  unsigned units = TextUnits(body, wide);
-  if (cut) units = std::min(units, (left_ - kHeader) / UnitWidth(string.codeSet));
-  string.length = TextLength(string.text, wide, units);
-  Advance(cut ? left_ : kLengthField + body);
+  const unsigned length = TextLength(at_, false, left_);
+  text = {KvLanguageContext::GetDefault8CodeSet(), KvLanguageContext::GetDefaultLanguage(), at_,
+          length};
+  Advance(length + 1);
   return kvOk;
 }
 
@@ -305,7 +235,7 @@ unsigned StringLoad(void* destination, const void* stored, unsigned char format,
   for (unsigned index = 0; index < count; ++index) {
     const unsigned body = kv::ReadLength(begin + total, byteOrder);
     if (!kv::LoadBlock(strings[index], begin + total, body, byteOrder)) return 0;
-    total += body + kv::kLengthField;
+    total += body + kv::StringBlock::kLengthField;
   }
   return total;
 }
@@ -315,7 +245,7 @@ unsigned StringSizeGet(const void* stored, unsigned char /*extra*/, unsigned cha
   const auto* begin = static_cast<const unsigned char*>(stored);
   unsigned total = 0;
   for (unsigned index = 0; index < count; ++index) {
-    total += kv::ReadLength(begin + total, kv::Format{format}) + kv::kLengthField;
+    total += kv::ReadLength(begin + total, kv::Format{format}) + kv::StringBlock::kLengthField;
   }
   return total;
 }

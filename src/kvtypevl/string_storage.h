@@ -1,6 +1,5 @@
-// string_storage.h - stored strings: the storage slots of both string rows beyond the exported
-// ones, and StoredStringRun, which reads stored strings in place for comparing and hashing.
-// kvcore/inc/kvstorage.h draws the layouts.
+// string_storage.h - the storage slots of both string rows beyond the exported ones.
+// kvcore/inc/kvstorage.h draws the layouts, stored_string_run.h reads them in place.
 #pragma once
 
 #include "kvstring.h"
@@ -35,40 +34,5 @@ unsigned OldStringTranslate(void* destination, unsigned char destinationFormat,
 
 // Stored bytes of a trusted run in either form.
 unsigned StoredRunSize(const void* stored, Format format, unsigned count);
-
-// One string as it lies in a stored run.
-struct StoredString {
-  const unsigned char* text;  // not terminated
-  unsigned length;            // units
-  unsigned char codeSet;
-  unsigned char language;
-  unsigned char byteOrder;  // of 16-bit units: 2 is reversed, 1 the memory's own
-  bool isCut;               // the buffer ends before the block does
-};
-
-// Walks the strings of a stored run in either form. No byte outside the buffer is read, whatever
-// the stored lengths say. Index keys are cut at a fixed size, so a last block that the buffer cuts
-// short is a text of what is there; from 256 bytes on it cannot be a key, and is an error.
-class StoredStringRun {
- public:
-  // `length` is in bytes; 0 means that the run is whole and trusted.
-  StoredStringRun(const void* stored, unsigned length, Format format);
-
-  // Takes the next string: 0, kvBufferShort when it starts at or beyond the end of the buffer or
-  // its header does, kvNotSupported when its length cannot be right.
-  int Next(StoredString& string);
-
- private:
-  bool IsOldForm() const;
-  bool Has(unsigned bytes) const { return !bounded_ || bytes <= left_; }
-  void Advance(unsigned bytes);
-  int NextOld(StoredString& string);
-
-  const unsigned char* at_;
-  unsigned left_;  // bytes from at_ to the end of the buffer when it is bounded
-  bool bounded_;
-  unsigned char byteOrder_;
-  bool old_;
-};
 
 }  // namespace kv

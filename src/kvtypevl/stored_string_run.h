@@ -1,0 +1,135 @@
+// stored_string_run.h - stored strings read where they lie, for comparing and hashing.
+// kvcore/inc/kvstorage.h draws the layouts.
+#pragma once
+
+#include <algorithm>
+
+#include "kvstring/collate.h"
+#include "kvstring/string_edit.h"
+#include "kvtypevl/codec.h"
+#include "kvtypevl/format.h"
+
+namespace kv {
+
+// The parts of a block.
+struct StringBlock {
+  static constexpr unsigned kLengthField = 2;
+  static constexpr unsigned kHeader = 4;  // length, code set, language
+  static constexpr unsigned char kMarker[2] = {0x00, 0xFF};
+  // A cut block with this much of its body left is not an index key but a damaged length.
+  static constexpr unsigned kLongestKeyBody = 253;
+
+  static unsigned ReadLength(const unsigned char* stored, bool reversed) {
+    unsigned short length;
+    CopyField<2>(reinterpret_cast<unsigned char*>(&length), stored, reversed);
+    return length;
+  }
+
+  // Texts of collation orders carry a flag in the language's top bit.
+  static constexpr unsigned char LanguageOf(unsigned char codeSet, unsigned char stored) {
+    return codeSet == 254 && stored >= 128 ? stored & 0x7F : stored;
+  }
+
+  // Units of text in a whole block of length `body`: without header, terminator and marker.
+  static constexpr unsigned TextUnits(unsigned body, bool wide) {
+    if (body < kHeader) return 0;
+    return wide ? (body - kHeader) / 2 : body - kHeader;
+  }
+};
+
+// Reads one whole block of the new form. False for everything else: old, cut and damaged blocks are
+// for StoredStringRun.
+inline bool ReadWholeBlock(const void* stored, unsigned length, Format format, Text& text) {
+  const auto* at = static_cast<const unsigned char*>(stored);
+  if (length == 1) return false;
+  const bool reversed = format.IsReversed();
+  const unsigned body = StringBlock::ReadLength(at, reversed);
+  // A length of 0 means that the block is whole, and wraps around to the largest number here.
+  if (body < StringBlock::kHeader || length - 1 < body + StringBlock::kLengthField - 1)
+    return false;
+  const unsigned char codeSet = at[2];
+  if (at[body + 1] == 0 || codeSet == 254) return false;
+  text = {codeSet, at[3], at + StringBlock::kHeader,
+          StringBlock::TextUnits(body, KvIsWideCodeSet(codeSet)),
+          static_cast<unsigned char>(reversed ? 2 : 1)};
+  return true;
+}
+
+// Walks the strings of a stored run in either form, as texts that lie where they are stored. No
+// byte outside the buffer is read, whatever the stored lengths say. Index keys are cut at a fixed
+// size, so a last block that the buffer cuts short is a text of what is there; from 256 bytes on it
+// cannot be a key, and is an error.
+class StoredStringRun {
+ public:
+  // `length` is in bytes; 0 means that the run is whole and trusted. Nothing is read for a run of
+  // none or a null pointer; such a run must not be walked.
+  StoredStringRun(const void* stored, unsigned length, Format format, unsigned count);
+
+  // Takes the next string: 0, kvBufferShort when it starts at or beyond the end of the buffer or
+  // its header does, kvNotSupported when its length cannot be right.
+  int Next(Text& text);
+
+  // Whether the buffer ends before the last string does.
+  bool IsCut() const { return isCut_; }
+
+ private:
+  using Block = StringBlock;
+  static constexpr unsigned kTrusted = 0xFFFFFFFF;  // a buffer that nothing is known about
+
+  bool IsOldForm() const;
+  int NextOld(Text& text);
+  void Advance(unsigned bytes) {
+    at_ += bytes;
+    left_ -= bytes;
+  }
+
+  const unsigned char* at_;
+  unsigned left_;  // bytes from at_ to the end of the buffer
+  bool reversed_;
+  bool old_;
+  bool isCut_ = false;
+};
+
+inline StoredStringRun::StoredStringRun(const void* stored, unsigned length, Format format,
+                                        unsigned count)
+    : at_(static_cast<const unsigned char*>(stored)),
+      left_(length != 0 ? length : kTrusted),
+      reversed_(format.IsReversed()),
+      old_(stored != nullptr && count != 0 && IsOldForm()) {
+  if (!old_) return;
+  // The texts of an old block end with it, whatever follows.
+  left_ = Block::ReadLength(at_, reversed_);
+  at_ += Block::kLengthField;
+}
+
+inline bool StoredStringRun::IsOldForm() const {
+  if (left_ < Block::kLengthField) return false;
+  const unsigned body = Block::ReadLength(at_, reversed_);
+  return body != 0 && left_ >= body + Block::kLengthField && at_[body + 1] == 0;
+}
+
+inline int StoredStringRun::Next(Text& text) {
+  if (old_) return NextOld(text);
+  if (left_ < Block::kLengthField) return kvBufferShort;
+  const unsigned body = Block::ReadLength(at_, reversed_);
+  isCut_ = left_ < Block::kLengthField + body;
+  if (body < 2) {
+    // No code set and no language: nothing writes this, and it reads as an empty text.
+    if (isCut_) return kvBufferShort;
+    text = {kvCodeSetBytes, 0, at_, 0};
+    Advance(Block::kLengthField + body);
+    return kvOk;
+  }
+  if (left_ < Block::kHeader) return kvBufferShort;
+  if (isCut_ && left_ - Block::kLengthField > Block::kLongestKeyBody) return kvNotSupported;
+
+  const unsigned char codeSet = at_[2];
+  unsigned length = Block::TextUnits(body, KvIsWideCodeSet(codeSet));
+  if (isCut_) length = std::min(length, (left_ - Block::kHeader) / UnitWidth(codeSet));
+  text = {codeSet, Block::LanguageOf(codeSet, at_[3]), at_ + Block::kHeader, length,
+          static_cast<unsigned char>(reversed_ ? 2 : 1)};
+  Advance(isCut_ ? left_ : Block::kLengthField + body);
+  return kvOk;
+}
+
+}  // namespace kv
