@@ -8,9 +8,15 @@
 
 namespace kv {
 
-inline std::uint16_t Reverse(std::uint16_t word) { return __builtin_bswap16(word); }
-inline std::uint32_t Reverse(std::uint32_t word) { return __builtin_bswap32(word); }
-inline std::uint64_t Reverse(std::uint64_t word) { return __builtin_bswap64(word); }
+inline std::uint16_t Reverse(std::uint16_t word) {
+  return __builtin_bswap16(word);
+}
+inline std::uint32_t Reverse(std::uint32_t word) {
+  return __builtin_bswap32(word);
+}
+inline std::uint64_t Reverse(std::uint64_t word) {
+  return __builtin_bswap64(word);
+}
 
 // The plain loop. Loads and stores go through memcpy, so nothing need be aligned.
 template <class Word>
