@@ -249,7 +249,8 @@ TEST_CASE("values are made of characters, numbers and texts") {
   CHECK(copy.GetFlags() == 0x80);
   copy = "new";
   CHECK(copy.GetFlags() == 0);
-  copy = copy;
+  const KvIString& itself = copy;
+  copy = itself;
   CHECK(std::string((copy + KvIString("er")).StrGet()) == "newer");
   copy += copy;
   CHECK(std::string(copy.StrGet()) == "newnew");
