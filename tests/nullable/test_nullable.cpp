@@ -177,10 +177,9 @@ TEST_CASE_TEMPLATE_DEFINE("order and hash follow the scalar's, nulls first", M, 
   CHECK(status == kvBufferShort);
 }
 
-TEST_CASE_TEMPLATE_DEFINE("text, conversion, steps and bounds", M, textAndSteps) {
+TEST_CASE_TEMPLATE_DEFINE("text, conversion and steps", M, textAndSteps) {
   using Value = typename M::Value;
   using Scalar = typename M::Scalar;
-  constexpr bool isCharacter = sizeof(Scalar) == 1;
   Scalar seven{};
   KvString seventh("7");
   Types().ScanFromKvString(M::kScalarRow, &seven, seventh, nullptr, 1);
@@ -223,21 +222,6 @@ TEST_CASE_TEMPLATE_DEFINE("text, conversion, steps and bounds", M, textAndSteps)
   CHECK(Types().GetValue(M::kRow, &stepped, 0, 8, 'N') == 0);
   Types().GetValue(M::kScalarRow, &next, 0, 8, 'N');
   CHECK(stepped == Value(next));
-
-  Value upper(static_cast<Scalar>(isCharacter ? 100 : 16));
-  Value lower(static_cast<Scalar>(isCharacter ? 50 : 7));
-  KvIdxBounds range{reinterpret_cast<unsigned char*>(&lower),
-                    reinterpret_cast<unsigned char*>(&upper), M::kMemory, M::kMemory};
-  KvIdxBounds scalarRange{reinterpret_cast<unsigned char*>(&lower.value),
-                          reinterpret_cast<unsigned char*>(&upper.value), sizeof(Scalar),
-                          sizeof(Scalar)};
-  for (unsigned short predicate = 1; predicate < 8; ++predicate) {
-    CHECK(Types().EvalAndBound(M::kRow, &range, predicate, run, 8, 1, nullptr, nullptr) ==
-          Types().EvalAndBound(M::kScalarRow, &scalarRange, predicate, &seven, 8, 1, nullptr,
-                               nullptr));
-    CHECK(Types().EvalAndBound(M::kRow, &range, predicate, run + 1, 8, 1, nullptr, nullptr) ==
-          ((predicate & kvPredicateGreater) != 0 ? 1.0f : 0.0f));
-  }
 }
 
 TEST_CASE_TEMPLATE_APPLY(memoryForm, Members);

@@ -215,7 +215,7 @@ TEST_CASE("the stored form is packed, field by field, without a version") {
   CHECK(KvClassId::NullSizeGet(3) == 12);
 }
 
-TEST_CASE("steps and bounds go by the object number, or class and version") {
+TEST_CASE("steps go by the object number, or class and version") {
   KvObjId id{7, 0xFFFFFFFF, 0};
   CHECK(Types().GetValue(KvOBJID_T, &id, 12, 8, 'M') == 0);
   CHECK(id == KvObjId{7, 0, 1});
@@ -230,13 +230,4 @@ TEST_CASE("steps and bounds go by the object number, or class and version") {
   }
   KvClassId last{65535, 65534};
   CHECK(Types().GetValue(KvCLID_T, &last, 4, 8, 'N') == kvOverflow);
-
-  KvObjId low{0, 1, 0}, high{0, 10, 0}, constant{0, 5, 0}, null;
-  KvIdxBounds range{reinterpret_cast<unsigned char*>(&low), reinterpret_cast<unsigned char*>(&high),
-                    12, 12};
-  unsigned short predicate = kvPredicateEqual;
-  CHECK(KvObjId::EvalAndBound(&range, predicate, &constant, 8, 1, nullptr) == 0.1f);
-  predicate = kvPredicateGreater | kvPredicateEqual;
-  CHECK(KvObjId::EvalAndBound(&range, predicate, &constant, 8, 1, nullptr) == 0.6f);
-  CHECK(KvObjId::EvalAndBound(&range, predicate, &null, 8, 1, nullptr) == 1.0f);
 }
