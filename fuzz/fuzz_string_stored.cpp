@@ -7,6 +7,7 @@
 
 #include "kvcompare.h"
 #include "kvstorage.h"
+#include "kvstring.h"
 #include "kvtypemgr.h"
 
 namespace {

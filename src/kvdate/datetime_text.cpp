@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <tuple>
 
 #include "kvtypevl/number_text.h"
 #include "zbs.h"
@@ -258,15 +257,18 @@ class Formatter {
   }
 
   void TotalDays() {
-    const auto [year, month, day] = std::tuple{parts_.year, parts_.month, parts_.day};
-    if (year == kAny && month == kAny && day == kAny) return PrintAny();
-    const std::int64_t total = day + 30 * (month + std::int64_t{12} * year);
+    const DateTimeParts& p = parts_;
+    if (p.year == kAny && p.month == kAny && p.day == kAny) return PrintAny();
+    const std::int64_t total = p.day + 30 * (p.month + std::int64_t{12} * p.year);
     if (MayPrint(total == 0)) out_.PutNumber(total, 1);
   }
 
   void Weekday(unsigned most) {
-    Value({parts_.year, parts_.month, parts_.day}, [&] {
-      const auto [year, month, day] = std::tuple{parts_.year, parts_.month, parts_.day};
+    // A duration, which has no weekday, may have more days than any date.
+    const int year = YearField(parts_.year);
+    const int month = ByteField(parts_.month);
+    const int day = ByteField(parts_.day);
+    Value({year, month, day}, [=, this] {
       if (parts_.weekdayRule == WeekdayRule::kGregorian) {
         return PutName(kDayNames[WeekdayByFormula(year, month, day)], most);
       }

@@ -1,6 +1,7 @@
 // What each class has of the components that are printed and scanned.
 #include "kvdate/parts.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "kvdate/odmg.h"
@@ -124,10 +125,14 @@ void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, const DateTimeS
 }
 
 void SetParts(KvTimeSpan& span, const DateTimeParts& parts, const DateTimeScan& scan) {
-  span = KvTimeSpan(scan.totalDays ? parts.day + 30 * (parts.month + 12 * parts.year) : 0,
-                    ByteField(parts.hour), ByteField(parts.minute), ByteField(parts.second),
-                    parts.nanosecond);
-  if (!scan.totalDays) span.date = DateFrom(parts);
+  span.date = DateFrom(parts);
+  if (scan.totalDays) {
+    // As a number of days it may need another form, and a text may name components besides.
+    const std::int64_t days = parts.day + 30 * (parts.month + std::int64_t{12} * parts.year);
+    span.SetTotalDays(static_cast<int>(std::clamp<std::int64_t>(days, INT32_MIN, INT32_MAX)));
+  }
+  span.time = TimeFrom(parts);
+  span.nanosecond = parts.nanosecond;
 }
 
 void SetParts(d_Date& date, const DateTimeParts& parts, const DateTimeScan&) {

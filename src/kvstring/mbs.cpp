@@ -35,7 +35,8 @@ class UnicodeText {
     if (!asItIs) converted_ << text;
     const KvString& source = asItIs ? text : converted_;
     units_ = reinterpret_cast<const unsigned short*>(source.StrGet());
-    length_ = source.Len();
+    // The units there may be: the kernels end at the terminator themselves.
+    length_ = source.GetBufferSize() / 2u;
   }
   UnicodeText(const UnicodeText&) = delete;
   UnicodeText& operator=(const UnicodeText&) = delete;

@@ -13,7 +13,6 @@
 namespace kv::utf8 {
 
 inline constexpr std::uint64_t kNotAsciiBytes = 0x8080808080808080;
-inline constexpr std::uint64_t kNotAsciiUnits = 0xFF80FF80FF80FF80;
 
 constexpr bool IsContinuation(unsigned char byte) {
   return (byte & 0xC0) == 0x80;
@@ -41,6 +40,17 @@ constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
   if (character < kSmallest[length]) return 0;
   unit = static_cast<unsigned short>(character);
   return length;
+}
+
+// The same, with the sequences of two bytes first: most text that is no ASCII is made of them.
+constexpr unsigned DecodeUnitQuickly(const unsigned char* in, std::size_t available,
+                                     unsigned short& unit) {
+  const unsigned char lead = in[0];
+  if (lead >= 0xC2 && lead <= 0xDF && available >= 2 && IsContinuation(in[1])) {
+    unit = static_cast<unsigned short>((lead & 0x1F) << 6 | (in[1] & 0x3F));
+    return 2;
+  }
+  return DecodeUnit(in, available, unit);
 }
 
 constexpr unsigned EncodedLength(unsigned short unit) {
@@ -78,13 +88,16 @@ inline void WidenEight(const unsigned char* in, unsigned short* out) {
   std::memcpy(out, &units, sizeof units);
 }
 
-// Makes bytes of eight units if all are ASCII.
+// Makes bytes of eight units if all are ASCII and none is zero.
 inline bool NarrowEight(const unsigned short* in, char* out) {
-  std::uint64_t words[2];
-  std::memcpy(words, in, sizeof words);
-  if (((words[0] | words[1]) & kNotAsciiUnits) != 0) return false;
   Units units;
   std::memcpy(&units, in, sizeof units);
+  // A zero unit wraps round to one that is no ASCII.
+  const Units below = units - 1;
+  const Units others = (units | below) & 0xFF80;
+  std::uint64_t words[2];
+  std::memcpy(words, &others, sizeof words);
+  if ((words[0] | words[1]) != 0) return false;
   const Bytes bytes = __builtin_convertvector(units, Bytes);
   std::memcpy(out, &bytes, sizeof bytes);
   return true;
@@ -121,7 +134,7 @@ inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t av
   // Takes one character; false to end the walk.
   const auto step = [&] {
     unsigned short unit = 0;
-    const unsigned length = DecodeUnit(in + at, available - at, unit);
+    const unsigned length = DecodeUnitQuickly(in + at, available - at, unit);
     progress.complete = length != 0;
     if (length == 0 || (onZero == OnZero::kEnd && unit == 0)) return false;
     out[count++] = unit;
@@ -147,7 +160,7 @@ inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t av
   return progress;
 }
 
-// Encodes `count` units into at most `size` bytes, whole characters only.
+// Encodes up to `count` units, ending at a zero, into at most `size` bytes, whole characters only.
 inline Progress Encode(const unsigned short* in, std::size_t count, char* out, std::size_t size) {
   Progress progress;
   std::size_t& at = progress.read;
@@ -161,6 +174,7 @@ inline Progress Encode(const unsigned short* in, std::size_t count, char* out, s
     // Up to eight characters one by one: text that is no ASCII seldom is again at once.
     for (const std::size_t end = count - at < 8 ? count : at + 8; at < end; ++at) {
       const unsigned short unit = in[at];
+      if (unit == 0) return progress;
       if (size - written < EncodedLength(unit)) {
         progress.complete = false;
         return progress;
@@ -171,9 +185,10 @@ inline Progress Encode(const unsigned short* in, std::size_t count, char* out, s
   return progress;
 }
 
+// The bytes that Encode writes given the room.
 inline std::size_t EncodedLength(const unsigned short* in, std::size_t count) {
-  std::size_t length = count;
-  for (std::size_t at = 0; at < count; ++at) length += EncodedLength(in[at]) - 1;
+  std::size_t length = 0;
+  for (std::size_t at = 0; at < count && in[at] != 0; ++at) length += EncodedLength(in[at]);
   return length;
 }
 

@@ -21,11 +21,18 @@ inline constexpr std::uint64_t kReadNaNBits = 0xFFF8000000000000;
 // Room for the longest default text, terminator included: "-1.2345678901234567e-308".
 inline constexpr unsigned kFloatTextSize = 32;
 
-inline void PrintDefaultFloat(char (&text)[kFloatTextSize], double value) {
-  const auto setWord = [&](const char* word) { std::memcpy(text, word, std::strlen(word) + 1); };
+// Returns the length of the text.
+inline unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], double value) {
+  const auto setWord = [&](const char* word) {
+    std::memcpy(text, word, std::strlen(word) + 1);
+    return static_cast<unsigned>(std::strlen(word));
+  };
   if (std::isnan(value)) return setWord("NaN");
   if (std::isinf(value)) return setWord(value < 0 ? "-Infinity" : "Infinity");
-  *std::to_chars(text, text + sizeof text - 1, value, std::chars_format::general, 17).ptr = 0;
+  char* end =
+      std::to_chars(text, text + sizeof text - 1, value, std::chars_format::general, 17).ptr;
+  *end = 0;
+  return static_cast<unsigned>(end - text);
 }
 
 constexpr char ToLowerLetter(char c) {

@@ -1,6 +1,8 @@
 // The text of a KvString as bytes, for whatever parses text.
 #pragma once
 
+#include <optional>
+
 #include "kvstring.h"
 
 namespace kv {
@@ -9,11 +11,11 @@ namespace kv {
 // default 8-bit one where that is a 16-bit code set too). Must not outlive the string.
 class NarrowText {
  public:
-  explicit NarrowText(const KvString& text)
-      : converted_(TargetCodeSet(), KvLanguageContext::GetDefaultLanguage()) {
-    const bool wide = KvIsWideCodeSet(text.GetCodeSet());
-    if (wide) converted_ << text;
-    bytes_ = wide ? converted_.StrGet() : text.StrGet();
+  explicit NarrowText(const KvString& text) : bytes_(text.StrGet()) {
+    if (!KvIsWideCodeSet(text.GetCodeSet())) return;
+    converted_.emplace(TargetCodeSet(), KvLanguageContext::GetDefaultLanguage());
+    *converted_ << text;
+    bytes_ = converted_->StrGet();
   }
   NarrowText(const NarrowText&) = delete;
   NarrowText& operator=(const NarrowText&) = delete;
@@ -26,7 +28,7 @@ class NarrowText {
     return KvIsWideCodeSet(codeSet) ? KvLanguageContext::GetDefault8CodeSet() : codeSet;
   }
 
-  KvString converted_;
+  std::optional<KvString> converted_;
   const char* bytes_;
 };
 

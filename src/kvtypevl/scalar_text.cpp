@@ -5,16 +5,39 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "kvstring.h"
+#include "kvstring/string_edit.h"
 #include "kvtypevl/float_text.h"
 #include "kvtypevl/narrow_text.h"
 #include "kvtypevl/scalar_format.h"
 #include "kvtypevl/text_sink.h"
+#include "zbs.h"
 
 namespace kv {
 namespace {
+
+// What `out = text` does, for a text whose length is known: printing is mostly this.
+KvString& SetText(KvString& out, const char* text, unsigned length) {
+  if (length == 0) return out = "";
+  auto* block = static_cast<unsigned char*>(std::malloc(length + 1));
+  if (block == nullptr) {
+    KvCallMemoryHandler(length + 1);
+    return out;
+  }
+  std::memcpy(block, text, length);
+  block[length] = 0;
+  StringAccess::Replace(out, block, length + 1);
+  StringAccess::SetCodeSet(out, KvLanguageContext::GetDefault8CodeSet());
+  out.SetLanguage(KvLanguageContext::GetDefaultLanguage());
+  return out;
+}
+
+KvString& SetText(KvString& out, const char* text) {
+  return SetText(out, text, static_cast<unsigned>(std::strlen(text)));
+}
 
 // --- Whole numbers ---
 
@@ -39,7 +62,7 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
   if (format == nullptr || !PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
     PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
   }
-  return out = text;
+  return SetText(out, text);
 }
 
 template <class Integer>
@@ -80,18 +103,25 @@ void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
 
 constexpr char kFloatFormat[] = "%.17g";
 
+// A comparison that the compiler unrolls: every number printed or scanned begins with it.
+constexpr bool IsFloatFormat(const char* format) {
+  for (unsigned i = 0; i < sizeof kFloatFormat; ++i) {
+    if (format[i] != kFloatFormat[i]) return false;
+  }
+  return true;
+}
+
 bool IsMantissaFormat(const char* format) {
   return std::strncmp(format, "ldex", 4) == 0;
 }
 
 KvString& PrintDefault(KvString& out, double value) {
   char text[kFloatTextSize];
-  PrintDefaultFloat(text, value);
-  return out = text;
+  return SetText(out, text, PrintDefaultFloat(text, value));
 }
 
 KvString& PrintFloating(KvString& out, double value, const char* format) {
-  if (format == nullptr || std::strcmp(format, kFloatFormat) == 0) return PrintDefault(out, value);
+  if (format == nullptr || IsFloatFormat(format)) return PrintDefault(out, value);
   ScalarBuffer text;
   ScalarArguments arguments;
   arguments.floating = value;
@@ -102,12 +132,13 @@ KvString& PrintFloating(KvString& out, double value, const char* format) {
     arguments.integer = static_cast<unsigned long long>(static_cast<long long>(exponent));
     list = ConversionList::kMantissaAndExponent;
   }
-  return PrintWithFormat(text, format, list, arguments) ? out = text : PrintDefault(out, value);
+  return PrintWithFormat(text, format, list, arguments) ? SetText(out, text)
+                                                        : PrintDefault(out, value);
 }
 
 // False when the format did not match: the destination then stays as it is.
 bool ScanFloating(const char* text, const char* format, double& value) {
-  if (std::strcmp(format, kFloatFormat) == 0) {
+  if (IsFloatFormat(format)) {
     value = ScanDefaultFloat(text);
     return true;
   }

@@ -367,7 +367,7 @@ def code_set_file():
 
 def order_file(characters, to_unicode):
     base = base_orders(characters)
-    pager, indexes, narrow = Pager([0] * 256), [], []
+    pager, indexes, narrow, latin = Pager([0] * 256), [], [], []
     for table in tailorings():
         words = [pack(table.get(code, base[code])) for code in range(0x10000)]
         computed = [pack([0x8000 + code // 2, 0x8000 + 2 * (code % 2)]) for code in range(0x10000)]
@@ -376,6 +376,7 @@ def order_file(characters, to_unicode):
             page = words[first:first + 256]
             index.append(0 if page == computed[first:first + 256] else pager.add(page))
         indexes.append(index)
+        latin.append(words[:512])
         narrow.extend([words[code] for code in units] for units in to_unicode)
     languages = [0] * 256
     for language, tailoring in ((10, 1), (11, 1), (8, 2), (9, 2), (15, 3)):
@@ -383,6 +384,7 @@ def order_file(characters, to_unicode):
     text = HEADER.format(what="collation orders", include="zinorder.h") + "namespace kv::zin {\n"
     text += array("constinit const unsigned char kTailorings[256]", languages, 1, 32)
     text += array2("constinit const unsigned kByteOrders[4 * 12][256]", narrow, 8, 12)
+    text += array2("constinit const unsigned kLatinOrders[4][512]", latin, 8, 12)
     text += array2("constinit const unsigned char kOrderPageIndex[4][256]", indexes, 2)
     text += array2(f"constinit const unsigned kOrderPages[{len(pager.pages)}][256]", pager.pages, 8,
                    12)

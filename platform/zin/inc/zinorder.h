@@ -27,6 +27,7 @@ namespace zin {
 inline constexpr unsigned kByteCodeSets = 12;
 extern KV_EXPORT const unsigned char kTailorings[256];  // by language
 extern KV_EXPORT const unsigned kByteOrders[4 * kByteCodeSets][256];
+extern KV_EXPORT const unsigned kLatinOrders[4][512];  // the first units once more, in one piece
 extern KV_EXPORT const unsigned char kOrderPageIndex[4][256];  // page 0: order words are computed
 extern KV_EXPORT const unsigned kOrderPages[][256];
 }  // namespace zin
@@ -88,14 +89,18 @@ class ByteOrderTable {
 class WideOrderTable {
  public:
   explicit WideOrderTable(unsigned char language)
-      : pageIndex_(zin::kOrderPageIndex[zin::kTailorings[language]]) {}
-  unsigned Word(unsigned short unit) const {
+      : latin_(zin::kLatinOrders[zin::kTailorings[language]]),
+        pageIndex_(zin::kOrderPageIndex[zin::kTailorings[language]]) {}
+  unsigned Word(unsigned short unit) const { return unit < 512 ? latin_[unit] : PageWord(unit); }
+  bool operator==(const WideOrderTable& other) const { return latin_ == other.latin_; }
+
+ private:
+  unsigned PageWord(unsigned short unit) const {
     const unsigned page = pageIndex_[unit >> 8];
     return page == 0 ? ComputedOrderWord(unit) : zin::kOrderPages[page][unit & 0xFF];
   }
-  bool operator==(const WideOrderTable& other) const { return pageIndex_ == other.pageIndex_; }
 
- private:
+  const unsigned* latin_;
   const unsigned char* pageIndex_;
 };
 

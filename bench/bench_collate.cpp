@@ -1,0 +1,179 @@
+// Collated compare of dictionary words, beside ICU (ucol_strcoll at its default strength) and the C
+// library (strcoll_l), all for German. Two pairings of the word list: each word with its neighbour,
+// which share a long beginning, and with a word from anywhere, which mostly differs in the first
+// letter. Without the list (Debian's wngerman) words are made up; without a German locale the C
+// library has nothing to collate by and its line says so. (A locale can be had for the run alone:
+// localedef -i de_DE -f UTF-8 FOLDER/de_DE.UTF-8, then LOCPATH=FOLDER.)
+#include <benchmark/benchmark.h>
+
+#include <locale.h>
+#include <clocale>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kvcollate.h"
+#include "pair.h"
+#ifdef KV_BENCH_ICU
+#include <unicode/ucol.h>
+#endif
+
+namespace {
+
+constexpr unsigned char kGerman = 2;
+constexpr unsigned kPairs = 1 << 10;
+
+using WideText = std::u16string;
+
+// UTF-8 of the word list as 16-bit units; it holds nothing beyond two-byte sequences.
+WideText Decode(const std::string& utf8) {
+  WideText text;
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const auto lead = static_cast<unsigned char>(utf8[i]);
+    if (lead < 0x80) {
+      text += static_cast<char16_t>(lead);
+    } else {
+      text += static_cast<char16_t>((lead & 0x1F) << 6 | (utf8[++i] & 0x3F));
+    }
+  }
+  return text;
+}
+
+std::vector<WideText> LoadWords() {
+  std::vector<WideText> words;
+  std::ifstream file("/usr/share/dict/ngerman");
+  for (std::string line; std::getline(file, line);) words.push_back(Decode(line));
+  std::minstd_rand random(1);
+  while (words.size() < 2 * kPairs) {
+    WideText word;
+    for (auto left = 3 + random() % 12; left > 0; --left) word += u"abcdeinrst"[random() % 10];
+    words.push_back(word);
+  }
+  return words;
+}
+
+// The pairs in the three forms that the contestants read.
+struct WordPairs {
+  std::vector<WideText> wide[2];
+  std::vector<std::string> latin[2];
+  std::vector<std::string> utf8[2];
+};
+
+std::string Narrow(const WideText& text, bool asUtf8) {
+  std::string bytes;
+  for (char16_t unit : text) {
+    if (asUtf8 && unit >= 0x80) {
+      bytes += static_cast<char>(0xC0 | unit >> 6);
+      bytes += static_cast<char>(0x80 | (unit & 0x3F));
+    } else {
+      bytes += static_cast<char>(unit);
+    }
+  }
+  return bytes;
+}
+
+WordPairs MakePairs(bool neighbours) {
+  const std::vector<WideText> words = LoadWords();
+  std::minstd_rand random(2);
+  WordPairs pairs;
+  for (unsigned i = 0; i < kPairs; ++i) {
+    const std::size_t first = random() % (words.size() - 1);
+    const std::size_t second = neighbours ? first + 1 : random() % words.size();
+    for (int side = 0; side < 2; ++side) {
+      const WideText& word = words[side == 0 ? first : second];
+      pairs.wide[side].push_back(word);
+      pairs.latin[side].push_back(Narrow(word, false));
+      pairs.utf8[side].push_back(Narrow(word, true));
+    }
+  }
+  return pairs;
+}
+
+const char* Bytes(const WideText& text) {
+  return reinterpret_cast<const char*>(text.c_str());
+}
+
+using SharedPairs = std::shared_ptr<const WordPairs>;
+
+// Every comparison of the pairs, once.
+template <class Compare>
+auto OverAll(Compare compare) {
+  return [compare] {
+    int sum = 0;
+    for (unsigned i = 0; i < kPairs; ++i) sum += compare(i);
+    benchmark::DoNotOptimize(sum);
+  };
+}
+
+auto OursIn1(SharedPairs pairs) {
+  return OverAll([pairs](unsigned i) {
+    return KvStrCmp(1, kGerman, pairs->latin[0][i].c_str(), 1, kGerman, pairs->latin[1][i].c_str(),
+                    0, -1, 1, nullptr);
+  });
+}
+
+auto OursIn253(SharedPairs pairs) {
+  return OverAll([pairs](unsigned i) {
+    return KvStrCmp(253, kGerman, Bytes(pairs->wide[0][i]), 253, kGerman, Bytes(pairs->wide[1][i]),
+                    0, -1, 1, nullptr);
+  });
+}
+
+#ifdef KV_BENCH_ICU
+// The zero-terminated form, as ours are, and the one with lengths, which suits it better.
+auto IcuTerminated(SharedPairs pairs) {
+  UErrorCode status = U_ZERO_ERROR;
+  UCollator* collator = ucol_open("de", &status);  // for the life of the program
+  return OverAll([=](unsigned i) {
+    return static_cast<int>(
+        ucol_strcoll(collator, pairs->wide[0][i].c_str(), -1, pairs->wide[1][i].c_str(), -1));
+  });
+}
+
+auto IcuCounted(SharedPairs pairs) {
+  UErrorCode status = U_ZERO_ERROR;
+  UCollator* collator = ucol_open("de", &status);
+  return OverAll([=](unsigned i) {
+    const WideText& a = pairs->wide[0][i];
+    const WideText& b = pairs->wide[1][i];
+    return static_cast<int>(ucol_strcoll(collator, a.c_str(), static_cast<int>(a.size()), b.c_str(),
+                                         static_cast<int>(b.size())));
+  });
+}
+#endif
+
+locale_t GermanLocale() {
+  return newlocale(LC_ALL_MASK, "de_DE.UTF-8", nullptr);
+}
+
+auto Strcoll(SharedPairs pairs) {
+  locale_t locale = GermanLocale();
+  if (locale == nullptr) locale = newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
+  return OverAll([=](unsigned i) {
+    return strcoll_l(pairs->utf8[0][i].c_str(), pairs->utf8[1][i].c_str(), locale);
+  });
+}
+
+void Register(const std::string& operation, bool neighbours) {
+  const SharedPairs pairs = std::make_shared<const WordPairs>(MakePairs(neighbours));
+  const std::string in1 = operation + ", code set 1";
+  const std::string in253 = operation + ", code set 253";
+#ifdef KV_BENCH_ICU
+  bench::Pair(in1, "ucol_strcoll", 3, OursIn1(pairs), IcuTerminated(pairs), kPairs);
+  bench::Pair(in253, "ucol_strcoll", 3, OursIn253(pairs), IcuTerminated(pairs), kPairs);
+  bench::Pair(in1, "ucol_strcoll, counted", 3, OursIn1(pairs), IcuCounted(pairs), kPairs);
+  bench::Pair(in253, "ucol_strcoll, counted", 3, OursIn253(pairs), IcuCounted(pairs), kPairs);
+#endif
+  const char* library = GermanLocale() != nullptr ? "strcoll_l, German" : "strcoll_l, byte order";
+  bench::Pair(in1, library, 0, OursIn1(pairs), Strcoll(pairs), kPairs);
+}
+
+const bool registered = [] {
+  Register("collate neighbours", true);
+  Register("collate any two words", false);
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,342 @@
+// collate_search.cpp - whether and where a text matches a pattern by collation orders: the
+// process's wildcards, the test for a beginning, and the search for a place.
+#include <algorithm>
+#include <cstring>
+
+#include "kvstring/collate_units.h"
+
+namespace kv {
+
+constinit bool wildcardsInUse = false;
+
+namespace {
+
+struct Wildcards {
+  unsigned short asterisk;
+  unsigned short question;
+  unsigned short escape;
+};
+
+constinit Wildcards wildcards{};
+
+// Matches a pattern with wildcards by going back to the last asterisk only: what an earlier one
+// matched never needs to change. Time is at worst the product of the lengths, memory constant.
+class Matcher {
+ public:
+  Matcher(const Text& text, const Text& pattern, unsigned short cmpOp)
+      : text_(text),
+        pattern_(pattern),
+        mask_(LevelMask(cmpOp)),
+        skipSpaces_((cmpOp & kvCompareSkipSpaces) != 0),
+        wildcards_((cmpOp & kNoWildcards) != 0 ? Wildcards{} : wildcards) {}
+
+  // With `prefix` the text may go on after the pattern's end.
+  bool Matches(bool prefix) {
+    for (;;) {
+      const unsigned short wanted = Next(pattern_);
+      if (wanted != 0 && wanted == wildcards_.asterisk) {
+        MarkAsterisk();
+        continue;
+      }
+      if (wanted == 0 && (prefix || AtEnd(text_))) return true;
+      if (MatchesOne(wanted)) continue;
+      if (!GoBack()) return false;
+    }
+  }
+
+ private:
+  unsigned short Next(OrderCursor& cursor) const {
+    return skipSpaces_ ? cursor.NextVisible() : cursor.Next();
+  }
+
+  bool AtEnd(OrderCursor cursor) const { return Next(cursor) == 0; }
+
+  bool MatchesOne(unsigned short wanted) {
+    if (wanted == 0) return false;
+    if (wanted == wildcards_.question) {
+      if (Next(text_) == 0) return false;
+      text_.DropPending();
+      return true;
+    }
+    if (wanted == wildcards_.escape && !AtEnd(pattern_)) wanted = Next(pattern_);
+    const unsigned short found = Next(text_);
+    return found != 0 && ((OrderWeight(found) ^ OrderWeight(wanted)) & mask_) == 0;
+  }
+
+  void MarkAsterisk() {
+    hasAsterisk_ = true;
+    textMark_ = text_;
+    patternMark_ = pattern_;
+  }
+
+  // Lets the last asterisk take one order more.
+  bool GoBack() {
+    if (!hasAsterisk_ || Next(textMark_) == 0) return false;
+    text_ = textMark_;
+    pattern_ = patternMark_;
+    return true;
+  }
+
+  OrderCursor text_;
+  OrderCursor pattern_;
+  unsigned mask_;
+  bool skipSpaces_;
+  Wildcards wildcards_;
+  bool hasAsterisk_ = false;
+  OrderCursor textMark_ = text_;
+  OrderCursor patternMark_ = pattern_;
+};
+
+// A pattern without wildcards at the beginning of a text, by order words. kOrderByOrder when an
+// order of the one stands against the first of two of the other.
+enum class Beginning { kNo, kYes, kOrderByOrder };
+
+template <class Units1, class Units2>
+Beginning BeginsWithWords(Units1 text, Units2 pattern, unsigned mask) {
+  const bool sameTable = text.HasTableOf(pattern);
+  for (;; text.Advance(), pattern.Advance()) {
+    const auto wanted = pattern.Get();
+    if (wanted == 0) return Beginning::kYes;
+    const auto found = text.Get();
+    if (wanted == found && sameTable) continue;
+    const unsigned word1 = text.Word(found);
+    const unsigned word2 = pattern.Word(wanted);
+    if (((word1 | word2) & kPairBit) != 0) {
+      if (word1 == word2) continue;
+      return Beginning::kOrderByOrder;
+    }
+    if (found == 0 || ((word1 ^ word2) & mask) != 0) return Beginning::kNo;
+  }
+}
+
+// As BeginsWith, for resolved texts and a pattern without wildcards when `isPlain`.
+bool BeginsWithResolved(const Text& text, const Text& pattern, unsigned short cmpOp, bool isPlain) {
+  if (isPlain) {
+    const Beginning beginning = WithUnits(text, pattern, [&](auto units1, auto units2) {
+      return BeginsWithWords(units1, units2, LevelMask(cmpOp));
+    });
+    if (beginning != Beginning::kOrderByOrder) return beginning == Beginning::kYes;
+  }
+  return Matcher(text, pattern, cmpOp).Matches(true);
+}
+
+// Whether order words can tell where a pattern may begin: it has a first order, which the text must
+// have too, at the same place.
+bool IsPlainPattern(const Text& text, const Text& pattern, unsigned short cmpOp) {
+  if ((cmpOp & kvCompareSkipSpaces) != 0) return false;
+  if (text.codeSet == kOrderCodeSet || pattern.codeSet == kOrderCodeSet) return false;
+  return (cmpOp & kNoWildcards) != 0 || !wildcardsInUse || !HasWildcard(pattern);
+}
+
+// The units with which a pattern can begin: those whose first order is the pattern's at the levels
+// that count. Of long texts whole blocks without such a unit are passed over.
+template <class Unit, class Table>
+class FirstUnits {
+ public:
+  FirstUnits(const Table& table, unsigned short order, unsigned mask)
+      : table_(table), weight_(OrderWeight(order) & mask), mask_(mask) {}
+
+  bool Has(Unit unit) const {
+    const unsigned word = table_.Word(unit);
+    const unsigned weight = (word & kPairBit) != 0 ? OrderWeight(FirstOrder(word)) : word;
+    return (weight & mask_) == weight_;
+  }
+
+  // The first position from `position` on whose unit is one of them, `length` when there is none.
+  unsigned Next(const Text& text, unsigned position, unsigned length) {
+    if (length - position >= kWorthwhile && !listed_) List();
+    while (position < length) {
+      if (isShort_ && !IsReversed(text)) position = SkipBlocks(BeginOf(text), position, length);
+      const unsigned last = std::min(length, position + kBlock);
+      for (; position < last; ++position) {
+        if (Has(UnitAt(text, position))) return position;
+      }
+    }
+    return length;
+  }
+
+ private:
+  static constexpr unsigned kListed = 4;
+  static constexpr unsigned kBlock = 32;
+  static constexpr unsigned kLast =
+      sizeof(Unit) == 1 ? 255 : 511;  // the rest counts as one of them
+  static constexpr unsigned kWorthwhile = 4 * kBlock + kLast;
+
+  static Unit UnitAt(const Text& text, unsigned position) {
+    Unit unit;
+    std::memcpy(&unit, BeginOf(text) + position * sizeof(Unit), sizeof unit);
+    if constexpr (sizeof unit == 2) {
+      if (IsReversed(text)) return __builtin_bswap16(unit);
+    }
+    return unit;
+  }
+
+  // Fills the list, unless there are too many.
+  void List() {
+    listed_ = true;
+    unsigned count = 0;
+    for (unsigned unit = 1; unit <= kLast; ++unit) {
+      if (!Has(static_cast<Unit>(unit))) continue;
+      if (count == kListed) return;
+      list_[count++] = static_cast<Unit>(unit);
+    }
+    if (count == 0) return;
+    std::fill(list_ + count, list_ + kListed, list_[0]);
+    isShort_ = true;
+  }
+
+  // Passes over blocks that have none of the listed units and nothing beyond kLast.
+  unsigned SkipBlocks(const unsigned char* text, unsigned position, unsigned length) const {
+    for (; length - position >= kBlock; position += kBlock) {
+      Unit block[kBlock];
+      std::memcpy(block, text + position * sizeof(Unit), sizeof block);
+      Unit hit = 0;
+      for (Unit unit : block) {
+        hit = static_cast<Unit>(hit | (unit == list_[0]) | (unit == list_[1]) | (unit == list_[2]) |
+                                (unit == list_[3]) | (unit > kLast));
+      }
+      if (hit != 0) break;
+    }
+    return position;
+  }
+
+  Table table_;
+  unsigned weight_;
+  unsigned mask_;
+  bool listed_ = false;
+  bool isShort_ = false;
+  Unit list_[kListed] = {};
+};
+
+// Plain bytes, by value.
+int FindBytes(const Text& text, const Text& pattern, unsigned start) {
+  const unsigned char* begin = BeginOf(text);
+  const unsigned char* last = begin + text.length - pattern.length;
+  if (pattern.length == 0) return static_cast<int>(start);
+  for (const unsigned char* at = begin + start; at <= last; ++at) {
+    at = static_cast<const unsigned char*>(
+        std::memchr(at, *BeginOf(pattern), static_cast<std::size_t>(last - at) + 1));
+    if (at == nullptr) return -1;
+    if (std::memcmp(at, pattern.units, pattern.length) == 0) return static_cast<int>(at - begin);
+  }
+  return -1;
+}
+
+// One search, resolved: what is tried at a position, and which positions are worth it.
+class Search {
+ public:
+  Search(const Text& text, const Text& pattern, unsigned short cmpOp)
+      : text_(text),
+        pattern_(pattern),
+        cmpOp_(cmpOp),
+        isWhole_((cmpOp & kNoWildcards) != 0),
+        isPlain_(IsPlainPattern(text, pattern, cmpOp)) {}
+
+  int From(unsigned start) const {
+    if (!isPlain_ || pattern_.length == 0) {
+      return Every(start, [](unsigned position) { return position; });
+    }
+    const unsigned short order = OrderCursor(pattern_).Next();
+    const unsigned mask = (cmpOp_ & kvCompareKeyOrder) != 0 ? 0xFFFFFFFF : LevelMask(cmpOp_);
+    if (KvIsWideCodeSet(text_.codeSet)) {
+      return Skipping(start, FirstUnits<unsigned short, WideOrderTable>(
+                                 WideOrderTable(text_.language), order, mask));
+    }
+    return Skipping(start, FirstUnits<unsigned char, ByteOrderTable>(
+                               ByteOrderTable(text_.codeSet, text_.language), order, mask));
+  }
+
+ private:
+  template <class Firsts>
+  int Skipping(unsigned start, Firsts firsts) const {
+    return Every(start, [&](unsigned position) { return firsts.Next(text_, position, Tried()); });
+  }
+
+  // Tries positions from `start` on, each after `next` has moved it on.
+  template <class Next>
+  int Every(unsigned start, Next next) const {
+    for (unsigned position = next(start); position < Tried(); position = next(position + 1)) {
+      if (IsAt(position)) return static_cast<int>(position);
+    }
+    return -1;
+  }
+
+  // Positions that leave room for the pattern.
+  unsigned Tried() const { return text_.length - pattern_.length + 1; }
+
+  bool IsAt(unsigned position) const {
+    const Text rest = RestAt(text_, BeginOf(text_) + position * UnitWidth(text_.codeSet));
+    if (!isWhole_) return BeginsWithResolved(rest, pattern_, cmpOp_, isPlain_);
+    return CompareTexts(rest, pattern_, cmpOp_, static_cast<unsigned short>(pattern_.length)) == 0;
+  }
+
+  const Text& text_;
+  const Text& pattern_;
+  unsigned short cmpOp_;
+  bool isWhole_;
+  bool isPlain_;
+};
+
+}  // namespace
+
+bool HasWildcard(const Text& pattern) {
+  OrderCursor cursor(pattern);
+  for (unsigned short order = cursor.Next(); order != 0; order = cursor.Next()) {
+    if (order == wildcards.asterisk || order == wildcards.question || order == wildcards.escape) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool MatchesPattern(const Text& text, const Text& pattern, unsigned short cmpOp) {
+  return Matcher(text, pattern, cmpOp).Matches(false);
+}
+
+bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp) {
+  const Text resolved = Resolve(text);
+  const Text resolvedPattern = Resolve(pattern);
+  return BeginsWithResolved(resolved, resolvedPattern, cmpOp,
+                            IsPlainPattern(resolved, resolvedPattern, cmpOp));
+}
+
+int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start) {
+  if (start > text.length || text.length - start < pattern.length) return -1;
+  const bool isWhole = (cmpOp & kNoWildcards) != 0;
+  if (!isWhole && pattern.IsNull()) return text.IsNull() ? static_cast<int>(start) : -1;
+  if (isWhole && (text.codeSet | pattern.codeSet) == 0 && !text.IsNull() && !pattern.IsNull()) {
+    return FindBytes(text, pattern, start);
+  }
+  const Text resolved = Resolve(text);
+  const Text resolvedPattern = Resolve(pattern);
+  return Search(resolved, resolvedPattern, cmpOp).From(start);
+}
+
+void SetWildcardOrder(Wildcard wildcard, unsigned short order) {
+  switch (wildcard) {
+    case Wildcard::kAsterisk:
+      wildcards.asterisk = order;
+      break;
+    case Wildcard::kQuestion:
+      wildcards.question = order;
+      break;
+    case Wildcard::kEscape:
+      wildcards.escape = order;
+      break;
+  }
+  wildcardsInUse = (wildcards.asterisk | wildcards.question | wildcards.escape) != 0;
+}
+
+unsigned short GetWildcardOrder(Wildcard wildcard) {
+  switch (wildcard) {
+    case Wildcard::kAsterisk:
+      return wildcards.asterisk;
+    case Wildcard::kQuestion:
+      return wildcards.question;
+    case Wildcard::kEscape:
+      return wildcards.escape;
+  }
+  return 0;
+}
+
+}  // namespace kv

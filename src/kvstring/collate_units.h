@@ -1,0 +1,128 @@
+// collate_units.h - what the collation sources share: how a Text is resolved and where it ends, the
+// options that every walk over orders looks at, and the units of a text with their order words.
+#pragma once
+
+#include "kvcollate.h"
+#include "kvstring/collate.h"
+#include "kvstring/string_edit.h"
+
+namespace kv {
+
+// Either rules out wildcards.
+inline constexpr unsigned short kNoWildcards = kvCompareExact | kvCompareKeyOrder;
+
+// Texts whose units are collation orders.
+inline constexpr unsigned char kOrderCodeSet = 254;
+
+// Whether the process has named any wildcard.
+extern bool wildcardsInUse;
+
+// Whether `pattern` has one of the process's wildcards in it.
+bool HasWildcard(const Text& pattern);
+
+// Whether the whole of `text` matches `pattern`, wildcards included.
+bool MatchesPattern(const Text& text, const Text& pattern, unsigned short cmpOp);
+
+// Replaces the numbers that stand for a default.
+inline Text Resolve(Text text) {
+  if (text.codeSet == kvCodeSetBytes) text.codeSet = KvLanguageContext::GetNativeCodeSet();
+  if (text.language == 255) text.language = KvLanguageContext::GetDefaultLanguage();
+  return text;
+}
+
+inline Text Limited(Text text, unsigned length) {
+  if (length < text.length) text.length = length;
+  return text;
+}
+
+inline bool IsReversed(const Text& text) {
+  return (text.byteOrder & 0x0F) == 2;
+}
+
+inline const unsigned char* BeginOf(const Text& text) {
+  return static_cast<const unsigned char*>(text.units);
+}
+
+// Null when only the terminator ends the text.
+inline const unsigned char* EndOf(const Text& text) {
+  if (text.units == nullptr || text.length == kToTerminator) return nullptr;
+  return BeginOf(text) + text.length * UnitWidth(text.codeSet);
+}
+
+// What follows `position` in a text.
+inline Text RestAt(Text text, const unsigned char* position) {
+  const auto passed = static_cast<unsigned>(position - BeginOf(text));
+  text.units = position;
+  if (text.length != kToTerminator) text.length -= passed / UnitWidth(text.codeSet);
+  return text;
+}
+
+// The bits of an order word that a compare operation looks at.
+inline unsigned LevelMask(unsigned short cmpOp) {
+  unsigned mask = 0xFFFFFFFF;
+  if ((cmpOp & kvCompareIgnoreCase) != 0) mask &= ~kCaseBits;
+  if ((cmpOp & kvCompareIgnoreAccents) != 0) mask &= ~kAccentBits;
+  if ((cmpOp & kvCompareIgnoreVariants) != 0) mask &= ~kExtensionBits;
+  return mask;
+}
+
+// The units of a text of one width, one after the other, and their order words. The general form
+// knows an end and either byte order; the terminated one goes by the zero unit in memory order.
+template <class Unit, class Table, bool kTerminated>
+class Units {
+ public:
+  Units(const void* text, const Table& table, const void* end = nullptr, bool isReversed = false)
+      : position_(static_cast<const unsigned char*>(text)),
+        table_(table),
+        end_(static_cast<const unsigned char*>(end)),
+        isReversed_(isReversed) {}
+
+  // 0 at the end.
+  Unit Get() const {
+    if (!kTerminated && position_ == end_) return 0;
+    Unit unit;
+    std::memcpy(&unit, position_, sizeof unit);
+    if constexpr (sizeof unit == 2 && !kTerminated) {
+      if (isReversed_) return __builtin_bswap16(unit);
+    }
+    return unit;
+  }
+
+  void Advance() { position_ += sizeof(Unit); }
+  unsigned Word(Unit unit) const { return table_.Word(unit); }
+  const unsigned char* Position() const { return position_; }
+  bool HasTableOf(const Units& other) const { return table_ == other.table_; }
+  template <class Other>
+  bool HasTableOf(const Other&) const {
+    return false;
+  }
+
+ private:
+  const unsigned char* position_;
+  Table table_;
+  const unsigned char* end_;  // null: the text ends at its terminator
+  bool isReversed_;
+};
+
+using ByteUnits = Units<unsigned char, ByteOrderTable, false>;
+using WideUnits = Units<unsigned short, WideOrderTable, false>;
+
+inline ByteUnits BytesOf(const Text& text) {
+  return {text.units, ByteOrderTable(text.codeSet, text.language), EndOf(text)};
+}
+
+inline WideUnits WidesOf(const Text& text) {
+  return {text.units, WideOrderTable(text.language), EndOf(text), IsReversed(text)};
+}
+
+// Calls `walk` with the units of two resolved texts, each at its width.
+template <class Walk>
+auto WithUnits(const Text& text1, const Text& text2, Walk walk) {
+  const auto against2 = [&](auto units1) {
+    return KvIsWideCodeSet(text2.codeSet) ? walk(units1, WidesOf(text2))
+                                          : walk(units1, BytesOf(text2));
+  };
+  return KvIsWideCodeSet(text1.codeSet) ? against2(WidesOf(text1)) : against2(BytesOf(text1));
+}
+
+}  // namespace kv

@@ -1,0 +1,274 @@
+// The rows of the date and time types: stored bytes, orders with markers, hashes, steps, bounds,
+// defaults and time stamps. What holds for every row alike is tested with the other rows.
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "kvcompare.h"
+#include "kvodmg.h"
+#include "kvtypemgr.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+template <class T>
+Bytes Stored(char id, T value, unsigned char format) {
+  Bytes bytes(32, 0xEE);
+  bytes.resize(Types().Store(id, bytes.data(), &value, format, 1));
+  return bytes;
+}
+
+template <class T>
+std::string Text(char id, T value, const char* format) {
+  KvString out;
+  return Types().PrintToKvString(id, out, &value, format, 1).StrGet();
+}
+
+// The value in memory order, the two bytes that are reversed in `reversed`, and there and back.
+template <class T>
+void CheckStored(char id, const T& value, const Bytes& plain, const Bytes& reversed) {
+  CAPTURE(int{id});
+  CHECK(Stored(id, value, 0) == plain);
+  CHECK(Stored(id, value, 1) == plain);
+  CHECK(Stored(id, value, 2) == reversed);
+  T loaded = value;
+  std::memset(static_cast<void*>(&loaded), 0x55, sizeof loaded);
+  Bytes bytes = reversed;
+  CHECK(Types().Load(id, &loaded, bytes.data(), 2, 1) == bytes.size());
+  CHECK(Stored(id, loaded, 0) == plain);
+  CHECK(Types().DiskLenGet(id, bytes.data(), 2, 5, 0) == 5 * plain.size());
+  CHECK(Types().MemLenGet(id, 1) == sizeof(T));
+}
+
+int Order(KvCompareFunc compare, unsigned char format, Bytes a, Bytes b, unsigned short cmpOp) {
+  int status = 7;
+  const int order = compare(format, 0, a.data(), 0, b.data(), cmpOp, 1, status);
+  CHECK(status == kvOk);
+  return order;
+}
+
+template <class T>
+int OrderInMemory(char id, T a, T b, unsigned short cmpOp = 0) {
+  return Types().Cmp(id, &a, &b, cmpOp, 1, 8);
+}
+
+// Steps `value` and prints it; a status other than 0 in its place.
+template <class T>
+std::string Stepped(char id, T value, unsigned char op = 'M') {
+  const int status = Types().GetValue(id, &value, sizeof value, 8, op);
+  return status == kvOk ? Text(id, value, "%X") : std::to_string(status);
+}
+
+template <class T>
+float Fraction(char id, T constant, T lower, T upper, unsigned short predicate) {
+  KvIdxBounds bounds{reinterpret_cast<unsigned char*>(&lower),
+                     reinterpret_cast<unsigned char*>(&upper), sizeof(T), sizeof(T)};
+  return Types().EvalAndBound(id, &bounds, predicate, &constant, 8, 1, nullptr, nullptr);
+}
+
+}  // namespace
+
+TEST_CASE("stored forms of the date and time rows") {
+  const KvDate date(0x07D0, 2, 29);
+  const KvTime time(1, 2, 3);
+  CheckStored(KvDATE_T, date, {0xD0, 7, 2, 29}, {7, 0xD0, 2, 29});
+  CheckStored(KvTIME_T, time, {1, 2, 3}, {1, 2, 3});
+  CheckStored(KvDATIME_T, KvDateTime(date, time), {0xD0, 7, 2, 29, 1, 2, 3},
+              {7, 0xD0, 2, 29, 1, 2, 3});
+  const KvDateTimeN withNanoseconds(0x07D0, 2, 29, 1, 2, 3, 0x11223344);
+  CheckStored(KvDATIME_N_T, withNanoseconds, {0xD0, 7, 2, 29, 1, 2, 3, 0x44, 0x33, 0x22, 0x11},
+              {7, 0xD0, 2, 29, 1, 2, 3, 0x11, 0x22, 0x33, 0x44});
+  KvTimeSpan span(-5, 1, 2, 3, 4);
+  CheckStored(KvTIMESPAN_T, span, {0, 0, 0, 0xFB, 1, 2, 3, 4, 0, 0, 0},
+              {0, 0, 0, 0xFB, 1, 2, 3, 0, 0, 0, 4});
+  const d_Time zoned(10, 30, 5.25f, 2, -15);
+  CheckStored(D_DATE_T, d_Date(date), {0xD0, 7, 2, 29}, {7, 0xD0, 2, 29});
+  CheckStored(D_TIME_T, zoned, {2, 0xF1, 12, 15, 5, 25}, {2, 0xF1, 12, 15, 5, 25});
+  CheckStored(D_TIMESTAMP_T, d_Timestamp(d_Date(date), zoned),
+              {0xD0, 7, 2, 29, 2, 0xF1, 12, 15, 5, 25}, {7, 0xD0, 2, 29, 2, 0xF1, 12, 15, 5, 25});
+  CheckStored(D_INTERVAL_T, d_Interval(0, 0, 1), {0, 0, 0x70, 0x42}, {0x42, 0x70, 0, 0});
+}
+
+TEST_CASE("stored dates: markers of the second operand match, those of the first do not") {
+  const Bytes march = {0xD0, 7, 3, 5}, anyMonth = {0xD0, 7, 0xFF, 5}, anyDay = {0xD0, 7, 3, 0xFF};
+  const Bytes anyYear = {0xFF, 0xFF, 3, 5}, yearMinus2 = {0xFE, 0xFF, 3, 5};
+  CHECK(Order(KvDateCompare, 0, march, anyMonth, 0) == 0);
+  CHECK(Order(KvDateCompare, 0, march, anyDay, 0) == 0);
+  CHECK(Order(KvDateCompare, 0, march, anyYear, 0) == 0);
+  CHECK(Order(KvDateCompare, 2, {7, 0xD0, 3, 5}, {0xFF, 0xFF, 3, 6}, 0) == -1);
+  CHECK(Order(KvDateCompare, 0, anyMonth, march, 0) == -1);
+  CHECK(Order(KvDateCompare, 0, anyYear, march, 0) == -1);
+  for (const Bytes& any : {anyMonth, anyDay, anyYear}) {
+    CHECK(Order(KvDateCompare, 0, march, any, 0x10) == 1);
+  }
+  // The year that matches has become 65535 with the first comparison.
+  CHECK(Order(KvDateCompare, 0, march, yearMinus2, 0) == 1);
+  CHECK(KvDate::AnyYear() == 65535);
+  // In memory either side counts.
+  CHECK(OrderInMemory(KvDATE_T, KvDate(2000, -1, 5), KvDate(2000, 3, 5)) == 0);
+  CHECK(OrderInMemory(KvDATE_T, KvDate(2000, -1, 5), KvDate(2000, 3, 5), 0x10) == -1);
+
+  CHECK(Order(KvTimeCompare, 0, {1, 2, 3}, {1, 0xFF, 3}, 0) == 0);
+  CHECK(Order(KvTimeCompare, 0, {1, 0xFF, 3}, {1, 2, 3}, 0) == -1);
+  CHECK(Order(KvTimeCompare, 0, {1, 2, 3}, {1, 0xFF, 3}, 0x10) == 1);
+  CHECK(Order(KvTimeCompare, 2, {0x80, 2, 3}, {1, 2, 3}, 0) == -1);
+  CHECK(OrderInMemory(KvTIME_T, KvTime(1, -1, 3), KvTime(1, 2, 3)) == 0);
+}
+
+TEST_CASE("orders of the longer rows: the first field that differs, nanoseconds last") {
+  const KvDateTimeN value(2000, 1, 1, 0, 0, 0, 5), later(2000, 1, 1, 0, 0, 0, 2000000000);
+  CHECK(OrderInMemory(KvDATIME_N_T, value, later) == -1);
+  CHECK(OrderInMemory(KvDATIME_N_T, later, KvDateTimeN(2000, 1, 1, 0, 0, 1, 0)) == -1);
+  CHECK(OrderInMemory(KvDATIME_N_T, value, KvDateTimeN(2000, 1, 1, 0, 0, 0, -1)) == 0);
+  CHECK(OrderInMemory(KvDATIME_N_T, value, KvDateTimeN(2000, 1, 1, 0, 0, 0, -1), 0x10) == 1);
+  CHECK(OrderInMemory(KvDATIME_N_T, KvDateTimeN::NullValue(), value) == -1);
+  CHECK(OrderInMemory(KvTIMESPAN_T, KvTimeSpan(-1.0), KvTimeSpan(1.0), 0x10) == -1);
+  const Bytes early = {1, 2, 3, 4, 5, 6, 7}, late = {0, 3, 3, 4, 5, 6, 7};
+  CHECK(Order(Types().CmpFuncPtrGet(KvDATIME_T), 0, early, late, 0) == -1);
+  CHECK(Order(Types().CmpFuncPtrGet(KvDATIME_T), 2, early, late, 0) == 1);
+  CHECK(Order(d_TimestampCompare, 2, {7, 208, 1, 1, 0, 0, 1, 1, 1, 9},
+              {7, 208, 1, 1, 0, 0, 1, 1, 1, 10}, 0) == -1);
+  KvDate run[3] = {KvDate(1), KvDate(2), KvDate(3)};
+  int status;
+  CHECK(KvDateCompare(8, 8, run, 0, run, 0, 3, status) == 0);
+  CHECK(status == kvBufferShort);
+}
+
+TEST_CASE("hashes of KvDate and KvTime are stored ones") {
+  const auto hash = [](char id, auto value) {
+    int status;
+    return Types().Hash(id, 0, &value, 1, 8, status);
+  };
+  CHECK(hash(KvDATE_T, KvDate(2000, 2, 29)) == (0x07D0021Du * 1103515245u));
+  CHECK(hash(KvDATE_T, KvDate(-1, -1, -1)) == ((0u - 0x010101u) * 1103515245u));
+  CHECK(hash(KvTIME_T, KvTime(1, 2, -3)) == ((0x010200u - 3u) * 1103515245u));
+}
+
+TEST_CASE("steps: a day, a second, a nanosecond; what has no successor says so") {
+  CHECK(Stepped(KvDATE_T, KvDate(1999, 12, 31)) == "2000-01-01T00:00:00");
+  CHECK(Stepped(KvDATE_T, KvDate(2000, 2, 28), 'N') == "2000-02-29T00:00:00");
+  CHECK(Stepped(KvDATE_T, KvDate(-30000, 2, 28)) == "-30000-02-29T00:00:00");
+  CHECK(Stepped(KvDATE_T, KvDate(2000, 2, 28), 'O') == "2000-02-28T00:00:00");
+  CHECK(Stepped(KvDATE_T, KvDate(2000, 2, 28), 'P') == "-2999");
+  CHECK(Stepped(KvDATE_T, KvDate(32767, 12, 31)) == "2091");
+  for (const KvDate& date : {KvDate::NullValue(), KvDate(2001, 2, 29), KvDate(2000, -1, 1)}) {
+    CHECK(Stepped(KvDATE_T, date) == "-2999");
+  }
+  CHECK(Stepped(KvTIME_T, KvTime(1, 59, 59)) == "0000-00-00T02:00:00");
+  CHECK(Stepped(KvTIME_T, KvTime(23, 59, 59)) == "2091");
+  CHECK(Stepped(KvTIME_T, KvTime(24, 0, 0)) == "-2999");
+  const KvTime last(23, 59, 59);
+  CHECK(Stepped(KvDATIME_T, KvDateTime(KvDate(1999, 12, 31), last)) == "2000-01-01T00:00:00");
+  CHECK(Stepped(KvDATIME_T, KvDateTime(KvDate(32767, 12, 31), KvTime(0))) ==
+        "32767-12-31T00:00:001");
+  CHECK(Stepped(KvDATIME_T, KvDateTime(KvDate(32767, 12, 31), last)) == "2091");
+  CHECK(Stepped(KvDATIME_N_T, KvDateTimeN(1999, 12, 31, 23, 59, 59, 999999999)) ==
+        "2000-01-01T00:00:00");
+  CHECK(Stepped(KvDATIME_N_T, KvDateTimeN(32767, 12, 31, 23, 59, 59, 999999999)) == "2091");
+  CHECK(Stepped(D_DATE_T, d_Date(1582, 10, 4)) == "1582-10-15T00:00:00");
+  CHECK(Stepped(D_DATE_T, d_Date(1500, 2, 28)) == "1500-02-29T00:00:00");
+  CHECK(Stepped(D_DATE_T, d_Date(2000, 0, 1)) == "-2999");
+  CHECK(Stepped(D_TIME_T, d_Time(3, 59, 59.0f, -5, 0)) == "0000-00-00T04:00:00");
+  CHECK(Stepped(D_TIME_T, d_Time(23, 59, 59.0f, -5, 0)) == "2091");
+  CHECK(Stepped(D_TIMESTAMP_T, d_Timestamp(2000, 2, 29, 23, 59, 59.5f)) ==
+        "2000-03-01T00:00:00.500");
+  KvTimeSpan span(-0.000000001), longest;
+  CHECK(Types().GetValue(KvTIMESPAN_T, &span, 0, 8, 'M') == kvOk);
+  CHECK(span.IsZeroValue());
+  longest.AddDays(2147483647);
+  longest.date = KvDate(32767, 11, 29);
+  longest.AddNanoSeconds(86400LL * 1000000000 - 1);
+  CHECK(Types().GetValue(KvTIMESPAN_T, &longest, 0, 8, 'M') == kvOverflow);
+  d_Interval interval(1);
+  CHECK(Types().GetValue(D_INTERVAL_T, &interval, 0, 8, 'M') == kvOk);
+  CHECK(interval.seconds > 86400);
+  // A stored value is stepped in place.
+  Bytes stored = Stored(KvDATE_T, KvDate(1999, 12, 31), 0);
+  CHECK(Types().GetValue(KvDATE_T, stored.data(), 4, 0, 'M') == kvOk);
+  CHECK(stored == Bytes{0xD0, 7, 1, 1});
+}
+
+TEST_CASE("bounds measure days, seconds of the day and total seconds") {
+  constexpr unsigned short kEqual = 1, kLess = 2, kGreater = 4;
+  const KvDate first(2000, 1, 1), last(2000, 1, 10);
+  CHECK(Fraction(KvDATE_T, KvDate(2000, 1, 5), first, last, kEqual) == 0.1f);
+  CHECK(Fraction(KvDATE_T, KvDate(2000, 1, 5), first, last, kGreater) == 0.5f);
+  CHECK(Fraction(KvDATE_T, KvDate(2000, 1, 5), first, last, kLess) == 0.4f);
+  CHECK(Fraction(KvDATE_T, KvDate::NullValue(), first, last, kGreater) == 1.0f);
+  CHECK(Fraction(KvDATE_T, KvDate::NullValue(), first, last, kLess) == 0.0f);
+  CHECK(Fraction(KvTIME_T, KvTime(49), KvTime(0), KvTime(99), kLess) == 0.49f);
+  CHECK(Fraction(KvDATIME_T, KvDateTime(KvDate(2000, 1, 1), KvTime(0)),
+                 KvDateTime(KvDate(1999, 12, 31), KvTime(0)),
+                 KvDateTime(KvDate(2000, 1, 1), KvTime(23, 59, 59)), kLess) == 0.5f);
+  CHECK(Fraction(KvTIMESPAN_T, KvTimeSpan(0.0), KvTimeSpan(-50.0), KvTimeSpan(49.0), kLess) ==
+        0.5f);
+  CHECK(Fraction(D_DATE_T, d_Date(1582, 10, 15), d_Date(1582, 10, 1), d_Date(1582, 10, 18),
+                 kEqual) == 0.125f);
+  CHECK(Fraction(D_INTERVAL_T, d_Interval(), d_Interval::FromSeconds(-1.0f), d_Interval(), kLess) ==
+        0.5f);
+}
+
+TEST_CASE("nulls, defaults and conversions of the rows") {
+  const auto defaultText = [](char id) {
+    void* value = Types().DefaultValue(id, 2, 0);
+    KvString out;
+    const std::string text = Types().PrintToKvString(id, out, value, "%X", 1).StrGet();
+    Types().Delete(id, value, 2);
+    return text;
+  };
+  CHECK(defaultText(KvDATE_T) == "-4713-11-24T00:00:00");
+  CHECK(defaultText(KvDATIME_N_T) == "-4713-11-24T00:00:00");
+  CHECK(defaultText(D_TIMESTAMP_T) == "0000-01-01T00:00:00");
+  CHECK(defaultText(D_INTERVAL_T) == "0000-00-00T00:00:00");
+  KvDateTime value;
+  CHECK(Types().SetNullValue(KvDATIME_T, &value) == 0);
+  CHECK(Types().IsNullValue(KvDATIME_T, &value) != 0);
+  CHECK(value.IsNullValue());
+  d_Date date;
+  CHECK(Types().SetNullValue(D_DATE_T, &date) == 0);  // no null: what an empty text converts to
+  CHECK(date == d_Date(0, 1, 1));
+
+  KvDate run[2] = {KvDate(2000, 1, 1), KvDate::NullValue()};
+  KvTypeConvertData* texts = Types().ConvertTo(KvDATE_T, run, 2);
+  CHECK(std::string(texts->GetString(0)->StrGet()) == "Sat 01.Jan 2000");
+  CHECK(std::string(texts->GetString(1)->StrGet()) == "{NULL}");
+  auto* back = static_cast<KvDate*>(Types().ConvertFrom(KvDATE_T, texts, 2));
+  CHECK((back[0] == run[0] && back[1] == run[1]));
+  Types().Delete(KvDATE_T, back, 2);
+  delete texts;
+  KvString out;
+  CHECK(std::string(Types().PrintToKvString(KvDATE_T, out, run, "%D", 2).StrGet()) ==
+        "2000-01-01,{NULL}");
+  CHECK(Types().ScanFromKvString(KvDATE_T, nullptr, out, nullptr, 1) == nullptr);
+}
+
+TEST_CASE("time stamps are stored as any of seven types") {
+  const KvTimeStamp stamp{2000, 2, 29, 13, 14, 15, 2};
+  const auto stored = [&](char id, unsigned char format) {
+    Bytes bytes(32, 0xEE);
+    const int size = Types().StoreTimeStamp(id, bytes.data(), format, &stamp);
+    bytes.resize(size < 0 ? 0 : static_cast<unsigned>(size));
+    return bytes;
+  };
+  CHECK(stored(KvDATE_T, 2) == Bytes{7, 0xD0, 2, 29});
+  CHECK(stored(KvTIME_T, 0) == Bytes{13, 14, 15});
+  CHECK(stored(KvDATIME_T, 0) == Bytes{0xD0, 7, 2, 29, 13, 14, 15});
+  CHECK(stored(KvDATIME_N_T, 2) == Bytes{7, 0xD0, 2, 29, 13, 14, 15, 0, 0, 0, 2});
+  CHECK(stored(D_DATE_T, 0) == Bytes{0xD0, 7, 2, 29});
+  CHECK(stored(D_TIME_T, 0) == Bytes{0, 0, 13, 14, 17, 0});
+  CHECK(stored(D_TIMESTAMP_T, 2) == Bytes{7, 0xD0, 2, 29, 0, 0, 13, 14, 17, 0});
+  unsigned char untouched[16] = {1, 2, 3};
+  for (const char id : {KvTIMESPAN_T, D_INTERVAL_T, Kv4B_T, static_cast<char>(100)}) {
+    CHECK(Types().StoreTimeStamp(id, untouched, 0, &stamp) == kvNotSupported);
+  }
+  CHECK(Types().StoreTimeStamp(KvDATE_T, untouched, 0, nullptr) == kvNotSupported);
+  CHECK(untouched[0] == 1);
+}

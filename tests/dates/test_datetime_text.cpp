@@ -1,0 +1,310 @@
+// The one formatter and scanner of the family: directives against snprintf and strftime, and what
+// is printed read back.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kvdatime.h"
+#include "kvodmg.h"
+#include "kvtypemgr.h"
+
+namespace {
+
+template <class T>
+std::string Print(const T& value, const char* format) {
+  KvString out("replaced");
+  value.PrintToKvString(out, format);
+  return out.StrGet();
+}
+
+template <class T>
+T Scanned(const char* text, const char* format, int status = kvOk) {
+  T value = T::DefaultValue();
+  CHECK(value.ScanFromKvString(KvString(text), format) == status);
+  return value;
+}
+
+KvDateTimeN At(int year, int month, int day, int hour, int minute, int second, int nanosecond) {
+  return {static_cast<short>(year),
+          static_cast<char>(month),
+          static_cast<char>(day),
+          static_cast<char>(hour),
+          static_cast<char>(minute),
+          static_cast<char>(second),
+          nanosecond};
+}
+
+std::string Formatted(const char* format, long long a) {
+  char text[64];
+  std::snprintf(text, sizeof text, format, a);
+  return text;
+}
+
+struct Random {
+  std::mt19937 engine{20240229};
+  int Between(int low, int high) { return std::uniform_int_distribution(low, high)(engine); }
+};
+
+KvDateTimeN RandomInstant(Random& random) {
+  const int year =
+      random.Between(0, 9) == 0 ? random.Between(-32767, 32767) : random.Between(1900, 2100);
+  const int fractions[] = {0, 500000000, 1000 * random.Between(1, 999999),
+                           random.Between(1, 999999999)};
+  return At(year, random.Between(1, 12), random.Between(1, 28), random.Between(0, 23),
+            random.Between(0, 59), random.Between(0, 59), fractions[random.Between(0, 3)]);
+}
+
+bool Same(const KvDateTimeN& a, const KvDateTimeN& b) {
+  return a.Compare(b, 0x10) == 0;
+}
+
+// A format that holds every component once, in any order, as any of its directives.
+std::string RandomFormat(Random& random) {
+  std::vector<std::vector<std::string>> components = {
+      {"%Y"}, {"%m", "%b", "%B"}, {"%d", "%e", "%a %d"}, {"%H", "%I %p", "%P %I"}, {"%M"}};
+  if (random.Between(0, 1) == 0) {
+    components.push_back({"%f"});
+  } else {
+    components.push_back({"%S"});
+    components.push_back({"%N"});
+  }
+  std::shuffle(components.begin(), components.end(), random.engine);
+  const std::string separators[] = {" ", "/", ", ", "; and ", "%%", "_"};
+  std::string format;
+  for (const auto& names : components) {
+    const int last = static_cast<int>(names.size()) - 1;
+    format += names[static_cast<std::size_t>(random.Between(0, last))];
+    format += separators[random.Between(0, 5)];
+  }
+  return format;
+}
+
+void CheckReadsBack(const KvDateTimeN& value, const char* format) {
+  KvString text;
+  KvDateTimeN read = KvDateTimeN::DefaultValue();
+  CHECK(read.ScanFromKvString(value.PrintToKvString(text, format), format) == kvOk);
+  INFO((std::string(format) + ": " + text.StrGet()));
+  CHECK(Same(read, value));
+}
+
+}  // namespace
+
+TEST_CASE("numbers print as the C library prints them, negative ones and all") {
+  for (int n = -128; n <= 127; ++n) {
+    if (n == -1) continue;
+    const KvDateTimeN value = At(n * 256, n, n, n, n, n, n * 7000001);
+    CHECK(Print(value, "%d") == Formatted("%02.2lld", n));
+    CHECK(Print(value, "%e %m %H %M") == Formatted("%2.2lld ", n) + Formatted("%02.2lld ", n) +
+                                             Formatted("%02.2lld ", n) + Formatted("%02.2lld", n));
+    CHECK(Print(value, "%S") == Formatted("%02.2lld", n));
+    CHECK(Print(value, "%Y") == Formatted("%04.4lld", n * 256));
+    CHECK(Print(value, "%y") == Formatted("%02.2lld", n * 256 % 100));
+    CHECK(Print(value, "%N") == Formatted("%lld", n * 7000001));
+    CHECK(Print(value, "%J") == Formatted("%lld", n + (n + 12LL * (n * 256)) * 30));
+    if (n < 1 || n > 12)
+      CHECK(Print(value, "%b%B") == Formatted("%03.3lld", n) + Formatted("%03.3lld", n));
+  }
+}
+
+TEST_CASE("%f prints as the C library prints the real number") {
+  Random random;
+  const int scales[] = {1, 1000, 1000000};
+  for (int i = 0; i < 3000; ++i) {
+    const int scale = scales[i % 3];
+    const int second = random.Between(0, 120);
+    const int nanosecond = scale * random.Between(0, 999999999 / scale);
+    const int sign = random.Between(0, 1) ? 1 : -1;
+    const int precision = nanosecond == 0             ? 0
+                          : nanosecond % 1000000 == 0 ? 3
+                          : nanosecond % 1000 == 0    ? 6
+                                                      : 9;
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%0*.*lf", precision + 3, precision,
+                  sign * (second + nanosecond / 1e9));
+    if (sign * second == -1 || sign * nanosecond == -1) continue;
+    if (second == 0 && nanosecond == 0) std::snprintf(expected, sizeof expected, "00");
+    CHECK(Print(At(1, 1, 1, 0, 0, sign * second, sign * nanosecond), "%f") == expected);
+  }
+  CHECK(Print(At(1, 1, 1, 0, 0, 6, 0), "%f") == "006");
+}
+
+TEST_CASE("dates and times print as strftime prints them") {
+  Random random;
+  for (int i = 0; i < 2000; ++i) {
+    const KvDate date(random.Between(KvDate(1600, 1, 1), KvDate(4000, 1, 1)));
+    const KvTime time(random.Between(0, 86399));
+    std::tm fields{};
+    fields.tm_year = date.year - 1900;
+    fields.tm_mon = date.month - 1;
+    fields.tm_mday = date.day;
+    fields.tm_hour = time.hour;
+    fields.tm_min = time.minute;
+    fields.tm_sec = time.second;
+    fields.tm_wday = (date.GetDayOfTheDate() + 1) % 7;
+    for (const char* format : {"%Y-%m-%dT%H:%M:%S", "%a %d.%b %Y", "%A%%%y", "%H-%M", "%d%m%Y"}) {
+      char expected[80];
+      std::strftime(expected, sizeof expected, format, &fields);
+      CHECK(Print(KvDateTime(date, time), format) == expected);
+    }
+    char expected[80];
+    std::strftime(expected, sizeof expected, "%I:%M:%S %p", &fields);
+    for (char* c = expected; *c != 0; ++c) *c = static_cast<char>(*c | 0x20);  // AM to am
+    CHECK(Print(time, nullptr) == expected);
+  }
+}
+
+TEST_CASE("month names, the 12-hour clock, expansions and characters that are no directives") {
+  CHECK(Print(KvDate(2000, 1, 2), "%b %B") == "Jan Januar");
+  CHECK(Print(KvDate(2000, 2, 2), "%b %B") == "Feb Februar");
+  CHECK(Print(KvDate(2000, 3, 2), nullptr) == "Thu 02.Mar 2000");
+  CHECK(Print(KvTime(13, 5, 0), "%I:%M:%S %p") == "01:05:00 pm");
+  CHECK(Print(KvTime(0, 5, 0), "%I %I %P") == "12 12 AM");
+  CHECK(Print(KvTime(0, 5, 0), "%I %%p") == "00 %p");
+  CHECK(Print(KvTime(12, 5, 0), "%I%p") == "12pm");
+  CHECK(Print(KvTime(15, 5, 0), "%I") == "03");
+  const KvDateTimeN value = At(2000, 3, 4, 5, 6, 7, 8000000);
+  CHECK(Print(value, nullptr) == "2000-03-04T05:06:07.008");
+  CHECK(Print(value, "<%D|%T|%O|%V>") ==
+        "<2000-03-04|05:06:07|2000-03-04T05:06:07|720094.05:06:07.008>");
+  CHECK(Print(value, "%q%)%? 100%") == "q)? 100%");
+}
+
+TEST_CASE("wildcards print as stars and are read back") {
+  const KvDateTimeN any = At(-1, -1, -1, -1, -1, -1, -1);
+  CHECK(Print(any, "%a %b %d %m %Y %y %H %I %M %S %N %f %J %p") == "* * * * * * * * * * * * * *");
+  CHECK(Print(KvDate(2000, -1, 5), "%a %J") == "* 719975");  // %J needs all three
+  CHECK(Same(Scanned<KvDateTimeN>("*-*-*T*:*:*", "%X"), any));
+  CHECK(Scanned<KvDate>("Mon 05.* 2000", nullptr) == KvDate(2000, -1, 5));
+  CHECK(Scanned<KvTime>("*:05:06 *", nullptr) == KvTime(-1, 5, 6));
+  const KvTimeSpan span = Scanned<KvTimeSpan>("*.00:00:00", nullptr);
+  CHECK(span.date == KvDate(-1, -1, -1));
+}
+
+TEST_CASE("optional groups drop what is zero, and come back") {
+  const char* const format = "%?(%J days )%?(%H h)%?(%?( and %M min)%?(, %f s))";
+  struct {
+    KvTimeSpan span;
+    const char* text;
+  } const cases[] = {
+      {KvTimeSpan(0, 0, 0, 0, 0), ""},
+      {KvTimeSpan(3, 4, 0, 0, 0), "3 days 04 h"},
+      {KvTimeSpan(0, 0, 5, 6, 500000000), " and 05 min, 06.500 s"},
+      {KvTimeSpan(0, 1, 0, 7, 0), "01 h, 007 s"},
+  };
+  for (const auto& [span, text] : cases) {
+    CHECK(Print(span, format) == text);
+    KvTimeSpan read;
+    CHECK(read.ScanFromKvString(KvString(text), format) == kvOk);
+    CHECK(read.Compare(span, 0x10) == 0);
+  }
+  // Literals alone never print, a directive that prints saves the whole group.
+  CHECK(Print(KvTime(0, 5, 0), "a%?(b)c%?(%H:%M)") == "ac:05");
+  CHECK(Scanned<KvTime>(":05", "%?(%H:%M)") == KvTime(0, 5, 0));
+  // A mismatch in a group takes back what the group read.
+  CHECK(Scanned<KvTime>("12:30", "%?(%S.%S.)%H:%M") == KvTime(12, 30, 0));
+  CHECK(Scanned<KvDateTime>("12:30", "%?(%D )%H:%M") == KvDateTime(KvTime(12, 30, 0)));
+}
+
+TEST_CASE("what is printed reads back, for formats that hold all components") {
+  Random random;
+  const char* const formats[] = {"%X", "%O %N", "%?(%D)%?(T%T)%?( and %N)"};
+  for (int i = 0; i < 3000; ++i) {
+    const KvDateTimeN value = RandomInstant(random);
+    for (const char* format : formats) CheckReadsBack(value, format);
+    CheckReadsBack(value, RandomFormat(random).c_str());
+    // Numbers side by side take as many digits as they print, so the year must print as four.
+    if (value.date.year < 1000 || value.date.year > 9999 || value.nanosecond == 0) continue;
+    for (const char* format : {"%Y%m%dT%H%M%S %N", "%Y%m%d%H%M%f", "%H%M%S%d%m%Y.%N", "%D%T %N"}) {
+      CheckReadsBack(value, format);
+    }
+  }
+}
+
+TEST_CASE("spans read back by their total, negative ones into their borrowed form") {
+  Random random;
+  for (int i = 0; i < 4000; ++i) {
+    KvTimeSpan span;
+    span.SetTotalNanoSeconds(1000LL * 1000000000 * random.Between(-2000000, 2000000) +
+                             random.Between(0, 999999999));
+    const KvTimeSpan read = Scanned<KvTimeSpan>(Print(span, "%V").c_str(), "%V");
+    CHECK(read.Compare(span, 0x10) == 0);
+  }
+  const KvTimeSpan span = Scanned<KvTimeSpan>("-35.00:00:00", "%V");
+  CHECK(span.date == KvDate(0, -2, 25));
+}
+
+TEST_CASE("scanning: names, two-digit years, halves of the day, blanks") {
+  CHECK(Scanned<KvDate>("Jan 1 31", "%b %d %y") == KvDate(1931, 1, 1));
+  CHECK(Scanned<KvDate>("Januar 1 30", "%B %d %y") == KvDate(2030, 1, 1));
+  CHECK(Scanned<KvDate>("  Monday   7 .\tMay 2001 ", "%a%e.%b%Y") == KvDate(2001, 5, 7));
+  CHECK(Scanned<KvDate>("-4713-11-24", "%D") == KvDate::DefaultValue());
+  CHECK(Scanned<KvDate>("800", "%J") == KvDate(2, 2, 20));
+  CHECK(Scanned<KvTime>("12:00:00 am", nullptr) == KvTime(0, 0, 0));
+  CHECK(Scanned<KvTime>("12:00:00 PM", nullptr) == KvTime(12, 0, 0));
+  CHECK(Scanned<KvTime>("pm 1:2:3", "%p %T") == KvTime(13, 2, 3));
+  CHECK(Scanned<KvTime>("13:00:00 pm", nullptr) == KvTime(13, 0, 0));
+  const KvDateTimeN value = Scanned<KvDateTimeN>("5.1234567899", "%f");
+  CHECK(value.time.second == 5);
+  CHECK(value.nanosecond == 123456789);
+  CHECK(Scanned<KvDateTimeN>("-0.5", "%f").nanosecond == -500000000);
+}
+
+TEST_CASE("scanning: what does not match, what is missing, what is too large") {
+  // What was read until the mismatch is kept; the rest is the zero value's.
+  CHECK(Scanned<KvDate>("2001-7x", "%Y-%m-%d", kvNotSupported) == KvDate(2001, 7, 1));
+  CHECK(Scanned<KvDate>("2001", "%Y") == KvDate(2001, 1, 1));
+  CHECK(Scanned<KvTime>("7", "%H:%M", kvNotSupported) == KvTime(7, 0, 0));
+  // A text that gives nothing changes nothing.
+  for (const char* text : {"", "x", "-", "Mon", "20"}) {
+    CHECK(Scanned<KvDate>(text, "%a %e", kvNotSupported) == KvDate::DefaultValue());
+  }
+  CHECK(Scanned<KvDate>("99999999999 300 -300", "%Y %m %d") == KvDate(32767, 127, -128));
+  CHECK(Scanned<KvDate>("Sepia 4", "%b %d", kvNotSupported) == KvDate(0, 9, 1));
+}
+
+TEST_CASE("nulls print and read as the null print string") {
+  KvDateTimeN value = KvDateTimeN::NullValue();
+  CHECK(Print(value, "%Y") == "{NULL}");
+  value.SetZero();
+  CHECK(value.ScanFromKvString(KvString("{NULL}"), "%Y") == kvOk);
+  CHECK(value.IsNullValue());
+  const KvString before = KvTypeMgr::GetNullPrintString();
+  const unsigned short wide[] = {'n', 'o', 'n', 'e', 0};
+  KvTypeMgr::SetNullPrintString(KvString(wide));
+  CHECK(Scanned<KvDate>("none", nullptr).IsNullValue());
+  KvTypeMgr::SetNullPrintString(before);
+}
+
+TEST_CASE("16-bit texts are read like 8-bit ones") {
+  const unsigned short wide[] = {'0', '7', ':', '0', '8', 0};
+  KvTime time(0, 0, 0);
+  CHECK(time.ScanFromKvString(KvString(wide), "%H:%M") == kvOk);
+  CHECK(time == KvTime(7, 8, 0));
+}
+
+TEST_CASE("formats from strangers: long ones are cut at what a string holds, deep groups work") {
+  std::string format, expected;
+  for (int i = 0; i < 20000; ++i) format += "%X";
+  CHECK(Print(At(2000, 1, 1, 0, 0, 0, 1), format.c_str()).size() == KvString::kMaximumBytes - 1);
+  for (int i = 0; i < 3000; ++i) expected += "Januar";
+  format.clear();
+  for (int i = 0; i < 3000; ++i) format += "%B";
+  CHECK(Print(KvDate(2000, 1, 1), format.c_str()) == expected);
+
+  format.clear();
+  for (int depth = 0; depth < 100; ++depth) format += "%?(<";
+  const std::string open = format + "%H";  // never closed
+  for (int depth = 0; depth < 100; ++depth) format += depth == 50 ? "%H>)" : ">)";
+  CHECK(Print(KvTime(0, 1, 1), format.c_str()) == "");
+  CHECK(Print(KvTime(0, 1, 1), open.c_str()) == "");
+  const std::string text = Print(KvTime(9, 1, 1), format.c_str());
+  CHECK(text == std::string(100, '<') + std::string(50, '>') + "09" + std::string(50, '>'));
+  CHECK(Scanned<KvTime>(text.c_str(), format.c_str()) == KvTime(9, 0, 0));
+  // The innermost groups do not match: the whole is taken back, and what follows is read.
+  CHECK(Scanned<KvTime>("<<<5", (format + "<<<%M").c_str()) == KvTime(0, 5, 0));
+}
