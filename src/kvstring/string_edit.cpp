@@ -193,9 +193,11 @@ void StringAccess::Replace(KvString& string, unsigned char* buffer, unsigned siz
 }
 
 bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
-  const bool sourceEmpty =
-      edit.text == nullptr || ReadUnit(edit.text, KvIsWideCodeSet(edit.codeSet)) == 0;
-  if (edit.mode != EditMode::kPut && sourceEmpty) return true;
+  // A put of no units may point at the end of a buffer: nothing is read from it.
+  if (edit.mode != EditMode::kPut &&
+      (edit.text == nullptr || ReadUnit(edit.text, KvIsWideCodeSet(edit.codeSet)) == 0)) {
+    return true;
+  }
 
   const unsigned width = UnitWidth(target.codeSet_);
   const unsigned size = LimitBufferSize(SizeAfter(edit, target.bufferSize_ / width * width, width));

@@ -4,6 +4,7 @@
 #include <doctest/doctest.h>
 
 #include <filesystem>
+#include <set>
 
 #include "golden_check/golden.h"
 
@@ -118,4 +119,10 @@ TEST_CASE("every row stores, loads, orders and hashes as its golden file says") 
     CheckBytes(file, file.run, values.At(0), file.RunCount());
     for (const unsigned char format : kForms) CheckOrder(file, values, format);
   }
+}
+
+TEST_CASE("every row has a golden file") {
+  std::set<int> rows;
+  for (const std::string& path : GoldenPaths()) rows.insert(golden::Parse(path).typeId);
+  for (int id = 0; id < 46; ++id) CHECK_MESSAGE(rows.contains(id), "row ", id);
 }

@@ -15,13 +15,6 @@
 
 #include "kv.h"
 
-#if __has_include("kvistring.h")
-#include "kvistring.h"
-#endif
-#if __has_include("kvblob.h")
-#include "kvblob.h"
-#endif
-
 namespace golden {
 
 struct Field {
@@ -120,14 +113,11 @@ inline void FillValue(const std::vector<Field>& fields, const std::string& text,
                       unsigned char* memory, unsigned width) {
   const std::string& kind = fields[0].kind;
   if (kind == "string") return FillString(text, *reinterpret_cast<KvString*>(memory));
-#if __has_include("kvistring.h")
   if (kind == "bytes") {
     // Both classes of 8-bit strings hold their text alike.
     *reinterpret_cast<KvIString*>(memory) = Bytes(text).c_str();
     return;
   }
-#endif
-#if __has_include("kvblob.h")
   if (kind == "blob") {
     KvBlob& blob = *reinterpret_cast<KvBlob*>(memory);
     if (text == "null") {
@@ -141,7 +131,6 @@ inline void FillValue(const std::vector<Field>& fields, const std::string& text,
     blob.SetTo(bytes.data(), static_cast<int>(bytes.size()));
     return;
   }
-#endif
   std::istringstream in(text);
   unsigned offset = 0;
   for (const Field& field : fields) {
