@@ -145,7 +145,7 @@ TEST_CASE("runs decode as their characters do one by one") {
 }
 
 TEST_CASE("a string takes 32,767 bytes and holds 32,765 characters") {
-  for (const std::size_t size : {32765, 32766, 32767, 32768, 32769, 40000}) {
+  for (const std::size_t size : {32765U, 32766U, 32767U, 32768U, 32769U, 40000U}) {
     CheckDecoders(std::string(size, 'a'));
   }
   CheckDecoders(std::string(32766, 'a') + "\xC3\xA9");  // the last character passes the ceiling
