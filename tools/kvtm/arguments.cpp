@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "failure.h"
+#include "numbers.h"
 
 const std::vector<Option>& AllOptions() {
   static const std::vector<Option> options = {
@@ -46,8 +47,11 @@ const Option* FindOption(std::string_view name, std::string_view listed) {
   return nullptr;
 }
 
+// A "-" before a digit begins a negative number, and -Infinity is one too.
 bool LooksLikeOption(const std::string& word) {
-  return word.size() > 1 && word[0] == '-' && !(word[1] >= '0' && word[1] <= '9') && word[1] != '.';
+  if (word.size() < 2 || word[0] != '-') return false;
+  return (word[1] < '0' || word[1] > '9') && word[1] != '.' &&
+         !EqualsIgnoringCase(word, "-Infinity");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // A command line after the command's name: operands and options in any order. "--" ends the
-// options. A "-" before a digit begins a negative number, not an option.
+// options. Negative numbers are operands.
 #pragma once
 
 #include <map>

@@ -15,10 +15,10 @@ format that it prints in by default.
 
 Examples:
   $ kvtm types | head -n 4
-  id  type           id name           memory  stored  null  format
-  0   o_char         Kv1B_T            1       1       no    %c
-  1   o_2b           Kv2B_T            2       2       no    %hd
-  2   o_4b           Kv4B_T            4       4       no    %ld
+  id  type             id name            memory  stored  null  format
+  0   o_char           Kv1B_T             1       1       no    %c
+  1   o_2b             Kv2B_T             2       2       no    %hd
+  2   o_4b             Kv4B_T             4       4       no    %ld
 )",
        "json", 0, 0, RunTypes},
       {"describe", "", "tell which library this is",
@@ -36,7 +36,7 @@ Examples:
   $ kvtm store Kv4B_T --order 2 1 -2
   00000001fffffffe
   $ kvtm store KvSTRING_T Straße
-  0a000101537472617aff
+  0a00010153747261df6500ff
 )",
        "order format codeset language", 2, kAnyNumber, RunStore},
       {"load", "TYPE HEX...", "read stored bytes, one value a line",
@@ -143,7 +143,9 @@ compared by, and what they mean. A character may have two.
 
 Examples:
   $ kvtm order 'é 7'
-  é   0x511c  lower letter e with accent acute
+  é  0x511c  lower letter e with accent acute
+     0x0021  space
+  7  0x3f46  digit 7
 )",
        "codeset language json", 1, 1, RunOrder},
       {"convert", "[FILE]", "convert a text between code sets",

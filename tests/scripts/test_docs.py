@@ -1,0 +1,85 @@
+"""The pages say what the programs do: console blocks are run, programs in C++ are compiled and run.
+
+Fences: ```console is run and compared. ```cpp is compiled and run when it holds a main function.
+Everything else (other languages, drawings without one) is for reading only.
+"""
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from program import KVTM, SOURCE, KvtmTest
+
+sys.path.insert(0, str(Path(SOURCE) / "tools"))
+import tour  # noqa: E402
+
+PROGRAMS = str(Path(KVTM).resolve().parent)
+PAGES = sorted([Path(SOURCE) / "README.md", Path(SOURCE) / "CONTRIBUTING.md",
+                *(Path(SOURCE) / "docs").glob("*.md")])
+
+
+def matches(expected, printed):
+    """Whether the lines are as expected, "..." standing for any lines."""
+    pattern = "".join(".*" if line == "..." else re.escape(line) + "\n" for line in expected)
+    return re.fullmatch(pattern, printed, re.S) is not None
+
+
+class Pages(KvtmTest):
+    def check(self, command, expected):
+        printed = tour.run(command, PROGRAMS)
+        if not matches(expected, printed):
+            self.assertEqual(printed, "\n".join(expected) + "\n", command)
+
+    def test_console_blocks(self):
+        for page in PAGES:
+            for kind, content in tour.pieces(page.read_text(encoding="utf-8")):
+                for command, expected in content if kind == "console" else []:
+                    with self.subTest(page=page.name, command=command):
+                        self.check(command, expected)
+
+    def test_examples_in_the_help(self):
+        for command in re.findall(r"^  (\w+)  ", self.good("--help"), re.M):
+            try:
+                text = self.good("help", command)
+            except AssertionError:
+                continue  # a heading of the manual, not a command
+            example = None
+            for line in text.partition("\nExamples:\n")[2].partition("\n\n")[0].splitlines() + ["$"]:
+                if line.startswith("  $ ") or line == "$":
+                    if example:
+                        with self.subTest(command=example[0]):
+                            self.check(*example)
+                    example = (line[4:], [])
+                else:
+                    example[1].append(line[2:])
+
+    def test_programs(self):
+        flags = ["-m32"] if os.environ.get("KV_ABI32") == "ON" else []
+        if os.environ.get("KV_SANITIZE"):
+            flags += [f"-fsanitize={os.environ['KV_SANITIZE']}"]
+        libraries = str(Path(os.environ["KV_BUILD_DIR"]) / "lib")
+        for page in PAGES:
+            for source in re.findall(r"^```cpp\n(.*?)^```", page.read_text(encoding="utf-8"),
+                                     re.S | re.M):
+                if "int main" not in source:
+                    continue
+                with self.subTest(page=page.name), tempfile.TemporaryDirectory() as folder:
+                    file = Path(folder) / "program.cpp"
+                    file.write_text(source, encoding="utf-8")
+                    includes = [f"-I{Path(SOURCE) / folder}" for folder in
+                                ("kvcore/inc", "platform/zbs/inc", "platform/zin/inc")]
+                    done = subprocess.run(
+                        [os.environ.get("CXX", "c++"), "-std=c++20", *flags, *includes, str(file),
+                         "-o", str(Path(folder) / "program"), f"-L{libraries}",
+                         f"-Wl,-rpath,{libraries}", "-lZM140Ztm142", "-lZM140Zbs142",
+                         "-lZM140Zin142"], capture_output=True, text=True)
+                    self.assertEqual(done.returncode, 0, done.stderr)
+                    subprocess.run([str(Path(folder) / "program")], check=True,
+                                   stdout=subprocess.DEVNULL)
+
+
+if __name__ == "__main__":
+    unittest.main()
