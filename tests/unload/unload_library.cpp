@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <malloc.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
@@ -45,10 +46,14 @@ int main(int count, char** arguments) {
     if (!LoadOnce(arguments[1])) return 1;
   }
   const std::size_t before = HeapInUse();
+  const auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < times; ++i) {
     if (!LoadOnce(arguments[1])) return 1;
   }
+  const std::chrono::duration<double, std::micro> elapsed =
+      std::chrono::steady_clock::now() - start;
   const std::size_t after = HeapInUse();
-  std::printf("heap in use: %zu before, %zu after %d loads\n", before, after, times);
+  std::printf("heap in use: %zu before, %zu after %d loads; %.0f us to load and unload\n", before,
+              after, times, elapsed.count() / times);
   return after > before + 1024 ? 1 : 0;
 }
