@@ -166,14 +166,14 @@ TEST_CASE("property records tell what sort of character each is") {
   const auto isLetter = [&](unsigned unicode) {
     return order(unicode) >= 16384 && order(unicode) < 32768;
   };
-  for (unsigned letter : {0x41, 0xE9, 0xDF, 0x3B1, 0x416, 0x5D0, 0x3042, 0xAC00}) {
+  for (unsigned letter : {0x41U, 0xE9U, 0xDFU, 0x3B1U, 0x416U, 0x5D0U, 0x3042U, 0xAC00U}) {
     CHECK(isLetter(letter));
   }
   for (unsigned digit = 0; digit < 10; ++digit) {
     CHECK(order('0' + digit) == static_cast<int>(16128 + 10 * digit));
     CHECK(order(0x0660 + digit) == static_cast<int>(16128 + 10 * digit));
   }
-  for (unsigned symbol : {0x21, 0x7E, 0x20AC, 0xB2, 0x2014, 0x3001}) {
+  for (unsigned symbol : {0x21U, 0x7EU, 0x20ACU, 0xB2U, 0x2014U, 0x3001U}) {
     CHECK(order(symbol) >= 80);
     CHECK(order(symbol) < 16128);
   }

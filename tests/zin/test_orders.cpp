@@ -76,9 +76,9 @@ TEST_CASE("digits, symbols and spaces have their ranges") {
   CHECK(Orders(0xB4).first == 80 + 88);
   CHECK(Orders(0xB5).first == 80 + 110);
   CHECK(Orders(0xBF).first == 80 + 139);
-  for (unsigned space : {0x20, 0x09, 0x0D, 0xA0, 0x3000}) CHECK(Orders(space).first < 80);
+  for (unsigned space : {0x20U, 0x09U, 0x0DU, 0xA0U, 0x3000U}) CHECK(Orders(space).first < 80);
   CHECK(Orders(0).first == 0);
-  for (unsigned symbol : {0x20AC, 0x2014, 0x201E, 0xBC}) {  // before digits and letters
+  for (unsigned symbol : {0x20ACU, 0x2014U, 0x201EU, 0xBCU}) {  // before digits and letters
     CHECK(Orders(symbol).first >= 80);
     CHECK(Orders(symbol).first < 16128);
   }
