@@ -3,21 +3,16 @@
 #include "kvhash.h"
 #include "kvstring.h"
 #include "kvstring/collate.h"
+#include "kvstring/fold.h"
 #include "kvstring/string_edit.h"
 
 namespace kv {
 
 namespace {
 
-constexpr unsigned Fold(unsigned hash, unsigned key) {
-  return hash * 9 + key;
-}
-
-unsigned HashBytes(const unsigned char* bytes, unsigned length) {
-  unsigned hash = 0;
-  if (bytes == nullptr) return hash;
-  for (unsigned step = 0; step < length; ++step) hash = Fold(hash, bytes[step]);
-  return hash;
+unsigned HashBytes(const void* bytes, unsigned length) {
+  if (bytes == nullptr) return 0;
+  return FoldUnits<unsigned char>(bytes, length, [](unsigned byte) { return byte; });
 }
 
 unsigned HashOrders(const Text& text, short length) {
@@ -35,23 +30,15 @@ unsigned HashOrders(const Text& text, short length) {
   return hash;
 }
 
-// Folds the units of a string up to the first zero one, as Key sees them.
-template <class Unit, class Key>
-unsigned HashUnits(const char* text, Key key) {
-  unsigned hash = 0;
-  for (;; text += sizeof(Unit)) {
-    Unit unit;
-    std::memcpy(&unit, text, sizeof unit);
-    if (unit == 0) return hash;
-    hash = Fold(hash, key(unit));
-  }
-}
-
+// Folds the units of a string up to the first zero one, as Key sees them. Bytes are signed.
 template <class Key>
 unsigned HashUnits(const KvString& text, Key key) {
+  const char* units = text.StrGet();
+  if (text.GetCodeSet() == kvCodeSetUnicode) {
+    return FoldUnits<unsigned short>(units, text.Len(), key);
+  }
   // Every other code set goes by bytes, other 16-bit numbers too: stored hashes depend on it.
-  return text.GetCodeSet() == kvCodeSetUnicode ? HashUnits<unsigned short>(text.StrGet(), key)
-                                               : HashUnits<char>(text.StrGet(), key);
+  return FoldUnits<signed char>(units, std::strlen(units), key);
 }
 
 }  // namespace
@@ -61,7 +48,7 @@ unsigned HashText(const Text& text) {
   if (text.codeSet != kvCodeSetBytes) return HashOrders(text, -1);
   const unsigned length = text.length == kToTerminator ? TextLength(text.units, false)
                                                        : TextLength(text.units, false, text.length);
-  return HashBytes(static_cast<const unsigned char*>(text.units), length);
+  return HashBytes(text.units, length);
 }
 
 }  // namespace kv
@@ -75,7 +62,7 @@ unsigned HashString(unsigned char codeSet, unsigned char language, const char* d
   if (length < 0) return kv::HashText({codeSet, language, data, kv::kToTerminator, option});
   const auto units = static_cast<unsigned>(length);
   if (codeSet == kvCodeSetBytes) {
-    return kv::HashBytes(reinterpret_cast<const unsigned char*>(data), units);
+    return kv::HashBytes(data, units);
   }
   return kv::HashOrders({codeSet, language, data, units, option}, length);
 }

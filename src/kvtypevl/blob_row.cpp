@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstring>
 
+#include "kvstring/fold.h"
 #include "kvtypes/convert.h"
 #include "kvtypevl/bounds.h"
 #include "kvtypevl/compare.h"
@@ -62,16 +63,8 @@ int OrderBlobs(const BlobView& a, const BlobView& b) {
   return order != 0 ? ThreeWay(order, 0) : ThreeWay(a.length, b.length);
 }
 
-// h = 9 * h + byte over the bytes. Four steps are taken at once, so that the multiplications do not
-// wait for each other.
 unsigned HashBytes(const unsigned char* bytes, o_u4b length) {
-  unsigned hash = 0;
-  o_u4b i = 0;
-  for (; i + 4 <= length; i += 4) {
-    hash = 6561 * hash + (729u * bytes[i] + 81u * bytes[i + 1] + 9u * bytes[i + 2] + bytes[i + 3]);
-  }
-  for (; i < length; ++i) hash = 9 * hash + bytes[i];
-  return hash;
+  return FoldUnits<unsigned char>(bytes, length, [](unsigned byte) { return byte; });
 }
 
 // What storing a run takes, its total's own width included.

@@ -18,16 +18,28 @@ namespace kv {
 inline constexpr unsigned kHashMultiplier = 1103515245;  // 0x41C64E6D
 inline constexpr unsigned kNullHash = 0xFEFE7575;
 
+// Sixteen bytes that are XORed at once.
+using XorBlock = std::uint64_t __attribute__((vector_size(16)));
+
+inline XorBlock LoadBlock(const unsigned char* at) {
+  XorBlock block;
+  std::memcpy(&block, at, sizeof block);
+  return block;
+}
+
 // XOR of all `width`-byte words (1, 2, 4 or 8) of a buffer of `size` bytes, a multiple of `width`.
-// 64-byte blocks are folded in eight independent lanes, which the compiler turns into vectors.
+// Four blocks are under way at a time, so that none waits for the one before.
 inline std::uint64_t XorWords(const unsigned char* at, std::size_t size, unsigned width) {
-  std::uint64_t lanes[8] = {};
+  XorBlock a{}, b{}, c{}, d{};
   std::size_t i = 0;
   for (; i + 64 <= size; i += 64) {
-    for (unsigned lane = 0; lane < 8; ++lane) lanes[lane] ^= LoadWord(at + i + 8 * lane);
+    a ^= LoadBlock(at + i);
+    b ^= LoadBlock(at + i + 16);
+    c ^= LoadBlock(at + i + 32);
+    d ^= LoadBlock(at + i + 48);
   }
-  std::uint64_t folded = 0;
-  for (const std::uint64_t lane : lanes) folded ^= lane;
+  const XorBlock all = a ^ b ^ c ^ d;
+  std::uint64_t folded = all[0] ^ all[1];
   for (; i + 8 <= size; i += 8) folded ^= LoadWord(at + i);
   for (unsigned bits = 64; bits > 8 * width; bits /= 2) folded ^= folded >> (bits / 2);
   for (; i < size; i += width) {
