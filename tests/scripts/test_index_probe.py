@@ -40,6 +40,7 @@ COLUMNS = [
     ("KvDate", dates(5000), ["1950-01-01", "1951-06-30", "1999-12-31", "2049-12-28"], str),
     ("d_Date", dates(2000), ["1960-02-29", "2040-03-01"], str),
     ("KvString", words(5000), ["aaz", "foo", "mmm", "zzy"], str),
+    ("KvCASEISTRING_T", words(2000), ["b", "zx"], str),
 ]
 # Rows whose columns above are spread evenly, so that the estimate must come close.
 EVEN = {"o_4b", "o_u2b", "KvINT64_T", "KvNull_int", "o_double", "KvFLOAT_T", "KvDate", "d_Date"}
