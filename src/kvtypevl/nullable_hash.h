@@ -37,25 +37,48 @@ struct NullableLanes {
   __m128i flags;
 };
 
-// The elements at `at`, as kvnull.h's layouts place them (bytes of one lane, low to high):
+// Four lanes chosen from two vectors: i and j of `a`, then k and l of `b`.
+template <int i, int j, int k, int l>
+__m128i ChooseLanes(__m128i a, __m128i b) {
+  return _mm_castps_si128(
+      _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(l, k, j, i)));
+}
+
+// The elements at `at`, as kvnull.h's layouts place them (32-bit lanes, and bytes of one lane, from
+// low to high; "-" is padding):
 //
-//   4-byte scalars   two loads, key words and flag words alternating
-//   2-byte scalars   key key flag 0
-//   1-byte scalars   key flag key flag: two elements a lane, `half` chooses
+//   8-byte scalars   low high flag -, four loads
+//   KvInt64          low high flag, three loads hold four elements
+//   4-byte scalars   key flag, two loads
+//   2-byte scalars   bytes key key flag -
+//   1-byte scalars   bytes key flag key flag: two elements a lane, `half` chooses
 template <class Scalar>
 NullableLanes LoadNullableLanes(const unsigned char* at, [[maybe_unused]] unsigned half) {
-  const auto load = [at](unsigned offset) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + offset));
+  const auto load = [at](unsigned vector) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at) + vector);
   };
-  if constexpr (sizeof(Scalar) == 4) {
-    const __m128 a = _mm_castsi128_ps(load(0));
-    const __m128 b = _mm_castsi128_ps(load(16));
-    const __m128i flags = _mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1)));
-    return {_mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0))),
-            _mm_and_si128(flags, _mm_set1_epi32(0xFF))};
+  const __m128i flagByte = _mm_set1_epi32(0xFF);
+  const __m128i a = load(0);
+  if constexpr (std::is_same_v<Scalar, KvInt64>) {
+    const __m128i b = load(1), c = load(2);
+    const __m128i low = ChooseLanes<0, 3, 0, 2>(a, ChooseLanes<2, 2, 1, 1>(b, c));
+    const __m128i high =
+        ChooseLanes<0, 2, 0, 2>(ChooseLanes<1, 1, 0, 0>(a, b), ChooseLanes<3, 3, 2, 2>(b, c));
+    const __m128i flags = ChooseLanes<0, 2, 0, 3>(ChooseLanes<2, 2, 1, 1>(a, b), c);
+    return {_mm_xor_si128(low, high), _mm_and_si128(flags, flagByte)};
+  } else if constexpr (sizeof(Scalar) == 8) {
+    const __m128i b = load(1), c = load(2), d = load(3);
+    const __m128i ab = ChooseLanes<0, 1, 0, 1>(a, b), cd = ChooseLanes<0, 1, 0, 1>(c, d);
+    const __m128i flags =
+        ChooseLanes<0, 2, 0, 2>(ChooseLanes<2, 2, 2, 2>(a, b), ChooseLanes<2, 2, 2, 2>(c, d));
+    return {_mm_xor_si128(ChooseLanes<0, 2, 0, 2>(ab, cd), ChooseLanes<1, 3, 1, 3>(ab, cd)),
+            _mm_and_si128(flags, flagByte)};
+  } else if constexpr (sizeof(Scalar) == 4) {
+    const __m128i b = load(1);
+    return {ChooseLanes<0, 2, 0, 2>(a, b), _mm_and_si128(ChooseLanes<1, 3, 1, 3>(a, b), flagByte)};
   } else {
     constexpr int kKeyBits = 8 * sizeof(Scalar);
-    const __m128i lanes = half == 0 ? load(0) : _mm_srli_epi32(load(0), 16);
+    const __m128i lanes = half == 0 ? a : _mm_srli_epi32(a, 16);
     const __m128i raised = _mm_slli_epi32(lanes, 32 - kKeyBits);
     return {std::is_signed_v<Scalar> ? _mm_srai_epi32(raised, 32 - kKeyBits)
                                      : _mm_srli_epi32(raised, 32 - kKeyBits),
@@ -66,14 +89,14 @@ NullableLanes LoadNullableLanes(const unsigned char* at, [[maybe_unused]] unsign
 // Adds the leading elements of a run in memory form that fill whole loads. Result: their number.
 template <class Scalar>
 unsigned AddNullableLanes(NullableHash& hash, const unsigned char* at, unsigned count) {
-  constexpr unsigned kLoads = sizeof(Scalar) == 4 ? 2 : 1;
   constexpr unsigned kHalves = sizeof(Scalar) == 1 ? 2 : 1;
   constexpr unsigned kElements = 4 * kHalves;
+  constexpr unsigned kBytes = kElements * sizeof(KvNullable<Scalar>);
   const __m128i multiplier = _mm_set1_epi32(static_cast<int>(kHashMultiplier));
   __m128i products = _mm_setzero_si128();
   __m128i presence = _mm_setzero_si128();
   unsigned done = 0;
-  for (; count - done >= kElements; done += kElements, at += 16 * kLoads) {
+  for (; count - done >= kElements; done += kElements, at += kBytes) {
     for (unsigned half = 0; half < kHalves; ++half) {
       const NullableLanes lanes = LoadNullableLanes<Scalar>(at, half);
       const __m128i present = _mm_cmpeq_epi32(lanes.flags, _mm_setzero_si128());

@@ -35,8 +35,7 @@ unsigned NullableRow<ScalarRowType>::Hash(unsigned char op, unsigned length, con
   NullableHash hash;
   Scalar scalar = ScalarCodecType::Blank();
   if (format.IsMemory()) {
-    unsigned i = 0;
-    if constexpr (sizeof(Scalar) <= 4) i = AddNullableLanes<Scalar>(hash, at, visible);
+    unsigned i = AddNullableLanes<Scalar>(hash, at, visible);
     for (at += std::size_t{i} * stride; i < visible; ++i, at += stride) {
       std::memcpy(static_cast<void*>(&scalar), at, sizeof scalar);
       hash.Add(at[sizeof scalar] != 0, ScalarRowType::Key(scalar));
