@@ -2,6 +2,7 @@
 #include "kvtypevl/istring_rows.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "kvcompare.h"
@@ -78,21 +79,54 @@ class WeightedRun {
 
 // --- Bounds ---
 
-// Where a text stands between two others: what the bounds begin with alike is passed over, the next
-// weights are a number.
+// What characters a weight may stand for, as bits. Without case a letter's weight is both.
+enum WeightKind : unsigned char { kDigit = 1, kSmall = 2, kCapital = 4, kRest = 8, kAll = 15 };
+
+template <class Weights>
+constexpr std::array<unsigned char, 256> kKinds = [] {
+  std::array<unsigned char, 256> kinds{};
+  const auto add = [&kinds](unsigned first, unsigned last, WeightKind kind) {
+    for (unsigned byte = first; byte <= last; ++byte) {
+      kinds[WeightsOf<Weights>::kTable[byte].first] |= kind;
+    }
+  };
+  add('0', '9', kDigit);
+  add('a', 'z', kSmall);
+  add('A', 'Z', kCapital);
+  for (unsigned char& kind : kinds) {
+    if (kind == 0) kind = kRest;
+  }
+  return kinds;
+}();
+
+// Where a text stands between two others, as a number. What both begin with is passed over; behind
+// it the weights are digits, and the base is the number of weights of the kinds that occur there:
+// 26 between "aaa" and "zzz", 10 between "100" and "999". Any other weight ends the number where it
+// falls between two digits.
 template <class Weights>
 class WeightScale {
  public:
-  struct Codec {
-    using Value = WeightedText;
-  };
-  static constexpr bool kPositionIsFloating = false;
-
   WeightScale(const WeightedText& lower, const WeightedText& upper) : lower_(lower) {
     WeightWalk<Weights> low(lower, 0, false);
     WeightWalk<Weights> high(upper, 0, false);
-    for (unsigned weight = low.Next(); weight != 0 && weight == high.Next(); weight = low.Next()) {
-      ++shared_;
+    unsigned lowWeight = low.Next();
+    unsigned highWeight = high.Next();
+    for (; lowWeight != 0 && lowWeight == highWeight; ++shared_) {
+      lowWeight = low.Next();
+      highWeight = high.Next();
+    }
+    const bool isRaw = ((lower.flags | upper.flags) & KvWeightedString<Weights>::kRawBytes) != 0;
+    unsigned kinds = isRaw || lowWeight == highWeight ? kAll : 0;
+    for (; lowWeight != 0; lowWeight = low.Next()) kinds |= kKinds<Weights>[lowWeight];
+    for (; highWeight != 0; highWeight = high.Next()) kinds |= kKinds<Weights>[highWeight];
+    for (unsigned weight = 1; weight < 256; ++weight) {
+      isDigit_[weight] = (kKinds<Weights>[weight] & kinds) != 0;
+      digit_[weight] = base_;
+      if (isDigit_[weight]) ++base_;
+    }
+    while (end_ * base_ < kLongest) {
+      end_ *= base_;
+      ++length_;
     }
   }
 
@@ -101,19 +135,30 @@ class WeightScale {
     WeightWalk<Weights> begin(lower_, 0, false);
     for (unsigned i = 0; i < shared_; ++i) {
       const int order = static_cast<int>(walk.Next()) - static_cast<int>(begin.Next());
-      if (order != 0) return order < 0 ? -1 : kEnd;
+      if (order != 0) return order < 0 ? -1 : end_;
     }
     double position = 0;
-    for (unsigned i = 0; i < kDigits; ++i) position = position * 256 + walk.Next();
+    double unit = end_;
+    for (unsigned i = 0; i < length_; ++i) {
+      const unsigned weight = walk.Next();
+      if (weight == 0) break;
+      unit /= base_;
+      position += digit_[weight] * unit;
+      if (!isDigit_[weight]) break;
+    }
     return position;
   }
 
  private:
-  static constexpr unsigned kDigits = 6;
-  static constexpr double kEnd = 0x1p48;  // behind every text with the shared beginning
+  static constexpr double kLongest = 0x1p50;  // a double tells the numbers up to here apart
 
   WeightedText lower_;
   unsigned shared_ = 0;
+  bool isDigit_[256] = {};
+  unsigned digit_[256] = {};
+  unsigned base_ = 0;
+  unsigned length_ = 0;  // digits of a number
+  double end_ = 1;       // behind every text with the shared beginning
 };
 
 // A text of one, whichever form it is in; false when there is none.
