@@ -213,6 +213,16 @@ constexpr bool WeighAlike(unsigned char a, unsigned char b) {
   return left.first == right.first && sameEnd;
 }
 
+// CompareByWeights from byte `at` on, for texts whose bytes before that weigh alike. Kept out of
+// the way of the fast path, which seldom comes here.
+template <class Weights, class Text>
+[[gnu::noinline]] int CompareSlowly(const Text a, const Text b, unsigned steps, std::size_t at) {
+  for (std::size_t i = 0; i < at; ++i) {
+    steps -= WeightsOf<Weights>::kTable[a.At(i)].IsExpansion() ? 2 : 1;
+  }
+  return CompareByWeights<Weights>(a.Measured(), b.Measured(), steps, at);
+}
+
 // Bytes that cannot weigh more than `steps` weights: a byte has two at most.
 constexpr std::size_t SafeBytes(unsigned steps) {
   return steps / 2;
@@ -240,10 +250,7 @@ template <class Weights, class Text>
     if (!WeighAlike<Weights>(left, right)) break;
     if (left == 0) return 0;
   }
-  for (std::size_t i = 0; i < at; ++i) {
-    steps -= WeightsOf<Weights>::kTable[a.At(i)].IsExpansion() ? 2 : 1;
-  }
-  return CompareByWeights<Weights>(a.Measured(), b.Measured(), steps, at);
+  return CompareSlowly<Weights>(a, b, steps, at);
 }
 
 // The same as CompareByWeights for texts of one kind: words while they are equal, then, as a rule,
@@ -254,9 +261,7 @@ inline int CompareWeighted(const Text a, const Text b, unsigned steps = kLongest
   constexpr unsigned char kFlags =
       KvWeightedString<Weights>::kRawBytes | KvWeightedString<Weights>::kAccents;
   if (a.bytes == nullptr || b.bytes == nullptr) return (a.bytes != nullptr) - (b.bytes != nullptr);
-  if (((a.flags | b.flags) & kFlags) != 0) {
-    return CompareByWeights<Weights>(a.Measured(), b.Measured(), steps);
-  }
+  if (((a.flags | b.flags) & kFlags) != 0) return CompareSlowly<Weights>(a, b, steps, 0);
   const std::size_t safe = SafeBytes(steps);
   std::size_t at = 0;
   for (; at + 8 <= safe && a.HasWord(at) && b.HasWord(at); at += 8) {
