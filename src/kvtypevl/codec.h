@@ -55,7 +55,6 @@ struct FieldCodec {
   static_assert(std::is_trivially_copyable_v<T>);
   using Value = T;
 
-  static constexpr unsigned kFieldCount = sizeof...(fields);
   static constexpr unsigned kMemoryWidth = sizeof(T);
   static constexpr unsigned kStoredWidth = (fields.width + ... + 0u);
 
