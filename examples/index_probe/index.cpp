@@ -21,6 +21,11 @@ void Require(int status, const char* doing) {
   }
 }
 
+Stored Copy(const MDB_val& value) {
+  const auto* at = static_cast<const unsigned char*>(value.mv_data);
+  return {at, at + value.mv_size};
+}
+
 std::string MakeFolder() {
   std::string path = (std::filesystem::temp_directory_path() / "index_probe.XXXXXX").string();
   if (mkdtemp(path.data()) == nullptr) {
@@ -31,7 +36,7 @@ std::string MakeFolder() {
 
 }  // namespace
 
-OrderedIndex::OrderedIndex(const Row& row) : folder_(MakeFolder()) {
+OrderedIndex::OrderedIndex(const Row& row) : row_(row), folder_(MakeFolder()) {
   orderedRow = &row;
   Require(mdb_env_create(&environment_), "made");
   Require(mdb_env_open(environment_, folder_.c_str(), MDB_NOSYNC | MDB_NOLOCK, 0600), "opened");
@@ -70,12 +75,23 @@ void OrderedIndex::Fill(const std::vector<Stored>& column, const std::string& co
   Require(mdb_txn_commit(transaction), "filled");
 }
 
-Stored OrderedIndex::End(MDB_cursor_op op) const {
+Stored OrderedIndex::First() const {
+  Cursor cursor(*this);
   MDB_val key;
   MDB_val data;
-  Require(Cursor(*this).Get(key, data, op), "read");
-  const auto* at = static_cast<const unsigned char*>(key.mv_data);
-  return {at, at + key.mv_size};
+  Require(cursor.Get(key, data, MDB_FIRST), "read");
+  const Stored first = Copy(key);
+  // All nulls are one key.
+  if (!row_.IsNull(first) || cursor.Get(key, data, MDB_NEXT_NODUP) != MDB_SUCCESS) return first;
+  return Copy(key);
+}
+
+Stored OrderedIndex::Last() const {
+  Cursor cursor(*this);
+  MDB_val key;
+  MDB_val data;
+  Require(cursor.Get(key, data, MDB_LAST), "read");
+  return Copy(key);
 }
 
 OrderedIndex::LineNumber OrderedIndex::LineOf(const MDB_val& data) {

@@ -25,8 +25,10 @@ class OrderedIndex {
   // Fails when a value's stored form is longer than a key may be, with its line.
   void Fill(const std::vector<Stored>& column, const std::string& columnName);
 
-  Stored First() const { return End(MDB_FIRST); }
-  Stored Last() const { return End(MDB_LAST); }
+  // The first key and the last. Nulls order before every value and bound nothing, so the first key
+  // that is none is taken where there is one.
+  Stored First() const;
+  Stored Last() const;
 
   // Calls take(key, line) in order from the first key that is not below `lower` on, until take
   // answers false. A null `lower` is the beginning.
@@ -58,8 +60,8 @@ class OrderedIndex {
   };
 
   static LineNumber LineOf(const MDB_val& data);
-  Stored End(MDB_cursor_op op) const;
 
+  const Row& row_;
   std::string folder_;
   MDB_env* environment_ = nullptr;
   MDB_dbi database_ = 0;

@@ -132,3 +132,9 @@ std::string Row::Print(const Stored& stored) const {
   KvString text;
   return ToUtf8(types_.PrintToKvString(id_, text, value.At(), Format(), 1));
 }
+
+bool Row::IsNull(const Stored& stored) const {
+  const Value value(types_, id_);
+  types_.Load(id_, value.At(), stored.data(), kKeyFormat, 1);
+  return types_.IsNullValue(id_, value.At()) != 0;
+}

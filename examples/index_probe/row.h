@@ -28,6 +28,7 @@ class Row {
   // The value that `text` (UTF-8) stands for. Fails when it is no value of the row.
   Stored Read(const std::string& text) const;
   std::string Print(const Stored& value) const;
+  bool IsNull(const Stored& value) const;
 
   // -1, 0 or 1. A length of 0 means "one value".
   int Compare(const void* a, unsigned lengthOfA, const void* b, unsigned lengthOfB) const {

@@ -91,6 +91,10 @@ class IndexProbe(unittest.TestCase):
                              "-3", lines=lines)
         self.assertEqual([answer[5] for answer in ANSWER.findall(output)],
                          ["{NULL}, {NULL}", "5, 5", "{NULL}, {NULL}"])
+        self.assertIn("6 values of KvNull_long, from -3 to 80", output)  # nulls bound nothing
+        _, output, _ = probe("--type", "KvNull_long", "--file", "-", "=", "{NULL}", "=", "1",
+                             lines=["{NULL}"] * 3)
+        self.assertEqual([answer[4] for answer in ANSWER.findall(output)], ["3", "no"])
 
     def test_words_in_the_order_of_their_language(self):
         lines = ["zebra", "Öl", "Ofen", "Masse", "Maße", "öde"]
