@@ -75,7 +75,7 @@ void RegisterWidth(const char* width, unsigned char codeSet) {
 
 // Neighbouring keys of an index: pairs that share a beginning.
 struct Keys {
-  static constexpr unsigned kCount = 1024;
+  static constexpr unsigned kCount = 32768;
   struct Place {
     unsigned offset;
     unsigned length;

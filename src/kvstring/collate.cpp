@@ -2,6 +2,9 @@
 // order words (zinorder.h); characters of one order, nearly all of them, compare by one exclusive
 // or of two words. Whatever else there is (ligatures against plain letters, options that skip,
 // texts of orders) goes through order cursors, which are plain and slower.
+#include <algorithm>
+#include <cstdint>
+
 #include "kvstring/collate_units.h"
 
 namespace kv {
@@ -164,6 +167,70 @@ inline bool IsOrdinary(unsigned char codeSet1, unsigned char language1, unsigned
          (cmpOp & (kvCompareSkipSpaces | kvCompareKeyOrder)) == 0 && !wildcardsInUse;
 }
 
+// What the first two different characters make of an ordinary comparison. Most comparisons end with
+// them; kUndecided when this one does not.
+constexpr int kUndecided = 2;
+
+inline int Decide(unsigned word1, unsigned word2) {
+  if (((word1 | word2) & kPairBit) != 0) return kUndecided;
+  if ((word1 ^ word2) >> 16 != 0) return Sign(word1, word2);
+  return kUndecided;
+}
+
+// An ordinary comparison of two texts with known lengths and one byte order. What they begin with
+// alike is passed over in words, whatever the byte order.
+template <class Unit, class Table>
+int CompareCounted(const Text& text1, const Text& text2, const Table& table, unsigned short cmpOp) {
+  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
+  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
+  constexpr unsigned kUnitsAWord = 8 / sizeof(Unit);
+  const unsigned char* begin1 = BeginOf(text1);
+  const unsigned char* begin2 = BeginOf(text2);
+  const unsigned units = std::min(text1.length, text2.length);
+  unsigned at = 0;
+  for (; at + kUnitsAWord <= units; at += kUnitsAWord) {
+    std::uint64_t word1;
+    std::uint64_t word2;
+    std::memcpy(&word1, begin1 + at * sizeof(Unit), 8);
+    std::memcpy(&word2, begin2 + at * sizeof(Unit), 8);
+    if (word1 != word2 || ((word1 - kOnes) & ~word1 & kTops) != 0) break;
+  }
+  const auto unitOf = [&at](const Text& text) {
+    Unit unit = 0;
+    if (at < text.length) std::memcpy(&unit, BeginOf(text) + at * sizeof(Unit), sizeof(Unit));
+    return unit;
+  };
+  Unit unit1 = unitOf(text1);
+  Unit unit2 = unitOf(text2);
+  while (unit1 == unit2) {
+    if (unit1 == 0) return 0;
+    ++at;
+    unit1 = unitOf(text1);
+    unit2 = unitOf(text2);
+  }
+  if constexpr (sizeof(Unit) == 2) {
+    if (IsReversed(text1)) {
+      unit1 = __builtin_bswap16(unit1);
+      unit2 = __builtin_bswap16(unit2);
+    }
+  }
+  const int result = Decide(table.Word(unit1), table.Word(unit2));
+  if (result != kUndecided) return result;
+  return CompareLevels(RestAt(text1, begin1 + at * sizeof(Unit)),
+                       RestAt(text2, begin2 + at * sizeof(Unit)), cmpOp);
+}
+
+int CompareOrdinaryTexts(const Text& text1, const Text& text2, unsigned short cmpOp) {
+  const bool counted = text1.length != kToTerminator && text2.length != kToTerminator &&
+                       text1.units != nullptr && text2.units != nullptr;
+  if (!counted || IsReversed(text1) != IsReversed(text2)) return CompareLevels(text1, text2, cmpOp);
+  if (KvIsWideCodeSet(text1.codeSet)) {
+    return CompareCounted<unsigned short>(text1, text2, WideOrderTable(text1.language), cmpOp);
+  }
+  return CompareCounted<unsigned char>(text1, text2, ByteOrderTable(text1.codeSet, text1.language),
+                                       cmpOp);
+}
+
 }  // namespace
 
 OrderCursor::OrderCursor(const Text& given)
@@ -181,7 +248,7 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength) {
   if (maxLength == 65535 &&
       IsOrdinary(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp)) {
-    return CompareLevels(text1, text2, cmpOp);
+    return CompareOrdinaryTexts(text1, text2, cmpOp);
   }
   const bool isNull1 = text1.IsNull();
   const bool isNull2 = text2.IsNull();
@@ -199,16 +266,6 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
 }
 
 namespace {
-
-// What the first two different characters make of an ordinary comparison. Most comparisons end with
-// them; kUndecided when this one does not.
-constexpr int kUndecided = 2;
-
-inline int Decide(unsigned word1, unsigned word2) {
-  if (((word1 | word2) & kPairBit) != 0) return kUndecided;
-  if ((word1 ^ word2) >> 16 != 0) return Sign(word1, word2);
-  return kUndecided;
-}
 
 // The rest of an ordinary comparison, kept apart so that its beginning needs no stack frame.
 template <class Unit, class Table>

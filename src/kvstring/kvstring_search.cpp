@@ -19,7 +19,8 @@ unsigned short OperationOrDefault(unsigned short operation) {
 
 int CompareStrings(const KvString& a, const KvString& b, short maximumLength,
                    unsigned short operation) {
-  return CompareTexts(TextOf(a), TextOf(b), operation, static_cast<unsigned short>(maximumLength));
+  return KvStrCmp(a.GetCodeSet(), a.GetLanguage(), a.StrGet(), b.GetCodeSet(), b.GetLanguage(),
+                  b.StrGet(), operation, maximumLength, 1, nullptr);
 }
 
 // With the length that searching wants to know.

@@ -45,12 +45,11 @@ inline bool ReadWholeBlock(const void* stored, unsigned length, Format format, T
   const bool reversed = format.IsReversed();
   const unsigned body = StringBlock::ReadLength(at, reversed);
   // A length of 0 means that the block is whole, and wraps around to the largest number here.
-  if (body < StringBlock::kHeader || length - 1 < body + StringBlock::kLengthField - 1)
-    return false;
+  if (body < StringBlock::kHeader || length - 1 <= body || at[body + 1] == 0) return false;
   const unsigned char codeSet = at[2];
-  if (at[body + 1] == 0 || codeSet == 254) return false;
-  text = {codeSet, at[3], at + StringBlock::kHeader,
-          StringBlock::TextUnits(body, KvIsWideCodeSet(codeSet)),
+  const bool wide = KvIsWideCodeSet(codeSet);
+  if (wide && codeSet == 254) return false;
+  text = {codeSet, at[3], at + StringBlock::kHeader, StringBlock::TextUnits(body, wide),
           static_cast<unsigned char>(reversed ? 2 : 1)};
   return true;
 }
