@@ -1,10 +1,15 @@
 // The walk over a format, twice: once to print it and once to read it back.
 #include "kvdate/datetime_text.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
+#include "kvstring/string_edit.h"
 #include "kvtypevl/number_text.h"
 #include "zbs.h"
 
@@ -55,10 +60,13 @@ constexpr unsigned kGroupDepth = 8;
 // ---------------------------------------------------------------------------------------------
 // Printing.
 
-// Text under construction. It moves to the heap when it outgrows its own bytes, and stops at what
-// a KvString holds at most.
+// The bytes of a text under construction. They move to the heap when they outgrow their first
+// place, and stop at what a KvString holds at most.
 class TextBuffer {
  public:
+  // What one element of a format takes at most: a number of 64 bits, a name, seconds with fraction.
+  static constexpr unsigned kElement = 24;
+
   TextBuffer() = default;
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
@@ -66,246 +74,260 @@ class TextBuffer {
     if (begin_ != own_) std::free(begin_);
   }
 
-  // Makes room for `count` more bytes, at most kMostRoom. False when there is none to be had: the
-  // text is full then, or memory is short.
-  bool Room(unsigned count) { return static_cast<unsigned>(limit_ - cursor_) >= count || Grow(); }
-  void Put(char c) {
-    if (Room(1)) *cursor_++ = c;
-  }
-  void Append(const char* text, unsigned length) {
-    if (!Room(length)) return;
-    std::memcpy(cursor_, text, length);
-    cursor_ += length;
-  }
+  char* Begin() { return begin_; }
+  bool HasRoom(const char* at) const { return limit_ - at >= kElement; }
 
-  // `value` in at least `digits` digits, behind a "-" when it is negative.
-  void PutNumber(std::int64_t value, unsigned digits) {
-    if (!Room(kMostRoom)) return;
-    if (value >= 0 && value < 100 && digits == 2) {
-      *cursor_++ = static_cast<char>('0' + value / 10);
-      *cursor_++ = static_cast<char>('0' + value % 10);
-      return;
-    }
-    if (value < 0) *cursor_++ = '-';
-    PutDigits(value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value),
-              digits);
-  }
-
-  unsigned Size() const { return static_cast<unsigned>(cursor_ - begin_); }
-  void CutTo(unsigned size) { cursor_ = begin_ + size; }
-  bool Failed() const { return failed_; }
-  // The text with a terminator.
-  const char* Finish() {
-    *cursor_ = '\0';
-    return begin_;
-  }
-
- private:
-  static constexpr unsigned kMostRoom = 24;  // a sign and 20 digits fit
-  static constexpr unsigned kFullSize = KvString::kMaximumBytes + kMostRoom;
-
-  void PutDigits(std::uint64_t value, unsigned digits) {
-    char reversed[20];
-    unsigned count = 0;
-    for (; value != 0 || count < digits; value /= 10) {
-      reversed[count++] = static_cast<char>('0' + value % 10);
-    }
-    while (count != 0) *cursor_++ = reversed[--count];
-  }
-
-  bool Grow() {
-    const unsigned size = Size();
-    if (failed_ || size >= KvString::kMaximumBytes) return false;
-    const unsigned wanted = 2 * (size + kMostRoom);
-    const unsigned capacity = wanted < kFullSize ? wanted : kFullSize;
-    auto* bytes = static_cast<char*>(std::realloc(begin_ == own_ ? nullptr : begin_, capacity + 1));
+  // Makes room for one more element behind the text that ends at `at`. Result: its end where it
+  // now stands, or null when the text is full or memory is short.
+  char* Grow(char* at) {
+    const auto size = static_cast<unsigned>(at - begin_);
+    if (size >= KvString::kMaximumBytes) return nullptr;
+    const unsigned capacity = std::min(2 * size + kElement, KvString::kMaximumBytes) + kElement;
+    auto* bytes = static_cast<char*>(std::realloc(begin_ == own_ ? nullptr : begin_, capacity));
     if (bytes == nullptr) {
       failed_ = true;
-      KvCallMemoryHandler(capacity + 1);
-      return false;
+      KvCallMemoryHandler(capacity);
+      return nullptr;
     }
     if (begin_ == own_) std::memcpy(bytes, own_, size);
     begin_ = bytes;
-    cursor_ = bytes + size;
     limit_ = bytes + capacity;
-    return true;
+    return bytes + size;
   }
+  bool Failed() const { return failed_; }
 
+ private:
   char own_[512];
   char* begin_ = own_;
-  char* cursor_ = own_;
-  char* limit_ = own_ + sizeof own_ - 1;  // one byte is kept for the terminator
+  char* limit_ = own_ + sizeof own_;
   bool failed_ = false;
 };
 
+constexpr auto kDigitPairs = [] {
+  std::array<char, 200> pairs{};
+  for (unsigned i = 0; i < 100; ++i) {
+    pairs[2 * i] = static_cast<char>('0' + i / 10);
+    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+  }
+  return pairs;
+}();
+
+// `number` is below 100.
+char* PutPair(char* at, unsigned number) {
+  std::memcpy(at, kDigitPairs.data() + 2 * number, 2);
+  return at + 2;
+}
+
+// `value` in at least `digits` digits, behind a "-" when it is negative.
+char* PutAnyNumber(char* at, std::int64_t value, unsigned digits) {
+  if (value < 0) *at++ = '-';
+  auto rest = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+  char reversed[20];
+  unsigned count = 0;
+  for (; rest != 0 || count < digits; rest /= 10) {
+    reversed[count++] = static_cast<char>('0' + rest % 10);
+  }
+  while (count != 0) *at++ = reversed[--count];
+  return at;
+}
+
+// The same, quick for two and for four digits.
+inline char* PutNumber(char* at, int value, unsigned digits) {
+  const auto number = static_cast<unsigned>(value);
+  if (digits == 2 && number < 100) return PutPair(at, number);
+  if (digits == 4 && number < 10000) return PutPair(PutPair(at, number / 100), number % 100);
+  return PutAnyNumber(at, value, digits);
+}
+
+// Walks a format and writes. Every function takes the end of the text and returns the new one: the
+// compiler keeps it in a register, which it could not do with a member beside stores of char.
 class Formatter {
  public:
   Formatter(TextBuffer& out, const DateTimeParts& parts, const char* format)
       : out_(out), parts_(parts), format_(format) {}
 
-  void Run() {
-    Walk(format_);
-    while (depth_ > 0) CloseGroup();
+  // Result: the end of the text.
+  char* Run(char* at) {
+    at = Walk(format_, at);
+    while (depth_ > 0) at = CloseGroup(at);
+    return at;
   }
 
  private:
   // A group that is open: where its text began, and whether a directive printed in it.
   struct Group {
-    unsigned start;
+    std::ptrdiff_t start;
     bool printed;
   };
 
-  void Walk(const char* format) {
+  char* Walk(const char* format, char* at) {
     while (const char c = *format++) {
+      if (!out_.HasRoom(at)) {
+        char* const moved = out_.Grow(at);
+        if (moved == nullptr) return at;
+        at = moved;
+      }
       if (c == ')' && depth_ > 0) {
-        CloseGroup();
+        at = CloseGroup(at);
       } else if (c != '%' || *format == '\0') {
-        out_.Put(c);
+        *at++ = c;
       } else if (format[0] == '?' && format[1] == '(') {
-        OpenGroup();
+        OpenGroup(at);
         format += 2;
       } else {
-        Directive(*format++);
+        at = Directive(*format++, at);
       }
     }
+    return at;
   }
 
-  void OpenGroup() {
-    if (depth_ < kGroupDepth) groups_[depth_] = {out_.Size(), false};
+  void OpenGroup(char* at) {
+    if (depth_ < kGroupDepth) groups_[depth_] = {at - out_.Begin(), false};
     ++depth_;
   }
 
   // A group in which something printed counts as something printed for the group around it.
-  void CloseGroup() {
-    if (--depth_ >= kGroupDepth) return;
+  char* CloseGroup(char* at) {
+    if (--depth_ >= kGroupDepth) return at;
     const Group& group = groups_[depth_];
-    if (!group.printed) {
-      out_.CutTo(group.start);
-    } else if (depth_ > 0) {
-      groups_[depth_ - 1].printed = true;
-    }
+    if (!group.printed) return out_.Begin() + group.start;
+    if (depth_ > 0) groups_[depth_ - 1].printed = true;
+    return at;
   }
 
-  void Directive(char directive) {
+  char* Directive(char directive, char* at) {
     switch (directive) {
       case 'd':
       case 'e':
-        return Number(parts_.day, 2);
+        return Number(at, parts_.day, 2);
       case 'm':
-        return Number(parts_.month, 2);
+        return Number(at, parts_.month, 2);
       case 'Y':
-        return Number(parts_.year, 4);
-      case 'y':
-        return Value({parts_.year}, [&] { out_.PutNumber(parts_.year % 100, 2); });
+        return Number(at, parts_.year, 4);
       case 'H':
-        return Number(parts_.hour, 2);
-      case 'I':
-        return Value({parts_.hour}, [&] { out_.PutNumber(ShownHour(), 2); });
+        return Number(at, parts_.hour, 2);
       case 'M':
-        return Number(parts_.minute, 2);
+        return Number(at, parts_.minute, 2);
       case 'S':
-        return Number(parts_.second, 2);
+        return Number(at, parts_.second, 2);
       case 'N':
-        return Number(parts_.nanosecond, 1);
+        return Number(at, parts_.nanosecond, 1);
+      case 'y':
+        return Value(at, {parts_.year}, [&] { return PutNumber(at, parts_.year % 100, 2); });
+      case 'I':
+        return Value(at, {parts_.hour}, [&] { return PutNumber(at, ShownHour(), 2); });
       case 'f':
-        return Value({parts_.second, parts_.nanosecond}, [&] { Seconds(); });
+        return Value(at, {parts_.second, parts_.nanosecond}, [&] { return Seconds(at); });
       case 'J':
-        return TotalDays();
+        return TotalDays(at);
       case 'p':
-        return Value({parts_.hour}, [&] { out_.Append(parts_.hour >= 12 ? "pm" : "am", 2); });
+        return HalfOfDay(at, "am", "pm");
       case 'P':
-        return Value({parts_.hour}, [&] { out_.Append(parts_.hour >= 12 ? "PM" : "AM", 2); });
+        return HalfOfDay(at, "AM", "PM");
       case 'a':
-        return Weekday(kShortName);
+        return Weekday(at, kShortName);
       case 'A':
-        return Weekday(~0u);
+        return Weekday(at, ~0u);
       case 'b':
-        return Month(kShortName);
+        return Month(at, kShortName);
       case 'B':
-        return Month(~0u);
+        return Month(at, ~0u);
       default:
-        if (const char* expansion = ExpansionOf(directive)) return Walk(expansion);
-        out_.Put(directive);
+        if (const char* expansion = ExpansionOf(directive)) return Walk(expansion, at);
+        *at = directive;
+        return at + 1;
     }
   }
 
   // Prints a directive made of `components`: "*" when one of them is a wildcard, and nothing in a
   // group when all are 0.
   template <unsigned count, class Print>
-  void Value(const int (&components)[count], Print print) {
+  char* Value(char* at, const int (&components)[count], Print print) {
     bool zero = true;
     for (const int component : components) {
-      if (component == kAny) return PrintAny();
+      if (component == kAny) return PrintAny(at);
       zero = zero && component == 0;
     }
-    if (MayPrint(zero)) print();
+    return MayPrint(zero) ? print() : at;
   }
 
-  void Number(int component, unsigned digits) {
-    Value({component}, [&] { out_.PutNumber(component, digits); });
+  char* Number(char* at, int component, unsigned digits) {
+    return Value(at, {component}, [=] { return PutNumber(at, component, digits); });
   }
 
-  void PrintAny() {
-    if (MayPrint(false)) out_.Put('*');
+  char* PrintAny(char* at) {
+    MayPrint(false);
+    *at = '*';
+    return at + 1;
   }
 
   bool MayPrint(bool zero) {
     if (depth_ == 0) return true;
     if (zero) return false;
-    groups_[(depth_ < kGroupDepth ? depth_ : kGroupDepth) - 1].printed = true;
+    groups_[std::min(depth_, kGroupDepth) - 1].printed = true;
     return true;
   }
 
-  void TotalDays() {
+  char* TotalDays(char* at) {
     const DateTimeParts& p = parts_;
-    if (p.year == kAny && p.month == kAny && p.day == kAny) return PrintAny();
+    if (p.year == kAny && p.month == kAny && p.day == kAny) return PrintAny(at);
     const std::int64_t total = p.day + 30 * (p.month + std::int64_t{12} * p.year);
-    if (MayPrint(total == 0)) out_.PutNumber(total, 1);
+    return MayPrint(total == 0) ? PutAnyNumber(at, total, 1) : at;
   }
 
-  void Weekday(unsigned most) {
+  char* HalfOfDay(char* at, const char* morning, const char* afternoon) {
+    return Value(at, {parts_.hour}, [&] {
+      std::memcpy(at, parts_.hour >= 12 ? afternoon : morning, 2);
+      return at + 2;
+    });
+  }
+
+  char* Weekday(char* at, unsigned most) {
     // A duration, which has no weekday, may have more days than any date.
     const int year = YearField(parts_.year);
     const int month = ByteField(parts_.month);
     const int day = ByteField(parts_.day);
-    Value({year, month, day}, [=, this] {
+    return Value(at, {year, month, day}, [=, this] {
       if (parts_.weekdayRule == WeekdayRule::kGregorian) {
-        return PutName(kDayNames[WeekdayByFormula(year, month, day)], most);
+        return PutName(at, kDayNames[WeekdayByFormula(year, month, day)], most);
       }
-      PutName(kDayNames[(WeekdayOfCount(CountOfDate(year, month, day)) + 6) % 7], most);
+      const int sinceSunday = WeekdayOfCount(CountOfDate(year, month, day));
+      return PutName(at, kDayNames[(sinceSunday + 6) % 7], most);
     });
   }
 
-  void Month(unsigned most) {
+  char* Month(char* at, unsigned most) {
     const int month = parts_.month;
-    Value({month}, [&] {
-      if (month < 1 || month > 12) return out_.PutNumber(month, 3);
-      PutName(kMonthNames[month - 1], most);
+    return Value(at, {month}, [=] {
+      if (month < 1 || month > 12) return PutNumber(at, month, 3);
+      return PutName(at, kMonthNames[month - 1], most);
     });
   }
 
-  void PutName(const Name& name, unsigned most) {
-    out_.Append(name.text, name.length < most ? name.length : most);
+  static char* PutName(char* at, const Name& name, unsigned most) {
+    const unsigned length = std::min(name.length, most);
+    std::memcpy(at, name.text, length);
+    return at + length;
   }
 
   // As "%0*.*lf" prints second + nanosecond / 1e9, but in whole nanoseconds: exact.
-  void Seconds() {
+  char* Seconds(char* at) const {
     const int fraction = parts_.nanosecond;
     const std::int64_t total = std::int64_t{parts_.second} * kNanoseconds + fraction;
-    if (parts_.second == 0 && fraction == 0) return out_.Append("00", 2);
+    if (parts_.second == 0 && fraction == 0) return PutPair(at, 0);
     const std::int64_t magnitude = total < 0 ? -total : total;
     const bool negative = total < 0;
-    if (negative) out_.Put('-');
+    if (negative) *at++ = '-';
     // The width of precision + 3 leaves two places before the point, or three without one; a sign
     // takes one of them.
     const unsigned places = negative ? 1 : 2;
-    if (fraction == 0) return out_.PutNumber(magnitude / kNanoseconds, places + 1);
-    out_.PutNumber(magnitude / kNanoseconds, places);
-    out_.Put('.');
+    if (fraction == 0) return PutAnyNumber(at, magnitude / kNanoseconds, places + 1);
+    at = PutAnyNumber(at, magnitude / kNanoseconds, places);
+    *at++ = '.';
     const std::int64_t rest = magnitude % kNanoseconds;
-    if (fraction % 1000000 == 0) return out_.PutNumber(rest / 1000000, 3);
-    if (fraction % 1000 == 0) return out_.PutNumber(rest / 1000, 6);
-    out_.PutNumber(rest, 9);
+    if (fraction % 1000000 == 0) return PutAnyNumber(at, rest / 1000000, 3);
+    if (fraction % 1000 == 0) return PutAnyNumber(at, rest / 1000, 6);
+    return PutAnyNumber(at, rest, 9);
   }
 
   int ShownHour() const {
@@ -346,10 +368,7 @@ constexpr bool IsNumeric(char directive) {
 
 class Scanner {
  public:
-  Scanner(const DateTimeParts& parts, const char* text)
-      : text_(text), end_(text + std::strlen(text)) {
-    state_.parts = parts;
-  }
+  Scanner(const DateTimeParts& parts, const char* text) : text_(text) { state_.parts = parts; }
 
   DateTimeScan Run(const char* format) {
     const bool complete = Walk(format, "");
@@ -409,7 +428,7 @@ class Scanner {
   }
 
   void OpenGroup() {
-    if (depth_ < kGroupDepth) groups_[depth_] = {text_, state_};
+    if (depth_ < kGroupDepth) std::construct_at(&groups_[depth_], Group{text_, state_});
     ++depth_;
   }
 
@@ -542,13 +561,25 @@ class Scanner {
 
   static constexpr unsigned kAllDigits = ~0u;
 
+  // Few digits are read on the spot; more, which may saturate, as all numbers are.
   bool ReadNumber(int& number, unsigned digits) {
-    const char* last = end_;
-    const unsigned sign = *text_ == '-' || *text_ == '+' ? 1 : 0;
-    const auto left = static_cast<std::size_t>(end_ - text_);
-    if (digits != kAllDigits && left > digits + sign) last = text_ + digits + sign;
-    const IntegerText read = ReadInteger(text_, last, 10);
-    if (read.end == nullptr) return false;
+    constexpr unsigned kQuickDigits = 9;
+    const char* at = text_;
+    const bool negative = *at == '-';
+    if (negative || *at == '+') ++at;
+    const unsigned most = std::min(digits, kQuickDigits);
+    int value = 0;
+    unsigned count = 0;
+    for (; count < most && IsDigit(at[count]); ++count) value = 10 * value + (at[count] - '0');
+    if (count == 0) return false;
+    if (count == kQuickDigits && digits == kAllDigits) return ReadLongNumber(number);
+    number = negative ? -value : value;
+    text_ = at + count;
+    return true;
+  }
+
+  bool ReadLongNumber(int& number) {
+    const IntegerText read = ReadInteger(text_, text_ + std::strlen(text_), 10);
     number = static_cast<int>(SaturateSigned(read, 32));
     text_ = read.end;
     return true;
@@ -614,9 +645,8 @@ class Scanner {
   // The position of the name whose first three letters stand in the text; what matches of its other
   // letters is taken too. -1 when there is none.
   int ReadName(const Name* names, int count) {
-    if (end_ - text_ < static_cast<int>(kShortName)) return -1;
     for (int i = 0; i < count; ++i) {
-      if (std::memcmp(text_, names[i].text, kShortName) != 0) continue;
+      if (std::strncmp(text_, names[i].text, kShortName) != 0) continue;
       unsigned taken = kShortName;
       while (taken < names[i].length && text_[taken] == names[i].text[taken]) ++taken;
       text_ += taken;
@@ -634,7 +664,7 @@ class Scanner {
     const bool afternoon = c == 'p' || c == 'P';
     if (!afternoon && c != 'a' && c != 'A') return false;
     state_.half = afternoon ? Half::kAfternoon : Half::kMorning;
-    text_ += end_ - text_ > 1 ? 2 : 1;
+    text_ += text_[1] != '\0' ? 2 : 1;
     return true;
   }
 
@@ -646,9 +676,10 @@ class Scanner {
   }
 
   const char* text_;
-  const char* end_;
   State state_;
-  Group groups_[kGroupDepth];
+  union {  // made as groups are opened: most formats have none
+    Group groups_[kGroupDepth];
+  };
   unsigned depth_ = 0;
   bool expanding_ = false;
 };
@@ -657,9 +688,15 @@ class Scanner {
 
 KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* format, char sign) {
   TextBuffer text;
-  if (sign != 0) text.Put(sign);
-  Formatter(text, parts, format).Run();
-  if (!text.Failed()) out = text.Finish();
+  char* at = text.Begin();
+  if (sign != 0) *at++ = sign;
+  at = Formatter(text, parts, format).Run(at);
+  if (!text.Failed()) {
+    const auto length = static_cast<unsigned>(at - text.Begin());
+    const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
+    StringAccess::Assign(out, codeSet, KvLanguageContext::GetDefaultLanguage(), text.Begin(),
+                         codeSet, length);
+  }
   return out;
 }
 

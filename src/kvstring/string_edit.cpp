@@ -223,12 +223,35 @@ bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
   return true;
 }
 
+bool StringAccess::PutUnits(KvString& target, const void* units, unsigned bytes) {
+  const unsigned width = UnitWidth(target.codeSet_);
+  unsigned char* block = target.buffer_;
+  if (block != nullptr && target.bufferSize_ == bytes + width) {
+    std::memmove(block, units, bytes);
+  } else {
+    block = static_cast<unsigned char*>(std::malloc(bytes + width));
+    if (block == nullptr) {
+      KvCallMemoryHandler(bytes + width);
+      return false;
+    }
+    std::memcpy(block, units, bytes);
+    Replace(target, block, bytes + width);
+  }
+  std::memset(block + bytes, 0, width);
+  return true;
+}
+
 bool StringAccess::Assign(KvString& target, unsigned char codeSet, unsigned char language,
                           const void* text, unsigned char textCodeSet, unsigned count,
                           unsigned char byteOrder) {
   const unsigned char oldCodeSet = target.codeSet_;
   target.codeSet_ = codeSet;
-  if (text == nullptr) {
+  if (text != nullptr && codeSet == textCodeSet && byteOrder == 1) {
+    if (!PutUnits(target, text, std::min(count, MaximumLength(codeSet)) * UnitWidth(codeSet))) {
+      target.codeSet_ = oldCodeSet;
+      return false;
+    }
+  } else if (text == nullptr) {
     Replace(target, nullptr, 0);
   } else if (!Edit(target, {.text = text,
                             .codeSet = textCodeSet,

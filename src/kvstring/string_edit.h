@@ -104,6 +104,11 @@ class StringAccess {
   static bool Assign(KvString& target, unsigned char codeSet, unsigned char language,
                      const void* text, unsigned char textCodeSet, unsigned count,
                      unsigned char byteOrder = 1);
+
+ private:
+  // The string becomes `bytes` bytes of units in its own code set, which may lie in its own buffer.
+  // A buffer that has just the size is used again. False when memory was short.
+  static bool PutUnits(KvString& target, const void* units, unsigned bytes);
 };
 
 }  // namespace kv

@@ -17,8 +17,8 @@ inline KvString& PrintNull(KvString& out) {
 // print string is the beginning of no text.
 inline bool BeginsWithNull(const char* text) {
   const NarrowText null(KvTypeMgr::GetNullPrintString());
-  const std::size_t length = std::strlen(null.Get());
-  return length != 0 && std::strncmp(text, null.Get(), length) == 0;
+  if (*null.Get() == 0 || *null.Get() != *text) return false;
+  return std::strncmp(text, null.Get(), std::strlen(null.Get())) == 0;
 }
 
 // The texts that scan as null: nothing at all, and the null print string.
