@@ -13,6 +13,8 @@
 // -68569), and why a month of 13 is the January of the next year.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
 
 namespace kv {
@@ -54,18 +56,30 @@ constexpr int DayNumberByFormula(int year, int month, int day) {
          (3 * ((year + 4900 + a) / 100)) / 4 + day - 32075;
 }
 
-// The same, quick where the formula truncates nothing negative: there it is all unsigned shifts and
-// multiplications.
+// What a month adds to the year, which is counted from March of -4800 on, and to the day: the days
+// before it in such a year, and the distance of the two day counts. From 1 to 13; 0 is not used.
+struct MonthStart {
+  int years;
+  int days;
+};
+inline constexpr auto kMonthStarts = [] {
+  std::array<MonthStart, 14> starts{};
+  for (int month = 1; month <= 13; ++month) {
+    const int early = month < 3 ? 1 : 0;
+    starts[static_cast<unsigned>(month)] = {4800 - early,
+                                            367 * (month - 2 + 12 * early) / 12 - 32075};
+  }
+  return starts;
+}();
+
+// The same, quick where the formula truncates nothing negative.
 constexpr int DayNumber(int year, int month, int day) {
-  if (year <= -4800 || static_cast<unsigned>(month - 1) > 12) {
+  if (year <= -4800 || static_cast<unsigned>(month - 1) > 12) [[unlikely]] {
     return DayNumberByFormula(year, month, day);
   }
-  const unsigned startsEarly = month < 3 ? 1 : 0;
-  const unsigned marchYear = static_cast<unsigned>(year + 4800) - startsEarly;
-  const unsigned marchMonth = static_cast<unsigned>(month - 2) + 12 * startsEarly;
-  const unsigned century = marchYear / 100 + 1;
-  return static_cast<int>(1461 * marchYear / 4 + 367 * marchMonth / 12 - 3 * century / 4) + day -
-         32075;
+  const MonthStart& start = kMonthStarts[static_cast<unsigned>(month)];
+  const auto years = static_cast<unsigned>(year + start.years);
+  return static_cast<int>(1461 * years / 4 - years / 100 + years / 400) + start.days + day;
 }
 
 // The date of any day number. The year keeps its low 16 bits.
@@ -82,26 +96,40 @@ constexpr CalendarDate DateOfDayNumberByFormula(std::int64_t number) {
   return {static_cast<short>(100 * (k - 49) + i + l), static_cast<char>(j), static_cast<char>(day)};
 }
 
+// Month and day, in the bytes of a CalendarDate, of each day of a year that begins in March.
+inline constexpr auto kMarchYear = [] {
+  std::array<std::uint16_t, 366> days{};
+  for (unsigned i = 0; i < days.size(); ++i) {
+    // 5/153 of a day and a quotient of 2141/2^16: months of 31 and 30 days in turn.
+    const unsigned months = 2141 * i + 197913;
+    const unsigned month = months >> 16;
+    const unsigned day = (months & 0xFFFF) / 2141 + 1;
+    days[i] = static_cast<std::uint16_t>((month > 12 ? month - 12 : month) | day << 8);
+  }
+  return days;
+}();
+inline constexpr unsigned kFirstOfJanuary = 306;  // in such a year
+
 // The same, quick for the numbers from -68569 (-4900-03-01) on whose quadruple fits 32 bits.
 //
-// A day is split into century, year of the century and day of the year, each by one multiplication:
-// 2939745/2^32 is 4/1461 closely enough for a day of a century, and 2141/2^16 is 5/153 for a day
-// of the year, the high part being the quotient and the low part the scaled remainder.
-constexpr CalendarDate DateOfDayNumber(std::int64_t number) {
-  if (number < -68569 || number >= 0x3FF00000) return DateOfDayNumberByFormula(number);
+// A day is split into century, year of the century and day of the year. The years take one
+// multiplication: 2939745/2^32 is 4/1461 closely enough for a century, so that the high part is the
+// year and the low part the scaled day.
+constexpr CalendarDate DateOfDayNumber(int number) {
+  static_assert(std::endian::native == std::endian::little);
+  constexpr unsigned kMost = 0x3FF00000;
+  if (static_cast<unsigned>(number) + 68569u > kMost) [[unlikely]] {
+    return DateOfDayNumberByFormula(number);
+  }
   // Days since -5200-03-01, where a cycle of four centuries begins.
-  const unsigned quarters = 4 * static_cast<unsigned>(number + 178141) + 3;
+  const unsigned quarters = 4 * (static_cast<unsigned>(number) + 178141) + 3;
   const unsigned century = quarters / 146097;
   const unsigned centuryQuarters = quarters % 146097 | 3;
   const std::uint64_t years = std::uint64_t{2939745} * centuryQuarters;
-  const unsigned yearOfCentury = static_cast<unsigned>(years >> 32);
   const unsigned dayOfYear = static_cast<unsigned>(years) / 2939745 / 4;
-  const unsigned months = 2141 * dayOfYear + 197913;
-  const unsigned endsLate = dayOfYear >= 306 ? 1 : 0;  // January or February
-  const unsigned year = 100 * century + yearOfCentury + endsLate;
-  const unsigned month = (months >> 16) - 12 * endsLate;
-  return {static_cast<short>(static_cast<int>(year) - 5200), static_cast<char>(month),
-          static_cast<char>((months & 0xFFFF) / 2141 + 1)};
+  const unsigned year = 100 * century + static_cast<unsigned>(years >> 32) +
+                        (dayOfYear >= kFirstOfJanuary ? 1 : 0) - 5200;
+  return std::bit_cast<CalendarDate>((year & 0xFFFF) | std::uint32_t{kMarchYear[dayOfYear]} << 16);
 }
 
 constexpr bool IsLeapYear(int year) {

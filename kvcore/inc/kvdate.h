@@ -98,7 +98,8 @@ class KV_EXPORT KvDate {
   constexpr KvDate(short yearNumber, char monthNumber, char dayNumber)
       : year(yearNumber), month(monthNumber), day(dayNumber) {}
   // The date of a day number, as dateabs.
-  constexpr explicit KvDate(int dayNumber) : KvDate(FromParts(kv::DateOfDayNumber(dayNumber))) {}
+  constexpr explicit KvDate(int dayNumber)
+      : KvDate(std::bit_cast<KvDate>(kv::DateOfDayNumber(dayNumber))) {}
 
   // The day number, as dayabs.
   constexpr operator int() const { return dayabs(); }
@@ -189,9 +190,6 @@ class KV_EXPORT KvDate {
 
  private:
   static constexpr unsigned short kStrict = kv::kStrictCompare;
-  static constexpr KvDate FromParts(kv::CalendarDate date) {
-    return {date.year, date.month, date.day};
-  }
 };
 
 class KV_EXPORT KvTime {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "kvstring/string_edit.h"
 #include "kvtypevl/number_text.h"
@@ -54,6 +55,20 @@ constexpr const char* ExpansionOf(char directive) {
   }
 }
 
+// The usual ways to write a date and a clock are printed and read in one go.
+constexpr char kPlainDate[] = "%Y-%m-%d";
+constexpr char kPlainClock[] = "%H:%M:%S";
+constexpr unsigned kPlainLength = 8;  // of both
+
+// Whether a text begins with `start`; nothing behind the first difference is read.
+template <std::size_t size>
+constexpr bool Begins(const char* text, const char (&start)[size]) {
+  return [&]<std::size_t... i>(std::index_sequence<i...>) {
+    return ((text[i] == start[i]) && ...);
+  }
+  (std::make_index_sequence<size - 1>());
+}
+
 // Groups may be nested without end; those beyond this depth count as part of the group around them.
 constexpr unsigned kGroupDepth = 8;
 
@@ -75,7 +90,7 @@ class TextBuffer {
   }
 
   char* Begin() { return begin_; }
-  bool HasRoom(const char* at) const { return limit_ - at >= kElement; }
+  bool HasRoom(const char* at) const { return static_cast<std::size_t>(limit_ - at) >= kElement; }
 
   // Makes room for one more element behind the text that ends at `at`. Result: its end where it
   // now stands, or null when the text is full or memory is short.
@@ -175,7 +190,16 @@ class Formatter {
         OpenGroup(at);
         format += 2;
       } else {
-        at = Directive(*format++, at);
+        const char directive = *format++;
+        if (directive == 'Y' && Begins(format - 2, kPlainDate) && IsPlainDate()) {
+          at = PlainDate(at);
+          format += kPlainLength - 2;
+        } else if (directive == 'H' && Begins(format - 2, kPlainClock) && IsPlainClock()) {
+          at = PlainClock(at);
+          format += kPlainLength - 2;
+        } else {
+          at = Directive(directive, at);
+        }
       }
     }
     return at;
@@ -237,6 +261,34 @@ class Formatter {
         *at = directive;
         return at + 1;
     }
+  }
+
+  // Components of four and two digits, outside of groups.
+  bool IsPlainDate() const {
+    return depth_ == 0 && IsBelow(parts_.year, 10000) && IsBelow(parts_.month, 100) &&
+           IsBelow(parts_.day, 100);
+  }
+  bool IsPlainClock() const {
+    return depth_ == 0 && IsBelow(parts_.hour, 100) && IsBelow(parts_.minute, 100) &&
+           IsBelow(parts_.second, 100);
+  }
+  static bool IsBelow(int component, unsigned limit) {
+    return static_cast<unsigned>(component) < limit;
+  }
+
+  char* PlainDate(char* at) const {
+    at = PutNumber(at, parts_.year, 4);
+    *at++ = '-';
+    at = PutNumber(at, parts_.month, 2);
+    *at++ = '-';
+    return PutNumber(at, parts_.day, 2);
+  }
+  char* PlainClock(char* at) const {
+    at = PutNumber(at, parts_.hour, 2);
+    *at++ = ':';
+    at = PutNumber(at, parts_.minute, 2);
+    *at++ = ':';
+    return PutNumber(at, parts_.second, 2);
   }
 
   // Prints a directive made of `components`: "*" when one of them is a wildcard, and nothing in a
@@ -366,31 +418,65 @@ constexpr bool IsNumeric(char directive) {
   return false;
 }
 
+// Eight characters at once, the first in the lowest byte. A shape has '0' where a digit is to stand
+// and itself where a separator is.
+constexpr std::uint64_t ShapeOf(const char (&text)[9]) {
+  std::uint64_t shape = 0;
+  for (unsigned i = 0; i < 8; ++i) {
+    shape |= std::uint64_t{static_cast<unsigned char>(text[i])} << 8 * i;
+  }
+  return shape;
+}
+constexpr std::uint64_t kDateShape = ShapeOf("0000-00-");
+constexpr std::uint64_t kClockShape = ShapeOf("00:00:00");
+constexpr std::uint64_t kNoPairs = ~std::uint64_t{0};
+
+// Ten times each digit plus the character behind it, byte by byte; kNoPairs when the text does not
+// have the shape. With the shape taken off a digit is 0 to 9 and a separator 0: what is more
+// reaches the top bit of its byte when 118 or 127 is added.
+inline std::uint64_t DigitPairs(const char* text, std::uint64_t shape) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  const std::uint64_t isDigit = shape ^ (kOnes * '0');  // 0 in the bytes of digits
+  const std::uint64_t separators = ((isDigit + kOnes * 0x7F) >> 7) & kOnes;
+  const std::uint64_t margins = kOnes * 118 + separators * 9;
+  std::uint64_t digits;
+  std::memcpy(&digits, text, sizeof digits);
+  digits ^= shape;
+  if ((((digits + margins) | digits) & (kOnes << 7)) != 0) return kNoPairs;
+  return digits * 10 + (digits >> 8);
+}
+
+inline int PairAt(std::uint64_t pairs, unsigned position) {
+  return static_cast<int>(pairs >> 8 * position & 0xFF);
+}
+
 class Scanner {
  public:
-  Scanner(const DateTimeParts& parts, const char* text) : text_(text) { state_.parts = parts; }
+  Scanner(DateTimeParts& parts, const char* text, const char* end)
+      : text_(text), end_(end), parts_(parts) {}
 
   DateTimeScan Run(const char* format) {
-    const bool complete = Walk(format, "");
+    if (*format == '%') format = ReadPlain(format);
+    const bool complete = *format == '\0' || Walk(format, "");
     ApplyHalfOfDay();
-    return {complete, state_.any, state_.totalDays};
+    return {complete, seen_.any, seen_.totalDays};
   }
-  const DateTimeParts& Parts() const { return state_.parts; }
 
  private:
   enum class Half : unsigned char { kUnknown, kMorning, kAfternoon };
 
-  // What a mismatch in a group undoes.
-  struct State {
-    DateTimeParts parts;
+  // What has been read so far.
+  struct Seen {
     bool any = false;
     bool totalDays = false;
     bool hourRead = false;
     Half half = Half::kUnknown;
   };
+  // What a mismatch in a group undoes.
   struct Group {
     const char* text;
-    State state;
+    DateTimeParts parts;
+    Seen seen;
   };
 
   // Walks `format`; `after` is what the format goes on with behind an expansion. False at the
@@ -411,6 +497,11 @@ class Scanner {
         OpenGroup();
         format += 2;
       } else {
+        const char* const behind = ReadPlain(format - 1);
+        if (behind != format - 1) {
+          format = behind;
+          continue;
+        }
         const char directive = *format++;
         matches = Directive(directive, format, after);
       }
@@ -419,6 +510,11 @@ class Scanner {
     }
   }
 
+  // Blanks are few: one comparison tells most characters from them.
+  static const char* SkipBlanks(const char* text) {
+    while (static_cast<unsigned char>(*text) <= ' ' && IsBlank(*text)) ++text;
+    return text;
+  }
   void SkipTextBlanks() { text_ = SkipBlanks(text_); }
 
   bool Literal(char c) {
@@ -428,7 +524,7 @@ class Scanner {
   }
 
   void OpenGroup() {
-    if (depth_ < kGroupDepth) std::construct_at(&groups_[depth_], Group{text_, state_});
+    if (depth_ < kGroupDepth) std::construct_at(&groups_[depth_], Group{text_, parts_, seen_});
     ++depth_;
   }
 
@@ -440,7 +536,8 @@ class Scanner {
     const unsigned deeper = depth_ > kGroupDepth ? depth_ - kGroupDepth : 0;
     depth_ -= deeper + 1;
     text_ = groups_[depth_].text;
-    state_ = groups_[depth_].state;
+    parts_ = groups_[depth_].parts;
+    seen_ = groups_[depth_].seen;
     format = EndOfGroups(format, deeper + 1);
     return true;
   }
@@ -519,22 +616,64 @@ class Scanner {
     switch (directive) {
       case 'd':
       case 'e':
-        return state_.parts.day;
+        return parts_.day;
       case 'm':
-        return state_.parts.month;
+        return parts_.month;
       case 'H':
       case 'I':
-        state_.hourRead = true;
-        return state_.parts.hour;
+        seen_.hourRead = true;
+        return parts_.hour;
       case 'M':
-        return state_.parts.minute;
+        return parts_.minute;
       case 'S':
-        return state_.parts.second;
+        return parts_.second;
       case 'N':
-        return state_.parts.nanosecond;
+        return parts_.nanosecond;
       default:
-        return state_.parts.year;
+        return parts_.year;
     }
+  }
+
+  // Reads a plain date, a plain clock, or both with a "T" between, as far as the format that
+  // begins at a "%" asks for them and the text has them. Result: the format behind what was read.
+  const char* ReadPlain(const char* format) {
+    if (format[1] == 'Y' && Begins(format, kPlainDate) && ReadPlainDate()) {
+      format += kPlainLength;
+      if (format[0] != 'T' || format[1] != '%' || *text_ != 'T') return format;
+      ++format;
+      ++text_;
+    }
+    if (format[1] == 'H' && Begins(format, kPlainClock) && ReadPlainClock()) {
+      format += kPlainLength;
+    }
+    return format;
+  }
+
+  // 2000-02-29 and 23:59:59 with just these digits. Nothing is read when the text is otherwise, or
+  // too near the end of its buffer to be looked at eight bytes at a time.
+  bool ReadPlainDate() {
+    if (end_ - text_ < 11) return false;
+    const std::uint64_t pairs = DigitPairs(text_, kDateShape);
+    if (pairs == kNoPairs || !IsDigit(text_[8]) || !IsDigit(text_[9]) || IsDigit(text_[10])) {
+      return false;
+    }
+    parts_.year = 100 * PairAt(pairs, 0) + PairAt(pairs, 2);
+    parts_.month = PairAt(pairs, 5);
+    parts_.day = 10 * (text_[8] - '0') + (text_[9] - '0');
+    text_ += 10;
+    seen_.any = true;
+    return true;
+  }
+  bool ReadPlainClock() {
+    if (end_ - text_ < 9) return false;
+    const std::uint64_t pairs = DigitPairs(text_, kClockShape);
+    if (pairs == kNoPairs || IsDigit(text_[8])) return false;
+    parts_.hour = PairAt(pairs, 0);
+    parts_.minute = PairAt(pairs, 3);
+    parts_.second = PairAt(pairs, 6);
+    text_ += 8;
+    seen_.any = seen_.hourRead = true;
+    return true;
   }
 
   // A plain number; when another follows, only the digits that it is printed with.
@@ -548,14 +687,14 @@ class Scanner {
     if (!ReadNumber(number, digits)) return false;
     if (directive == 'y') number = WrappingAdd(number, number > 30 ? 1900 : 2000);
     ComponentOf(directive) = number;
-    state_.any = true;
+    seen_.any = true;
     return true;
   }
 
   // Takes the "*" of a directive whose components have been set.
   bool Any() {
     ++text_;
-    state_.any = true;
+    seen_.any = true;
     return true;
   }
 
@@ -586,25 +725,23 @@ class Scanner {
   }
 
   bool ReadTotalDays() {
-    DateTimeParts& parts = state_.parts;
     if (*text_ == '*') {
-      parts.year = parts.month = parts.day = kAny;
+      parts_.year = parts_.month = parts_.day = kAny;
       return Any();
     }
     int total;
     if (!ReadNumber(total, kAllDigits)) return false;
-    parts.year = total / 360;
-    parts.month = total % 360 / 30;
-    parts.day = total % 30;
-    state_.any = state_.totalDays = true;
+    parts_.year = total / 360;
+    parts_.month = total % 360 / 30;
+    parts_.day = total % 30;
+    seen_.any = seen_.totalDays = true;
     return true;
   }
 
   // Seconds and, behind a point, a fraction of which nine digits count.
   bool ReadSeconds() {
-    DateTimeParts& parts = state_.parts;
     if (*text_ == '*') {
-      parts.second = parts.nanosecond = kAny;
+      parts_.second = parts_.nanosecond = kAny;
       return Any();
     }
     const bool negative = *text_ == '-';
@@ -624,21 +761,21 @@ class Scanner {
         fraction += (*text_++ - '0') * scale;
       }
     }
-    parts.second = whole;
-    parts.nanosecond = negative ? -fraction : fraction;
-    state_.any = true;
+    parts_.second = whole;
+    parts_.nanosecond = negative ? -fraction : fraction;
+    seen_.any = true;
     return true;
   }
 
   bool ReadMonth() {
     if (*text_ == '*') {
-      state_.parts.month = kAny;
+      parts_.month = kAny;
       return Any();
     }
     const int position = ReadName(kMonthNames, 12);
     if (position < 0) return false;
-    state_.parts.month = position + 1;
-    state_.any = true;
+    parts_.month = position + 1;
+    seen_.any = true;
     return true;
   }
 
@@ -658,25 +795,27 @@ class Scanner {
   bool ReadHalfOfDay() {
     const char c = *text_;
     if (c == '*') {
-      state_.parts.hour = kAny;
+      parts_.hour = kAny;
       return Any();
     }
     const bool afternoon = c == 'p' || c == 'P';
     if (!afternoon && c != 'a' && c != 'A') return false;
-    state_.half = afternoon ? Half::kAfternoon : Half::kMorning;
+    seen_.half = afternoon ? Half::kAfternoon : Half::kMorning;
     text_ += text_[1] != '\0' ? 2 : 1;
     return true;
   }
 
   void ApplyHalfOfDay() {
-    int& hour = state_.parts.hour;
-    if (!state_.hourRead) return;
-    if (state_.half == Half::kAfternoon && hour >= 1 && hour <= 11) hour += 12;
-    if (state_.half == Half::kMorning && hour == 12) hour = 0;
+    int& hour = parts_.hour;
+    if (!seen_.hourRead) return;
+    if (seen_.half == Half::kAfternoon && hour >= 1 && hour <= 11) hour += 12;
+    if (seen_.half == Half::kMorning && hour == 12) hour = 0;
   }
 
   const char* text_;
-  State state_;
+  const char* end_;
+  DateTimeParts& parts_;
+  Seen seen_;
   union {  // made as groups are opened: most formats have none
     Group groups_[kGroupDepth];
   };
@@ -700,11 +839,9 @@ KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* 
   return out;
 }
 
-DateTimeScan ScanDateTime(DateTimeParts& parts, const char* text, const char* format) {
-  Scanner scanner(parts, text);
-  const DateTimeScan scan = scanner.Run(format);
-  parts = scanner.Parts();
-  return scan;
+DateTimeScan ScanDateTime(DateTimeParts& parts, const char* text, const char* end,
+                          const char* format) {
+  return Scanner(parts, text, end).Run(format);
 }
 
 const char* WeekdayName(int weekday) {

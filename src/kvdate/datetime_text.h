@@ -38,7 +38,9 @@ struct DateTimeScan {
 };
 
 // Reads the components that `text` (a zero-terminated text) gives into `parts`; the others stay.
-DateTimeScan ScanDateTime(DateTimeParts& parts, const char* text, const char* format);
+// Bytes up to `end`, which may lie behind the terminator, may be looked at; `text` will do.
+DateTimeScan ScanDateTime(DateTimeParts& parts, const char* text, const char* end,
+                          const char* format);
 
 // The English weekday, 0 Monday to 6 Sunday; "no day" for any other number.
 const char* WeekdayName(int weekday);

@@ -70,8 +70,10 @@ void AddDaysOf30(KvDate& date, std::int64_t days) {
 
 void AddDaysTo(KvDate& date, std::int64_t days, Carry mode) {
   if (mode == Carry::kSpan || !date.IsDate()) return AddDaysOf30(date, days);
-  const kv::CalendarDate moved = kv::DateOfDayNumber(date.dayabs() + days);
-  date = KvDate(moved.year, moved.month, moved.day);
+  const std::int64_t number = date.dayabs() + days;
+  date = static_cast<int>(number) == number
+             ? KvDate(static_cast<int>(number))
+             : std::bit_cast<KvDate>(kv::DateOfDayNumberByFormula(number));
 }
 
 // Adds to one component and brings it into 0 to base - 1. Result: what goes to the next one.

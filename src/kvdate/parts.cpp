@@ -43,11 +43,23 @@ void PutTime(DateTimeParts& parts, const d_Time& time) {
                                            : time.hundredth * kNanosecondsOfHundredth;
 }
 
+// Nearly all components fit as they are, which one comparison tells of several.
+constexpr bool FitBytes(int components) {
+  return (components & ~127) == 0;
+}
+
 KvDate DateFrom(const DateTimeParts& parts) {
+  if (FitBytes(parts.month | parts.day)) {
+    return {YearField(parts.year), static_cast<char>(parts.month), static_cast<char>(parts.day)};
+  }
   return {YearField(parts.year), ByteField(parts.month), ByteField(parts.day)};
 }
 
 KvTime TimeFrom(const DateTimeParts& parts) {
+  if (FitBytes(parts.hour | parts.minute | parts.second)) {
+    return {static_cast<char>(parts.hour), static_cast<char>(parts.minute),
+            static_cast<char>(parts.second)};
+  }
   return {ByteField(parts.hour), ByteField(parts.minute), ByteField(parts.second)};
 }
 
@@ -180,8 +192,8 @@ int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* forma
   const bool negative = *text == '-';
   if (negative) ++text;
   DateTimeParts parts;
-  const DateTimeScan scan =
-      ScanDateTime(parts, text, format != nullptr ? format : kDateTimeFormat<d_Interval>);
+  const DateTimeScan scan = ScanDateTime(parts, text, narrow.End(),
+                                         format != nullptr ? format : kDateTimeFormat<d_Interval>);
   const double days = parts.day + 30.0 * (parts.month + 12.0 * parts.year);
   const double seconds = days * 86400 + parts.hour * 3600.0 + parts.minute * 60.0 + parts.second +
                          parts.nanosecond / 1e9;

@@ -53,7 +53,21 @@ void SetParts(d_Date& date, const DateTimeParts& parts, const DateTimeScan& scan
 void SetParts(d_Time& time, const DateTimeParts& parts, const DateTimeScan& scan);
 void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, const DateTimeScan& scan);
 
-// What the components that a text does not give are taken from.
+// Classes whose components begin with a date of the calendar.
+template <class T>
+inline constexpr bool kHasDate = false;
+template <>
+inline constexpr bool kHasDate<KvDate> = true;
+template <>
+inline constexpr bool kHasDate<KvDateTime> = true;
+template <>
+inline constexpr bool kHasDate<KvDateTimeN> = true;
+template <>
+inline constexpr bool kHasDate<d_Date> = true;
+template <>
+inline constexpr bool kHasDate<d_Timestamp> = true;
+
+// The zero value: what the components that a text does not give are taken from.
 template <class T>
 T ZeroOf() {
   return T::ZeroValue();
@@ -91,9 +105,10 @@ int ScanDateTimeText(T& value, const KvString& in, const char* format) {
   if constexpr (requires { value.SetNullValue(); }) {
     if (BeginsWithNull(text.Get())) return value.SetNullValue();
   }
-  DateTimeParts parts = PartsOf(ZeroOf<T>());
+  DateTimeParts parts;
+  if constexpr (kHasDate<T>) parts.month = parts.day = 1;
   const DateTimeScan scan =
-      ScanDateTime(parts, text.Get(), format != nullptr ? format : kDateTimeFormat<T>);
+      ScanDateTime(parts, text.Get(), text.End(), format != nullptr ? format : kDateTimeFormat<T>);
   if (scan.any) SetParts(value, parts, scan);
   return scan.complete ? kvOk : kvNotSupported;
 }

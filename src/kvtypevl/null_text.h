@@ -16,8 +16,11 @@ inline KvString& PrintNull(KvString& out) {
 // True when a text begins with the null print string; what follows it is ignored. An empty null
 // print string is the beginning of no text.
 inline bool BeginsWithNull(const char* text) {
-  const NarrowText null(KvTypeMgr::GetNullPrintString());
-  if (*null.Get() == 0 || *null.Get() != *text) return false;
+  const KvString& print = KvTypeMgr::GetNullPrintString();
+  // Most texts are told by their first character.
+  if (!KvIsWideCodeSet(print.GetCodeSet()) && *print.StrGet() != *text) return false;
+  const NarrowText null(print);
+  if (*null.Get() == 0) return false;
   return std::strncmp(text, null.Get(), std::strlen(null.Get())) == 0;
 }
 

@@ -79,11 +79,14 @@ TEST_CASE("the quick conversions are those of the formulas for any components") 
     }
   }
   for (std::int64_t number = INT32_MIN; number <= INT32_MAX; number += 9973) {
-    if (!same(kv::DateOfDayNumber(number), kv::DateOfDayNumberByFormula(number))) ++wrong;
+    if (!same(kv::DateOfDayNumber(static_cast<int>(number)), kv::DateOfDayNumberByFormula(number)))
+      ++wrong;
   }
   for (const std::int64_t edge : {-68569LL, 0x3FF00000LL, 0LL}) {
     for (std::int64_t number = edge - 400; number < edge + 400; ++number) {
-      if (!same(kv::DateOfDayNumber(number), kv::DateOfDayNumberByFormula(number))) ++wrong;
+      if (!same(kv::DateOfDayNumber(static_cast<int>(number)),
+                kv::DateOfDayNumberByFormula(number)))
+        ++wrong;
     }
   }
   CHECK(wrong == 0);
