@@ -94,9 +94,13 @@ class FormatReader {
     return true;
   }
 
+  static constexpr bool IsFlag(char c) {
+    return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0';
+  }
+
   void ReadFlags() {
     unsigned count = 0;
-    for (; *at_ != 0 && std::strchr("-+ #0", *at_) != nullptr; ++at_) {
+    for (; IsFlag(*at_); ++at_) {
       if (std::strchr(conversion.flags, *at_) == nullptr) conversion.flags[count++] = *at_;
     }
   }
@@ -109,18 +113,16 @@ class FormatReader {
   }
 
   void ReadModifier() {
-    if (std::strncmp(at_, "I64", 3) == 0) {
+    const char first = *at_;
+    if (first == 'h') {
+      conversion.narrow = at_[1] == 'h' ? 8 : 16;
+      at_ += at_[1] == 'h' ? 2 : 1;
+    } else if (first == 'l') {
+      at_ += at_[1] == 'l' ? 2 : 1;
+    } else if (first == 'L') {
+      ++at_;
+    } else if (first == 'I' && at_[1] == '6' && at_[2] == '4') {
       at_ += 3;
-    } else if (std::strncmp(at_, "hh", 2) == 0) {
-      at_ += 2;
-      conversion.narrow = 8;
-    } else if (std::strncmp(at_, "ll", 2) == 0) {
-      at_ += 2;
-    } else if (*at_ == 'h') {
-      ++at_;
-      conversion.narrow = 16;
-    } else if (*at_ == 'l' || *at_ == 'L') {
-      ++at_;
     }
   }
 
@@ -162,7 +164,10 @@ class CutText {
   void AppendDecimal(Value value) {
     char digits[24];
     const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    for (const char* digit = digits; digit != end; ++digit) Append(*digit);
+    const unsigned length = std::min(static_cast<unsigned>(end - digits), Room() - 1);
+    std::memcpy(text_ + length_, digits, length);
+    length_ += length;
+    text_[length_] = 0;
   }
 
  private:
@@ -240,23 +245,23 @@ unsigned BitsOf(const Conversion& conversion, unsigned rowBits) {
 
 void PrintConversion(CutText& text, const Conversion& conversion, const ScalarArguments& values) {
   const unsigned bits = BitsOf(conversion, values.integerBits);
+  if (conversion.flags[0] == 0 && conversion.width < 0 && conversion.precision < 0) {
+    if (conversion.kind == Kind::kSigned) {
+      return text.AppendDecimal(CutToSignedBits(values.integer, bits));
+    }
+    if (conversion.letter == 'u') return text.AppendDecimal(CutToBits(values.integer, bits));
+  }
   const CheckedConversion checked(conversion);
-  const bool plain = conversion.flags[0] == 0 && conversion.width < 0 && conversion.precision < 0;
   switch (conversion.kind) {
     case Kind::kFloating:
       return text.AppendFormatted(checked.Text(), values.floating);
     case Kind::kCharacter:
       return text.AppendFormatted(checked.Text(),
                                   static_cast<int>(static_cast<unsigned char>(values.integer)));
-    case Kind::kSigned: {
-      const long long value = CutToSignedBits(values.integer, bits);
-      return plain ? text.AppendDecimal(value) : text.AppendFormatted(checked.Text(), value);
-    }
-    default: {
-      const unsigned long long value = CutToBits(values.integer, bits);
-      if (plain && conversion.letter == 'u') return text.AppendDecimal(value);
-      return text.AppendFormatted(checked.Text(), value);
-    }
+    case Kind::kSigned:
+      return text.AppendFormatted(checked.Text(), CutToSignedBits(values.integer, bits));
+    default:
+      return text.AppendFormatted(checked.Text(), CutToBits(values.integer, bits));
   }
 }
 
