@@ -39,6 +39,7 @@ STORED = [
     ("KvNULL_2B_T", ["5", "{NULL}"], "000500" "010000", "000005" "010000"),
     ("KvSTRING_T", ["abc", ""], "070001016162630" "0ff" "0400010100ff",
      "000701016162630" "0ff" "0004010100ff"),
+    ("KvISTRING_T", ["abc"], "0700010161626300ff", "0007010161626300ff"),
 ]
 
 
@@ -79,6 +80,7 @@ class Values(KvtmTest):
             ("-1", "compare", "KvBLOB_T", "{NULL}", ""),
             ("-1", "compare", "KvSTRING_T", "Bar", "Bär"),
             ("0", "compare", "KvSTRING_T", "--op", "0x40", "Bar", "Bär"),
+            ("0", "compare", "KvCASEISTRING_T", "Bar", "BÄR"),
             ("0x41c64e6d", "hash", "Kv4B_T", "1"),
             ("0xfefe7575", "hash", "KvNULL_4B_T", "{NULL}"),
             ("128", "step", "KvU2B_T", "127"),
@@ -210,6 +212,7 @@ class BadInput(KvtmTest):
             ("KvSTRING_T", "mark", "0500010161fe01"),
             ("KvSTRING_T", "16-bit", "0500fd016100ff"),
             ("KvSTRING_T", "takes 9", "0400010100ff" "0900010161"),
+            ("KvISTRING_T", "16-bit", "0600fd01610000ff"),
             ("KvBLOB_T", "takes 16", "100000000400000061"),
             ("KvBLOB_T", "past the end", "080000000500000061626364"),
             ("KvBLOB_T", "past the end", "08000000feffffff61626364"),
