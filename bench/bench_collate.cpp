@@ -5,16 +5,16 @@
 // library has nothing to collate by and its line says so. (A locale can be had for the run alone:
 // localedef -i de_DE -f UTF-8 FOLDER/de_DE.UTF-8, then LOCPATH=FOLDER.)
 #include <benchmark/benchmark.h>
+#include <string.h>
 
 #include <locale.h>
-#include <clocale>
-#include <cstring>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "kvcollate.h"
+#include "kv.h"
 #include "pair.h"
 #ifdef KV_BENCH_ICU
 #include <unicode/ucol.h>
@@ -156,6 +156,38 @@ auto Strcoll(SharedPairs pairs) {
   });
 }
 
+// The same words as catalogue values: in memory, and stored one behind the other.
+struct Values {
+  explicit Values(const WordPairs& pairs, int side, unsigned char format) {
+    for (const std::string& word : pairs.latin[side]) {
+      KvString text(word.c_str());
+      if (format == 2) text.MapToCodeSet(253);
+      loaded.push_back(text);
+      stored.emplace_back(2 * text.GetBufferSize() + 8);
+      DefaultTypeMgr(nullptr)->Store(KvSTRING_T, stored.back().data(), &text, format, 1);
+    }
+  }
+  std::vector<KvString> loaded;
+  std::vector<std::vector<unsigned char>> stored;
+};
+
+// Compares values through the type manager, loaded against stored where they lie.
+void RegisterStored(const SharedPairs& pairs, const char* operation, unsigned char format) {
+  const auto first = std::make_shared<Values>(*pairs, 0, format);
+  const auto second = std::make_shared<Values>(*pairs, 1, format);
+  KvTypeMgr* types = DefaultTypeMgr(nullptr);
+  const auto stored = OverAll([=](unsigned i) {
+    int status;
+    return types->Cmp(KvSTRING_T, 0, first->stored[i].data(), 0, second->stored[i].data(), 0, 1,
+                      format, status);
+  });
+  const auto loaded = OverAll([=](unsigned i) {
+    int status;
+    return types->Cmp(KvSTRING_T, 0, &first->loaded[i], 0, &second->loaded[i], 0, 1, 8, status);
+  });
+  bench::Pair(operation, "the same, loaded", 1, stored, loaded, kPairs);
+}
+
 void Register(const std::string& operation, bool neighbours) {
   const SharedPairs pairs = std::make_shared<const WordPairs>(MakePairs(neighbours));
   const std::string in1 = operation + ", code set 1";
@@ -168,6 +200,8 @@ void Register(const std::string& operation, bool neighbours) {
 #endif
   const char* library = GermanLocale() != nullptr ? "strcoll_l, German" : "strcoll_l, byte order";
   bench::Pair(in1, library, 0, OursIn1(pairs), Strcoll(pairs), kPairs);
+  RegisterStored(pairs, (operation + ", stored bytes").c_str(), 1);
+  RegisterStored(pairs, (operation + ", stored reversed 16-bit").c_str(), 2);
 }
 
 const bool registered = [] {

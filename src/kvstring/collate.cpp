@@ -2,18 +2,12 @@
 // order words (zinorder.h); characters of one order, nearly all of them, compare by one exclusive
 // or of two words. Whatever else there is (ligatures against plain letters, options that skip,
 // texts of orders) goes through order cursors, which are plain and slower.
-#include <algorithm>
-#include <cstdint>
-
+#include "kvstring/collate_quick.h"
 #include "kvstring/collate_units.h"
 
 namespace kv {
 
 namespace {
-
-inline int Sign(unsigned value1, unsigned value2) {
-  return value1 < value2 ? -1 : 1;
-}
 
 // What the walk over two texts has found so far: for each level below the primary one, which ends
 // the walk, the fields of both texts where they first differed.
@@ -81,8 +75,8 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
 
 // Walks `units1` and `units2`, which are anywhere in `text1` and `text2`, to the end.
 template <class Units1, class Units2>
-int CompareWords(const Text& text1, Units1 units1, const Text& text2, Units2 units2,
-                 Levels& levels) {
+[[gnu::always_inline]] inline int CompareWords(const Text& text1, Units1 units1, const Text& text2,
+                                               Units2 units2, Levels& levels) {
   const bool sameTable = units1.HasTableOf(units2);
   for (;; units1.Advance(), units2.Advance()) {
     const auto unit1 = units1.Get();
@@ -100,8 +94,8 @@ int CompareWords(const Text& text1, Units1 units1, const Text& text2, Units2 uni
     if (sign != 0) return sign;
     if (unit1 == 0) return levels.Decide();
   }
-  return CompareOrders(OrderCursor(RestAt(text1, units1.Position())),
-                       OrderCursor(RestAt(text2, units2.Position())), false, levels);
+  return CompareOrders(OrderCursor(RestOf(text1, units1.Passed(text1.units))),
+                       OrderCursor(RestOf(text2, units2.Passed(text2.units))), false, levels);
 }
 
 int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp) {
@@ -158,79 +152,6 @@ int CompareCollated(const Text& text1, const Text& text2, unsigned short cmpOp) 
   return asPattern && result == 0 ? -1 : result;
 }
 
-// Whether nothing about a comparison is out of the ordinary: the same code set and language,
-// neither standing for another nor for a null, no wildcards, no options beyond which levels count.
-inline bool IsOrdinary(unsigned char codeSet1, unsigned char language1, unsigned char codeSet2,
-                       unsigned char language2, unsigned short cmpOp) {
-  return codeSet1 == codeSet2 && language1 == language2 && codeSet1 != kvCodeSetBytes &&
-         codeSet1 < kOrderCodeSet && language1 < 254 &&
-         (cmpOp & (kvCompareSkipSpaces | kvCompareKeyOrder)) == 0 && !wildcardsInUse;
-}
-
-// What the first two different characters make of an ordinary comparison. Most comparisons end with
-// them; kUndecided when this one does not.
-constexpr int kUndecided = 2;
-
-inline int Decide(unsigned word1, unsigned word2) {
-  if (((word1 | word2) & kPairBit) != 0) return kUndecided;
-  if ((word1 ^ word2) >> 16 != 0) return Sign(word1, word2);
-  return kUndecided;
-}
-
-// An ordinary comparison of two texts with known lengths and one byte order. What they begin with
-// alike is passed over in words, whatever the byte order.
-template <class Unit, class Table>
-int CompareCounted(const Text& text1, const Text& text2, const Table& table, unsigned short cmpOp) {
-  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
-  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
-  constexpr unsigned kUnitsAWord = 8 / sizeof(Unit);
-  const unsigned char* begin1 = BeginOf(text1);
-  const unsigned char* begin2 = BeginOf(text2);
-  const unsigned units = std::min(text1.length, text2.length);
-  unsigned at = 0;
-  for (; at + kUnitsAWord <= units; at += kUnitsAWord) {
-    std::uint64_t word1;
-    std::uint64_t word2;
-    std::memcpy(&word1, begin1 + at * sizeof(Unit), 8);
-    std::memcpy(&word2, begin2 + at * sizeof(Unit), 8);
-    if (word1 != word2 || ((word1 - kOnes) & ~word1 & kTops) != 0) break;
-  }
-  const auto unitOf = [&at](const Text& text) {
-    Unit unit = 0;
-    if (at < text.length) std::memcpy(&unit, BeginOf(text) + at * sizeof(Unit), sizeof(Unit));
-    return unit;
-  };
-  Unit unit1 = unitOf(text1);
-  Unit unit2 = unitOf(text2);
-  while (unit1 == unit2) {
-    if (unit1 == 0) return 0;
-    ++at;
-    unit1 = unitOf(text1);
-    unit2 = unitOf(text2);
-  }
-  if constexpr (sizeof(Unit) == 2) {
-    if (IsReversed(text1)) {
-      unit1 = __builtin_bswap16(unit1);
-      unit2 = __builtin_bswap16(unit2);
-    }
-  }
-  const int result = Decide(table.Word(unit1), table.Word(unit2));
-  if (result != kUndecided) return result;
-  return CompareLevels(RestAt(text1, begin1 + at * sizeof(Unit)),
-                       RestAt(text2, begin2 + at * sizeof(Unit)), cmpOp);
-}
-
-int CompareOrdinaryTexts(const Text& text1, const Text& text2, unsigned short cmpOp) {
-  const bool counted = text1.length != kToTerminator && text2.length != kToTerminator &&
-                       text1.units != nullptr && text2.units != nullptr;
-  if (!counted || IsReversed(text1) != IsReversed(text2)) return CompareLevels(text1, text2, cmpOp);
-  if (KvIsWideCodeSet(text1.codeSet)) {
-    return CompareCounted<unsigned short>(text1, text2, WideOrderTable(text1.language), cmpOp);
-  }
-  return CompareCounted<unsigned char>(text1, text2, ByteOrderTable(text1.codeSet, text1.language),
-                                       cmpOp);
-}
-
 }  // namespace
 
 OrderCursor::OrderCursor(const Text& given)
@@ -244,12 +165,12 @@ OrderCursor::OrderCursor(const Text& given)
       isReversed_(IsReversed(given)),
       isOrders_(given.codeSet == kOrderCodeSet) {}
 
-int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
-                 unsigned short maxLength) {
-  if (maxLength == 65535 &&
-      IsOrdinary(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp)) {
-    return CompareOrdinaryTexts(text1, text2, cmpOp);
-  }
+int CompareRest(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp) {
+  return CompareLevels(RestOf(text1, passed), RestOf(text2, passed), cmpOp);
+}
+
+int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cmpOp,
+                         unsigned short maxLength) {
   const bool isNull1 = text1.IsNull();
   const bool isNull2 = text2.IsNull();
   if (isNull2) return isNull1 ? 0 : 1;
@@ -265,37 +186,37 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
   return CompareCollated(Limited(Resolve(text1), limit), Limited(Resolve(text2), limit), cmpOp);
 }
 
-namespace {
-
-// The rest of an ordinary comparison, kept apart so that its beginning needs no stack frame.
-template <class Unit, class Table>
-[[gnu::noinline]] int CompareFurther(const Table& table, unsigned char codeSet,
-                                     unsigned char language, const char* text1, const char* text2,
-                                     unsigned short cmpOp) {
-  Levels levels(cmpOp);
-  using Terminated = Units<Unit, Table, true>;
-  return CompareWords({codeSet, language, text1}, Terminated(text1, table),
-                      {codeSet, language, text2}, Terminated(text2, table), levels);
+int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
+                 unsigned short maxLength) {
+  if (maxLength == 65535) return CompareQuickly(text1, text2, cmpOp);
+  return CompareExtraordinary(text1, text2, cmpOp, maxLength);
 }
 
-template <class Unit, class Table>
-[[gnu::always_inline]] inline int CompareOrdinary(const Table& table, unsigned char codeSet,
-                                                  unsigned char language, const char* text1,
-                                                  const char* text2, unsigned short cmpOp) {
-  Unit unit1;
-  Unit unit2;
-  const auto goesOn = [&](std::size_t index) {
-    std::memcpy(&unit1, text1 + index * sizeof(Unit), sizeof(Unit));
-    std::memcpy(&unit2, text2 + index * sizeof(Unit), sizeof(Unit));
-    return unit1 == unit2 && unit1 != 0;
+namespace {
+
+// The rest of an ordinary comparison of terminated texts.
+[[gnu::noinline]] int CompareTerminatedRest(unsigned char codeSet, unsigned char language,
+                                            const void* text1, const void* text2, unsigned passed,
+                                            unsigned short cmpOp) {
+  // Units straight from the values: copying a text just written makes the processor wait.
+  const auto* rest1 = static_cast<const unsigned char*>(text1) + passed * UnitWidth(codeSet);
+  const auto* rest2 = static_cast<const unsigned char*>(text2) + passed * UnitWidth(codeSet);
+  const auto compare = [&](auto units1, auto units2) {
+    Levels levels(cmpOp);
+    return CompareWords({codeSet, language, rest1}, units1, {codeSet, language, rest2}, units2,
+                        levels);
   };
-  std::size_t at = 0;
-  while (goesOn(at) && goesOn(++at) && goesOn(++at) && goesOn(++at)) ++at;  // four to a round
-  if (unit1 == unit2) return 0;
-  const int result = Decide(table.Word(unit1), table.Word(unit2));
-  if (result != kUndecided) return result;
-  return CompareFurther<Unit>(table, codeSet, language, text1 + at * sizeof(Unit),
-                              text2 + at * sizeof(Unit), cmpOp);
+  if (KvIsWideCodeSet(codeSet)) {
+    const WideOrderTable table(language);
+    return compare(WideUnits(rest1, table, nullptr), WideUnits(rest2, table, nullptr));
+  }
+  const ByteOrderTable table(codeSet, language);
+  return compare(ByteUnits(rest1, table, nullptr), ByteUnits(rest2, table, nullptr));
+}
+
+[[gnu::noinline]] int CompareAnyStrings(const KvString& string1, const KvString& string2,
+                                        unsigned short cmpOp) {
+  return CompareExtraordinary(TextOf(string1), TextOf(string2), cmpOp, 65535);
 }
 
 [[gnu::noinline]] int CompareAny(unsigned char codeSet1, unsigned char language1, const char* text1,
@@ -309,21 +230,33 @@ template <class Unit, class Table>
 
 }  // namespace
 
+// The terminators are all that is needed here; a null buffer takes the way of the extraordinary.
+int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp) {
+  const unsigned char codeSet = string1.GetCodeSet();
+  const unsigned char language = string1.GetLanguage();
+  const unsigned char* text1 = StringAccess::Buffer(string1);
+  const unsigned char* text2 = StringAccess::Buffer(string2);
+  if (!IsOrdinary(codeSet, language, string2.GetCodeSet(), string2.GetLanguage(), cmpOp) ||
+      text1 == nullptr || text2 == nullptr) {
+    return CompareAnyStrings(string1, string2, cmpOp);
+  }
+  return CompareTerminated(codeSet, language, text1, text2, [&](unsigned passed) {
+    return CompareTerminatedRest(codeSet, language, text1, text2, passed, cmpOp);
+  });
+}
+
 }  // namespace kv
 
 int KvStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
              unsigned char codeSet2, unsigned char language2, const char* text2,
              unsigned short cmpOp, short maxLength, unsigned char byteOrder, int* status) {
   if (status != nullptr) *status = kvOk;
-  if (kv::IsOrdinary(codeSet1, language1, codeSet2, language2, cmpOp) && byteOrder == 1 &&
-      maxLength == -1 && text1 != nullptr && text2 != nullptr) [[likely]] {
-    if (KvIsWideCodeSet(codeSet1)) {
-      return kv::CompareOrdinary<unsigned short>(kv::WideOrderTable(language1), codeSet1, language1,
-                                                 text1, text2, cmpOp);
-    }
-    return kv::CompareOrdinary<unsigned char>(kv::ByteOrderTable(codeSet1, language1), codeSet1,
-                                              language1, text1, text2, cmpOp);
+  if (!kv::IsOrdinary(codeSet1, language1, codeSet2, language2, cmpOp) || byteOrder != 1 ||
+      maxLength != -1 || text1 == nullptr || text2 == nullptr) {
+    return kv::CompareAny(codeSet1, language1, text1, codeSet2, language2, text2, cmpOp, maxLength,
+                          byteOrder, status);
   }
-  return kv::CompareAny(codeSet1, language1, text1, codeSet2, language2, text2, cmpOp, maxLength,
-                        byteOrder, status);
+  return kv::CompareTerminated(codeSet1, language1, text1, text2, [&](unsigned passed) {
+    return kv::CompareTerminatedRest(codeSet1, language1, text1, text2, passed, cmpOp);
+  });
 }

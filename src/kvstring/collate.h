@@ -8,6 +8,8 @@
 
 #include "zinorder.h"
 
+class KvString;
+
 namespace kv {
 
 inline constexpr unsigned kToTerminator = 0xFFFFFFFF;
@@ -97,6 +99,9 @@ class OrderCursor {
 // As KvStrCmp (kvcollate.h), on at most `maxLength` characters or orders; 65535 is no limit.
 int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength = 65535);
+
+// The same for two strings, whole.
+int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp);
 
 // Whether `text` begins with `pattern`: equal orders under the options of `cmpOp`, as if a wildcard
 // for the rest followed the pattern. The process's wildcards count in the pattern as in KvStrCmp.

@@ -146,7 +146,7 @@ class FirstUnits {
   unsigned Next(const Text& text, unsigned position, unsigned length) {
     if (length - position >= kWorthwhile && !listed_) List();
     while (position < length) {
-      if (isShort_ && !IsReversed(text)) position = SkipBlocks(BeginOf(text), position, length);
+      if (isShort_ && !IsReversed(text)) position = Skip(BeginOf(text), position, length);
       const unsigned last = std::min(length, position + kBlock);
       for (; position < last; ++position) {
         if (Has(UnitAt(text, position))) return position;
@@ -183,28 +183,39 @@ class FirstUnits {
     if (count == 0) return;
     std::fill(list_ + count, list_ + kListed, list_[0]);
     isShort_ = true;
+    isSingle_ = count == 1;
   }
 
-  // Passes over blocks that have none of the listed units and nothing beyond kLast.
-  unsigned SkipBlocks(const unsigned char* text, unsigned position, unsigned length) const {
-    for (; length - position >= kBlock; position += kBlock) {
-      Unit block[kBlock];
-      std::memcpy(block, text + position * sizeof(Unit), sizeof block);
-      Unit hit = 0;
-      for (Unit unit : block) {
-        hit = static_cast<Unit>(hit | (unit == list_[0]) | (unit == list_[1]) | (unit == list_[2]) |
-                                (unit == list_[3]) | (unit > kLast));
-      }
-      if (hit != 0) break;
+  // Passes over what has none of the listed units and nothing beyond kLast.
+  unsigned Skip(const unsigned char* text, unsigned position, unsigned length) const {
+    if (sizeof(Unit) == 1 && isSingle_) {
+      const void* found = std::memchr(text + position, list_[0], length - position);
+      if (found == nullptr) return length;
+      return static_cast<unsigned>(static_cast<const unsigned char*>(found) - text);
+    }
+    while (length - position >= kBlock && !BlockHasOne(text + position * sizeof(Unit))) {
+      position += kBlock;
     }
     return position;
+  }
+
+  bool BlockHasOne(const unsigned char* text) const {
+    Unit block[kBlock];
+    std::memcpy(block, text, sizeof block);
+    Unit hit = 0;
+    for (Unit unit : block) {
+      hit = static_cast<Unit>(hit | (unit == list_[0]) | (unit == list_[1]) | (unit == list_[2]) |
+                              (unit == list_[3]) | (unit > kLast));
+    }
+    return hit != 0;
   }
 
   Table table_;
   unsigned weight_;
   unsigned mask_;
   bool listed_ = false;
-  bool isShort_ = false;
+  bool isShort_ = false;   // list_ has them all, up to kLast
+  bool isSingle_ = false;  // and they are one
   Unit list_[kListed] = {};
 };
 
@@ -265,7 +276,7 @@ class Search {
   unsigned Tried() const { return text_.length - pattern_.length + 1; }
 
   bool IsAt(unsigned position) const {
-    const Text rest = RestAt(text_, BeginOf(text_) + position * UnitWidth(text_.codeSet));
+    const Text rest = RestOf(text_, position);
     if (!isWhole_) return BeginsWithResolved(rest, pattern_, cmpOp_, isPlain_);
     return CompareTexts(rest, pattern_, cmpOp_, static_cast<unsigned short>(pattern_.length)) == 0;
   }

@@ -2,20 +2,12 @@
 // options that every walk over orders looks at, and the units of a text with their order words.
 #pragma once
 
-#include "kvcollate.h"
-#include "kvstring/collate.h"
-#include "kvstring/string_edit.h"
+#include "kvstring/collate_quick.h"
 
 namespace kv {
 
 // Either rules out wildcards.
 inline constexpr unsigned short kNoWildcards = kvCompareExact | kvCompareKeyOrder;
-
-// Texts whose units are collation orders.
-inline constexpr unsigned char kOrderCodeSet = 254;
-
-// Whether the process has named any wildcard.
-extern bool wildcardsInUse;
 
 // Whether `pattern` has one of the process's wildcards in it.
 bool HasWildcard(const Text& pattern);
@@ -35,25 +27,16 @@ inline Text Limited(Text text, unsigned length) {
   return text;
 }
 
-inline bool IsReversed(const Text& text) {
-  return (text.byteOrder & 0x0F) == 2;
-}
-
-inline const unsigned char* BeginOf(const Text& text) {
-  return static_cast<const unsigned char*>(text.units);
-}
-
 // Null when only the terminator ends the text.
 inline const unsigned char* EndOf(const Text& text) {
   if (text.units == nullptr || text.length == kToTerminator) return nullptr;
   return BeginOf(text) + text.length * UnitWidth(text.codeSet);
 }
 
-// What follows `position` in a text.
-inline Text RestAt(Text text, const unsigned char* position) {
-  const auto passed = static_cast<unsigned>(position - BeginOf(text));
-  text.units = position;
-  if (text.length != kToTerminator) text.length -= passed / UnitWidth(text.codeSet);
+// What follows the first `units` units of a text.
+inline Text RestOf(Text text, unsigned units) {
+  text.units = BeginOf(text) + units * UnitWidth(text.codeSet);
+  if (text.length != kToTerminator) text.length -= units;
   return text;
 }
 
@@ -66,12 +49,11 @@ inline unsigned LevelMask(unsigned short cmpOp) {
   return mask;
 }
 
-// The units of a text of one width, one after the other, and their order words. The general form
-// knows an end and either byte order; the terminated one goes by the zero unit in memory order.
-template <class Unit, class Table, bool kTerminated>
+// The units of a text of one width, one after the other, and their order words.
+template <class Unit, class Table>
 class Units {
  public:
-  Units(const void* text, const Table& table, const void* end = nullptr, bool isReversed = false)
+  Units(const void* text, const Table& table, const void* end, bool isReversed = false)
       : position_(static_cast<const unsigned char*>(text)),
         table_(table),
         end_(static_cast<const unsigned char*>(end)),
@@ -79,10 +61,10 @@ class Units {
 
   // 0 at the end.
   Unit Get() const {
-    if (!kTerminated && position_ == end_) return 0;
+    if (position_ == end_) return 0;
     Unit unit;
     std::memcpy(&unit, position_, sizeof unit);
-    if constexpr (sizeof unit == 2 && !kTerminated) {
+    if constexpr (sizeof unit == 2) {
       if (isReversed_) return __builtin_bswap16(unit);
     }
     return unit;
@@ -91,6 +73,10 @@ class Units {
   void Advance() { position_ += sizeof(Unit); }
   unsigned Word(Unit unit) const { return table_.Word(unit); }
   const unsigned char* Position() const { return position_; }
+  unsigned Passed(const void* text) const {
+    return static_cast<unsigned>(position_ - static_cast<const unsigned char*>(text)) /
+           sizeof(Unit);
+  }
   bool HasTableOf(const Units& other) const { return table_ == other.table_; }
   template <class Other>
   bool HasTableOf(const Other&) const {
@@ -104,8 +90,8 @@ class Units {
   bool isReversed_;
 };
 
-using ByteUnits = Units<unsigned char, ByteOrderTable, false>;
-using WideUnits = Units<unsigned short, WideOrderTable, false>;
+using ByteUnits = Units<unsigned char, ByteOrderTable>;
+using WideUnits = Units<unsigned short, WideOrderTable>;
 
 inline ByteUnits BytesOf(const Text& text) {
   return {text.units, ByteOrderTable(text.codeSet, text.language), EndOf(text)};

@@ -17,10 +17,9 @@ unsigned short OperationOrDefault(unsigned short operation) {
   return operation == kDefaultOperation ? KvLanguageContext::GetDefaultCmpOp() : operation;
 }
 
-int CompareStrings(const KvString& a, const KvString& b, short maximumLength,
-                   unsigned short operation) {
-  return KvStrCmp(a.GetCodeSet(), a.GetLanguage(), a.StrGet(), b.GetCodeSet(), b.GetLanguage(),
-                  b.StrGet(), operation, maximumLength, 1, nullptr);
+// What the comparison operators ask.
+int CompareByDefault(const KvString& a, const KvString& b) {
+  return CompareStrings(a, b, KvLanguageContext::GetDefaultCmpOp());
 }
 
 // With the length that searching wants to know.
@@ -45,29 +44,31 @@ int SetWildcard(Wildcard wildcard, const KvChar& character) {
 }  // namespace kv
 
 bool KvString::operator==(const KvString& other) const {
-  return this == &other || kv::CompareStrings(*this, other, kv::kWholeText, GetDefaultCmpOp()) == 0;
+  return this == &other || kv::CompareByDefault(*this, other) == 0;
 }
 
 int KvString::operator!=(const KvString& other) const {
-  return kv::CompareStrings(*this, other, kv::kWholeText, GetDefaultCmpOp());
+  return kv::CompareByDefault(*this, other);
 }
 
 bool KvString::operator<(const KvString& other) const {
-  return (*this != other) < 0;
+  return kv::CompareByDefault(*this, other) < 0;
 }
 bool KvString::operator<=(const KvString& other) const {
-  return (*this != other) <= 0;
+  return kv::CompareByDefault(*this, other) <= 0;
 }
 bool KvString::operator>(const KvString& other) const {
-  return (*this != other) > 0;
+  return kv::CompareByDefault(*this, other) > 0;
 }
 bool KvString::operator>=(const KvString& other) const {
-  return (*this != other) >= 0;
+  return kv::CompareByDefault(*this, other) >= 0;
 }
 
 int KvString::Compare(const KvString& other, short maximumLength,
                       unsigned short compareOperation) const {
-  return kv::CompareStrings(*this, other, maximumLength, kv::OperationOrDefault(compareOperation));
+  return kv::CompareTexts(kv::TextOf(*this), kv::TextOf(other),
+                          kv::OperationOrDefault(compareOperation),
+                          static_cast<unsigned short>(maximumLength));
 }
 
 bool KvString::EqualsIgnoreLanguage(const KvString& other) const {

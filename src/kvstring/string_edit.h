@@ -42,12 +42,6 @@ inline void WriteUnit(void* text, bool wide, unsigned index, unsigned short unit
   }
 }
 
-// A string as comparing and hashing take it, bounded by its buffer: reading in blocks is safe.
-inline Text TextOf(const KvString& string) {
-  const unsigned units = string.GetBufferSize() / UnitWidth(string.GetCodeSet());
-  return {string.GetCodeSet(), string.GetLanguage(), string.StrGet(), units == 0 ? 0 : units - 1};
-}
-
 // Units before the terminator, at most `limit`; nothing past them is read. Null is empty.
 unsigned TextLength(const void* text, bool wide, unsigned limit);
 // The same without a limit, for texts that only their terminator ends.
@@ -110,5 +104,12 @@ class StringAccess {
   // A buffer that has just the size is used again. False when memory was short.
   static bool PutUnits(KvString& target, const void* units, unsigned bytes);
 };
+
+// A string as comparing and hashing take it, bounded by its buffer: reading in blocks is safe.
+inline Text TextOf(const KvString& string) {
+  const unsigned units = string.GetBufferSize() / UnitWidth(string.GetCodeSet());
+  return {string.GetCodeSet(), string.GetLanguage(), StringAccess::Buffer(string),
+          units == 0 ? 0 : units - 1};
+}
 
 }  // namespace kv

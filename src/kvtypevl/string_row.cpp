@@ -3,6 +3,7 @@
 #include "kvtypevl/string_row.h"
 
 #include "kvhash.h"
+#include "kvstring/collate_quick.h"
 #include "kvtypes/convert.h"
 #include "kvtypevl/compare.h"
 #include "kvtypevl/hash.h"
@@ -169,15 +170,15 @@ int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned len
   const Format format{op};
   // An index probe compares single strings; they take no detour through a run.
   if (count == 1 && format.IsMemory()) {
-    const Text text1 = TextOf(*static_cast<const KvString*>(value1));
-    const Text text2 = TextOf(*static_cast<const KvString*>(value2));
-    return ThreeWay(CompareTexts(text1, text2, cmpOp), 0);
+    return ThreeWay(CompareStrings(*static_cast<const KvString*>(value1),
+                                   *static_cast<const KvString*>(value2), cmpOp),
+                    0);
   }
   Text text1;
   Text text2;
   if (count == 1 && ReadWholeBlock(value1, length1, format, text1) &&
       ReadWholeBlock(value2, length2, format, text2)) {
-    return ThreeWay(CompareTexts(text1, text2, cmpOp), 0);
+    return ThreeWay(CompareQuickly(text1, text2, cmpOp), 0);
   }
   return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
                                                             format, cmpOp, count, result)

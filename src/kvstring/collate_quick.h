@@ -1,0 +1,170 @@
+// collate_quick.h - the comparison that nearly all comparisons are, inline: two texts of one code
+// set and language, by levels, without wildcards. It ends at the first difference unless that is
+// one of accent, case or ligature; everything else is handed on.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "kvcollate.h"
+#include "kvstring/collate.h"
+#include "kvstring/string_edit.h"
+#include "kvtypevl/run.h"
+
+namespace kv {
+
+// Whether the process has named any wildcard.
+extern bool wildcardsInUse;
+
+// Texts whose units are collation orders.
+inline constexpr unsigned char kOrderCodeSet = 254;
+
+// As CompareTexts, for whatever is out of the ordinary.
+int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cmpOp,
+                         unsigned short maxLength);
+// The comparison by levels of two resolved texts from `passed` units on, up to which they are the
+// same.
+int CompareRest(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp);
+
+inline bool IsReversed(const Text& text) {
+  return (text.byteOrder & 0x0F) == 2;
+}
+
+inline const unsigned char* BeginOf(const Text& text) {
+  return static_cast<const unsigned char*>(text.units);
+}
+
+inline int Sign(unsigned value1, unsigned value2) {
+  return value1 < value2 ? -1 : 1;
+}
+
+// Whether nothing about a comparison is out of the ordinary: the same code set and language, no
+// number that stands for another or for a null, no wildcards, no options beyond which levels count.
+// Takes values and not texts: comparing adjacent fields of a text just written makes the processor
+// wait for the writes.
+inline bool IsOrdinary(unsigned char codeSet1, unsigned char language1, unsigned char codeSet2,
+                       unsigned char language2, unsigned short cmpOp) {
+  return codeSet1 == codeSet2 && language1 == language2 && codeSet1 != kvCodeSetBytes &&
+         codeSet1 < kOrderCodeSet && language1 < 254 &&
+         (cmpOp & (kvCompareSkipSpaces | kvCompareKeyOrder)) == 0 && !wildcardsInUse;
+}
+
+// Where two texts first differ: the units there, both 0 when the texts are the same.
+template <class Unit>
+struct Difference {
+  std::size_t at;
+  Unit unit1;
+  Unit unit2;
+};
+
+template <class Unit>
+inline Unit LoadUnit(const unsigned char* text, std::size_t at) {
+  Unit unit;
+  std::memcpy(&unit, text + at * sizeof unit, sizeof unit);
+  return unit;
+}
+
+// In texts that only their terminators end, which may not be read in words.
+template <class Unit>
+[[gnu::always_inline]] inline Difference<Unit> FindTerminated(const unsigned char* text1,
+                                                              const unsigned char* text2) {
+  Unit unit1;
+  Unit unit2;
+  const auto same = [&](std::size_t at) {
+    unit1 = LoadUnit<Unit>(text1, at);
+    unit2 = LoadUnit<Unit>(text2, at);
+    return unit1 == unit2 && unit1 != 0;
+  };
+  std::size_t at = 0;
+  while (same(at) && same(++at) && same(++at) && same(++at)) ++at;  // four to a round
+  return {at, unit1, unit2};
+}
+
+// How many of the first `units` units two texts have in common, zero units excepted. Words are for
+// texts that do not differ in their first unit, as most do.
+template <class Unit>
+[[gnu::always_inline]] inline std::size_t CommonUnits(const unsigned char* text1,
+                                                      const unsigned char* text2, unsigned units) {
+  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
+  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
+  constexpr std::size_t kUnitsAWord = 8 / sizeof(Unit);
+  const auto same = [&](std::size_t at) {
+    const Unit unit = LoadUnit<Unit>(text1, at);
+    return unit == LoadUnit<Unit>(text2, at) && unit != 0;
+  };
+  if (units == 0 || !same(0)) return 0;
+  std::size_t at = 1;
+  for (; at + kUnitsAWord <= units; at += kUnitsAWord) {
+    const std::uint64_t word = LoadWord(text1 + at * sizeof(Unit));
+    const bool hasZero = ((word - kOnes) & ~word & kTops) != 0;
+    if (hasZero || word != LoadWord(text2 + at * sizeof(Unit))) break;
+  }
+  while (at < units && same(at)) ++at;
+  return at;
+}
+
+// In texts of given lengths and the same form.
+template <class Unit>
+[[gnu::always_inline]] inline Difference<Unit> FindCounted(const Text& text1, const Text& text2) {
+  const std::size_t at =
+      CommonUnits<Unit>(BeginOf(text1), BeginOf(text2), std::min(text1.length, text2.length));
+  const auto unitOf = [at](const Text& text) -> Unit {
+    if (at >= text.length) return 0;
+    const Unit unit = LoadUnit<Unit>(BeginOf(text), at);
+    if constexpr (sizeof unit == 2) {
+      if (IsReversed(text)) return __builtin_bswap16(unit);
+    }
+    return unit;
+  };
+  return {at, unitOf(text1), unitOf(text2)};
+}
+
+// The result of an ordinary comparison by the first difference. When that does not decide, what is
+// left is the caller's to hand on, `rest(passed)`: handed on as the plain values that the caller
+// was given, it costs the frequent way no stack frame.
+template <class Unit, class Table, class Rest>
+[[gnu::always_inline]] inline int DecideBy(const Difference<Unit>& difference, const Table& table,
+                                           Rest rest) {
+  if (difference.unit1 == difference.unit2) return 0;
+  const unsigned word1 = table.Word(difference.unit1);
+  const unsigned word2 = table.Word(difference.unit2);
+  const bool isDecided = ((word1 | word2) & kPairBit) == 0 && (word1 ^ word2) >> 16 != 0;
+  return isDecided ? Sign(word1, word2) : rest(static_cast<unsigned>(difference.at));
+}
+
+// An ordinary comparison of two terminated texts in memory order.
+template <class Rest>
+[[gnu::always_inline]] inline int CompareTerminated(unsigned char codeSet, unsigned char language,
+                                                    const void* text1, const void* text2,
+                                                    Rest rest) {
+  const auto* units1 = static_cast<const unsigned char*>(text1);
+  const auto* units2 = static_cast<const unsigned char*>(text2);
+  if (KvIsWideCodeSet(codeSet)) {
+    return DecideBy(FindTerminated<unsigned short>(units1, units2), WideOrderTable(language), rest);
+  }
+  return DecideBy(FindTerminated<unsigned char>(units1, units2), ByteOrderTable(codeSet, language),
+                  rest);
+}
+
+// As CompareTexts of whole texts.
+[[gnu::always_inline]] inline int CompareQuickly(const Text& text1, const Text& text2,
+                                                 unsigned short cmpOp) {
+  const unsigned char codeSet1 = text1.codeSet;
+  const unsigned char codeSet2 = text2.codeSet;
+  if (!IsOrdinary(codeSet1, text1.language, codeSet2, text2.language, cmpOp) ||
+      text1.units == nullptr || text2.units == nullptr || IsReversed(text1) != IsReversed(text2) ||
+      text1.length == kToTerminator || text2.length == kToTerminator) {
+    return CompareExtraordinary(Text(text1), Text(text2), cmpOp, 65535);
+  }
+  const auto rest = [&](unsigned passed) {
+    return CompareRest(Text(text1), Text(text2), passed, cmpOp);
+  };
+  if (KvIsWideCodeSet(codeSet1)) {
+    return DecideBy(FindCounted<unsigned short>(text1, text2), WideOrderTable(text1.language),
+                    rest);
+  }
+  return DecideBy(FindCounted<unsigned char>(text1, text2),
+                  ByteOrderTable(codeSet1, text1.language), rest);
+}
+
+}  // namespace kv
