@@ -195,6 +195,10 @@ class KV_EXPORT KvStringIterator {
   // iterator takes over `list`, which comes from `new`. Code set 255: the iterator's own.
   void SetOverflow(KvWCharList* list, unsigned char codeSet = 255);
 
+  // For an operation that runs short of memory: the walk of Transform ends here, and the text of
+  // KvString::Transform stays as it is.
+  void GiveUp() { gaveUp_ = true; }
+
   // The next collation order of the text, 0 at its end; a character that expands gives two. Moves
   // over the character with its first order. `flags` is reserved: pass 0.
   unsigned short GetNextOrder(unsigned short flags);
@@ -233,4 +237,5 @@ class KV_EXPORT KvStringIterator {
   unsigned char* orderPosition_;  // behind the character that pendingOrder_ belongs to
   unsigned short pendingOrder_;   // second order of the last expanded character
   alignas(2) unsigned char ownText_[4];
+  bool gaveUp_ = false;
 };

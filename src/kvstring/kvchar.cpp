@@ -44,12 +44,10 @@ KvChar WithOverflow(const unsigned short* mapped, unsigned count, const KvChar& 
                     KvStringIterator* overflow) {
   if (count > 1 && overflow != nullptr) {
     auto* list = new (std::nothrow) KvWCharList;
-    if (list == nullptr) {
-      KvCallMemoryHandler(sizeof(KvWCharList));
-    } else {
-      for (unsigned index = 1; index < count; ++index) list->Append(mapped[index]);
-      overflow->SetOverflow(list, source.GetCodeSet());
-    }
+    if (list == nullptr) KvCallMemoryHandler(sizeof(KvWCharList));
+    for (unsigned index = 1; list != nullptr && index < count; ++index) list->Append(mapped[index]);
+    if (list == nullptr || list->Count() != count - 1) overflow->GiveUp();
+    overflow->SetOverflow(list, source.GetCodeSet());
   }
   return KvChar(mapped[0], source.GetCodeSet(), source.GetLanguage());
 }
@@ -304,8 +302,11 @@ KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
     }
   }
   pendingOrder_ = source.pendingOrder_;
-  overflow_ =
-      source.overflow_ == nullptr ? nullptr : new (std::nothrow) KvWCharList(*source.overflow_);
+  gaveUp_ = source.gaveUp_;
+  overflow_ = nullptr;
+  if (source.overflow_ == nullptr) return *this;
+  overflow_ = new (std::nothrow) KvWCharList(*source.overflow_);
+  if (overflow_ == nullptr) KvCallMemoryHandler(sizeof(KvWCharList));
   return *this;
 }
 
@@ -369,7 +370,7 @@ void KvStringIterator::SetOverflow(KvWCharList* list, unsigned char codeSet) {
 }
 
 void KvStringIterator::Transform(KvStringIterator& out, KvCharOperation& operation) {
-  while (!IsEOS() && (out.limit_ == nullptr || out.position_ < out.limit_)) {
+  while (!gaveUp_ && !IsEOS() && (out.limit_ == nullptr || out.position_ < out.limit_)) {
     *out = IsPending() ? **this : operation.Apply(**this, this);
     ++out;
     ++*this;

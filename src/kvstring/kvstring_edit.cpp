@@ -7,6 +7,7 @@
 #include "kvstring.h"
 #include "kvstring/ascii_case.h"
 #include "kvstring/string_edit.h"
+#include "kvtypevl/run.h"
 
 namespace kv {
 namespace {
@@ -34,9 +35,35 @@ void PutCopies(KvString& target, unsigned position, const void* unit, unsigned c
                               .repeat = copies});
 }
 
-// Maps characters in place as long as each gives one character. Returns whether all did.
-bool MapCaseInPlace(KvString& text, unsigned length, LetterCase to) {
-  const KvCodeSet* codeSet = KvLanguageContext::QueryCodeSet(text.GetCodeSet());
+unsigned MapUnit(const KvCodeSet& codeSet, unsigned short unit, LetterCase to,
+                 unsigned short (&mapped)[3]) {
+  return to == LetterCase::kUpper ? codeSet.ToUpper(unit, mapped) : codeSet.ToLower(unit, mapped);
+}
+
+// Whether each character gives one character. Looked up before anything is mapped: the way round,
+// through a second block, may run short of memory, and half a mapping is none.
+bool MapsInPlace(const KvString& text, unsigned length, LetterCase to) {
+  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
+  const bool wide = KvIsWideCodeSet(text.GetCodeSet());
+  const std::uint64_t beyondAscii = wide ? 0xFF80FF80FF80FF80 : 0x8080808080808080;
+  const unsigned unitsOfWord = 8 / UnitWidth(text.GetCodeSet());
+  const unsigned char* units = StringAccess::Buffer(text);
+  for (unsigned index = 0; index < length;) {
+    const unsigned char* at = units + index * UnitWidth(text.GetCodeSet());
+    if (length - index >= unitsOfWord && (LoadWord(at) & beyondAscii) == 0) {
+      index += unitsOfWord;
+      continue;
+    }
+    unsigned short mapped[3];
+    const unsigned short unit = ReadUnit(units, wide, index++);
+    if (unit >= 0x80 && MapUnit(codeSet, unit, to, mapped) != 1) return false;
+  }
+  return true;
+}
+
+// For a text whose characters each give one.
+void MapCaseInPlace(KvString& text, unsigned length, LetterCase to) {
+  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
   const bool wide = KvIsWideCodeSet(text.GetCodeSet());
   const unsigned width = UnitWidth(text.GetCodeSet());
   unsigned char* units = StringAccess::Buffer(text);
@@ -46,22 +73,21 @@ bool MapCaseInPlace(KvString& text, unsigned length, LetterCase to) {
     // What stopped the blocks is somewhere in the next one.
     const unsigned blockEnd = std::min(index + kAsciiBlock / width, length);
     for (; index < blockEnd; ++index) {
-      const unsigned short unit = ReadUnit(units, wide, index);
       unsigned short mapped[3];
-      const unsigned count = to == LetterCase::kUpper ? codeSet->ToUpper(unit, mapped)
-                                                      : codeSet->ToLower(unit, mapped);
-      if (count != 1) return false;
+      MapUnit(codeSet, ReadUnit(units, wide, index), to, mapped);
       WriteUnit(units, wide, index, mapped[0]);
     }
   }
-  return true;
 }
 
 void MapCase(KvString& text, LetterCase to, KvCharOperation& operation) {
   const unsigned length = text.Len();
   const bool exact = text.GetBufferSize() == (length + 1) * UnitWidth(text.GetCodeSet());
-  // What has been mapped already maps to itself.
-  if (!exact || !MapCaseInPlace(text, length, to)) text.Transform(operation);
+  if (exact && MapsInPlace(text, length, to)) {
+    MapCaseInPlace(text, length, to);
+  } else {
+    text.Transform(operation);
+  }
 }
 
 }  // namespace
@@ -193,6 +219,10 @@ void KvString::Transform(KvCharOperation& operation) {
     out.limit_ = block + (capacity / width - 1) * width;
     source.Transform(out, operation);
     used = static_cast<unsigned>(out.position_ - block);
+    if (source.gaveUp_) {
+      std::free(block);
+      return;
+    }
     if (source.IsEOS()) break;
     if (capacity == kMaximumBytes) {
       kv::LimitBufferSize(capacity + width);

@@ -4,9 +4,12 @@
 
 #include "kvtypemgr.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "kvstring.h"
+#include "kvstring/string_edit.h"
 #include "kvtypes/catalogue.h"
 #include "kvtypevl/date_rows.h"
 #include "kvtypevl/scalar_text.h"
@@ -54,6 +57,13 @@ KvString& NullPrintString() {
 
 constexpr char kArraySeparator[] = ",";
 constexpr char kZeroText[] = "0";
+
+// False when memory was short. What a full string cuts off counts as appended.
+bool Appends(KvString& list, const KvString& text) {
+  const unsigned length = list.Len() + text.Len();
+  list << text;
+  return list.Len() >= std::min(length, kv::MaximumLength(list.GetCodeSet()));
+}
 
 }  // namespace
 
@@ -295,12 +305,18 @@ KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, void* values, const
   if (format == nullptr) format = row.format;
   // A run of characters prints as one text.
   if (count < 2 || row.print == kv::PrintCharacters) return row.print(out, values, format, count);
+  const KvString separator(kArraySeparator);
+  KvString list(out);
+  bool whole = list.Len() == out.Len() && !separator.IsEmpty();
   auto* element = static_cast<unsigned char*>(values);
-  for (unsigned i = 0; i < count; ++i, element += MemoryWidth(row)) {
+  for (unsigned i = 0; whole && i < count; ++i, element += MemoryWidth(row)) {
     KvString text;
-    out << row.print(text, element, format, 1);
-    if (i + 1 < count) out << kArraySeparator;
+    text.SetLanguage(kvLanguageNull);  // which a print that runs short of memory leaves
+    row.print(text, element, format, 1);
+    whole = !(text.IsEmpty() && text.IsNullValue()) && Appends(list, text) &&
+            (i + 1 == count || Appends(list, separator));
   }
+  if (whole) out = std::move(list);
   return out;
 }
 

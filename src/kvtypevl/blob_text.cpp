@@ -37,17 +37,19 @@ int HexDigit(char c) {
   return IsDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10;
 }
 
-// `blob`, empty at first, takes the bytes of `text`; false when it is not hex.
+// `blob`, empty at first, takes the bytes of `text`; false when it is not hex or memory is short.
 bool ReadHex(KvBlob& blob, const char* text) {
   unsigned char block[256];
   int used = 0;
   for (text = SkipBlanks(text); *text != 0; text = SkipBlanks(text + 2)) {
     if (!IsHexDigit(text[0]) || !IsHexDigit(text[1])) return false;
     block[used++] = static_cast<unsigned char>(HexDigit(text[0]) << 4 | HexDigit(text[1]));
-    if (used == sizeof block) blob.Append(block, std::exchange(used, 0));
+    if (used < static_cast<int>(sizeof block)) continue;
+    blob.Append(block, std::exchange(used, 0));
+    if (blob.IsNullValue()) return false;
   }
   blob.Append(block, used);
-  return true;
+  return !blob.IsNullValue();
 }
 
 }  // namespace

@@ -260,9 +260,10 @@ unsigned WeightedStringRow<Weights>::Load(void* destination, const void* source,
     WeightedText text{};
     // Values that an old run does not hold become empty.
     if (run.Next(text) != kvOk) text = {};
-    values[i] =
-        Value(reinterpret_cast<const char*>(text.bytes), static_cast<unsigned short>(text.length));
-    if (text.length != 0 && values[i].IsEmpty()) return 0;
+    Value loaded(reinterpret_cast<const char*>(text.bytes),
+                 static_cast<unsigned short>(text.length));
+    if (text.length != 0 && loaded.IsEmpty()) return 0;  // memory was short
+    values[i] = std::move(loaded);
   }
   return size;
 }

@@ -1,23 +1,24 @@
 // The text of a KvString as bytes, for whatever parses text.
 #pragma once
 
-#include <optional>
-
 #include "kvstring.h"
+#include "kvstring/string_edit.h"
 
 namespace kv {
 
 // Refers to an 8-bit text as it is; a 16-bit one is converted to the default code set (to the
-// default 8-bit one where that is a 16-bit code set too). Must not outlive the string.
+// default 8-bit one where that is a 16-bit code set too). Must not outlive the string. The longest
+// 16-bit text fits in here, so that scanning never runs short of memory.
 class NarrowText {
  public:
   explicit NarrowText(const KvString& text)
       : bytes_(text.StrGet()), end_(bytes_ + text.GetBufferSize()) {
     if (!KvIsWideCodeSet(text.GetCodeSet())) return;
-    converted_.emplace(TargetCodeSet(), KvLanguageContext::GetDefaultLanguage());
-    *converted_ << text;
-    bytes_ = converted_->StrGet();
-    end_ = bytes_ + converted_->GetBufferSize();
+    const unsigned length =
+        ConvertUnits(converted_, TargetCodeSet(), text.StrGet(), text.GetCodeSet(), kLongest);
+    converted_[length] = 0;
+    bytes_ = converted_;
+    end_ = bytes_ + length + 1;
   }
   NarrowText(const NarrowText&) = delete;
   NarrowText& operator=(const NarrowText&) = delete;
@@ -27,14 +28,16 @@ class NarrowText {
   const char* End() const { return end_; }
 
  private:
+  static constexpr unsigned kLongest = MaximumLength(kvCodeSetUnicode);
+
   static unsigned char TargetCodeSet() {
     const unsigned char codeSet = KvLanguageContext::GetDefaultCodeSet();
     return KvIsWideCodeSet(codeSet) ? KvLanguageContext::GetDefault8CodeSet() : codeSet;
   }
 
-  std::optional<KvString> converted_;
   const char* bytes_;
   const char* end_;
+  char converted_[kLongest + 1];  // written for 16-bit texts only
 };
 
 }  // namespace kv

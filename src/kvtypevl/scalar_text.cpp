@@ -177,8 +177,8 @@ void* ScanFloatingRow(void* values, const KvString& text, const char* format) {
 }  // namespace
 
 KvString& PrintCharacters(KvString& out, void* values, const char* format, unsigned count) {
+  if (values == nullptr) return out = "";
   TextSink text(out);
-  if (values == nullptr) return out;
   if (format == nullptr) format = kCharacterFormat;
   const char* bytes = static_cast<const char*>(values);
   // Every byte prints at least one character, so what lies beyond cannot show.

@@ -4,22 +4,27 @@
 
 #include <charconv>
 #include <cstring>
+#include <utility>
 
 #include "kvstring.h"
+#include "kvstring/string_edit.h"
 
 namespace kv {
 
-// Replaces what `out` holds by the text put into the sink. The text is complete after Finish.
+// Replaces what `out` holds by the text put into the sink, with Finish. When memory is short `out`
+// stays as it is.
 class TextSink {
  public:
-  explicit TextSink(KvString& out) : out_(out) { out_ = ""; }
+  explicit TextSink(KvString& out)
+      : out_(out),
+        text_(KvLanguageContext::GetDefault8CodeSet(), KvLanguageContext::GetDefaultLanguage()) {}
   TextSink(const TextSink&) = delete;
   TextSink& operator=(const TextSink&) = delete;
 
   // A zero character would end the text and is left out.
   void Put(char character) {
     if (character == 0) return;
-    if (used_ + 1 == sizeof block_) Finish();
+    if (used_ == sizeof block_) Flush();
     block_[used_++] = character;
   }
   void Put(const char* text) {
@@ -32,14 +37,24 @@ class TextSink {
   }
 
   KvString& Finish() {
-    block_[used_] = 0;
-    if (used_ != 0) out_ << static_cast<const char*>(block_);
-    used_ = 0;
-    return out_;
+    Flush();
+    if (failed_) return out_;
+    return text_.IsEmpty() ? out_ = "" : out_ = std::move(text_);
   }
 
  private:
+  void Flush() {
+    if (used_ != 0 && !failed_) {
+      failed_ = !StringAccess::Edit(
+          text_,
+          {.position = text_.Len(), .text = block_, .codeSet = text_.GetCodeSet(), .count = used_});
+    }
+    used_ = 0;
+  }
+
   KvString& out_;
+  KvString text_;
+  bool failed_ = false;
   unsigned used_ = 0;
   char block_[512];
 };

@@ -1,0 +1,102 @@
+#include "faults/allocator.h"
+
+#include <malloc.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KV_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KV_SANITIZED
+#endif
+#endif
+
+namespace {
+
+// One thread allocates here.
+long live = 0;
+bool armed = false;
+unsigned until = 0;  // allocations until one is refused; 0: none will be
+
+#ifndef KV_SANITIZED
+bool Refused() {
+  if (!armed || until == 0) return false;
+  --until;
+  if (until != 0) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+void* Counted(void* block) {
+  if (block != nullptr) ++live;
+  return block;
+}
+#endif
+
+}  // namespace
+
+namespace faults {
+
+bool AreInjected() {
+#ifdef KV_SANITIZED
+  return false;
+#else
+  return true;
+#endif
+}
+
+long LiveBlocks() {
+  return live;
+}
+
+void Fault::Arm() {
+  until = number_;
+  armed = true;
+}
+
+void Fault::Disarm() {
+  armed = false;
+  struck_ = struck_ || (number_ != 0 && until == 0);
+  // A step may have several parts; the count goes on in the next.
+  number_ = until;
+}
+
+}  // namespace faults
+
+#ifndef KV_SANITIZED
+
+extern "C" {
+
+// The C library's own, under the names it keeps for those who stand in front of it.
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void __libc_free(void* block);
+
+KV_EXPORT void* malloc(std::size_t size) {
+  return Refused() ? nullptr : Counted(__libc_malloc(size));
+}
+
+KV_EXPORT void* calloc(std::size_t count, std::size_t size) {
+  return Refused() ? nullptr : Counted(__libc_calloc(count, size));
+}
+
+// Making a block smaller never fails.
+KV_EXPORT void* realloc(void* block, std::size_t size) {
+  if (size > malloc_usable_size(block) && Refused()) return nullptr;
+  void* moved = __libc_realloc(block, size);
+  if (block == nullptr) Counted(moved);
+  if (block != nullptr && size == 0) --live;
+  return moved;
+}
+
+KV_EXPORT void free(void* block) {
+  if (block != nullptr) --live;
+  __libc_free(block);
+}
+
+}  // extern "C"
+
+#endif

@@ -1,0 +1,168 @@
+// Edits of the owning value classes while the n-th allocation fails: each leaves the value as it
+// was or as it should be, and a failed one is not taken for anything else.
+#include <cstring>
+
+#include "faults/allocator.h"
+
+namespace {
+
+using faults::Fault;
+using faults::ForEachAllocation;
+
+bool SameText(const KvString& a, const KvString& b) {
+  const unsigned width = a.GetCodeSet() > 224 ? 2 : 1;
+  return a.GetCodeSet() == b.GetCodeSet() && a.GetLanguage() == b.GetLanguage() &&
+         a.Len() == b.Len() && std::memcmp(a.StrGet(), b.StrGet(), a.Len() * width) == 0;
+}
+
+struct StringEdit {
+  const char* name;
+  void (*edit)(KvString&, const KvString& other);
+};
+
+// `other` is a 16-bit text, so that most edits convert it first.
+const StringEdit kStringEdits[] = {
+    {"append", [](KvString& text, const KvString& other) { text << other; }},
+    {"append a number", [](KvString& text, const KvString&) { text << 1e100; }},
+    {"append in place", [](KvString& text, const KvString&) { text += text; }},
+    {"assign", [](KvString& text, const KvString& other) { text = other; }},
+    {"assign bytes", [](KvString& text, const KvString&) { text = "other"; }},
+    {"insert", [](KvString& text, const KvString& other) { text.Insert(other, 2); }},
+    {"replace", [](KvString& text, const KvString& other) { text.Replace(other, 1); }},
+    {"cut", [](KvString& text, const KvString&) { text.Cut(1, 2); }},
+    {"expand", [](KvString& text, const KvString&) { text.Expand(400, '.'); }},
+    {"fill", [](KvString& text, const KvString&) { text.Fill(400, '.'); }},
+    {"left trim", [](KvString& text, const KvString&) { text.LeftTrim(); }},
+    {"right trim", [](KvString& text, const KvString&) { text.RightTrim(); }},
+    {"upper case", [](KvString& text, const KvString&) { text.ToUpper(); }},
+    {"widen", [](KvString& text, const KvString&) { text.SetCodeSet(kvCodeSetUnicode); }},
+    {"map", [](KvString& text, const KvString&) { text.MapToCodeSet(4); }},
+    {"copy mapped", [](KvString& text, const KvString& other) { text.CopyMapped(other, 1, -1); }},
+    {"decode", [](KvString& text, const KvString&) { KvMBS2KvString("caf\xC3\xA9", text, 5); }},
+};
+
+struct BlobEdit {
+  const char* name;
+  void (*edit)(KvBlob&, KvBlob& other);
+};
+
+const BlobEdit kBlobEdits[] = {
+    {"append", [](KvBlob& blob, KvBlob& other) { blob += other; }},
+    {"append in place", [](KvBlob& blob, KvBlob&) { blob += blob; }},
+    {"assign", [](KvBlob& blob, KvBlob& other) { blob = other; }},
+    {"set", [](KvBlob& blob, KvBlob&) { blob.SetTo("xyz", 3); }},
+    {"cut", [](KvBlob& blob, KvBlob&) { blob.Cut(1, 2); }},
+    {"expand", [](KvBlob& blob, KvBlob&) { blob.Expand(100); }},
+    {"resize", [](KvBlob& blob, KvBlob&) { blob.Resize(3); }},
+    {"copy to", [](KvBlob& blob, KvBlob& other) { other.CopyTo(blob, 1, 3); }},
+};
+
+struct PlainEdit {
+  const char* name;
+  void (*edit)(KvCaseIString&, const KvCaseIString& other);
+};
+
+const PlainEdit kPlainEdits[] = {
+    {"append", [](KvCaseIString& text, const KvCaseIString& other) { text += other; }},
+    {"assign", [](KvCaseIString& text, const KvCaseIString& other) { text = other; }},
+    {"insert", [](KvCaseIString& text, const KvCaseIString& other) { text.Insert(other, 1); }},
+    {"cut", [](KvCaseIString& text, const KvCaseIString&) { text.Cut(1, 1); }},
+    {"expand", [](KvCaseIString& text, const KvCaseIString&) { text.Expand(50, '.'); }},
+    {"fill", [](KvCaseIString& text, const KvCaseIString&) { text.Fill(50, '.'); }},
+};
+
+}  // namespace
+
+TEST_CASE("string edits are whole or not at all when memory is short") {
+  const KvString wide(reinterpret_cast<const unsigned short*>(u"\u00E9t\u00E9 1900"));
+  for (const StringEdit& step : kStringEdits) {
+    ForEachAllocation(step.name, [&](Fault& fault) {
+      const KvString before(
+          "  Stra\xDF"
+          "e  ");
+      KvString after(before);
+      step.edit(after, wide);
+      KvString text(before);
+      fault.In([&] { step.edit(text, wide); });
+      const bool unchanged = fault.Struck() && SameText(text, before);
+      // Decoding says that it failed, and leaves the text empty.
+      const bool undecoded = fault.Struck() && std::strcmp(step.name, "decode") == 0;
+      CHECK((SameText(text, after) || unchanged || (undecoded && text.IsEmpty())));
+    });
+  }
+}
+
+TEST_CASE("blob edits are whole, not at all, or leave the null blob when memory is short") {
+  for (const BlobEdit& step : kBlobEdits) {
+    ForEachAllocation(step.name, [&](Fault& fault) {
+      KvBlob other("0123456789", 10);
+      KvBlob after("abcdef", 6);
+      step.edit(after, other);
+      const KvBlob before("abcdef", 6);
+      KvBlob blob(before);
+      fault.In([&] { step.edit(blob, other); });
+      CHECK((blob == after || (fault.Struck() && (blob == before || blob.IsNullValue()))));
+      CHECK(other == KvBlob("0123456789", 10));
+    });
+  }
+}
+
+TEST_CASE("edits of 8-bit strings are whole or not at all when memory is short") {
+  for (const PlainEdit& step : kPlainEdits) {
+    ForEachAllocation(step.name, [&](Fault& fault) {
+      const KvCaseIString other("other");
+      KvCaseIString after("text");
+      step.edit(after, other);
+      KvCaseIString text("text");
+      fault.In([&] { step.edit(text, other); });
+      CHECK((std::strcmp(text.StrGet(), after.StrGet()) == 0 ||
+             (fault.Struck() && std::strcmp(text.StrGet(), "text") == 0)));
+    });
+  }
+}
+
+TEST_CASE("functions that make texts give up cleanly when memory is short") {
+  const KvString text("a, b,,c");
+  ForEachAllocation("parts and sums", [&](Fault& fault) {
+    const KvString other("b");
+    fault.In([&] {
+      const KvString left = text.Left(3);
+      const KvString sum = left + other;
+      const KvString copy(sum);
+      CHECK((sum.IsEmpty() || sum.Len() >= 1));
+    });
+  });
+  ForEachAllocation("find and replace all", [&](Fault& fault) {
+    KvString list(text);
+    fault.In([&] {
+      list.Find("b");
+      list.ReplaceAll("b", "bb");
+    });
+    CHECK((std::strcmp(list.StrGet(), "a, bb,,c") == 0 || fault.Struck()));
+  });
+  ForEachAllocation("split", [&](Fault& fault) {
+    KvString list(text);
+    KvString item;
+    unsigned short position = 0;
+    unsigned items = 0;
+    fault.In([&] {
+      while (items < 10 && KvSplitList(list, item, ",", position) == 0) ++items;
+    });
+    CHECK((items == 4 || fault.Struck()));
+  });
+  ForEachAllocation("encode", [&](Fault& fault) {
+    const KvString wide(reinterpret_cast<const unsigned short*>(u"\u00E9\u20AC"));
+    char* bytes = nullptr;
+    int size = 0;
+    int result = 0;
+    fault.In([&] { result = KvString2MultiByteString(wide, bytes, size); });
+    CHECK((result == 5 || (result == -1 && fault.Struck() && bytes == nullptr)));
+    delete[] bytes;
+  });
+  ForEachAllocation("attach", [&](Fault& fault) {
+    ___KvTypemgrContext(0);
+    fault.In([&] { ___KvTypemgrContext(1); });
+    CHECK(((DefaultTypeMgr(nullptr) == nullptr) == fault.Struck()));
+    if (DefaultTypeMgr(nullptr) == nullptr) ___KvTypemgrContext(1);
+  });
+}
