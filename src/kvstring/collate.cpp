@@ -110,13 +110,16 @@ int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp) {
 }
 
 // Texts that are equal at every level still differ when their languages sort by different classes,
-// as their hashes do. Empty texts have no order to differ in.
+// as their hashes do. Texts with nothing to compare have no order to differ in.
 int CompareWithClass(const Text& text1, const Text& text2, unsigned short cmpOp) {
   const int result = CompareLevels(text1, text2, cmpOp);
   const unsigned char class1 = SortClassOf(text1.language);
   const unsigned char class2 = SortClassOf(text2.language);
-  if (result != 0 || class1 == class2 || OrderCursor(text1).AtEnd()) return result;
-  return Sign(class1, class2);
+  if (result != 0 || class1 == class2) return result;
+  OrderCursor cursor(text1);
+  const bool skipSpaces = (cmpOp & kvCompareSkipSpaces) != 0;
+  const bool isEmpty = (skipSpaces ? cursor.NextVisible() : cursor.Next()) == 0;
+  return isEmpty ? 0 : Sign(class1, class2);
 }
 
 int CompareBytes(const Text& text1, const Text& text2) {

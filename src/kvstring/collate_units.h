@@ -74,8 +74,8 @@ class Units {
   unsigned Word(Unit unit) const { return table_.Word(unit); }
   const unsigned char* Position() const { return position_; }
   unsigned Passed(const void* text) const {
-    return static_cast<unsigned>(position_ - static_cast<const unsigned char*>(text)) /
-           sizeof(Unit);
+    const auto bytes = position_ - static_cast<const unsigned char*>(text);
+    return static_cast<unsigned>(bytes) / unsigned{sizeof(Unit)};
   }
   bool HasTableOf(const Units& other) const { return table_ == other.table_; }
   template <class Other>

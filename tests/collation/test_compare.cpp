@@ -160,6 +160,17 @@ TEST_CASE("key order goes character by character and keeps everything") {
   CHECK(KvStrCmp(1, 1, "z", 1, 20, "a", kvCompareKeyOrder, -1, 1, nullptr) < 0);  // sort class
 }
 
+TEST_CASE(
+    "texts that are equal but for the sort class of their language differ, empty ones do not") {
+  const auto compare = [](const char* a, const char* b, unsigned short cmpOp) {
+    return KvStrCmp(1, 1, a, 1, 20, b, cmpOp, -1, 1, nullptr);
+  };
+  CHECK(compare("a", "a", 0) == -1);
+  CHECK(compare("", "", 0) == 0);
+  CHECK(compare("  ", " ", kvCompareSkipSpaces) == 0);
+  CHECK(compare("", " ", kvCompareSkipSpaces) == 0);
+}
+
 TEST_CASE("texts of collation orders compare as the texts they came from") {
   const unsigned short orders[] = {0x4000 | 3 << 2, 0x5000 | 4 << 2, 0};  // "Ab"
   const auto* text = reinterpret_cast<const char*>(orders);
