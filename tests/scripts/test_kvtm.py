@@ -1,10 +1,12 @@
 """kvtm's commands on every family of types, and its answers to bad input."""
 import json
+import os
 import re
 import struct
+import subprocess
 import unittest
 
-from program import KvtmTest, kvtm
+from program import KVTM, KvtmTest, kvtm
 
 # TYPE, values, stored bytes in memory order, and in reversed order.
 STORED = [
@@ -232,15 +234,15 @@ class BadInput(KvtmTest):
         self.assertEqual((status, output), (0, "1\n"))
         self.assertIn("1 more bytes", error)
 
+    @unittest.skipUnless(os.path.exists("/dev/full"), "no /dev/full")
     def test_output_that_cannot_be_written(self):
-        import os
-        import subprocess
-        from program import KVTM
-        if not os.path.exists("/dev/full"):
-            self.skipTest("no /dev/full")
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([KVTM, "types"], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual(done.returncode, 1)
+        """Also while there is no end of input: the first failure ends the work."""
+        for arguments in (["types"], ["convert", "--from", "utf8", "--to", "1", "/dev/zero"]):
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run([KVTM, *arguments], stdout=full, stderr=subprocess.PIPE,
+                                      timeout=60)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(b"could not be written", done.stderr)
 
 
 class Help(KvtmTest):
@@ -294,8 +296,6 @@ class Convert(KvtmTest):
 
 
 def convert(source, target, given):
-    import subprocess
-    from program import KVTM
     done = subprocess.run([KVTM, "convert", "--from", source, "--to", target], input=given,
                           capture_output=True, timeout=120)
     return done.returncode, done.stdout, done.stderr

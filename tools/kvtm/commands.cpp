@@ -195,7 +195,9 @@ unsigned short CompareOperationOf(const Arguments& arguments) {
 }
 
 void Print(const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    FailValue("the output could not be written");
+  }
 }
 
 namespace {

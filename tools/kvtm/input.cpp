@@ -16,8 +16,8 @@ constexpr unsigned kBarWidth = 40;
 constexpr unsigned kStepsDrawn = 200;
 
 [[noreturn]] void FailFile(const std::string& name, const char* doing) {
-  FailValue(std::string("cannot ") + doing + " " + (name == "-" ? "the standard input" : name) +
-            ": " + std::strerror(errno));
+  FailValue(std::string("cannot ") + doing + " " +
+            (name == "-" ? "the standard input" : Printable(name)) + ": " + std::strerror(errno));
 }
 
 }  // namespace
