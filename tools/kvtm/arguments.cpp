@@ -17,6 +17,7 @@ const std::vector<Option>& AllOptions() {
        "compare operation, bits added up: 0x10 no wildcards, 0x20 ignore\n"
        "case, 0x40 ignore accents, 0x80 skip spaces, 0x100 key order,\n"
        "0x200 ignore the extension level"},
+      {"lines", "FILE", "read each line of FILE as a run of its own; - is the standard input"},
       {"format", "F", "print and read values in this format of the type, not in kvtm's"},
       {"codeset", "CS",
        "code set of string values, by number or name (default: 1, ISO 8859-1,\n"

@@ -44,6 +44,9 @@ Examples:
 several operands; - reads it from the standard input. Without --count the bytes must end
 with a value; with it, bytes that follow are reported on stderr.
 
+With --lines each line of a file is a run; one that cannot be read is reported with its
+number, and the rest goes on.
+
 The bytes are measured by the type's own length fields before anything trusts them: a run
 that would be read past its end is an error. Control characters show as \xNN.
 
@@ -57,7 +60,7 @@ Examples:
   $ kvtm load Kv4B_T 010000
   kvtm: load: 3 bytes are no whole number of o_4b values, which take 4 each
 )",
-       "order count format json", 2, kAnyNumber, RunLoad},
+       "order count format json lines", 1, kAnyNumber, RunLoad},
       {"translate", "TYPE HEX...", "bytes from one form to another",
        R"(Hands a run of bytes to the type's translate operation. --from and --to take a form:
 memory (8), stored (0) or reversed (2), the stored form with the most significant byte of

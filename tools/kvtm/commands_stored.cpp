@@ -1,5 +1,7 @@
 // kvtm store, load and translate: values and their stored bytes.
 #include <cstdio>
+#include <sstream>
+#include <string>
 
 #include "catalogue.h"
 #include "commands.h"
@@ -59,21 +61,11 @@ std::size_t SizeInForm(char id, unsigned char form, unsigned count) {
                                                    : Types().DiskLenGet(id, anything, form, 1, 0));
 }
 
-}  // namespace
-
-int RunStore(const Arguments& arguments) {
-  const char id = FindValueType(arguments[0]);
-  const unsigned char order = OrderOf(arguments);
-  const auto run = ReadValues(id, arguments.From(1), StyleOf(arguments));
-  Print(ToHex(StoredForm(*run, order)) + "\n");
-  return kExitGood;
-}
-
-int RunLoad(const Arguments& arguments) {
+// Reads one run and writes its values.
+void LoadRun(const Arguments& arguments, const Bytes& bytes) {
   const char id = FindValueType(arguments[0]);
   const unsigned char order = OrderOf(arguments);
   const ValueStyle style = StyleOf(arguments);
-  const Bytes bytes = BytesOf(arguments, 1);
   const StoredRun measured = MeasureStored(id, bytes, order, CountOf(arguments));
   ValueRun run(id, measured.count);
   if (Types().Load(id, run.Data(), bytes.data(), order, measured.count) == 0) {
@@ -91,7 +83,42 @@ int RunLoad(const Arguments& arguments) {
   }
   if (arguments.Has("json")) Print("[" + json + "]\n");
   NoteRest("load", bytes.size(), measured.bytes, measured.count);
+}
+
+}  // namespace
+
+int RunStore(const Arguments& arguments) {
+  const char id = FindValueType(arguments[0]);
+  const unsigned char order = OrderOf(arguments);
+  const auto run = ReadValues(id, arguments.From(1), StyleOf(arguments));
+  Print(ToHex(StoredForm(*run, order)) + "\n");
   return kExitGood;
+}
+
+int RunLoad(const Arguments& arguments) {
+  if (!arguments.Has("lines")) {
+    if (arguments.Count() < 2) FailUsage("an operand is missing");
+    LoadRun(arguments, BytesOf(arguments, 1));
+    return kExitGood;
+  }
+  if (arguments.Count() != 1) FailUsage("--lines takes the place of HEX");
+  std::istringstream lines(ReadWhole(arguments.Value("lines")));
+  int exitStatus = kExitGood;
+  unsigned number = 0;
+  for (std::string line; std::getline(lines, line);) {
+    ++number;
+    try {
+      Bytes bytes;
+      AppendHex(line, bytes);
+      if (bytes.empty()) FailValue("there are no bytes");
+      LoadRun(arguments, bytes);
+    } catch (const Failure& failure) {
+      if (failure.exitStatus != kExitBadValue) throw;
+      std::fprintf(stderr, "kvtm: load: line %u: %s\n", number, failure.what.c_str());
+      exitStatus = kExitBadValue;
+    }
+  }
+  return exitStatus;
 }
 
 int RunTranslate(const Arguments& arguments) {
