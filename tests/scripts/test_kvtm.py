@@ -57,6 +57,17 @@ class Values(KvtmTest):
                                       *loaded.split("\n")[:-1])
                     self.assertEqual(again, stored)
 
+    def test_translate_between_all_forms(self):
+        fixed = {row["idName"] for row in json.loads(self.good("types", "--json")) if row["fixed"]}
+        for type_name, _, memory_order, reversed_order in STORED:
+            if type_name not in fixed:
+                continue
+            with self.subTest(type_name):
+                memory = self.good("translate", type_name, "--from", "stored", "--to", "memory",
+                                   memory_order).strip()
+                self.assertEqual(self.good("translate", type_name, "--from", "memory", "--to",
+                                           "reversed", memory), reversed_order + "\n")
+
     def test_text_of_loaded_values(self):
         """Most values load as the text they were given as; these have a text of their own."""
         own_text = {"KvFLOAT_T": ["-0.10000000149011612"], "KvBLOCKID_T": ["#7", "#8"],

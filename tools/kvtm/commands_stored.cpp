@@ -138,6 +138,8 @@ int RunTranslate(const Arguments& arguments) {
       Types().Translate(id, translated.data(), to, static_cast<unsigned>(translated.size()),
                         bytes.data(), from, static_cast<unsigned>(bytes.size()), count);
   if (written == 0) FailValue("these bytes do not translate as " + TypeName(id));
-  Print(ToHex(translated.data(), written) + "\n");
+  // Into memory form the operation counts the stored bytes that it read.
+  if (to != kMemoryForm) translated.resize(written);
+  Print(ToHex(translated) + "\n");
   return kExitGood;
 }
