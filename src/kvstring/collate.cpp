@@ -191,7 +191,12 @@ int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cm
 
 int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength) {
-  if (maxLength == 65535) return CompareQuickly(text1, text2, cmpOp);
+  const bool isCounted = text1.units != nullptr && text2.units != nullptr &&
+                         text1.length != kToTerminator && text2.length != kToTerminator;
+  if (isCounted && maxLength == 65535 && IsReversed(text1) == IsReversed(text2) &&
+      IsOrdinary(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp)) {
+    return CompareCounted(text1, text2, cmpOp);
+  }
   return CompareExtraordinary(text1, text2, cmpOp, maxLength);
 }
 
@@ -222,15 +227,6 @@ namespace {
   return CompareExtraordinary(TextOf(string1), TextOf(string2), cmpOp, 65535);
 }
 
-[[gnu::noinline]] int CompareAny(unsigned char codeSet1, unsigned char language1, const char* text1,
-                                 unsigned char codeSet2, unsigned char language2, const char* text2,
-                                 unsigned short cmpOp, short maxLength, unsigned char byteOrder,
-                                 int*) {
-  return CompareTexts({codeSet1, language1, text1, kToTerminator, byteOrder},
-                      {codeSet2, language2, text2, kToTerminator, byteOrder}, cmpOp,
-                      static_cast<unsigned short>(maxLength));
-}
-
 }  // namespace
 
 // The terminators are all that is needed here; a null buffer takes the way of the extraordinary.
@@ -256,8 +252,9 @@ int KvStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
   if (status != nullptr) *status = kvOk;
   if (!kv::IsOrdinary(codeSet1, language1, codeSet2, language2, cmpOp) || byteOrder != 1 ||
       maxLength != -1 || text1 == nullptr || text2 == nullptr) {
-    return kv::CompareAny(codeSet1, language1, text1, codeSet2, language2, text2, cmpOp, maxLength,
-                          byteOrder, status);
+    return kv::CompareTexts({codeSet1, language1, text1, kv::kToTerminator, byteOrder},
+                            {codeSet2, language2, text2, kv::kToTerminator, byteOrder}, cmpOp,
+                            static_cast<unsigned short>(maxLength));
   }
   return kv::CompareTerminated(codeSet1, language1, text1, text2, [&](unsigned passed) {
     return kv::CompareTerminatedRest(codeSet1, language1, text1, text2, passed, cmpOp);

@@ -146,25 +146,18 @@ template <class Rest>
                   rest);
 }
 
-// As CompareTexts of whole texts.
-[[gnu::always_inline]] inline int CompareQuickly(const Text& text1, const Text& text2,
+// An ordinary comparison of two texts of given lengths that are there, in the same form.
+[[gnu::always_inline]] inline int CompareCounted(const Text& text1, const Text& text2,
                                                  unsigned short cmpOp) {
-  const unsigned char codeSet1 = text1.codeSet;
-  const unsigned char codeSet2 = text2.codeSet;
-  if (!IsOrdinary(codeSet1, text1.language, codeSet2, text2.language, cmpOp) ||
-      text1.units == nullptr || text2.units == nullptr || IsReversed(text1) != IsReversed(text2) ||
-      text1.length == kToTerminator || text2.length == kToTerminator) {
-    return CompareExtraordinary(Text(text1), Text(text2), cmpOp, 65535);
-  }
   const auto rest = [&](unsigned passed) {
     return CompareRest(Text(text1), Text(text2), passed, cmpOp);
   };
-  if (KvIsWideCodeSet(codeSet1)) {
+  if (KvIsWideCodeSet(text1.codeSet)) {
     return DecideBy(FindCounted<unsigned short>(text1, text2), WideOrderTable(text1.language),
                     rest);
   }
   return DecideBy(FindCounted<unsigned char>(text1, text2),
-                  ByteOrderTable(codeSet1, text1.language), rest);
+                  ByteOrderTable(text1.codeSet, text1.language), rest);
 }
 
 }  // namespace kv

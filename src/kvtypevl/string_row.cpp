@@ -178,7 +178,11 @@ int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned len
   Text text2;
   if (count == 1 && ReadWholeBlock(value1, length1, format, text1) &&
       ReadWholeBlock(value2, length2, format, text2)) {
-    return ThreeWay(CompareQuickly(text1, text2, cmpOp), 0);
+    const bool isOrdinary =
+        IsOrdinary(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp);
+    return ThreeWay(isOrdinary ? CompareCounted(text1, text2, cmpOp)
+                               : CompareExtraordinary(Text(text1), Text(text2), cmpOp, 65535),
+                    0);
   }
   return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
                                                             format, cmpOp, count, result)
