@@ -67,6 +67,11 @@ bool Appends(KvString& list, const KvString& text) {
 
 }  // namespace
 
+// Inline, so that no operation makes a call of it.
+inline KvTypeDescriptor& KvTypeMgr::Row(char id) const {
+  return *catalogue_[kv::RowOf(id)];
+}
+
 KvTypeMgr::KvTypeMgr(unsigned factory) {
   SetFactory(factory);
 }
@@ -74,10 +79,6 @@ KvTypeMgr::KvTypeMgr(unsigned factory) {
 void KvTypeMgr::SetFactory(unsigned factory) {
   formatVersion_ = ClampFactory(factory);
   catalogue_ = formatVersion_ >= 4 ? kv::currentCatalogue.data() : kv::oldCatalogue.data();
-}
-
-KvTypeDescriptor& KvTypeMgr::Row(char id) const {
-  return *catalogue_[kv::RowOf(id)];
 }
 
 int KvTypeMgr::IsValidType(char id) const {

@@ -27,17 +27,11 @@ inline int OrderElements(const unsigned char* a, const unsigned char* b, Format 
   return Row::Order(left, right, cmpOp);
 }
 
+// A run of two elements and more. Kept out of line, so that the single element does not pay for it.
 template <class Row>
-int CompareRun(unsigned char op, unsigned length1, const void* value1, unsigned length2,
-               const void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  const Format format{static_cast<unsigned char>(op & 0x0F)};
-  const auto* a = static_cast<const unsigned char*>(value1);
-  const auto* b = static_cast<const unsigned char*>(value2);
-  result = kvOk;
-  // A single element, the index probe, is never tested against the buffer ends.
-  if (count == 1) return OrderElements<Row>(a, b, format, cmpOp);
-  if (count == 0) return 0;
-
+[[gnu::noinline]] int CompareElements(Format format, unsigned length1, const unsigned char* a,
+                                      unsigned length2, const unsigned char* b,
+                                      unsigned short cmpOp, unsigned count, int& result) {
   const unsigned stride = Row::Codec::Stride(format);
   const unsigned visible =
       std::min(VisibleElements(length1, stride, count), VisibleElements(length2, stride, count));
@@ -55,6 +49,19 @@ int CompareRun(unsigned char op, unsigned length1, const void* value1, unsigned 
   const int order = OrderElements<Row>(a + scanned, b + scanned, format, cmpOp);
   if (order == 0 && visible < count) result = kvBufferShort;
   return order;
+}
+
+template <class Row>
+inline int CompareRun(unsigned char op, unsigned length1, const void* value1, unsigned length2,
+                      const void* value2, unsigned short cmpOp, unsigned count, int& result) {
+  const Format format{static_cast<unsigned char>(op & 0x0F)};
+  const auto* a = static_cast<const unsigned char*>(value1);
+  const auto* b = static_cast<const unsigned char*>(value2);
+  result = kvOk;
+  // A single element, the index probe, is never tested against the buffer ends.
+  if (count == 1) return OrderElements<Row>(a, b, format, cmpOp);
+  if (count == 0) return 0;
+  return CompareElements<Row>(format, length1, a, length2, b, cmpOp, count, result);
 }
 
 // Three-way order of two plain values.
