@@ -68,8 +68,9 @@ class Installed(unittest.TestCase):
 
     def test_find_package(self):
         build = self.folder / "build"
-        run("cmake", "-S", str(self.folder), "-B", str(build), f"-DCMAKE_PREFIX_PATH={self.prefix}",
-            f"-DCMAKE_CXX_COMPILER={COMPILER}", f"-DCMAKE_CXX_FLAGS={'-m32' if ABI32 else ''}")
+        run("cmake", "-G", "Ninja", "-S", str(self.folder), "-B", str(build),
+            f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCMAKE_CXX_COMPILER={COMPILER}",
+            f"-DCMAKE_CXX_FLAGS={'-m32' if ABI32 else ''}")
         run("cmake", "--build", str(build))
         self.check(build / "outside")
 
