@@ -1,17 +1,13 @@
 // Hashing runs of nullable scalars. Each present element contributes its own product, so unlike the
-// plain rows' keys they cannot be XORed first; the products of a run in memory form are made four
-// at a time where the processor can.
+// plain rows' keys they cannot be XORed first; the products of a run in memory form are made a
+// vector at a time.
 #pragma once
 
-#include <cstring>
 #include <type_traits>
 
 #include "kvnull.h"
 #include "kvtypevl/hash.h"
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "kvtypevl/vectors.h"
 
 namespace kv {
 
@@ -29,101 +25,137 @@ struct NullableHash {
   unsigned Result() const { return products ^ (nulls % 2 != 0 ? kNullHash : 0); }
 };
 
-#if defined(__SSE2__)
+// The elements that one step of AddNullableLanes takes; those of one byte stand two in a lane.
+template <class Scalar, unsigned width>
+inline constexpr unsigned kNullableStep = width / (sizeof(Scalar) == 1 ? 2 : 4);
 
-// Four elements' keys and flags in 32-bit lanes; a flag of 0 is present.
-struct NullableLanes {
-  __m128i keys;
-  __m128i flags;
-};
-
-// Four lanes chosen from two vectors: i and j of `a`, then k and l of `b`.
-template <int i, int j, int k, int l>
-__m128i ChooseLanes(__m128i a, __m128i b) {
-  return _mm_castps_si128(
-      _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(l, k, j, i)));
-}
-
-// The elements at `at`, as kvnull.h's layouts place them (32-bit lanes, and bytes of one lane, from
-// low to high; "-" is padding):
+// Elements of 4 and 8 bytes, one a lane: its key, and its flag, of which 0 is present. kvnull.h's
+// layouts place them so (32-bit lanes; "-" is padding):
 //
 //   8-byte scalars   low high flag -, four loads
-//   KvInt64          low high flag, three loads hold four elements
+//   KvInt64          low high flag, three loads hold four elements a block
 //   4-byte scalars   key flag, two loads
-//   2-byte scalars   bytes key key flag -
-//   1-byte scalars   bytes key flag key flag: two elements a lane, `half` chooses
-template <class Scalar>
-NullableLanes LoadNullableLanes(const unsigned char* at, [[maybe_unused]] unsigned half) {
-  const auto load = [at](unsigned vector) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at) + vector);
-  };
-  const __m128i flagByte = _mm_set1_epi32(0xFF);
-  const __m128i a = load(0);
+//
+// Which lane an element gets is no matter, as long as key and flag get the same.
+template <class Scalar, unsigned width>
+[[gnu::always_inline]] inline void LoadNullableLanes(Lanes<width>& keys, Lanes<width>& flags,
+                                                     const unsigned char* at) {
+  Lanes<width> a, b, c, d, e, f;
   if constexpr (std::is_same_v<Scalar, KvInt64>) {
-    const __m128i b = load(1), c = load(2);
-    const __m128i low = ChooseLanes<0, 3, 0, 2>(a, ChooseLanes<2, 2, 1, 1>(b, c));
-    const __m128i high =
-        ChooseLanes<0, 2, 0, 2>(ChooseLanes<1, 1, 0, 0>(a, b), ChooseLanes<3, 3, 2, 2>(b, c));
-    const __m128i flags = ChooseLanes<0, 2, 0, 3>(ChooseLanes<2, 2, 1, 1>(a, b), c);
-    return {_mm_xor_si128(low, high), _mm_and_si128(flags, flagByte)};
+    LoadBlocks<width, 48>(a, at);
+    LoadBlocks<width, 48>(b, at + 16);
+    LoadBlocks<width, 48>(c, at + 32);
+    ChooseLanes<width, 2, 2, 1, 1>(d, b, c);
+    ChooseLanes<width, 0, 3, 0, 2>(keys, a, d);  // low
+    ChooseLanes<width, 1, 1, 0, 0>(d, a, b);
+    ChooseLanes<width, 3, 3, 2, 2>(e, b, c);
+    ChooseLanes<width, 0, 2, 0, 2>(f, d, e);  // high
+    ChooseLanes<width, 2, 2, 1, 1>(d, a, b);
+    ChooseLanes<width, 0, 2, 0, 3>(flags, d, c);
+    keys ^= f;
   } else if constexpr (sizeof(Scalar) == 8) {
-    const __m128i b = load(1), c = load(2), d = load(3);
-    const __m128i ab = ChooseLanes<0, 1, 0, 1>(a, b), cd = ChooseLanes<0, 1, 0, 1>(c, d);
-    const __m128i flags =
-        ChooseLanes<0, 2, 0, 2>(ChooseLanes<2, 2, 2, 2>(a, b), ChooseLanes<2, 2, 2, 2>(c, d));
-    return {_mm_xor_si128(ChooseLanes<0, 2, 0, 2>(ab, cd), ChooseLanes<1, 3, 1, 3>(ab, cd)),
-            _mm_and_si128(flags, flagByte)};
-  } else if constexpr (sizeof(Scalar) == 4) {
-    const __m128i b = load(1);
-    return {ChooseLanes<0, 2, 0, 2>(a, b), _mm_and_si128(ChooseLanes<1, 3, 1, 3>(a, b), flagByte)};
+    LoadBlocks<width>(a, at);
+    LoadBlocks<width>(b, at + width);
+    LoadBlocks<width>(c, at + 2 * width);
+    LoadBlocks<width>(d, at + 3 * width);
+    ChooseLanes<width, 2, 2, 2, 2>(e, a, b);
+    ChooseLanes<width, 2, 2, 2, 2>(f, c, d);
+    ChooseLanes<width, 0, 2, 0, 2>(flags, e, f);
+    ChooseLanes<width, 0, 1, 0, 1>(e, a, b);
+    ChooseLanes<width, 0, 1, 0, 1>(f, c, d);
+    ChooseLanes<width, 0, 2, 0, 2>(keys, e, f);  // low
+    ChooseLanes<width, 1, 3, 1, 3>(a, e, f);     // high
+    keys ^= a;
   } else {
-    constexpr int kKeyBits = 8 * sizeof(Scalar);
-    const __m128i lanes = half == 0 ? a : _mm_srli_epi32(a, 16);
-    const __m128i raised = _mm_slli_epi32(lanes, 32 - kKeyBits);
-    return {std::is_signed_v<Scalar> ? _mm_srai_epi32(raised, 32 - kKeyBits)
-                                     : _mm_srli_epi32(raised, 32 - kKeyBits),
-            _mm_and_si128(lanes, _mm_set1_epi32(0xFF << kKeyBits))};
+    LoadBlocks<width>(a, at);
+    LoadBlocks<width>(b, at + width);
+    ChooseLanes<width, 0, 2, 0, 2>(keys, a, b);
+    ChooseLanes<width, 1, 3, 1, 3>(flags, a, b);
   }
+  flags &= 0xFF;
 }
 
-// Adds the leading elements of a run in memory form that fill whole loads. Result: their number.
-template <class Scalar>
-unsigned AddNullableLanes(NullableHash& hash, const unsigned char* at, unsigned count) {
-  constexpr unsigned kHalves = sizeof(Scalar) == 1 ? 2 : 1;
-  constexpr unsigned kElements = 4 * kHalves;
-  constexpr unsigned kBytes = kElements * sizeof(KvNullable<Scalar>);
-  const __m128i multiplier = _mm_set1_epi32(static_cast<int>(kHashMultiplier));
-  __m128i products = _mm_setzero_si128();
-  __m128i presence = _mm_setzero_si128();
+// XORs into `products` those of the keys that stand `below` bits from the top of each lane.
+template <class Scalar, unsigned width>
+[[gnu::always_inline]] inline void MultiplyNarrow(Lanes<width>& products, const Lanes<width>& lanes,
+                                                  unsigned below) {
+  constexpr unsigned kUnused = 32 - 8 * sizeof(Scalar);
+  const Lanes<width> raised = lanes << below;
+  const Lanes<width> keys = std::is_signed_v<Scalar>
+                                ? (Lanes<width>)((SignedLanes<width>)raised >> kUnused)
+                                : raised >> kUnused;
+  products ^= keys * kHashMultiplier;
+}
+
+// Adds the leading elements of a run in memory form that fill whole steps. Result: their number.
+// A null's key is cleared, which makes its product 0.
+template <class Scalar, unsigned width>
+[[gnu::always_inline]] inline unsigned AddNullableLanes(NullableHash& hash, const unsigned char* at,
+                                                        unsigned count) {
+  constexpr unsigned kStep = kNullableStep<Scalar, width>;
+  Lanes<width> products{}, presence{}, keys, flags, present;
   unsigned done = 0;
-  for (; count - done >= kElements; done += kElements, at += kBytes) {
-    for (unsigned half = 0; half < kHalves; ++half) {
-      const NullableLanes lanes = LoadNullableLanes<Scalar>(at, half);
-      const __m128i present = _mm_cmpeq_epi32(lanes.flags, _mm_setzero_si128());
-      const __m128i keys = _mm_and_si128(lanes.keys, present);
-      // The products are 64 bits wide, of even lanes; only their low halves are looked at.
-      const __m128i even = _mm_mul_epu32(keys, multiplier);
-      const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(keys, 32), multiplier);
-      products = _mm_xor_si128(products, _mm_xor_si128(even, odd));
-      presence = _mm_xor_si128(presence, present);
+  for (; count - done >= kStep; done += kStep, at += kStep * sizeof(KvNullable<Scalar>)) {
+    if constexpr (sizeof(Scalar) == 1) {
+      // A lane holds key, flag, key, flag: a half below 256 is present.
+      LoadBlocks<width>(keys, at);
+      present = (Lanes<width>)((HalfLanes<width>)keys < 256);
+      keys &= present;
+      MultiplyNarrow<Scalar, width>(products, keys, 24);
+      MultiplyNarrow<Scalar, width>(products, keys, 8);
+    } else if constexpr (sizeof(Scalar) == 2) {
+      // A lane holds key, key, flag, padding.
+      LoadBlocks<width>(keys, at);
+      present = (Lanes<width>)((keys & 0xFF0000) == 0);
+      keys &= present;
+      MultiplyNarrow<Scalar, width>(products, keys, 16);
+    } else {
+      LoadNullableLanes<Scalar, width>(keys, flags, at);
+      present = (Lanes<width>)(flags == 0);
+      products ^= (keys & present) * kHashMultiplier;
     }
+    presence ^= present;
   }
-  unsigned lane[4];
-  std::memcpy(lane, &products, sizeof lane);
-  hash.products ^= lane[0] ^ lane[2];
   // The elements are even in number, so the nulls are odd when the present ones are.
-  std::memcpy(lane, &presence, sizeof lane);
-  hash.nulls += (lane[0] ^ lane[1] ^ lane[2] ^ lane[3]) & 1;
+  unsigned odd = 0;
+  for (unsigned lane = 0; lane < width / 4; ++lane) {
+    hash.products ^= products[lane];
+    odd ^= sizeof(Scalar) == 1 ? presence[lane] ^ presence[lane] >> 16 : presence[lane];
+  }
+  hash.nulls += odd & 1;
   return done;
 }
 
-#else
-
+#if defined(__x86_64__) || defined(__i386__)
 template <class Scalar>
-unsigned AddNullableLanes(NullableHash&, const unsigned char*, unsigned) {
-  return 0;
+[[gnu::target("avx512bw")]] unsigned AddNullablesBy64(NullableHash& hash, const unsigned char* at,
+                                                      unsigned count) {
+  return AddNullableLanes<Scalar, 64>(hash, at, count);
 }
 
+template <class Scalar>
+[[gnu::target("avx2")]] unsigned AddNullablesBy32(NullableHash& hash, const unsigned char* at,
+                                                  unsigned count) {
+  return AddNullableLanes<Scalar, 32>(hash, at, count);
+}
 #endif
+
+// As AddNullableLanes, by the widest vectors there are. A few elements are not worth the question.
+template <class Scalar>
+unsigned AddLeadingNullables(NullableHash& hash, const unsigned char* at, unsigned count) {
+  if (count < kNullableStep<Scalar, 16>) return 0;
+#if defined(__x86_64__) || defined(__i386__)
+  const unsigned width = WidestVectors();
+  if (width == 64 && count >= 4 * kNullableStep<Scalar, 64>) {
+    return AddNullablesBy64<Scalar>(hash, at, count);
+  }
+  if (width >= 32) return AddNullablesBy32<Scalar>(hash, at, count);
+#endif
+#if defined(__SSE2__) || defined(__aarch64__)
+  return AddNullableLanes<Scalar, 16>(hash, at, count);
+#else
+  return 0;
+#endif
+}
 
 }  // namespace kv

@@ -35,7 +35,7 @@ unsigned NullableRow<ScalarRowType>::Hash(unsigned char op, unsigned length, con
   NullableHash hash;
   Scalar scalar = ScalarCodecType::Blank();
   if (format.IsMemory()) {
-    unsigned i = AddNullableLanes<Scalar>(hash, at, visible);
+    unsigned i = AddLeadingNullables<Scalar>(hash, at, visible);
     for (at += std::size_t{i} * stride; i < visible; ++i, at += stride) {
       std::memcpy(static_cast<void*>(&scalar), at, sizeof scalar);
       hash.Add(at[sizeof scalar] != 0, ScalarRowType::Key(scalar));
