@@ -45,18 +45,17 @@ unsigned MapUnit(const KvCodeSet& codeSet, unsigned short unit, LetterCase to,
 bool MapsInPlace(const KvString& text, unsigned length, LetterCase to) {
   const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
   const bool wide = KvIsWideCodeSet(text.GetCodeSet());
-  const std::uint64_t beyondAscii = wide ? 0xFF80FF80FF80FF80 : 0x8080808080808080;
-  const unsigned unitsOfWord = 8 / UnitWidth(text.GetCodeSet());
+  const unsigned width = UnitWidth(text.GetCodeSet());
   const unsigned char* units = StringAccess::Buffer(text);
-  for (unsigned index = 0; index < length;) {
-    const unsigned char* at = units + index * UnitWidth(text.GetCodeSet());
-    if (length - index >= unitsOfWord && (LoadWord(at) & beyondAscii) == 0) {
-      index += unitsOfWord;
-      continue;
+  unsigned index = 0;
+  while (index < length) {
+    index += AsciiBlocksAhead(units + index * width, (length - index) * width, wide) / width;
+    const unsigned blockEnd = std::min(index + 2 * kAsciiBlock / width, length);
+    for (; index < blockEnd; ++index) {
+      unsigned short mapped[3];
+      const unsigned short unit = ReadUnit(units, wide, index);
+      if (unit >= 0x80 && MapUnit(codeSet, unit, to, mapped) != 1) return false;
     }
-    unsigned short mapped[3];
-    const unsigned short unit = ReadUnit(units, wide, index++);
-    if (unit >= 0x80 && MapUnit(codeSet, unit, to, mapped) != 1) return false;
   }
   return true;
 }

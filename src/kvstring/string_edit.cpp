@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "kvtypevl/vectors.h"
 #include "zbs.h"
 
 namespace kv {
@@ -29,8 +30,33 @@ bool BlockHasZeroUnit(const unsigned char* block) {
   return (found & kTops) != 0;
 }
 
+#if defined(__x86_64__) || defined(__i386__)
+// The units at the front that stand in blocks of 128 bytes without a zero unit.
+[[gnu::target("avx2")]] unsigned WideBlocksAhead(const unsigned char* text, unsigned limit) {
+  using Units = HalfLanes<32>;
+  constexpr unsigned kUnits = 4 * sizeof(Units) / 2;
+  unsigned index = 0;
+  for (; index + kUnits <= limit; index += kUnits) {
+    Units a, b, c, d;
+    std::memcpy(&a, text + 2 * index, sizeof a);
+    std::memcpy(&b, text + 2 * index + 32, sizeof b);
+    std::memcpy(&c, text + 2 * index + 64, sizeof c);
+    std::memcpy(&d, text + 2 * index + 96, sizeof d);
+    const auto zeros = (a == 0) | (b == 0) | (c == 0) | (d == 0);
+    std::uint64_t words[4];
+    std::memcpy(words, &zeros, sizeof words);
+    if ((words[0] | words[1] | words[2] | words[3]) != 0) break;
+  }
+  return index;
+}
+#endif
+
 unsigned WideLength(const unsigned char* text, unsigned limit) {
   unsigned index = 0;
+#if defined(__x86_64__) || defined(__i386__)
+  constexpr unsigned kLong = 128;  // shorter texts are not worth the question
+  if (limit >= kLong && WidestVectors() >= 32) index = WideBlocksAhead(text, limit);
+#endif
   while (index + kUnitsABlock <= limit && !BlockHasZeroUnit(text + 2 * index)) {
     index += kUnitsABlock;
   }

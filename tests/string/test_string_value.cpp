@@ -60,6 +60,12 @@ TEST_CASE("constructors take the default code set of their width") {
   const KvString embedded("ab\0cd", 5);
   CHECK(embedded.Len() == 2);
   CHECK(embedded.GetBufferSize() == 6);
+  // In 16 bits too, wherever the zero stands; units of one zero byte end nothing.
+  for (unsigned end = 0; end < 300; ++end) {
+    std::u16string units(300, end % 2 == 0 ? u'\u0100' : u'\u00FF');
+    units[end] = 0;
+    CHECK(KvString(Wide(units), 300).Len() == end);
+  }
 }
 
 TEST_CASE("appending converts to the string's own code set") {
