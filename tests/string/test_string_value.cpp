@@ -64,7 +64,7 @@ TEST_CASE("constructors take the default code set of their width") {
   for (unsigned end = 0; end < 300; ++end) {
     std::u16string units(300, end % 2 == 0 ? u'\u0100' : u'\u00FF');
     units[end] = 0;
-    CHECK(KvString(Wide(units), 300).Len() == end);
+    CHECK(KvString(Wide(units.c_str()), 300).Len() == end);
   }
 }
 
