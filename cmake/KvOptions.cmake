@@ -44,6 +44,10 @@ function(kv_shared_library name output)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_compile_options(${name} INTERFACE -fsigned-char)
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:kv_options>)
+  # A library's calls of its own functions are its own: nobody replaces one from outside, so none
+  # goes through the procedure linkage table.
+  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
   if(NOT KV_SANITIZE)
     target_link_options(${name} PRIVATE -Wl,--no-undefined)
   endif()

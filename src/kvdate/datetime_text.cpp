@@ -56,9 +56,9 @@ constexpr const char* ExpansionOf(char directive) {
 }
 
 // The usual ways to write a date and a clock are printed and read in one go.
-constexpr char kPlainDate[] = "%Y-%m-%d";
-constexpr char kPlainClock[] = "%H:%M:%S";
-constexpr unsigned kPlainLength = 8;  // of both
+constexpr char kPlainDate[] = "Y-%m-%d";  // behind a "%"
+constexpr char kPlainClock[] = "H:%M:%S";
+constexpr unsigned kPlainLength = 8;  // of both, with the "%"
 
 // Whether a text begins with `start`; nothing behind the first difference is read.
 template <std::size_t size>
@@ -190,16 +190,8 @@ class Formatter {
         OpenGroup(at);
         format += 2;
       } else {
-        const char directive = *format++;
-        if (directive == 'Y' && Begins(format - 2, kPlainDate) && IsPlainDate()) {
-          at = PlainDate(at);
-          format += kPlainLength - 2;
-        } else if (directive == 'H' && Begins(format - 2, kPlainClock) && IsPlainClock()) {
-          at = PlainClock(at);
-          format += kPlainLength - 2;
-        } else {
-          at = Directive(directive, at);
-        }
+        char* const behind = PutPlain(at, format);
+        at = behind != at ? behind : Directive(*format++, at);
       }
     }
     return at;
@@ -263,32 +255,56 @@ class Formatter {
     }
   }
 
-  // Components of four and two digits, outside of groups.
-  bool IsPlainDate() const {
-    return depth_ == 0 && IsBelow(parts_.year, 10000) && IsBelow(parts_.month, 100) &&
-           IsBelow(parts_.day, 100);
-  }
-  bool IsPlainClock() const {
-    return depth_ == 0 && IsBelow(parts_.hour, 100) && IsBelow(parts_.minute, 100) &&
-           IsBelow(parts_.second, 100);
-  }
-  static bool IsBelow(int component, unsigned limit) {
-    return static_cast<unsigned>(component) < limit;
+  // Prints a plain date, a plain clock, or both with a "T" between, as far as the format behind a
+  // "%" asks for them and their components have four and two digits. Result: the end of the text;
+  // `format` is moved behind what was printed.
+  char* PutPlain(char* at, const char*& format) const {
+    if (depth_ != 0) return at;
+    if (*format == 'Y' && Begins(format, kPlainDate)) {
+      char* const behind = PutPlainDate(at);
+      if (behind == at) return at;
+      at = behind;
+      format += kPlainLength - 1;
+      if (format[0] != 'T' || format[1] != '%' || format[2] != 'H') return at;
+      if (!Begins(format + 2, kPlainClock)) return at;
+      *at = 'T';
+      char* const clock = PutPlainClock(at + 1);
+      if (clock == at + 1) return at;
+      format += kPlainLength + 1;
+      return clock;
+    }
+    if (*format == 'H' && Begins(format, kPlainClock)) {
+      char* const behind = PutPlainClock(at);
+      if (behind != at) format += kPlainLength - 1;
+      return behind;
+    }
+    return at;
   }
 
-  char* PlainDate(char* at) const {
-    at = PutNumber(at, parts_.year, 4);
-    *at++ = '-';
-    at = PutNumber(at, parts_.month, 2);
-    *at++ = '-';
-    return PutNumber(at, parts_.day, 2);
+  // Nothing is printed when a component has more digits or is none. Components are read before
+  // anything is written: stores of char make the compiler read again.
+  char* PutPlainDate(char* at) const {
+    const auto year = static_cast<unsigned>(parts_.year);
+    const auto month = static_cast<unsigned>(parts_.month);
+    const auto day = static_cast<unsigned>(parts_.day);
+    if (year >= 10000 || month >= 100 || day >= 100) return at;
+    PutPair(at, year / 100);
+    PutPair(at + 2, year % 100);
+    at[4] = '-';
+    PutPair(at + 5, month);
+    at[7] = '-';
+    return PutPair(at + 8, day);
   }
-  char* PlainClock(char* at) const {
-    at = PutNumber(at, parts_.hour, 2);
-    *at++ = ':';
-    at = PutNumber(at, parts_.minute, 2);
-    *at++ = ':';
-    return PutNumber(at, parts_.second, 2);
+  char* PutPlainClock(char* at) const {
+    const auto hour = static_cast<unsigned>(parts_.hour);
+    const auto minute = static_cast<unsigned>(parts_.minute);
+    const auto second = static_cast<unsigned>(parts_.second);
+    if (hour >= 100 || minute >= 100 || second >= 100) return at;
+    PutPair(at, hour);
+    at[2] = ':';
+    PutPair(at + 3, minute);
+    at[5] = ':';
+    return PutPair(at + 6, second);
   }
 
   // Prints a directive made of `components`: "*" when one of them is a wildcard, and nothing in a
@@ -637,13 +653,13 @@ class Scanner {
   // Reads a plain date, a plain clock, or both with a "T" between, as far as the format that
   // begins at a "%" asks for them and the text has them. Result: the format behind what was read.
   const char* ReadPlain(const char* format) {
-    if (format[1] == 'Y' && Begins(format, kPlainDate) && ReadPlainDate()) {
+    if (format[1] == 'Y' && Begins(format + 1, kPlainDate) && ReadPlainDate()) {
       format += kPlainLength;
       if (format[0] != 'T' || format[1] != '%' || *text_ != 'T') return format;
       ++format;
       ++text_;
     }
-    if (format[1] == 'H' && Begins(format, kPlainClock) && ReadPlainClock()) {
+    if (format[1] == 'H' && Begins(format + 1, kPlainClock) && ReadPlainClock()) {
       format += kPlainLength;
     }
     return format;

@@ -31,10 +31,22 @@ struct DateTimeParts {
 KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* format,
                          char sign = 0);
 
-struct DateTimeScan {
-  bool complete = false;   // the format was walked to its end
-  bool any = false;        // at least one component was read
-  bool totalDays = false;  // year, month and day were read as one number of days, by %J
+// What a scan came to. One word: bytes written apart and then returned together would have to wait
+// for each other.
+class DateTimeScan {
+ public:
+  constexpr DateTimeScan(bool complete, bool any, bool totalDays)
+      : flags_((complete ? 1u : 0u) | (any ? 2u : 0u) | (totalDays ? 4u : 0u)) {}
+
+  // The format was walked to its end.
+  constexpr bool IsComplete() const { return (flags_ & 1) != 0; }
+  // At least one component was read.
+  constexpr bool HasAny() const { return (flags_ & 2) != 0; }
+  // Year, month and day were read as one number of days, by %J.
+  constexpr bool HasTotalDays() const { return (flags_ & 4) != 0; }
+
+ private:
+  unsigned flags_;
 };
 
 // Reads the components that `text` (a zero-terminated text) gives into `parts`; the others stay.

@@ -119,26 +119,26 @@ DateTimeParts PartsOf(const d_Timestamp& timestamp) {
   return parts;
 }
 
-void SetParts(KvDate& date, const DateTimeParts& parts, const DateTimeScan&) {
+void SetParts(KvDate& date, const DateTimeParts& parts, DateTimeScan) {
   date = DateFrom(parts);
 }
 
-void SetParts(KvTime& time, const DateTimeParts& parts, const DateTimeScan&) {
+void SetParts(KvTime& time, const DateTimeParts& parts, DateTimeScan) {
   time = TimeFrom(parts);
 }
 
-void SetParts(KvDateTime& dateTime, const DateTimeParts& parts, const DateTimeScan&) {
+void SetParts(KvDateTime& dateTime, const DateTimeParts& parts, DateTimeScan) {
   dateTime = KvDateTime(DateFrom(parts), TimeFrom(parts));
 }
 
-void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, const DateTimeScan&) {
+void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, DateTimeScan) {
   dateTime = KvDateTimeN(DateFrom(parts), TimeFrom(parts));
   dateTime.nanosecond = parts.nanosecond;
 }
 
-void SetParts(KvTimeSpan& span, const DateTimeParts& parts, const DateTimeScan& scan) {
+void SetParts(KvTimeSpan& span, const DateTimeParts& parts, DateTimeScan scan) {
   span.date = DateFrom(parts);
-  if (scan.totalDays) {
+  if (scan.HasTotalDays()) {
     // As a number of days it may need another form, and a text may name components besides.
     const std::int64_t days = parts.day + 30 * (parts.month + std::int64_t{12} * parts.year);
     span.SetTotalDays(static_cast<int>(std::clamp<std::int64_t>(days, INT32_MIN, INT32_MAX)));
@@ -147,11 +147,11 @@ void SetParts(KvTimeSpan& span, const DateTimeParts& parts, const DateTimeScan& 
   span.nanosecond = parts.nanosecond;
 }
 
-void SetParts(d_Date& date, const DateTimeParts& parts, const DateTimeScan&) {
+void SetParts(d_Date& date, const DateTimeParts& parts, DateTimeScan) {
   date = d_Date(DateFrom(parts));
 }
 
-void SetParts(d_Time& time, const DateTimeParts& parts, const DateTimeScan&) {
+void SetParts(d_Time& time, const DateTimeParts& parts, DateTimeScan) {
   time = d_Time(0, 0, 0.0f);  // in the default zone
   SetClock(time, {ByteField(parts.hour), ByteField(parts.minute)});
   time.second = static_cast<unsigned char>(ByteField(parts.second));
@@ -159,7 +159,7 @@ void SetParts(d_Time& time, const DateTimeParts& parts, const DateTimeScan&) {
       parts.nanosecond == -1 ? -1 : ByteField(parts.nanosecond / kNanosecondsOfHundredth));
 }
 
-void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, const DateTimeScan& scan) {
+void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, DateTimeScan scan) {
   SetParts(timestamp.date, parts, scan);
   SetParts(timestamp.time, parts, scan);
 }
@@ -197,8 +197,8 @@ int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* forma
   const double days = parts.day + 30.0 * (parts.month + 12.0 * parts.year);
   const double seconds = days * 86400 + parts.hour * 3600.0 + parts.minute * 60.0 + parts.second +
                          parts.nanosecond / 1e9;
-  if (scan.any) interval.seconds = static_cast<float>(negative ? -seconds : seconds);
-  return scan.complete ? kvOk : kvNotSupported;
+  if (scan.HasAny()) interval.seconds = static_cast<float>(negative ? -seconds : seconds);
+  return scan.IsComplete() ? kvOk : kvNotSupported;
 }
 
 }  // namespace kv

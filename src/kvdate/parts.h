@@ -44,14 +44,14 @@ DateTimeParts PartsOf(const d_Time& time);
 DateTimeParts PartsOf(const d_Timestamp& timestamp);
 
 // A value from scanned components.
-void SetParts(KvDate& date, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(KvTime& time, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(KvDateTime& dateTime, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(KvTimeSpan& span, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(d_Date& date, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(d_Time& time, const DateTimeParts& parts, const DateTimeScan& scan);
-void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, const DateTimeScan& scan);
+void SetParts(KvDate& date, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(KvTime& time, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(KvDateTime& dateTime, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(KvTimeSpan& span, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(d_Date& date, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(d_Time& time, const DateTimeParts& parts, DateTimeScan scan);
+void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, DateTimeScan scan);
 
 // Classes whose components begin with a date of the calendar.
 template <class T>
@@ -109,8 +109,8 @@ int ScanDateTimeText(T& value, const KvString& in, const char* format) {
   if constexpr (kHasDate<T>) parts.month = parts.day = 1;
   const DateTimeScan scan =
       ScanDateTime(parts, text.Get(), text.End(), format != nullptr ? format : kDateTimeFormat<T>);
-  if (scan.any) SetParts(value, parts, scan);
-  return scan.complete ? kvOk : kvNotSupported;
+  if (scan.HasAny()) SetParts(value, parts, scan);
+  return scan.IsComplete() ? kvOk : kvNotSupported;
 }
 int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* format);
 

@@ -12,7 +12,7 @@ namespace kv {
 class NarrowText {
  public:
   explicit NarrowText(const KvString& text)
-      : bytes_(text.StrGet()), end_(bytes_ + text.GetBufferSize()) {
+      : bytes_(BytesOf(text)), end_(bytes_ + text.GetBufferSize()) {
     if (!KvIsWideCodeSet(text.GetCodeSet())) return;
     const unsigned length =
         ConvertUnits(converted_, TargetCodeSet(), text.StrGet(), text.GetCodeSet(), kLongest);
@@ -29,6 +29,11 @@ class NarrowText {
 
  private:
   static constexpr unsigned kLongest = MaximumLength(kvCodeSetUnicode);
+
+  static const char* BytesOf(const KvString& text) {
+    const unsigned char* buffer = StringAccess::Buffer(text);
+    return buffer != nullptr ? reinterpret_cast<const char*>(buffer) : "";
+  }
 
   static unsigned char TargetCodeSet() {
     const unsigned char codeSet = KvLanguageContext::GetDefaultCodeSet();
