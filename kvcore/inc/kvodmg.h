@@ -16,7 +16,9 @@
 //   d_Interval    0 seconds, IEEE single
 //
 // Calendar. Unlike KvDate, d_Date counts days by the Julian calendar up to 1582-10-04, which
-// 1582-10-15 follows. Years are astronomical.
+// 1582-10-15 follows. Years are astronomical. Counts are true from 0000-03-01 on: they are cut
+// toward zero, so that further back moving by days goes a day astray in years that are no leap
+// years, deliberately.
 //
 // Time zone. hour and minute hold the clock's values *shifted by the zone*: 10:00 in zone 2 is
 // stored as hour 12. The zone bytes are signed numbers, and so are hour and minute, which a zone
@@ -128,7 +130,7 @@ class KV_EXPORT d_Date {
   friend class d_Timestamp;
   int Order(const d_Date& other) const;
   int getAbsDate() const;      // the count: one less than the Julian day number
-  void setAbsDate(int count);  // the inverse, but for the days that October 1582 skipped
+  void setAbsDate(int count);  // the inverse from 0000-03-01 on, but for October 1582's lost days
   d_Date& MoveBy(double days);
 };
 
@@ -162,7 +164,8 @@ class KV_EXPORT d_Time {
   static void set_default_Time_Zone_to_local();
 
   // By the fields in their order, zone first; hours and minutes of one zone as the clock has them.
-  // So equal times in different zones differ. Wildcards mean nothing here.
+  // So equal times in different zones differ. Wildcards mean nothing here. The rows order by the
+  // bytes as they are stored instead: in a zone west of Greenwich its first hours come last.
   bool operator==(const d_Time& other) const { return Order(other) == 0; }
   bool operator!=(const d_Time& other) const { return Order(other) != 0; }
   bool operator<(const d_Time& other) const { return Order(other) < 0; }

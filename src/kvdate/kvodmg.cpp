@@ -160,7 +160,7 @@ void d_Time::set_default_Time_Zone_to_local() {
 }
 
 int d_Time::Order(const d_Time& other) const {
-  return kv::OrderOdmg(*this, other, kv::kStrictCompare);
+  return kv::OrderByClock(*this, other);
 }
 
 int d_Time::WholeSeconds() const {
@@ -199,7 +199,8 @@ d_Timestamp::d_Timestamp(short year, unsigned short month, unsigned short day, u
 d_Timestamp::d_Timestamp(const d_Date& newDate) : date(newDate), time(0, 0, 0.0f) {}
 
 int d_Timestamp::Order(const d_Timestamp& other) const {
-  return kv::OrderOdmg(*this, other, kv::kStrictCompare);
+  const int order = date.Order(other.date);
+  return order != 0 ? order : kv::OrderByClock(time, other.time);
 }
 
 // In hundredths of a second, so that none is lost whatever the size of the interval. The fraction

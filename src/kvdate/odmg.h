@@ -1,5 +1,5 @@
 // What the ODMG classes and their rows share: the clock behind a time that is shifted by its zone,
-// and the orders with wildcards.
+// and the orders.
 #pragma once
 
 #include "kvodmg.h"
@@ -62,27 +62,38 @@ inline int OrderOdmg(const d_Date& a, const d_Date& b, unsigned short flags) {
   return (order > 0) - (order < 0);
 }
 
-// The zone first; then hours and minutes as the clock has them, which for one zone is the order of
-// the bytes that hold them as long as those do not turn negative.
+// The order of the rows: field by field as unsigned numbers, the zone first, so that values order
+// as their stored bytes do. Wildcards as with dates.
 inline int OrderOdmg(const d_Time& a, const d_Time& b, unsigned short flags) {
   const bool strict = (flags & kStrictCompare) != 0;
-  const auto order = [strict](unsigned char x, unsigned char y, unsigned char zone,
-                              unsigned char wildcard) {
+  const auto order = [strict](unsigned char x, unsigned char y, unsigned char wildcard) {
     if (x == y || (!strict && (x == wildcard || y == wildcard))) return 0;
-    return static_cast<unsigned char>(x - zone) < static_cast<unsigned char>(y - zone) ? -1 : 1;
+    return x < y ? -1 : 1;
   };
   if (a.tzHour != b.tzHour) return a.tzHour < b.tzHour ? -1 : 1;
   if (a.tzMinute != b.tzMinute) return a.tzMinute < b.tzMinute ? -1 : 1;
-  int result = order(a.hour, b.hour, a.tzHour, ShiftedWildcard(a.tzHour));
-  if (result == 0) result = order(a.minute, b.minute, a.tzMinute, ShiftedWildcard(a.tzMinute));
-  if (result == 0) result = order(a.second, b.second, 0, 255);
-  if (result == 0) result = order(a.hundredth, b.hundredth, 0, 255);
+  int result = order(a.hour, b.hour, ShiftedWildcard(a.tzHour));
+  if (result == 0) result = order(a.minute, b.minute, ShiftedWildcard(a.tzMinute));
+  if (result == 0) result = order(a.second, b.second, 255);
+  if (result == 0) result = order(a.hundredth, b.hundredth, 255);
   return result;
 }
 
 inline int OrderOdmg(const d_Timestamp& a, const d_Timestamp& b, unsigned short flags) {
   const int order = OrderOdmg(a.date, b.date, flags);
   return order != 0 ? order : OrderOdmg(a.time, b.time, flags);
+}
+
+// The order of the class, where earlier is less: the zone first, then hour and minute as the clock
+// has them. Stored, the hours that a zone west of Greenwich makes negative come behind all others.
+inline int OrderByClock(const d_Time& a, const d_Time& b) {
+  if (a.tzHour != b.tzHour || a.tzMinute != b.tzMinute) return OrderOdmg(a, b, kStrictCompare);
+  const auto unshifted = [](d_Time time) {
+    time.hour = static_cast<unsigned char>(time.hour - time.tzHour);
+    time.minute = static_cast<unsigned char>(time.minute - time.tzMinute);
+    return time;
+  };
+  return OrderOdmg(unshifted(a), unshifted(b), kStrictCompare);
 }
 
 }  // namespace kv

@@ -15,6 +15,7 @@
 // Hash indexes hold the keys: they never change.
 #include "kvtypevl/date_rows.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstring>
@@ -285,9 +286,15 @@ struct OdmgTimeRow : DateTimeTextRow<d_Time> {
     return OrderOdmg(a, b, cmpOp);
   }
   static unsigned Key(const d_Time& time) { return KeyOf(time); }
+  // Where a shifted component stands in the order of its bytes, 0 for the first of a day or an
+  // hour. Those that a zone west of Greenwich makes negative come last.
+  static int Place(unsigned char component, unsigned char zone, int base) {
+    const int shifted = SignedByte(component);
+    return shifted < 0 ? shifted + base : shifted - std::max(SignedByte(zone), 0);
+  }
   static double Seconds(const d_Time& time) {
-    const Clock clock = ClockOf(time);
-    return (clock.hour * 60 + clock.minute) * 60 + time.second;
+    return (Place(time.hour, time.tzHour, 24) * 60 + Place(time.minute, time.tzMinute, 60)) * 60 +
+           time.second;
   }
   // Times order by their zone first: each zone is a day of its own.
   static double Position(const d_Time& time) {

@@ -134,6 +134,8 @@ TEST_CASE("orders of the longer rows: the first field that differs, nanoseconds 
   const Bytes early = {1, 2, 3, 4, 5, 6, 7}, late = {0, 3, 3, 4, 5, 6, 7};
   CHECK(Order(Types().CmpFuncPtrGet(KvDATIME_T), 0, early, late, 0) == -1);
   CHECK(Order(Types().CmpFuncPtrGet(KvDATIME_T), 2, early, late, 0) == 1);
+  CHECK(Order(d_TimeCompare, 0, {2, 0, 1, 0, 0, 0}, {2, 0, 5, 0, 0, 0}, 0) == -1);
+  CHECK(Order(d_TimeCompare, 2, {251, 0, 253, 0, 0, 0}, {251, 0, 5, 0, 0, 0}, 0) == 1);
   CHECK(Order(d_TimestampCompare, 2, {7, 208, 1, 1, 0, 0, 1, 1, 1, 9},
               {7, 208, 1, 1, 0, 0, 1, 1, 1, 10}, 0) == -1);
   KvDate run[3] = {KvDate(1), KvDate(2), KvDate(3)};
@@ -210,6 +212,10 @@ TEST_CASE("bounds measure days, seconds of the day and total seconds") {
                  KvDateTime(KvDate(2000, 1, 1), KvTime(23, 59, 59)), kLess) == 0.5f);
   CHECK(Fraction(KvTIMESPAN_T, KvTimeSpan(0.0), KvTimeSpan(-50.0), KvTimeSpan(49.0), kLess) ==
         0.5f);
+  // In the order of the bytes a day west of Greenwich begins where its zone does.
+  const auto inNewYork = [](unsigned short hour) { return d_Time(hour, 0, 0.0f, -5, 0); };
+  CHECK(Fraction(D_TIME_T, inNewYork(11), inNewYork(5), inNewYork(4), kLess) ==
+        doctest::Approx(6 / 23.0).epsilon(0.001));
   CHECK(Fraction(D_DATE_T, d_Date(1582, 10, 15), d_Date(1582, 10, 1), d_Date(1582, 10, 18),
                  kEqual) == 0.125f);
   CHECK(Fraction(D_INTERVAL_T, d_Interval(), d_Interval::FromSeconds(-1.0f), d_Interval(), kLess) ==
