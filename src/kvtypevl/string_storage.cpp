@@ -54,6 +54,8 @@ unsigned StoreBlock(unsigned char* stored, const KvString& string, Format format
     if (size != 0) std::memcpy(text, string.StrGet(), size);
   } else if (size > 2) {
     ShortStore(text, string.StrGet(), format.byte, size / 2 - 1);
+    // A buffer that once held bytes may be odd; equal strings are still equal bytes.
+    if (size % 2 != 0) text[size - 3] = 0;
   }
   return Block::kHeader + data;
 }

@@ -223,7 +223,6 @@ class BadInput(KvtmTest):
             ("KvSTRING_T", "takes 255", "ff00010161"),
             ("KvSTRING_T", "4 at least", "0000"),
             ("KvSTRING_T", "mark", "0500010161fe01"),
-            ("KvSTRING_T", "16-bit", "0500fd016100ff"),
             ("KvSTRING_T", "takes 9", "0400010100ff" "0900010161"),
             ("KvISTRING_T", "16-bit", "0600fd01610000ff"),
             ("KvBLOB_T", "takes 16", "100000000400000061"),
@@ -235,6 +234,9 @@ class BadInput(KvtmTest):
             with self.subTest(stored):
                 self.fails(1, words, "load", type_name, stored)
         self.fails(1, "1 values", "load", "KvBLOB_T", "--count", "2", "0400000000000000")
+
+    def test_half_a_unit_behind_a_text(self):
+        self.assertEqual(self.good("load", "KvSTRING_T", "0700fd016100" "0000ff"), "a\n")
 
     def test_control_characters_stay_off_the_terminal(self):
         self.assertEqual(self.good("load", "KvSTRING_T", "07000101" "1b5b6d" "00ff"), "\\x1b[m\n")

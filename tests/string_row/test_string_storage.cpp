@@ -63,6 +63,9 @@ TEST_CASE("the stored bytes of strings") {
   KvString null;
   null.SetNullValue();
   CHECK(Stored(null, 0) == Block{4, 0, 0, 254, 0, 0xFF});
+  KvString odd("abcdef");  // seven bytes of buffer
+  odd.CopyMapped(KvString("ab"), 253, -1);
+  CHECK(Stored(odd, 0) == Block{9, 0, 253, 1, 'a', 0, 'b', 0, 0, 0, 0xFF});
   const KvTypeMgr types;
   CHECK(types.Store(KvSTRING_T, nullptr, nullptr, 0, 0) == 0);
 }
