@@ -149,6 +149,8 @@ class Values(KvtmTest):
         self.assertEqual(json.loads(self.good("describe", "--json"))["build"], "1927")
         self.assertEqual(json.loads(self.good("load", "KvNULL_4B_T", "--json",
                                               "0107000000" "0008000000")), [None, "8"])
+        self.assertEqual(json.loads(self.good("load", "KvSTRING_T", "--json", "0800fd01" "22000adc" "00ff")),
+                         ['"\udc0a'])
 
     def test_operands_and_options_mix(self):
         for arguments in [("store", "--order", "2", "Kv2B_T", "-1"), ("store", "Kv2B_T", "-1", "--order=2"),
@@ -188,6 +190,7 @@ class BadInput(KvtmTest):
             (1, "out of range & -32768 to 32767", "store", "Kv2B_T", "32768"),
             (1, "out of range", "store", "KvU2B_T", "--", "-1"),
             (1, "out of range", "store", "KvU8B_T", "18446744073709551616"),
+            (1, "0 to 281474976710655", "store", "KvSEAL_T", "281474976710656"),
             (1, "out of range", "store", "KvFLOAT_T", "1e39"),
             (1, "out of range", "store", "KvDOUBLE_T", "1e309"),
             (1, "not a number", "store", "KvDOUBLE_T", "inf"),

@@ -233,13 +233,22 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
 
 std::string JsonText(std::string_view utf8) {
   std::string json = "\"";
-  for (const char c : utf8) {
-    if (c == '"' || c == '\\') json += '\\';
-    if (static_cast<unsigned char>(c) < 0x20) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
-      json += escape;
+  const auto escape = [&](unsigned unit) {
+    char text[8];
+    std::snprintf(text, sizeof text, "\\u%04x", unit);
+    json += text;
+  };
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const char c = utf8[i];
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(utf8[at]); };
+    if (byte(i) == 0xED && i + 2 < utf8.size() && byte(i + 1) >= 0xA0) {
+      // A surrogate is a character like any other to a string, but no valid UTF-8.
+      escape(0xD000u | (byte(i + 1) & 0x3Fu) << 6 | (byte(i + 2) & 0x3Fu));
+      i += 2;
+    } else if (byte(i) < 0x20) {
+      escape(byte(i));
     } else {
+      if (c == '"' || c == '\\') json += '\\';
       json += c;
     }
   }

@@ -87,6 +87,8 @@ TextRule MakeRule(char id) {
       return Whole<o_8b>(true);
     case KvNULL_U8B_T:
       return Whole<o_u8b>(true);
+    case KvSEAL_T:
+      return {.kind = TextKind::kInteger, .greatest = 0xFFFFFFFFFFFF};
     case KvFLOAT_T:
     case D_INTERVAL_T:
       return {.kind = TextKind::kFloat, .width = 4};
@@ -159,6 +161,7 @@ void ReadWhole(char id, void* value, std::string_view text, const TextRule& rule
   if (id == KvBLOCKID_T && digits.starts_with('#')) digits.remove_prefix(1);
   unsigned long long bits = 0;
   RequireNumber(ReadInteger(digits, rule.least, rule.greatest, bits), id, text, rule);
+  if (id == KvSEAL_T) return static_cast<KvSeal*>(value)->ConvertFrom(static_cast<o_8b>(bits));
   WriteNumber(rule, value, &bits);  // the low bytes of the pattern come first in memory
 }
 
