@@ -80,43 +80,39 @@ template <class Unit>
   return {at, unit1, unit2};
 }
 
-// How many of the first `units` units two texts have in common, zero units excepted. Words are for
-// texts that do not differ in their first unit, as most do.
+// In texts of given lengths, in the same byte order.
 template <class Unit>
-[[gnu::always_inline]] inline std::size_t CommonUnits(const unsigned char* text1,
-                                                      const unsigned char* text2, unsigned units) {
-  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
-  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
-  constexpr std::size_t kUnitsAWord = 8 / sizeof(Unit);
-  const auto same = [&](std::size_t at) {
-    const Unit unit = LoadUnit<Unit>(text1, at);
-    return unit == LoadUnit<Unit>(text2, at) && unit != 0;
-  };
-  if (units == 0 || !same(0)) return 0;
-  std::size_t at = 1;
-  for (; at + kUnitsAWord <= units; at += kUnitsAWord) {
-    const std::uint64_t word = LoadWord(text1 + at * sizeof(Unit));
-    const bool hasZero = ((word - kOnes) & ~word & kTops) != 0;
-    if (hasZero || word != LoadWord(text2 + at * sizeof(Unit))) break;
-  }
-  while (at < units && same(at)) ++at;
-  return at;
-}
-
-// In texts of given lengths and the same form.
-template <class Unit>
-[[gnu::always_inline]] inline Difference<Unit> FindCounted(const Text& text1, const Text& text2) {
-  const std::size_t at =
-      CommonUnits<Unit>(BeginOf(text1), BeginOf(text2), std::min(text1.length, text2.length));
-  const auto unitOf = [at](const Text& text) -> Unit {
-    if (at >= text.length) return 0;
-    const Unit unit = LoadUnit<Unit>(BeginOf(text), at);
+[[gnu::always_inline]] inline Difference<Unit> FindCounted(const unsigned char* text1,
+                                                           unsigned length1,
+                                                           const unsigned char* text2,
+                                                           unsigned length2, bool reversed) {
+  const auto inOrder = [=](Unit unit) -> Unit {
     if constexpr (sizeof unit == 2) {
-      if (IsReversed(text)) return __builtin_bswap16(unit);
+      if (reversed) return __builtin_bswap16(unit);
     }
     return unit;
   };
-  return {at, unitOf(text1), unitOf(text2)};
+  Unit unit1;
+  Unit unit2;
+  const auto same = [&](std::size_t at) {
+    unit1 = LoadUnit<Unit>(text1, at);
+    unit2 = LoadUnit<Unit>(text2, at);
+    return unit1 == unit2 && unit1 != 0;
+  };
+  const std::size_t shared = std::min(length1, length2);
+  std::size_t at = 0;
+  for (; at + 4 <= shared; at += 4) {
+    if (!same(at)) return {at, inOrder(unit1), inOrder(unit2)};
+    if (!same(at + 1)) return {at + 1, inOrder(unit1), inOrder(unit2)};
+    if (!same(at + 2)) return {at + 2, inOrder(unit1), inOrder(unit2)};
+    if (!same(at + 3)) return {at + 3, inOrder(unit1), inOrder(unit2)};
+  }
+  for (; at < shared; ++at) {
+    if (!same(at)) return {at, inOrder(unit1), inOrder(unit2)};
+  }
+  unit1 = at < length1 ? LoadUnit<Unit>(text1, at) : Unit{0};
+  unit2 = at < length2 ? LoadUnit<Unit>(text2, at) : Unit{0};
+  return {at, inOrder(unit1), inOrder(unit2)};
 }
 
 // The result of an ordinary comparison by the first difference. When that does not decide, what is
@@ -152,11 +148,14 @@ template <class Rest>
   const auto rest = [&](unsigned passed) {
     return CompareRest(Text(text1), Text(text2), passed, cmpOp);
   };
+  const unsigned char* units1 = BeginOf(text1);
+  const unsigned char* units2 = BeginOf(text2);
   if (KvIsWideCodeSet(text1.codeSet)) {
-    return DecideBy(FindCounted<unsigned short>(text1, text2), WideOrderTable(text1.language),
-                    rest);
+    return DecideBy(
+        FindCounted<unsigned short>(units1, text1.length, units2, text2.length, IsReversed(text1)),
+        WideOrderTable(text1.language), rest);
   }
-  return DecideBy(FindCounted<unsigned char>(text1, text2),
+  return DecideBy(FindCounted<unsigned char>(units1, text1.length, units2, text2.length, false),
                   ByteOrderTable(text1.codeSet, text1.language), rest);
 }
 

@@ -37,21 +37,18 @@ struct StringBlock {
   }
 };
 
-// Reads one whole block of the new form. False for everything else: old, cut and damaged blocks are
-// for StoredStringRun.
-inline bool ReadWholeBlock(const void* stored, unsigned length, Format format, Text& text) {
-  const auto* at = static_cast<const unsigned char*>(stored);
-  if (length == 1) return false;
-  const bool reversed = format.IsReversed();
-  const unsigned body = StringBlock::ReadLength(at, reversed);
-  // A length of 0 means that the block is whole, and wraps around to the largest number here.
-  if (body < StringBlock::kHeader || length - 1 <= body || at[body + 1] == 0) return false;
-  const unsigned char codeSet = at[2];
-  const bool wide = KvIsWideCodeSet(codeSet);
-  if (wide && codeSet == 254) return false;
-  text = {codeSet, at[3], at + StringBlock::kHeader, StringBlock::TextUnits(body, wide),
-          static_cast<unsigned char>(reversed ? 2 : 1)};
-  return true;
+// The bytes behind the length field of a block that has its header and lies in its buffer; 0 for
+// all others. A length of 0 means that the block is whole, and wraps around to the largest number.
+inline unsigned WholeBody(const unsigned char* block, unsigned length, bool reversed) {
+  if (length == 1) return 0;
+  const unsigned body = StringBlock::ReadLength(block, reversed);
+  return body < StringBlock::kHeader || length - 1 <= body ? 0 : body;
+}
+
+// Whether an 8-bit block of the new form ends as it is written: a zero and the marker. Such a text
+// needs no length.
+inline bool IsTerminated(const unsigned char* block, unsigned body) {
+  return std::memcmp(block + body, StringBlock::kMarker, sizeof StringBlock::kMarker) == 0;
 }
 
 // Walks the strings of a stored run in either form, as texts that lie where they are stored. No

@@ -63,6 +63,31 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
   return 0;
 }
 
+// Any two runs; what is not ordinary among single strings too.
+[[gnu::noinline]] int CompareAnyRuns(unsigned char op, unsigned length1, void* value1,
+                                     unsigned length2, void* value2, unsigned short cmpOp,
+                                     unsigned count, int& result) {
+  const Format format{op};
+  return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
+                                                            format, cmpOp, count, result)
+                           : CompareRunsOf<StoredStringRun>(value1, length1, value2, length2,
+                                                            format, cmpOp, count, result);
+}
+
+// What the first difference, behind `passed` units, leaves undecided between two whole blocks.
+[[gnu::noinline]] int CompareBlocksRest(const unsigned char* block1, const unsigned char* block2,
+                                        bool reversed, unsigned passed, unsigned short cmpOp) {
+  const unsigned char codeSet = block1[2];
+  const unsigned char language = block1[3];
+  const bool wide = KvIsWideCodeSet(codeSet);
+  const auto textOf = [=](const unsigned char* block) -> Text {
+    const unsigned body = StringBlock::ReadLength(block, reversed);
+    return {codeSet, language, block + StringBlock::kHeader, StringBlock::TextUnits(body, wide),
+            static_cast<unsigned char>(reversed ? 2 : 1)};
+  };
+  return ThreeWay(CompareRest(textOf(block1), textOf(block2), passed, cmpOp), 0);
+}
+
 // The unit with the lowest order of a code set and language: a text followed by it is the shortest
 // one that begins with the text and orders after it.
 unsigned short LowestUnit(unsigned char codeSet, unsigned char language) {
@@ -162,30 +187,44 @@ int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*forma
 
 }  // namespace kv
 
+// An index probe compares single strings; ordinary ones take no detour through a run. Everything
+// else is called at the end and only there, so that they need no stack frame either.
 int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
                   unsigned short cmpOp, unsigned count, int& result) {
   using namespace kv;
   result = kvOk;
   if (count == 0) return 0;
   const Format format{op};
-  // An index probe compares single strings; they take no detour through a run.
-  if (count == 1 && format.IsMemory()) {
+  const auto any = [&] {
+    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+  };
+  if (count != 1) return any();
+  if (format.IsMemory()) {
     return ThreeWay(CompareStrings(*static_cast<const KvString*>(value1),
                                    *static_cast<const KvString*>(value2), cmpOp),
                     0);
   }
-  Text text1;
-  Text text2;
-  if (count == 1 && ReadWholeBlock(value1, length1, format, text1) &&
-      ReadWholeBlock(value2, length2, format, text2)) {
-    const bool isOrdinary =
-        IsOrdinary(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp);
-    return ThreeWay(isOrdinary ? CompareCounted(text1, text2, cmpOp)
-                               : CompareExtraordinary(Text(text1), Text(text2), cmpOp, 65535),
-                    0);
+  const auto* block1 = static_cast<const unsigned char*>(value1);
+  const auto* block2 = static_cast<const unsigned char*>(value2);
+  const bool reversed = format.IsReversed();
+  const unsigned body1 = WholeBody(block1, length1, reversed);
+  const unsigned body2 = WholeBody(block2, length2, reversed);
+  if (body1 == 0 || body2 == 0) return any();
+  const unsigned char codeSet = block1[2];
+  const unsigned char language = block1[3];
+  if (!IsOrdinary(codeSet, language, block2[2], block2[3], cmpOp)) return any();
+  const unsigned char* text1 = block1 + StringBlock::kHeader;
+  const unsigned char* text2 = block2 + StringBlock::kHeader;
+  const auto rest = [&](unsigned passed) {
+    return CompareBlocksRest(block1, block2, reversed, passed, cmpOp);
+  };
+  if (!KvIsWideCodeSet(codeSet)) {
+    if (!IsTerminated(block1, body1) || !IsTerminated(block2, body2)) return any();
+    return DecideBy(FindTerminated<unsigned char>(text1, text2), ByteOrderTable(codeSet, language),
+                    rest);
   }
-  return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
-                                                            format, cmpOp, count, result)
-                           : CompareRunsOf<StoredStringRun>(value1, length1, value2, length2,
-                                                            format, cmpOp, count, result);
+  if (block1[body1 + 1] == 0 || block2[body2 + 1] == 0) return any();
+  return DecideBy(FindCounted<unsigned short>(text1, StringBlock::TextUnits(body1, true), text2,
+                                              StringBlock::TextUnits(body2, true), reversed),
+                  WideOrderTable(language), rest);
 }
