@@ -77,6 +77,32 @@ class Values(KvtmTest):
                 loaded = self.good("load", type_name, memory_order).split("\n")[:-1]
                 self.assertEqual(loaded, own_text.get(type_name, values))
 
+    def test_times_say_all_of_their_bytes(self):
+        """Wildcards, fractions and zones, each text the one that its bytes load as."""
+        cases = [
+            ("KvDATIME_N_T", "2024-02-29T13:05:*", "e807021d0d05ffffffffff"),
+            ("KvDATIME_N_T", "2024-02-29T13:05:05 *", "e807021d0d0505ffffffff"),
+            ("KvDATIME_N_T", "*-*-29T13:05:* 0", "ffffff1d0d05ff00000000"),
+            ("KvTIMESPAN_T", "-1.03:00:00.500", "000000ff0300000065cd1d"),
+            ("KvTIMESPAN_T", "5.*:*:*", "00000005ffffffffffffff"),
+            ("D_TIME_T", "13:05:09.500", "00000d050932"),
+            ("D_TIME_T", "10:05:09+02:00", "02000c050900"),
+            ("D_TIME_T", "04:05:09-05:00", "fb00ff050900"),
+            ("D_TIME_T", "*:00:00-05:30", "fbe2fae20000"),
+            ("D_TIME_T", "10:05:09+02:-15", "02f10cf60900"),
+            ("D_TIMESTAMP_T", "1999-12-31T12:00:00.250+05:30", "cf070c1f051e111e0019"),
+            ("D_INTERVAL_T", "-Infinity", "000080ff"),
+            ("D_INTERVAL_T", "NaN", "0000c0ff"),
+        ]
+        for type_name, text, stored in cases:
+            with self.subTest(type_name, text=text):
+                self.assertEqual(self.good("load", type_name, stored), text + "\n")
+                self.assertEqual(self.good("store", type_name, "--", text), stored + "\n")
+        self.assertEqual(self.good("compare", "KvDATIME_N_T", "2024-02-29T13:05:*",
+                                   "2024-02-29T13:05:09.5"), "0\n")
+        self.assertEqual(self.good("store", "KvTIMESPAN_T", "2.3:00:00", "2.10:0:0"),
+                         "0000000203000000000000" "000000020a000000000000\n")
+
     def test_wide_strings(self):
         stored = self.good("store", "KvSTRING_T", "Łódź").strip()
         self.assertEqual(stored[4:6], "fd")
@@ -201,6 +227,7 @@ class BadInput(KvtmTest):
             (1, "'2023-02-29'", "store", "KvDATE_T", "2023-02-29"),
             (1, "'2024-02-30'", "store", "D_DATE_T", "2024-02-30"),
             (1, "'25:00:00'", "store", "KvTIME_T", "25:00:00"),
+            (1, "expected %J.%H", "store", "KvTIMESPAN_T", "25:00:00"),
             (1, "%Y-%m-%d", "store", "KvDATE_T", "29.2.2024"),
             (1, "'2024-02-29 rest'", "store", "KvDATE_T", "2024-02-29 rest"),
             (1, "(%H-%L#%B)", "store", "KvOBJID_T", "(70000-5#7)"),

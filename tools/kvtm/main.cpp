@@ -31,7 +31,8 @@ OPERANDS
             numbers         decimal; floating rows take Infinity, -Infinity and NaN too
             characters      one character, or a byte as 0x41
             booleans        TRUE or FALSE
-            dates, times    2024-02-29, 13:05:00, 2024-02-29T13:05:00; * for any component
+            dates, times    2024-02-29, 13:05:00, 2024-02-29T13:05:00; * for any component;
+                            behind a d_Time its zone, 13:05:00+05:30
             time spans      days.hours:minutes:seconds, 2.03:00:00
             intervals       seconds, 5400 or 0.5
             identities      as they print, (1-5#7)

@@ -96,6 +96,8 @@ NumberFault ReadFloat(std::string_view text, float& value) {
 }
 
 std::string ShortestText(float number) {
+  if (std::isnan(number)) return "NaN";
+  if (std::isinf(number)) return number < 0 ? "-Infinity" : "Infinity";
   char text[32];
   const auto [end, error] = std::to_chars(text, text + sizeof text, number);
   return {text, error == std::errc() ? end : text};

@@ -19,7 +19,7 @@ NumberFault ReadDouble(std::string_view text, double& value);
 // The same for floats, which are read as doubles and then narrowed, as the library does.
 NumberFault ReadFloat(std::string_view text, float& value);
 
-// The shortest text that reads back to the number.
+// The shortest text that reads back to the number, Infinity and NaN included.
 std::string ShortestText(float number);
 
 std::string_view TrimBlanks(std::string_view text);

@@ -1,5 +1,8 @@
 #include "values.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -34,6 +37,8 @@ struct TextRule {
   unsigned long long greatest = 0;
   // Formats that are tried in turn; the row's own comes after them.
   std::vector<const char*> formats = {};
+  // What a value is shown in where that says all of it; else in the first of those that does.
+  const char* shown = nullptr;
 };
 
 template <typename Number>
@@ -111,14 +116,18 @@ TextRule MakeRule(char id) {
     case D_DATE_T:
       return {.formats = {"%Y-%m-%d"}};
     case KvTIME_T:
-    case D_TIME_T:
-      return {.formats = {"%H:%M:%S", "%H:%M:%f"}};
+      return {.formats = {"%H:%M:%S"}};
     case KvDATIME_T:
+      return {.formats = {kDateTimeText, "%Y-%m-%d %H:%M:%S"}};
+    // Read with %f, a "*" for the seconds stands for their fraction too.
+    case D_TIME_T:
+      return {.formats = {"%H:%M:%f", "%H:%M:%S %N"}, .shown = "%H:%M:%S"};
     case KvDATIME_N_T:
     case D_TIMESTAMP_T:
-      return {.formats = {kDateTimeText, "%X", "%Y-%m-%d %H:%M:%f"}};
+      return {.formats = {"%Y-%m-%dT%H:%M:%f", "%Y-%m-%d %H:%M:%f", "%Y-%m-%dT%H:%M:%S %N"},
+              .shown = kDateTimeText};
     case KvTIMESPAN_T:
-      return {.formats = {"%J.%H:%M:%S"}};
+      return {.formats = {"%J.%H:%M:%f", "%J.%H:%M:%S %N"}, .shown = "%J.%H:%M:%S"};
     default:
       return {};
   }
@@ -194,7 +203,8 @@ std::string Printed(char id, void* value, const char* format) {
 }
 
 // A text without what may differ between an input and what its value prints as: blanks, and zeros
-// before a number or after a fraction ("6.5" and "06.500").
+// before a number or after a fraction ("6.5" and "06.500"). What stands between a "." and a ":" is
+// a number, the hours of a time span.
 std::string Normalized(std::string_view text) {
   std::string plain;
   for (std::size_t i = 0; i < text.size();) {
@@ -209,7 +219,7 @@ std::string Normalized(std::string_view text) {
       continue;
     }
     std::string digits(text.substr(i, end - i));
-    if (!plain.empty() && plain.back() == '.') {
+    if (!plain.empty() && plain.back() == '.' && !text.substr(end).starts_with(':')) {
       digits.erase(digits.find_last_not_of('0') + 1);
       if (digits.empty()) plain.pop_back();
     } else {
@@ -296,16 +306,89 @@ std::vector<const char*> FormatsOf(char id, const ValueStyle& style) {
   return formats;
 }
 
-void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
-  const std::vector<const char*> formats = FormatsOf(id, style);
-  for (const char* format : formats) {
+// ---------------------------------------------------------------------------------------------
+// The zone of a d_Time, which no directive shows, stands behind its text: "+05:30". Hours and
+// minutes are signed numbers of their own; minutes of the other sign carry it, "+02:-15".
+
+d_Time* ZonedTimeOf(char id, void* value) {
+  if (id == D_TIME_T) return static_cast<d_Time*>(value);
+  return id == D_TIMESTAMP_T ? &static_cast<d_Timestamp*>(value)->time : nullptr;
+}
+
+std::string ZoneText(char id, void* value) {
+  const d_Time* time = ZonedTimeOf(id, value);
+  if (time == nullptr || (time->tzHour == 0 && time->tzMinute == 0)) return {};
+  const int hour = static_cast<signed char>(time->tzHour);
+  const int minute = static_cast<signed char>(time->tzMinute);
+  const bool west = hour < 0 || (hour == 0 && minute < 0);
+  const char* const minuteSign = minute == 0 || (minute < 0) == west ? "" : west ? "+" : "-";
+  char text[16];
+  std::snprintf(text, sizeof text, "%c%02d:%s%02d", west ? '-' : '+', std::abs(hour), minuteSign,
+                std::abs(minute));
+  return text;
+}
+
+// Takes a zone off the end of a text. False when there is none.
+bool TakeZone(std::string_view& text, int& hour, int& minute) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string_view::npos) return false;
+  const std::size_t sign = text.substr(0, colon).find_last_of("+-");
+  if (sign == std::string_view::npos) return false;
+  unsigned long long hourBits = 0;
+  unsigned long long minuteBits = 0;
+  const std::string_view minutes = text.substr(colon + 1);
+  if (ReadInteger(text.substr(sign, colon - sign), -128, 127, hourBits) != NumberFault::kNone ||
+      ReadInteger(minutes, -128, 127, minuteBits) != NumberFault::kNone) {
+    return false;
+  }
+  hour = static_cast<int>(hourBits);
+  minute = static_cast<int>(minuteBits);
+  if (text[sign] == '-' && minutes.find_first_of("+-") == std::string_view::npos) minute = -minute;
+  text = text.substr(0, sign);
+  return true;
+}
+
+// Moves a time that was read in zone 0 to a zone, its clock kept. Where a zone is negative its
+// wildcard is one less than it.
+void SetZone(d_Time& time, int hour, int minute) {
+  const auto shift = [](unsigned char& component, int zone) {
+    const int shifted = component == 255 ? std::min(zone, 0) - 1 : component + zone;
+    component = static_cast<unsigned char>(shifted);
+  };
+  shift(time.hour, hour);
+  shift(time.minute, minute);
+  time.tzHour = static_cast<unsigned char>(hour);
+  time.tzMinute = static_cast<unsigned char>(minute);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+enum class PatternFault { kNone, kNoMatch, kNoSuchTime };
+
+PatternFault ScanPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
+  int zoneHour = 0;
+  int zoneMinute = 0;
+  if (ZonedTimeOf(id, value) != nullptr && style.format.empty()) {
+    TakeZone(text, zoneHour, zoneMinute);
+  }
+  for (const char* format : FormatsOf(id, style)) {
     if (!ScansWhole(id, value, text, format)) continue;
-    if (IsSensible(id, value)) return;
+    const bool sensible = IsSensible(id, value);
+    if (d_Time* time = ZonedTimeOf(id, value)) SetZone(*time, zoneHour, zoneMinute);
+    return sensible ? PatternFault::kNone : PatternFault::kNoSuchTime;
+  }
+  return PatternFault::kNoMatch;
+}
+
+void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
+  const PatternFault fault = ScanPattern(id, value, text, style);
+  if (fault == PatternFault::kNone) return;
+  if (fault == PatternFault::kNoSuchTime) {
     FailReading(id, text, ": there is no such date or time");
   }
-  const char* const expected =
-      formats[0] != nullptr ? formats[0] : Types().ExchangeFormat(id, nullptr);
-  FailReading(id, text, std::string(": expected ") + expected);
+  const char* format = FormatsOf(id, style)[0];
+  if (format == nullptr) format = Types().ExchangeFormat(id, nullptr);
+  FailReading(id, text, std::string(": expected ") + format);
 }
 
 KvString StringOf(std::string_view text, const ValueStyle& style, const StringTraits& traits) {
@@ -335,14 +418,17 @@ void ReadBlob(void* value, std::string_view text) {
 // A pattern's text that reads back to the value. The last format shows the most, whether it does
 // or not.
 std::string PatternText(char id, void* value, const ValueStyle& style) {
-  const std::vector<const char*> formats = FormatsOf(id, style);
+  std::vector<const char*> formats = FormatsOf(id, style);
+  if (RuleOf(id).shown != nullptr) formats.insert(formats.begin(), RuleOf(id).shown);
+  const std::string zone = ZoneText(id, value);
   ValueRun readBack(id, 1);
   std::string text;
   for (const char* format : formats) {
-    text = Printed(id, value, format);
-    KvString again(text.c_str());
-    Types().ScanFromKvString(id, readBack.Data(), again, format, 1);
-    if (Types().Cmp(id, readBack.Data(), value, kExactCompare, 1, kMemoryForm) == 0) break;
+    text = Printed(id, value, format) + zone;
+    if (ScanPattern(id, readBack.Data(), text, style) != PatternFault::kNoMatch &&
+        Types().Cmp(id, readBack.Data(), value, kExactCompare, 1, kMemoryForm) == 0) {
+      break;
+    }
   }
   return text;
 }
