@@ -52,7 +52,6 @@ class KV_EXPORT KvChar {
   unsigned short Value() const;
   unsigned char GetCodeSet() const { return codeSet_; }
   unsigned char GetLanguage() const { return language_; }
-  unsigned char GetByteOrder() const { return byteOrder_; }
 
   // This character in code set `codeSet`, held. 0 and the own code set give a copy; a character
   // that `codeSet` lacks becomes "?".
@@ -213,8 +212,8 @@ class KV_EXPORT KvStringIterator {
 
   unsigned char GetCodeSet() const { return codeSet_; }
   unsigned char GetLanguage() const { return language_; }
+  // How the code set sorts the language, see KvCodeSet::SortClass.
   unsigned char GetSortClass() const { return sortClass_; }
-  const unsigned char* GetPosition() const { return position_; }
 
  private:
   friend class KvString;

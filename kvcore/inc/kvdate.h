@@ -90,7 +90,36 @@ enum KvDaysOfTheWeek {
   kvSunday
 };
 
-class KV_EXPORT KvDate {
+// The distinguished values of a class, told above. They count as equal only to themselves: -1 is an
+// ordinary component here.
+template <class Value>
+class KV_EXPORT KvDistinguishedValues {
+ public:
+  static const Value& NullValue();
+  static const Value& ZeroValue();
+  static const Value& DefaultValue();
+  static const Value& ClearValue() { return ZeroValue(); }
+
+  bool IsNullValue() const { return Is(NullValue()); }
+  bool IsZeroValue() const { return Is(ZeroValue()); }
+  bool IsDefaultValue() const { return Is(DefaultValue()); }
+
+  // Result: 0.
+  int SetNullValue() { return Become(NullValue()); }
+  int SetZeroValue() { return Become(ZeroValue()); }
+  int SetDefaultValue() { return Become(DefaultValue()); }
+
+ private:
+  bool Is(const Value& value) const {
+    return static_cast<const Value*>(this)->Compare(value, kv::kStrictCompare) == 0;
+  }
+  int Become(const Value& value) {
+    static_cast<Value&>(*this) = value;
+    return kvOk;
+  }
+};
+
+class KV_EXPORT KvDate : public KvDistinguishedValues<KvDate> {
  public:
   // Today, local date.
   KvDate();
@@ -98,8 +127,7 @@ class KV_EXPORT KvDate {
   constexpr KvDate(short yearNumber, char monthNumber, char dayNumber)
       : year(yearNumber), month(monthNumber), day(dayNumber) {}
   // The date of a day number, as dateabs.
-  constexpr explicit KvDate(int dayNumber)
-      : KvDate(std::bit_cast<KvDate>(kv::DateOfDayNumber(dayNumber))) {}
+  constexpr explicit KvDate(int dayNumber) : KvDate(kv::DateOfDayNumber(dayNumber)) {}
 
   // The day number, as dayabs.
   constexpr operator int() const { return dayabs(); }
@@ -159,17 +187,6 @@ class KV_EXPORT KvDate {
   // The English name: "Monday".
   KvString PrintDayOfTheDate() const;
 
-  static const KvDate& NullValue();
-  static const KvDate& ZeroValue();
-  static const KvDate& DefaultValue();
-  static const KvDate& ClearValue();  // the zero value
-  bool IsNullValue() const { return *this == NullValue(); }
-  bool IsZeroValue() const { return *this == ZeroValue(); }
-  bool IsDefaultValue() const { return *this == DefaultValue(); }
-  int SetNullValue();  // 0, like the next two
-  int SetZeroValue();
-  int SetDefaultValue();
-
   // Text, as told above. A null format is "%a %e.%b %Y". Printing replaces what `out` holds.
   KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
   int ScanFromKvString(const KvString& in, const char* format = nullptr);
@@ -189,10 +206,12 @@ class KV_EXPORT KvDate {
   static int modulo(int a, int b);
 
  private:
+  constexpr explicit KvDate(kv::CalendarDate date) : KvDate(date.year, date.month, date.day) {}
+
   static constexpr unsigned short kStrict = kv::kStrictCompare;
 };
 
-class KV_EXPORT KvTime {
+class KV_EXPORT KvTime : public KvDistinguishedValues<KvTime> {
  public:
   // Now, local time of day.
   KvTime();
@@ -250,17 +269,6 @@ class KV_EXPORT KvTime {
   int ToLocalTime();
   int ToUTCTime();
 
-  static const KvTime& NullValue();
-  static const KvTime& ZeroValue();
-  static const KvTime& DefaultValue();
-  static const KvTime& ClearValue();  // the zero value
-  bool IsNullValue() const { return *this == NullValue(); }
-  bool IsZeroValue() const { return *this == ZeroValue(); }
-  bool IsDefaultValue() const { return *this == DefaultValue(); }
-  int SetNullValue();  // 0, like the next two
-  int SetZeroValue();
-  int SetDefaultValue();
-
   // Text, as told above. A null format is "%I:%M:%S %p". Printing replaces what `out` holds.
   KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
   int ScanFromKvString(const KvString& in, const char* format = nullptr);
@@ -275,5 +283,8 @@ class KV_EXPORT KvTime {
     return {time.hour, time.minute, time.second};
   }
 };
+
+extern template class KvDistinguishedValues<KvDate>;
+extern template class KvDistinguishedValues<KvTime>;
 
 static_assert(sizeof(KvDate) == 4 && sizeof(KvTime) == 3);

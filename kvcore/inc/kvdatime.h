@@ -26,7 +26,7 @@
 
 // ---------------------------------------------------------------------------------------------
 
-class KV_EXPORT KvDateTime {
+class KV_EXPORT KvDateTime : public KvDistinguishedValues<KvDateTime> {
  public:
   // Now, local date and time.
   KvDateTime();
@@ -63,17 +63,7 @@ class KV_EXPORT KvDateTime {
   int ToLocalTime();
   int ToUTCTime();
 
-  static const KvDateTime& NullValue();
-  static const KvDateTime& Null();  // the same
-  static const KvDateTime& ZeroValue();
-  static const KvDateTime& DefaultValue();
-  static const KvDateTime& ClearValue();  // the zero value
-  bool IsNullValue() const { return *this == NullValue(); }
-  bool IsZeroValue() const { return *this == ZeroValue(); }
-  bool IsDefaultValue() const { return *this == DefaultValue(); }
-  int SetNullValue();  // 0, like the next two
-  int SetZeroValue();
-  int SetDefaultValue();
+  static const KvDateTime& Null() { return NullValue(); }
 
   // A null format is "%a %e.%b %Y %I:%M:%S %p".
   KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
@@ -90,7 +80,7 @@ class KV_EXPORT KvDateTime {
 // its day number. Where the date is none that the calendar has, days are counted in months of 30
 // and years of 12 months, as in a KvTimeSpan, and the year stops at -32768 and 32767.
 
-class KV_EXPORT KvDateTimeN {
+class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
  public:
   // Now, local date and time.
   KvDateTimeN();
@@ -146,17 +136,6 @@ class KV_EXPORT KvDateTimeN {
   int ToLocalTime();
   int ToUTCTime();
 
-  static const KvDateTimeN& NullValue();
-  static const KvDateTimeN& ZeroValue();
-  static const KvDateTimeN& DefaultValue();
-  static const KvDateTimeN& ClearValue();  // the zero value
-  bool IsNullValue() const;
-  bool IsZeroValue() const;
-  bool IsDefaultValue() const;
-  int SetNullValue();  // 0, like the next two
-  int SetZeroValue();
-  int SetDefaultValue();
-
   // A null format is "%X".
   KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
   int ScanFromKvString(const KvString& in, const char* format = nullptr);
@@ -174,7 +153,7 @@ class KV_EXPORT KvDateTimeN {
 // are -2 months and 25 days, and a second less than nothing is -1 day and 23:59:59. Years stop at
 // -32768 and 32767.
 
-class KV_EXPORT KvTimeSpan {
+class KV_EXPORT KvTimeSpan : public KvDistinguishedValues<KvTimeSpan> {
  public:
   constexpr KvTimeSpan() : date(0, 0, 0), time(0, 0, 0), nanosecond(0) {}  // zero
   // Days are split into years, months and days; the others are kept as given, modulo 256 but for
@@ -222,17 +201,6 @@ class KV_EXPORT KvTimeSpan {
   // as the zero value.
   static KvTimeSpan Difference(const KvDateTimeN& a, const KvDateTimeN& b);
 
-  static const KvTimeSpan& NullValue();
-  static const KvTimeSpan& ZeroValue();
-  static const KvTimeSpan& DefaultValue();
-  static const KvTimeSpan& ClearValue();  // the zero value
-  bool IsNullValue() const;
-  bool IsZeroValue() const;
-  bool IsDefaultValue() const;
-  int SetNullValue();  // 0, like the next two
-  int SetZeroValue();
-  int SetDefaultValue();
-
   // A null format is "%V": the total days in front of the time, "-35.12:00:00.500". What is read is
   // put into the form told above: "-35" gives -2 months and 25 days.
   KvString& PrintToKvString(KvString& out, const char* format = nullptr) const;
@@ -242,6 +210,10 @@ class KV_EXPORT KvTimeSpan {
   KvTime time;
   int nanosecond;
 };
+
+extern template class KvDistinguishedValues<KvDateTime>;
+extern template class KvDistinguishedValues<KvDateTimeN>;
+extern template class KvDistinguishedValues<KvTimeSpan>;
 
 static_assert(sizeof(KvDateTime) == 8 && sizeof(KvDateTimeN) == 12 && sizeof(KvTimeSpan) == 12);
 

@@ -5,7 +5,7 @@
 //              stored form, 10 bytes    block, low, high
 //   KvClassId  memory and stored form   0 classNo (2)   2 version (2)
 //
-// Each stored field is in the byte order of the format. Both are aggregates:
+// Each stored field is in the byte order of the format.
 //
 //   KvObjId object{7, 5, 1};       // block 7, low 5, high 1: object number 4294967301
 //   ++object;                      // low 6
@@ -30,8 +30,39 @@
 
 class KvString;
 
-class KV_EXPORT KvObjId {
+// The functions of an identity's catalogue row (KvTypeDescriptor says what each does) as static
+// members of its class: KvObjId::Store(...).
+template <class Identity>
+class KV_EXPORT KvIdentityRow {
  public:
+  static void* Create(unsigned count);
+  static void* Delete(void* values, unsigned count);
+  static unsigned Store(void* destination, const void* source, unsigned char format,
+                        unsigned count);
+  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
+  static unsigned NullSizeGet(unsigned count);
+  static unsigned SizeGet(const void* stored, unsigned char extra, unsigned char format,
+                          unsigned count);
+  static unsigned SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count);
+  static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                     void* value2, unsigned short cmpOp, unsigned count, int& result);
+  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                            unsigned char format, unsigned count, KvIdxBounds* newBounds);
+  static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
+                       int& result);
+  static unsigned Translate(void* destination, unsigned char destinationFormat,
+                            unsigned destinationLength, const void* source,
+                            unsigned char sourceFormat, unsigned sourceLength, unsigned count);
+  static KvString& PrintToString(KvString& out, void* values, const char* format, unsigned count);
+  static void* ScanFromString(void* values, KvString& text, const char* format, unsigned count);
+};
+
+class KV_EXPORT KvObjId : public KvIdentityRow<KvObjId> {
+ public:
+  constexpr KvObjId() = default;  // null
+  constexpr KvObjId(o_u4b blockNumber, o_u4b lowNumber, o_u2b highNumber)
+      : block(blockNumber), low(lowNumber), high(highNumber) {}
+
   o_u4b block = 0;  // the storage block that holds the object
   o_u4b low = 0;    // object number = high * 2^32 + low; 0 is the null object id
   o_u2b high = 0;
@@ -58,34 +89,17 @@ class KV_EXPORT KvObjId {
   // begins with the null print string scan as null.
   KvString& PrintToKvString(KvString& text, const char* format = nullptr) const;
   int ScanFromKvString(const KvString& text, const char* format = nullptr);
-
-  // The row's functions, see KvTypeDescriptor.
-  static void* Create(unsigned count);
-  static void* Delete(void* values, unsigned count);
-  static unsigned Store(void* destination, const void* source, unsigned char format,
-                        unsigned count);
-  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
-  static unsigned NullSizeGet(unsigned count);
-  static unsigned SizeGet(const void* stored, unsigned char extra, unsigned char format,
-                          unsigned count);
-  static unsigned SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count);
-  static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result);
-  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                            unsigned char format, unsigned count, KvIdxBounds* newBounds);
-  static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result);
-  static unsigned Translate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count);
-  static KvString& PrintToString(KvString& out, void* values, const char* format, unsigned count);
-  static void* ScanFromString(void* values, KvString& text, const char* format, unsigned count);
 };
 
+extern template class KvIdentityRow<KvObjId>;
 static_assert(sizeof(KvObjId) == 12);
 
-class KV_EXPORT KvClassId {
+class KV_EXPORT KvClassId : public KvIdentityRow<KvClassId> {
  public:
+  constexpr KvClassId() = default;  // null
+  constexpr KvClassId(o_u2b number, o_u2b versionNumber)
+      : classNo(number), version(versionNumber) {}
+
   o_u2b classNo = 65535;  // both 65535: the highest class id, which is the null one
   o_u2b version = 65535;
 
@@ -101,28 +115,7 @@ class KV_EXPORT KvClassId {
   // As KvObjId's. A null format is the row's, "(%Cv%V)".
   KvString& PrintToKvString(KvString& text, const char* format = nullptr) const;
   int ScanFromKvString(const KvString& text, const char* format = nullptr);
-
-  // The row's functions, see KvTypeDescriptor.
-  static void* Create(unsigned count);
-  static void* Delete(void* values, unsigned count);
-  static unsigned Store(void* destination, const void* source, unsigned char format,
-                        unsigned count);
-  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
-  static unsigned NullSizeGet(unsigned count);
-  static unsigned SizeGet(const void* stored, unsigned char extra, unsigned char format,
-                          unsigned count);
-  static unsigned SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count);
-  static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result);
-  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                            unsigned char format, unsigned count, KvIdxBounds* newBounds);
-  static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result);
-  static unsigned Translate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count);
-  static KvString& PrintToString(KvString& out, void* values, const char* format, unsigned count);
-  static void* ScanFromString(void* values, KvString& text, const char* format, unsigned count);
 };
 
+extern template class KvIdentityRow<KvClassId>;
 static_assert(sizeof(KvClassId) == 4);

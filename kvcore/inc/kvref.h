@@ -20,8 +20,18 @@
 
 class KvLocalRef;
 
-class KV_EXPORT KvRef {
+class KV_EXPORT KvRef : public KvIdentityRow<KvRef> {
  public:
+  constexpr KvRef() = default;  // null
+  constexpr KvRef(o_u4b blockNumber, o_u4b lowNumber, o_u2b highNumber, o_u2b databaseNo,
+                  o_u2b classNumber, o_u2b versionNumber)
+      : block(blockNumber),
+        low(lowNumber),
+        high(highNumber),
+        database(databaseNo),
+        classNo(classNumber),
+        version(versionNumber) {}
+
   o_u4b block = 0;
   o_u4b low = 0;  // object number = high * 2^32 + low; 0 is the null reference
   o_u2b high = 0;
@@ -51,30 +61,9 @@ class KV_EXPORT KvRef {
   // As KvObjId's. A null format is "(%D:%H-%L#%B,%Cv%V)"; the row's is "(%D:%H-%L#%B, %C)".
   KvString& PrintToKvString(KvString& text, const char* format = nullptr) const;
   int ScanFromKvString(const KvString& text, const char* format = nullptr);
-
-  // The row's functions, see KvTypeDescriptor.
-  static void* Create(unsigned count);
-  static void* Delete(void* values, unsigned count);
-  static unsigned Store(void* destination, const void* source, unsigned char format,
-                        unsigned count);
-  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
-  static unsigned NullSizeGet(unsigned count);
-  static unsigned SizeGet(const void* stored, unsigned char extra, unsigned char format,
-                          unsigned count);
-  static unsigned SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count);
-  static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result);
-  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                            unsigned char format, unsigned count, KvIdxBounds* newBounds);
-  static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result);
-  static unsigned Translate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count);
-  static KvString& PrintToString(KvString& out, void* values, const char* format, unsigned count);
-  static void* ScanFromString(void* values, KvString& text, const char* format, unsigned count);
 };
 
+extern template class KvIdentityRow<KvRef>;
 static_assert(sizeof(KvRef) == 16);
 
 class KV_EXPORT KvLocalRef {

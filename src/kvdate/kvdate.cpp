@@ -1,18 +1,23 @@
 // KvDate and KvTime: what is not plain arithmetic.
 #include "kvdate.h"
 
+#include "kvdate/distinguished.h"
 #include "kvdate/parts.h"
 #include "zbs.h"
 
-namespace {
-
-constinit const KvDate nullDate(-32768, -128, -128);
-constinit const KvDate zeroDate(0, 1, 1);
-constinit const KvDate defaultDate(-4713, 11, 24);
+template <>
+constinit const kv::Distinguished<KvDate> kv::kDistinguished<KvDate>{
+    .null = {-32768, -128, -128}, .zero = {0, 1, 1}, .initial = {-4713, 11, 24}};
 static_assert(KvDate(0) == KvDate(-4713, 11, 24), "the default date is day number 0");
 
-constinit const KvTime nullTime(-128, -128, -128);
-constinit const KvTime zeroTime(0, 0, 0);
+template <>
+constinit const kv::Distinguished<KvTime> kv::kDistinguished<KvTime>{
+    .null = {-128, -128, -128}, .zero = {0, 0, 0}, .initial = {0, 0, 0}};
+
+template class KvDistinguishedValues<KvDate>;
+template class KvDistinguishedValues<KvTime>;
+
+namespace {
 
 // |a|, also of the number that has no positive counterpart.
 unsigned Magnitude(int a) {
@@ -56,29 +61,6 @@ int KvDate::modulo(int a, int b) {
   return b == 0 ? 0 : Signed(Magnitude(a) % Magnitude(b), (a < 0) != (b < 0));
 }
 
-const KvDate& KvDate::NullValue() {
-  return nullDate;
-}
-const KvDate& KvDate::ZeroValue() {
-  return zeroDate;
-}
-const KvDate& KvDate::DefaultValue() {
-  return defaultDate;
-}
-const KvDate& KvDate::ClearValue() {
-  return zeroDate;
-}
-
-int KvDate::SetNullValue() {
-  return *this = nullDate, kvOk;
-}
-int KvDate::SetZeroValue() {
-  return *this = zeroDate, kvOk;
-}
-int KvDate::SetDefaultValue() {
-  return *this = defaultDate, kvOk;
-}
-
 KvString& KvDate::PrintToKvString(KvString& out, const char* format) const {
   return kv::PrintDateTime(out, *this, format);
 }
@@ -109,29 +91,6 @@ int KvTime::ToLocalTime() {
 }
 int KvTime::ToUTCTime() {
   return Shift(*this, -1);
-}
-
-const KvTime& KvTime::NullValue() {
-  return nullTime;
-}
-const KvTime& KvTime::ZeroValue() {
-  return zeroTime;
-}
-const KvTime& KvTime::DefaultValue() {
-  return zeroTime;
-}
-const KvTime& KvTime::ClearValue() {
-  return zeroTime;
-}
-
-int KvTime::SetNullValue() {
-  return *this = nullTime, kvOk;
-}
-int KvTime::SetZeroValue() {
-  return *this = zeroTime, kvOk;
-}
-int KvTime::SetDefaultValue() {
-  return *this = zeroTime, kvOk;
 }
 
 KvString& KvTime::PrintToKvString(KvString& out, const char* format) const {

@@ -4,23 +4,23 @@
 
 #include <chrono>
 
+#include "kvdate/distinguished.h"
 #include "kvdate/parts.h"
 #include "zbs.h"
 
+template <>
+constinit const kv::Distinguished<KvDateTime> kv::kDistinguished<KvDateTime>{
+    .null = {KvDate(-32768, -128, -128), KvTime(-128, -128, -128)},
+    .zero = {KvDate(0, 1, 1), KvTime(0, 0, 0)},
+    .initial = {KvDate(-4713, 11, 24), KvTime(0, 0, 0)}};
+
+template <>
+constinit const kv::Distinguished<KvDateTimeN> kv::kDistinguished<KvDateTimeN>{
+    .null = {-32768, -128, -128, -128, -128, -128, 0},
+    .zero = {0, 1, 1, 0, 0, 0, 0},
+    .initial = {-4713, 11, 24, 0, 0, 0, 0}};
+
 namespace {
-
-constexpr int kNanoseconds = 1000000000;
-constexpr int kSecondsOfDay = 86400;
-constexpr int kMinutesOfDay = 1440;
-constexpr int kDayNumberOfZero = kv::DayNumber(0, 1, 1);
-
-constinit const KvDateTime nullDateTime(KvDate(-32768, -128, -128), KvTime(-128, -128, -128));
-constinit const KvDateTime zeroDateTime(KvDate(0, 1, 1), KvTime(0, 0, 0));
-constinit const KvDateTime defaultDateTime(KvDate(-4713, 11, 24), KvTime(0, 0, 0));
-
-constinit const KvDateTimeN nullDateTimeN(-32768, -128, -128, -128, -128, -128, 0);
-constinit const KvDateTimeN zeroDateTimeN(0, 1, 1, 0, 0, 0, 0);
-constinit const KvDateTimeN defaultDateTimeN(-4713, 11, 24, 0, 0, 0, 0);
 
 constexpr KvTimeSpan SpanWithBytesOf(const KvDateTimeN& dateTime) {
   KvTimeSpan span;
@@ -30,10 +30,25 @@ constexpr KvTimeSpan SpanWithBytesOf(const KvDateTimeN& dateTime) {
   return span;
 }
 
-constinit const KvTimeSpan nullSpan =
-    SpanWithBytesOf(KvDateTimeN(-32768, -128, -128, -128, -128, -128, 0));
-constinit const KvTimeSpan zeroSpan;
-constinit const KvTimeSpan defaultSpan = SpanWithBytesOf(KvDateTimeN(-4713, 11, 24, 0, 0, 0, 0));
+}  // namespace
+
+// Null and default have the bytes of a KvDateTimeN's.
+template <>
+constinit const kv::Distinguished<KvTimeSpan> kv::kDistinguished<KvTimeSpan>{
+    .null = SpanWithBytesOf({-32768, -128, -128, -128, -128, -128, 0}),
+    .zero = {},
+    .initial = SpanWithBytesOf({-4713, 11, 24, 0, 0, 0, 0})};
+
+template class KvDistinguishedValues<KvDateTime>;
+template class KvDistinguishedValues<KvDateTimeN>;
+template class KvDistinguishedValues<KvTimeSpan>;
+
+namespace {
+
+constexpr int kNanoseconds = 1000000000;
+constexpr int kSecondsOfDay = 86400;
+constexpr int kMinutesOfDay = 1440;
+constexpr int kDayNumberOfZero = kv::DayNumber(0, 1, 1);
 
 // ---------------------------------------------------------------------------------------------
 // The carry chain.
@@ -139,11 +154,6 @@ int CompareWithNanoseconds(const T& a, const T& b, unsigned short flags) {
   return (a.nanosecond > b.nanosecond) - (a.nanosecond < b.nanosecond);
 }
 
-template <class T>
-bool IsSame(const T& a, const T& b) {
-  return CompareWithNanoseconds(a, b, kv::kStrictCompare) == 0;
-}
-
 bhirestime ReadClock(void (*source)(bhirestime&)) {
   bhirestime now;
   source(now);
@@ -160,7 +170,7 @@ KvDateTimeN FromClock(const bhirestime& now) {
 // ---------------------------------------------------------------------------------------------
 // KvDateTime
 
-KvDateTime::KvDateTime() : KvDateTime(zeroDateTime) {
+KvDateTime::KvDateTime() : KvDateTime(ZeroValue()) {
   Now();
 }
 
@@ -226,32 +236,6 @@ int KvDateTime::ToUTCTime() {
   return kvOk;
 }
 
-const KvDateTime& KvDateTime::NullValue() {
-  return nullDateTime;
-}
-const KvDateTime& KvDateTime::Null() {
-  return nullDateTime;
-}
-const KvDateTime& KvDateTime::ZeroValue() {
-  return zeroDateTime;
-}
-const KvDateTime& KvDateTime::DefaultValue() {
-  return defaultDateTime;
-}
-const KvDateTime& KvDateTime::ClearValue() {
-  return zeroDateTime;
-}
-
-int KvDateTime::SetNullValue() {
-  return *this = nullDateTime, kvOk;
-}
-int KvDateTime::SetZeroValue() {
-  return *this = zeroDateTime, kvOk;
-}
-int KvDateTime::SetDefaultValue() {
-  return *this = defaultDateTime, kvOk;
-}
-
 KvString& KvDateTime::PrintToKvString(KvString& out, const char* format) const {
   return kv::PrintDateTime(out, *this, format);
 }
@@ -265,7 +249,7 @@ int KvDateTime::ScanFromKvString(const KvString& in, const char* format) {
 
 KvDateTimeN::KvDateTimeN() : KvDateTimeN(FromClock(ReadClock(bksGetHiresTime))) {}
 
-KvDateTimeN::KvDateTimeN(double seconds) : KvDateTimeN(zeroDateTimeN) {
+KvDateTimeN::KvDateTimeN(double seconds) : KvDateTimeN(ZeroValue()) {
   AddSeconds(seconds);
 }
 
@@ -324,7 +308,7 @@ void KvDateTimeN::SetTotalNanoSeconds(o_8b nanoseconds) {
   AddNanoSeconds(nanoseconds);
 }
 void KvDateTimeN::SetZero() {
-  *this = zeroDateTimeN;
+  SetZeroValue();
 }
 
 int KvDateTimeN::Compare(const KvDateTimeN& other, unsigned short flags) const {
@@ -350,39 +334,6 @@ int KvDateTimeN::ToUTCTime() {
   if (zone == kvNoTimeZone) return kvNoTimeZone;
   AddMinutesTo(*this, -std::int64_t{zone}, Carry::kDateTime);
   return kvOk;
-}
-
-const KvDateTimeN& KvDateTimeN::NullValue() {
-  return nullDateTimeN;
-}
-const KvDateTimeN& KvDateTimeN::ZeroValue() {
-  return zeroDateTimeN;
-}
-const KvDateTimeN& KvDateTimeN::DefaultValue() {
-  return defaultDateTimeN;
-}
-const KvDateTimeN& KvDateTimeN::ClearValue() {
-  return zeroDateTimeN;
-}
-
-bool KvDateTimeN::IsNullValue() const {
-  return IsSame(*this, nullDateTimeN);
-}
-bool KvDateTimeN::IsZeroValue() const {
-  return IsSame(*this, zeroDateTimeN);
-}
-bool KvDateTimeN::IsDefaultValue() const {
-  return IsSame(*this, defaultDateTimeN);
-}
-
-int KvDateTimeN::SetNullValue() {
-  return *this = nullDateTimeN, kvOk;
-}
-int KvDateTimeN::SetZeroValue() {
-  return *this = zeroDateTimeN, kvOk;
-}
-int KvDateTimeN::SetDefaultValue() {
-  return *this = defaultDateTimeN, kvOk;
 }
 
 KvString& KvDateTimeN::PrintToKvString(KvString& out, const char* format) const {
@@ -464,7 +415,7 @@ void KvTimeSpan::SetTotalNanoSeconds(o_8b nanoseconds) {
   AddNanoSeconds(nanoseconds);
 }
 void KvTimeSpan::SetZero() {
-  *this = zeroSpan;
+  SetZeroValue();
 }
 
 int KvTimeSpan::Compare(const KvTimeSpan& other, unsigned short flags) const {
@@ -503,39 +454,6 @@ KvTimeSpan KvTimeSpan::Difference(const KvDateTimeN& a, const KvDateTimeN& b) {
   span.time = later.time - earlier.time;
   span.nanosecond = static_cast<int>(nanoseconds);
   return span;
-}
-
-const KvTimeSpan& KvTimeSpan::NullValue() {
-  return nullSpan;
-}
-const KvTimeSpan& KvTimeSpan::ZeroValue() {
-  return zeroSpan;
-}
-const KvTimeSpan& KvTimeSpan::DefaultValue() {
-  return defaultSpan;
-}
-const KvTimeSpan& KvTimeSpan::ClearValue() {
-  return zeroSpan;
-}
-
-bool KvTimeSpan::IsNullValue() const {
-  return IsSame(*this, nullSpan);
-}
-bool KvTimeSpan::IsZeroValue() const {
-  return IsSame(*this, zeroSpan);
-}
-bool KvTimeSpan::IsDefaultValue() const {
-  return IsSame(*this, defaultSpan);
-}
-
-int KvTimeSpan::SetNullValue() {
-  return *this = nullSpan, kvOk;
-}
-int KvTimeSpan::SetZeroValue() {
-  return *this = zeroSpan, kvOk;
-}
-int KvTimeSpan::SetDefaultValue() {
-  return *this = defaultSpan, kvOk;
 }
 
 KvString& KvTimeSpan::PrintToKvString(KvString& out, const char* format) const {

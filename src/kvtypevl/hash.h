@@ -10,13 +10,14 @@
 #include <type_traits>
 
 #include "kvbase.h"
+#include "kvhash.h"
 #include "kvtypevl/codec.h"
 #include "kvtypevl/run.h"
 
 namespace kv {
 
 inline constexpr unsigned kHashMultiplier = 1103515245;  // 0x41C64E6D
-inline constexpr unsigned kNullHash = 0xFEFE7575;
+inline constexpr unsigned kNullHash = kvNullHash;
 
 // Sixteen bytes that are XORed at once.
 using XorBlock = std::uint64_t __attribute__((vector_size(16)));

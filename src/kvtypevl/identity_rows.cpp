@@ -94,193 +94,103 @@ struct ClassIdRow : IdentityRow<KvClassId> {
   }
 };
 
+// The row of an identity class.
+template <class Identity>
+struct RowOf;
+template <>
+struct RowOf<KvObjId> : RowHandlers<ObjIdRow> {};
+template <>
+struct RowOf<KvClassId> : RowHandlers<ClassIdRow> {};
+template <>
+struct RowOf<KvRef> : RowHandlers<RefRow> {};
+
 template struct RowHandlers<ObjIdRow>;
 template struct RowHandlers<ClassIdRow>;
 template struct RowHandlers<RefRow>;
 
 }  // namespace kv
 
-void* KvObjId::Create(unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Create(count);
+template <class Identity>
+void* KvIdentityRow<Identity>::Create(unsigned count) {
+  return kv::RowOf<Identity>::Create(count);
 }
 
-void* KvObjId::Delete(void* values, unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Delete(values, count);
+template <class Identity>
+void* KvIdentityRow<Identity>::Delete(void* values, unsigned count) {
+  return kv::RowOf<Identity>::Delete(values, count);
 }
 
-unsigned KvObjId::Store(void* destination, const void* source, unsigned char format,
-                        unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Store(destination, source, format, count);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::Store(void* destination, const void* source, unsigned char format,
+                                        unsigned count) {
+  return kv::RowOf<Identity>::Store(destination, source, format, count);
 }
 
-unsigned KvObjId::Load(void* destination, const void* source, unsigned char format,
-                       unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Load(destination, source, format, count);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::Load(void* destination, const void* source, unsigned char format,
+                                       unsigned count) {
+  return kv::RowOf<Identity>::Load(destination, source, format, count);
 }
 
-unsigned KvObjId::NullSizeGet(unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::NullSize(count);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::NullSizeGet(unsigned count) {
+  return kv::RowOf<Identity>::NullSize(count);
 }
 
-unsigned KvObjId::SizeGet(const void* stored, unsigned char extra, unsigned char format,
-                          unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Size(stored, extra, format, count);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::SizeGet(const void* stored, unsigned char extra,
+                                          unsigned char format, unsigned count) {
+  return kv::RowOf<Identity>::Size(stored, extra, format, count);
 }
 
-unsigned KvObjId::SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::MemFileSize(file, format, count);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::SizeGetFromMemFile(MemFile* file, unsigned char format,
+                                                     unsigned count) {
+  return kv::RowOf<Identity>::MemFileSize(file, format, count);
 }
 
-int KvObjId::Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::RowHandlers<kv::ObjIdRow>::Compare(format, length1, value1, length2, value2, cmpOp,
-                                                count, result);
+template <class Identity>
+int KvIdentityRow<Identity>::Compare(unsigned char format, unsigned length1, void* value1,
+                                     unsigned length2, void* value2, unsigned short cmpOp,
+                                     unsigned count, int& result) {
+  return kv::RowOf<Identity>::Compare(format, length1, value1, length2, value2, cmpOp, count,
+                                      result);
 }
 
-float KvObjId::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                            unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  return kv::RowHandlers<kv::ObjIdRow>::EvalAndBound(bounds, op, value, format, count, newBounds);
+template <class Identity>
+float KvIdentityRow<Identity>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                                            unsigned char format, unsigned count,
+                                            KvIdxBounds* newBounds) {
+  return kv::RowOf<Identity>::EvalAndBound(bounds, op, value, format, count, newBounds);
 }
 
-unsigned KvObjId::Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result) {
-  return kv::RowHandlers<kv::ObjIdRow>::Hash(format, length, value, count, result);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::Hash(unsigned char format, unsigned length, void* value,
+                                       unsigned count, int& result) {
+  return kv::RowOf<Identity>::Hash(format, length, value, count, result);
 }
 
-unsigned KvObjId::Translate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Translate(destination, destinationFormat, destinationLength,
-                                                  source, sourceFormat, sourceLength, count);
+template <class Identity>
+unsigned KvIdentityRow<Identity>::Translate(void* destination, unsigned char destinationFormat,
+                                            unsigned destinationLength, const void* source,
+                                            unsigned char sourceFormat, unsigned sourceLength,
+                                            unsigned count) {
+  return kv::RowOf<Identity>::Translate(destination, destinationFormat, destinationLength, source,
+                                        sourceFormat, sourceLength, count);
 }
 
-KvString& KvObjId::PrintToString(KvString& out, void* values, const char* format, unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Print(out, values, format, count);
+template <class Identity>
+KvString& KvIdentityRow<Identity>::PrintToString(KvString& out, void* values, const char* format,
+                                                 unsigned count) {
+  return kv::RowOf<Identity>::Print(out, values, format, count);
 }
 
-void* KvObjId::ScanFromString(void* values, KvString& text, const char* format, unsigned count) {
-  return kv::RowHandlers<kv::ObjIdRow>::Scan(values, text, format, count);
+template <class Identity>
+void* KvIdentityRow<Identity>::ScanFromString(void* values, KvString& text, const char* format,
+                                              unsigned count) {
+  return kv::RowOf<Identity>::Scan(values, text, format, count);
 }
 
-void* KvClassId::Create(unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Create(count);
-}
-
-void* KvClassId::Delete(void* values, unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Delete(values, count);
-}
-
-unsigned KvClassId::Store(void* destination, const void* source, unsigned char format,
-                          unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Store(destination, source, format, count);
-}
-
-unsigned KvClassId::Load(void* destination, const void* source, unsigned char format,
-                         unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Load(destination, source, format, count);
-}
-
-unsigned KvClassId::NullSizeGet(unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::NullSize(count);
-}
-
-unsigned KvClassId::SizeGet(const void* stored, unsigned char extra, unsigned char format,
-                            unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Size(stored, extra, format, count);
-}
-
-unsigned KvClassId::SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::MemFileSize(file, format, count);
-}
-
-int KvClassId::Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                       void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::RowHandlers<kv::ClassIdRow>::Compare(format, length1, value1, length2, value2, cmpOp,
-                                                  count, result);
-}
-
-float KvClassId::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                              unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  return kv::RowHandlers<kv::ClassIdRow>::EvalAndBound(bounds, op, value, format, count, newBounds);
-}
-
-unsigned KvClassId::Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                         int& result) {
-  return kv::RowHandlers<kv::ClassIdRow>::Hash(format, length, value, count, result);
-}
-
-unsigned KvClassId::Translate(void* destination, unsigned char destinationFormat,
-                              unsigned destinationLength, const void* source,
-                              unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Translate(
-      destination, destinationFormat, destinationLength, source, sourceFormat, sourceLength, count);
-}
-
-KvString& KvClassId::PrintToString(KvString& out, void* values, const char* format,
-                                   unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Print(out, values, format, count);
-}
-
-void* KvClassId::ScanFromString(void* values, KvString& text, const char* format, unsigned count) {
-  return kv::RowHandlers<kv::ClassIdRow>::Scan(values, text, format, count);
-}
-
-void* KvRef::Create(unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Create(count);
-}
-
-void* KvRef::Delete(void* values, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Delete(values, count);
-}
-
-unsigned KvRef::Store(void* destination, const void* source, unsigned char format, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Store(destination, source, format, count);
-}
-
-unsigned KvRef::Load(void* destination, const void* source, unsigned char format, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Load(destination, source, format, count);
-}
-
-unsigned KvRef::NullSizeGet(unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::NullSize(count);
-}
-
-unsigned KvRef::SizeGet(const void* stored, unsigned char extra, unsigned char format,
-                        unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Size(stored, extra, format, count);
-}
-
-unsigned KvRef::SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::MemFileSize(file, format, count);
-}
-
-int KvRef::Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                   void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::RowHandlers<kv::RefRow>::Compare(format, length1, value1, length2, value2, cmpOp,
-                                              count, result);
-}
-
-float KvRef::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                          unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  return kv::RowHandlers<kv::RefRow>::EvalAndBound(bounds, op, value, format, count, newBounds);
-}
-
-unsigned KvRef::Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                     int& result) {
-  return kv::RowHandlers<kv::RefRow>::Hash(format, length, value, count, result);
-}
-
-unsigned KvRef::Translate(void* destination, unsigned char destinationFormat,
-                          unsigned destinationLength, const void* source,
-                          unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Translate(destination, destinationFormat, destinationLength,
-                                                source, sourceFormat, sourceLength, count);
-}
-
-KvString& KvRef::PrintToString(KvString& out, void* values, const char* format, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Print(out, values, format, count);
-}
-
-void* KvRef::ScanFromString(void* values, KvString& text, const char* format, unsigned count) {
-  return kv::RowHandlers<kv::RefRow>::Scan(values, text, format, count);
-}
+template class KvIdentityRow<KvObjId>;
+template class KvIdentityRow<KvClassId>;
+template class KvIdentityRow<KvRef>;

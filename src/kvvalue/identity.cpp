@@ -2,13 +2,11 @@
 // identity_text.cpp, their rows in kvtypevl/identity_rows.cpp.
 #include "kvobjid.h"
 #include "kvref.h"
+#include "kvtypevl/compare.h"
 
 namespace {
 
-template <class T>
-constexpr int ThreeWay(T a, T b) {
-  return (a > b) - (a < b);
-}
+using kv::ThreeWay;
 
 // A class id as a number in the order of class ids: the null one, highest by its fields, is first.
 constexpr o_u4b ClassRank(const KvClassId& id) {

@@ -94,7 +94,6 @@ class KV_EXPORT KvLanguage {
   constexpr KvLanguage(unsigned char number, const char* name) : number_(number), name_(name) {}
   unsigned char Number() const { return number_; }
   const char* Name() const { return name_; }  // English name
-  bool IsIdeographic() const { return number_ >= 20; }
 
  private:
   unsigned char number_;
