@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "kvtypevl/number_text.h"
 
@@ -58,6 +59,25 @@ constexpr Kind KindOf(char letter) {
 
 enum class Piece : unsigned char { kEnd, kLiteral, kPercent, kConversion, kRefused };
 
+// Takes a modifier, if one stands there. Result: the bits that it leaves, 0 for the row's own
+// width.
+unsigned ReadModifier(const char*& at) {
+  const char first = *at;
+  if (first == 'h') {
+    const bool twice = at[1] == 'h';
+    at += twice ? 2 : 1;
+    return twice ? 8 : 16;
+  }
+  if (first == 'l') {
+    at += at[1] == 'l' ? 2 : 1;
+  } else if (first == 'L') {
+    ++at;
+  } else if (first == 'I' && at[1] == '6' && at[2] == '4') {
+    at += 3;
+  }
+  return 0;
+}
+
 // Walks a format; after Next() the piece is in `literal` or `conversion`.
 class FormatReader {
  public:
@@ -79,14 +99,15 @@ class FormatReader {
 
  private:
   bool ReadConversion() {
-    conversion = Conversion{};
+    // Made in place: one that is copied here waits for its own fields to be written.
+    std::construct_at(&conversion);
     ReadFlags();
     conversion.width = ReadCount();
     if (*at_ == '.') {
       ++at_;
       conversion.precision = std::max(ReadCount(), 0);
     }
-    ReadModifier();
+    conversion.narrow = ReadModifier(at_);
     conversion.letter = *at_;
     conversion.kind = KindOf(conversion.letter);
     if (conversion.kind == Kind::kUnknown) return false;
@@ -110,20 +131,6 @@ class FormatReader {
     int count = 0;
     for (; IsDigit(*at_); ++at_) count = std::min(count * 10 + (*at_ - '0'), kLargestWidth);
     return count;
-  }
-
-  void ReadModifier() {
-    const char first = *at_;
-    if (first == 'h') {
-      conversion.narrow = at_[1] == 'h' ? 8 : 16;
-      at_ += at_[1] == 'h' ? 2 : 1;
-    } else if (first == 'l') {
-      at_ += at_[1] == 'l' ? 2 : 1;
-    } else if (first == 'L') {
-      ++at_;
-    } else if (first == 'I' && at_[1] == '6' && at_[2] == '4') {
-      at_ += 3;
-    }
   }
 
   const char* at_;
@@ -341,6 +348,20 @@ bool ScanLiteral(Input& input, char literal) {
 }
 
 }  // namespace
+
+unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarArguments& values) {
+  if (format[0] != '%') return 0;
+  const char* at = format + 1;
+  const unsigned narrow = ReadModifier(at);
+  const unsigned bits = narrow != 0 ? narrow : values.integerBits;
+  const char letter = *at;
+  if ((letter != 'd' && letter != 'u') || at[1] != 0) return 0;
+  char* const last = text + kScalarBufferSize;
+  const char* const end = letter == 'd'
+                              ? std::to_chars(text, last, CutToSignedBits(values.integer, bits)).ptr
+                              : std::to_chars(text, last, CutToBits(values.integer, bits)).ptr;
+  return static_cast<unsigned>(end - text);
+}
 
 bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values) {

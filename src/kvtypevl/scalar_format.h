@@ -41,6 +41,10 @@ struct ScalarArguments {
 bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values);
 
+// The same for the formats that integers nearly always have, a lone "%d" or "%u" with or without a
+// modifier, and without the terminator. Result: the length, 0 when the format is another.
+unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarArguments& values);
+
 // Reads `text` by the format. Literals must match, a blank in the format takes any number of
 // blanks (none included), numbers skip leading blanks; a precision and flags say nothing here. On
 // a conversion that matches its member of `values` is set: an integer sign-extended from the width

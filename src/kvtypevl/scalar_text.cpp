@@ -59,7 +59,10 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
   std::memcpy(&value, values, sizeof value);
   const ScalarArguments arguments = ArgumentsOf(value);
   ScalarBuffer text;
-  if (format == nullptr || !PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
+  if (format == nullptr) format = rowFormat;
+  const unsigned length = PrintPlainInteger(text, format, arguments);
+  if (length != 0) return SetText(out, text, length);
+  if (!PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
     PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
   }
   return SetText(out, text);
