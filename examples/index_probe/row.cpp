@@ -1,5 +1,6 @@
 #include "row.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -94,6 +95,16 @@ bool IsWhatWasRead(const std::string& text, const std::string& read) {
          std::fabs(was - is) <= 1e-6 * std::fabs(was);
 }
 
+// A text in lower case without blanks and zeros: a date is also read where it lacks the zeros that
+// it is shown with.
+std::string Essence(const std::string& text) {
+  std::string essence;
+  for (const char c : text) {
+    if (c != ' ' && c != '0') essence += static_cast<char>(std::tolower(c));
+  }
+  return essence;
+}
+
 }  // namespace
 
 Row::Row(const std::string& name, const std::string& format)
@@ -123,6 +134,10 @@ Stored Row::Read(const std::string& text) const {
     isRead = isRead && again == stored && IsWhatWasRead(text, Print(stored));
   }
   if (!isRead) throw Failure("'" + text + "' is no " + Name() + " value");
+  // A scan ends where the text no longer matches, and keeps what it has.
+  if (*UsualFormat(id_) != '\0' && Essence(Print(stored)) != Essence(text)) {
+    throw Failure("'" + text + "' is no " + Name() + " value of the format " + format_);
+  }
   return stored;
 }
 

@@ -254,7 +254,8 @@ class KV_EXPORT KvTypeMgr {
   // The fraction of the index range `bounds` that a predicate on the constant `value` selects, and
   // the constant recorded in `newBounds` where it narrows the range and no bound is there yet.
   // `op` holds predicate bits. `bounds` or a side of it null: no range is known, 0. `data` is
-  // accepted and not used.
+  // accepted and not used. A wildcard component of a date or time counts as the number -1: scan for
+  // such a constant, what it matches need not lie side by side.
   float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, void* value,
                      unsigned char format, unsigned count, KvIdxBounds* newBounds,
                      KvEvalData* data) const;

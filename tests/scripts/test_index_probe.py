@@ -121,6 +121,10 @@ class IndexProbe(unittest.TestCase):
             (1, "'70000' is no o_2b value", ("--type", "o_2b", "--file", "-", "<", "70000"), ["1"]),
             (1, "'yesterday' is no KvDate", ("--type", "KvDate", "--file", "-", "<",
                                               "yesterday"), []),
+            (1, "line 2: '2024-01-01 or so' is no", ("--type", "KvDate", "--file", "-", "<",
+                                                     "2024-1-1"), ["2024-1-1", "2024-01-01 or so"]),
+            (1, "of the format %Y-%m-%dT%H:%M:%S", ("--type", "KvDateTimeN", "--file", "-", "<",
+                                                    "2024-01-01T00:00:00.5"), []),
             (1, "an index key has at most 511", ("--type", "KvString", "--file", "-", "<", "m"),
              ["short", "x" * 507]),
         ]
