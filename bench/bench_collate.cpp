@@ -1,9 +1,8 @@
 // Collated compare of dictionary words, beside ICU (ucol_strcoll at its default strength) and the C
 // library (strcoll_l), all for German. Two pairings of the word list: each word with its neighbour,
 // which share a long beginning, and with a word from anywhere, which mostly differs in the first
-// letter. Without the list (Debian's wngerman) words are made up; without a German locale the C
-// library has nothing to collate by and its line says so. (A locale can be had for the run alone:
-// localedef -i de_DE -f UTF-8 FOLDER/de_DE.UTF-8, then LOCPATH=FOLDER.)
+// letter. Without the list (Debian's wngerman) words are made up; without a German locale, which
+// ./dev bench makes where it can, the C library has nothing to collate by and its line says so.
 #include <benchmark/benchmark.h>
 #include <string.h>
 

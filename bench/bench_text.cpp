@@ -1,10 +1,11 @@
-// Text beside the C library: UTF-8 against iconv, numbers against printf and strtod, the 8-bit
-// strings against strcasecmp in a Latin-1 locale.
+// Text beside the C library and what one would use instead: UTF-8 against iconv and ICU, numbers
+// against printf, strtod and <charconv>, the 8-bit strings against strcasecmp in a Latin-1 locale.
 
 #include <iconv.h>
 #include <locale.h>
 #include <strings.h>
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,10 @@
 
 #include "kv.h"
 #include "pair.h"
+
+#ifdef KV_BENCH_ICU
+#include <unicode/ustring.h>
+#endif
 
 namespace {
 
@@ -56,24 +61,41 @@ void RegisterUtf8(const std::string& name, const std::string& text, double goal)
     benchmark::DoNotOptimize(iconv(converter, &in, &fromSize, &out, &toSize));
     benchmark::ClobberMemory();
   };
-  bench::Pair(
-      "UTF-8 to KvString, " + name, "iconv to UTF-16", goal,
-      [=] {
-        KvString out;
-        benchmark::DoNotOptimize(
-            KvMBS2KvString(bytes->data(), out, static_cast<int>(bytes->size())));
-      },
-      [=] { run(decoder, bytes->data(), bytes->size(), units->data(), 2 * units->size()); });
+  const auto decode = [=] {
+    KvString out;
+    benchmark::DoNotOptimize(KvMBS2KvString(bytes->data(), out, static_cast<int>(bytes->size())));
+  };
   const auto string = std::make_shared<KvString>();
   KvMBS2KvString(bytes->data(), *string, static_cast<int>(bytes->size()));
-  bench::Pair(
-      "KvString to UTF-8, " + name, "iconv from UTF-16", goal,
-      [=] {
-        benchmark::DoNotOptimize(
-            KvString2KvMBS(*string, encoded->data(), static_cast<int>(encoded->size())));
-        benchmark::ClobberMemory();
-      },
-      [=] { run(encoder, string->StrGet(), 2 * string->Len(), encoded->data(), encoded->size()); });
+  const auto encode = [=] {
+    benchmark::DoNotOptimize(
+        KvString2KvMBS(*string, encoded->data(), static_cast<int>(encoded->size())));
+    benchmark::ClobberMemory();
+  };
+  const std::string decoding = "UTF-8 to KvString, " + name;
+  const std::string encoding = "KvString to UTF-8, " + name;
+  bench::Pair(decoding, "iconv to UTF-16", goal, decode, [=] {
+    run(decoder, bytes->data(), bytes->size(), units->data(), 2 * units->size());
+  });
+  bench::Pair(encoding, "iconv from UTF-16", goal, encode, [=] {
+    run(encoder, string->StrGet(), 2 * string->Len(), encoded->data(), encoded->size());
+  });
+#ifdef KV_BENCH_ICU
+  bench::Pair(decoding, "u_strFromUTF8", 0, decode, [=] {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length;
+    u_strFromUTF8(reinterpret_cast<UChar*>(units->data()), static_cast<int32_t>(units->size()),
+                  &length, bytes->data(), static_cast<int32_t>(bytes->size()), &status);
+    benchmark::ClobberMemory();
+  });
+  bench::Pair(encoding, "u_strToUTF8", 0, encode, [=] {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length;
+    u_strToUTF8(encoded->data(), static_cast<int32_t>(encoded->size()), &length,
+                reinterpret_cast<const UChar*>(string->StrGet()), string->Len(), &status);
+    benchmark::ClobberMemory();
+  });
+#endif
 }
 
 // --- Numbers ---
@@ -98,53 +120,101 @@ void RegisterNumbers() {
   const auto numbers = std::make_shared<std::vector<double>>(SomeDoubles());
   const auto texts = std::make_shared<std::vector<KvString>>();
   for (const double number : *numbers) texts->push_back(KvString(number));
-  KvTypeMgr* types = DefaultTypeMgr(nullptr);
+  const auto integers = std::make_shared<std::vector<o_4b>>();
+  const auto integerTexts = std::make_shared<std::vector<KvString>>();
+  for (unsigned i = 0; i < kNumbers; ++i) {
+    integers->push_back(static_cast<o_4b>(i * 7919));
+    integerTexts->push_back(KvString(integers->back()));
+  }
+
+  // Every element in a call of its own.
+  const auto print = [](char row, const auto& values) {
+    return [=, types = DefaultTypeMgr(nullptr)] {
+      KvString out;
+      for (auto& value : *values) {
+        benchmark::DoNotOptimize(&types->PrintToKvString(row, out, &value, nullptr, 1));
+      }
+    };
+  };
+  const auto scan = [](char row, auto value, const auto& from) {
+    return [=, types = DefaultTypeMgr(nullptr)]() mutable {
+      for (KvString& text : *from) {
+        types->ScanFromKvString(row, &value, text, nullptr, 1);
+        benchmark::DoNotOptimize(value);
+      }
+    };
+  };
+  const auto printWith = [](const auto& values, auto put) {
+    return [=] {
+      char text[64];
+      for (const auto value : *values) {
+        benchmark::DoNotOptimize(put(text, value));
+        benchmark::ClobberMemory();
+      }
+    };
+  };
+  const auto scanWith = [](const auto& from, auto read) {
+    return [=] {
+      for (const KvString& text : *from) {
+        benchmark::DoNotOptimize(read(text.StrGet(), text.GetBufferSize()));
+      }
+    };
+  };
+
+  const auto printDouble = print(KvDOUBLE_T, numbers);
+  bench::Pair("print o_double, default format", "snprintf \"%.17g\"", 3, printDouble,
+              printWith(numbers,
+                        [](char(&text)[64], double number) {
+                          return std::snprintf(text, sizeof text, "%.17g", number);
+                        }),
+              kNumbers);
+  bench::Pair("print o_double, default format", "std::to_chars, 17 digits", 0, printDouble,
+              printWith(numbers,
+                        [](char(&text)[64], double number) {
+                          return std::to_chars(text, text + sizeof text, number,
+                                               std::chars_format::general, 17)
+                              .ptr;
+                        }),
+              kNumbers);
+  const auto scanDouble = scan(KvDOUBLE_T, 0.0, texts);
   bench::Pair(
-      "print o_double, default format", "snprintf \"%.17g\"", 3,
-      [=] {
-        KvString out;
-        for (double& number : *numbers) {
-          benchmark::DoNotOptimize(&types->PrintToKvString(KvDOUBLE_T, out, &number, nullptr, 1));
-        }
-      },
-      [=] {
-        char text[64];
-        for (const double number : *numbers) {
-          benchmark::DoNotOptimize(std::snprintf(text, sizeof text, "%.17g", number));
-        }
-      },
+      "scan o_double, default format", "strtod", 2, scanDouble,
+      scanWith(texts, [](const char* text, unsigned) { return std::strtod(text, nullptr); }),
       kNumbers);
-  bench::Pair(
-      "scan o_double, default format", "strtod", 2,
-      [=] {
-        double number = 0;
-        for (KvString& text : *texts) {
-          types->ScanFromKvString(KvDOUBLE_T, &number, text, nullptr, 1);
-          benchmark::DoNotOptimize(number);
-        }
-      },
-      [=] {
-        for (const KvString& text : *texts) {
-          benchmark::DoNotOptimize(std::strtod(text.StrGet(), nullptr));
-        }
-      },
-      kNumbers);
-  bench::Pair(
-      "print o_4b, default format", "snprintf \"%d\"", 0,
-      [=] {
-        KvString out;
-        for (o_4b i = 0; i < static_cast<o_4b>(kNumbers); ++i) {
-          o_4b value = i * 7919;
-          benchmark::DoNotOptimize(&types->PrintToKvString(Kv4B_T, out, &value, nullptr, 1));
-        }
-      },
-      [=] {
-        char text[64];
-        for (int i = 0; i < static_cast<int>(kNumbers); ++i) {
-          benchmark::DoNotOptimize(std::snprintf(text, sizeof text, "%d", i * 7919));
-        }
-      },
-      kNumbers);
+  bench::Pair("scan o_double, default format", "std::from_chars", 0, scanDouble,
+              scanWith(texts,
+                       [](const char* text, unsigned size) {
+                         double number = 0;
+                         std::from_chars(text, text + size, number);
+                         return number;
+                       }),
+              kNumbers);
+  const auto print4b = print(Kv4B_T, integers);
+  bench::Pair("print o_4b, default format", "snprintf \"%d\"", 0, print4b,
+              printWith(integers,
+                        [](char(&text)[64], o_4b number) {
+                          return std::snprintf(text, sizeof text, "%d", number);
+                        }),
+              kNumbers);
+  bench::Pair("print o_4b, default format", "std::to_chars", 0, print4b,
+              printWith(integers,
+                        [](char(&text)[64], o_4b number) {
+                          return std::to_chars(text, text + sizeof text, number).ptr;
+                        }),
+              kNumbers);
+  const auto scan4b = scan(Kv4B_T, o_4b{0}, integerTexts);
+  bench::Pair("scan o_4b, default format", "strtol", 0, scan4b,
+              scanWith(integerTexts,
+                       [](const char* text, unsigned) { return std::strtol(text, nullptr, 10); }),
+              kNumbers);
+  bench::Pair("scan o_4b, default format", "std::from_chars", 0, scan4b,
+              scanWith(integerTexts,
+                       [](const char* text, unsigned size) {
+                         o_4b number = 0;
+                         std::from_chars(text, text + size, number);
+                         return number;
+                       }),
+              kNumbers);
 }
 
 // --- The 8-bit strings ---
@@ -152,8 +222,7 @@ void RegisterNumbers() {
 void RegisterCompare(const std::string& name, const std::string& a, const std::string& b,
                      double goal) {
   // The peer folds by the locale's table where there is a Latin-1 locale; without one it knows
-  // ASCII alone, does less and in vectors, and nothing is asked for. To make one:
-  //   localedef -i de_DE -f ISO-8859-1 FOLDER/de_DE.ISO-8859-1, then LOCPATH=FOLDER kv_bench
+  // ASCII alone, does less and in vectors, and nothing is asked for. ./dev bench makes one.
   locale_t locale = newlocale(LC_CTYPE_MASK, "de_DE.ISO-8859-1", nullptr);
   const bool latin1 = locale != nullptr;
   if (!latin1) locale = newlocale(LC_CTYPE_MASK, "C", nullptr);

@@ -136,6 +136,17 @@ class FormatReader {
   const char* at_;
 };
 
+// The formats that integers nearly always have: "%d" or "%u" alone, with or without a modifier.
+bool ReadPlainInteger(const char* format, Conversion& conversion) {
+  if (format[0] != '%') return false;
+  const char* at = format + 1;
+  conversion.narrow = ReadModifier(at);
+  if ((*at != 'd' && *at != 'u') || at[1] != 0) return false;
+  conversion.letter = *at;
+  conversion.kind = KindOf(*at);
+  return true;
+}
+
 // Whether the format parses and takes no more than the conversions of the list, in their order.
 bool Takes(const char* format, ConversionList list) {
   const unsigned allowed = list == ConversionList::kMantissaAndExponent ? 2 : 1;
@@ -350,14 +361,11 @@ bool ScanLiteral(Input& input, char literal) {
 }  // namespace
 
 unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarArguments& values) {
-  if (format[0] != '%') return 0;
-  const char* at = format + 1;
-  const unsigned narrow = ReadModifier(at);
-  const unsigned bits = narrow != 0 ? narrow : values.integerBits;
-  const char letter = *at;
-  if ((letter != 'd' && letter != 'u') || at[1] != 0) return 0;
+  Conversion conversion;
+  if (!ReadPlainInteger(format, conversion)) return 0;
+  const unsigned bits = BitsOf(conversion, values.integerBits);
   char* const last = text + kScalarBufferSize;
-  const char* const end = letter == 'd'
+  const char* const end = conversion.kind == Kind::kSigned
                               ? std::to_chars(text, last, CutToSignedBits(values.integer, bits)).ptr
                               : std::to_chars(text, last, CutToBits(values.integer, bits)).ptr;
   return static_cast<unsigned>(end - text);
@@ -380,9 +388,13 @@ bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list
 
 unsigned ScanWithFormat(const char* text, const char* format, ConversionList list,
                         ScalarArguments& values) {
+  Input input{text, text + std::strlen(text)};
+  Conversion plain;
+  if (list == ConversionList::kInteger && ReadPlainInteger(format, plain)) {
+    return ScanInteger(input, plain, values) ? 1 : 0;
+  }
   if (!Takes(format, list)) return 0;
   FormatReader reader(format);
-  Input input{text, text + std::strlen(text)};
   unsigned matched = 0;
   for (Piece piece = reader.Next(); piece != Piece::kEnd; piece = reader.Next()) {
     if (piece == Piece::kPercent) input.at = SkipBlanks(input.at);
