@@ -133,8 +133,9 @@ class KV_EXPORT KvString {
   void Fill(unsigned short count, unsigned short unit);
 
   // Remove leading and trailing blanks (KvChar::IsSpace). RightTrim never looks at the first
-  // character, so a text of blanks keeps one, and it walks back from the end of the buffer, so a
-  // text in a longer buffer (CopyMapped) is left alone. Both are deliberate.
+  // character, so a text of blanks keeps one, and it walks back from the end of the buffer: each
+  // unit that a buffer is longer than its text (CopyMapped) takes a character more away, and where
+  // there are not so many, nothing is. Both are deliberate; Copy gives such a text an exact buffer.
   void LeftTrim();
   void RightTrim();
   void Trim();

@@ -183,7 +183,7 @@ void KvString::RightTrim() {
   unsigned short kept = static_cast<unsigned short>(length + 1);
   for (unsigned offset = (bufferSize_ / width - 1) * width; offset > 0; offset -= width) {
     if (!KvChar(*this, static_cast<int>(offset)).IsSpace()) break;
-    // May wrap around in a buffer longer than its text, which is then left as it is.
+    // In a buffer longer than its text this passes the text, and may wrap around: nothing is cut.
     --kept;
   }
   if (length > kept) kv::KeepOwnText(*this, kept, 0, 0);
