@@ -38,9 +38,9 @@ KV_EXPORT int KvCheckDll(int flags);
 // telling the radix from a 0x or 0 in front. Initially 0.
 KV_EXPORT int& ___KvTypeMgrOptions();
 
-// Non-zero attaches: the internationalisation context, the process-wide texts, and a default type
-// manager of format version 5 unless one is in place. 0 detaches: frees the default type manager,
-// whoever installed it, and the process-wide texts.
+// Non-zero attaches: the internationalisation context, and a default type manager of format version
+// 5 unless one is in place. 0 detaches: frees the default type manager, whoever installed it. Both
+// put the defaults of KvLanguageContext back; the null print string stays.
 KV_EXPORT void ___KvTypemgrContext(int attach);
 
 #if defined(__clang__)

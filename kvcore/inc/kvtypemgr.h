@@ -301,7 +301,8 @@ class KV_EXPORT KvTypeMgr {
 
   // --- Process-wide ---
 
-  // The text printed for a null value, at first "{NULL}".
+  // The text printed for a null value, at first "{NULL}". When memory is short for another text, it
+  // stays as it was.
   static const KvString& GetNullPrintString();
   static void SetNullPrintString(const KvString& text);
 

@@ -88,6 +88,13 @@ class StringAccess {
   // must not be changed or destroyed.
   static void CopyTo(void* raw, unsigned char* text, const KvString& source);
 
+  // Makes `size` bytes that are not from malloc the text of an empty string, which then must not be
+  // changed or destroyed.
+  static constexpr void Borrow(KvString& string, unsigned char* text, unsigned short size) {
+    string.buffer_ = text;
+    string.bufferSize_ = size;
+  }
+
   // Gives the string a block from malloc in place of its own, which is freed.
   static void Replace(KvString& string, unsigned char* buffer, unsigned size);
 

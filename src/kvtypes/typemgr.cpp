@@ -48,12 +48,21 @@ unsigned short IsFixedRow(const KvTypeDescriptor& row) {
   return static_cast<unsigned short>((row.sizeWord >> 16) & 0xFFFF);
 }
 
-// The process's texts are built on first use, which the attach at load time is not: nothing may
-// depend on the order of initialisers.
-KvString& NullPrintString() {
-  static KvString text("{NULL}");
-  return text;
-}
+// The first null print string lies in static memory: it is there before every initialiser and
+// needs no allocation, which could fail. It is never changed or destroyed.
+union BuiltInNull {
+  constexpr BuiltInNull() : string(kvCodeSetLatin1, kvLanguageEnglish) {
+    kv::StringAccess::Borrow(string, text, sizeof text);
+  }
+  ~BuiltInNull() {}
+  KvString string;
+  static inline unsigned char text[] = "{NULL}";
+};
+constinit const BuiltInNull builtInNull;
+
+// What the host has set in its place.
+constinit KvString chosenNull(kvCodeSetLatin1, kvLanguageEnglish);
+constinit const KvString* nullPrintString = &builtInNull.string;
 
 constexpr char kArraySeparator[] = ",";
 constexpr char kZeroText[] = "0";
@@ -377,9 +386,11 @@ void* KvTypeMgr::GetArrayElement(char id, void* base, unsigned index, unsigned c
 }
 
 const KvString& KvTypeMgr::GetNullPrintString() {
-  return NullPrintString();
+  return *nullPrintString;
 }
 
 void KvTypeMgr::SetNullPrintString(const KvString& text) {
-  NullPrintString() = text;
+  chosenNull = text;
+  // When memory was short for the first choice, the built-in text stays.
+  if (chosenNull.Len() == text.Len()) nullPrintString = &chosenNull;
 }

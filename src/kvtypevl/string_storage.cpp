@@ -69,14 +69,20 @@ bool LoadBlock(KvString& string, const unsigned char* stored, unsigned body, For
                               format.IsReversed() ? 2 : 1);
 }
 
+// 0 when memory was short.
 unsigned LoadOldBlock(KvString* strings, const unsigned char* stored, unsigned body,
                       unsigned count) {
+  const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
+  const unsigned char language = KvLanguageContext::GetDefaultLanguage();
   const unsigned char* at = stored + Block::kLengthField;
   const unsigned char* end = at + body;
   for (unsigned index = 0; index < count; ++index) {
     // The block's last byte is zero, so that each text in it ends.
-    strings[index] = at < end ? reinterpret_cast<const char*>(at) : "";
-    if (at < end) at += std::strlen(reinterpret_cast<const char*>(at)) + 1;
+    const auto length =
+        static_cast<unsigned>(at < end ? std::strlen(reinterpret_cast<const char*>(at)) : 0);
+    const unsigned char* text = length != 0 ? at : nullptr;
+    if (!StringAccess::Assign(strings[index], codeSet, language, text, codeSet, length)) return 0;
+    if (at < end) at += length + 1;
   }
   return body + Block::kLengthField;
 }

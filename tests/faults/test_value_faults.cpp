@@ -71,7 +71,30 @@ const PlainEdit kPlainEdits[] = {
     {"fill", [](KvCaseIString& text, const KvCaseIString&) { text.Fill(50, '.'); }},
 };
 
+// The null print string before main, while there is no memory: at its first use, and after a choice
+// that fails.
+struct EarlyNull {
+  EarlyNull() {
+    const KvString other("nil");
+    Fault fault(1);
+    fault.In([&] {
+      std::strncpy(first, KvTypeMgr::GetNullPrintString().StrGet(), sizeof first - 1);
+      KvTypeMgr::SetNullPrintString(other);
+      std::strncpy(second, KvTypeMgr::GetNullPrintString().StrGet(), sizeof second - 1);
+    });
+    KvTypeMgr::SetNullPrintString(KvString("{NULL}"));
+  }
+  char first[16] = {};
+  char second[16] = {};
+};
+const EarlyNull earlyNull;
+
 }  // namespace
+
+TEST_CASE("the null print string needs no memory, and stays when another cannot be had") {
+  CHECK(std::strcmp(earlyNull.first, "{NULL}") == 0);
+  CHECK(std::strcmp(earlyNull.second, faults::AreInjected() ? "{NULL}" : "nil") == 0);
+}
 
 TEST_CASE("string edits are whole or not at all when memory is short") {
   const KvString wide(reinterpret_cast<const unsigned short*>(u"\u00E9t\u00E9 1900"));
