@@ -1,4 +1,5 @@
-// What each class has of the components that are printed and scanned.
+// Between the values of the date and time classes and the record that is printed and scanned: one
+// pair of functions a class, and over them the text of any class.
 #include "kvdate/parts.h"
 
 #include <algorithm>
@@ -48,22 +49,22 @@ constexpr bool FitBytes(int components) {
   return (components & ~127) == 0;
 }
 
-KvDate DateFrom(const DateTimeParts& parts) {
-  if (FitBytes(parts.month | parts.day)) {
-    return {YearField(parts.year), static_cast<char>(parts.month), static_cast<char>(parts.day)};
-  }
-  return {YearField(parts.year), ByteField(parts.month), ByteField(parts.day)};
+// Field by field: values made aside and copied would wait for their bytes to be written.
+void TakeDate(KvDate& date, const DateTimeParts& parts) {
+  const bool fit = FitBytes(parts.month | parts.day);
+  date.year = YearField(parts.year);
+  date.month = fit ? static_cast<char>(parts.month) : ByteField(parts.month);
+  date.day = fit ? static_cast<char>(parts.day) : ByteField(parts.day);
 }
 
-KvTime TimeFrom(const DateTimeParts& parts) {
-  if (FitBytes(parts.hour | parts.minute | parts.second)) {
-    return {static_cast<char>(parts.hour), static_cast<char>(parts.minute),
-            static_cast<char>(parts.second)};
-  }
-  return {ByteField(parts.hour), ByteField(parts.minute), ByteField(parts.second)};
+void TakeTime(KvTime& time, const DateTimeParts& parts) {
+  const bool fit = FitBytes(parts.hour | parts.minute | parts.second);
+  time.hour = fit ? static_cast<char>(parts.hour) : ByteField(parts.hour);
+  time.minute = fit ? static_cast<char>(parts.minute) : ByteField(parts.minute);
+  time.second = fit ? static_cast<char>(parts.second) : ByteField(parts.second);
 }
 
-}  // namespace
+// What a class has of the components.
 
 DateTimeParts PartsOf(const KvDate& date) {
   DateTimeParts parts;
@@ -119,36 +120,42 @@ DateTimeParts PartsOf(const d_Timestamp& timestamp) {
   return parts;
 }
 
+// A value from scanned components.
+
 void SetParts(KvDate& date, const DateTimeParts& parts, DateTimeScan) {
-  date = DateFrom(parts);
+  TakeDate(date, parts);
 }
 
 void SetParts(KvTime& time, const DateTimeParts& parts, DateTimeScan) {
-  time = TimeFrom(parts);
+  TakeTime(time, parts);
 }
 
 void SetParts(KvDateTime& dateTime, const DateTimeParts& parts, DateTimeScan) {
-  dateTime = KvDateTime(DateFrom(parts), TimeFrom(parts));
+  TakeDate(dateTime.date, parts);
+  TakeTime(dateTime.time, parts);
 }
 
 void SetParts(KvDateTimeN& dateTime, const DateTimeParts& parts, DateTimeScan) {
-  dateTime = KvDateTimeN(DateFrom(parts), TimeFrom(parts));
+  TakeDate(dateTime.date, parts);
+  TakeTime(dateTime.time, parts);
   dateTime.nanosecond = parts.nanosecond;
 }
 
 void SetParts(KvTimeSpan& span, const DateTimeParts& parts, DateTimeScan scan) {
-  span.date = DateFrom(parts);
+  TakeDate(span.date, parts);
   if (scan.HasTotalDays()) {
     // As a number of days it may need another form, and a text may name components besides.
     const std::int64_t days = parts.day + 30 * (parts.month + std::int64_t{12} * parts.year);
     span.SetTotalDays(static_cast<int>(std::clamp<std::int64_t>(days, INT32_MIN, INT32_MAX)));
   }
-  span.time = TimeFrom(parts);
+  TakeTime(span.time, parts);
   span.nanosecond = parts.nanosecond;
 }
 
 void SetParts(d_Date& date, const DateTimeParts& parts, DateTimeScan) {
-  date = d_Date(DateFrom(parts));
+  KvDate plain = KvDate::ZeroValue();
+  TakeDate(plain, parts);
+  date = d_Date(plain);
 }
 
 void SetParts(d_Time& time, const DateTimeParts& parts, DateTimeScan) {
@@ -163,6 +170,60 @@ void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, DateTimeScan s
   SetParts(timestamp.date, parts, scan);
   SetParts(timestamp.time, parts, scan);
 }
+
+// Classes whose components begin with a date of the calendar.
+template <class T>
+inline constexpr bool kHasDate = false;
+template <>
+inline constexpr bool kHasDate<KvDate> = true;
+template <>
+inline constexpr bool kHasDate<KvDateTime> = true;
+template <>
+inline constexpr bool kHasDate<KvDateTimeN> = true;
+template <>
+inline constexpr bool kHasDate<d_Date> = true;
+template <>
+inline constexpr bool kHasDate<d_Timestamp> = true;
+
+}  // namespace
+
+// Both are here, where each class's pair of functions above becomes part of them.
+template <class T>
+KvString& PrintDateTime(KvString& out, const T& value, const char* format) {
+  if constexpr (requires { value.IsNullValue(); }) {
+    if (value.IsNullValue()) return PrintNull(out);
+  }
+  return FormatDateTime(out, PartsOf(value), format != nullptr ? format : kDateTimeFormat<T>);
+}
+template <class T>
+int ScanDateTimeText(T& value, const KvString& in, const char* format) {
+  const NarrowText text(in);
+  if constexpr (requires { value.SetNullValue(); }) {
+    if (BeginsWithNull(text.Get())) return value.SetNullValue();
+  }
+  DateTimeParts parts;
+  if constexpr (kHasDate<T>) parts.month = parts.day = 1;
+  const DateTimeScan scan =
+      ScanDateTime(parts, text.Get(), text.End(), format != nullptr ? format : kDateTimeFormat<T>);
+  if (scan.HasAny()) SetParts(value, parts, scan);
+  return scan.IsComplete() ? kvOk : kvNotSupported;
+}
+template KvString& PrintDateTime(KvString&, const KvDate&, const char*);
+template int ScanDateTimeText(KvDate&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const KvTime&, const char*);
+template int ScanDateTimeText(KvTime&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const KvDateTime&, const char*);
+template int ScanDateTimeText(KvDateTime&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const KvDateTimeN&, const char*);
+template int ScanDateTimeText(KvDateTimeN&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const KvTimeSpan&, const char*);
+template int ScanDateTimeText(KvTimeSpan&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const d_Date&, const char*);
+template int ScanDateTimeText(d_Date&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const d_Time&, const char*);
+template int ScanDateTimeText(d_Time&, const KvString&, const char*);
+template KvString& PrintDateTime(KvString&, const d_Timestamp&, const char*);
+template int ScanDateTimeText(d_Timestamp&, const KvString&, const char*);
 
 // ---------------------------------------------------------------------------------------------
 // d_Interval: a magnitude with a sign in front.
