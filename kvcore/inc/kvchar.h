@@ -199,7 +199,7 @@ class KV_EXPORT KvStringIterator {
   void GiveUp() { gaveUp_ = true; }
 
   // The next collation order of the text, 0 at its end; a character that expands gives two. Moves
-  // over the character with its first order. `flags` is reserved: pass 0.
+  // over the character with its last order. `flags` is reserved: pass 0.
   unsigned short GetNextOrder(unsigned short flags);
 
   // Applies `operation` to every character from here on and writes the results and a terminator
@@ -233,7 +233,7 @@ class KV_EXPORT KvStringIterator {
   unsigned char* position_;
   KvWCharList* overflow_;
   unsigned char* limit_;          // where Transform has to stop writing; null when it need not
-  unsigned char* orderPosition_;  // behind the character that pendingOrder_ belongs to
+  unsigned char* orderPosition_;  // of the character that pendingOrder_ belongs to
   unsigned short pendingOrder_;   // second order of the last expanded character
   alignas(2) unsigned char ownText_[4];
   bool gaveUp_ = false;

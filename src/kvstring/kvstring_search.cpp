@@ -173,6 +173,7 @@ unsigned short KvStringIterator::GetNextOrder(unsigned short /*flags*/) {
   if (pendingOrder_ != 0 && orderPosition_ == position_) {
     const unsigned short second = pendingOrder_;
     pendingOrder_ = 0;
+    ++*this;
     return second;
   }
   pendingOrder_ = 0;
@@ -182,7 +183,8 @@ unsigned short KvStringIterator::GetNextOrder(unsigned short /*flags*/) {
   kv::OrderCursor orders({character.GetCodeSet(), language_, &unit, 1});
   const unsigned short first = orders.Next();
   pendingOrder_ = orders.Next();
-  ++*this;
   orderPosition_ = position_;
+  // A text is not at its end while an order of its last character is to come.
+  if (pendingOrder_ == 0) ++*this;
   return first;
 }

@@ -62,6 +62,12 @@ TEST_CASE("an iterator yields one or two orders a character") {
   CHECK((orders[0] & 3) == 0);
   CHECK((orders[0] >> 2 & 31) == 3);
   CHECK((orders[3] >> 2 & 31) == 28);
+
+  // The end of the text comes after the last order, not after the last character's first.
+  KvString expandedLast("a\xDF");
+  unsigned steps = 0;
+  for (KvStringIterator last(expandedLast); !last.IsEOS(); last.GetNextOrder(0)) ++steps;
+  CHECK(steps == 3);
 }
 
 TEST_CASE("finding") {
