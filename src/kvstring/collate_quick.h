@@ -80,6 +80,13 @@ template <class Unit>
   return {at, unit1, unit2};
 }
 
+template <class Unit>
+constexpr bool HasZeroUnit(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
+  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
+  return ((word - kOnes) & ~word & kTops) != 0;
+}
+
 // In texts of given lengths, in the same byte order.
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> FindCounted(const unsigned char* text1,
@@ -101,11 +108,14 @@ template <class Unit>
   };
   const std::size_t shared = std::min(length1, length2);
   std::size_t at = 0;
-  for (; at + 4 <= shared; at += 4) {
-    if (!same(at)) return {at, inOrder(unit1), inOrder(unit2)};
-    if (!same(at + 1)) return {at + 1, inOrder(unit1), inOrder(unit2)};
-    if (!same(at + 2)) return {at + 2, inOrder(unit1), inOrder(unit2)};
-    if (!same(at + 3)) return {at + 3, inOrder(unit1), inOrder(unit2)};
+  // Most texts differ in their first unit; words are for those that do not.
+  constexpr std::size_t kUnitsAWord = 8 / sizeof(Unit);
+  if (shared != 0) {
+    if (!same(0)) return {0, inOrder(unit1), inOrder(unit2)};
+    for (at = 1; at + kUnitsAWord <= shared; at += kUnitsAWord) {
+      const std::uint64_t word = LoadWord(text1 + at * sizeof(Unit));
+      if (word != LoadWord(text2 + at * sizeof(Unit)) || HasZeroUnit<Unit>(word)) break;
+    }
   }
   for (; at < shared; ++at) {
     if (!same(at)) return {at, inOrder(unit1), inOrder(unit2)};
