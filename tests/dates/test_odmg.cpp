@@ -98,6 +98,7 @@ TEST_CASE("d_Date and intervals: whole days, order of operands, extremes") {
 
 TEST_CASE("d_Interval adds up magnitudes and takes one sign") {
   CHECK(d_Interval(0, -1, 30, 0).seconds == -5400);
+  CHECK(d_Interval(0, 0, 1, -1.5f).seconds == -61.5f);
   CHECK(d_Interval(1, 2, 3, 4.5f).seconds == 93784.5f);
   CHECK((d_Interval(1) + d_Interval(0, 1) - Seconds(1)).seconds == 89999);
   CHECK((-(2 * Seconds(1.5f)) * 3 / 2).seconds == -4.5f);

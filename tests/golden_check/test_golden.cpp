@@ -29,6 +29,22 @@ std::vector<std::string> GoldenPaths() {
   return paths;
 }
 
+// Stored to stored copies as much as there is of source and room, whatever the two orders, and
+// clears the room that is left.
+void CheckStoredCopies(const KvTypeMgr& types, char id, const Bytes& stored, unsigned count) {
+  const std::size_t size = stored.size();
+  for (const std::size_t room : {size + 9, size / 2}) {
+    const std::size_t copied = std::min(room, size);
+    Bytes expected(room, 0);
+    std::copy_n(stored.begin(), copied, expected.begin());
+    expected.resize(size + 20, 0xEE);
+    Bytes copy(expected.size(), 0xEE);
+    CHECK(types.Translate(id, copy.data(), kReversed, static_cast<unsigned>(room), stored.data(),
+                          kMemoryOrder, static_cast<unsigned>(size), count) == copied);
+    CHECK(copy == expected);
+  }
+}
+
 // One line's values, stored, measured, loaded and moved between forms.
 void CheckBytes(const File& file, const Line& line, const unsigned char* values, unsigned count) {
   const KvTypeMgr types(file.Factory());
@@ -63,6 +79,7 @@ void CheckBytes(const File& file, const Line& line, const unsigned char* values,
                       kMemory) == 0);
     }
   }
+  CheckStoredCopies(types, id, golden::FromHex(line.stored), count);
   CHECK(golden::HashText(types, file, 0, values, count, kMemory) == line.hash);
 }
 

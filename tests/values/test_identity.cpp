@@ -109,7 +109,8 @@ TEST_CASE("references are valid by number, class and database") {
   } const cases[] = {{{9, 1, 0, 5, 40, 0}, 1, 1},     {{9, 0, 1, 5, 40, 0}, 1, 1},
                      {{9, 0, 0, 5, 40, 0}, 0, 0},     {{9, 1, 0, 5, 0, 7}, 0, 0},
                      {{9, 1, 0, 65535, 0, 0}, 0, 1},  {{9, 1, 0, 65535, 40, 0}, 0, 1},
-                     {{9, 0, 0, 65535, 40, 0}, 0, 0}, {{9, 1, 0, 65534, 40, 0}, 1, 1}};
+                     {{9, 0, 0, 65535, 40, 0}, 0, 0}, {{9, 1, 0, 65534, 40, 0}, 1, 1},
+                     {{9, 1, 0, 65534, 0, 0}, 0, 0}};
   for (const auto& one : cases) {
     CAPTURE(Printed(one.reference));
     CHECK(one.reference.IsValid() == one.valid);
