@@ -155,7 +155,7 @@ TEST_CASE("KvTime: seconds around the clock, with its 8-bit hours and its hour 2
   CHECK(KvTime(0, 0, 0) + -86400 == KvTime(24, 0, 0));
   // 150 hours are -106 in 8 bits.
   CHECK(KvTime(0, 0, 0) + 150 * 3600 == KvTime(14, 0, 0));
-  CHECK(KvTime(90000) == KvTime(25, 0, 0));
+  CHECK(KvTime(1, 2, 3).SetSecondsAbs(90000) == KvTime(25, 0, 0));
   CHECK(KvTime(10, 0, 0) - KvTime(9, 30, 15) == KvTime(0, 29, 45));
   CHECK(int{KvTime(1, 2, 3)} == 3723);
   CHECK_FALSE(KvTime(24, 0, 0).IsTime());
@@ -178,6 +178,12 @@ TEST_CASE("KvDateTime::AddSeconds agrees with exact arithmetic, but for hour 24"
   KvDateTime value(KvDate(2000, 1, 1), KvTime(0, 0, 0));
   value.AddSeconds(-86399);
   CHECK(value == KvDateTime(KvDate(1999, 12, 31), KvTime(24, 0, 1)));
+}
+
+TEST_CASE("a KvDateTime is one when its date and its time are") {
+  CHECK(KvDateTime(KvDate(2000, 2, 29), KvTime(23, 59, 59)).IsDateTime());
+  CHECK_FALSE(KvDateTime(KvDate(1999, 2, 29), KvTime(0)).IsDateTime());
+  CHECK_FALSE(KvDateTime(KvDate(1999, 2, 28), KvTime(24, 0, 0)).IsDateTime());
 }
 
 TEST_CASE("KvDateTimeN: every adder is exact, totals are right and have inverses") {
@@ -208,6 +214,8 @@ TEST_CASE("KvDateTimeN: every adder is exact, totals are right and have inverses
   value.AddHours(1);
   CHECK(value.date == KvDate(2000, 1, 1));
   CHECK(value.time == KvTime(0, 30, 0));
+  value.SetTotalSeconds(-0.25);
+  CHECK(value.GetTotalNanoSeconds() == -250000000);
   CHECK(KvDateTimeN(0.5).Compare(KvDateTimeN(0, 1, 1, 0, 0, 0, 500000000), 0x10) == 0);
   CHECK(KvDateTimeN(std::nan("")).IsZeroValue());
   CHECK(KvDateTimeN(1e300).GetTotalNanoSeconds() == std::numeric_limits<long long>::max());
@@ -247,6 +255,10 @@ TEST_CASE("KvTimeSpan: adders keep the total and the form, totals have inverses"
   CHECK(span.date.year == 32767);
   span.SetTotalSeconds(-0.25);
   CHECK(span.GetTotalSeconds_f() == -0.25);
+  span.SetYears(-2);
+  span.SetMonths(13);
+  span.SetDays(-3);
+  CHECK(span.date == KvDate(-2, 13, -3));
 }
 
 TEST_CASE("Difference is exact, whichever comes first") {

@@ -92,6 +92,8 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   CHECK((*withPending).Value() == 0x20AC);
   copy.Step(0);
   CHECK(copy == each);
+  CHECK((*copy--).Value() == 'z');
+  CHECK((*copy).Value() == 0xDF);
 
   KvString none;
   CHECK(KvStringIterator(none).IsEOS());

@@ -138,6 +138,8 @@ TEST_CASE("positions past the text do nothing, counts are clamped") {
   CHECK(Bytes(text) == "\xE9\xE9\xE9");
   text.Fill(1, 'x');
   CHECK(Bytes(text) == "x");
+  text.Expand(3, static_cast<unsigned short>(0xE9));
+  CHECK(Bytes(text) == "x\xE9\xE9");
   text.Fill(0, 'x');
   CHECK(text.IsEmpty());
 }

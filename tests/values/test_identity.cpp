@@ -185,6 +185,9 @@ TEST_CASE("scanning is the inverse of printing and takes nothing on a mismatch")
   KvObjId id{9, 9, 9};
   CHECK(id.ScanFromKvString(KvString(" ( 1 -5#7 ) and more")) == 0);
   CHECK(id == KvObjId{7, 5, 1});
+  KvLocalRef local;  // drops the database
+  CHECK(local.ScanFromKvString(KvString("(9:1-5#7,40v3)"), "(%D:%H-%L#%B,%Cv%V)") == 0);
+  CHECK((local == KvRef{7, 5, 1, 0, 40, 3} && local.version == 3));
   for (const char* null : {"", "{NULL}, they say"}) {
     id = KvObjId{9, 9, 9};
     CHECK(id.ScanFromKvString(KvString(null)) == 0);
