@@ -20,7 +20,8 @@
 // IsDate and IsTime are the only checks.
 //
 // Wildcards. A component of -1 matches anything when values are compared and prints as "*". It
-// comes from scanning a "*". Compare option 0x10 makes it an ordinary number.
+// comes from scanning a "*". Compare option 0x10 makes it an ordinary number. When the type manager
+// compares stored values only the wildcards of the second one count: the first is an index's key.
 //
 // Distinguished values. Each class has a null value, which orders before all others and prints as
 // the type manager's null print string, a zero value and a default value:

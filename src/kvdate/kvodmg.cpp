@@ -60,7 +60,7 @@ d_Date::d_Date(short yearNumber, unsigned short dayOfYear) : d_Date(yearNumber, 
 }
 
 int d_Date::Order(const d_Date& other) const {
-  return kv::OrderOdmg(*this, other, kv::kStrictCompare);
+  return kv::OrderOdmg(*this, other, kv::kStrictOrder);
 }
 
 int d_Date::getAbsDate() const {

@@ -50,50 +50,61 @@ inline void SetClock(d_Time& time, Clock clock) {
   time.minute = shift(clock.minute, time.tzMinute);
 }
 
-// -1, 0 or 1 by year, month, day; 255 (for the year -1) on either side matches anything unless
-// `flags` holds kStrictCompare.
-inline int OrderOdmg(const d_Date& a, const d_Date& b, unsigned short flags) {
-  const auto wide = [](unsigned char byte) { return byte == 255 ? -1 : int{byte}; };
-  const bool strict = (flags & kStrictCompare) != 0;
-  const int order = strict
-                        ? CompareComponents(a.year, a.month, a.day, b.year, b.month, b.day, flags)
-                        : CompareComponents(a.year, wide(a.month), wide(a.day), b.year,
-                                            wide(b.month), wide(b.day), flags);
-  return (order > 0) - (order < 0);
+// Orders two components: -1, 0 or 1. The wildcard of an operand whose wildcards count matches
+// anything.
+struct ComponentOrder {
+  bool firstMatches;
+  bool secondMatches;
+
+  constexpr int operator()(int a, int b, int wildcard) const {
+    if (a == b || (firstMatches && a == wildcard) || (secondMatches && b == wildcard)) return 0;
+    return a < b ? -1 : 1;
+  }
+};
+
+// Without wildcards; with those of either operand, in memory; with those of the second one, stored.
+inline constexpr ComponentOrder kStrictOrder{false, false};
+constexpr ComponentOrder OrderInMemory(unsigned short flags) {
+  const bool matches = (flags & kStrictCompare) == 0;
+  return {matches, matches};
+}
+constexpr ComponentOrder OrderStored(unsigned short flags) {
+  return {false, (flags & kStrictCompare) == 0};
+}
+
+// By year, month, day; 255 (for the year -1) is the wildcard.
+inline int OrderOdmg(const d_Date& a, const d_Date& b, ComponentOrder order) {
+  int result = order(a.year, b.year, -1);
+  if (result == 0) result = order(a.month, b.month, 255);
+  return result != 0 ? result : order(a.day, b.day, 255);
 }
 
 // The order of the rows: field by field as unsigned numbers, the zone first, so that values order
-// as their stored bytes do. Wildcards as with dates.
-inline int OrderOdmg(const d_Time& a, const d_Time& b, unsigned short flags) {
-  const bool strict = (flags & kStrictCompare) != 0;
-  const auto order = [strict](unsigned char x, unsigned char y, unsigned char wildcard) {
-    if (x == y || (!strict && (x == wildcard || y == wildcard))) return 0;
-    return x < y ? -1 : 1;
-  };
+// as their stored bytes do.
+inline int OrderOdmg(const d_Time& a, const d_Time& b, ComponentOrder order) {
   if (a.tzHour != b.tzHour) return a.tzHour < b.tzHour ? -1 : 1;
   if (a.tzMinute != b.tzMinute) return a.tzMinute < b.tzMinute ? -1 : 1;
   int result = order(a.hour, b.hour, ShiftedWildcard(a.tzHour));
   if (result == 0) result = order(a.minute, b.minute, ShiftedWildcard(a.tzMinute));
   if (result == 0) result = order(a.second, b.second, 255);
-  if (result == 0) result = order(a.hundredth, b.hundredth, 255);
-  return result;
+  return result != 0 ? result : order(a.hundredth, b.hundredth, 255);
 }
 
-inline int OrderOdmg(const d_Timestamp& a, const d_Timestamp& b, unsigned short flags) {
-  const int order = OrderOdmg(a.date, b.date, flags);
-  return order != 0 ? order : OrderOdmg(a.time, b.time, flags);
+inline int OrderOdmg(const d_Timestamp& a, const d_Timestamp& b, ComponentOrder order) {
+  const int result = OrderOdmg(a.date, b.date, order);
+  return result != 0 ? result : OrderOdmg(a.time, b.time, order);
 }
 
 // The order of the class, where earlier is less: the zone first, then hour and minute as the clock
 // has them. Stored, the hours that a zone west of Greenwich makes negative come behind all others.
 inline int OrderByClock(const d_Time& a, const d_Time& b) {
-  if (a.tzHour != b.tzHour || a.tzMinute != b.tzMinute) return OrderOdmg(a, b, kStrictCompare);
+  if (a.tzHour != b.tzHour || a.tzMinute != b.tzMinute) return OrderOdmg(a, b, kStrictOrder);
   const auto unshifted = [](d_Time time) {
     time.hour = static_cast<unsigned char>(time.hour - time.tzHour);
     time.minute = static_cast<unsigned char>(time.minute - time.tzMinute);
     return time;
   };
-  return OrderOdmg(unshifted(a), unshifted(b), kStrictCompare);
+  return OrderOdmg(unshifted(a), unshifted(b), kStrictOrder);
 }
 
 }  // namespace kv

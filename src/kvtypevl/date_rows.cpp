@@ -45,8 +45,29 @@ unsigned short AnyStoredYear() {
 
 // Stored components order as numbers; what is -1 in the second operand matches anything. In memory
 // a wildcard on either side does.
-int OrderStoredByte(char a, char b, bool strict) {
-  return a == b || (!strict && b == -1) ? 0 : ThreeWay(a, b);
+int OrderStoredDates(const KvDate& a, const KvDate& b, unsigned short cmpOp) {
+  const unsigned short any = AnyStoredYear();
+  const bool strict = (cmpOp & kStrictCompare) != 0;
+  if (a.year != b.year && (strict || static_cast<unsigned short>(b.year) != any)) {
+    return ThreeWay(a.year, b.year);
+  }
+  const ComponentOrder order = OrderStored(cmpOp);
+  const int result = order(a.month, b.month, -1);
+  return result != 0 ? result : order(a.day, b.day, -1);
+}
+
+int OrderStoredTimes(const KvTime& a, const KvTime& b, unsigned short cmpOp) {
+  const ComponentOrder order = OrderStored(cmpOp);
+  int result = order(a.hour, b.hour, -1);
+  if (result == 0) result = order(a.minute, b.minute, -1);
+  return result != 0 ? result : order(a.second, b.second, -1);
+}
+
+// Of any two values with a date and a time.
+template <class T>
+int OrderStoredDateTimes(const T& a, const T& b, unsigned short cmpOp) {
+  const int result = OrderStoredDates(a.date, b.date, cmpOp);
+  return result != 0 ? result : OrderStoredTimes(a.time, b.time, cmpOp);
 }
 
 constexpr double kSecondsOfDay = 86400;
@@ -171,13 +192,7 @@ struct DateRow : KvDateTimeTextRow<KvDate> {
     return Sign(a.Compare(b, cmpOp));
   }
   static int OrderStored(const KvDate& a, const KvDate& b, unsigned short cmpOp) {
-    const unsigned short any = AnyStoredYear();
-    const bool strict = (cmpOp & kStrictCompare) != 0;
-    if (a.year != b.year && (strict || static_cast<unsigned short>(b.year) != any)) {
-      return ThreeWay(a.year, b.year);
-    }
-    const int order = OrderStoredByte(a.month, b.month, strict);
-    return order != 0 ? order : OrderStoredByte(a.day, b.day, strict);
+    return OrderStoredDates(a, b, cmpOp);
   }
   static unsigned Key(const KvDate& date) { return KeyOf(date); }
   static double Position(const KvDate& date) { return date.dayabs(); }
@@ -191,10 +206,7 @@ struct TimeRow : KvDateTimeTextRow<KvTime> {
     return Sign(a.Compare(b, cmpOp));
   }
   static int OrderStored(const KvTime& a, const KvTime& b, unsigned short cmpOp) {
-    const bool strict = (cmpOp & kStrictCompare) != 0;
-    int order = OrderStoredByte(a.hour, b.hour, strict);
-    if (order == 0) order = OrderStoredByte(a.minute, b.minute, strict);
-    return order != 0 ? order : OrderStoredByte(a.second, b.second, strict);
+    return OrderStoredTimes(a, b, cmpOp);
   }
   static unsigned Key(const KvTime& time) { return KeyOf(time); }
   static double Position(const KvTime& time) { return int{time}; }
@@ -207,6 +219,9 @@ struct DateTimeRow : KvDateTimeTextRow<KvDateTime> {
                            Field{5, 1}, Field{6, 1}>;
   static int Order(const KvDateTime& a, const KvDateTime& b, unsigned short cmpOp) {
     return Sign(a.Compare(b, cmpOp));
+  }
+  static int OrderStored(const KvDateTime& a, const KvDateTime& b, unsigned short cmpOp) {
+    return OrderStoredDateTimes(a, b, cmpOp);
   }
   static unsigned Key(const KvDateTime& value) {
     return KeyOf(value.date) * kMix + KeyOf(value.time);
@@ -227,6 +242,10 @@ struct NanosecondRow : KvDateTimeTextRow<T> {
                            Field{6, 1}, Field{8, 4}>;
   static int Order(const T& a, const T& b, unsigned short cmpOp) {
     return Sign(a.Compare(b, cmpOp));
+  }
+  static int OrderStored(const T& a, const T& b, unsigned short cmpOp) {
+    const int result = OrderStoredDateTimes(a, b, cmpOp);
+    return result != 0 ? result : kv::OrderStored(cmpOp)(a.nanosecond, b.nanosecond, -1);
   }
   static unsigned Key(const T& value) {
     return (KeyOf(value.date) * kMix + KeyOf(value.time)) * kMix +
@@ -269,7 +288,10 @@ struct TimeSpanRow : NanosecondRow<KvTimeSpan> {
 struct OdmgDateRow : DateTimeTextRow<d_Date> {
   using Codec = FieldCodec<d_Date, Field{0, 2}, Field{2, 1}, Field{3, 1}>;
   static int Order(const d_Date& a, const d_Date& b, unsigned short cmpOp) {
-    return OrderOdmg(a, b, cmpOp);
+    return OrderOdmg(a, b, OrderInMemory(cmpOp));
+  }
+  static int OrderStored(const d_Date& a, const d_Date& b, unsigned short cmpOp) {
+    return OrderOdmg(a, b, kv::OrderStored(cmpOp));
   }
   static unsigned Key(const d_Date& date) { return KeyOf(date); }
   static double Position(const d_Date& date) {
@@ -283,7 +305,10 @@ struct OdmgTimeRow : DateTimeTextRow<d_Time> {
   using Codec = FieldCodec<d_Time, Field{0, 1}, Field{1, 1}, Field{2, 1}, Field{3, 1}, Field{4, 1},
                            Field{5, 1}>;
   static int Order(const d_Time& a, const d_Time& b, unsigned short cmpOp) {
-    return OrderOdmg(a, b, cmpOp);
+    return OrderOdmg(a, b, OrderInMemory(cmpOp));
+  }
+  static int OrderStored(const d_Time& a, const d_Time& b, unsigned short cmpOp) {
+    return OrderOdmg(a, b, kv::OrderStored(cmpOp));
   }
   static unsigned Key(const d_Time& time) { return KeyOf(time); }
   // Where a shifted component stands in the order of its bytes, 0 for the first of a day or an
@@ -308,7 +333,10 @@ struct OdmgTimestampRow : DateTimeTextRow<d_Timestamp> {
   using Codec = FieldCodec<d_Timestamp, Field{0, 2}, Field{2, 1}, Field{3, 1}, Field{4, 1},
                            Field{5, 1}, Field{6, 1}, Field{7, 1}, Field{8, 1}, Field{9, 1}>;
   static int Order(const d_Timestamp& a, const d_Timestamp& b, unsigned short cmpOp) {
-    return OrderOdmg(a, b, cmpOp);
+    return OrderOdmg(a, b, OrderInMemory(cmpOp));
+  }
+  static int OrderStored(const d_Timestamp& a, const d_Timestamp& b, unsigned short cmpOp) {
+    return OrderOdmg(a, b, kv::OrderStored(cmpOp));
   }
   static unsigned Key(const d_Timestamp& value) {
     return KeyOf(value.date) * kMix + KeyOf(value.time);

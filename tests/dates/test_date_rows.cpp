@@ -123,6 +123,35 @@ TEST_CASE("stored dates: markers of the second operand match, those of the first
   CHECK(OrderInMemory(KvTIME_T, KvTime(1, -1, 3), KvTime(1, 2, 3)) == 0);
 }
 
+TEST_CASE("stored values of the longer rows: the second operand's markers match, too") {
+  const auto check = [](char id, const Bytes& value) {
+    CAPTURE(int{id});
+    const KvCompareFunc compare = Types().CmpFuncPtrGet(id);
+    const std::size_t zone = id == D_TIMESTAMP_T ? 4 : 0;
+    for (std::size_t i = 2; i < value.size() && i < 7 + zone; ++i) {
+      if (zone != 0 && (i == zone || i == zone + 1)) continue;  // zones match none
+      CAPTURE(i);
+      Bytes any = value;
+      any[i] = 0xFF;
+      const int asNumber = Order(compare, 0, any, value, 0x10);
+      CHECK(asNumber != 0);
+      CHECK(Order(compare, 0, value, any, 0) == 0);
+      CHECK(Order(compare, 0, any, value, 0) == asNumber);
+      CHECK(Order(compare, 0, value, any, 0x10) == -asNumber);
+    }
+  };
+  check(KvDATIME_T, {0xD0, 7, 3, 5, 1, 2, 3});
+  check(KvDATIME_N_T, {0xD0, 7, 3, 5, 1, 2, 3, 9, 0, 0, 0});
+  check(D_DATE_T, {0xD0, 7, 3, 5});
+  check(D_TIME_T, {2, 0, 12, 5, 1, 2});
+  check(D_TIMESTAMP_T, {0xD0, 7, 3, 5, 2, 0, 12, 5, 1, 2});
+  const Bytes sixNanoseconds = Stored(KvDATIME_N_T, KvDateTimeN(2000, 1, 1, 0, 0, 0, 6), 2);
+  const Bytes anyNanosecond = Stored(KvDATIME_N_T, KvDateTimeN(2000, 1, 1, 0, 0, 0, -1), 2);
+  const KvCompareFunc compare = Types().CmpFuncPtrGet(KvDATIME_N_T);
+  CHECK(Order(compare, 2, sixNanoseconds, anyNanosecond, 0) == 0);
+  CHECK(Order(compare, 2, anyNanosecond, sixNanoseconds, 0) == -1);
+}
+
 TEST_CASE("orders of the longer rows: the first field that differs, nanoseconds last") {
   const KvDateTimeN value(2000, 1, 1, 0, 0, 0, 5), later(2000, 1, 1, 0, 0, 0, 2000000000);
   CHECK(OrderInMemory(KvDATIME_N_T, value, later) == -1);
