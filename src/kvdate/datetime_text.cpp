@@ -652,7 +652,7 @@ class Scanner {
 
   // Reads a plain date, a plain clock, or both with a "T" between, as far as the format that
   // begins at a "%" asks for them and the text has them. Result: the format behind what was read.
-  const char* ReadPlain(const char* format) {
+  [[gnu::always_inline]] const char* ReadPlain(const char* format) {
     if (format[1] == 'Y' && Begins(format + 1, kPlainDate) && ReadPlainDate()) {
       format += kPlainLength;
       if (format[0] != 'T' || format[1] != '%' || *text_ != 'T') return format;

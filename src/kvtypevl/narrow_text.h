@@ -13,12 +13,7 @@ class NarrowText {
  public:
   explicit NarrowText(const KvString& text)
       : bytes_(BytesOf(text)), end_(bytes_ + text.GetBufferSize()) {
-    if (!KvIsWideCodeSet(text.GetCodeSet())) return;
-    const unsigned length =
-        ConvertUnits(converted_, TargetCodeSet(), text.StrGet(), text.GetCodeSet(), kLongest);
-    converted_[length] = 0;
-    bytes_ = converted_;
-    end_ = bytes_ + length + 1;
+    if (KvIsWideCodeSet(text.GetCodeSet())) Convert(text);
   }
   NarrowText(const NarrowText&) = delete;
   NarrowText& operator=(const NarrowText&) = delete;
@@ -27,13 +22,22 @@ class NarrowText {
   // Bytes may be read up to here, whether they belong to the text or not.
   const char* End() const { return end_; }
 
- private:
-  static constexpr unsigned kLongest = MaximumLength(kvCodeSetUnicode);
-
+  // The buffer of an 8-bit text as it is.
   static const char* BytesOf(const KvString& text) {
     const unsigned char* buffer = StringAccess::Buffer(text);
-    return buffer != nullptr ? reinterpret_cast<const char*>(buffer) : "";
+    return reinterpret_cast<const char*>(buffer != nullptr ? buffer : kEmptyText);
   }
+
+ private:
+  [[gnu::noinline]] void Convert(const KvString& text) {
+    const unsigned length =
+        ConvertUnits(converted_, TargetCodeSet(), BytesOf(text), text.GetCodeSet(), kLongest);
+    converted_[length] = 0;
+    bytes_ = converted_;
+    end_ = bytes_ + length + 1;
+  }
+
+  static constexpr unsigned kLongest = MaximumLength(kvCodeSetUnicode);
 
   static unsigned char TargetCodeSet() {
     const unsigned char codeSet = KvLanguageContext::GetDefaultCodeSet();

@@ -13,15 +13,18 @@ inline KvString& PrintNull(KvString& out) {
   return out = KvTypeMgr::GetNullPrintString();
 }
 
+[[gnu::noinline]] inline bool BeginsWith(const char* text, const KvString& beginning) {
+  const NarrowText narrow(beginning);
+  return *narrow.Get() != 0 && std::strncmp(text, narrow.Get(), std::strlen(narrow.Get())) == 0;
+}
+
 // True when a text begins with the null print string; what follows it is ignored. An empty null
 // print string is the beginning of no text.
 inline bool BeginsWithNull(const char* text) {
   const KvString& print = KvTypeMgr::GetNullPrintString();
   // Most texts are told by their first character.
-  if (!KvIsWideCodeSet(print.GetCodeSet()) && *print.StrGet() != *text) return false;
-  const NarrowText null(print);
-  if (*null.Get() == 0) return false;
-  return std::strncmp(text, null.Get(), std::strlen(null.Get())) == 0;
+  if (!KvIsWideCodeSet(print.GetCodeSet()) && *NarrowText::BytesOf(print) != *text) return false;
+  return BeginsWith(text, print);
 }
 
 // The texts that scan as null: nothing at all, and the null print string.

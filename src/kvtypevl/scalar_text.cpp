@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
 #include "kvstring.h"
@@ -14,7 +13,6 @@
 #include "kvtypevl/narrow_text.h"
 #include "kvtypevl/scalar_format.h"
 #include "kvtypevl/text_sink.h"
-#include "zbs.h"
 
 namespace kv {
 namespace {
@@ -22,16 +20,9 @@ namespace {
 // What `out = text` does, for a text whose length is known: printing is mostly this.
 KvString& SetText(KvString& out, const char* text, unsigned length) {
   if (length == 0) return out = "";
-  auto* block = static_cast<unsigned char*>(std::malloc(length + 1));
-  if (block == nullptr) {
-    KvCallMemoryHandler(length + 1);
-    return out;
-  }
-  std::memcpy(block, text, length);
-  block[length] = 0;
-  StringAccess::Replace(out, block, length + 1);
-  StringAccess::SetCodeSet(out, KvLanguageContext::GetDefault8CodeSet());
-  out.SetLanguage(KvLanguageContext::GetDefaultLanguage());
+  const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
+  StringAccess::Assign(out, codeSet, KvLanguageContext::GetDefaultLanguage(), text, codeSet,
+                       length);
   return out;
 }
 
