@@ -256,7 +256,8 @@ KV_EXPORT KvString operator+(const char* a, const KvString& b);
 
 // Takes the next item of a delimited list: the text from `position` up to the next delimiter,
 // blanks trimmed at both ends. A delimiter at the very start of the list is passed over. Result: 0
-// with `position` behind the delimiter, or kvListEnd when there is no further item.
+// with `position` one character behind where the delimiter begins, so what a longer delimiter has
+// more stands at the front of the next item; or kvListEnd when there is no further item.
 //
 //   KvString list("a, b,,c"), item;
 //   for (unsigned short at = 0; KvSplitList(list, item, ",", at) == 0;) ...   // "a" "b" "" "c"
