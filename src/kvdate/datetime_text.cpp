@@ -79,7 +79,8 @@ constexpr unsigned kGroupDepth = 8;
 // place, and stop at what a KvString holds at most.
 class TextBuffer {
  public:
-  // What one element of a format takes at most: a number of 64 bits, a name, seconds with fraction.
+  // What one element of a format takes at most: a number of 64 bits, a name, seconds with fraction,
+  // a plain date and clock.
   static constexpr unsigned kElement = 24;
 
   TextBuffer() = default;

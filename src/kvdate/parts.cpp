@@ -195,6 +195,7 @@ KvString& PrintDateTime(KvString& out, const T& value, const char* format) {
   }
   return FormatDateTime(out, PartsOf(value), format != nullptr ? format : kDateTimeFormat<T>);
 }
+
 template <class T>
 int ScanDateTimeText(T& value, const KvString& in, const char* format) {
   const NarrowText text(in);
@@ -208,6 +209,7 @@ int ScanDateTimeText(T& value, const KvString& in, const char* format) {
   if (scan.HasAny()) SetParts(value, parts, scan);
   return scan.IsComplete() ? kvOk : kvNotSupported;
 }
+
 template KvString& PrintDateTime(KvString&, const KvDate&, const char*);
 template int ScanDateTimeText(KvDate&, const KvString&, const char*);
 template KvString& PrintDateTime(KvString&, const KvTime&, const char*);
