@@ -103,14 +103,12 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
 // The same for two strings, whole.
 int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp);
 
-// Whether `text` begins with `pattern`: equal orders under the options of `cmpOp`, as if a wildcard
-// for the rest followed the pattern. The process's wildcards count in the pattern as in KvStrCmp.
-bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp);
-
 // The first position from `start` on, in units, where the pattern is found; -1 when there is none.
 // Both lengths must be given. Only positions that leave as many units as the pattern has are tried.
 // With kvCompareExact or kvCompareKeyOrder a position counts when that many characters (orders)
-// compare equal, otherwise when BeginsWith holds there.
+// compare equal; otherwise when the text from there on begins with the pattern: equal orders under
+// the options of `cmpOp`, as if a wildcard for the rest followed the pattern. The process's
+// wildcards count in the pattern as in KvStrCmp.
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start);
 
 // The hash of a whole text, as HashString (kvhash.h) with length -1 has it.

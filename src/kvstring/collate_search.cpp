@@ -109,8 +109,8 @@ Beginning BeginsWithWords(Units1 text, Units2 pattern, unsigned mask) {
   }
 }
 
-// As BeginsWith, for resolved texts and a pattern without wildcards when `isPlain`.
-bool BeginsWithResolved(const Text& text, const Text& pattern, unsigned short cmpOp, bool isPlain) {
+// Whether a resolved text begins with a pattern, which is without wildcards when `isPlain`.
+bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp, bool isPlain) {
   if (isPlain) {
     const Beginning beginning = WithUnits(text, pattern, [&](auto units1, auto units2) {
       return BeginsWithWords(units1, units2, LevelMask(cmpOp));
@@ -277,7 +277,7 @@ class Search {
 
   bool IsAt(unsigned position) const {
     const Text rest = RestOf(text_, position);
-    if (!isWhole_) return BeginsWithResolved(rest, pattern_, cmpOp_, isPlain_);
+    if (!isWhole_) return BeginsWith(rest, pattern_, cmpOp_, isPlain_);
     return CompareTexts(rest, pattern_, cmpOp_, static_cast<unsigned short>(pattern_.length)) == 0;
   }
 
@@ -302,13 +302,6 @@ bool HasWildcard(const Text& pattern) {
 
 bool MatchesPattern(const Text& text, const Text& pattern, unsigned short cmpOp) {
   return Matcher(text, pattern, cmpOp).Matches(false);
-}
-
-bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp) {
-  const Text resolved = Resolve(text);
-  const Text resolvedPattern = Resolve(pattern);
-  return BeginsWithResolved(resolved, resolvedPattern, cmpOp,
-                            IsPlainPattern(resolved, resolvedPattern, cmpOp));
 }
 
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start) {
