@@ -106,6 +106,7 @@ class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
   void AddMinutes(int minutes);
   void AddSeconds(int seconds);
   void AddSeconds(o_8b seconds);
+  void AddSeconds(long seconds) { AddSeconds(static_cast<o_8b>(seconds)); }
   void AddSeconds(double seconds);  // to the nanosecond, as the constructor
   void AddNanoSeconds(int nanoseconds);
   void AddNanoSeconds(o_8b nanoseconds);
@@ -168,6 +169,7 @@ class KV_EXPORT KvTimeSpan : public KvDistinguishedValues<KvTimeSpan> {
   void AddMinutes(int minutes);
   void AddSeconds(int seconds);
   void AddSeconds(o_8b seconds);
+  void AddSeconds(long seconds) { AddSeconds(static_cast<o_8b>(seconds)); }
   void AddSeconds(double seconds);
   void AddNanoSeconds(int nanoseconds);
   void AddNanoSeconds(o_8b nanoseconds);
