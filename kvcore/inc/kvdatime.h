@@ -110,6 +110,7 @@ class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
   void AddSeconds(double seconds);  // to the nanosecond, as the constructor
   void AddNanoSeconds(int nanoseconds);
   void AddNanoSeconds(o_8b nanoseconds);
+  void AddNanoSeconds(long nanoseconds) { AddNanoSeconds(static_cast<o_8b>(nanoseconds)); }
 
   // Totals of 64 bits wrap beyond them: nanoseconds do some 292 years from the year 0.
   int GetTotalDays() const;
@@ -121,6 +122,7 @@ class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
   // then gives back. SetTotalSeconds(-1) is 23:59:59 of -0001-12-31.
   void SetTotalDays(int days);
   void SetTotalSeconds(o_8b seconds);
+  void SetTotalSeconds(long seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
   void SetTotalSeconds(double seconds);
   void SetTotalNanoSeconds(o_8b nanoseconds);
   void SetZero();
@@ -173,6 +175,7 @@ class KV_EXPORT KvTimeSpan : public KvDistinguishedValues<KvTimeSpan> {
   void AddSeconds(double seconds);
   void AddNanoSeconds(int nanoseconds);
   void AddNanoSeconds(o_8b nanoseconds);
+  void AddNanoSeconds(long nanoseconds) { AddNanoSeconds(static_cast<o_8b>(nanoseconds)); }
 
   int GetTotalDays() const;
   o_8b GetTotalSeconds() const;
@@ -182,6 +185,7 @@ class KV_EXPORT KvTimeSpan : public KvDistinguishedValues<KvTimeSpan> {
   // The whole span becomes the total, which may be negative.
   void SetTotalDays(int days);
   void SetTotalSeconds(o_8b seconds);
+  void SetTotalSeconds(long seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
   void SetTotalSeconds(double seconds);
   void SetTotalNanoSeconds(o_8b nanoseconds);
   void SetZero();

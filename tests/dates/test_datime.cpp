@@ -94,6 +94,7 @@ void AddEach(Random& random, const T& value, Check check) {
   add([&](T& v, std::int64_t n) { v.AddSeconds(n); }, huge / 100000000, 1);
   add([&](T& v, long long n) { v.AddNanoSeconds(narrow(n)); }, any, 0);
   add([&](T& v, long long n) { v.AddNanoSeconds(n); }, huge, 0);
+  add([&](T& v, std::int64_t n) { v.AddNanoSeconds(n); }, huge, 0);
   add([&](T& v, long long n) { v.AddSeconds(static_cast<double>(n)); }, any, 1);
 }
 
