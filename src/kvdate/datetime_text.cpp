@@ -474,7 +474,8 @@ class Scanner {
 
   DateTimeScan Run(const char* format) {
     if (*format == '%') format = ReadPlain(format);
-    const bool complete = *format == '\0' || Walk(format, "");
+    if (*format == '\0') return {true, seen_.any, false};
+    const bool complete = Walk(format, "");
     ApplyHalfOfDay();
     return {complete, seen_.any, seen_.totalDays};
   }
