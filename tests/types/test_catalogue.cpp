@@ -163,6 +163,26 @@ TEST_CASE("the illegal row answers every operation harmlessly") {
   CHECK(value == 5);
 }
 
+TEST_CASE("no other row borrows the illegal row's functions") {
+  KvTypeMgr types;
+  constexpr char kIllegal = 46;
+  for (char id = 0; id < kIllegal; ++id) {
+    CAPTURE(int{id});
+    CHECK((types.ConstructorPtrGet(id) != types.ConstructorPtrGet(kIllegal)));
+    CHECK((types.DestructorPtrGet(id) != types.DestructorPtrGet(kIllegal)));
+    CHECK((types.AssignmentPtrGet(id) != types.AssignmentPtrGet(kIllegal)));
+    CHECK((types.CopyPtrGet(id) != types.CopyPtrGet(kIllegal)));
+    CHECK((types.CmpFuncPtrGet(id) != types.CmpFuncPtrGet(kIllegal)));
+    CHECK((types.StorePtrGet(id) != types.StorePtrGet(kIllegal)));
+    CHECK((types.LoadPtrGet(id) != types.LoadPtrGet(kIllegal)));
+    CHECK((types.IsNullPtrGet(id) != types.IsNullPtrGet(kIllegal)));
+    CHECK((types.ExchangePrintToKvStringFunc(id, nullptr) !=
+           types.ExchangePrintToKvStringFunc(kIllegal, nullptr)));
+    CHECK((types.ExchangeScanFromKvStringFunc(id, nullptr) !=
+           types.ExchangeScanFromKvStringFunc(kIllegal, nullptr)));
+  }
+}
+
 TEST_CASE("format versions choose the catalogue") {
   struct {
     unsigned factory;
