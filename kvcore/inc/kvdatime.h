@@ -106,6 +106,7 @@ class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
   void AddMinutes(int minutes);
   void AddSeconds(int seconds);
   void AddSeconds(o_8b seconds);
+  // long: the 64-bit type of some hosts, which would fit none of the others exactly.
   void AddSeconds(long seconds) { AddSeconds(static_cast<o_8b>(seconds)); }
   void AddSeconds(double seconds);  // to the nanosecond, as the constructor
   void AddNanoSeconds(int nanoseconds);

@@ -849,10 +849,7 @@ KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* 
   if (sign != 0) *at++ = sign;
   at = Formatter(text, parts, format).Run(at);
   if (!text.Failed()) {
-    const auto length = static_cast<unsigned>(at - text.Begin());
-    const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
-    StringAccess::Assign(out, codeSet, KvLanguageContext::GetDefaultLanguage(), text.Begin(),
-                         codeSet, length);
+    AssignDefault8(out, text.Begin(), static_cast<unsigned>(at - text.Begin()));
   }
   return out;
 }

@@ -80,13 +80,6 @@ template <class Unit>
   return {at, unit1, unit2};
 }
 
-template <class Unit>
-constexpr bool HasZeroUnit(std::uint64_t word) {
-  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
-  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
-  return ((word - kOnes) & ~word & kTops) != 0;
-}
-
 // In texts of given lengths, in the same byte order.
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> FindCounted(const unsigned char* text1,

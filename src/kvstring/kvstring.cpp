@@ -17,12 +17,6 @@ namespace {
 // A count of 65535 asks for the whole text.
 constexpr unsigned short kWholeText = 65535;
 
-void AssignDefault8(KvString& target, const void* text, unsigned count) {
-  StringAccess::Assign(target, KvLanguageContext::GetDefault8CodeSet(),
-                       KvLanguageContext::GetDefaultLanguage(), text,
-                       KvLanguageContext::GetDefault8CodeSet(), count);
-}
-
 void AssignDefault16(KvString& target, const void* text, unsigned count) {
   StringAccess::Assign(target, KvLanguageContext::GetDefault16CodeSet(),
                        KvLanguageContext::GetDefaultLanguage(), text,

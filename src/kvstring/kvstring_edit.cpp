@@ -183,7 +183,8 @@ void KvString::RightTrim() {
   unsigned short kept = static_cast<unsigned short>(length + 1);
   for (unsigned offset = (bufferSize_ / width - 1) * width; offset > 0; offset -= width) {
     if (!KvChar(*this, static_cast<int>(offset)).IsSpace()) break;
-    // In a buffer longer than its text this passes the text, and may wrap around: nothing is cut.
+    // In a buffer longer than its text what lies behind counts as part of it. This may wrap around,
+    // and nothing is cut.
     --kept;
   }
   if (length > kept) kv::KeepOwnText(*this, kept, 0, 0);

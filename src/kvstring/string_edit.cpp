@@ -9,26 +9,12 @@
 #include <cstdlib>
 #include <new>
 
+#include "kvtypevl/run.h"
 #include "kvtypevl/vectors.h"
 #include "zbs.h"
 
 namespace kv {
 namespace {
-
-// Units of 16 bits looked at together: four 64-bit words.
-constexpr unsigned kUnitsABlock = 16;
-
-bool BlockHasZeroUnit(const unsigned char* block) {
-  constexpr std::uint64_t kOnes = 0x0001000100010001;
-  constexpr std::uint64_t kTops = 0x8000800080008000;
-  std::uint64_t found = 0;
-  for (unsigned offset = 0; offset < 2 * kUnitsABlock; offset += 8) {
-    std::uint64_t word;
-    std::memcpy(&word, block + offset, 8);
-    found |= (word - kOnes) & ~word;
-  }
-  return (found & kTops) != 0;
-}
 
 #if defined(__x86_64__) || defined(__i386__)
 // The units at the front that stand in blocks of 128 bytes without a zero unit.
@@ -57,8 +43,9 @@ unsigned WideLength(const unsigned char* text, unsigned limit) {
   constexpr unsigned kLong = 128;  // shorter texts are not worth the question
   if (limit >= kLong && WidestVectors() >= 32) index = WideBlocksAhead(text, limit);
 #endif
-  while (index + kUnitsABlock <= limit && !BlockHasZeroUnit(text + 2 * index)) {
-    index += kUnitsABlock;
+  constexpr unsigned kUnitsAWord = 4;
+  while (index + kUnitsAWord <= limit && !HasZeroUnit<unsigned short>(LoadWord(text + 2 * index))) {
+    index += kUnitsAWord;
   }
   while (index < limit && ReadUnit(text, true, index) != 0) ++index;
   return index;

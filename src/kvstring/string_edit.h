@@ -119,4 +119,12 @@ inline Text TextOf(const KvString& string) {
           units == 0 ? 0 : units - 1};
 }
 
+// Assigns `count` bytes in the default 8-bit code set and the default language, as all texts are
+// that come from outside or are printed. False, and nothing done, when memory is short.
+inline bool AssignDefault8(KvString& target, const void* text, unsigned count) {
+  const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
+  return StringAccess::Assign(target, codeSet, KvLanguageContext::GetDefaultLanguage(), text,
+                              codeSet, count);
+}
+
 }  // namespace kv

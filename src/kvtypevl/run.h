@@ -27,6 +27,14 @@ inline std::uint64_t LoadWord(const unsigned char* at) {
   return word;
 }
 
+// Whether one of the units that a word holds is zero.
+template <class Unit>
+constexpr bool HasZeroUnit(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
+  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
+  return ((word - kOnes) & ~word & kTops) != 0;
+}
+
 // The position of the first byte in which two buffers differ, `size` when they do not. Long equal
 // stretches go through memcmp, which is as fast as the memory; a difference near the front, the
 // common case between index keys, is found without a call.

@@ -20,9 +20,7 @@ namespace {
 // What `out = text` does, for a text whose length is known: printing is mostly this.
 KvString& SetText(KvString& out, const char* text, unsigned length) {
   if (length == 0) return out = "";
-  const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
-  StringAccess::Assign(out, codeSet, KvLanguageContext::GetDefaultLanguage(), text, codeSet,
-                       length);
+  AssignDefault8(out, text, length);
   return out;
 }
 
