@@ -135,6 +135,29 @@ void RegisterKeys(const char* kind, unsigned char codeSet, unsigned char format)
   };
   bench::Pair("compare stored " + label, "comparing loaded ones", 1, inPlace, inMemory,
               Keys::kCount);
+  const auto same = std::make_shared<Keys>(*keys);
+  constexpr unsigned kRun = 16;
+  const auto runsInPlace = [=] {
+    int sum = 0;
+    int status = 0;
+    for (unsigned i = 0; i < Keys::kCount; i += kRun) {
+      const unsigned begin = keys->places[i].offset;
+      const unsigned length = keys->places[i + kRun].offset - begin;
+      sum += StringCompare(keys->order, length, keys->stored.data() + begin, length,
+                           same->stored.data() + begin, 0, kRun, status);
+    }
+    benchmark::DoNotOptimize(sum);
+  };
+  const auto runsInMemory = [=] {
+    int sum = 0;
+    int status = 0;
+    for (unsigned i = 0; i < Keys::kCount; i += kRun) {
+      sum += StringCompare(8, 0, &keys->loaded[i], 0, &same->loaded[i], 0, kRun, status);
+    }
+    benchmark::DoNotOptimize(sum);
+  };
+  bench::Pair("compare equal runs of 16 stored " + label, "comparing loaded ones", 1, runsInPlace,
+              runsInMemory, Keys::kCount);
   bench::Pair("compare stored " + label, "loading, then comparing", 0, inPlace, loading,
               Keys::kCount);
 }

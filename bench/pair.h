@@ -1,5 +1,5 @@
 // A measured pair: one operation of this library and what one would use instead, registered side by
-// side so that one interleaved run times both. bench/main.cpp prints the ratio of the medians.
+// side so that one interleaved run times both. bench/main.cpp prints the ratio.
 //
 //   const bench::Pair registered("hash of 2^20 o_4b", "plain XOR loop", 0.8,
 //                                [] { ...; }, [] { ...; });

@@ -4,6 +4,7 @@
 // texts of orders) goes through order cursors, which are plain and slower.
 #include "kvstring/collate_quick.h"
 #include "kvstring/collate_units.h"
+#include "kvtypevl/compare.h"
 
 namespace kv {
 
@@ -224,7 +225,7 @@ namespace {
 
 [[gnu::noinline]] int CompareAnyStrings(const KvString& string1, const KvString& string2,
                                         unsigned short cmpOp) {
-  return CompareExtraordinary(TextOf(string1), TextOf(string2), cmpOp, 65535);
+  return ThreeWay(CompareExtraordinary(TextOf(string1), TextOf(string2), cmpOp, 65535), 0);
 }
 
 }  // namespace

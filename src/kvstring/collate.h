@@ -100,7 +100,7 @@ class OrderCursor {
 int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength = 65535);
 
-// The same for two strings, whole.
+// The same for two strings, whole: -1, 0 or 1.
 int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp);
 
 // The first position from `start` on, in units, where the pattern is found; -1 when there is none.

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "kvstring/collate.h"
+#include "kvstring/collate_quick.h"
 #include "kvstring/string_edit.h"
 #include "kvtypevl/codec.h"
 #include "kvtypevl/format.h"
@@ -15,7 +15,8 @@ namespace kv {
 struct StringBlock {
   static constexpr unsigned kLengthField = 2;
   static constexpr unsigned kHeader = 4;  // length, code set, language
-  static constexpr unsigned char kMarker[2] = {0x00, 0xFF};
+  // 00 FF, the terminator and the marker, as a unit of memory order.
+  static constexpr unsigned short kMarker = 0xFF00;
   // A cut block with this much of its body left is not an index key but a damaged length.
   static constexpr unsigned kLongestKeyBody = 253;
 
@@ -35,20 +36,27 @@ struct StringBlock {
     if (body < kHeader) return 0;
     return wide ? (body - kHeader) / 2 : body - kHeader;
   }
+
+  static unsigned Units(const unsigned char* block, bool wide, bool reversed) {
+    return TextUnits(ReadLength(block, reversed), wide);
+  }
 };
 
-// The bytes behind the length field of a block that has its header and lies in its buffer; 0 for
-// all others. A length of 0 means that the block is whole, and wraps around to the largest number.
-inline unsigned WholeBody(const unsigned char* block, unsigned length, bool reversed) {
-  if (length == 1) return 0;
-  const unsigned body = StringBlock::ReadLength(block, reversed);
-  return body < StringBlock::kHeader || length - 1 <= body ? 0 : body;
-}
-
-// Whether an 8-bit block of the new form ends as it is written: a zero and the marker. Such a text
-// needs no length.
-inline bool IsTerminated(const unsigned char* block, unsigned body) {
-  return std::memcmp(block + body, StringBlock::kMarker, sizeof StringBlock::kMarker) == 0;
+// Whether two blocks have their headers, lie in their buffers and end as the new form does, with a
+// zero byte and the marker; 8-bit texts in them need no length. A buffer length of 0 means that the
+// block is whole, and wraps around to the largest number.
+[[gnu::always_inline]] inline bool AreWhole(const unsigned char* block1, unsigned length1,
+                                            const unsigned char* block2, unsigned length2,
+                                            Format format) {
+  if (length1 == 1 || length2 == 1) return false;
+  const bool reversed = format.IsReversed();
+  const unsigned body1 = StringBlock::ReadLength(block1, reversed);
+  const unsigned body2 = StringBlock::ReadLength(block2, reversed);
+  const auto ends = [](const unsigned char* block, unsigned body) {
+    return LoadUnit<unsigned short>(block + body, 0) == StringBlock::kMarker;
+  };
+  return body1 >= StringBlock::kHeader && body2 >= StringBlock::kHeader && body1 < length1 - 1 &&
+         body2 < length2 - 1 && ends(block1, body1) && ends(block2, body2);
 }
 
 // Walks the strings of a stored run in either form, as texts that lie where they are stored. No
@@ -64,6 +72,11 @@ class StoredStringRun {
   // Takes the next string: 0, kvBufferShort when it starts at or beyond the end of the buffer or
   // its header does, kvNotSupported when its length cannot be right.
   int Next(Text& text);
+
+  // Passes the leading strings, at most `count`, whose blocks are whole and the same in both runs,
+  // byte by byte: they compare equal unless a wildcard stands for something else than itself.
+  // Result: their number.
+  unsigned PassEqual(StoredStringRun& other, unsigned count);
 
   // Whether the buffer ends before the last string does.
   bool IsCut() const { return isCut_; }
@@ -102,6 +115,23 @@ inline bool StoredStringRun::IsOldForm() const {
   if (left_ < Block::kLengthField) return false;
   const unsigned body = Block::ReadLength(at_, reversed_);
   return body != 0 && left_ >= body + Block::kLengthField && at_[body + 1] == 0;
+}
+
+inline unsigned StoredStringRun::PassEqual(StoredStringRun& other, unsigned count) {
+  if (old_ || other.old_ || wildcardsInUse) return 0;
+  unsigned passed = 0;
+  while (passed < count && std::min(left_, other.left_) >= Block::kLengthField) {
+    const unsigned body = Block::ReadLength(at_, reversed_);
+    const unsigned size = Block::kLengthField + body;
+    if (body != Block::ReadLength(other.at_, reversed_) || std::min(left_, other.left_) < size ||
+        std::memcmp(at_, other.at_, size) != 0) {
+      break;
+    }
+    Advance(size);
+    other.Advance(size);
+    ++passed;
+  }
+  return passed;
 }
 
 inline int StoredStringRun::Next(Text& text) {

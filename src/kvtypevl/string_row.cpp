@@ -51,7 +51,9 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
                   Format format, unsigned short cmpOp, unsigned count, int& result) {
   Run run1(values1, length1, format, count);
   Run run2(values2, length2, format, count);
-  for (unsigned index = 0; index < count; ++index) {
+  unsigned index = 0;
+  if constexpr (requires { run1.PassEqual(run2, count); }) index = run1.PassEqual(run2, count);
+  for (; index < count; ++index) {
     Text text1;
     Text text2;
     result = run1.Next(text1);
@@ -64,8 +66,8 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
 }
 
 // Any two runs; what is not ordinary among single strings too.
-[[gnu::noinline]] int CompareAnyRuns(unsigned char op, unsigned length1, void* value1,
-                                     unsigned length2, void* value2, unsigned short cmpOp,
+[[gnu::noinline]] int CompareAnyRuns(unsigned char op, unsigned length1, const void* value1,
+                                     unsigned length2, const void* value2, unsigned short cmpOp,
                                      unsigned count, int& result) {
   const Format format{op};
   return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
@@ -76,13 +78,12 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
 
 // What the first difference, behind `passed` units, leaves undecided between two whole blocks.
 [[gnu::noinline]] int CompareBlocksRest(const unsigned char* block1, const unsigned char* block2,
-                                        bool reversed, unsigned passed, unsigned short cmpOp) {
-  const unsigned char codeSet = block1[2];
-  const unsigned char language = block1[3];
-  const bool wide = KvIsWideCodeSet(codeSet);
+                                        unsigned char op, unsigned short cmpOp, unsigned passed) {
+  const bool reversed = Format{op}.IsReversed();
+  const bool wide = KvIsWideCodeSet(block1[2]);
   const auto textOf = [=](const unsigned char* block) -> Text {
-    const unsigned body = StringBlock::ReadLength(block, reversed);
-    return {codeSet, language, block + StringBlock::kHeader, StringBlock::TextUnits(body, wide),
+    return {block[2], block[3], block + StringBlock::kHeader,
+            StringBlock::Units(block, wide, reversed),
             static_cast<unsigned char>(reversed ? 2 : 1)};
   };
   return ThreeWay(CompareRest(textOf(block1), textOf(block2), passed, cmpOp), 0);
@@ -187,44 +188,41 @@ int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*forma
 
 }  // namespace kv
 
-// An index probe compares single strings; ordinary ones take no detour through a run. Everything
-// else is called at the end and only there, so that they need no stack frame either.
+// An index probe compares single strings; those take no detour through a run. Everything out of the
+// ordinary is called at the end and only there, with what was given, so that it costs them nothing.
 int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
                   unsigned short cmpOp, unsigned count, int& result) {
   using namespace kv;
   result = kvOk;
-  if (count == 0) return 0;
   const Format format{op};
-  const auto any = [&] {
+  if (count != 1) [[unlikely]] {
     return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
-  };
-  if (count != 1) return any();
+  }
   if (format.IsMemory()) {
-    return ThreeWay(CompareStrings(*static_cast<const KvString*>(value1),
-                                   *static_cast<const KvString*>(value2), cmpOp),
-                    0);
+    return CompareStrings(*static_cast<const KvString*>(value1),
+                          *static_cast<const KvString*>(value2), cmpOp);
   }
   const auto* block1 = static_cast<const unsigned char*>(value1);
   const auto* block2 = static_cast<const unsigned char*>(value2);
-  const bool reversed = format.IsReversed();
-  const unsigned body1 = WholeBody(block1, length1, reversed);
-  const unsigned body2 = WholeBody(block2, length2, reversed);
-  if (body1 == 0 || body2 == 0) return any();
+  if (!AreWhole(block1, length1, block2, length2, format)) [[unlikely]] {
+    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+  }
   const unsigned char codeSet = block1[2];
   const unsigned char language = block1[3];
-  if (!IsOrdinary(codeSet, language, block2[2], block2[3], cmpOp)) return any();
-  const unsigned char* text1 = block1 + StringBlock::kHeader;
-  const unsigned char* text2 = block2 + StringBlock::kHeader;
-  const auto rest = [&](unsigned passed) {
-    return CompareBlocksRest(block1, block2, reversed, passed, cmpOp);
+  if (!IsOrdinary(codeSet, language, block2[2], block2[3], cmpOp)) [[unlikely]] {
+    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+  }
+  const auto rest = [=](unsigned passed) {
+    return CompareBlocksRest(block1, block2, op, cmpOp, passed);
   };
   if (!KvIsWideCodeSet(codeSet)) {
-    if (!IsTerminated(block1, body1) || !IsTerminated(block2, body2)) return any();
-    return DecideBy(FindTerminated<unsigned char>(text1, text2), ByteOrderTable(codeSet, language),
-                    rest);
+    const auto difference =
+        FindTerminated<unsigned char>(block1 + StringBlock::kHeader, block2 + StringBlock::kHeader);
+    return DecideBy(difference, ByteOrderTable(codeSet, language), rest);
   }
-  if (block1[body1 + 1] == 0 || block2[body2 + 1] == 0) return any();
-  return DecideBy(FindCounted<unsigned short>(text1, StringBlock::TextUnits(body1, true), text2,
-                                              StringBlock::TextUnits(body2, true), reversed),
-                  WideOrderTable(language), rest);
+  const bool reversed = format.IsReversed();
+  const auto difference = FindCounted<unsigned short>(
+      block1 + StringBlock::kHeader, StringBlock::Units(block1, true, reversed),
+      block2 + StringBlock::kHeader, StringBlock::Units(block2, true, reversed), reversed);
+  return DecideBy(difference, WideOrderTable(language), rest);
 }

@@ -39,7 +39,7 @@ unsigned char* StoreFrame(unsigned char* stored, unsigned data, unsigned char co
   stored[2] = codeSet;
   stored[3] = language;
   unsigned char* text = stored + Block::kHeader;
-  std::memcpy(text + data - 2, Block::kMarker, 2);
+  std::memcpy(text + data - 2, &Block::kMarker, 2);
   return text;
 }
 

@@ -75,6 +75,66 @@ TEST_CASE("order and hash are the same in memory and in both stored orders") {
   CHECK(types.Hash(KvSTRING_T, 0, pair, 2, 8, status) == 0);
 }
 
+// Runs skip what they have in common unread; one by one, the strings take another way.
+TEST_CASE("a stored run compares as its strings do one by one, wherever a buffer ends") {
+  const KvTypeMgr types;
+  std::vector<KvString> left = {"same", Make(u"\u20ACuro", 253, 5), "", "same", "tail"};
+  left[2].SetNullValue();
+  for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+    for (const char* last : {"tail", "Tail", "tails", "a"}) {
+      std::vector<KvString> right = left;
+      right.back() = last;
+      std::vector<unsigned char> bytes[2];
+      std::vector<unsigned> starts[2];
+      for (std::size_t i = 0; i < left.size(); ++i) {
+        for (int side = 0; side < 2; ++side) {
+          starts[side].push_back(static_cast<unsigned>(bytes[side].size()));
+          const auto block = Stored((side == 0 ? left : right)[i], format);
+          bytes[side].insert(bytes[side].end(), block.begin(), block.end());
+        }
+      }
+      const auto count = static_cast<unsigned>(left.size());
+      for (auto length = static_cast<unsigned>(bytes[0].size()); length != 0; --length) {
+        const std::vector<unsigned char> cut(bytes[0].begin(), bytes[0].begin() + length);
+        int expected = 0, expectedStatus = 0;
+        for (unsigned i = 0; i < count && expected == 0 && expectedStatus == 0; ++i) {
+          expectedStatus = kvBufferShort;
+          if (starts[0][i] >= length) break;
+          expected = types.Cmp(KvSTRING_T, length - starts[0][i],
+                               const_cast<unsigned char*>(cut.data()) + starts[0][i], 0,
+                               bytes[1].data() + starts[1][i], 0, 1, format, expectedStatus);
+        }
+        int status = -1;
+        CHECK(types.Cmp(KvSTRING_T, length, const_cast<unsigned char*>(cut.data()), 0,
+                        bytes[1].data(), 0, count, format, status) == expected);
+        CHECK(status == expectedStatus);
+      }
+      int status = -1;
+      CHECK(
+          types.Cmp(KvSTRING_T, 0, bytes[0].data(), 0, bytes[1].data(), 0, count, format, status) ==
+          types.Cmp(KvSTRING_T, 0, left.data(), 0, right.data(), 0, count, 8, status));
+    }
+  }
+}
+
+TEST_CASE("a stored pattern is no equal of itself when its escape stands for another text") {
+  const KvTypeMgr types;
+  KvString run[2] = {"a\\b", "c"};
+  std::vector<unsigned char> blocks = Stored(run[0], 0);
+  const auto second = Stored(run[1], 0);
+  blocks.insert(blocks.end(), second.begin(), second.end());
+  int status = -1;
+  const auto compare = [&] {
+    const int loaded = types.Cmp(KvSTRING_T, 0, run, 0, run, 0, 2, 8, status);
+    CHECK(types.Cmp(KvSTRING_T, 0, blocks.data(), 0, blocks.data(), 0, 2, 0, status) == loaded);
+    return loaded;
+  };
+  CHECK(compare() == 0);
+  KvString::SetEscape(KvChar('\\', 1, 1));
+  CHECK(compare() != 0);
+  KvString::SetEscape(KvChar('\0', 1, 1));
+}
+
 TEST_CASE("null, conversion and default") {
   KvTypeMgr types, old(3);
   KvString value("x");
