@@ -33,7 +33,7 @@ inline constexpr unsigned kNullableStep = width / (sizeof(Scalar) == 1 ? 2 : 4);
 // layouts place them so (32-bit lanes; "-" is padding):
 //
 //   8-byte scalars   low high flag -, four loads
-//   KvInt64          low high flag, three loads hold four elements a block
+//   KvInt64          low high flag, three loads
 //   4-byte scalars   key flag, two loads
 //
 // Which lane an element gets is no matter, as long as key and flag get the same.
@@ -42,22 +42,20 @@ template <class Scalar, unsigned width>
                                                      const unsigned char* at) {
   Lanes<width> a, b, c, d, e, f;
   if constexpr (std::is_same_v<Scalar, KvInt64>) {
-    LoadBlocks<width, 48>(a, at);
-    LoadBlocks<width, 48>(b, at + 16);
-    LoadBlocks<width, 48>(c, at + 32);
-    ChooseLanes<width, 2, 2, 1, 1>(d, b, c);
-    ChooseLanes<width, 0, 3, 0, 2>(keys, a, d);  // low
-    ChooseLanes<width, 1, 1, 0, 0>(d, a, b);
-    ChooseLanes<width, 3, 3, 2, 2>(e, b, c);
-    ChooseLanes<width, 0, 2, 0, 2>(f, d, e);  // high
-    ChooseLanes<width, 2, 2, 1, 1>(d, a, b);
-    ChooseLanes<width, 0, 2, 0, 3>(flags, d, c);
-    keys ^= f;
+    LoadLanes<width>(a, at);
+    LoadLanes<width>(b, at + width);
+    LoadLanes<width>(c, at + 2 * width);
+    ChooseThirds<width, 0>(keys, a, b, c);  // low
+    ChooseThirds<width, 1>(d, a, b, c);     // high, one lane further up
+    ChooseThirds<width, 2>(flags, a, b, c);
+    RotateLanes<width, 1>(d);
+    RotateLanes<width, 2>(flags);
+    keys ^= d;
   } else if constexpr (sizeof(Scalar) == 8) {
-    LoadBlocks<width>(a, at);
-    LoadBlocks<width>(b, at + width);
-    LoadBlocks<width>(c, at + 2 * width);
-    LoadBlocks<width>(d, at + 3 * width);
+    LoadLanes<width>(a, at);
+    LoadLanes<width>(b, at + width);
+    LoadLanes<width>(c, at + 2 * width);
+    LoadLanes<width>(d, at + 3 * width);
     ChooseLanes<width, 2, 2, 2, 2>(e, a, b);
     ChooseLanes<width, 2, 2, 2, 2>(f, c, d);
     ChooseLanes<width, 0, 2, 0, 2>(flags, e, f);
@@ -67,24 +65,39 @@ template <class Scalar, unsigned width>
     ChooseLanes<width, 1, 3, 1, 3>(a, e, f);     // high
     keys ^= a;
   } else {
-    LoadBlocks<width>(a, at);
-    LoadBlocks<width>(b, at + width);
+    LoadLanes<width>(a, at);
+    LoadLanes<width>(b, at + width);
     ChooseLanes<width, 0, 2, 0, 2>(keys, a, b);
     ChooseLanes<width, 1, 3, 1, 3>(flags, a, b);
   }
   flags &= 0xFF;
 }
 
-// XORs into `products` those of the keys that stand `below` bits from the top of each lane.
+// Elements of 1 byte, two a lane as key, flag, key, flag: the keys of the first and of the second
+// ones, 0 for a null. Nulls are cleared by the first of the two shifts that extend a sign.
 template <class Scalar, unsigned width>
-[[gnu::always_inline]] inline void MultiplyNarrow(Lanes<width>& products, const Lanes<width>& lanes,
-                                                  unsigned below) {
-  constexpr unsigned kUnused = 32 - 8 * sizeof(Scalar);
-  const Lanes<width> raised = lanes << below;
-  const Lanes<width> keys = std::is_signed_v<Scalar>
-                                ? (Lanes<width>)((SignedLanes<width>)raised >> kUnused)
-                                : raised >> kUnused;
-  products ^= keys * kHashMultiplier;
+[[gnu::always_inline]] inline void LoadKeyPairs(Lanes<width>& first, Lanes<width>& second,
+                                                Lanes<width>& present, const unsigned char* at) {
+  constexpr bool kSigned = std::is_signed_v<Scalar>;
+  LoadLanes<width>(first, at);
+  const auto halves = (HalfLanes<width>)first;
+  const auto isPresent = halves < 256;
+  const auto kept = (Lanes<width>)(isPresent ? halves << (kSigned ? 8 : 0) : HalfLanes<width>{});
+  present = (Lanes<width>)isPresent;
+  first = kSigned ? (Lanes<width>)((SignedLanes<width>)(kept << 16) >> 24) : kept & 0xFF;
+  second = kSigned ? (Lanes<width>)((SignedLanes<width>)kept >> 24) : kept >> 16;
+}
+
+// Elements of 2 bytes, one a lane as key, key, flag, padding.
+template <class Scalar, unsigned width>
+[[gnu::always_inline]] inline void LoadShortKeys(Lanes<width>& keys, Lanes<width>& present,
+                                                 const unsigned char* at) {
+  constexpr bool kSigned = std::is_signed_v<Scalar>;
+  LoadLanes<width>(keys, at);
+  const auto isPresent = (keys & 0xFF0000) == 0;
+  keys = isPresent ? (kSigned ? keys << 16 : keys & 0xFFFF) : Lanes<width>{};
+  present = (Lanes<width>)isPresent;
+  if (kSigned) keys = (Lanes<width>)((SignedLanes<width>)keys >> 16);
 }
 
 // Adds the leading elements of a run in memory form that fill whole steps. Result: their number.
@@ -93,27 +106,20 @@ template <class Scalar, unsigned width>
 [[gnu::always_inline]] inline unsigned AddNullableLanes(NullableHash& hash, const unsigned char* at,
                                                         unsigned count) {
   constexpr unsigned kStep = kNullableStep<Scalar, width>;
-  Lanes<width> products{}, presence{}, keys, flags, present;
+  Lanes<width> products{}, presence{}, keys, others, flags, present;
   unsigned done = 0;
   for (; count - done >= kStep; done += kStep, at += kStep * sizeof(KvNullable<Scalar>)) {
     if constexpr (sizeof(Scalar) == 1) {
-      // A lane holds key, flag, key, flag: a half below 256 is present.
-      LoadBlocks<width>(keys, at);
-      present = (Lanes<width>)((HalfLanes<width>)keys < 256);
-      keys &= present;
-      MultiplyNarrow<Scalar, width>(products, keys, 24);
-      MultiplyNarrow<Scalar, width>(products, keys, 8);
+      LoadKeyPairs<Scalar, width>(keys, others, present, at);
+      products ^= others * kHashMultiplier;
     } else if constexpr (sizeof(Scalar) == 2) {
-      // A lane holds key, key, flag, padding.
-      LoadBlocks<width>(keys, at);
-      present = (Lanes<width>)((keys & 0xFF0000) == 0);
-      keys &= present;
-      MultiplyNarrow<Scalar, width>(products, keys, 16);
+      LoadShortKeys<Scalar, width>(keys, present, at);
     } else {
       LoadNullableLanes<Scalar, width>(keys, flags, at);
       present = (Lanes<width>)(flags == 0);
-      products ^= (keys & present) * kHashMultiplier;
+      keys &= present;
     }
+    products ^= keys * kHashMultiplier;
     presence ^= present;
   }
   // The elements are even in number, so the nulls are odd when the present ones are.

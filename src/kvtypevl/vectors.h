@@ -29,23 +29,9 @@ inline unsigned WidestVectors() {
   return 16;
 }
 
-template <unsigned width, class Vector, std::size_t... lane>
-[[gnu::always_inline]] inline void JoinHalves(Lanes<width>& joined, const Vector& low,
-                                              const Vector& high, std::index_sequence<lane...>) {
-  joined = __builtin_shufflevector(low, high, lane...);
-}
-
-// Blocks of 16 bytes that stand `step` bytes apart, the first at `at`.
-template <unsigned width, unsigned step = 16>
-[[gnu::always_inline]] inline void LoadBlocks(Lanes<width>& loaded, const unsigned char* at) {
-  if constexpr (width == 16 || step == 16) {
-    std::memcpy(&loaded, at, sizeof loaded);
-  } else {
-    Lanes<width / 2> low, high;
-    LoadBlocks<width / 2, step>(low, at);
-    LoadBlocks<width / 2, step>(high, at + width / 32 * step);
-    JoinHalves<width>(loaded, low, high, std::make_index_sequence<width / 4>());
-  }
+template <unsigned width>
+[[gnu::always_inline]] inline void LoadLanes(Lanes<width>& loaded, const unsigned char* at) {
+  std::memcpy(&loaded, at, sizeof loaded);
 }
 
 // In every block of 16 bytes: lanes i and j of `a`, then k and l of `b`.
@@ -61,6 +47,36 @@ template <unsigned width, unsigned i, unsigned j, unsigned k, unsigned l>
 [[gnu::always_inline]] inline void ChooseLanes(Lanes<width>& chosen, const Lanes<width>& a,
                                                const Lanes<width>& b) {
   ChooseLanes<width, i, j, k, l>(chosen, a, b, std::make_index_sequence<width / 4>());
+}
+
+// Of three vectors in a row, every third lane from lane `first` on, each where it stands: 3 shares
+// no factor with the number of lanes, so that no two stand in the same place.
+template <unsigned width, unsigned first, std::size_t... lane>
+[[gnu::always_inline]] inline void ChooseThirds(Lanes<width>& chosen, const Lanes<width>& a,
+                                                const Lanes<width>& b, const Lanes<width>& c,
+                                                std::index_sequence<lane...>) {
+  constexpr std::size_t kLanes = width / 4;
+  const Lanes<width> ab =
+      __builtin_shufflevector(a, b, (lane % 3 == first ? lane : kLanes + lane)...);
+  chosen =
+      __builtin_shufflevector(ab, c, ((2 * kLanes + lane) % 3 == first ? kLanes + lane : lane)...);
+}
+
+template <unsigned width, unsigned first>
+[[gnu::always_inline]] inline void ChooseThirds(Lanes<width>& chosen, const Lanes<width>& a,
+                                                const Lanes<width>& b, const Lanes<width>& c) {
+  ChooseThirds<width, first>(chosen, a, b, c, std::make_index_sequence<width / 4>());
+}
+
+// Every lane from `by` places further up, around the end.
+template <unsigned width, unsigned by, std::size_t... lane>
+[[gnu::always_inline]] inline void RotateLanes(Lanes<width>& lanes, std::index_sequence<lane...>) {
+  lanes = __builtin_shufflevector(lanes, lanes, ((lane + by) % (width / 4))...);
+}
+
+template <unsigned width, unsigned by>
+[[gnu::always_inline]] inline void RotateLanes(Lanes<width>& lanes) {
+  RotateLanes<width, by>(lanes, std::make_index_sequence<width / 4>());
 }
 
 }  // namespace kv
