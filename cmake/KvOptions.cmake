@@ -47,6 +47,9 @@ function(kv_shared_library name output)
   # A library's calls of its own functions are its own: nobody replaces one from outside, so none
   # goes through the procedure linkage table.
   target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  # A short hot function is up to a fifth slower where it straddles cache lines. With every function
+  # at the start of a line, none gets slower because the code before it grew.
+  target_compile_options(${name} PRIVATE -falign-functions=64)
   target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
   if(NOT KV_SANITIZE)
     target_link_options(${name} PRIVATE -Wl,--no-undefined)
