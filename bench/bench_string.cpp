@@ -73,93 +73,95 @@ void RegisterWidth(const char* width, unsigned char codeSet) {
       [=] { benchmark::DoNotOptimize(std::basic_string<Unit>(texts->theirs)); });
 }
 
-// Neighbouring keys of an index: pairs that share a beginning.
+// What is handed to a comparison; in memory no length is given. Both sides are found through such a
+// list, so that only the comparison differs.
+struct Operand {
+  void* value;
+  unsigned length;
+};
+using Operands = std::vector<Operand>;
+
+// Neighbouring keys of an index share a beginning.
 struct Keys {
   static constexpr unsigned kCount = 32768;
-  struct Place {
-    unsigned offset;
-    unsigned length;
-  };
+  static constexpr unsigned kRun = 16;
 
   Keys(unsigned char codeSet, unsigned char format) : order(format) {
-    for (unsigned i = 0; i < kCount + 1; ++i) {
+    std::vector<unsigned> offsets;
+    for (unsigned i = 0; i < kCount; ++i) {
       KvString key("customer-");
       key << (i * 2654435761u) % 1000000u << "-name";
       key.MapToCodeSet(codeSet);
       loaded.push_back(key);
-      const auto offset = static_cast<unsigned>(stored.size());
-      stored.resize(offset + key.GetBufferSize() + 8u);
-      const unsigned length = StringStore(stored.data() + offset, &key, format, 1);
-      stored.resize(offset + length);
-      places.push_back({offset, length});
+      offsets.push_back(static_cast<unsigned>(stored.size()));
+      stored.resize(stored.size() + key.GetBufferSize() + 8u);
+      stored.resize(offsets.back() + StringStore(stored.data() + offsets.back(), &key, format, 1));
+    }
+    offsets.push_back(static_cast<unsigned>(stored.size()));
+    for (unsigned i = 0; i < kCount; ++i) {
+      inMemory.push_back({&loaded[i], 0});
+      inPlace.push_back({stored.data() + offsets[i], offsets[i + 1] - offsets[i]});
+      if (i % kRun != 0) continue;
+      runsInMemory.push_back(inMemory.back());
+      runsInPlace.push_back({inPlace.back().value, offsets[i + kRun] - offsets[i]});
     }
   }
+  Keys(const Keys&) = delete;
+  Keys& operator=(const Keys&) = delete;
+
   unsigned char order;
   std::vector<KvString> loaded;
   std::vector<unsigned char> stored;
-  std::vector<Place> places;
+  Operands inMemory, inPlace, runsInMemory, runsInPlace;
 };
+
+int CompareAll(const Operand* left, const Operand* right, std::size_t pairs, unsigned char format,
+               unsigned count) {
+  int sum = 0;
+  int status = 0;
+  for (std::size_t i = 0; i < pairs; ++i) {
+    sum += StringCompare(format, left[i].length, left[i].value, right[i].length, right[i].value, 0,
+                         count, status);
+  }
+  return sum;
+}
 
 void RegisterKeys(const char* kind, unsigned char codeSet, unsigned char format) {
   const auto keys = std::make_shared<Keys>(codeSet, format);
+  const auto same = std::make_shared<Keys>(codeSet, format);
   const std::string label = std::string(kind) + " strings";
-  const auto inPlace = [=] {
-    int sum = 0;
-    int status = 0;
-    for (unsigned i = 0; i < Keys::kCount; ++i) {
-      const auto& a = keys->places[i];
-      const auto& b = keys->places[i + 1];
-      sum += StringCompare(keys->order, a.length, keys->stored.data() + a.offset, b.length,
-                           keys->stored.data() + b.offset, 0, 1, status);
-    }
-    benchmark::DoNotOptimize(sum);
+  const auto neighbours = [=](Operands Keys::*list, unsigned char order) {
+    return [=] {
+      const Operands& operands = (*keys).*list;
+      benchmark::DoNotOptimize(
+          CompareAll(&operands[0], &operands[1], operands.size() - 1, order, 1));
+    };
   };
-  const auto inMemory = [=] {
-    int sum = 0;
-    int status = 0;
-    for (unsigned i = 0; i < Keys::kCount; ++i) {
-      sum += StringCompare(8, 0, &keys->loaded[i], 0, &keys->loaded[i + 1], 0, 1, status);
-    }
-    benchmark::DoNotOptimize(sum);
+  const auto runs = [=](Operands Keys::*list, unsigned char order) {
+    return [=] {
+      const Operands& operands = (*keys).*list;
+      benchmark::DoNotOptimize(
+          CompareAll(&operands[0], &((*same).*list)[0], operands.size(), order, Keys::kRun));
+    };
   };
   const auto loading = [=] {
     int sum = 0;
     int status = 0;
     KvString a, b;
-    for (unsigned i = 0; i < Keys::kCount; ++i) {
-      StringLoad(&a, keys->stored.data() + keys->places[i].offset, keys->order, 1);
-      StringLoad(&b, keys->stored.data() + keys->places[i + 1].offset, keys->order, 1);
+    for (unsigned i = 0; i + 1 < Keys::kCount; ++i) {
+      StringLoad(&a, keys->inPlace[i].value, format, 1);
+      StringLoad(&b, keys->inPlace[i + 1].value, format, 1);
       sum += StringCompare(8, 0, &a, 0, &b, 0, 1, status);
     }
     benchmark::DoNotOptimize(sum);
   };
-  bench::Pair("compare stored " + label, "comparing loaded ones", 1, inPlace, inMemory,
-              Keys::kCount);
-  const auto same = std::make_shared<Keys>(*keys);
-  constexpr unsigned kRun = 16;
-  const auto runsInPlace = [=] {
-    int sum = 0;
-    int status = 0;
-    for (unsigned i = 0; i < Keys::kCount; i += kRun) {
-      const unsigned begin = keys->places[i].offset;
-      const unsigned length = keys->places[i + kRun].offset - begin;
-      sum += StringCompare(keys->order, length, keys->stored.data() + begin, length,
-                           same->stored.data() + begin, 0, kRun, status);
-    }
-    benchmark::DoNotOptimize(sum);
-  };
-  const auto runsInMemory = [=] {
-    int sum = 0;
-    int status = 0;
-    for (unsigned i = 0; i < Keys::kCount; i += kRun) {
-      sum += StringCompare(8, 0, &keys->loaded[i], 0, &same->loaded[i], 0, kRun, status);
-    }
-    benchmark::DoNotOptimize(sum);
-  };
-  bench::Pair("compare equal runs of 16 stored " + label, "comparing loaded ones", 1, runsInPlace,
-              runsInMemory, Keys::kCount);
+  const auto inPlace = neighbours(&Keys::inPlace, format);
+  bench::Pair("compare stored " + label, "comparing loaded ones", 1, inPlace,
+              neighbours(&Keys::inMemory, 8), Keys::kCount);
   bench::Pair("compare stored " + label, "loading, then comparing", 0, inPlace, loading,
               Keys::kCount);
+  bench::Pair("equal runs of 16 stored " + label, "the same, loaded", 1,
+              runs(&Keys::runsInPlace, format), runs(&Keys::runsInMemory, 8), Keys::kCount);
 }
 
 const bool registered = [] {

@@ -17,6 +17,8 @@
 #pragma once
 
 #include <bit>
+#include <cstring>
+#include <type_traits>
 
 #include "kvbase.h"
 
@@ -31,7 +33,7 @@ class KV_EXPORT KvInt64 {
   constexpr KvInt64(unsigned value) : low(value) {}  // high word 0
   constexpr KvInt64(unsigned lowWord, int highWord) : low(lowWord), high(highWord) {}
   constexpr KvInt64(long value) : KvInt64(static_cast<o_8b>(value)) {}
-  constexpr KvInt64(o_8b value) : KvInt64(std::bit_cast<KvInt64>(value)) {}
+  constexpr KvInt64(o_8b value) : KvInt64(FromBits(static_cast<o_u8b>(value))) {}
 
   // Keeps the seven significant decimal digits that "%E" prints and fills up with zeros; what is
   // left of the fraction after that rounding is cut off. Values made this way are stored, so the
@@ -120,7 +122,13 @@ class KV_EXPORT KvInt64 {
 
  private:
   constexpr o_u8b Bits() const { return std::bit_cast<o_u8b>(*this); }
-  static constexpr KvInt64 FromBits(o_u8b bits) { return std::bit_cast<KvInt64>(bits); }
+  // Copied and not cast: what is cast some compilers take apart and store word by word.
+  static constexpr KvInt64 FromBits(o_u8b bits) {
+    if (std::is_constant_evaluated()) return std::bit_cast<KvInt64>(bits);
+    KvInt64 value;
+    std::memcpy(static_cast<void*>(&value), &bits, sizeof value);
+    return value;
+  }
   static KvInt64 DivideByZero();
 };
 
