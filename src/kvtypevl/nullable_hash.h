@@ -3,6 +3,7 @@
 // vector at a time.
 #pragma once
 
+#include <cstdint>
 #include <type_traits>
 
 #include "kvnull.h"
@@ -145,6 +146,20 @@ template <class Scalar>
   return AddNullableLanes<Scalar, 32>(hash, at, count);
 }
 #endif
+
+// The elements in front of the first one that starts a cache line. Vectors as wide as a line take
+// twice the time when each reaches into the next one; 0 where that is no matter.
+template <class Scalar>
+unsigned NullablesBeforeLine(const unsigned char* at, unsigned count) {
+  constexpr unsigned kLine = 64;
+  if (sizeof(Scalar) < 4 || count < 8 * kNullableStep<Scalar, kLine>) return 0;
+  auto address = reinterpret_cast<std::uintptr_t>(at);
+  for (unsigned before = 0; before < kLine / 4; ++before) {
+    if (address % kLine == 0) return before;
+    address += sizeof(KvNullable<Scalar>);
+  }
+  return 0;
+}
 
 // As AddNullableLanes, by the widest vectors there are. A few elements are not worth the question.
 template <class Scalar>

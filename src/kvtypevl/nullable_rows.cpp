@@ -35,11 +35,18 @@ unsigned NullableRow<ScalarRowType>::Hash(unsigned char op, unsigned length, con
   NullableHash hash;
   Scalar scalar = ScalarCodecType::Blank();
   if (format.IsMemory()) {
-    unsigned i = AddLeadingNullables<Scalar>(hash, at, visible);
-    for (at += std::size_t{i} * stride; i < visible; ++i, at += stride) {
-      std::memcpy(static_cast<void*>(&scalar), at, sizeof scalar);
-      hash.Add(at[sizeof scalar] != 0, ScalarRowType::Key(scalar));
-    }
+    unsigned done = 0;
+    const auto addUpTo = [&](unsigned end) {
+      for (; done < end; ++done, at += stride) {
+        std::memcpy(static_cast<void*>(&scalar), at, sizeof scalar);
+        hash.Add(at[sizeof scalar] != 0, ScalarRowType::Key(scalar));
+      }
+    };
+    addUpTo(NullablesBeforeLine<Scalar>(at, visible));
+    const unsigned byLanes = AddLeadingNullables<Scalar>(hash, at, visible - done);
+    done += byLanes;
+    at += std::size_t{byLanes} * stride;
+    addUpTo(visible);
   } else {
     for (unsigned i = 0; i < visible; ++i, at += stride) {
       ScalarCodecType::Load(scalar, at + 1, format.IsReversed());

@@ -192,6 +192,12 @@ TEST_CASE_TEMPLATE_DEFINE("order and hash follow the scalar's, nulls first", M, 
     if (count == run.size()) break;
     expected ^= Types().Hash(M::kRow, 0, &run[count], 1, 8, hashed);
   }
+  // And from every place in a cache line on.
+  for (unsigned start = 0; start < 64; ++start) {
+    int hashed = -1;
+    CHECK(Types().Hash(M::kRow, 0, &run[start], 300 - start, 8, hashed) == expected);
+    expected ^= Types().Hash(M::kRow, 0, &run[start], 1, 8, hashed);
+  }
   // A long run with a difference in its last element, past every stretch compared as bytes.
   std::vector<Value> a = RandomRun<M>(random, 5000), b = a;
   b.back() = Value();
