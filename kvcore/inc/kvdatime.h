@@ -74,13 +74,55 @@ class KV_EXPORT KvDateTime : public KvDistinguishedValues<KvDateTime> {
 };
 
 // ---------------------------------------------------------------------------------------------
-// To the nanosecond. Totals count from 0000-01-01 00:00:00, the zero value.
+// What KvDateTimeN and KvTimeSpan do alike: additions, and totals of all components.
 //
-// Additions carry up: nanoseconds into seconds, and so on into days, which move the date through
-// its day number. Where the date is none that the calendar has, days are counted in months of 30
-// and years of 12 months, as in a KvTimeSpan, and the year stops at -32768 and 32767.
+// Additions carry up: nanoseconds into seconds, and so on into days. What days do is told with the
+// classes. Real numbers of seconds are cut off behind the nanoseconds; NaN counts as 0, and what is
+// beyond 64 bits of nanoseconds (292 years) as the nearest that fits.
 
-class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
+template <class Value>
+class KV_EXPORT KvNanosecondValue : public KvDistinguishedValues<Value> {
+ public:
+  void AddDays(int days);
+  void AddHours(int hours);
+  void AddMinutes(int minutes);
+  void AddSeconds(int seconds);
+  void AddSeconds(o_8b seconds);
+  // long: the 64-bit type of some hosts, which would fit none of the others exactly.
+  void AddSeconds(long seconds) { AddSeconds(static_cast<o_8b>(seconds)); }
+  void AddSeconds(double seconds);
+  void AddNanoSeconds(int nanoseconds);
+  void AddNanoSeconds(o_8b nanoseconds);
+  void AddNanoSeconds(long nanoseconds) { AddNanoSeconds(static_cast<o_8b>(nanoseconds)); }
+
+  // Totals of 64 bits wrap beyond them: nanoseconds do some 292 years from zero.
+  o_8b GetTotalSeconds() const;
+  o_8b GetTotalNanoSeconds() const;
+  double GetTotalSeconds_f() const;
+
+  // Make this the zero value plus a total, which may be negative: what the total of the same name
+  // then gives back.
+  void SetTotalDays(int days);
+  void SetTotalSeconds(o_8b seconds);
+  void SetTotalSeconds(long seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
+  void SetTotalSeconds(double seconds);
+  void SetTotalNanoSeconds(o_8b nanoseconds);
+  void SetZero();
+
+ private:
+  Value& Self() { return static_cast<Value&>(*this); }
+  const Value& Self() const { return static_cast<const Value&>(*this); }
+};
+
+// ---------------------------------------------------------------------------------------------
+// To the nanosecond. Totals count from 0000-01-01 00:00:00, the zero value: SetTotalSeconds(-1) is
+// 23:59:59 of -0001-12-31.
+//
+// Days that are added move the date through its day number. Where the date is none that the
+// calendar has, they are counted in months of 30 and years of 12 months, as in a KvTimeSpan, and
+// the year stops at -32768 and 32767.
+
+class KV_EXPORT KvDateTimeN : public KvNanosecondValue<KvDateTimeN> {
  public:
   // Now, local date and time.
   KvDateTimeN();
@@ -94,39 +136,13 @@ class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
   constexpr KvDateTimeN(short year, char month, char day, char hour, char minute, char second,
                         int nanoseconds)
       : date(year, month, day), time(hour, minute, second), nanosecond(nanoseconds) {}
-  // Seconds from the zero value, cut off behind the nanoseconds. NaN counts as 0; beyond 64 bits
-  // of nanoseconds (292 years) the nearest that fits.
+  // Seconds from the zero value, as AddSeconds has them.
   explicit KvDateTimeN(double seconds);
 
   // Nanoseconds become 0.
   constexpr KvDateTimeN& operator=(const KvDateTime& other) { return *this = KvDateTimeN(other); }
 
-  void AddDays(int days);
-  void AddHours(int hours);
-  void AddMinutes(int minutes);
-  void AddSeconds(int seconds);
-  void AddSeconds(o_8b seconds);
-  // long: the 64-bit type of some hosts, which would fit none of the others exactly.
-  void AddSeconds(long seconds) { AddSeconds(static_cast<o_8b>(seconds)); }
-  void AddSeconds(double seconds);  // to the nanosecond, as the constructor
-  void AddNanoSeconds(int nanoseconds);
-  void AddNanoSeconds(o_8b nanoseconds);
-  void AddNanoSeconds(long nanoseconds) { AddNanoSeconds(static_cast<o_8b>(nanoseconds)); }
-
-  // Totals of 64 bits wrap beyond them: nanoseconds do some 292 years from the year 0.
   int GetTotalDays() const;
-  o_8b GetTotalSeconds() const;
-  o_8b GetTotalNanoSeconds() const;
-  double GetTotalSeconds_f() const;
-
-  // Make this the zero value plus a total, which may be negative: what the total of the same name
-  // then gives back. SetTotalSeconds(-1) is 23:59:59 of -0001-12-31.
-  void SetTotalDays(int days);
-  void SetTotalSeconds(o_8b seconds);
-  void SetTotalSeconds(long seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
-  void SetTotalSeconds(double seconds);
-  void SetTotalNanoSeconds(o_8b nanoseconds);
-  void SetZero();
 
   // The KvDateTime comparison; when that is 0, -1, 0 or 1 by the nanoseconds, which match anything
   // where one is -1 and `flags` lacks bit 0x10.
@@ -157,39 +173,16 @@ class KV_EXPORT KvDateTimeN : public KvDistinguishedValues<KvDateTimeN> {
 // are -2 months and 25 days, and a second less than nothing is -1 day and 23:59:59. Years stop at
 // -32768 and 32767.
 
-class KV_EXPORT KvTimeSpan : public KvDistinguishedValues<KvTimeSpan> {
+class KV_EXPORT KvTimeSpan : public KvNanosecondValue<KvTimeSpan> {
  public:
   constexpr KvTimeSpan() : date(0, 0, 0), time(0, 0, 0), nanosecond(0) {}  // zero
   // Days are split into years, months and days; the others are kept as given, modulo 256 but for
   // the nanoseconds.
   KvTimeSpan(int days, int hours, int minutes, int seconds, int nanoseconds);
-  // Cut off behind the nanoseconds. NaN counts as 0; beyond 64 bits of nanoseconds the nearest
-  // that fits.
+  // As AddSeconds has them.
   explicit KvTimeSpan(double seconds);
 
-  void AddDays(int days);
-  void AddHours(int hours);
-  void AddMinutes(int minutes);
-  void AddSeconds(int seconds);
-  void AddSeconds(o_8b seconds);
-  void AddSeconds(long seconds) { AddSeconds(static_cast<o_8b>(seconds)); }
-  void AddSeconds(double seconds);
-  void AddNanoSeconds(int nanoseconds);
-  void AddNanoSeconds(o_8b nanoseconds);
-  void AddNanoSeconds(long nanoseconds) { AddNanoSeconds(static_cast<o_8b>(nanoseconds)); }
-
   int GetTotalDays() const;
-  o_8b GetTotalSeconds() const;
-  o_8b GetTotalNanoSeconds() const;  // wraps beyond 64 bits
-  double GetTotalSeconds_f() const;
-
-  // The whole span becomes the total, which may be negative.
-  void SetTotalDays(int days);
-  void SetTotalSeconds(o_8b seconds);
-  void SetTotalSeconds(long seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
-  void SetTotalSeconds(double seconds);
-  void SetTotalNanoSeconds(o_8b nanoseconds);
-  void SetZero();
 
   // Store one component as given, modulo its width.
   void SetYears(int years) { date.year = static_cast<short>(years); }
@@ -221,6 +214,8 @@ class KV_EXPORT KvTimeSpan : public KvDistinguishedValues<KvTimeSpan> {
 extern template class KvDistinguishedValues<KvDateTime>;
 extern template class KvDistinguishedValues<KvDateTimeN>;
 extern template class KvDistinguishedValues<KvTimeSpan>;
+extern template class KvNanosecondValue<KvDateTimeN>;
+extern template class KvNanosecondValue<KvTimeSpan>;
 
 static_assert(sizeof(KvDateTime) == 8 && sizeof(KvDateTimeN) == 12 && sizeof(KvTimeSpan) == 12);
 

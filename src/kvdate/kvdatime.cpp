@@ -53,10 +53,6 @@ constexpr int kDayNumberOfZero = kv::DayNumber(0, 1, 1);
 // ---------------------------------------------------------------------------------------------
 // The carry chain.
 
-// Days beyond the calendar: the date moves through its day number, or days are counted in months of
-// 30 and years of 12 months.
-enum class Carry { kDateTime, kSpan };
-
 constexpr short ClampYear(std::int64_t year) {
   return static_cast<short>(year < -32768 ? -32768 : year > 32767 ? 32767 : year);
 }
@@ -83,8 +79,13 @@ void AddDaysOf30(KvDate& date, std::int64_t days) {
   date = KvDate(ClampYear(date.year + month.carry), month.rest, day.rest);
 }
 
-void AddDaysTo(KvDate& date, std::int64_t days, Carry mode) {
-  if (mode == Carry::kSpan || !date.IsDate()) return AddDaysOf30(date, days);
+void AddDaysTo(KvTimeSpan& span, std::int64_t days) {
+  AddDaysOf30(span.date, days);
+}
+
+void AddDaysTo(KvDateTimeN& dateTime, std::int64_t days) {
+  KvDate& date = dateTime.date;
+  if (!date.IsDate()) return AddDaysOf30(date, days);
   const std::int64_t number = date.dayabs() + days;
   date = static_cast<int>(number) == number
              ? KvDate(static_cast<int>(number))
@@ -101,27 +102,27 @@ std::int64_t CarryOut(Component& component, std::int64_t amount, int base) {
 }
 
 template <class T>
-void AddHoursTo(T& value, std::int64_t hours, Carry mode) {
+void AddHoursTo(T& value, std::int64_t hours) {
   const std::int64_t days = CarryOut(value.time.hour, hours, 24);
-  if (days != 0) AddDaysTo(value.date, days, mode);
+  if (days != 0) AddDaysTo(value, days);
 }
 
 template <class T>
-void AddMinutesTo(T& value, std::int64_t minutes, Carry mode) {
+void AddMinutesTo(T& value, std::int64_t minutes) {
   const std::int64_t hours = CarryOut(value.time.minute, minutes, 60);
-  if (hours != 0) AddHoursTo(value, hours, mode);
+  if (hours != 0) AddHoursTo(value, hours);
 }
 
 template <class T>
-void AddSecondsTo(T& value, std::int64_t seconds, Carry mode) {
+void AddSecondsTo(T& value, std::int64_t seconds) {
   const std::int64_t minutes = CarryOut(value.time.second, seconds, 60);
-  if (minutes != 0) AddMinutesTo(value, minutes, mode);
+  if (minutes != 0) AddMinutesTo(value, minutes);
 }
 
 template <class T>
-void AddNanosecondsTo(T& value, std::int64_t nanoseconds, Carry mode) {
+void AddNanosecondsTo(T& value, std::int64_t nanoseconds) {
   const std::int64_t seconds = CarryOut(value.nanosecond, nanoseconds, kNanoseconds);
-  if (seconds != 0) AddSecondsTo(value, seconds, mode);
+  if (seconds != 0) AddSecondsTo(value, seconds);
 }
 
 std::int64_t NanosecondsOf(double seconds) {
@@ -129,16 +130,6 @@ std::int64_t NanosecondsOf(double seconds) {
 }
 
 // ---------------------------------------------------------------------------------------------
-
-template <class T>
-std::int64_t SecondsWithDays(const T& value) {
-  return std::int64_t{value.GetTotalDays()} * kSecondsOfDay + int{value.time};
-}
-
-template <class T>
-double RealSeconds(const T& value) {
-  return static_cast<double>(value.GetTotalSeconds()) + value.nanosecond / 1e9;
-}
 
 template <class T>
 KvDateTime ToTheSecond(const T& value) {
@@ -166,6 +157,83 @@ KvDateTimeN FromClock(const bhirestime& now) {
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// KvNanosecondValue
+
+template <class Value>
+void KvNanosecondValue<Value>::AddDays(int days) {
+  AddDaysTo(Self(), days);
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddHours(int hours) {
+  AddHoursTo(Self(), hours);
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddMinutes(int minutes) {
+  AddMinutesTo(Self(), minutes);
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddSeconds(int seconds) {
+  AddSecondsTo(Self(), seconds);
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddSeconds(o_8b seconds) {
+  AddSecondsTo(Self(), seconds);
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddSeconds(double seconds) {
+  AddNanosecondsTo(Self(), NanosecondsOf(seconds));
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddNanoSeconds(int nanoseconds) {
+  AddNanosecondsTo(Self(), nanoseconds);
+}
+template <class Value>
+void KvNanosecondValue<Value>::AddNanoSeconds(o_8b nanoseconds) {
+  AddNanosecondsTo(Self(), nanoseconds);
+}
+
+template <class Value>
+o_8b KvNanosecondValue<Value>::GetTotalSeconds() const {
+  return std::int64_t{Self().GetTotalDays()} * kSecondsOfDay + int{Self().time};
+}
+template <class Value>
+o_8b KvNanosecondValue<Value>::GetTotalNanoSeconds() const {
+  return kv::WrappingMultiplyAdd(GetTotalSeconds(), kNanoseconds, Self().nanosecond);
+}
+template <class Value>
+double KvNanosecondValue<Value>::GetTotalSeconds_f() const {
+  return static_cast<double>(GetTotalSeconds()) + Self().nanosecond / 1e9;
+}
+
+template <class Value>
+void KvNanosecondValue<Value>::SetTotalDays(int days) {
+  SetZero();
+  AddDays(days);
+}
+template <class Value>
+void KvNanosecondValue<Value>::SetTotalSeconds(o_8b seconds) {
+  SetZero();
+  AddSeconds(seconds);
+}
+template <class Value>
+void KvNanosecondValue<Value>::SetTotalSeconds(double seconds) {
+  SetZero();
+  AddSeconds(seconds);
+}
+template <class Value>
+void KvNanosecondValue<Value>::SetTotalNanoSeconds(o_8b nanoseconds) {
+  SetZero();
+  AddNanoSeconds(nanoseconds);
+}
+template <class Value>
+void KvNanosecondValue<Value>::SetZero() {
+  this->SetZeroValue();
+}
+
+template class KvNanosecondValue<KvDateTimeN>;
+template class KvNanosecondValue<KvTimeSpan>;
 
 // ---------------------------------------------------------------------------------------------
 // KvDateTime
@@ -253,62 +321,8 @@ KvDateTimeN::KvDateTimeN(double seconds) : KvDateTimeN(ZeroValue()) {
   AddSeconds(seconds);
 }
 
-void KvDateTimeN::AddDays(int days) {
-  AddDaysTo(date, days, Carry::kDateTime);
-}
-void KvDateTimeN::AddHours(int hours) {
-  AddHoursTo(*this, hours, Carry::kDateTime);
-}
-void KvDateTimeN::AddMinutes(int minutes) {
-  AddMinutesTo(*this, minutes, Carry::kDateTime);
-}
-void KvDateTimeN::AddSeconds(int seconds) {
-  AddSecondsTo(*this, seconds, Carry::kDateTime);
-}
-void KvDateTimeN::AddSeconds(o_8b seconds) {
-  AddSecondsTo(*this, seconds, Carry::kDateTime);
-}
-void KvDateTimeN::AddSeconds(double seconds) {
-  AddNanosecondsTo(*this, NanosecondsOf(seconds), Carry::kDateTime);
-}
-void KvDateTimeN::AddNanoSeconds(int nanoseconds) {
-  AddNanosecondsTo(*this, nanoseconds, Carry::kDateTime);
-}
-void KvDateTimeN::AddNanoSeconds(o_8b nanoseconds) {
-  AddNanosecondsTo(*this, nanoseconds, Carry::kDateTime);
-}
-
 int KvDateTimeN::GetTotalDays() const {
   return date.dayabs() - kDayNumberOfZero;
-}
-o_8b KvDateTimeN::GetTotalSeconds() const {
-  return SecondsWithDays(*this);
-}
-o_8b KvDateTimeN::GetTotalNanoSeconds() const {
-  return kv::WrappingMultiplyAdd(GetTotalSeconds(), kNanoseconds, nanosecond);
-}
-double KvDateTimeN::GetTotalSeconds_f() const {
-  return RealSeconds(*this);
-}
-
-void KvDateTimeN::SetTotalDays(int days) {
-  SetZero();
-  AddDays(days);
-}
-void KvDateTimeN::SetTotalSeconds(o_8b seconds) {
-  SetZero();
-  AddSeconds(seconds);
-}
-void KvDateTimeN::SetTotalSeconds(double seconds) {
-  SetZero();
-  AddSeconds(seconds);
-}
-void KvDateTimeN::SetTotalNanoSeconds(o_8b nanoseconds) {
-  SetZero();
-  AddNanoSeconds(nanoseconds);
-}
-void KvDateTimeN::SetZero() {
-  SetZeroValue();
 }
 
 int KvDateTimeN::Compare(const KvDateTimeN& other, unsigned short flags) const {
@@ -325,14 +339,14 @@ KvDateTimeN& KvDateTimeN::NowUTC() {
 int KvDateTimeN::ToLocalTime() {
   const int zone = bksgettimezone();
   if (zone == kvNoTimeZone) return kvNoTimeZone;
-  AddMinutesTo(*this, zone, Carry::kDateTime);
+  AddMinutesTo(*this, zone);
   return kvOk;
 }
 
 int KvDateTimeN::ToUTCTime() {
   const int zone = bksgettimezone();
   if (zone == kvNoTimeZone) return kvNoTimeZone;
-  AddMinutesTo(*this, -std::int64_t{zone}, Carry::kDateTime);
+  AddMinutesTo(*this, -std::int64_t{zone});
   return kvOk;
 }
 
@@ -360,62 +374,8 @@ KvTimeSpan::KvTimeSpan(double seconds) : KvTimeSpan() {
   AddSeconds(seconds);
 }
 
-void KvTimeSpan::AddDays(int days) {
-  AddDaysTo(date, days, Carry::kSpan);
-}
-void KvTimeSpan::AddHours(int hours) {
-  AddHoursTo(*this, hours, Carry::kSpan);
-}
-void KvTimeSpan::AddMinutes(int minutes) {
-  AddMinutesTo(*this, minutes, Carry::kSpan);
-}
-void KvTimeSpan::AddSeconds(int seconds) {
-  AddSecondsTo(*this, seconds, Carry::kSpan);
-}
-void KvTimeSpan::AddSeconds(o_8b seconds) {
-  AddSecondsTo(*this, seconds, Carry::kSpan);
-}
-void KvTimeSpan::AddSeconds(double seconds) {
-  AddNanosecondsTo(*this, NanosecondsOf(seconds), Carry::kSpan);
-}
-void KvTimeSpan::AddNanoSeconds(int nanoseconds) {
-  AddNanosecondsTo(*this, nanoseconds, Carry::kSpan);
-}
-void KvTimeSpan::AddNanoSeconds(o_8b nanoseconds) {
-  AddNanosecondsTo(*this, nanoseconds, Carry::kSpan);
-}
-
 int KvTimeSpan::GetTotalDays() const {
   return date.day + (date.month + 12 * date.year) * 30;
-}
-o_8b KvTimeSpan::GetTotalSeconds() const {
-  return SecondsWithDays(*this);
-}
-o_8b KvTimeSpan::GetTotalNanoSeconds() const {
-  return kv::WrappingMultiplyAdd(GetTotalSeconds(), kNanoseconds, nanosecond);
-}
-double KvTimeSpan::GetTotalSeconds_f() const {
-  return RealSeconds(*this);
-}
-
-void KvTimeSpan::SetTotalDays(int days) {
-  SetZero();
-  AddDays(days);
-}
-void KvTimeSpan::SetTotalSeconds(o_8b seconds) {
-  SetZero();
-  AddSeconds(seconds);
-}
-void KvTimeSpan::SetTotalSeconds(double seconds) {
-  SetZero();
-  AddSeconds(seconds);
-}
-void KvTimeSpan::SetTotalNanoSeconds(o_8b nanoseconds) {
-  SetZero();
-  AddNanoSeconds(nanoseconds);
-}
-void KvTimeSpan::SetZero() {
-  SetZeroValue();
 }
 
 int KvTimeSpan::Compare(const KvTimeSpan& other, unsigned short flags) const {
