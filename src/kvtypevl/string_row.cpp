@@ -204,14 +204,12 @@ int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned len
   }
   const auto* block1 = static_cast<const unsigned char*>(value1);
   const auto* block2 = static_cast<const unsigned char*>(value2);
-  if (!AreWhole(block1, length1, block2, length2, format)) [[unlikely]] {
+  if (!AreWhole(block1, length1, block2, length2, format) ||
+      !IsOrdinary(block1[2], block1[3], block2[2], block2[3], cmpOp)) [[unlikely]] {
     return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
   }
   const unsigned char codeSet = block1[2];
   const unsigned char language = block1[3];
-  if (!IsOrdinary(codeSet, language, block2[2], block2[3], cmpOp)) [[unlikely]] {
-    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
-  }
   const auto rest = [=](unsigned passed) {
     return CompareBlocksRest(block1, block2, op, cmpOp, passed);
   };
