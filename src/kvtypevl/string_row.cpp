@@ -86,7 +86,7 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
             StringBlock::Units(block, wide, reversed),
             static_cast<unsigned char>(reversed ? 2 : 1)};
   };
-  return ThreeWay(CompareRest(textOf(block1), textOf(block2), passed, cmpOp), 0);
+  return CompareRest(textOf(block1), textOf(block2), passed, cmpOp);
 }
 
 // The unit with the lowest order of a code set and language: a text followed by it is the shortest
