@@ -3,11 +3,11 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "../tools/kvtm/catalogue.h"
-#include "../tools/kvtm/failure.h"
-#include "../tools/kvtm/stored.h"
-#include "../tools/kvtm/values.h"
+#include "catalogue.h"
+#include "failure.h"
 #include "kv.h"
+#include "stored.h"
+#include "values.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ void LoadAndShow(char id, const Bytes& bytes, unsigned char order) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  if (size < 2 || data[0] >= kTypeCount - 1) return 0;
+  if (size < 2 || data[0] >= TypeCount() - 1) return 0;
   try {
     Bytes bytes;
     AppendHex({reinterpret_cast<const char*>(data + 2), size - 2}, bytes);

@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <memory>
 
-#include "../tools/kvtm/failure.h"
-#include "../tools/kvtm/stored.h"
+#include "failure.h"
 #include "kv.h"
+#include "stored.h"
 
 namespace {
 

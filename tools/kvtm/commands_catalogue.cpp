@@ -14,7 +14,7 @@ std::string StoredSize(char id) {
 
 void PrintTypesAsJson() {
   std::string json = "[\n";
-  for (char id = 0; id < kTypeCount; ++id) {
+  for (char id = 0; id < TypeCount(); ++id) {
     const std::string stored = StoredSize(id);
     json += "  {\"id\": " + std::to_string(id) + ", \"name\": " + JsonText(TypeName(id)) +
             ", \"idName\": " + JsonText(TypeIdName(id)) +
@@ -23,7 +23,7 @@ void PrintTypesAsJson() {
             ", \"fixed\": " + (Types().IsFixed(id) ? "true" : "false") +
             ", \"nullable\": " + (Types().SupportsNullValue(id) ? "true" : "false") +
             ", \"format\": " + JsonText(Types().ExchangeFormat(id, nullptr)) + "}" +
-            (id + 1 < kTypeCount ? ",\n" : "\n");
+            (id + 1 < TypeCount() ? ",\n" : "\n");
   }
   Print(json + "]\n");
 }
@@ -55,7 +55,7 @@ int RunTypes(const Arguments& arguments) {
   }
   std::vector<std::vector<std::string>> rows = {
       {"id", "type", "id name", "memory", "stored", "null", "format"}};
-  for (char id = 0; id < kTypeCount; ++id) {
+  for (char id = 0; id < TypeCount(); ++id) {
     rows.push_back({std::to_string(id), TypeName(id), TypeIdName(id),
                     std::to_string(Types().MemLenGet(id, 1)), StoredSize(id),
                     Types().SupportsNullValue(id) ? "yes" : "no",

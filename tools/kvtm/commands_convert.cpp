@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "input.h"
+#include "names.h"
 #include "numbers.h"
 #include "text.h"
 

@@ -1,5 +1,5 @@
 // Texts between the command line and the library: the command line speaks UTF-8, a KvString any
-// code set. Also the names of code sets and languages.
+// code set.
 #pragma once
 
 #include <optional>
@@ -35,10 +35,3 @@ KvString StringFromUtf8(std::string_view utf8, const StringTraits& traits);
 KvString StringFromBytes(std::string_view bytes, const StringTraits& traits);
 
 std::string Utf8FromString(const KvString& text);
-
-// A code set by number or name; `description` names one for people. Fail (usage) when unknown.
-unsigned char FindCodeSet(std::string_view text);
-std::string CodeSetName(unsigned char codeSet);
-
-// A language by number or English name.
-unsigned char FindLanguage(std::string_view text);

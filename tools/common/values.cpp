@@ -136,7 +136,7 @@ TextRule MakeRule(char id) {
 const TextRule& RuleOf(char id) {
   static const std::vector<TextRule> rules = [] {
     std::vector<TextRule> all;
-    for (char each = 0; each < kTypeCount; ++each) all.push_back(MakeRule(each));
+    for (char each = 0; each < TypeCount(); ++each) all.push_back(MakeRule(each));
     return all;
   }();
   return rules[static_cast<std::size_t>(id)];

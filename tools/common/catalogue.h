@@ -7,15 +7,19 @@
 
 #include "kv.h"
 
-inline constexpr int kTypeCount = 47;
-
 // The process's type manager.
 KvTypeMgr& Types();
+
+// Ids 0 to TypeCount() - 1 are the rows of the catalogue.
+int TypeCount();
+// False for the illegal row, which has no values.
+bool HasValues(char id);
 
 std::string TypeName(char id);    // "o_4b"
 std::string TypeIdName(char id);  // "Kv4B_T"
 
-// The type that `text` names. Fails (Failure, usage) for an unknown one, with the nearest name.
+// The type that `text` names. Fails (Failure, usage) for an unknown one, with the names it
+// may have meant.
 char FindType(std::string_view text);
 
 // The same, for commands that handle values: the illegal row is refused, as it has none.

@@ -1,25 +1,9 @@
 #include "text.h"
 
 #include "failure.h"
-#include "numbers.h"
+#include "names.h"
 
 namespace {
-
-struct NamedCodeSet {
-  unsigned char number;
-  const char* name;
-  const char* otherName;
-};
-
-constexpr NamedCodeSet kCodeSets[] = {
-    {0, "bytes", "native"},        {1, "ISO-8859-1", "latin1"},   {2, "Windows-1252", "cp1252"},
-    {3, "ISO-8859-15", "latin9"},  {4, "IBM850", "cp850"},        {5, "MacRoman", "macintosh"},
-    {6, "ISO-8859-2", "latin2"},   {7, "Windows-1250", "cp1250"}, {8, "ISO-8859-5", "cyrillic"},
-    {9, "Windows-1251", "cp1251"}, {10, "KOI8-R", "koi8r"},       {11, "ISO-8859-7", "greek"},
-    {12, "ISO-8859-9", "latin5"},  {253, "Unicode", "ucs2"},
-};
-
-constexpr unsigned char kGreatestLanguage = 15;
 
 // Units beyond this many do not fit a string of that code set.
 std::size_t LongestText(unsigned char codeSet) {
@@ -169,35 +153,4 @@ std::string Utf8FromString(const KvString& text) {
     AppendUtf8(utf8, codeSet.ToUnicode(unit));
   }
   return utf8;
-}
-
-unsigned char FindCodeSet(std::string_view text) {
-  for (const NamedCodeSet& named : kCodeSets) {
-    if (EqualsIgnoringCase(text, named.name) || EqualsIgnoringCase(text, named.otherName)) {
-      return named.number;
-    }
-  }
-  unsigned long long number = 0;
-  if (ReadInteger(text, 0, kvCodeSetUnicode, number) == NumberFault::kNone) {
-    return static_cast<unsigned char>(number);
-  }
-  FailUsage("unknown code set " + Quoted(text) + "; kvtm help convert lists them");
-}
-
-std::string CodeSetName(unsigned char codeSet) {
-  for (const NamedCodeSet& named : kCodeSets) {
-    if (named.number == codeSet) return named.name;
-  }
-  return "code set " + std::to_string(codeSet);
-}
-
-unsigned char FindLanguage(std::string_view text) {
-  for (unsigned char number = 1; number <= kGreatestLanguage; ++number) {
-    if (EqualsIgnoringCase(text, KvLanguageContext::QueryLanguage(number)->Name())) return number;
-  }
-  unsigned long long number = 0;
-  if (ReadInteger(text, 0, 253, number) == NumberFault::kNone) {
-    return static_cast<unsigned char>(number);
-  }
-  FailUsage("unknown language " + Quoted(text) + "; kvtm help sort lists them");
 }
