@@ -10,8 +10,8 @@
 //   other 8-byte scalars   0 value   8 null   9 to 15 padding
 //
 // Stored form: an indicator byte, 1 for null, then the scalar in its own stored form. Stored with
-// the format bit 0x08 (which only a direct call of a row's store or load does) the scalar comes
-// first and the indicator byte behind it, without padding.
+// the format bit 0x08 (formats 8 to 15) the scalar comes first and the indicator byte behind it,
+// without padding; so comparers and hashes read formats 9 to 15.
 #pragma once
 
 #include "kvbase.h"

@@ -17,13 +17,16 @@
 // persistent record; it never depends on the ABI, the compiler or the host. The *format byte* that
 // travels with a buffer says which form it holds:
 //
-//   bit 0x08      set: memory form. Clear: stored form.
-//   low 4 bits    2: the stored bytes of each multi-byte field are reversed (most significant
-//                 first). Any other code: memory order (least significant first).
+//   low 4 bits    8: memory form.
+//                 2: stored form, the bytes of each multi-byte field reversed (most significant
+//                 first). Any other code: stored form in memory order (least significant first).
 //
 // So 8 names the memory form, 0 or 1 the stored form in memory order, 2 the reversed one. The
 // plain scalars, KvInt64 and KvBoolean look the same in memory and stored in memory order, and
-// read format 1 in place.
+// read format 1 in place. Comparers, hashes and bounds read the byte so; store and load know which
+// side is stored and take the byte order from it. Three things differ: Translate takes any format
+// with bit 0x08, and 9 to 15 among them, for memory; that bit puts the indicator of a stored
+// nullable scalar behind it; GetValue takes only the whole byte 8 for memory.
 //
 // Threads: the catalogue is read without locks. The exchange operations, SetFactory,
 // DefaultTypeMgr and SetNullPrintString are plain writes for set-up time.
@@ -287,6 +290,7 @@ class KV_EXPORT KvTypeMgr {
 
   // 'M' and 'N' replace the value by its successor, 'O' leaves it; any other op: kvNotSupported.
   // Past the end: kvOverflow, the value unchanged. `length` is the buffer's bytes.
+  // Format 8 is memory, every other byte (0x88, too) is stored form.
   // A stored value is loaded, stepped and stored back with its format reduced to 0x80 and 0x01,
   // so a *reversed* value is stepped as if it were in memory order: translate it first.
   int GetValue(char id, void* value, unsigned length, unsigned char format, unsigned char op) const;

@@ -34,8 +34,8 @@ void WriteLength(unsigned char*& at, o_u4b length, bool reversed) {
 class BlobRun {
  public:
   BlobRun(unsigned char op, unsigned length, const void* values, unsigned count)
-      : isMemory_((op & 0x08) != 0),
-        stored_(isMemory_ ? nullptr : values, length, (op & 0x0F) == 2),
+      : isMemory_(Format{op}.IsMemory()),
+        stored_(isMemory_ ? nullptr : values, length, Format{op}.IsReversed()),
         at_(static_cast<const KvBlob*>(values)),
         left_(isMemory_ ? VisibleElements(length, sizeof(KvBlob), count) : 0) {}
 
@@ -74,6 +74,18 @@ o_u8b StoredSize(const KvBlob* blobs, unsigned count) {
     size += kLengthWidth + static_cast<o_u8b>(blobs[i].Length());
   }
   return size;
+}
+
+constexpr unsigned ReportedSize(o_u8b size) {
+  return size <= UINT_MAX ? static_cast<unsigned>(size) : 0;
+}
+
+// What a stored run takes, by its total.
+unsigned StoredRunSize(const void* stored, bool reversed) {
+  o_u4b total;
+  CopyField<kLengthWidth>(reinterpret_cast<unsigned char*>(&total),
+                          static_cast<const unsigned char*>(stored), reversed);
+  return ReportedSize(o_u8b{total} + kLengthWidth);
 }
 
 // Estimates go by the first six bytes, as a number.
@@ -169,7 +181,7 @@ unsigned BlobRow::Load(void* destination, const void* source, unsigned char form
       if (blobs[i].IsNullValue()) return 0;
     }
   }
-  return Size(source, 0, format, count);
+  return StoredRunSize(source, reversed);
 }
 
 unsigned BlobRow::NullSize(unsigned count) {
@@ -179,16 +191,8 @@ unsigned BlobRow::NullSize(unsigned count) {
 unsigned BlobRow::Size(const void* stored, unsigned char /*extra*/, unsigned char format,
                        unsigned count) {
   if (count == 0 || stored == nullptr) return 0;
-  o_u8b size;
-  if (Format{format}.IsMemory()) {
-    size = StoredSize(static_cast<const KvBlob*>(stored), count);
-  } else {
-    o_u4b total;
-    CopyField<kLengthWidth>(reinterpret_cast<unsigned char*>(&total),
-                            static_cast<const unsigned char*>(stored), Format{format}.IsReversed());
-    size = o_u8b{total} + kLengthWidth;
-  }
-  return size <= UINT_MAX ? static_cast<unsigned>(size) : 0;
+  if (!Format{format}.IsMemory()) return StoredRunSize(stored, Format{format}.IsReversed());
+  return ReportedSize(StoredSize(static_cast<const KvBlob*>(stored), count));
 }
 
 unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned count) {
@@ -196,8 +200,7 @@ unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned coun
   unsigned char total[kLengthWidth];
   const bool read = file->Read(total, kLengthWidth) == kLengthWidth;
   file->Seek(start);
-  const auto byteOrder = static_cast<unsigned char>(format & ~0x08);
-  return read ? Size(total, 0, byteOrder, count) : 0;
+  return read && count != 0 ? StoredRunSize(total, Format{format}.IsReversed()) : 0;
 }
 
 float BlobRow::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
@@ -256,8 +259,8 @@ void BlobRow::FromText(KvBlob& blob, KvString& text) {
 unsigned BlobRow::Translate(void* destination, unsigned char destinationFormat,
                             unsigned destinationLength, const void* source,
                             unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.IsMemory();
-  if (Format{destinationFormat}.IsMemory()) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
     if (!fromMemory) return Load(destination, source, sourceFormat, count);
     AssignRun<KvBlob>(destination, const_cast<void*>(source), count, 0);
     return count * static_cast<unsigned>(sizeof(KvBlob));

@@ -253,8 +253,7 @@ unsigned WeightedStringRow<Weights>::Load(void* destination, const void* source,
   if (count == 0) return 0;
   const unsigned size = StoredRunSize(source, format, count);
   if (size == 0) return 0;
-  const auto byteOrder = static_cast<unsigned char>(format & ~0x08);
-  WeightedRun<Weights> run(byteOrder, size, source, count);
+  WeightedRun<Weights> run(Format{format}.AsStored().byte, size, source, count);
   auto* values = static_cast<Value*>(destination);
   for (unsigned i = 0; i < count; ++i) {
     WeightedText text{};
@@ -328,8 +327,8 @@ unsigned WeightedStringRow<Weights>::Translate(void* destination, unsigned char 
                                                unsigned destinationLength, const void* source,
                                                unsigned char sourceFormat, unsigned sourceLength,
                                                unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.IsMemory();
-  if (Format{destinationFormat}.IsMemory()) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
     if (!fromMemory) return Load(destination, source, sourceFormat, count);
     AssignRun<Value>(destination, const_cast<void*>(source), count, 0);
     return count * static_cast<unsigned>(sizeof(Value));

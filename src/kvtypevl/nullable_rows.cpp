@@ -10,16 +10,16 @@ template <class ScalarRowType>
 unsigned NullableRow<ScalarRowType>::StoreNullable(void* destination, const void* source,
                                                    unsigned char format, unsigned count) {
   using Behind = NullableCodec<ScalarCodecType, Indicator::kBehind>;
-  return Format{format}.IsMemory() ? StoreRun<Behind>(destination, source, format, count)
-                                   : StoreRun<Codec>(destination, source, format, count);
+  return Format{format}.HasMemoryBit() ? StoreRun<Behind>(destination, source, format, count)
+                                       : StoreRun<Codec>(destination, source, format, count);
 }
 
 template <class ScalarRowType>
 unsigned NullableRow<ScalarRowType>::LoadNullable(void* destination, const void* source,
                                                   unsigned char format, unsigned count) {
   using Behind = NullableCodec<ScalarCodecType, Indicator::kBehind>;
-  return Format{format}.IsMemory() ? LoadRun<Behind>(destination, source, format, count)
-                                   : LoadRun<Codec>(destination, source, format, count);
+  return Format{format}.HasMemoryBit() ? LoadRun<Behind>(destination, source, format, count)
+                                       : LoadRun<Codec>(destination, source, format, count);
 }
 
 template <class ScalarRowType>
@@ -49,8 +49,8 @@ unsigned NullableRow<ScalarRowType>::Hash(unsigned char op, unsigned length, con
     addUpTo(visible);
   } else {
     for (unsigned i = 0; i < visible; ++i, at += stride) {
-      ScalarCodecType::Load(scalar, at + 1, format.IsReversed());
-      hash.Add(*at == 1, ScalarRowType::Key(scalar));
+      const Value element = Codec::Read(at, format);
+      hash.Add(element.IsNullValue(), ScalarRowType::Key(element.value));
     }
   }
   return hash.Result();

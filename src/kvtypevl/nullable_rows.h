@@ -42,6 +42,8 @@ struct NullableCodec {
     Value value;
     if (format.IsMemory()) {
       std::memcpy(static_cast<void*>(&value), at, sizeof value);
+    } else if (format.HasMemoryBit()) {
+      NullableCodec<ScalarCodecType, Indicator::kBehind>::Load(value, at, false);
     } else {
       Load(value, at, format.IsReversed());
     }
@@ -63,7 +65,7 @@ struct NullableRow {
   static constexpr bool kPositionIsFloating = ScalarRowType::kPositionIsFloating;
   static constexpr const char* kFormat = nullptr;
 
-  // The format bit 0x08 puts the indicator behind the scalar.
+  // The format bit 0x08 puts the indicator behind the scalar, in every stored form.
   static unsigned StoreNullable(void* destination, const void* source, unsigned char format,
                                 unsigned count);
   static unsigned LoadNullable(void* destination, const void* source, unsigned char format,

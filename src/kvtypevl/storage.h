@@ -78,8 +78,8 @@ template <KvStoreFunc store, KvLoadFunc load, unsigned memoryWidth>
 unsigned TranslateRun(void* destination, unsigned char destinationFormat,
                       unsigned destinationLength, const void* source, unsigned char sourceFormat,
                       unsigned sourceLength, unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.IsMemory();
-  if (Format{destinationFormat}.IsMemory()) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
     if (!fromMemory) return load(destination, source, sourceFormat, count);
     const std::size_t bytes = std::size_t{count} * memoryWidth;
     if (bytes != 0) std::memmove(destination, source, bytes);

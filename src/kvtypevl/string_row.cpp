@@ -164,7 +164,8 @@ void* DefaultStrings(unsigned count, int /*unused*/) {
 
 // A stored string is stepped in its own byte order and stored back where it fits.
 int StepString(void* value, unsigned length, unsigned char format, unsigned char op) {
-  if (Format{format}.IsMemory()) return StepInMemory(*static_cast<KvString*>(value), op);
+  // By the whole byte, as KvTypeMgr::GetValue tells the forms of every other row.
+  if (format == kMemory.byte) return StepInMemory(*static_cast<KvString*>(value), op);
   if (static_cast<StepOp>(op) == StepOp::kKeep) return kvOk;
   KvString string;
   if (StringLoad(&string, value, format, 1) == 0) return kvNotSupported;

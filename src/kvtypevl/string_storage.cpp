@@ -100,8 +100,8 @@ bool PeekLength(MemFile& file, Format format, unsigned& length) {
 unsigned Translate(KvStoreFunc store, void* destination, unsigned char destinationFormat,
                    unsigned destinationLength, const void* source, unsigned char sourceFormat,
                    unsigned sourceLength, unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.IsMemory();
-  if (Format{destinationFormat}.IsMemory()) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
     if (!fromMemory) return StringLoad(destination, source, sourceFormat, count);
     const auto* from = static_cast<const KvString*>(source);
     std::copy_n(from, count, static_cast<KvString*>(destination));

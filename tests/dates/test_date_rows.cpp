@@ -116,6 +116,8 @@ TEST_CASE("stored dates: markers of the second operand match, those of the first
   CHECK(OrderInMemory(KvDATE_T, KvDate(2000, -1, 5), KvDate(2000, 3, 5)) == 0);
   CHECK(OrderInMemory(KvDATE_T, KvDate(2000, -1, 5), KvDate(2000, 3, 5), 0x10) == -1);
 
+  CHECK(Order(KvDateCompare, 10, anyMonth, march, 0) == -1);
+
   CHECK(Order(KvTimeCompare, 0, {1, 2, 3}, {1, 0xFF, 3}, 0) == 0);
   CHECK(Order(KvTimeCompare, 0, {1, 0xFF, 3}, {1, 2, 3}, 0) == -1);
   CHECK(Order(KvTimeCompare, 0, {1, 2, 3}, {1, 0xFF, 3}, 0x10) == 1);

@@ -249,8 +249,8 @@ TEST_CASE("the successor is the shortest longer text behind a text") {
   KvTypeMgr old(3);
   CHECK(old.GetValue(KvSTRING_T, &text, 0, 8, 'N') == kvNotSupported);
 
-  // Stored in either order, where the buffer has room for one more.
-  for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+  // Stored in either order, where the buffer has room for one more. Only 8 itself is memory.
+  for (const unsigned char format : std::initializer_list<unsigned char>{0, 2, 10, 0x88}) {
     auto block = Stored(Make(u"ab", 253), format);
     const auto before = block;
     CHECK(types.GetValue(KvSTRING_T, block.data(), 0, format, 'M') == kvOverflow);
