@@ -77,9 +77,43 @@
 // begins with the null print string makes the value null.
 #pragma once
 
-#include "_kvcalendar.h"
+#include <array>
+#include <bit>
+#include <cstdint>
+
 #include "kvbase.h"
 #include "kvstring.h"
+
+namespace kv {
+
+// Year, month and day in the widths in which dates keep them.
+struct CalendarDate {
+  short year;
+  char month;
+  char day;
+};
+
+// Hour, minute and second likewise.
+struct ClockTime {
+  char hour;
+  char minute;
+  char second;
+};
+
+// The compare option that makes -1 an ordinary number.
+inline constexpr unsigned short kStrictCompare = 0x10;
+
+// The arithmetic of the members below, at the end of this header.
+constexpr int CompareComponents(int a1, int a2, int a3, int b1, int b2, int b3,
+                                unsigned short flags);
+constexpr int DayNumber(int year, int month, int day);
+constexpr CalendarDate DateOfDayNumber(int number);
+constexpr int WeekdayByFormula(int year, int month, int day);
+constexpr ClockTime AddToClock(ClockTime time, int seconds);
+constexpr int WrappingAdd(int a, int b);
+constexpr int WrappingNegate(int a);
+
+}  // namespace kv
 
 enum KvDaysOfTheWeek {
   kvMonday,
@@ -180,7 +214,7 @@ class KV_EXPORT KvDate : public KvDistinguishedValues<KvDate> {
   KvDate& Today();
 
   // The weekday, right from 0000-03-01 to 4600-02-28; after that the days early in a century come
-  // out as Sundays, deliberately (_kvcalendar.h). Both names are the same.
+  // out as Sundays, as the texts in the field have them. Both names are the same.
   constexpr KvDaysOfTheWeek GetDayOfTheDate() const {
     return static_cast<KvDaysOfTheWeek>(kv::WeekdayByFormula(year, month, day));
   }
@@ -289,3 +323,161 @@ extern template class KvDistinguishedValues<KvDate>;
 extern template class KvDistinguishedValues<KvTime>;
 
 static_assert(sizeof(KvDate) == 4 && sizeof(KvTime) == 3);
+
+// ---------------------------------------------------------------------------------------------
+// The arithmetic of the members above, on plain numbers. Years are astronomical: 0 is the year
+// before 1. Nothing fails or validates: any components and any number give a defined result, and
+// stored data depends on which. That is why the formulas truncate toward zero also where a calendar
+// would round down (years before -4799, numbers below -68569), and why a month of 13 is the January
+// of the next year.
+
+namespace kv {
+
+// Compares three components from the highest down; a component that is -1 on either side matches
+// anything unless `flags` holds kStrictCompare. Result: the first difference, as a number.
+constexpr int CompareComponents(int a1, int a2, int a3, int b1, int b2, int b3,
+                                unsigned short flags) {
+  const bool strict = (flags & kStrictCompare) != 0;
+  const auto matches = [strict](int a, int b) {
+    return a == b || (!strict && (a == -1 || b == -1));
+  };
+  if (!matches(a1, b1)) return a1 - b1;
+  if (!matches(a2, b2)) return a2 - b2;
+  return matches(a3, b3) ? 0 : a3 - b3;
+}
+
+// The day number for any components. `a` is -1 for January and February: the year is counted from
+// March, so that the leap day is its last.
+constexpr int DayNumberByFormula(int year, int month, int day) {
+  const int a = (month - 14) / 12;
+  return (1461 * (year + 4800 + a)) / 4 + (367 * (month - 2 - 12 * a)) / 12 -
+         (3 * ((year + 4900 + a) / 100)) / 4 + day - 32075;
+}
+
+// What a month adds to the year, which is counted from March of -4800 on, and to the day: the days
+// before it in such a year, and the distance of the two day counts. From 1 to 13; 0 is not used.
+struct MonthStart {
+  int years;
+  int days;
+};
+inline constexpr auto kMonthStarts = [] {
+  std::array<MonthStart, 14> starts{};
+  for (int month = 1; month <= 13; ++month) {
+    const int early = month < 3 ? 1 : 0;
+    starts[static_cast<unsigned>(month)] = {4800 - early,
+                                            367 * (month - 2 + 12 * early) / 12 - 32075};
+  }
+  return starts;
+}();
+
+// The same, quick where the formula truncates nothing negative.
+constexpr int DayNumber(int year, int month, int day) {
+  if (year <= -4800 || static_cast<unsigned>(month - 1) > 12) [[unlikely]] {
+    return DayNumberByFormula(year, month, day);
+  }
+  const MonthStart& start = kMonthStarts[static_cast<unsigned>(month)];
+  const auto years = static_cast<unsigned>(year + start.years);
+  return static_cast<int>(1461 * years / 4 - years / 100 + years / 400) + start.days + day;
+}
+
+// The date of any day number. The year keeps its low 16 bits.
+constexpr CalendarDate DateOfDayNumberByFormula(std::int64_t number) {
+  std::int64_t l = number + 68569;
+  const std::int64_t k = (4 * l) / 146097;
+  l -= (146097 * k + 3) / 4;
+  const std::int64_t i = (4000 * (l + 1)) / 1461001;
+  l = l - (1461 * i) / 4 + 31;
+  std::int64_t j = (80 * l) / 2447;
+  const std::int64_t day = l - (2447 * j) / 80;
+  l = j / 11;
+  j = j + 2 - 12 * l;
+  return {static_cast<short>(100 * (k - 49) + i + l), static_cast<char>(j), static_cast<char>(day)};
+}
+
+// Month and day, in the bytes of a CalendarDate, of each day of a year that begins in March.
+inline constexpr auto kMarchYear = [] {
+  std::array<std::uint16_t, 366> days{};
+  for (unsigned i = 0; i < days.size(); ++i) {
+    // 5/153 of a day and a quotient of 2141/2^16: months of 31 and 30 days in turn.
+    const unsigned months = 2141 * i + 197913;
+    const unsigned month = months >> 16;
+    const unsigned day = (months & 0xFFFF) / 2141 + 1;
+    days[i] = static_cast<std::uint16_t>((month > 12 ? month - 12 : month) | day << 8);
+  }
+  return days;
+}();
+inline constexpr unsigned kFirstOfJanuary = 306;  // in such a year
+
+// The same, quick for the numbers from -68569 (-4900-03-01) on whose quadruple fits 32 bits.
+//
+// A day is split into century, year of the century and day of the year. The years take one
+// multiplication: 2939745/2^32 is 4/1461 closely enough for a century, so that the high part is the
+// year and the low part the scaled day.
+constexpr CalendarDate DateOfDayNumber(int number) {
+  static_assert(std::endian::native == std::endian::little);
+  constexpr unsigned kMost = 0x3FF00000;
+  if (static_cast<unsigned>(number) + 68569u > kMost) [[unlikely]] {
+    return DateOfDayNumberByFormula(number);
+  }
+  // Days since -5200-03-01, where a cycle of four centuries begins.
+  const unsigned quarters = 4 * (static_cast<unsigned>(number) + 178141) + 3;
+  const unsigned century = quarters / 146097;
+  const unsigned centuryQuarters = quarters % 146097 | 3;
+  const std::uint64_t years = std::uint64_t{2939745} * centuryQuarters;
+  const unsigned dayOfYear = static_cast<unsigned>(years) / 2939745 / 4;
+  const unsigned year = 100 * century + static_cast<unsigned>(years >> 32) +
+                        (dayOfYear >= kFirstOfJanuary ? 1 : 0) - 5200;
+  return std::bit_cast<CalendarDate>((year & 0xFFFF) | std::uint32_t{kMarchYear[dayOfYear]} << 16);
+}
+
+// Day of the week, 0 Monday to 6 Sunday; right from 0000-03-01 to 4600-02-28. The remainder keeps
+// the sign of its dividend and a negative one counts as Sunday, so that later the days early in
+// each century come out as Sundays, more of them as the years go by. Deliberate: texts in the field
+// and applications agree with it.
+constexpr int WeekdayByFormula(int year, int month, int day) {
+  const int y = year + (month - 14) / 12;
+  const int m = month + 10 - 12 * ((month + 10) / 13);
+  const int k = y / 100;
+  const int r = (day + 77 + (5 * (y - 100 * k)) / 4 + (13 * m - 1) / 5 + y / 400 - 2 * k) % 7;
+  return r > 0 ? r - 1 : 6;
+}
+
+// Moves a time by seconds, each component an 8-bit number that wraps, deliberately: the hours that
+// are added count modulo 256, so spans of more than 127 hours go astray, and an hour of exactly -24
+// becomes 24. Results of a day and less are right but for that.
+constexpr ClockTime AddToClock(ClockTime time, int seconds) {
+  const auto byte = [](int number) { return static_cast<char>(number); };  // modulo 256
+  char second = byte(time.second + seconds % 60);
+  char minute = byte(time.minute + seconds / 60 - 60 * (seconds / 3600));
+  char hour = byte(time.hour + seconds / 3600);
+  if (second >= 60) {
+    second = byte(second - 60);
+    minute = byte(minute + 1);
+  } else if (second < 0) {
+    second = byte(second + 60);
+    minute = byte(minute - 1);
+  }
+  if (minute >= 60) {
+    minute = byte(minute - 60);
+    hour = byte(hour + 1);
+  } else if (minute < 0) {
+    minute = byte(minute + 60);
+    hour = byte(hour - 1);
+  }
+  if (hour >= 24) {
+    hour = byte(hour % 24);
+  } else if (hour < 0) {
+    hour = byte(hour + 24 * (1 - hour / 24));
+  }
+  return {hour, minute, second};
+}
+
+// Sums that pass the end of their type wrap modulo its range.
+constexpr int WrappingAdd(int a, int b) {
+  return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b));
+}
+constexpr int WrappingNegate(int a) {
+  return static_cast<int>(0u - static_cast<unsigned>(a));
+}
+
+}  // namespace kv

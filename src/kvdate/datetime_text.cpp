@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "kvstring/string_edit.h"
-#include "kvtypevl/number_text.h"
+#include "kvtext/number_text.h"
 #include "zbs.h"
 
 namespace kv {

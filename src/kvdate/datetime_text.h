@@ -5,7 +5,7 @@
 // 0 where it has nothing, and takes back what fits its fields.
 #pragma once
 
-#include "_kvcalendar.h"
+#include "kvdate/calendar.h"
 #include "kvstring.h"
 
 namespace kv {

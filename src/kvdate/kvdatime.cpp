@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "kvdate/calendar.h"
 #include "kvdate/distinguished.h"
 #include "kvdate/parts.h"
 #include "zbs.h"

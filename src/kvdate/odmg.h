@@ -2,6 +2,7 @@
 // and the orders.
 #pragma once
 
+#include "kvdate/calendar.h"
 #include "kvodmg.h"
 
 namespace kv {

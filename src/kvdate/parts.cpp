@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "kvdate/odmg.h"
-#include "kvtypevl/number_text.h"
+#include "kvtext/number_text.h"
 
 namespace kv {
 namespace {

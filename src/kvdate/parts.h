@@ -5,7 +5,7 @@
 #include "kvdate/datetime_text.h"
 #include "kvdatime.h"
 #include "kvodmg.h"
-#include "kvtypevl/null_text.h"
+#include "kvstring/null_text.h"
 
 namespace kv {
 

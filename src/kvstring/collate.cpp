@@ -2,9 +2,9 @@
 // order words (zinorder.h); characters of one order, nearly all of them, compare by one exclusive
 // or of two words. Whatever else there is (ligatures against plain letters, options that skip,
 // texts of orders) goes through order cursors, which are plain and slower.
+#include "kvbase/three_way.h"
 #include "kvstring/collate_quick.h"
 #include "kvstring/collate_units.h"
-#include "kvtypevl/compare.h"
 
 namespace kv {
 

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "kvbase/run.h"
 #include "kvcollate.h"
 #include "kvstring/collate.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/run.h"
 
 namespace kv {
 

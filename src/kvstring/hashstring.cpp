@@ -1,9 +1,9 @@
 // hashstring.cpp - the three exported hashes of a text. Each is a walk that folds one key a step
 // into the hash; they differ in what a key is.
+#include "kvbase/fold.h"
 #include "kvhash.h"
 #include "kvstring.h"
 #include "kvstring/collate.h"
-#include "kvstring/fold.h"
 #include "kvstring/string_edit.h"
 
 namespace kv {

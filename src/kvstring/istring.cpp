@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "kvstring/istring_weights.h"
-#include "kvtypevl/float_text.h"
-#include "kvtypevl/number_text.h"
+#include "kvtext/float_text.h"
+#include "kvtext/number_text.h"
 #include "zbs.h"
 
 namespace kv {

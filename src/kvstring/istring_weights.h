@@ -15,8 +15,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kvbase/run.h"
 #include "kvistring.h"
-#include "kvtypevl/run.h"
 
 namespace kv {
 

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "kvstring/string_edit.h"
-#include "kvtypevl/scalar_text.h"
+#include "kvtext/float_text.h"
 
 namespace kv {
 namespace {
@@ -104,7 +104,8 @@ KvString::KvString(unsigned long long number)
 }
 
 KvString::KvString(double number) : KvString(KvLanguageContext::GetDefault8CodeSet(), 0) {
-  kv::PrintDouble(*this, &number, "%.17g", 1);
+  char text[kv::kFloatTextSize];
+  kv::AssignDefault8(*this, text, kv::PrintDefaultFloat(text, number));
 }
 
 KvString::KvString(const char* text) : KvString(text, kv::kWholeText) {}

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "kvbase/run.h"
 #include "kvstring.h"
-#include "kvstring/ascii_case.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/run.h"
+#include "kvtext/ascii_case.h"
 
 namespace kv {
 namespace {

@@ -8,8 +8,9 @@
 
 #include "kvmodule.h"
 #include "kvstring.h"
+#include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/scalar_text.h"
+#include "kvtext/float_text.h"
 
 namespace kv {
 namespace {
@@ -89,11 +90,7 @@ KvString::operator long long() const {
 }
 
 KvString::operator double() const {
-  double number = 0.0;
-  if (buffer_ == nullptr) return number;
-  // Scan functions take their text by plain reference but leave it alone.
-  kv::ScanDouble(&number, const_cast<KvString&>(*this), "%.17g", 1);
-  return number;
+  return buffer_ == nullptr ? 0.0 : kv::ScanDefaultFloat(kv::NarrowText(*this).Get());
 }
 
 int KvString::Atol(int& out) const {

@@ -9,7 +9,7 @@
 
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
-#include "kvstring/utf8.h"
+#include "kvtext/utf8.h"
 #include "zbs.h"
 
 namespace kv {

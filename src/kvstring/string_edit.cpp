@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "kvtypevl/run.h"
-#include "kvtypevl/vectors.h"
+#include "kvbase/run.h"
+#include "kvbase/vectors.h"
 #include "zbs.h"
 
 namespace kv {

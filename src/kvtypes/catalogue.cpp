@@ -8,15 +8,15 @@
 #include <utility>
 
 #include "kv.h"
-#include "kvtypevl/blob_row.h"
-#include "kvtypevl/date_rows.h"
-#include "kvtypevl/identity_rows.h"
-#include "kvtypevl/istring_rows.h"
-#include "kvtypevl/nullable_rows.h"
-#include "kvtypevl/scalar_rows.h"
-#include "kvtypevl/string_row.h"
-#include "kvtypevl/trivial.h"
-#include "kvtypevl/value_rows.h"
+#include "kvtypevl/rows/blob_row.h"
+#include "kvtypevl/rows/date_rows.h"
+#include "kvtypevl/rows/identity_rows.h"
+#include "kvtypevl/rows/istring_rows.h"
+#include "kvtypevl/rows/nullable_rows.h"
+#include "kvtypevl/rows/scalar_rows.h"
+#include "kvtypevl/rows/string_row.h"
+#include "kvtypevl/rows/trivial.h"
+#include "kvtypevl/rows/value_rows.h"
 
 namespace kv {
 namespace {

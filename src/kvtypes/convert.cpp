@@ -1,11 +1,11 @@
 // Conversion records: a run of values on its way to or from text; and the conversions that are
 // exported by name, which are those of their rows.
 
-#include "kvtypes/convert.h"
+#include "kvtypevl/operations/convert.h"
 
 #include <new>
 
-#include "kvtypevl/scalar_rows.h"
+#include "kvtypevl/rows/scalar_rows.h"
 
 namespace {
 

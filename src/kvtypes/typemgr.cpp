@@ -11,8 +11,8 @@
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "kvtypes/catalogue.h"
-#include "kvtypevl/date_rows.h"
-#include "kvtypevl/scalar_text.h"
+#include "kvtypevl/rows/date_rows.h"
+#include "kvtypevl/rows/scalar_text.h"
 
 namespace {
 

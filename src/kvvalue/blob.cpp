@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "kvtypevl/lifetime.h"
+#include "kvbase/lifetime.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Object ids, class ids and references: arithmetic, order and validity. Their text is in
 // identity_text.cpp, their rows in kvtypevl/identity_rows.cpp.
+#include "kvbase/three_way.h"
 #include "kvobjid.h"
 #include "kvref.h"
-#include "kvtypevl/compare.h"
 
 namespace {
 

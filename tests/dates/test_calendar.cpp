@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "kvdate.h"
+#include "kvdate/calendar.h"
 #include "kvodmg.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include "kvnull.h"
 #include "kvstring.h"
 #include "kvtypemgr.h"
-#include "kvtypevl/nullable_hash.h"
+#include "kvtypevl/rows/nullable_hash.h"
 
 template <>
 struct std::numeric_limits<KvInt64> {

@@ -1,0 +1,410 @@
+// The checked parser of scalar formats, and printing and scanning by it.
+//
+// A format is walked piece by piece. Before any piece is used the whole format is walked once to
+// see that its conversions are those that were asked for. The C library then gets a conversion that
+// was written here, from parsed fields, never the caller's own characters.
+#include "kvtext/scalar_format.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "kvtext/number_text.h"
+
+namespace kv {
+namespace {
+
+// Widths and precisions count up to this: enough to fill any text, too little to be a burden.
+constexpr int kLargestWidth = 4096;
+
+enum class Kind : unsigned char { kSigned, kUnsigned, kCharacter, kFloating, kUnknown };
+
+struct Conversion {
+  char flags[6] = "";   // each at most once
+  int width = -1;       // -1: none
+  int precision = -1;   // -1: none
+  unsigned narrow = 0;  // bits left by h or hh, 0 for the row's own width
+  char letter = 0;
+  Kind kind = Kind::kUnknown;
+};
+
+constexpr Kind KindOf(char letter) {
+  switch (letter) {
+    case 'd':
+    case 'i':
+      return Kind::kSigned;
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'o':
+      return Kind::kUnsigned;
+    case 'c':
+      return Kind::kCharacter;
+    case 'a':
+    case 'A':
+    case 'e':
+    case 'E':
+    case 'f':
+    case 'F':
+    case 'g':
+    case 'G':
+      return Kind::kFloating;
+    default:
+      return Kind::kUnknown;
+  }
+}
+
+enum class Piece : unsigned char { kEnd, kLiteral, kPercent, kConversion, kRefused };
+
+// Takes a modifier, if one stands there. Result: the bits that it leaves, 0 for the row's own
+// width.
+unsigned ReadModifier(const char*& at) {
+  const char first = *at;
+  if (first == 'h') {
+    const bool twice = at[1] == 'h';
+    at += twice ? 2 : 1;
+    return twice ? 8 : 16;
+  }
+  if (first == 'l') {
+    at += at[1] == 'l' ? 2 : 1;
+  } else if (first == 'L') {
+    ++at;
+  } else if (first == 'I' && at[1] == '6' && at[2] == '4') {
+    at += 3;
+  }
+  return 0;
+}
+
+// Walks a format; after Next() the piece is in `literal` or `conversion`.
+class FormatReader {
+ public:
+  explicit FormatReader(const char* format) : at_(format) {}
+
+  Piece Next() {
+    if (*at_ == 0) return Piece::kEnd;
+    literal = *at_++;
+    if (literal != '%') return Piece::kLiteral;
+    if (*at_ == '%') {
+      ++at_;
+      return Piece::kPercent;
+    }
+    return ReadConversion() ? Piece::kConversion : Piece::kRefused;
+  }
+
+  char literal = 0;
+  Conversion conversion;
+
+ private:
+  bool ReadConversion() {
+    // Made in place: one that is copied here waits for its own fields to be written.
+    std::construct_at(&conversion);
+    ReadFlags();
+    conversion.width = ReadCount();
+    if (*at_ == '.') {
+      ++at_;
+      conversion.precision = std::max(ReadCount(), 0);
+    }
+    conversion.narrow = ReadModifier(at_);
+    conversion.letter = *at_;
+    conversion.kind = KindOf(conversion.letter);
+    if (conversion.kind == Kind::kUnknown) return false;
+    ++at_;
+    return true;
+  }
+
+  static constexpr bool IsFlag(char c) {
+    return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0';
+  }
+
+  void ReadFlags() {
+    unsigned count = 0;
+    for (; IsFlag(*at_); ++at_) {
+      if (std::strchr(conversion.flags, *at_) == nullptr) conversion.flags[count++] = *at_;
+    }
+  }
+
+  int ReadCount() {
+    if (!IsDigit(*at_)) return -1;
+    int count = 0;
+    for (; IsDigit(*at_); ++at_) count = std::min(count * 10 + (*at_ - '0'), kLargestWidth);
+    return count;
+  }
+
+  const char* at_;
+};
+
+// The formats that integers nearly always have: "%d" or "%u" alone, with or without a modifier.
+bool ReadPlainInteger(const char* format, Conversion& conversion) {
+  if (format[0] != '%') return false;
+  const char* at = format + 1;
+  conversion.narrow = ReadModifier(at);
+  if ((*at != 'd' && *at != 'u') || at[1] != 0) return false;
+  conversion.letter = *at;
+  conversion.kind = KindOf(*at);
+  return true;
+}
+
+// Whether the format parses and takes no more than the conversions of the list, in their order.
+bool Takes(const char* format, ConversionList list) {
+  const unsigned allowed = list == ConversionList::kMantissaAndExponent ? 2 : 1;
+  FormatReader reader(format);
+  unsigned taken = 0;
+  for (Piece piece = reader.Next(); piece != Piece::kEnd; piece = reader.Next()) {
+    if (piece == Piece::kRefused) return false;
+    if (piece != Piece::kConversion) continue;
+    const bool floatingDue = list != ConversionList::kInteger && taken == 0;
+    const bool floating = reader.conversion.kind == Kind::kFloating;
+    if (taken++ == allowed || floating != floatingDue) return false;
+  }
+  return true;
+}
+
+// A text that grows in a fixed buffer and is cut at its end.
+class CutText {
+ public:
+  explicit CutText(ScalarBuffer& text) : text_(text) { text_[0] = 0; }
+
+  void Append(char c) {
+    if (Room() <= 1) return;
+    text_[length_++] = c;
+    text_[length_] = 0;
+  }
+
+  template <class Value>
+  void AppendFormatted(const char* checkedFormat, Value value) {
+    Advance(std::snprintf(text_ + length_, Room(), checkedFormat, value));
+  }
+
+  template <class Value>
+  void AppendDecimal(Value value) {
+    char digits[24];
+    const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    const unsigned length = std::min(static_cast<unsigned>(end - digits), Room() - 1);
+    std::memcpy(text_ + length_, digits, length);
+    length_ += length;
+    text_[length_] = 0;
+  }
+
+ private:
+  unsigned Room() const { return kScalarBufferSize - length_; }
+
+  void Advance(int wanted) {
+    if (wanted > 0) length_ += std::min(static_cast<unsigned>(wanted), Room() - 1);
+  }
+
+  char* text_;
+  unsigned length_ = 0;
+};
+
+// The conversion as the C library is given it: only what has a meaning for its kind.
+class CheckedConversion {
+ public:
+  explicit CheckedConversion(const Conversion& conversion) {
+    const bool integer = conversion.kind != Kind::kFloating;
+    const bool character = conversion.kind == Kind::kCharacter;
+    Put('%');
+    for (const char* flag = conversion.flags; *flag != 0; ++flag) {
+      if (std::strchr(UsefulFlags(conversion), *flag) != nullptr) Put(*flag);
+    }
+    if (conversion.width >= 0) Put(conversion.width);
+    if (conversion.precision >= 0 && !character) {
+      Put('.');
+      Put(conversion.precision);
+    }
+    if (integer && !character) {
+      Put('l');
+      Put('l');
+    }
+    Put(conversion.letter);
+  }
+
+  const char* Text() const { return text_; }
+
+ private:
+  static const char* UsefulFlags(const Conversion& conversion) {
+    switch (conversion.kind) {
+      case Kind::kCharacter:
+        return "-";
+      case Kind::kSigned:
+        return "-+ 0";
+      case Kind::kUnsigned:
+        return conversion.letter == 'u' ? "-0" : "-#0";
+      default:
+        return "-+ #0";
+    }
+  }
+
+  void Put(char c) { text_[length_++] = c; }
+  void Put(int count) {
+    length_ = static_cast<unsigned>(
+        std::to_chars(text_ + length_, text_ + sizeof text_, count).ptr - text_);
+  }
+
+  char text_[24] = {};  // '%', 5 flags, 4 digits, '.', 4 digits, "ll", letter, terminator
+  unsigned length_ = 0;
+};
+
+// Cuts an integer to what the conversion names: the row's bits, or fewer under h and hh.
+unsigned long long CutToBits(unsigned long long value, unsigned bits) {
+  return bits == 64 ? value : value & ((1ULL << bits) - 1);
+}
+
+long long CutToSignedBits(unsigned long long value, unsigned bits) {
+  const unsigned shift = 64 - bits;
+  return static_cast<long long>(value << shift) >> shift;
+}
+
+unsigned BitsOf(const Conversion& conversion, unsigned rowBits) {
+  return conversion.narrow != 0 ? conversion.narrow : rowBits;
+}
+
+void PrintConversion(CutText& text, const Conversion& conversion, const ScalarArguments& values) {
+  const unsigned bits = BitsOf(conversion, values.integerBits);
+  if (conversion.flags[0] == 0 && conversion.width < 0 && conversion.precision < 0) {
+    if (conversion.kind == Kind::kSigned) {
+      return text.AppendDecimal(CutToSignedBits(values.integer, bits));
+    }
+    if (conversion.letter == 'u') return text.AppendDecimal(CutToBits(values.integer, bits));
+  }
+  const CheckedConversion checked(conversion);
+  switch (conversion.kind) {
+    case Kind::kFloating:
+      return text.AppendFormatted(checked.Text(), values.floating);
+    case Kind::kCharacter:
+      return text.AppendFormatted(checked.Text(),
+                                  static_cast<int>(static_cast<unsigned char>(values.integer)));
+    case Kind::kSigned:
+      return text.AppendFormatted(checked.Text(), CutToSignedBits(values.integer, bits));
+    default:
+      return text.AppendFormatted(checked.Text(), CutToBits(values.integer, bits));
+  }
+}
+
+// The part of a text that a conversion may use up.
+struct Input {
+  const char* at;
+  const char* last;
+
+  const char* EndOfField(const Conversion& conversion) const {
+    if (conversion.width < 0 || conversion.width >= last - at) return last;
+    return at + conversion.width;
+  }
+};
+
+bool ScanFloating(Input& input, const Conversion& conversion, double& value) {
+  input.at = SkipBlanks(input.at);
+  ScalarBuffer field;
+  const char* text = input.at;
+  const auto length = static_cast<unsigned>(input.EndOfField(conversion) - input.at);
+  if (input.EndOfField(conversion) != input.last && length < sizeof field) {
+    std::memcpy(field, text, length);
+    field[length] = 0;
+    text = field;
+  }
+  char* end;
+  const double scanned = std::strtod(text, &end);
+  if (end == text) return false;
+  value = scanned;
+  input.at += end - text;
+  return true;
+}
+
+constexpr int RadixOf(char letter) {
+  switch (letter) {
+    case 'i':
+      return 0;
+    case 'o':
+      return 8;
+    case 'x':
+    case 'X':
+      return 16;
+    default:
+      return 10;
+  }
+}
+
+bool ScanInteger(Input& input, const Conversion& conversion, ScalarArguments& values) {
+  input.at = SkipBlanks(input.at);
+  const IntegerText number =
+      ReadInteger(input.at, input.EndOfField(conversion), RadixOf(conversion.letter));
+  if (number.end == nullptr) return false;
+  input.at = number.end;
+  const bool isSigned = conversion.kind == Kind::kSigned;
+  const unsigned long long value =
+      isSigned ? static_cast<unsigned long long>(SaturateSigned(number, values.integerBits))
+               : SaturateUnsigned(number, values.integerBits);
+  const unsigned bits = BitsOf(conversion, values.integerBits);
+  values.integer = isSigned ? static_cast<unsigned long long>(CutToSignedBits(value, bits))
+                            : CutToBits(value, bits);
+  return true;
+}
+
+bool ScanConversion(Input& input, const Conversion& conversion, ScalarArguments& values) {
+  if (conversion.kind == Kind::kFloating) return ScanFloating(input, conversion, values.floating);
+  if (conversion.kind != Kind::kCharacter) return ScanInteger(input, conversion, values);
+  if (input.at == input.last) return false;
+  values.integer = static_cast<unsigned char>(*input.at++);
+  return true;
+}
+
+bool ScanLiteral(Input& input, char literal) {
+  if (IsBlank(literal)) {
+    input.at = SkipBlanks(input.at);
+    return true;
+  }
+  return *input.at == literal && ++input.at;
+}
+
+}  // namespace
+
+unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarArguments& values) {
+  Conversion conversion;
+  if (!ReadPlainInteger(format, conversion)) return 0;
+  const unsigned bits = BitsOf(conversion, values.integerBits);
+  char* const last = text + kScalarBufferSize;
+  const char* const end = conversion.kind == Kind::kSigned
+                              ? std::to_chars(text, last, CutToSignedBits(values.integer, bits)).ptr
+                              : std::to_chars(text, last, CutToBits(values.integer, bits)).ptr;
+  return static_cast<unsigned>(end - text);
+}
+
+bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
+                     const ScalarArguments& values) {
+  CutText out(text);
+  if (!Takes(format, list)) return false;
+  FormatReader reader(format);
+  for (Piece piece = reader.Next(); piece != Piece::kEnd; piece = reader.Next()) {
+    if (piece == Piece::kConversion) {
+      PrintConversion(out, reader.conversion, values);
+    } else {
+      out.Append(reader.literal);
+    }
+  }
+  return true;
+}
+
+unsigned ScanWithFormat(const char* text, const char* format, ConversionList list,
+                        ScalarArguments& values) {
+  Input input{text, text + std::strlen(text)};
+  Conversion plain;
+  if (list == ConversionList::kInteger && ReadPlainInteger(format, plain)) {
+    return ScanInteger(input, plain, values) ? 1 : 0;
+  }
+  if (!Takes(format, list)) return 0;
+  FormatReader reader(format);
+  unsigned matched = 0;
+  for (Piece piece = reader.Next(); piece != Piece::kEnd; piece = reader.Next()) {
+    if (piece == Piece::kPercent) input.at = SkipBlanks(input.at);
+    const bool matches = piece == Piece::kConversion
+                             ? ScanConversion(input, reader.conversion, values)
+                             : ScanLiteral(input, reader.literal);
+    if (!matches) return matched;
+    if (piece == Piece::kConversion) ++matched;
+  }
+  return matched;
+}
+
+}  // namespace kv

@@ -1,0 +1,68 @@
+// CompareRun: the one walk behind every comparer. A row policy gives the order of two elements;
+// the walk finds the first pair that is not equal and minds the buffer ends.
+//
+// Equal bytes are equal values in every row's order (NaN equals NaN, a wildcard matches itself), so
+// equal stretches are skipped without being read as values. The reverse does not hold (-0.0 and
+// +0.0, padding, wildcards): an element whose bytes differ is ordered, and when it turns out equal
+// the walk goes on behind it.
+#pragma once
+
+#include "kvbase.h"
+#include "kvbase/codec.h"
+#include "kvbase/run.h"
+#include "kvbase/three_way.h"
+
+namespace kv {
+
+// Orders the elements at `a` and `b`, both in `format`. A row whose stored form orders by a rule of
+// its own says so with OrderStored.
+template <class Row>
+inline int OrderElements(const unsigned char* a, const unsigned char* b, Format format,
+                         unsigned short cmpOp) {
+  using Codec = typename Row::Codec;
+  const typename Codec::Value left = Codec::Read(a, format);
+  const typename Codec::Value right = Codec::Read(b, format);
+  if constexpr (requires { Row::OrderStored(left, right, cmpOp); }) {
+    if (!format.IsMemory()) return Row::OrderStored(left, right, cmpOp);
+  }
+  return Row::Order(left, right, cmpOp);
+}
+
+// A run of two elements and more. Kept out of line, so that the single element does not pay for it.
+template <class Row>
+[[gnu::noinline]] int CompareElements(Format format, unsigned length1, const unsigned char* a,
+                                      unsigned length2, const unsigned char* b,
+                                      unsigned short cmpOp, unsigned count, int& result) {
+  const unsigned stride = Row::Codec::Stride(format);
+  const unsigned visible =
+      std::min(VisibleElements(length1, stride, count), VisibleElements(length2, stride, count));
+  // The last visible element may end outside its buffer, so it is not part of the byte scan.
+  const std::size_t scanned = std::size_t{visible - 1} * stride;
+  std::size_t at = 0;
+  while (at < scanned) {
+    const std::size_t different = at + FirstDifference(a + at, b + at, scanned - at);
+    if (different >= scanned) break;
+    at = different - different % stride;
+    const int order = OrderElements<Row>(a + at, b + at, format, cmpOp);
+    if (order != 0) return order;
+    at += stride;
+  }
+  const int order = OrderElements<Row>(a + scanned, b + scanned, format, cmpOp);
+  if (order == 0 && visible < count) result = kvBufferShort;
+  return order;
+}
+
+template <class Row>
+inline int CompareRun(unsigned char op, unsigned length1, const void* value1, unsigned length2,
+                      const void* value2, unsigned short cmpOp, unsigned count, int& result) {
+  const Format format{static_cast<unsigned char>(op & 0x0F)};
+  const auto* a = static_cast<const unsigned char*>(value1);
+  const auto* b = static_cast<const unsigned char*>(value2);
+  result = kvOk;
+  // A single element, the index probe, is never tested against the buffer ends.
+  if (count == 1) return OrderElements<Row>(a, b, format, cmpOp);
+  if (count == 0) return 0;
+  return CompareElements<Row>(format, length1, a, length2, b, cmpOp, count, result);
+}
+
+}  // namespace kv

@@ -1,0 +1,95 @@
+// Store, load, sizes and translate of the rows whose stored width is fixed, over a codec.
+#pragma once
+
+#include <algorithm>
+
+#include "kvbase/codec.h"
+#include "kvtypemgr.h"
+
+namespace kv {
+
+// Memory form to stored form: bytes written. A count of 0 writes nothing.
+template <class Codec>
+unsigned StoreRun(void* destination, const void* source, unsigned char format, unsigned count) {
+  const bool reversed = Format{format}.IsReversed();
+  auto* stored = static_cast<unsigned char*>(destination);
+  const auto* values = static_cast<const typename Codec::Value*>(source);
+  const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
+  if (bytes == 0) return 0;
+  if (Codec::kSameLayout && !reversed) {
+    std::memcpy(stored, source, bytes);
+  } else {
+    for (unsigned i = 0; i < count; ++i, stored += Codec::kStoredWidth) {
+      Codec::Store(stored, values[i], reversed);
+    }
+  }
+  return static_cast<unsigned>(bytes);
+}
+
+// Stored form to memory form: bytes read. Members that the stored form leaves out become 0.
+template <class Codec>
+unsigned LoadRun(void* destination, const void* source, unsigned char format, unsigned count) {
+  const bool reversed = Format{format}.IsReversed();
+  const Format byteOrder{static_cast<unsigned char>(reversed ? 2 : 0)};
+  const auto* stored = static_cast<const unsigned char*>(source);
+  auto* values = static_cast<typename Codec::Value*>(destination);
+  const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
+  if (bytes == 0) return 0;
+  if (Codec::kSameLayout && !reversed) {
+    std::memcpy(destination, source, bytes);
+  } else {
+    for (unsigned i = 0; i < count; ++i, stored += Codec::kStoredWidth) {
+      values[i] = Codec::Read(stored, byteOrder);
+    }
+  }
+  return static_cast<unsigned>(bytes);
+}
+
+template <unsigned width>
+unsigned NullSizeOf(unsigned count) {
+  return count * width;
+}
+
+template <unsigned width>
+unsigned SizeOf(const void* /*stored*/, unsigned char /*extra*/, unsigned char /*format*/,
+                unsigned count) {
+  return count * width;
+}
+
+template <unsigned width>
+unsigned MemFileSizeOf(MemFile* /*file*/, unsigned char /*format*/, unsigned count) {
+  return count * width;
+}
+
+// Stored to stored does not convert: it copies what both lengths hold, after clearing a longer
+// destination, and leaves the byte order as it is. Deliberate; records are moved this way.
+inline unsigned CopyStored(void* destination, unsigned destinationLength, const void* source,
+                           unsigned sourceLength, unsigned count) {
+  if (count == 0) return 0;
+  const unsigned copied = std::min(destinationLength, sourceLength);
+  if (copied < destinationLength) std::memset(destination, 0, destinationLength);
+  if (copied != 0) std::memmove(destination, source, copied);
+  return copied;
+}
+
+// Translate of a fixed-width row over its own store and load functions. The byte order is that of
+// the stored side.
+template <KvStoreFunc store, KvLoadFunc load, unsigned memoryWidth>
+unsigned TranslateRun(void* destination, unsigned char destinationFormat,
+                      unsigned destinationLength, const void* source, unsigned char sourceFormat,
+                      unsigned sourceLength, unsigned count) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
+    if (!fromMemory) return load(destination, source, sourceFormat, count);
+    const std::size_t bytes = std::size_t{count} * memoryWidth;
+    if (bytes != 0) std::memmove(destination, source, bytes);
+    return static_cast<unsigned>(bytes);
+  }
+  if (fromMemory) {
+    const auto byteOrder = static_cast<unsigned char>(destinationFormat & 0x0F);
+    return store(destination, source, byteOrder, count);
+  }
+  return CopyStored(destination, destinationLength, source, sourceLength, count);
+}
+
+}  // namespace kv

@@ -1,0 +1,314 @@
+// The blob row: stored form, order, hash and bounds, over views of blobs in either form.
+#include "kvtypevl/rows/blob_row.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "kvbase/fold.h"
+#include "kvtypevl/operations/bounds.h"
+#include "kvtypevl/operations/compare.h"
+#include "kvtypevl/operations/convert.h"
+#include "kvtypevl/operations/hash.h"
+#include "kvtypevl/operations/step.h"
+#include "kvtypevl/operations/storage.h"
+
+namespace kv {
+namespace {
+
+constexpr unsigned kLengthWidth = 4;
+constexpr o_u4b kNullLength = 0xFFFFFFFF;
+
+BlobView ViewOf(const KvBlob& blob) {
+  if (blob.IsNullValue()) return {};
+  const auto length = static_cast<o_u4b>(blob.Length());
+  return {false, length, length, blob.Seek(0, blob.Length())};
+}
+
+void WriteLength(unsigned char*& at, o_u4b length, bool reversed) {
+  CopyField<kLengthWidth>(at, reinterpret_cast<const unsigned char*>(&length), reversed);
+  at += kLengthWidth;
+}
+
+// Blobs in memory or in a stored run, one after the other.
+class BlobRun {
+ public:
+  BlobRun(unsigned char op, unsigned length, const void* values, unsigned count)
+      : isMemory_(Format{op}.IsMemory()),
+        stored_(isMemory_ ? nullptr : values, length, Format{op}.IsReversed()),
+        at_(static_cast<const KvBlob*>(values)),
+        left_(isMemory_ ? VisibleElements(length, sizeof(KvBlob), count) : 0) {}
+
+  // A status as StoredBlobs::Next gives it.
+  int Next(BlobView& blob) {
+    if (!isMemory_) return stored_.Next(blob);
+    if (left_ == 0) return kvBufferShort;
+    --left_;
+    blob = ViewOf(*at_++);
+    return kvOk;
+  }
+
+ private:
+  bool isMemory_;
+  StoredBlobs stored_;
+  const KvBlob* at_;
+  unsigned left_;
+};
+
+// Null first (2, to be told from ordinary order); then by bytes, then by length.
+int OrderBlobs(const BlobView& a, const BlobView& b) {
+  if (a.null || b.null) return (b.null ? 2 : 0) - (a.null ? 2 : 0);
+  const o_u4b common = std::min(a.available, b.available);
+  const int order = common != 0 ? std::memcmp(a.bytes, b.bytes, common) : 0;
+  return order != 0 ? ThreeWay(order, 0) : ThreeWay(a.length, b.length);
+}
+
+unsigned HashBytes(const unsigned char* bytes, o_u4b length) {
+  return FoldUnits<unsigned char>(bytes, length, [](unsigned byte) { return byte; });
+}
+
+// What storing a run takes, its total's own width included.
+o_u8b StoredSize(const KvBlob* blobs, unsigned count) {
+  o_u8b size = kLengthWidth;
+  for (unsigned i = 0; i < count; ++i) {
+    size += kLengthWidth + static_cast<o_u8b>(blobs[i].Length());
+  }
+  return size;
+}
+
+constexpr unsigned ReportedSize(o_u8b size) {
+  return size <= UINT_MAX ? static_cast<unsigned>(size) : 0;
+}
+
+// What a stored run takes, by its total.
+unsigned StoredRunSize(const void* stored, bool reversed) {
+  o_u4b total;
+  CopyField<kLengthWidth>(reinterpret_cast<unsigned char*>(&total),
+                          static_cast<const unsigned char*>(stored), reversed);
+  return ReportedSize(o_u8b{total} + kLengthWidth);
+}
+
+// Estimates go by the first six bytes, as a number.
+struct BlobPrefix {
+  struct Codec {
+    using Value = BlobView;
+  };
+  static constexpr bool kPositionIsFloating = false;
+  static bool IsNull(const BlobView& blob) { return blob.null; }
+  static double Position(const BlobView& blob) {
+    double position = 0;
+    for (unsigned i = 0; i < 6; ++i) {
+      position = position * 256 + (i < blob.available ? blob.bytes[i] : 0);
+    }
+    return position;
+  }
+};
+
+// The first blob of a bound; null when there is none.
+BlobView BoundOf(const unsigned char* bound, unsigned char length, unsigned char format) {
+  const unsigned least = Format{format}.IsMemory() ? sizeof(KvBlob) : kLengthWidth;
+  BlobView blob;
+  const bool read =
+      HasBound(bound, length, least) && BlobRun(format, length, bound, 1).Next(blob) == kvOk;
+  return read ? blob : BlobView{};
+}
+
+}  // namespace
+
+StoredBlobs::StoredBlobs(const void* stored, unsigned bufferLength, bool reversed)
+    : at_(static_cast<const unsigned char*>(stored)), reversed_(reversed) {
+  if (stored == nullptr || (bufferLength != 0 && bufferLength < kLengthWidth)) return;
+  const o_u4b total = ReadLength(at_);
+  at_ += kLengthWidth;
+  remaining_ = bufferLength == 0 ? total : std::min(total, bufferLength - kLengthWidth);
+}
+
+o_u4b StoredBlobs::ReadLength(const unsigned char* at) const {
+  o_u4b length;
+  CopyField<kLengthWidth>(reinterpret_cast<unsigned char*>(&length), at, reversed_);
+  return length;
+}
+
+int StoredBlobs::Next(BlobView& blob) {
+  if (remaining_ < kLengthWidth) return kvBufferShort;
+  const o_u4b length = ReadLength(at_);
+  if (length > INT_MAX && length != kNullLength) return kvNotSupported;
+  at_ += kLengthWidth;
+  remaining_ -= kLengthWidth;
+  blob = {};
+  if (length == kNullLength) return kvOk;
+  blob = {false, length, std::min(length, remaining_), at_};
+  at_ += blob.available;
+  remaining_ -= blob.available;
+  return kvOk;
+}
+
+unsigned BlobRow::Store(void* destination, const void* source, unsigned char format,
+                        unsigned count) {
+  if (count == 0) return 0;
+  const auto* blobs = static_cast<const KvBlob*>(source);
+  const bool reversed = Format{format}.IsReversed();
+  const o_u8b size = StoredSize(blobs, count);
+  if (size > UINT_MAX) return 0;
+  auto* at = static_cast<unsigned char*>(destination);
+  WriteLength(at, static_cast<o_u4b>(size - kLengthWidth), reversed);
+  for (unsigned i = 0; i < count; ++i) {
+    const BlobView blob = ViewOf(blobs[i]);
+    WriteLength(at, blob.null ? kNullLength : blob.length, reversed);
+    if (blob.length != 0) std::memcpy(at, blob.bytes, blob.length);
+    at += blob.length;
+  }
+  return static_cast<unsigned>(size);
+}
+
+unsigned BlobRow::Load(void* destination, const void* source, unsigned char format,
+                       unsigned count) {
+  if (count == 0) return 0;
+  const bool reversed = Format{format}.IsReversed();
+  BlobView blob;
+  StoredBlobs check(source, 0, reversed);
+  for (unsigned i = 0; i < count; ++i) {
+    if (check.Next(blob) != kvOk || blob.IsCut()) return 0;
+  }
+  auto* blobs = static_cast<KvBlob*>(destination);
+  StoredBlobs run(source, 0, reversed);
+  for (unsigned i = 0; i < count; ++i) {
+    run.Next(blob);
+    if (blob.null) {
+      blobs[i].SetNullValue();
+    } else {
+      blobs[i].SetTo(blob.bytes, static_cast<int>(blob.length));
+      if (blobs[i].IsNullValue()) return 0;
+    }
+  }
+  return StoredRunSize(source, reversed);
+}
+
+unsigned BlobRow::NullSize(unsigned count) {
+  return count != 0 ? kLengthWidth + kLengthWidth * count : 0;
+}
+
+unsigned BlobRow::Size(const void* stored, unsigned char /*extra*/, unsigned char format,
+                       unsigned count) {
+  if (count == 0 || stored == nullptr) return 0;
+  if (!Format{format}.IsMemory()) return StoredRunSize(stored, Format{format}.IsReversed());
+  return ReportedSize(StoredSize(static_cast<const KvBlob*>(stored), count));
+}
+
+unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned count) {
+  const unsigned start = file->Tell();
+  unsigned char total[kLengthWidth];
+  const bool read = file->Read(total, kLengthWidth) == kLengthWidth;
+  file->Seek(start);
+  return read && count != 0 ? StoredRunSize(total, Format{format}.IsReversed()) : 0;
+}
+
+float BlobRow::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                            unsigned char format, unsigned count, KvIdxBounds* newBounds) {
+  if (count == 0 || value == nullptr) return 0;
+  const auto form = static_cast<unsigned char>(format & 0x0F);
+  float fraction = 0;
+  BlobView constant;
+  if (bounds != nullptr && BlobRun(form, 0, value, 1).Next(constant) == kvOk) {
+    const BlobView lower = BoundOf(bounds->lower, bounds->lowerLength, form);
+    const BlobView upper = BoundOf(bounds->upper, bounds->upperLength, form);
+    fraction = std::min(FractionOf<BlobPrefix>(op, constant, lower, upper), 1.0f);
+  }
+  // The memory form of a bound is the handle alone: it is good for as long as the constant lives.
+  const o_u8b size =
+      Format{form}.IsMemory() ? o_u8b{count} * sizeof(KvBlob) : Size(value, 0, form, count);
+  RecordBounds(newBounds, op, value, static_cast<unsigned>(std::min<o_u8b>(size, UINT_MAX)));
+  return fraction;
+}
+
+unsigned BlobRow::Hash(unsigned char format, unsigned length, void* value, unsigned count,
+                       int& result) {
+  result = kvOk;
+  if (count == 0) return 0;
+  unsigned combined = 0;
+  BlobRun run(format, length, value, count);
+  BlobView blob;
+  for (unsigned i = 0; i < count; ++i) {
+    result = run.Next(blob);
+    if (result != kvOk) break;
+    combined ^= blob.null ? kNullHash : HashBytes(blob.bytes, blob.available);
+    if (blob.IsCut()) {
+      result = kvBufferShort;
+      break;
+    }
+  }
+  return combined * kHashMultiplier;
+}
+
+KvTypeConvertData* BlobRow::ConvertTo(void* values, unsigned count) {
+  return ConvertRunToText<BlobRow>(values, count);
+}
+
+void* BlobRow::ConvertFrom(KvTypeConvertData* record, unsigned count) {
+  return ConvertRunFromText<BlobRow>(record, count);
+}
+
+void BlobRow::ToText(KvString& text, const KvBlob& blob) {
+  PrintBlob(text, const_cast<KvBlob*>(&blob), "%X", 1);
+}
+
+void BlobRow::FromText(KvBlob& blob, KvString& text) {
+  ScanBlob(&blob, text, nullptr, 1);
+}
+
+unsigned BlobRow::Translate(void* destination, unsigned char destinationFormat,
+                            unsigned destinationLength, const void* source,
+                            unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
+    if (!fromMemory) return Load(destination, source, sourceFormat, count);
+    AssignRun<KvBlob>(destination, const_cast<void*>(source), count, 0);
+    return count * static_cast<unsigned>(sizeof(KvBlob));
+  }
+  if (fromMemory) {
+    return Store(destination, source, static_cast<unsigned char>(destinationFormat & 0x0F), count);
+  }
+  return CopyStored(destination, destinationLength, source, sourceLength, count);
+}
+
+int BlobRow::IsNull(void* value) {
+  return static_cast<const KvBlob*>(value)->IsNullValue();
+}
+
+int BlobRow::SetNull(void* value) {
+  return static_cast<KvBlob*>(value)->SetNullValue();
+}
+
+void* BlobRow::DefaultValue(unsigned count, int /*unused*/) {
+  return CreateRun<KvBlob>(count);
+}
+
+int BlobRow::Step(void* value, unsigned /*length*/, unsigned char format, unsigned char op) {
+  if (!Format{format}.IsMemory()) return kvNotSupported;
+  if (op == static_cast<unsigned char>(StepOp::kKeep)) return kvOk;
+  if (op != static_cast<unsigned char>(StepOp::kSmallest)) return kvNotSupported;
+  static_cast<KvBlob*>(value)->SetTo(nullptr, 0);
+  return kvOk;
+}
+
+}  // namespace kv
+
+int BlobCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
+                unsigned short /*cmpOp*/, unsigned count, int& result) {
+  result = kvOk;
+  if (count == 0) return 0;
+  kv::BlobRun left(op, length1, value1, count);
+  kv::BlobRun right(op, length2, value2, count);
+  kv::BlobView a;
+  kv::BlobView b;
+  for (unsigned i = 0; i < count && result == kvOk; ++i) {
+    result = left.Next(a);
+    if (result == kvOk) result = right.Next(b);
+    if (result != kvOk) break;
+    const int order = kv::OrderBlobs(a, b);
+    if (order != 0) return order;
+    // Equal as far as they go, but one of them ends before its length does.
+    if (a.IsCut() || b.IsCut()) result = kvBufferShort;
+  }
+  return 0;
+}

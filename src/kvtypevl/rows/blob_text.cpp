@@ -1,0 +1,84 @@
+// Blobs as text: their length, and their bytes in hex.
+#include "kvtypevl/rows/blob_text.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "kvblob.h"
+#include "kvstring/null_text.h"
+#include "kvstring/text_sink.h"
+#include "kvtext/number_text.h"
+
+namespace kv {
+namespace {
+
+void PutHex(TextSink& sink, const KvBlob& blob) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  const unsigned char* bytes = blob.Seek(0, blob.Length());
+  // A KvString holds no more than this; the rest would be produced only to be cut off.
+  const int shown = std::min(blob.Length(), static_cast<int>(KvString::kMaximumBytes / 2));
+  for (int i = 0; i < shown; ++i) {
+    sink.Put(kDigits[bytes[i] >> 4]);
+    sink.Put(kDigits[bytes[i] & 15]);
+  }
+}
+
+void PutDirective(TextSink& sink, const KvBlob& blob, char letter) {
+  if (letter == 'L') {
+    sink.PutNumber(static_cast<unsigned>(blob.Length()));
+  } else if (letter == 'X') {
+    PutHex(sink, blob);
+  } else {
+    sink.Put(letter);
+  }
+}
+
+int HexDigit(char c) {
+  return IsDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10;
+}
+
+// `blob`, empty at first, takes the bytes of `text`; false when it is not hex or memory is short.
+bool ReadHex(KvBlob& blob, const char* text) {
+  unsigned char block[256];
+  int used = 0;
+  for (text = SkipBlanks(text); *text != 0; text = SkipBlanks(text + 2)) {
+    if (!IsHexDigit(text[0]) || !IsHexDigit(text[1])) return false;
+    block[used++] = static_cast<unsigned char>(HexDigit(text[0]) << 4 | HexDigit(text[1]));
+    if (used < static_cast<int>(sizeof block)) continue;
+    blob.Append(block, std::exchange(used, 0));
+    if (blob.IsNullValue()) return false;
+  }
+  blob.Append(block, used);
+  return !blob.IsNullValue();
+}
+
+}  // namespace
+
+KvString& PrintBlob(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  const KvBlob& blob = *static_cast<const KvBlob*>(values);
+  if (blob.IsNullValue()) return PrintNull(out);
+  TextSink sink(out);
+  for (const char* at = format != nullptr ? format : "[BLOB,len=%L]"; *at != 0; ++at) {
+    if (*at == '%' && at[1] != 0) {
+      PutDirective(sink, blob, *++at);
+    } else {
+      sink.Put(*at);
+    }
+  }
+  return sink.Finish();
+}
+
+void* ScanBlob(void* values, KvString& text, const char* /*format*/, unsigned /*count*/) {
+  if (values == nullptr) return nullptr;
+  auto& blob = *static_cast<KvBlob*>(values);
+  const NarrowText narrow(text);
+  KvBlob scanned;
+  if (BeginsWithNull(narrow.Get())) {
+    blob.SetNullValue();
+  } else if (ReadHex(scanned, narrow.Get())) {
+    blob = std::move(scanned);
+  }
+  return values;
+}
+
+}  // namespace kv

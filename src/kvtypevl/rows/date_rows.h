@@ -1,0 +1,74 @@
+// The rows of the date and time types, as the catalogue takes them. Their policies are in
+// date_rows.cpp; the behaviour of the values is in src/kvdate.
+#pragma once
+
+#include "kvcompare.h"
+#include "kvtypevl/operations/row.h"
+#include "kvtypevl/rows/scalar_rows.h"
+
+namespace kv {
+
+struct DateRow;
+struct TimeRow;
+struct DateTimeRow;
+struct DateTimeNRow;
+struct TimeSpanRow;
+struct OdmgDateRow;
+struct OdmgTimeRow;
+struct OdmgTimestampRow;
+struct IntervalRow;
+
+// A row whose comparer is exported under a name of its own.
+template <class Row>
+constexpr KvTypeDescriptor DateSlots(Nulls nulls, KvCompareFunc compare) {
+  KvTypeDescriptor slots = RowHandlers<Row>::Slots(nulls);
+  slots.compare = compare;
+  return slots;
+}
+
+constexpr KvTypeDescriptor KvDateSlots() {
+  return DateSlots<DateRow>(Nulls::kYes, KvDateCompare);
+}
+constexpr KvTypeDescriptor KvTimeSlots() {
+  return DateSlots<TimeRow>(Nulls::kYes, KvTimeCompare);
+}
+constexpr KvTypeDescriptor KvDateTimeSlots() {
+  return RowHandlers<DateTimeRow>::Slots(Nulls::kYes);
+}
+constexpr KvTypeDescriptor KvDateTimeNSlots() {
+  return RowHandlers<DateTimeNRow>::Slots(Nulls::kYes);
+}
+constexpr KvTypeDescriptor KvTimeSpanSlots() {
+  return RowHandlers<TimeSpanRow>::Slots(Nulls::kYes);
+}
+constexpr KvTypeDescriptor OdmgDateSlots() {
+  return DateSlots<OdmgDateRow>(Nulls::kNo, d_DateCompare);
+}
+constexpr KvTypeDescriptor OdmgTimeSlots() {
+  return DateSlots<OdmgTimeRow>(Nulls::kNo, d_TimeCompare);
+}
+constexpr KvTypeDescriptor OdmgTimestampSlots() {
+  return DateSlots<OdmgTimestampRow>(Nulls::kNo, d_TimestampCompare);
+}
+
+// d_Interval shares with o_float all but its lifetime, its storage and its text.
+constexpr KvTypeDescriptor IntervalSlots() {
+  constexpr KvTypeDescriptor number = ScalarSlots<FloatRow>(FloatCompare);
+  KvTypeDescriptor slots = RowHandlers<IntervalRow>::Slots(Nulls::kNo);
+  slots.nullSize = number.nullSize;
+  slots.size = number.size;
+  slots.memFileSize = number.memFileSize;
+  slots.compare = number.compare;
+  slots.evalAndBound = number.evalAndBound;
+  slots.hash = number.hash;
+  slots.translate = number.translate;
+  slots.step = number.step;
+  return slots;
+}
+
+// Stores a point in time (a KvTimeStamp) as a value of the date or time type `id`, whose row is
+// `row`. Result: bytes written; kvNotSupported for any other type, the destination untouched.
+int StoreTimeStamp(const KvTypeDescriptor& row, char id, void* destination, unsigned char format,
+                   const void* stamp);
+
+}  // namespace kv

@@ -1,0 +1,389 @@
+// The rows of KvIString and KvCaseIString: stored form, order, bounds and text.
+#include "kvtypevl/rows/istring_rows.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "kvcompare.h"
+#include "kvstring/istring_weights.h"
+#include "kvstring/narrow_text.h"
+#include "kvstring/string_edit.h"
+#include "kvtypevl/operations/bounds.h"
+#include "kvtypevl/operations/compare.h"
+#include "kvtypevl/operations/convert.h"
+#include "kvtypevl/operations/step.h"
+#include "kvtypevl/operations/storage.h"
+#include "kvtypevl/rows/stored_string_run.h"
+#include "kvtypevl/rows/string_row.h"
+
+namespace kv {
+namespace {
+
+// --- Texts in either form ---
+
+// Yields the texts of a run, one after the other.
+template <class Weights>
+class WeightedRun {
+ public:
+  using Value = KvWeightedString<Weights>;
+
+  WeightedRun(unsigned char op, unsigned length, const void* values, unsigned count)
+      : memory_(Format{op}.IsMemory() ? static_cast<const Value*>(values) : nullptr),
+        visible_(count == 0 ? 0 : VisibleElements(length, sizeof(Value), count)),
+        stored_(memory_ != nullptr ? nullptr : values, length, Format{op}, count) {}
+
+  // 0; kvBufferShort when the buffer ends before the next text, kvNotSupported when its stored
+  // length cannot be right.
+  int Next(WeightedText& text) {
+    if (memory_ == nullptr) return NextStored(text);
+    if (visible_ == 0) return kvBufferShort;
+    --visible_;
+    text = TextOf(memory_->StrGet(), std::strlen(memory_->StrGet()), memory_->GetFlags());
+    ++memory_;
+    return kvOk;
+  }
+
+ private:
+  static WeightedText TextOf(const void* bytes, std::size_t length, unsigned char flags) {
+    return {length == 0 ? nullptr : static_cast<const unsigned char*>(bytes), length, flags};
+  }
+
+  int NextStored(WeightedText& text) {
+    Text stored;
+    const int status = stored_.Next(stored);
+    if (status != kvOk) return status;
+    if (KvIsWideCodeSet(stored.codeSet)) {
+      const char* bytes = Narrow(stored);
+      text = TextOf(bytes, std::strlen(bytes), 0);
+    } else {
+      text = TextOf(stored.units, TextLength(stored.units, false, stored.length), 0);
+    }
+    return kvOk;
+  }
+
+  // Nothing here writes 16-bit texts; a KvString's are read all the same.
+  const char* Narrow(const Text& stored) {
+    KvString wide;
+    StringAccess::Assign(wide, stored.codeSet, stored.language, stored.units, stored.codeSet,
+                         stored.length, stored.byteOrder);
+    narrow_ = NarrowText(wide).Get();
+    return narrow_.StrGet();
+  }
+
+  const Value* memory_;
+  unsigned visible_;
+  StoredStringRun stored_;
+  KvString narrow_;
+};
+
+// --- Bounds ---
+
+// What characters a weight may stand for, as bits. Without case a letter's weight is both.
+enum WeightKind : unsigned char { kDigit = 1, kSmall = 2, kCapital = 4, kRest = 8, kAll = 15 };
+
+template <class Weights>
+constexpr std::array<unsigned char, 256> kKinds = [] {
+  std::array<unsigned char, 256> kinds{};
+  const auto add = [&kinds](unsigned first, unsigned last, WeightKind kind) {
+    for (unsigned byte = first; byte <= last; ++byte) {
+      kinds[WeightsOf<Weights>::kTable[byte].first] |= kind;
+    }
+  };
+  add('0', '9', kDigit);
+  add('a', 'z', kSmall);
+  add('A', 'Z', kCapital);
+  for (unsigned char& kind : kinds) {
+    if (kind == 0) kind = kRest;
+  }
+  return kinds;
+}();
+
+// Where a text stands between two others, as a number. What both begin with is passed over; behind
+// it the weights are digits, and the base is the number of weights of the kinds that occur there:
+// 26 between "aaa" and "zzz", 10 between "100" and "999". Any other weight ends the number where it
+// falls between two digits.
+template <class Weights>
+class WeightScale {
+ public:
+  WeightScale(const WeightedText& lower, const WeightedText& upper) : lower_(lower) {
+    WeightWalk<Weights> low(lower, 0, false);
+    WeightWalk<Weights> high(upper, 0, false);
+    unsigned lowWeight = low.Next();
+    unsigned highWeight = high.Next();
+    for (; lowWeight != 0 && lowWeight == highWeight; ++shared_) {
+      lowWeight = low.Next();
+      highWeight = high.Next();
+    }
+    const bool isRaw = ((lower.flags | upper.flags) & KvWeightedString<Weights>::kRawBytes) != 0;
+    unsigned kinds = isRaw || lowWeight == highWeight ? kAll : 0;
+    for (; lowWeight != 0; lowWeight = low.Next()) kinds |= kKinds<Weights>[lowWeight];
+    for (; highWeight != 0; highWeight = high.Next()) kinds |= kKinds<Weights>[highWeight];
+    for (unsigned weight = 1; weight < 256; ++weight) {
+      isDigit_[weight] = (kKinds<Weights>[weight] & kinds) != 0;
+      digit_[weight] = base_;
+      if (isDigit_[weight]) ++base_;
+    }
+    while (end_ * base_ < kLongest) {
+      end_ *= base_;
+      ++length_;
+    }
+  }
+
+  double Position(const WeightedText& text) const {
+    WeightWalk<Weights> walk(text, 0, false);
+    WeightWalk<Weights> begin(lower_, 0, false);
+    for (unsigned i = 0; i < shared_; ++i) {
+      const int order = static_cast<int>(walk.Next()) - static_cast<int>(begin.Next());
+      if (order != 0) return order < 0 ? -1 : end_;
+    }
+    double position = 0;
+    double unit = end_;
+    for (unsigned i = 0; i < length_; ++i) {
+      const unsigned weight = walk.Next();
+      if (weight == 0) break;
+      unit /= base_;
+      position += digit_[weight] * unit;
+      if (!isDigit_[weight]) break;
+    }
+    return position;
+  }
+
+ private:
+  static constexpr double kLongest = 0x1p50;  // a double tells the numbers up to here apart
+
+  WeightedText lower_;
+  unsigned shared_ = 0;
+  bool isDigit_[256] = {};
+  unsigned digit_[256] = {};
+  unsigned base_ = 0;
+  unsigned length_ = 0;  // digits of a number
+  double end_ = 1;       // behind every text with the shared beginning
+};
+
+// A text of one, whichever form it is in; false when there is none.
+template <class Weights>
+bool FirstText(unsigned char format, const unsigned char* values, unsigned length,
+               WeightedRun<Weights>& run, WeightedText& text) {
+  const unsigned least = Format{format}.IsMemory() ? sizeof(KvWeightedString<Weights>) : 2;
+  if (values == nullptr || (length != 0 && length < least)) return false;
+  return run.Next(text) == kvOk;
+}
+
+template <class Weights>
+float WeightedFraction(const KvIdxBounds& bounds, unsigned short predicate, const void* value,
+                       unsigned char format) {
+  WeightedRun<Weights> lowerRun(format, bounds.lowerLength, bounds.lower, 1);
+  WeightedRun<Weights> upperRun(format, bounds.upperLength, bounds.upper, 1);
+  WeightedRun<Weights> constantRun(format, 0, value, 1);
+  WeightedText lower, upper, constant;
+  if (!FirstText(format, bounds.lower, bounds.lowerLength, lowerRun, lower) ||
+      !FirstText(format, bounds.upper, bounds.upperLength, upperRun, upper) ||
+      constantRun.Next(constant) != kvOk) {
+    return 0;
+  }
+  const WeightScale<Weights> scale(lower, upper);
+  const double position = scale.Position(constant);
+  const IndexRange range{scale.Position(lower), scale.Position(upper)};
+  const double measure = RangeMeasure(predicate, {position, position}, range, 1.0);
+  return std::clamp(IntegerFraction(measure, range), 0.0f, 1.0f);
+}
+
+// --- Stored form ---
+
+// Bytes of a stored run; 0 for one that begins with a length of 0, which holds nothing.
+unsigned StoredRunSize(const void* stored, unsigned char format, unsigned count) {
+  const unsigned first = StringSizeGet(stored, 0, format, 1);
+  if (first <= 2) return 0;
+  const bool old = static_cast<const unsigned char*>(stored)[first - 1] == 0;
+  return old ? first : StringSizeGet(stored, 0, format, count);
+}
+
+template <class Weights>
+int CompareInMemory(const KvWeightedString<Weights>* values1,
+                    const KvWeightedString<Weights>* values2, unsigned length1, unsigned length2,
+                    unsigned count, int& result) {
+  constexpr unsigned kStride = sizeof(KvWeightedString<Weights>);
+  if (count == 0) return 0;
+  const unsigned visible =
+      std::min(VisibleElements(length1, kStride, count), VisibleElements(length2, kStride, count));
+  for (unsigned i = 0; i < visible; ++i) {
+    const int order = values1[i].Compare(values2[i]);
+    if (order != 0) return ThreeWay(order, 0);
+  }
+  if (visible < count) result = kvBufferShort;
+  return 0;
+}
+
+// What conversion records and stepping need to know of a value.
+template <class Weights>
+struct WeightedPolicy {
+  struct Codec {
+    using Value = KvWeightedString<Weights>;
+  };
+  using Value = KvWeightedString<Weights>;
+
+  static void ToText(KvString& text, const Value& value) { text = value.StrGet(); }
+  static void FromText(Value& value, const KvString& text) { value = NarrowText(text).Get(); }
+  // The lowest weight of all is that of byte 1.
+  static int Successor(Value& value) {
+    value += Value('\x01');
+    return kvOk;
+  }
+  static Value Smallest() { return Value(); }
+};
+
+}  // namespace
+
+template <class Weights>
+unsigned WeightedStringRow<Weights>::Store(void* destination, const void* source,
+                                           unsigned char format, unsigned count) {
+  auto* stored = static_cast<unsigned char*>(destination);
+  const auto* values = static_cast<const Value*>(source);
+  unsigned total = 0;
+  for (unsigned i = 0; i < count; ++i) {
+    total += StoreByteText(stored + total, values[i].StrGet(), Format{format});
+  }
+  return total;
+}
+
+template <class Weights>
+unsigned WeightedStringRow<Weights>::Load(void* destination, const void* source,
+                                          unsigned char format, unsigned count) {
+  if (count == 0) return 0;
+  const unsigned size = StoredRunSize(source, format, count);
+  if (size == 0) return 0;
+  WeightedRun<Weights> run(Format{format}.AsStored().byte, size, source, count);
+  auto* values = static_cast<Value*>(destination);
+  for (unsigned i = 0; i < count; ++i) {
+    WeightedText text{};
+    // Values that an old run does not hold become empty.
+    if (run.Next(text) != kvOk) text = {};
+    Value loaded(reinterpret_cast<const char*>(text.bytes),
+                 static_cast<unsigned short>(text.length));
+    if (text.length != 0 && loaded.IsEmpty()) return 0;  // memory was short
+    values[i] = std::move(loaded);
+  }
+  return size;
+}
+
+template <class Weights>
+int WeightedStringRow<Weights>::Compare(unsigned char format, unsigned length1, const void* value1,
+                                        unsigned length2, const void* value2, unsigned count,
+                                        int& result) {
+  result = kvOk;
+  if (Format{format}.IsMemory()) {
+    return CompareInMemory<Weights>(static_cast<const Value*>(value1),
+                                    static_cast<const Value*>(value2), length1, length2, count,
+                                    result);
+  }
+  WeightedRun<Weights> run1(format, length1, value1, count);
+  WeightedRun<Weights> run2(format, length2, value2, count);
+  for (unsigned i = 0; i < count; ++i) {
+    WeightedText text1, text2;
+    result = run1.Next(text1);
+    if (result == kvOk) result = run2.Next(text2);
+    if (result != kvOk) return 0;
+    const int order = CompareWeighted<Weights>(text1, text2);
+    if (order != 0) return ThreeWay(order, 0);
+  }
+  return 0;
+}
+
+template <class Weights>
+float WeightedStringRow<Weights>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                                               unsigned char format, unsigned count,
+                                               KvIdxBounds* newBounds) {
+  if (count == 0 || value == nullptr) return 0;
+  const float fraction =
+      bounds == nullptr ? 0 : WeightedFraction<Weights>(*bounds, op, value, format);
+  // A bound in memory form shares the constant's text and is good for as long as that lives.
+  const bool inMemory = Format{format}.IsMemory();
+  const unsigned size = inMemory ? std::min(count, 256u) * static_cast<unsigned>(sizeof(Value))
+                                 : StringSizeGet(value, 0, format, count);
+  RecordBounds(newBounds, op, value, size);
+  return fraction;
+}
+
+// Values that compare equal have many texts, so all share one bucket: deliberate.
+template <class Weights>
+unsigned WeightedStringRow<Weights>::Hash(unsigned char, unsigned, void*, unsigned, int& result) {
+  result = kvOk;
+  return 0;
+}
+
+template <class Weights>
+KvTypeConvertData* WeightedStringRow<Weights>::ConvertTo(void* values, unsigned count) {
+  return ConvertRunToText<WeightedPolicy<Weights>>(values, count);
+}
+
+template <class Weights>
+void* WeightedStringRow<Weights>::ConvertFrom(KvTypeConvertData* record, unsigned count) {
+  return ConvertRunFromText<WeightedPolicy<Weights>>(record, count);
+}
+
+template <class Weights>
+unsigned WeightedStringRow<Weights>::Translate(void* destination, unsigned char destinationFormat,
+                                               unsigned destinationLength, const void* source,
+                                               unsigned char sourceFormat, unsigned sourceLength,
+                                               unsigned count) {
+  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
+  if (Format{destinationFormat}.HasMemoryBit()) {
+    if (!fromMemory) return Load(destination, source, sourceFormat, count);
+    AssignRun<Value>(destination, const_cast<void*>(source), count, 0);
+    return count * static_cast<unsigned>(sizeof(Value));
+  }
+  if (fromMemory) {
+    return Store(destination, source, static_cast<unsigned char>(destinationFormat & 0x0F), count);
+  }
+  return CopyStored(destination, destinationLength, source, sourceLength, count);
+}
+
+template <class Weights>
+int WeightedStringRow<Weights>::IsNull(void* /*value*/) {
+  return 0;
+}
+
+template <class Weights>
+KvString& WeightedStringRow<Weights>::Print(KvString& out, void* values, const char* format,
+                                            unsigned count) {
+  out = static_cast<const Value*>(values)->StrGet();
+  if (out.IsEmpty() || format == nullptr || std::strcmp(format, "%s") == 0) return out;
+  KvString text(out);
+  return PrintString(out, &text, format, count);
+}
+
+template <class Weights>
+void* WeightedStringRow<Weights>::Scan(void* values, KvString& text, const char* /*format*/,
+                                       unsigned /*count*/) {
+  if (values != nullptr) *static_cast<Value*>(values) = NarrowText(text).Get();
+  return values;
+}
+
+template <class Weights>
+void* WeightedStringRow<Weights>::DefaultValue(unsigned count, int /*unused*/) {
+  return CreateRun<Value>(count);
+}
+
+template <class Weights>
+int WeightedStringRow<Weights>::Step(void* value, unsigned length, unsigned char format,
+                                     unsigned char op) {
+  return StepValue<WeightedPolicy<Weights>>(value, length, format, op);
+}
+
+template struct WeightedStringRow<KvIStringWeights>;
+template struct WeightedStringRow<KvCaseIStringWeights>;
+
+}  // namespace kv
+
+int KvIStringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
+                     void* value2, unsigned short /*cmpOp*/, unsigned count, int& result) {
+  return kv::WeightedStringRow<KvIStringWeights>::Compare(op, length1, value1, length2, value2,
+                                                          count, result);
+}
+
+int KvCaseIStringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
+                         void* value2, unsigned short /*cmpOp*/, unsigned count, int& result) {
+  return kv::WeightedStringRow<KvCaseIStringWeights>::Compare(op, length1, value1, length2, value2,
+                                                              count, result);
+}

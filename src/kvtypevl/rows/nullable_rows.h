@@ -1,0 +1,121 @@
+// The thirteen nullable rows: one policy over the row of the scalar.
+#pragma once
+
+#include "kvnull.h"
+#include "kvstring/null_text.h"
+#include "kvtypevl/rows/scalar_rows.h"
+#include "kvtypevl/rows/value_rows.h"
+
+namespace kv {
+
+enum class Indicator { kBefore, kBehind };
+
+// An indicator byte, 1 for null, before or behind the scalar's stored form.
+template <class ScalarCodecType, Indicator place = Indicator::kBefore>
+struct NullableCodec {
+  using Scalar = typename ScalarCodecType::Value;
+  using Value = KvNullable<Scalar>;
+
+  static constexpr unsigned kMemoryWidth = sizeof(Value);
+  static constexpr unsigned kStoredWidth = ScalarCodecType::kStoredWidth + 1;
+  static constexpr bool kSameLayout = false;
+
+  static constexpr unsigned Stride(Format format) {
+    return format.IsMemory() ? kMemoryWidth : kStoredWidth;
+  }
+
+  static void Load(Value& value, const unsigned char* stored, bool reversed) {
+    value = Value();
+    if (stored[kIndicatorAt] == 1) return;
+    ScalarCodecType::Load(value.value, stored + kScalarAt, reversed);
+    value.null = 0;
+  }
+
+  // A null stores a zero scalar, whatever it holds: equal values have equal stored bytes.
+  static void Store(unsigned char* stored, const Value& value, bool reversed) {
+    const Value written = value.IsNullValue() ? Value() : value;
+    stored[kIndicatorAt] = written.null;
+    ScalarCodecType::Store(stored + kScalarAt, written.value, reversed);
+  }
+
+  static Value Read(const unsigned char* at, Format format) {
+    Value value;
+    if (format.IsMemory()) {
+      std::memcpy(static_cast<void*>(&value), at, sizeof value);
+    } else if (format.HasMemoryBit()) {
+      NullableCodec<ScalarCodecType, Indicator::kBehind>::Load(value, at, false);
+    } else {
+      Load(value, at, format.IsReversed());
+    }
+    return value;
+  }
+
+ private:
+  static constexpr unsigned kIndicatorAt =
+      place == Indicator::kBefore ? 0 : ScalarCodecType::kStoredWidth;
+  static constexpr unsigned kScalarAt = place == Indicator::kBefore ? 1 : 0;
+};
+
+template <class ScalarRowType>
+struct NullableRow {
+  using ScalarCodecType = typename ScalarRowType::Codec;
+  using Codec = NullableCodec<ScalarCodecType>;
+  using Value = typename Codec::Value;
+  using Scalar = typename Codec::Scalar;
+  static constexpr bool kPositionIsFloating = ScalarRowType::kPositionIsFloating;
+  static constexpr const char* kFormat = nullptr;
+
+  // The format bit 0x08 puts the indicator behind the scalar, in every stored form.
+  static unsigned StoreNullable(void* destination, const void* source, unsigned char format,
+                                unsigned count);
+  static unsigned LoadNullable(void* destination, const void* source, unsigned char format,
+                               unsigned count);
+  struct Storage {
+    KvStoreFunc store;
+    KvLoadFunc load;
+  };
+  static constexpr Storage kStorage{StoreNullable, LoadNullable};
+
+  static int Order(const Value& a, const Value& b, unsigned short cmpOp) {
+    if (a.IsNullValue() || b.IsNullValue()) {
+      return (b.IsNullValue() ? 1 : 0) - (a.IsNullValue() ? 1 : 0);
+    }
+    return ScalarRowType::Order(a.value, b.value, cmpOp);
+  }
+
+  // XOR of the elements' own hashes: a present one hashes as its scalar alone does, multiplier and
+  // all, and the total is not multiplied again.
+  static unsigned Hash(unsigned char op, unsigned length, const void* value, unsigned count,
+                       int& result);
+
+  static double Position(const Value& value) { return ScalarRowType::Position(value.value); }
+
+  static int Successor(Value& value) {
+    if (!value.IsNullValue()) return ScalarRowType::Successor(value.value);
+    value = Smallest();
+    return kvOk;
+  }
+  static Value Smallest() { return ScalarRowType::Smallest(); }
+
+  static bool IsNull(const Value& value) { return value.IsNullValue() != 0; }
+  static int SetNull(Value& value) { return value.SetNullValue(); }
+  static Value Default() { return {}; }
+
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned /*count*/) {
+    auto& value = *static_cast<Value*>(values);
+    if (value.IsNullValue()) return PrintNull(out);
+    return ScalarRowType::Print(out, &value.value, format, 1);
+  }
+  // A text that the scalar's scan function does not take leaves the scalar as it is, present.
+  static void* Scan(void* values, KvString& text, const char* format, unsigned /*count*/);
+
+  static void ToText(KvString& text, const Value& value);
+  static void FromText(Value& value, KvString& text);
+};
+
+template <class ScalarRowType>
+constexpr KvTypeDescriptor NullableSlots() {
+  return RowHandlers<NullableRow<ScalarRowType>>::Slots(Nulls::kYes);
+}
+
+}  // namespace kv

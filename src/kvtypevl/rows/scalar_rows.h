@@ -1,0 +1,175 @@
+// The rows of the plain scalars: their policies, and their slots as the catalogue takes them. Their
+// storage functions are the base library's, their comparers the exported ones.
+#pragma once
+
+#include "kvcompare.h"
+#include "kvstring.h"
+#include "kvtypevl/operations/bounds.h"
+#include "kvtypevl/operations/compare.h"
+#include "kvtypevl/operations/hash.h"
+#include "kvtypevl/operations/row.h"
+#include "kvtypevl/operations/step.h"
+#include "kvtypevl/rows/scalar_text.h"
+#include "zbs.h"
+
+namespace kv {
+
+// The storage functions of one scalar family in the base library.
+struct ScalarStorage {
+  KvStoreFunc store;
+  KvLoadFunc load;
+  KvNullSizeFunc nullSize;
+  KvSizeFunc size;
+};
+
+inline constexpr ScalarStorage kCharStorage{CharStore, CharStore, CharNullSizeGet, CharSizeGet};
+inline constexpr ScalarStorage kShortStorage{ShortStore, ShortStore, ShortNullSizeGet,
+                                             ShortSizeGet};
+inline constexpr ScalarStorage kLongStorage{LongStore, LongStore, LongNullSizeGet, LongSizeGet};
+inline constexpr ScalarStorage kIntStorage{IntStore, IntLoad, IntNullSizeGet, IntSizeGet};
+inline constexpr ScalarStorage kUnsignedStorage{UnsignedStore, UnsignedLoad, IntNullSizeGet,
+                                                IntSizeGet};
+inline constexpr ScalarStorage kFloatStorage{FloatStore, FloatStore, FloatNullSizeGet,
+                                             FloatSizeGet};
+inline constexpr ScalarStorage kDoubleStorage{DoubleStore, DoubleStore, DoubleNullSizeGet,
+                                              DoubleSizeGet};
+inline constexpr ScalarStorage kEightByteStorage{O_8BStore, O_8BStore, O_8BNullSizeGet,
+                                                 O_8BSizeGet};
+
+// Print and scan functions of one scalar family.
+struct ScalarText {
+  KvPrintFunc print;
+  KvScanFunc scan;
+};
+
+inline constexpr ScalarText kCharacterText{PrintCharacters, ScanCharacters};
+inline constexpr ScalarText kShortText{PrintShort, ScanShort};
+inline constexpr ScalarText kWordText{PrintWord, ScanShort};
+inline constexpr ScalarText kLongText{PrintLong, ScanLong};
+inline constexpr ScalarText kDwordText{PrintDword, ScanLong};
+inline constexpr ScalarText kBlockIdText{PrintBlockId, ScanLong};
+inline constexpr ScalarText kIntText{PrintInt, ScanInt};
+inline constexpr ScalarText kUnsignedText{PrintUnsigned, ScanInt};
+inline constexpr ScalarText kEightByteText{Print8b, Scan8b};
+inline constexpr ScalarText kUnsignedEightByteText{PrintU8b, Scan8b};
+inline constexpr ScalarText kFloatText{PrintFloat, ScanFloat};
+inline constexpr ScalarText kDoubleText{PrintDouble, ScanDouble};
+
+// What all scalar policies share. `storage` and `text` are the family's functions.
+template <class T, const ScalarStorage& storage, const ScalarText& text>
+struct ScalarRow {
+  using Codec = ScalarCodec<T>;
+  static constexpr ScalarStorage kStorage = storage;
+  static constexpr ScalarText kText = text;
+
+  static constexpr bool kKeyIsLinear = true;
+  static double Position(T value) { return static_cast<double>(value); }
+
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {
+    return text.print(out, values, format, count);
+  }
+  static void* Scan(void* values, KvString& input, const char* format, unsigned count) {
+    return text.scan(values, input, format, count);
+  }
+};
+
+template <class T, const ScalarStorage& storage, const ScalarText& text>
+struct IntegerRow : ScalarRow<T, storage, text> {
+  static constexpr bool kPositionIsFloating = false;
+  static int Order(T a, T b, unsigned short) { return ThreeWay(a, b); }
+  static unsigned Key(T value) { return IntegerKey(value); }
+  static int Successor(T& value) { return IntegerSuccessor(value); }
+  static T Smallest() { return std::numeric_limits<T>::min(); }
+  static void ToText(KvString& out, T value) { out << value; }
+};
+
+// A whole number whose text is read by KvString's own conversions: decimal, 0x and 0 prefixes.
+template <class T, const ScalarStorage& storage, const ScalarText& text>
+struct SignedRow : IntegerRow<T, storage, text> {
+  static void FromText(T& value, const KvString& input) { value = static_cast<T>(input); }
+};
+
+// A whole number whose largest values are beyond those conversions and read by its scan function.
+template <class T, const ScalarStorage& storage, const ScalarText& text>
+struct UnsignedRow : IntegerRow<T, storage, text> {
+  static constexpr const char* kFormat = sizeof(T) == 2 ? "%hu" : sizeof(T) == 8 ? "%I64u" : "%u";
+  static void ToText(KvString& out, T value) { out = KvString(static_cast<o_u8b>(value)); }
+  static void FromText(T& value, KvString& input) {
+    value = 0;
+    text.scan(&value, input, kFormat, 1);
+  }
+};
+
+// A one-byte row is a character to its readers: its text is that character.
+template <class T, const ScalarStorage& storage, const ScalarText& text>
+struct CharacterRow : IntegerRow<T, storage, text> {
+  static void ToText(KvString& out, T value) { out = KvString(static_cast<char>(value)); }
+  static void FromText(T& value, const KvString& input) {
+    value = static_cast<T>(input.StrGet()[0]);
+  }
+};
+
+// NaN first, then -infinity, every finite value, +infinity.
+template <class T>
+int FloatingClass(T value) {
+  if (std::isnan(value)) return -2;
+  if (std::isinf(value)) return value < 0 ? -1 : 1;
+  return 0;
+}
+
+// NaNs are equal to each other and the zeros compare equal.
+template <class T>
+int FloatingOrder(T a, T b) {
+  if (a < b) return -1;
+  if (a > b) return 1;
+  if (a == b) return 0;
+  return ThreeWay(FloatingClass(a), FloatingClass(b));
+}
+
+template <class T, const ScalarStorage& storage, const ScalarText& text>
+struct FloatingRow : ScalarRow<T, storage, text> {
+  static constexpr bool kPositionIsFloating = true;
+  static int Order(T a, T b, unsigned short) { return FloatingOrder(a, b); }
+  // The bit pattern; a double folds its halves. So -0.0 and +0.0, though equal, hash apart: stored
+  // hash indexes depend on it.
+  static unsigned Key(T value) {
+    return IntegerKey(std::bit_cast<std::conditional_t<sizeof(T) == 4, o_u4b, o_u8b>>(value));
+  }
+  static int Successor(T& value) { return FloatingSuccessor(value); }
+  static T Smallest() { return std::numeric_limits<T>::lowest(); }
+  static void ToText(KvString& out, T value) { out << value; }
+  static void FromText(T& value, KvString& input) {
+    value = 0;
+    text.scan(&value, input, "%.17g", 1);
+  }
+};
+
+using CharRow = CharacterRow<o_char, kCharStorage, kCharacterText>;
+using ByteRow = CharacterRow<o_u1b, kCharStorage, kCharacterText>;
+using ShortRow = SignedRow<o_2b, kShortStorage, kShortText>;
+using WordRow = UnsignedRow<o_u2b, kShortStorage, kWordText>;
+using LongRow = SignedRow<o_4b, kLongStorage, kLongText>;
+using DwordRow = UnsignedRow<o_u4b, kLongStorage, kDwordText>;
+using BlockIdRow = UnsignedRow<o_u4b, kLongStorage, kBlockIdText>;
+using IntRow = SignedRow<int, kIntStorage, kIntText>;  // int and enum
+using UnsignedIntRow = UnsignedRow<unsigned, kUnsignedStorage, kUnsignedText>;
+using EightByteRow = SignedRow<o_8b, kEightByteStorage, kEightByteText>;
+using UnsignedEightByteRow = UnsignedRow<o_u8b, kEightByteStorage, kUnsignedEightByteText>;
+using FloatRow = FloatingRow<o_float, kFloatStorage, kFloatText>;
+using DoubleRow = FloatingRow<o_double, kDoubleStorage, kDoubleText>;
+
+// A scalar row as the catalogue takes it.
+template <class Row>
+constexpr KvTypeDescriptor ScalarSlots(KvCompareFunc compare) {
+  KvTypeDescriptor slots = RowHandlers<Row>::Slots(Nulls::kNo);
+  slots.store = Row::kStorage.store;
+  slots.load = Row::kStorage.load;
+  slots.nullSize = Row::kStorage.nullSize;
+  slots.size = Row::kStorage.size;
+  slots.compare = compare;
+  slots.print = Row::kText.print;
+  slots.scan = Row::kText.scan;
+  return slots;
+}
+
+}  // namespace kv

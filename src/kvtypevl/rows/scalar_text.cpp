@@ -1,0 +1,263 @@
+// The print and scan functions of the scalar rows: each takes its value to and from the arguments
+// of a format (scalar_format.h) and knows its row's default format, which stands in for formats
+// that do not parse. Characters and floating numbers add rules of their own.
+#include "kvtypevl/rows/scalar_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "kvstring.h"
+#include "kvstring/narrow_text.h"
+#include "kvstring/string_edit.h"
+#include "kvstring/text_sink.h"
+#include "kvtext/float_text.h"
+#include "kvtext/scalar_format.h"
+
+namespace kv {
+namespace {
+
+// What `out = text` does, for a text whose length is known: printing is mostly this.
+KvString& SetText(KvString& out, const char* text, unsigned length) {
+  if (length == 0) return out = "";
+  AssignDefault8(out, text, length);
+  return out;
+}
+
+KvString& SetText(KvString& out, const char* text) {
+  return SetText(out, text, static_cast<unsigned>(std::strlen(text)));
+}
+
+// --- Whole numbers ---
+
+template <class Integer>
+ScalarArguments ArgumentsOf(Integer value) {
+  ScalarArguments arguments;
+  // Sign-extended to 32 bits as C promotes a short, whichever row it is: unsigned rows narrow it
+  // back by the h in their formats.
+  arguments.integer = static_cast<unsigned long long>(static_cast<long long>(value));
+  arguments.integerBits = sizeof(Integer) == 8 ? 64 : 32;
+  return arguments;
+}
+
+template <class Integer>
+KvString& PrintInteger(KvString& out, const void* values, const char* format,
+                       const char* rowFormat) {
+  if (values == nullptr) return out = "";
+  Integer value;
+  std::memcpy(&value, values, sizeof value);
+  const ScalarArguments arguments = ArgumentsOf(value);
+  ScalarBuffer text;
+  if (format == nullptr) format = rowFormat;
+  const unsigned length = PrintPlainInteger(text, format, arguments);
+  if (length != 0) return SetText(out, text, length);
+  if (!PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
+    PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
+  }
+  return SetText(out, text);
+}
+
+template <class Integer>
+void* ScanInteger(void* values, const KvString& text, const char* format) {
+  if (values == nullptr || format == nullptr) return values;
+  ScalarArguments arguments = ArgumentsOf(Integer{});
+  if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments) == 1) {
+    const auto value = static_cast<Integer>(arguments.integer);
+    std::memcpy(values, &value, sizeof value);
+  }
+  return values;
+}
+
+// --- Characters ---
+
+constexpr char kCharacterFormat[] = "%c";
+
+constexpr bool IsPrintable(char c) {
+  return c >= 0x20 && c <= 0x7E;
+}
+
+void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
+  if (!IsPrintable(c)) {
+    constexpr char kHexDigits[] = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    const char hex[] = {'0', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 15], 0};
+    std::memcpy(text, hex, sizeof hex);
+    return;
+  }
+  const ScalarArguments arguments = ArgumentsOf(c);
+  if (!PrintWithFormat(text, format, ConversionList::kInteger, arguments)) {
+    text[0] = c;
+    text[1] = 0;
+  }
+}
+
+// --- Floating numbers ---
+
+constexpr char kFloatFormat[] = "%.17g";
+
+// A comparison that the compiler unrolls: every number printed or scanned begins with it.
+constexpr bool IsFloatFormat(const char* format) {
+  for (unsigned i = 0; i < sizeof kFloatFormat; ++i) {
+    if (format[i] != kFloatFormat[i]) return false;
+  }
+  return true;
+}
+
+bool IsMantissaFormat(const char* format) {
+  return std::strncmp(format, "ldex", 4) == 0;
+}
+
+KvString& PrintDefault(KvString& out, double value) {
+  char text[kFloatTextSize];
+  return SetText(out, text, PrintDefaultFloat(text, value));
+}
+
+KvString& PrintFloating(KvString& out, double value, const char* format) {
+  if (format == nullptr || IsFloatFormat(format)) return PrintDefault(out, value);
+  ScalarBuffer text;
+  ScalarArguments arguments;
+  arguments.floating = value;
+  ConversionList list = ConversionList::kFloating;
+  if (IsMantissaFormat(format)) {
+    int exponent = 0;  // stays 0 for infinities and NaN
+    arguments.floating = std::frexp(value, &exponent);
+    arguments.integer = static_cast<unsigned long long>(static_cast<long long>(exponent));
+    list = ConversionList::kMantissaAndExponent;
+  }
+  return PrintWithFormat(text, format, list, arguments) ? SetText(out, text)
+                                                        : PrintDefault(out, value);
+}
+
+// False when the format did not match: the destination then stays as it is.
+bool ScanFloating(const char* text, const char* format, double& value) {
+  if (IsFloatFormat(format)) {
+    value = ScanDefaultFloat(text);
+    return true;
+  }
+  ScalarArguments arguments;
+  if (!IsMantissaFormat(format)) {
+    const unsigned matched = ScanWithFormat(text, format, ConversionList::kFloating, arguments);
+    value = arguments.floating;
+    return matched == 1;
+  }
+  if (ScanWithFormat(text, format, ConversionList::kMantissaAndExponent, arguments) != 2) {
+    return false;
+  }
+  value = std::ldexp(arguments.floating, static_cast<int>(arguments.integer));
+  return true;
+}
+
+template <class Floating>
+KvString& PrintFloatingRow(KvString& out, const void* values, const char* format) {
+  if (values == nullptr) return out = "";
+  Floating value;
+  std::memcpy(&value, values, sizeof value);
+  return PrintFloating(out, value, format);
+}
+
+template <class Floating>
+void* ScanFloatingRow(void* values, const KvString& text, const char* format) {
+  double scanned;
+  if (values == nullptr || format == nullptr) return values;
+  if (ScanFloating(NarrowText(text).Get(), format, scanned)) {
+    const auto value = static_cast<Floating>(scanned);
+    std::memcpy(values, &value, sizeof value);
+  }
+  return values;
+}
+
+}  // namespace
+
+KvString& PrintCharacters(KvString& out, void* values, const char* format, unsigned count) {
+  if (values == nullptr) return out = "";
+  TextSink text(out);
+  if (format == nullptr) format = kCharacterFormat;
+  const char* bytes = static_cast<const char*>(values);
+  // Every byte prints at least one character, so what lies beyond cannot show.
+  const unsigned shown = std::min(count, KvString::kMaximumBytes);
+  const bool plain = std::strcmp(format, kCharacterFormat) == 0;
+  ScalarBuffer piece;
+  for (unsigned i = 0; i < shown; ++i) {
+    if (plain && IsPrintable(bytes[i])) {
+      text.Put(bytes[i]);
+    } else {
+      PrintCharacter(piece, bytes[i], format);
+      text.Put(piece);
+    }
+  }
+  return text.Finish();
+}
+
+void* ScanCharacters(void* values, KvString& text, const char* format, unsigned count) {
+  if (values == nullptr || format == nullptr) return values;
+  const NarrowText narrow(text);
+  char* bytes = static_cast<char*>(values);
+  const char* input = narrow.Get();
+  if (std::strcmp(format, kCharacterFormat) == 0) {
+    std::memcpy(bytes, input, std::min<std::size_t>(std::strlen(input), count));
+    return values;
+  }
+  for (; count != 0 && *input != 0; --count, ++input, ++bytes) {
+    ScalarArguments arguments;
+    if (ScanWithFormat(input, format, ConversionList::kInteger, arguments) == 1) {
+      *bytes = static_cast<char>(arguments.integer);
+    }
+  }
+  return values;
+}
+
+KvString& PrintShort(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_2b>(out, values, format, "%hd");
+}
+KvString& PrintWord(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_2b>(out, values, format, "%hu");
+}
+KvString& PrintLong(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_4b>(out, values, format, "%ld");
+}
+KvString& PrintDword(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_4b>(out, values, format, "%lu");
+}
+KvString& PrintBlockId(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_4b>(out, values, format, "#%lu");
+}
+KvString& PrintInt(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<int>(out, values, format, "%d");
+}
+KvString& PrintUnsigned(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<int>(out, values, format, "%u");
+}
+KvString& Print8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_8b>(out, values, format, "%I64d");
+}
+KvString& PrintU8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintInteger<o_8b>(out, values, format, "%I64u");
+}
+
+void* ScanShort(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<o_2b>(values, text, format);
+}
+void* ScanLong(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<o_4b>(values, text, format);
+}
+void* ScanInt(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<int>(values, text, format);
+}
+void* Scan8b(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanInteger<o_8b>(values, text, format);
+}
+
+KvString& PrintDouble(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintFloatingRow<double>(out, values, format);
+}
+void* ScanDouble(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanFloatingRow<double>(values, text, format);
+}
+KvString& PrintFloat(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  return PrintFloatingRow<float>(out, values, format);
+}
+void* ScanFloat(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  return ScanFloatingRow<float>(values, text, format);
+}
+
+}  // namespace kv

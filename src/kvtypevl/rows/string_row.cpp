@@ -1,0 +1,227 @@
+// The order, hash, conversion, null and step of KvString's rows.
+
+#include "kvtypevl/rows/string_row.h"
+
+#include "kvhash.h"
+#include "kvstring/collate_quick.h"
+#include "kvtypevl/operations/compare.h"
+#include "kvtypevl/operations/convert.h"
+#include "kvtypevl/operations/hash.h"
+#include "kvtypevl/operations/step.h"
+#include "kvtypevl/rows/string_run.h"
+
+#include "kvstring/string_edit.h"
+
+namespace kv {
+namespace {
+
+struct StringPolicy {
+  struct Codec {
+    using Value = KvString;
+  };
+  static void ToText(KvString& text, const KvString& value) { text = value; }
+  static void FromText(KvString& value, const KvString& text) { value = text; }
+};
+
+// A string that its buffer cuts short hashes as many orders as it has characters.
+unsigned HashElement(const Text& text, bool isCut) {
+  if (!isCut) return HashText(text);
+  const unsigned length = TextLength(text.units, KvIsWideCodeSet(text.codeSet), text.length);
+  return HashString(text.codeSet, text.language, static_cast<const char*>(text.units),
+                    static_cast<short>(length), text.byteOrder);
+}
+
+template <class Run>
+unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned count,
+                   int& result) {
+  Run run(values, length, format, count);
+  unsigned combined = 0;
+  for (unsigned index = 0; index < count; ++index) {
+    Text text;
+    result = run.Next(text);
+    if (result == kvNotSupported) return 0;
+    if (result != kvOk) break;
+    combined ^= HashElement(text, run.IsCut());
+  }
+  return combined * kHashMultiplier;
+}
+
+template <class Run>
+int CompareRunsOf(const void* values1, unsigned length1, const void* values2, unsigned length2,
+                  Format format, unsigned short cmpOp, unsigned count, int& result) {
+  Run run1(values1, length1, format, count);
+  Run run2(values2, length2, format, count);
+  unsigned index = 0;
+  if constexpr (requires { run1.PassEqual(run2, count); }) index = run1.PassEqual(run2, count);
+  for (; index < count; ++index) {
+    Text text1;
+    Text text2;
+    result = run1.Next(text1);
+    if (result == kvOk) result = run2.Next(text2);
+    if (result != kvOk) return 0;
+    const int order = CompareTexts(text1, text2, cmpOp);
+    if (order != 0) return ThreeWay(order, 0);
+  }
+  return 0;
+}
+
+// Any two runs; what is not ordinary among single strings too.
+[[gnu::noinline]] int CompareAnyRuns(unsigned char op, unsigned length1, const void* value1,
+                                     unsigned length2, const void* value2, unsigned short cmpOp,
+                                     unsigned count, int& result) {
+  const Format format{op};
+  return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
+                                                            format, cmpOp, count, result)
+                           : CompareRunsOf<StoredStringRun>(value1, length1, value2, length2,
+                                                            format, cmpOp, count, result);
+}
+
+// What the first difference, behind `passed` units, leaves undecided between two whole blocks.
+[[gnu::noinline]] int CompareBlocksRest(const unsigned char* block1, const unsigned char* block2,
+                                        unsigned char op, unsigned short cmpOp, unsigned passed) {
+  const bool reversed = Format{op}.IsReversed();
+  const bool wide = KvIsWideCodeSet(block1[2]);
+  const auto textOf = [=](const unsigned char* block) -> Text {
+    return {block[2], block[3], block + StringBlock::kHeader,
+            StringBlock::Units(block, wide, reversed),
+            static_cast<unsigned char>(reversed ? 2 : 1)};
+  };
+  return CompareRest(textOf(block1), textOf(block2), passed, cmpOp);
+}
+
+// The unit with the lowest order of a code set and language: a text followed by it is the shortest
+// one that begins with the text and orders after it.
+unsigned short LowestUnit(unsigned char codeSet, unsigned char language) {
+  unsigned short lowest = 1;
+  unsigned lowestOrder = 0xFFFFFFFF;
+  for (unsigned short unit = 1; unit < 256; ++unit) {
+    const unsigned order = OrderCursor({codeSet, language, &unit, 1}).Next();
+    if (order != 0 && order < lowestOrder) {
+      lowestOrder = order;
+      lowest = unit;
+    }
+  }
+  return lowest;
+}
+
+int Successor(KvString& string) {
+  if (string.IsNullValue()) {
+    string = KvString();
+    return kvOk;
+  }
+  const unsigned short length = string.Len();
+  if (length >= MaximumLength(string.GetCodeSet())) return kvOverflow;
+  const unsigned short unit = LowestUnit(string.GetCodeSet(), string.GetLanguage());
+  const bool done = StringAccess::Edit(
+      string, {.position = length, .text = &unit, .codeSet = string.GetCodeSet(), .count = 1});
+  return done ? kvOk : kvNotSupported;
+}
+
+int StepInMemory(KvString& string, unsigned char op) {
+  switch (static_cast<StepOp>(op)) {
+    case StepOp::kSuccessor:
+    case StepOp::kSuccessorToo:
+      return Successor(string);
+    case StepOp::kKeep:
+      return kvOk;
+    case StepOp::kSmallest:
+      string.d_deactivate();
+      return kvOk;
+  }
+  return kvNotSupported;
+}
+
+}  // namespace
+
+unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
+                     int& result) {
+  result = kvOk;
+  if (count == 0) return 0;
+  const Format form{format};
+  return form.IsMemory() ? HashRunOf<MemoryStringRun>(values, length, form, count, result)
+                         : HashRunOf<StoredStringRun>(values, length, form, count, result);
+}
+
+KvTypeConvertData* ConvertStringsTo(void* values, unsigned count) {
+  return ConvertRunToText<StringPolicy>(values, count);
+}
+
+void* ConvertStringsFrom(KvTypeConvertData* record, unsigned count) {
+  return ConvertRunFromText<StringPolicy>(record, count);
+}
+
+int IsNullString(void* value) {
+  return static_cast<const KvString*>(value)->IsNullValue() ? 1 : 0;
+}
+
+int SetNullString(void* value) {
+  return static_cast<KvString*>(value)->SetNullValue();
+}
+
+void* DefaultStrings(unsigned count, int /*unused*/) {
+  return CreateRun<KvString>(count);
+}
+
+// A stored string is stepped in its own byte order and stored back where it fits.
+int StepString(void* value, unsigned length, unsigned char format, unsigned char op) {
+  // By the whole byte, as KvTypeMgr::GetValue tells the forms of every other row.
+  if (format == kMemory.byte) return StepInMemory(*static_cast<KvString*>(value), op);
+  if (static_cast<StepOp>(op) == StepOp::kKeep) return kvOk;
+  KvString string;
+  if (StringLoad(&string, value, format, 1) == 0) return kvNotSupported;
+  const int status = StepInMemory(string, op);
+  if (status != kvOk) return status;
+  // Without a buffer length the present block is all the room there is.
+  const unsigned room = length != 0 ? length : StringSizeGet(value, 0, format, 1);
+  if (StoredStringSize(string) > room) return kvOverflow;
+  StringStore(value, &string, format, 1);
+  return kvOk;
+}
+
+int NeverNullString(void* /*value*/) {
+  return 0;
+}
+
+int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*format*/,
+                     unsigned char /*op*/) {
+  return kvNotSupported;
+}
+
+}  // namespace kv
+
+// An index probe compares single strings; those take no detour through a run. Everything out of the
+// ordinary is called at the end and only there, with what was given, so that it costs them nothing.
+int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
+                  unsigned short cmpOp, unsigned count, int& result) {
+  using namespace kv;
+  result = kvOk;
+  const Format format{op};
+  if (count != 1) [[unlikely]] {
+    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+  }
+  if (format.IsMemory()) {
+    return CompareStrings(*static_cast<const KvString*>(value1),
+                          *static_cast<const KvString*>(value2), cmpOp);
+  }
+  const auto* block1 = static_cast<const unsigned char*>(value1);
+  const auto* block2 = static_cast<const unsigned char*>(value2);
+  if (!AreWhole(block1, length1, block2, length2, format) ||
+      !IsOrdinary(block1[2], block1[3], block2[2], block2[3], cmpOp)) [[unlikely]] {
+    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+  }
+  const unsigned char codeSet = block1[2];
+  const unsigned char language = block1[3];
+  const auto rest = [=](unsigned passed) {
+    return CompareBlocksRest(block1, block2, op, cmpOp, passed);
+  };
+  if (!KvIsWideCodeSet(codeSet)) {
+    const auto difference =
+        FindTerminated<unsigned char>(block1 + StringBlock::kHeader, block2 + StringBlock::kHeader);
+    return DecideBy(difference, ByteOrderTable(codeSet, language), rest);
+  }
+  const bool reversed = format.IsReversed();
+  const auto difference = FindCounted<unsigned short>(
+      block1 + StringBlock::kHeader, StringBlock::Units(block1, true, reversed),
+      block2 + StringBlock::kHeader, StringBlock::Units(block2, true, reversed), reversed);
+  return DecideBy(difference, WideOrderTable(language), rest);
+}

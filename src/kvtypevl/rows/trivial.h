@@ -1,0 +1,79 @@
+// The shared trivial functions: what the illegal row answers to every operation, harmlessly.
+#pragma once
+
+#include "kvtypemgr.h"
+#include "kvtypevl/operations/row.h"
+
+namespace kv {
+
+struct TrivialRow {
+  static void* Create(unsigned) { return nullptr; }
+  static void* Delete(void*, unsigned) { return nullptr; }
+  static unsigned Store(void*, const void*, unsigned char, unsigned) { return 0; }
+  static unsigned NullSize(unsigned) { return 0; }
+  static unsigned Size(const void*, unsigned char, unsigned char, unsigned) { return 0; }
+  static unsigned MemFileSize(MemFile*, unsigned char, unsigned) { return 0; }
+  static int Compare(unsigned char, unsigned, void*, unsigned, void*, unsigned short, unsigned,
+                     int& result) {
+    result = kvOk;
+    return 0;
+  }
+  static float EvalAndBound(KvIdxBounds*, unsigned short&, void*, unsigned char, unsigned,
+                            KvIdxBounds*) {
+    return 0;
+  }
+  static unsigned Hash(unsigned char, unsigned, void*, unsigned, int& result) {
+    result = kvOk;
+    return 0;
+  }
+  static KvTypeConvertData* ConvertTo(void*, unsigned) { return nullptr; }
+  static void* ConvertFrom(KvTypeConvertData*, unsigned) { return nullptr; }
+  static void Lifetime(void*, unsigned, unsigned) {}
+  static void Copy(void*, void*, unsigned, int) {}
+  static unsigned Translate(void*, unsigned char, unsigned, const void*, unsigned char, unsigned,
+                            unsigned) {
+    return 0;
+  }
+  static int IsNull(void*) { return 0; }
+  static KvString& Print(KvString& out, void*, const char*, unsigned) { return out; }
+  static void* Scan(void* values, KvString&, const char*, unsigned) { return values; }
+  static void* DefaultValue(unsigned, int) { return nullptr; }
+  static int Step(void*, unsigned, unsigned char, unsigned char) { return kvNotSupported; }
+
+  static int SetNull(void*) { return kvNotSupported; }
+
+  static constexpr KvTypeDescriptor Slots(Nulls nulls = Nulls::kNo) {
+    return {
+        .typeName = nullptr,
+        .typeIdName = nullptr,
+        .create = Create,
+        .destroy = Delete,
+        .store = Store,
+        .load = Store,
+        .nullSize = NullSize,
+        .size = Size,
+        .memFileSize = MemFileSize,
+        .compare = Compare,
+        .evalAndBound = EvalAndBound,
+        .hash = Hash,
+        .convertTo = ConvertTo,
+        .convertFrom = ConvertFrom,
+        .construct = Lifetime,
+        .destruct = Lifetime,
+        .assign = Copy,
+        .copy = Copy,
+        .translate = Translate,
+        .isNull = IsNull,
+        .setNull = nulls == Nulls::kYes ? SetNull : nullptr,
+        .format = nullptr,
+        .print = Print,
+        .scan = Scan,
+        .sizeWord = 0,
+        .defaultValue = DefaultValue,
+        .step = Step,
+        .reserved = nullptr,
+    };
+  }
+};
+
+}  // namespace kv

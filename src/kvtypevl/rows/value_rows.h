@@ -1,0 +1,119 @@
+// The rows of KvInt64, KvBoolean and KvSeal: their policies, and their slots as the catalogue takes
+// them.
+#pragma once
+
+#include "kvboolean.h"
+#include "kvcompare.h"
+#include "kvint64.h"
+#include "kvseal.h"
+#include "kvtypevl/operations/bounds.h"
+#include "kvtypevl/operations/compare.h"
+#include "kvtypevl/operations/hash.h"
+#include "kvtypevl/operations/row.h"
+#include "kvtypevl/operations/step.h"
+#include "kvtypevl/rows/value_text.h"
+
+namespace kv {
+
+// Two words, each in the byte order of the format; the low one always comes first.
+struct Int64Row {
+  using Codec = FieldCodec<KvInt64, Field{0, 4}, Field{4, 4}>;
+  static constexpr bool kKeyIsLinear = true;
+  static constexpr bool kPositionIsFloating = false;
+  static constexpr const char* kFormat = "%S";
+
+  static int Order(const KvInt64& a, const KvInt64& b, unsigned short) {
+    return ThreeWay(a.Get8b(), b.Get8b());
+  }
+  static unsigned Key(const KvInt64& value) { return IntegerKey(value.Get8b()); }
+  static double Position(const KvInt64& value) { return static_cast<double>(value.Get8b()); }
+  static int Successor(KvInt64& value) {
+    o_8b number = value.Get8b();
+    const int status = IntegerSuccessor(number);
+    value = number;
+    return status;
+  }
+  static KvInt64 Smallest() { return LLONG_MIN; }
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {
+    return PrintInt64(out, values, format, count);
+  }
+  static void* Scan(void* values, KvString& text, const char* format, unsigned count) {
+    return ScanInt64(values, text, format, count);
+  }
+};
+
+struct BooleanRow {
+  using Codec = ScalarCodec<KvBoolean>;
+  static constexpr bool kKeyIsLinear = true;
+  static constexpr const char* kFormat = "noop";
+
+  static int Order(const KvBoolean& a, const KvBoolean& b, unsigned short) {
+    return (a > b) - (a < b);
+  }
+  static unsigned Key(const KvBoolean& truth) {
+    return IntegerKey(static_cast<o_char>(truth.value));
+  }
+  // A boolean index has three places. Its share of a range is a constant, not a measure.
+  static float Evaluate(const KvIdxBounds* bounds, unsigned short predicate, const void* value,
+                        unsigned char format, unsigned count, KvIdxBounds* newBounds);
+  static bool IsNull(const KvBoolean& truth) { return truth.IsNullValue() != 0; }
+  static int SetNull(KvBoolean& truth) { return truth.SetNullValue(); }
+  static KvBoolean Default() { return {}; }
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {
+    return PrintBoolean(out, values, format, count);
+  }
+  static void* Scan(void* values, KvString& text, const char* format, unsigned count) {
+    return ScanBoolean(values, text, format, count);
+  }
+};
+
+// Three words, most significant byte first in either byte order.
+struct SealRow {
+  using Codec = FieldCodec<KvSeal, Field{0, 2, FieldOrder::kMostSignificant},
+                           Field{2, 2, FieldOrder::kMostSignificant},
+                           Field{4, 2, FieldOrder::kMostSignificant}>;
+  static constexpr bool kPositionIsFloating = false;
+  static constexpr const char* kFormat = "noop";
+
+  // The difference of the first words that differ; of the first bytes, between stored seals.
+  static int Order(const KvSeal& a, const KvSeal& b, unsigned short);
+  static int OrderStored(const KvSeal& a, const KvSeal& b, unsigned short);
+  // The words as the stored form has them in two 4-byte places, the second half filled.
+  static unsigned Key(const KvSeal& seal) {
+    return (seal.high | static_cast<unsigned>(seal.middle) << 16) ^ seal.low;
+  }
+  static double Position(const KvSeal& seal) { return static_cast<double>(Number(seal)); }
+  static int Successor(KvSeal& seal);
+  static KvSeal Smallest() { return {}; }
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned count);
+  static void* Scan(void* values, KvString& text, const char* format, unsigned count);
+
+ private:
+  static o_8b Number(const KvSeal& seal) {
+    o_8b number;
+    seal.ConvertTo(number);
+    return number;
+  }
+};
+
+constexpr KvTypeDescriptor Int64Slots() {
+  KvTypeDescriptor slots = RowHandlers<Int64Row>::Slots(Nulls::kNo);
+  slots.compare = Int64Compare;
+  slots.print = PrintInt64;
+  slots.scan = ScanInt64;
+  return slots;
+}
+
+constexpr KvTypeDescriptor BooleanSlots() {
+  KvTypeDescriptor slots = RowHandlers<BooleanRow>::Slots(Nulls::kYes);
+  slots.compare = BooleanCompare;
+  slots.print = PrintBoolean;
+  slots.scan = ScanBoolean;
+  return slots;
+}
+
+constexpr KvTypeDescriptor SealSlots() {
+  return RowHandlers<SealRow>::Slots(Nulls::kNo);
+}
+
+}  // namespace kv

@@ -1,0 +1,173 @@
+// The text of KvInt64, KvBoolean and KvSeal.
+#include "kvtypevl/rows/value_text.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "kvboolean.h"
+#include "kvseal.h"
+#include "kvstring/null_text.h"
+#include "kvstring/text_sink.h"
+#include "kvtext/number_text.h"
+
+namespace kv {
+namespace {
+
+constexpr const char* kInt64Format = "%S";
+
+enum class Letters { kLower, kUpper };
+
+struct Conversion {
+  int radix;  // 0: no conversion, the "%" is ordinary text
+  Letters letters = Letters::kLower;
+};
+
+// What a character behind "%" asks for.
+constexpr Conversion ConversionOf(char letter) {
+  switch (letter) {
+    case 'S':
+    case 'd':
+    case 'i':
+      return {10};
+    case 'x':
+      return {16};
+    case 'X':
+      return {16, Letters::kUpper};
+    case 'o':
+      return {8};
+    default:
+      return {0};
+  }
+}
+
+// Walks a format: `convert` takes each conversion, `literal` each other character, and a false of
+// either ends the walk. A "%" that begins no conversion is ordinary text, and so is the character
+// behind it, whatever it is.
+template <class Convert, class Literal>
+bool WalkInt64Format(const char* format, Convert convert, Literal literal) {
+  for (const char* at = format != nullptr ? format : kInt64Format; *at != 0; ++at) {
+    if (*at != '%' || at[1] == 0) {
+      if (!literal(*at)) return false;
+    } else if (const Conversion conversion = ConversionOf(*++at); conversion.radix != 0) {
+      if (!convert(conversion)) return false;
+    } else if (!literal('%') || !literal(*at)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void PutInt64(TextSink& sink, const KvInt64& value, Conversion conversion) {
+  if (value < 0) sink.Put('-');
+  // The magnitude of the most negative value is right as an unsigned number.
+  const auto magnitude = static_cast<o_u8b>(value.Abs().Get8b());
+  if (conversion.radix == 8 && magnitude != 0) sink.Put('0');
+  char digits[65];
+  char* end = std::to_chars(digits, digits + 64, magnitude, conversion.radix).ptr;
+  *end = 0;
+  if (conversion.letters == Letters::kUpper) {
+    std::transform(digits, end, digits,
+                   [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+  }
+  sink.Put(digits);
+}
+
+// Hexadecimal behind 0x, also where the conversion is decimal; a 0 alone never makes a decimal
+// number octal, so padded numbers read as they look.
+bool ReadInt64(KvInt64& value, const char*& text, const char* end, int radix) {
+  text = SkipBlanks(text);
+  const char* digits = text < end && (*text == '-' || *text == '+') ? text + 1 : text;
+  const bool hexadecimal = end - digits >= 2 && digits[0] == '0' && (digits[1] | 0x20) == 'x';
+  const IntegerText number = ReadInteger(text, end, radix == 10 && hexadecimal ? 16 : radix);
+  if (number.end == nullptr) return false;
+  value = SaturateSigned(number, 64);
+  text = number.end;
+  return true;
+}
+
+}  // namespace
+
+KvString& PrintInt64(KvString& out, void* values, const char* format, unsigned /*count*/) {
+  const KvInt64 value = *static_cast<const KvInt64*>(values);
+  TextSink sink(out);
+  WalkInt64Format(
+      format,
+      [&](Conversion conversion) {
+        PutInt64(sink, value, conversion);
+        return true;
+      },
+      [&](char character) {
+        sink.Put(character);
+        return true;
+      });
+  return sink.Finish();
+}
+
+bool ScanInt64Text(KvInt64& value, const char* text, const char* format) {
+  const char* end = text + std::strlen(text);
+  KvInt64 scanned = value;
+  const bool matches = WalkInt64Format(
+      format,
+      [&](Conversion conversion) { return ReadInt64(scanned, text, end, conversion.radix); },
+      [&](char character) {
+        if (IsBlank(character)) {
+          text = SkipBlanks(text);
+          return true;
+        }
+        return *text++ == character;
+      });
+  if (matches) value = scanned;
+  return matches;
+}
+
+void* ScanInt64(void* values, KvString& text, const char* format, unsigned /*count*/) {
+  if (values == nullptr) return nullptr;
+  const NarrowText narrow(text);
+  ScanInt64Text(*static_cast<KvInt64*>(values), narrow.Get(), format);
+  return values;
+}
+
+KvString& PrintBoolean(KvString& out, void* values, const char* /*format*/, unsigned /*count*/) {
+  const KvBoolean truth = *static_cast<const KvBoolean*>(values);
+  if (truth.IsNullValue()) return PrintNull(out);
+  return out = truth.value == 1 ? "TRUE" : "FALSE";
+}
+
+void* ScanBoolean(void* values, KvString& text, const char* /*format*/, unsigned /*count*/) {
+  if (values == nullptr) return nullptr;
+  auto& truth = *static_cast<KvBoolean*>(values);
+  const NarrowText narrow(text);
+  if (BeginsWithNull(narrow.Get())) {
+    truth.SetNullValue();
+    return values;
+  }
+  constexpr const char* kTrue[] = {"T", "t", "TRUE", "true", "1"};
+  truth = std::any_of(std::begin(kTrue), std::end(kTrue),
+                      [&](const char* word) { return std::strcmp(narrow.Get(), word) == 0; });
+  return values;
+}
+
+}  // namespace kv
+
+KvString& KvInt64::PrintToKvString(KvString& text, const char* format) const {
+  KvInt64 value = *this;
+  return kv::PrintInt64(text, &value, format, 1);
+}
+
+int KvInt64::ScanFromKvString(const KvString& text, const char* format) {
+  const kv::NarrowText narrow(text);
+  return kv::ScanInt64Text(*this, narrow.Get(), format) ? kvOk : kvNotSupported;
+}
+
+KvString& KvSeal::PrintToKvString(KvString& text) const {
+  KvInt64 value;
+  ConvertTo(value);
+  return value.PrintToKvString(text);
+}
+
+int KvSeal::ScanFromKvString(const KvString& text) {
+  KvInt64 value;
+  const int status = text.IsEmpty() ? kvOk : value.ScanFromKvString(text);
+  if (status == kvOk) ConvertFrom(value);
+  return status;
+}
