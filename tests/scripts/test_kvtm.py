@@ -195,7 +195,7 @@ class BadInput(KvtmTest):
             (2, "'47'", "store", "47", "1"),
             (2, "'-1'", "store", "-1", "1"),
             (2, "illegal", "store", "illegal", "1"),
-            (2, "operand is missing", "store", "Kv4B_T"),
+            (2, "VALUE is missing", "store", "Kv4B_T"),
             (2, "'c'", "compare", "Kv1B_T", "a", "b", "c"),
             (2, "--frmat", "load", "Kv4B_T", "--frmat", "x", "01"),
             (2, "--order takes a value", "store", "Kv4B_T", "1", "--order"),
@@ -293,7 +293,7 @@ class Help(KvtmTest):
         manual = self.good("--help")
         commands = re.search(r"COMMANDS\n(.*?)\n\n", manual, re.S).group(1)
         names = [line.split()[0] for line in commands.splitlines()]
-        self.assertEqual(len(names), 12)
+        self.assertLessEqual({"types", "store", "load", "sort"}, set(names))
         for name in names:
             text = self.good("help", name)
             self.assertTrue(text.startswith(f"usage: kvtm {name}"))

@@ -1,52 +1,14 @@
 #include "arguments.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "failure.h"
+#include "nearest.h"
 #include "numbers.h"
-
-const std::vector<Option>& AllOptions() {
-  static const std::vector<Option> options = {
-      {"order", "N",
-       "byte order of the stored bytes: 2 reversed (most significant byte\n"
-       "first), 0 or 1 memory order (the default)"},
-      {"from", "F", "the form that is given"},
-      {"to", "F", "the form that is wanted"},
-      {"count", "N", "how many values the bytes hold (default: as many as there are)"},
-      {"op", "N",
-       "compare operation, bits added up: 0x10 no wildcards, 0x20 ignore\n"
-       "case, 0x40 ignore accents, 0x80 skip spaces, 0x100 key order,\n"
-       "0x200 ignore the extension level"},
-      {"lines", "FILE", "read each line of FILE as a run of its own; - is the standard input"},
-      {"format", "F", "print and read values in this format of the type, not in kvtm's"},
-      {"codeset", "CS",
-       "code set of string values, by number or name (default: 1, ISO 8859-1,\n"
-       "where it holds the text, else 253, 16-bit Unicode)"},
-      {"language", "L", "language of string values, by number or English name (default: 1)"},
-      {"json", nullptr, "write JSON, for programs to read"},
-      {"help", nullptr, "show the help of the command"},
-  };
-  return options;
-}
+#include "program.h"
 
 namespace {
-
-bool IsListed(std::string_view list, std::string_view name) {
-  while (!list.empty()) {
-    const std::size_t blank = list.find(' ');
-    if (list.substr(0, blank) == name) return true;
-    list.remove_prefix(blank == std::string_view::npos ? list.size() : blank + 1);
-  }
-  return false;
-}
-
-const Option* FindOption(std::string_view name, std::string_view listed) {
-  if (!IsListed(listed, name)) return nullptr;
-  for (const Option& option : AllOptions()) {
-    if (name == option.name) return &option;
-  }
-  return nullptr;
-}
 
 // A "-" before a digit begins a negative number, and -Infinity is one too.
 bool LooksLikeOption(const std::string& word) {
@@ -55,42 +17,90 @@ bool LooksLikeOption(const std::string& word) {
          !EqualsIgnoringCase(word, "-Infinity");
 }
 
+// "TYPE VALUE... [FILE]": the name of the operand at `index`, without dots and brackets.
+std::string OperandName(const Command& command, std::size_t index) {
+  const std::vector<std::string> names = SplitWords(command.operands);
+  if (names.empty()) return "an operand";
+  std::string name = names[std::min(index, names.size() - 1)];
+  std::erase_if(name, [](char c) { return c == '.' || c == '[' || c == ']'; });
+  return name;
+}
+
 }  // namespace
 
-Arguments::Arguments(const std::vector<std::string>& words, std::string_view options,
-                     std::size_t least, std::size_t most) {
+bool IsListed(std::string_view list, std::string_view name) {
+  for (const std::string& each : SplitWords(list)) {
+    if (each == name) return true;
+  }
+  return false;
+}
+
+std::vector<std::string> SplitWords(std::string_view list) {
+  std::vector<std::string> words;
+  while (!list.empty()) {
+    const std::size_t blank = std::min(list.find(' '), list.size());
+    if (blank > 0) words.emplace_back(list.substr(0, blank));
+    list.remove_prefix(std::min(blank + 1, list.size()));
+  }
+  return words;
+}
+
+Arguments::Arguments(const std::vector<std::string>& words, const Command& command,
+                     const std::vector<Option>& all)
+    : command_(command), all_(all) {
   bool optionsEnded = false;
   for (std::size_t i = 0; i < words.size(); ++i) {
     if (!optionsEnded && words[i] == "--") {
       optionsEnded = true;
     } else if (!optionsEnded && LooksLikeOption(words[i])) {
-      TakeOption(words, i, options);
+      TakeOption(words, i);
     } else {
       operands_.push_back(words[i]);
     }
   }
-  if (operands_.size() < least) FailUsage("an operand is missing");
-  if (operands_.size() > most) FailUsage("one operand too many, " + Quoted(operands_[most]));
+  if (operands_.size() < command.leastOperands) {
+    FailUsage(OperandName(command, operands_.size()) + " is missing; it takes " + command.operands);
+  }
+  if (operands_.size() > command.mostOperands) {
+    FailUsage("one operand too many, " + Quoted(operands_[command.mostOperands]));
+  }
 }
 
-void Arguments::TakeOption(const std::vector<std::string>& words, std::size_t& index,
-                           std::string_view options) {
-  const std::string& word = words[index];
-  const std::size_t equals = word.find('=');
-  const std::string name = word.starts_with("--") ? word.substr(2, equals - 2) : std::string();
-  const Option* option = FindOption(name, options);
-  if (option == nullptr) {
-    FailUsage("unknown option " + Quoted(word) + "; put -- before values that begin with -");
+// The option that a word names, null when the command has none of that name.
+const Option* Arguments::Find(const std::string& word) const {
+  const bool isLong = word.starts_with("--");
+  const std::string name = isLong ? word.substr(2, word.find('=') - 2) : word.substr(1);
+  for (const Option& option : all_) {
+    if (!IsListed(command_.options, option.name)) continue;
+    if (isLong ? name == option.name : name.size() == 1 && name[0] == option.letter) {
+      return &option;
+    }
   }
+  return nullptr;
+}
+
+void Arguments::TakeOption(const std::vector<std::string>& words, std::size_t& index) {
+  const std::string& word = words[index];
+  const Option* option = Find(word);
+  if (option == nullptr) {
+    const std::size_t name = std::min(word.find_first_not_of('-'), word.size());
+    const std::string nearest =
+        NearestOf(word.substr(name), SplitWords(std::string(command_.options) + " help"));
+    FailUsage("unknown option " + Quoted(word) +
+              (nearest.empty() ? "" : ", did you mean --" + nearest + "?") +
+              "; put -- before values that begin with -");
+  }
+  const std::size_t equals = word.starts_with("--") ? word.find('=') : std::string::npos;
+  std::vector<std::string>& values = options_[option->name];
   if (option->valueName == nullptr) {
-    if (equals != std::string::npos) FailUsage("--" + name + " takes no value");
-    options_[name] = "";
+    if (equals != std::string::npos)
+      FailUsage(std::string("--") + option->name + " takes no value");
   } else if (equals != std::string::npos) {
-    options_[name] = word.substr(equals + 1);
+    values.push_back(word.substr(equals + 1));
   } else if (index + 1 < words.size()) {
-    options_[name] = words[++index];
+    values.push_back(words[++index]);
   } else {
-    FailUsage("--" + name + " takes a value");
+    FailUsage(std::string("--") + option->name + " takes a value");
   }
 }
 
@@ -101,8 +111,13 @@ std::vector<std::string> Arguments::From(std::size_t first) const {
 }
 
 std::string Arguments::Value(const std::string& option) const {
+  const std::vector<std::string> values = Values(option);
+  return values.empty() ? std::string() : values.back();
+}
+
+std::vector<std::string> Arguments::Values(const std::string& option) const {
   const auto found = options_.find(option);
-  return found == options_.end() ? std::string() : found->second;
+  return found == options_.end() ? std::vector<std::string>() : found->second;
 }
 
 unsigned Arguments::Number(const std::string& option, unsigned least, unsigned most,

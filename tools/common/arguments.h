@@ -11,17 +11,18 @@ struct Option {
   const char* name;
   const char* valueName;  // null for an option without a value
   const char* help;
+  char letter = 0;  // "-r" beside "--reverse"; 0: none
 };
 
-// Every option there is; a command names those it takes.
-const std::vector<Option>& AllOptions();
+struct Command;
 
 class Arguments {
  public:
-  // `options` are the names that the command takes, separated by blanks. Fails (Failure, usage) on
-  // any other option, on a missing value and on a number of operands outside [least, most].
-  Arguments(const std::vector<std::string>& words, std::string_view options, std::size_t least,
-            std::size_t most);
+  // Reads `words` as the operands and options that the command takes; `all` are the program's
+  // options. Fails (Failure, usage) on any other option, on a missing value and on a number of
+  // operands that the command does not take.
+  Arguments(const std::vector<std::string>& words, const Command& command,
+            const std::vector<Option>& all);
 
   std::size_t Count() const { return operands_.size(); }
   const std::string& operator[](std::size_t index) const { return operands_[index]; }
@@ -34,13 +35,21 @@ class Arguments {
   // The option's value as a whole number (decimal, or hex after 0x); fails outside [least, most].
   unsigned Number(const std::string& option, unsigned least, unsigned most,
                   unsigned fallback) const;
+  // All values of an option that was given more than once, in their order.
+  std::vector<std::string> Values(const std::string& option) const;
 
  private:
-  void TakeOption(const std::vector<std::string>& words, std::size_t& index,
-                  std::string_view options);
+  void TakeOption(const std::vector<std::string>& words, std::size_t& index);
+  const Option* Find(const std::string& word) const;
 
+  const Command& command_;
+  const std::vector<Option>& all_;
   std::vector<std::string> operands_;
-  std::map<std::string, std::string> options_;
+  std::map<std::string, std::vector<std::string>> options_;
 };
+
+// Whether a list of names separated by blanks holds `name`.
+bool IsListed(std::string_view list, std::string_view name);
+std::vector<std::string> SplitWords(std::string_view list);
 
 inline constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);

@@ -1,9 +1,9 @@
 #include "catalogue.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "failure.h"
+#include "nearest.h"
 #include "numbers.h"
 
 KvTypeMgr& Types() {
@@ -31,30 +31,6 @@ std::string TypeIdName(char id) {
 }
 
 namespace {
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  }
-  return lowered;
-}
-
-// Edits (insert, remove, replace) that turn one text into the other.
-std::size_t EditDistance(std::string_view from, std::string_view to) {
-  std::vector<std::size_t> row(to.size() + 1);
-  for (std::size_t j = 0; j <= to.size(); ++j) row[j] = j;
-  for (std::size_t i = 0; i < from.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
-    }
-  }
-  return row[to.size()];
-}
 
 // What users of other systems call a type.
 struct OtherName {
@@ -99,38 +75,17 @@ constexpr OtherName kOtherNames[] = {
     {"binary", "KvBlob"},
 };
 
-constexpr std::size_t kFarthestName = 3;  // edits of a name that is still a misspelling
-constexpr std::size_t kMostSuggestions = 4;
-
-std::string Joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (i > 0) text += i + 1 < names.size() ? ", " : " or ";
-    text += names[i];
-  }
-  return text;
-}
-
 // The names that a mistyped one most likely meant, empty when none is near.
 std::string Suggestion(std::string_view text) {
-  const std::string wanted = Lowered(text.substr(0, 40));
   for (const OtherName& other : kOtherNames) {
-    if (wanted == other.name) return other.types;
+    if (EqualsIgnoringCase(text, other.name)) return other.types;
   }
-  std::vector<std::string> nearest;
-  std::size_t nearestDistance = kFarthestName + 1;
+  std::vector<std::string> names;
   for (char id = 0; id < TypeCount(); ++id) {
-    for (const std::string& name : {TypeName(id), TypeIdName(id)}) {
-      const std::size_t distance = EditDistance(wanted, Lowered(name));
-      if (distance > nearestDistance || distance > kFarthestName || distance >= wanted.size()) {
-        continue;
-      }
-      if (distance < nearestDistance) nearest.clear();
-      nearestDistance = distance;
-      if (nearest.size() < kMostSuggestions) nearest.push_back(name);
-    }
+    names.push_back(TypeName(id));
+    names.push_back(TypeIdName(id));
   }
-  return Joined(nearest);
+  return NearestOf(text, names);
 }
 
 }  // namespace

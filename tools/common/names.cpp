@@ -71,3 +71,17 @@ std::string LanguageName(unsigned char language) {
   if (language >= 1 && language <= kNamedLanguages) return EnglishName(language);
   return "language " + std::to_string(language);
 }
+
+std::string CodeSetNames() {
+  std::string names;
+  for (const NamedCodeSet& named : kCodeSets) names += std::string(named.name) + " ";
+  return names;
+}
+
+std::string LanguageNames() {
+  std::string names;
+  for (unsigned number = 1; number <= kNamedLanguages; ++number) {
+    names += LanguageName(static_cast<unsigned char>(number)) + " ";
+  }
+  return names;
+}

@@ -13,3 +13,7 @@ unsigned char FindLanguage(std::string_view text);
 std::string CodeSetName(unsigned char codeSet);
 // "German"; "language 42" for a number without a name.
 std::string LanguageName(unsigned char language);
+
+// All names, separated by blanks, for completions.
+std::string CodeSetNames();
+std::string LanguageNames();

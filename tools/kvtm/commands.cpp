@@ -1,186 +1,65 @@
-// The table of commands with their help, and the small things that commands share.
+// The small things that the commands share.
 #include "commands.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 
 #include "failure.h"
 #include "names.h"
+#include "numbers.h"
 
-const std::vector<Command>& AllCommands() {
-  static const std::vector<Command> commands = {
-      {"types", "", "list the catalogue of value types",
-       R"(Lists every type: its id, its type name and type id name (either serves as TYPE, as does
-the id), the bytes of a value in memory and stored, whether it can be null, and the
-format that it prints in by default.
+namespace {
 
-Examples:
-  $ kvtm types | head -n 4
-  id  type             id name            memory  stored  null  format
-  0   o_char           Kv1B_T             1       1       no    %c
-  1   o_2b             Kv2B_T             2       2       no    %hd
-  2   o_4b             Kv4B_T             4       4       no    %ld
-)",
-       "json", 0, 0, RunTypes},
-      {"describe", "", "tell which library this is",
-       R"(Shows what the type manager says of itself: names, version, build, the compiler, the
-format version of the process's type manager, and the width of a pointer (the size in
-memory of strings and blobs depends on it, stored bytes never do).
-)",
-       "json", 0, 0, RunDescribe},
-      {"store", "TYPE VALUE...", "write values as stored bytes, in hex",
-       R"(Writes the stored form of the values, one run of bytes as an index or a record holds it.
+struct NamedOrder {
+  const char* name;
+  unsigned char format;
+};
 
-Examples:
-  $ kvtm store Kv4B_T 1 -2
-  01000000feffffff
-  $ kvtm store Kv4B_T --order 2 1 -2
-  00000001fffffffe
-  $ kvtm store KvSTRING_T Straße
-  0a00010153747261df6500ff
-)",
-       "order format codeset language", 2, kAnyNumber, RunStore},
-      {"load", "TYPE HEX...", "read stored bytes, one value a line",
-       R"(Reads a run of stored values and writes one a line. HEX may be split by blanks and over
-several operands; - reads it from the standard input. Without --count the bytes must end
-with a value; with it, bytes that follow are reported on stderr.
+constexpr NamedOrder kOrders[] = {{"0", 0},      {"1", 1}, {"memory", 0},   {"stored", 0},
+                                  {"little", 0}, {"2", 2}, {"reversed", 2}, {"big", 2}};
 
-With --lines each line of a file is a run; one that cannot be read is reported with its
-number, and the rest goes on.
+struct NamedOperation {
+  const char* name;
+  unsigned bit;
+};
 
-The bytes are measured by the type's own length fields before anything trusts them: a run
-that would be read past its end is an error. Control characters show as \xNN.
+constexpr NamedOperation kOperations[] = {
+    {"exact", 0x10},       {"ignore-case", 0x20}, {"ignore-accents", 0x40},
+    {"skip-spaces", 0x80}, {"key-order", 0x100},  {"ignore-extension", 0x200},
+};
+constexpr unsigned kAllOperations = 0x3F0;
 
-Examples:
-  $ kvtm load Kv2B_T --order 2 0001 0002 ffff
-  1
-  2
-  -1
-  $ kvtm load KvDATE_T e807021d
-  2024-02-29
-  $ kvtm load Kv4B_T 010000
-  kvtm: load: 3 bytes are no whole number of o_4b values, which take 4 each
-)",
-       "order count format json lines", 1, kAnyNumber, RunLoad},
-      {"translate", "TYPE HEX...", "bytes from one form to another",
-       R"(Hands a run of bytes to the type's translate operation. --from and --to take a form:
-memory (8), stored (0) or reversed (2), the stored form with the most significant byte of
-each field first. From one stored form to the other the operation copies and does not
-reorder; go through memory for that. Strings and blobs hold a pointer in memory, so they
-have no memory form in hex.
-
-Examples:
-  $ kvtm translate Kv4B_T --from memory --to reversed 0100000002000000
-  0000000100000002
-)",
-       "from to count", 2, kAnyNumber, RunTranslate},
-      {"compare", "TYPE A B", "order two values: -1, 0 or 1",
-       R"(Writes -1 when A sorts before B, 0 when they are equal, 1 when A sorts after B.
-
-Examples:
-  $ kvtm compare KvDOUBLE_T NaN -Infinity
-  -1
-  $ kvtm compare KvSTRING_T strasse STRASSE
-  1
-  $ kvtm compare KvSTRING_T --op 0x20 strasse STRASSE
-  0
-)",
-       "op format codeset language", 3, 3, RunCompare},
-      {"hash", "TYPE VALUE...", "hash a run of values",
-       R"(Writes the hash that hash indexes use, of all the values as one run.
-
-Examples:
-  $ kvtm hash Kv4B_T 1
-  0x41c64e6d
-  $ kvtm hash Kv4B_T 7 7
-  0x00000000
-)",
-       "format codeset language", 2, kAnyNumber, RunHash},
-      {"bounds", "TYPE PREDICATE CONST LOW HIGH", "estimate what a predicate selects",
-       R"(Asks the type which fraction of the index range LOW to HIGH a comparison with CONST
-selects, and which bounds it sets. PREDICATE is one of < <= = >= > and wants quotes in a
-shell. A bound that the constant sets is marked (new).
-
-Examples:
-  $ kvtm bounds Kv4B_T '>' 5 1 10
-  fraction  0.5
-  lower     5  (new)
-  upper     10
-)",
-       "format codeset language", 5, 5, RunBounds},
-      {"step", "TYPE VALUE", "the next value",
-       R"(Writes the value's successor, the one that an index looks at after it.
-
-Examples:
-  $ kvtm step KvDATE_T 2024-02-28
-  2024-02-29
-  $ kvtm step Kv2B_T 32767
-  kvtm: step: '32767' is the last o_2b value
-)",
-       "format codeset language", 2, 2, RunStep},
-      {"sort", "TYPE [FILE]", "sort lines in the order of a type",
-       R"(Reads lines from FILE or the standard input, takes each as a value of TYPE, and writes
-them in the type's order. Lines of equal values keep their order. A line that is no value
-is reported on stderr with its number and left out; the exit status is then 1. The input is
-held in memory. On a terminal, stderr shows how far the work is.
-
-Lines are UTF-8; with --codeset they are in that 8-bit code set.
-
-Languages: 1 English, 2 German, 3 French, 4 Spanish, 5 Italian, 6 Portuguese, 7 Dutch,
-8 Danish, 9 Norwegian, 10 Swedish, 11 Finnish, 12 Polish, 13 Czech, 14 Hungarian,
-15 Turkish.
-
-Examples:
-  $ printf '%s\n' 10 9 -1 | kvtm sort Kv4B_T
-  -1
-  9
-  10
-  $ printf '%s\n' zebra äpple apple | kvtm sort KvSTRING_T --language swedish
-  apple
-  zebra
-  äpple
-)",
-       "op format codeset language", 1, 2, RunSort},
-      {"order", "TEXT", "the collation orders of a text, in words",
-       R"(Writes the collation orders of each character of TEXT: the numbers that strings are
-compared by, and what they mean. A character may have two.
-
-Examples:
-  $ kvtm order 'é 7'
-  é  0x511c  lower letter e with accent acute
-     0x0021  space
-  7  0x3f46  digit 7
-)",
-       "codeset language json", 1, 1, RunOrder},
-      {"convert", "[FILE]", "convert a text between code sets",
-       R"(Converts FILE or the standard input from one code set to another; a code set is utf8, a
-name or a number:
-
-  0 bytes (the native set)  1 ISO-8859-1, latin1      2 Windows-1252, cp1252
-  3 ISO-8859-15, latin9     4 IBM850, cp850           5 MacRoman
-  6 ISO-8859-2, latin2      7 Windows-1250, cp1250    8 ISO-8859-5
-  9 Windows-1251, cp1251   10 KOI8-R                 11 ISO-8859-7
- 12 ISO-8859-9, latin5    253 Unicode, 16-bit units, low byte first
-
-A character that the target lacks becomes "?"; stderr says how many did. At bytes that are
-no character the conversion ends with an error that names their offset, everything before
-them having been written. Files of any size are converted in the same small memory.
-
-Examples:
-  $ printf 'caf\303\251\n' | kvtm convert --from utf8 --to latin1 | od -An -tx1
-   63 61 66 e9 0a
-)",
-       "from to", 0, 1, RunConvert},
-  };
-  return commands;
+// Bits in decimal or, after 0x, in hex.
+bool ReadBits(std::string_view text, unsigned& bits) {
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  if (hex) text.remove_prefix(2);
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, bits, hex ? 16 : 10);
+  return !text.empty() && stop == end && error == std::errc();
 }
 
-const Command* FindCommand(const std::string& name) {
-  for (const Command& command : AllCommands()) {
-    if (name == command.name) return &command;
+// One or more operations with "," or "+" between them, each by name or as bits.
+unsigned OperationIn(std::string_view text) {
+  unsigned operation = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of(",+"), text.size());
+    const std::string_view part = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    const auto* named = std::find_if(std::begin(kOperations), std::end(kOperations),
+                                     [&](const auto& each) { return part == each.name; });
+    unsigned bits = named != std::end(kOperations) ? named->bit : 0;
+    if (named == std::end(kOperations) && (!ReadBits(part, bits) || (bits & ~kAllOperations))) {
+      FailUsage("--op " + Quoted(part) +
+                " is no compare operation: exact, ignore-case, ignore-accents, skip-spaces, "
+                "key-order, ignore-extension, or their bits 0x10 to 0x200");
+    }
+    operation |= bits;
   }
-  return nullptr;
+  return operation;
 }
+
+}  // namespace
 
 ValueStyle StyleOf(const Arguments& arguments) {
   ValueStyle style;
@@ -191,17 +70,19 @@ ValueStyle StyleOf(const Arguments& arguments) {
 }
 
 unsigned char OrderOf(const Arguments& arguments) {
-  return static_cast<unsigned char>(arguments.Number("order", 0, 7, 0));
+  if (!arguments.Has("order")) return 0;
+  const std::string text = arguments.Value("order");
+  for (const NamedOrder& named : kOrders) {
+    if (EqualsIgnoringCase(text, named.name)) return named.format;
+  }
+  FailUsage("--order " + Quoted(text) +
+            " is none of 0, 1, memory, little (least significant byte first), 2, reversed, big");
 }
 
 unsigned short CompareOperationOf(const Arguments& arguments) {
-  return static_cast<unsigned short>(arguments.Number("op", 0, 0xFFFF, 0));
-}
-
-void Print(const std::string& text) {
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
-    FailValue("the output could not be written");
-  }
+  unsigned operation = 0;
+  for (const std::string& text : arguments.Values("op")) operation |= OperationIn(text);
+  return static_cast<unsigned short>(operation);
 }
 
 namespace {

@@ -1,28 +1,15 @@
-// The commands of kvtm. Each is a row of one table (commands.cpp): what it takes, what it does, and
+// The commands of kvtm. Each is a row of one table (manual.cpp): what it takes, what it does, and
 // what its help says.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "arguments.h"
+#include "program.h"
 #include "values.h"
 
-struct Command {
-  const char* name;
-  const char* operands;  // as the synopsis shows them
-  const char* summary;   // one line
-  const char* help;      // what `kvtm help NAME` says below the synopsis, examples included
-  const char* options;   // names of the options it takes
-  std::size_t leastOperands;
-  std::size_t mostOperands;
-  int (*run)(const Arguments& arguments);  // the exit status; fails by throwing a Failure
-};
-
-const std::vector<Command>& AllCommands();
-
-// Null when there is no such command.
-const Command* FindCommand(const std::string& name);
+// manual.cpp
+const Program& Kvtm();
 
 // commands_catalogue.cpp
 int RunTypes(const Arguments& arguments);
@@ -51,7 +38,6 @@ unsigned char OrderOf(const Arguments& arguments);
 // --op
 unsigned short CompareOperationOf(const Arguments& arguments);
 
-void Print(const std::string& text);
 // Aligns the columns of a table, two blanks apart.
 void PrintTable(const std::vector<std::vector<std::string>>& rows);
 std::string JsonText(std::string_view utf8);

@@ -1,0 +1,21 @@
+# kv_manual(PROGRAM): its man page and its completions, which the program itself writes, built with it
+# and installed where man, bash and zsh look.
+function(kv_manual program)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/manual)
+  file(MAKE_DIRECTORY ${folder})
+  set(outputs)
+  foreach(pair "${program}.1=--man" "${program}=--completion bash" "_${program}=--completion zsh")
+    string(REPLACE "=" ";" pair ${pair})
+    list(GET pair 0 file)
+    list(GET pair 1 question)
+    separate_arguments(question)
+    add_custom_command(OUTPUT ${folder}/${file} DEPENDS ${program}
+      COMMAND ${program} help ${question} >${folder}/${file} VERBATIM)
+    list(APPEND outputs ${folder}/${file})
+  endforeach()
+  add_custom_target(${program}_manual ALL DEPENDS ${outputs})
+  install(FILES ${folder}/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${folder}/${program}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${folder}/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+endfunction()

@@ -1,0 +1,182 @@
+#include "program.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+
+#include "failure.h"
+#include "nearest.h"
+
+namespace {
+
+constexpr std::size_t kNameColumn = 12;
+constexpr std::size_t kOptionColumn = 14;
+
+std::string Indented(const std::string& text, std::size_t blanks) {
+  std::string indented;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    indented += text[i];
+    const bool lineFollows = i + 1 < text.size() && text[i + 1] != '\n';
+    if (text[i] == '\n' && lineFollows) indented.append(blanks, ' ');
+  }
+  return indented;
+}
+
+// "  NAME        text", further lines of the text below its beginning.
+std::string Entry(std::string name, const std::string& text, std::size_t width) {
+  name.resize(std::max(name.size() + 1, width), ' ');
+  return "  " + name + Indented(text, width + 2) + "\n";
+}
+
+std::string OptionName(const Option& option) {
+  std::string name;
+  if (option.letter != 0) name = std::string("-") + option.letter + ", ";
+  name += std::string("--") + option.name;
+  if (option.valueName != nullptr) name += std::string(" ") + option.valueName;
+  return name;
+}
+
+std::vector<const Option*> OptionsOf(const Program& program, const Command& command) {
+  std::vector<const Option*> options;
+  for (const Option& option : program.options) {
+    if (IsListed(command.options, option.name)) options.push_back(&option);
+  }
+  return options;
+}
+
+std::string Synopsis(const Program& program, const Command& command) {
+  std::string synopsis = std::string(program.name) + " " + command.name;
+  for (const Option* option : OptionsOf(program, command)) {
+    synopsis += " [" + OptionName(*option) + "]";
+  }
+  if (*command.operands != '\0') synopsis += std::string(" ") + command.operands;
+  return synopsis;
+}
+
+bool IsHelp(const std::string& word) {
+  return word == "--help" || word == "-h";
+}
+
+// `--help` among the words of a command, before a "--" that ends the options.
+bool AsksForHelp(const std::vector<std::string>& words) {
+  for (const std::string& word : words) {
+    if (word == "--") return false;
+    if (IsHelp(word)) return true;
+  }
+  return false;
+}
+
+const Command& CommandNamed(const Program& program, const std::string& name) {
+  if (const Command* const command = program.Find(name)) return *command;
+  std::vector<std::string> names;
+  for (const Command& command : program.commands) names.emplace_back(command.name);
+  const std::string nearest = NearestOf(name, names);
+  FailUsage("there is no command " + Quoted(name) +
+            (nearest.empty() ? "" : ", did you mean " + nearest + "?") + "; see " + program.name +
+            " --help");
+}
+
+void Help(const Program& program, const std::vector<std::string>& words) {
+  if (words.empty()) {
+    Print(ManualText(program));
+  } else if (words[0] == "--man") {
+    Print(ManPage(program));
+  } else if (words[0] == "--completion") {
+    Print(Completion(program, words.size() > 1 ? words[1] : ""));
+  } else if (program.Find(words[0]) != nullptr || program.helpOnWord == nullptr ||
+             !program.helpOnWord(words[0])) {
+    Print(HelpText(program, CommandNamed(program, words[0])));
+  }
+}
+
+int Run(const Program& program, const std::vector<std::string>& words) {
+  if (words.empty()) {
+    FailUsage(std::string("no command given; see ") + program.name + " --help");
+  }
+  const std::vector<std::string> rest(words.begin() + 1, words.end());
+  if (words[0] == "--version") {
+    Print(program.version() + "\n");
+  } else if (IsHelp(words[0]) || words[0] == "help") {
+    Help(program, rest);
+  } else {
+    const Command& command = CommandNamed(program, words[0]);
+    if (!AsksForHelp(rest)) return command.run(Arguments(rest, command, program.options));
+    Print(HelpText(program, command));
+  }
+  return kExitGood;
+}
+
+}  // namespace
+
+const Command* Program::Find(const std::string& commandName) const {
+  for (const Command& command : commands) {
+    if (commandName == command.name) return &command;
+  }
+  return nullptr;
+}
+
+std::string ManualText(const Program& program) {
+  std::string text =
+      "NAME\n  " + std::string(program.name) + " - " + program.summary + "\n\nSYNOPSIS\n";
+  for (const char* form : {" COMMAND [OPTION...] [OPERAND...]\n", " help COMMAND\n"}) {
+    text += std::string("  ") + program.name + form;
+  }
+  for (const ManualSection& section : program.manual) {
+    const std::string heading = section.heading;
+    text += "\n" + heading + "\n";
+    if (section.text != nullptr) text += "  " + Indented(section.text, 2);
+    if (heading == "COMMANDS") {
+      for (const Command& each : program.commands) {
+        text += Entry(each.name, each.summary, kNameColumn);
+      }
+    } else if (heading == "OPTIONS") {
+      for (const Option& each : program.options) {
+        text += Entry(OptionName(each), each.help, kOptionColumn);
+      }
+      text +=
+          "  Options may stand before and after operands. -- ends them; put it before a value "
+          "that\n"
+          "  begins with - and is no number.\n";
+    }
+  }
+  return text;
+}
+
+std::string HelpText(const Program& program, const Command& command) {
+  std::string text = "usage: " + Synopsis(program, command) + "\n\n" + command.help;
+  const std::vector<const Option*> options = OptionsOf(program, command);
+  if (!options.empty()) text += "\nOptions:\n";
+  for (const Option* option : options) {
+    text += Entry(OptionName(*option), option->help, kOptionColumn);
+  }
+  return text;
+}
+
+int RunProgram(const Program& program, int argc, char** argv) {
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  std::string where = std::string(program.name) + ": ";
+  if (!words.empty() && program.Find(words[0]) != nullptr) where += words[0] + ": ";
+  int exitStatus = kExitGood;
+  std::string error;
+  try {
+    exitStatus = Run(program, words);
+  } catch (const Failure& failure) {
+    exitStatus = failure.exitStatus;
+    error = failure.what;
+  } catch (const std::bad_alloc&) {
+    exitStatus = kExitBadValue;
+    error = "not enough memory";
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    exitStatus = kExitBadValue;
+    if (error.empty()) error = "the output could not be written";
+  }
+  if (!error.empty()) std::fprintf(stderr, "%s%s\n", where.c_str(), error.c_str());
+  return exitStatus;
+}
+
+void Print(const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    FailValue("the output could not be written");
+  }
+}
