@@ -21,6 +21,7 @@
 #include "kvorder.h"
 #include "kvref.h"
 #include "kvseal.h"
+#include "kvsortkey.h"
 #include "kvstorage.h"
 #include "kvstring.h"
 #include "kvtypeid.h"

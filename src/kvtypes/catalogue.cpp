@@ -153,6 +153,10 @@ constexpr std::array<KvTypeDescriptor*, kOldRowCount> PointAtOldRows() {
 
 }  // namespace
 
+KvCompareFunc OwnCompare(int row) {
+  return kEntries[row].slots.compare;
+}
+
 constinit const std::array<KvTypeDescriptor*, kRowCount> currentCatalogue =
     PointAt(std::make_index_sequence<kRowCount>());
 

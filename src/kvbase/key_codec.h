@@ -1,0 +1,139 @@
+// Numbers as key bytes: most significant byte first, and the sign bit turned where there is one, so
+// that memcmp orders them as numbers. A key codec writes and reads the key of one value of a fixed
+// row; docs/sort-keys.md draws what they write. Keys live in indexes for good: nothing here
+// changes.
+//
+//   MemberKey<KvDate, Member<&KvDate::year>, Member<&KvDate::month>, Member<&KvDate::day>>
+//   2024-02-29  ->  87E8 82 9D
+//
+// A key codec has
+//   Value               the type in memory form
+//   kWidth              bytes of a key
+//   Write(key, value)   Read(key) -> value
+// and, when the row has a null,
+//   kNullWidth          so many leading bytes tell a null
+//   kNullPlace          the number that they then are, with the most significant byte first
+#pragma once
+
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "kvbase.h"
+
+namespace kv {
+
+template <unsigned width>
+struct UnsignedOf;
+template <>
+struct UnsignedOf<1> {
+  using Type = std::uint8_t;
+};
+template <>
+struct UnsignedOf<2> {
+  using Type = std::uint16_t;
+};
+template <>
+struct UnsignedOf<4> {
+  using Type = std::uint32_t;
+};
+template <>
+struct UnsignedOf<8> {
+  using Type = std::uint64_t;
+};
+
+// Most significant byte first, whatever the host's order is.
+template <std::unsigned_integral Word>
+inline void PutWord(unsigned char* key, Word word) {
+  if constexpr (std::endian::native == std::endian::little) {
+    if constexpr (sizeof word == 2) word = __builtin_bswap16(word);
+    if constexpr (sizeof word == 4) word = __builtin_bswap32(word);
+    if constexpr (sizeof word == 8) word = __builtin_bswap64(word);
+  }
+  std::memcpy(key, &word, sizeof word);
+}
+
+template <std::unsigned_integral Word>
+inline Word GetWord(const unsigned char* key) {
+  Word word;
+  std::memcpy(&word, key, sizeof word);
+  if constexpr (std::endian::native == std::endian::little) {
+    if constexpr (sizeof word == 2) word = __builtin_bswap16(word);
+    if constexpr (sizeof word == 4) word = __builtin_bswap32(word);
+    if constexpr (sizeof word == 8) word = __builtin_bswap64(word);
+  }
+  return word;
+}
+
+// A whole number.
+template <std::integral T>
+struct NumberKey {
+  using Value = T;
+  using Word = typename UnsignedOf<sizeof(T)>::Type;
+  static constexpr unsigned kWidth = sizeof(T);
+  static constexpr Word kTurned =
+      std::is_signed_v<T> ? static_cast<Word>(Word{1} << (8 * sizeof(T) - 1)) : Word{0};
+
+  static void Write(unsigned char* key, T value) {
+    PutWord(key, static_cast<Word>(static_cast<Word>(value) ^ kTurned));
+  }
+  static T Read(const unsigned char* key) {
+    return static_cast<T>(static_cast<Word>(GetWord<Word>(key) ^ kTurned));
+  }
+};
+
+// A floating-point number: negative ones complemented, the sign bit set on the others. All NaNs are
+// zeros, which no number is: that of -infinity is 007FFFFF. Both zeros are +0.
+template <std::floating_point T>
+struct FloatingKey {
+  using Value = T;
+  using Word = typename UnsignedOf<sizeof(T)>::Type;
+  static constexpr unsigned kWidth = sizeof(T);
+  static constexpr Word kSign = Word{1} << (8 * sizeof(T) - 1);
+
+  static void Write(unsigned char* key, T value) {
+    const Word bits = std::bit_cast<Word>(value);
+    const bool isNan = (bits & ~kSign) > std::bit_cast<Word>(std::numeric_limits<T>::infinity());
+    const Word word = bits > kSign ? ~bits : bits | kSign;
+    PutWord(key, isNan ? Word{0} : word);
+  }
+  static T Read(const unsigned char* key) {
+    const Word word = GetWord<Word>(key);
+    if (word == 0) return std::numeric_limits<T>::quiet_NaN();
+    return std::bit_cast<T>((word & kSign) != 0 ? word & ~kSign : ~word);
+  }
+};
+
+// A member of a value, or of a member of it: Member<&KvDateTime::date, &KvDate::year>.
+template <auto... path>
+struct Member {
+  template <class T>
+  static auto& Of(T& value) {
+    return (value.*....*path);
+  }
+};
+
+// The members of a value one after the other, each by its own width and sign.
+template <class T, class... Members>
+struct MemberKey {
+  using Value = T;
+  template <class M>
+  using KeyOf = NumberKey<std::remove_reference_t<decltype(M::Of(std::declval<T&>()))>>;
+  static constexpr unsigned kWidth = (KeyOf<Members>::kWidth + ... + 0u);
+
+  static void Write(unsigned char* key, const T& value) {
+    ((KeyOf<Members>::Write(key, Members::Of(value)), key += KeyOf<Members>::kWidth), ...);
+  }
+  // Members that the key leaves out are zero.
+  static T Read(const unsigned char* key) {
+    T value = std::bit_cast<T>(std::array<unsigned char, sizeof(T)>{});
+    ((Members::Of(value) = KeyOf<Members>::Read(key), key += KeyOf<Members>::kWidth), ...);
+    return value;
+  }
+};
+
+}  // namespace kv

@@ -1,0 +1,304 @@
+// Sort keys of the fixed rows, over a key codec (kvbase/key_codec.h), and what every family of rows
+// offers to the exported functions of kvsortkey.h.
+//
+// Everything here writes and reads ascending keys: the exported functions complement what is
+// written, and a KeySource gives what it reads the right way round.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "kvbase/codec.h"
+#include "kvbase/key_codec.h"
+#include "kvsortkey.h"
+#include "kvtypemgr.h"
+
+namespace kv {
+
+// The values that keys are wanted of.
+struct KeyedRun {
+  const void* values;
+  unsigned length;  // bytes, 0: trusted
+  Format format;
+  unsigned count;
+  unsigned short cmpOp;
+  bool plainBytes;
+  bool nullsHigh;   // null behind every value of an ascending key
+  KvLoadFunc load;  // the row's own
+
+  bool IsMemory() const { return format.IsMemory(); }
+  unsigned char NullByte() const { return nullsHigh ? 0xFF : 0x00; }
+};
+
+// Where keys are written, or only measured.
+class KeySink {
+ public:
+  explicit KeySink(unsigned char* keys) : at_(keys) {}
+  void Put(unsigned char byte) { *at_++ = byte; }
+  void Put(const unsigned char* bytes, std::size_t size) {
+    if (size != 0) std::memcpy(at_, bytes, size);
+    at_ += size;
+  }
+  unsigned char* At() const { return at_; }
+
+ private:
+  unsigned char* at_;
+};
+
+class KeyMeasure {
+ public:
+  void Put(unsigned char) { ++size_; }
+  void Put(const unsigned char*, std::size_t size) { size_ += size; }
+  o_u8b Size() const { return size_; }
+
+ private:
+  o_u8b size_ = 0;
+};
+
+// Bytes that begin with a key.
+class KeySource {
+ public:
+  KeySource(const unsigned char* key, std::size_t length, bool isComplemented)
+      : begin_(key), at_(key), end_(key + length), turned_(isComplemented ? 0xFF : 0x00) {}
+
+  // False at the end.
+  bool Take(unsigned char& byte) {
+    if (at_ == end_) return false;
+    byte = static_cast<unsigned char>(*at_++ ^ turned_);
+    return true;
+  }
+  bool Take(unsigned char* bytes, std::size_t size) {
+    if (static_cast<std::size_t>(end_ - at_) < size) return false;
+    for (std::size_t i = 0; i < size; ++i) Take(bytes[i]);
+    return true;
+  }
+  std::size_t Taken() const { return static_cast<std::size_t>(at_ - begin_); }
+
+ private:
+  const unsigned char* begin_;
+  const unsigned char* at_;
+  const unsigned char* end_;
+  unsigned char turned_;
+};
+
+// What one row does.
+struct SortKeyHandlers {
+  unsigned width;  // of every key, 0 when they differ
+  // What the keys of `count` values that take `bytes` do not exceed.
+  o_u8b (*bound)(o_u8b bytes, unsigned count);
+  // Whether every value of the run has a key; kvOk, kvNotSupported or kvBadArgument. `bytes` is
+  // what their texts or blobs take.
+  int (*check)(const KeyedRun& run, o_u8b& bytes);
+  // The size of the keys of a run that was checked.
+  o_u8b (*measure)(const KeyedRun& run);
+  // Writes them, and where each begins into `offsets` unless that is null. Result: as measured.
+  std::size_t (*write)(const KeyedRun& run, unsigned char* keys, std::size_t* offsets);
+  // Takes one key; its value into `value` unless that is null. kvOk, kvBadArgument, kvOverflow.
+  int (*read)(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value);
+  // Of the rows that have ranges of texts: what the keys of all texts that begin with the one value
+  // of a run have in common, and what the keys of all that have its base do. Null for other rows.
+  std::size_t (*writeBeginning)(const KeyedRun& run, unsigned char* key) = nullptr;
+  std::size_t (*writeSameBase)(const KeyedRun& run, unsigned char* key) = nullptr;
+};
+
+// Where the keys of a run begin, for a caller who asked.
+class OffsetList {
+ public:
+  OffsetList(const unsigned char* keys, std::size_t* offsets) : keys_(keys), next_(offsets) {}
+  void Add(const unsigned char* key) {
+    if (next_ != nullptr) *next_++ = static_cast<std::size_t>(key - keys_);
+  }
+
+ private:
+  const unsigned char* keys_;
+  std::size_t* next_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// A null that is a value like others moves: the number of the leading bytes becomes the largest
+// one, and the numbers behind it move up to close the gap.
+
+// -1, 0 or 1 as the leading bytes stand to the null's place.
+template <class Key>
+int OrderToNull(const unsigned char* key) {
+  unsigned char null[Key::kNullWidth];
+  o_u8b place = Key::kNullPlace;
+  for (unsigned i = Key::kNullWidth; i-- != 0; place >>= 8) null[i] = place & 0xFF;
+  const int order = std::memcmp(key, null, Key::kNullWidth);
+  return (order > 0) - (order < 0);
+}
+
+template <unsigned width>
+void AddToLeading(unsigned char* key, unsigned char addend) {
+  unsigned carry = 0;
+  for (unsigned i = width; i-- != 0;) {
+    const unsigned sum = key[i] + addend + carry;
+    key[i] = static_cast<unsigned char>(sum);
+    carry = sum >> 8;
+    if (addend == 1) addend = 0;
+  }
+}
+
+template <class Key>
+void MoveNullHigh(unsigned char* key) {
+  const int order = OrderToNull<Key>(key);
+  if (order == 0) std::memset(key, 0xFF, Key::kNullWidth);
+  if (order > 0) AddToLeading<Key::kNullWidth>(key, 0xFF);  // less one
+}
+
+template <class Key>
+void MoveNullBack(unsigned char* key) {
+  const unsigned char* const end = key + Key::kNullWidth;
+  if (std::all_of(static_cast<const unsigned char*>(key), end,
+                  [](unsigned char byte) { return byte == 0xFF; })) {
+    o_u8b place = Key::kNullPlace;
+    for (unsigned i = Key::kNullWidth; i-- != 0; place >>= 8) key[i] = place & 0xFF;
+  } else if (OrderToNull<Key>(key) >= 0) {
+    AddToLeading<Key::kNullWidth>(key, 1);
+  }
+}
+
+template <class Key>
+concept HasNull = requires {
+  Key::kNullWidth;
+};
+
+// ---------------------------------------------------------------------------------------------
+
+// Calls `walk(values, count)` with the run in memory form, block by block where it is stored.
+template <class Value, class Walk>
+void InMemoryBlocks(const KeyedRun& run, unsigned storedWidth, Walk walk) {
+  if (run.IsMemory()) {
+    walk(static_cast<const unsigned char*>(run.values), run.count);
+    return;
+  }
+  constexpr unsigned kBlock = 4096 / sizeof(Value);
+  alignas(16) unsigned char block[kBlock * sizeof(Value)];
+  const unsigned char byteOrder = run.format.IsReversed() ? 2 : 0;
+  const auto* stored = static_cast<const unsigned char*>(run.values);
+  for (unsigned done = 0; done < run.count;) {
+    const unsigned count = std::min(kBlock, run.count - done);
+    run.load(block, stored + std::size_t{done} * storedWidth, byteOrder, count);
+    walk(static_cast<const unsigned char*>(block), count);
+    done += count;
+  }
+}
+
+template <class Value>
+Value ValueAt(const unsigned char* values, unsigned index) {
+  std::array<unsigned char, sizeof(Value)> bytes;
+  std::memcpy(bytes.data(), values + std::size_t{index} * sizeof(Value), sizeof(Value));
+  return std::bit_cast<Value>(bytes);
+}
+
+// Whether a run of values of given widths lies inside its buffer.
+inline int CheckExtent(const KeyedRun& run, unsigned memoryWidth, unsigned storedWidth) {
+  const o_u8b width = run.IsMemory() ? memoryWidth : storedWidth;
+  return run.length == 0 || width * run.count <= run.length ? kvOk : kvBadArgument;
+}
+
+// A fixed row whose keys have one width. `storedWidth` is that of the values.
+template <class Key, unsigned storedWidth = Key::kWidth>
+struct FixedKeys {
+  using Value = typename Key::Value;
+
+  static o_u8b Bound(o_u8b, unsigned count) { return o_u8b{count} * Key::kWidth; }
+  static int Check(const KeyedRun& run, o_u8b&) {
+    return CheckExtent(run, sizeof(Value), storedWidth);
+  }
+  static o_u8b Measure(const KeyedRun& run) { return Bound(0, run.count); }
+
+  static std::size_t Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
+    unsigned char* key = keys;
+    InMemoryBlocks<Value>(run, storedWidth, [&](const unsigned char* values, unsigned count) {
+      for (unsigned i = 0; i < count; ++i, key += Key::kWidth) {
+        Key::Write(key, ValueAt<Value>(values, i));
+      }
+    });
+    if constexpr (HasNull<Key>) {
+      if (run.nullsHigh) {
+        for (unsigned char* at = keys; at != key; at += Key::kWidth) MoveNullHigh<Key>(at);
+      }
+    }
+    for (std::size_t i = 0; offsets != nullptr && i <= run.count; ++i) offsets[i] = i * Key::kWidth;
+    return static_cast<std::size_t>(key - keys);
+  }
+
+  // A key that the value read from it does not have is none: floating-point rows leave out what
+  // would be other NaNs and the negative zero.
+  static int Read(KeySource& source, const KvSortKeyKind&, [[maybe_unused]] bool nullsHigh,
+                  void* value) {
+    unsigned char key[Key::kWidth] = {};
+    if (!source.Take(key, Key::kWidth)) return kvBadArgument;
+    if constexpr (HasNull<Key>) {
+      if (nullsHigh) MoveNullBack<Key>(key);
+    }
+    const Value read = Key::Read(key);
+    unsigned char again[Key::kWidth];
+    Key::Write(again, read);
+    if (std::memcmp(key, again, Key::kWidth) != 0) return kvBadArgument;
+    if (value != nullptr) std::memcpy(value, static_cast<const void*>(&read), sizeof read);
+    return kvOk;
+  }
+
+  static constexpr SortKeyHandlers kHandlers{Key::kWidth, Bound, Check, Measure, Write, Read};
+};
+
+// A nullable row: an indicator, 00 (or FF) for null, 01 before the scalar's key.
+template <class Nullable, class Key>
+struct NullableKeys {
+  static constexpr unsigned kStoredWidth = sizeof(typename Key::Value) + 1;
+
+  static o_u8b Bound(o_u8b, unsigned count) { return o_u8b{count} * (Key::kWidth + 1); }
+  static int Check(const KeyedRun& run, o_u8b&) {
+    return CheckExtent(run, sizeof(Nullable), kStoredWidth);
+  }
+
+  static o_u8b Measure(const KeyedRun& run) {
+    o_u8b size = run.count;
+    InMemoryBlocks<Nullable>(run, kStoredWidth, [&](const unsigned char* values, unsigned count) {
+      for (unsigned i = 0; i < count; ++i) {
+        if (!ValueAt<Nullable>(values, i).IsNullValue()) size += Key::kWidth;
+      }
+    });
+    return size;
+  }
+
+  static std::size_t Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
+    unsigned char* key = keys;
+    OffsetList begins(keys, offsets);
+    InMemoryBlocks<Nullable>(run, kStoredWidth, [&](const unsigned char* values, unsigned count) {
+      for (unsigned i = 0; i < count; ++i) {
+        begins.Add(key);
+        const auto value = ValueAt<Nullable>(values, i);
+        *key++ = value.IsNullValue() ? run.NullByte() : 1;
+        if (value.IsNullValue()) continue;
+        Key::Write(key, value.value);
+        key += Key::kWidth;
+      }
+    });
+    begins.Add(key);
+    return static_cast<std::size_t>(key - keys);
+  }
+
+  static int Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
+    unsigned char indicator;
+    if (!source.Take(indicator)) return kvBadArgument;
+    Nullable read;
+    if (indicator == 1) {
+      typename Key::Value scalar;
+      const int status = FixedKeys<Key>::Read(source, kind, false, &scalar);
+      if (status != kvOk) return status;
+      read = scalar;
+    } else if (indicator != (nullsHigh ? 0xFF : 0x00)) {
+      return kvBadArgument;
+    }
+    if (value != nullptr) std::memcpy(value, static_cast<const void*>(&read), sizeof read);
+    return kvOk;
+  }
+
+  static constexpr SortKeyHandlers kHandlers{0, Bound, Check, Measure, Write, Read};
+};
+
+}  // namespace kv

@@ -1,0 +1,197 @@
+// The key codecs of the fixed rows, and the table of all rows' keys. docs/sort-keys.md draws them.
+#include "kvtypevl/rows/sort_key_rows.h"
+
+#include <iterator>
+
+#include "kv.h"
+#include "kvtypevl/rows/blob_keys.h"
+#include "kvtypevl/rows/istring_keys.h"
+#include "kvtypevl/rows/string_keys.h"
+
+namespace kv {
+namespace {
+
+// ---------------------------------------------------------------------------------------------
+// Dates and times. The smallest value of all is the null.
+
+template <class Codec, o_u8b place = 0>
+struct NullInside : Codec {
+  static constexpr unsigned kNullWidth = Codec::kWidth;
+  static constexpr o_u8b kNullPlace = place;
+};
+
+using DateKey = NullInside<
+    MemberKey<KvDate, Member<&KvDate::year>, Member<&KvDate::month>, Member<&KvDate::day>>>;
+using TimeKey = NullInside<
+    MemberKey<KvTime, Member<&KvTime::hour>, Member<&KvTime::minute>, Member<&KvTime::second>>>;
+
+// What the three types of a date and a time have in common.
+template <class T, class... More>
+using DateTimeMembers =
+    MemberKey<T, Member<&T::date, &KvDate::year>, Member<&T::date, &KvDate::month>,
+              Member<&T::date, &KvDate::day>, Member<&T::time, &KvTime::hour>,
+              Member<&T::time, &KvTime::minute>, Member<&T::time, &KvTime::second>, More...>;
+
+using DateTimeKey = NullInside<DateTimeMembers<KvDateTime>>;
+// Their null has nanoseconds of 0, and those of a neighbour may be negative.
+template <class T>
+using NanosecondKey = NullInside<DateTimeMembers<T, Member<&T::nanosecond>>, 0x80000000>;
+
+using OdmgDateKey =
+    MemberKey<d_Date, Member<&d_Date::year>, Member<&d_Date::month>, Member<&d_Date::day>>;
+using OdmgTimeKey =
+    MemberKey<d_Time, Member<&d_Time::tzHour>, Member<&d_Time::tzMinute>, Member<&d_Time::hour>,
+              Member<&d_Time::minute>, Member<&d_Time::second>, Member<&d_Time::hundredth>>;
+
+struct OdmgTimestampKey {
+  using Value = d_Timestamp;
+  static constexpr unsigned kWidth = OdmgDateKey::kWidth + OdmgTimeKey::kWidth;
+  static void Write(unsigned char* key, const Value& value) {
+    OdmgDateKey::Write(key, value.date);
+    OdmgTimeKey::Write(key + OdmgDateKey::kWidth, value.time);
+  }
+  static Value Read(const unsigned char* key) {
+    return {OdmgDateKey::Read(key), OdmgTimeKey::Read(key + OdmgDateKey::kWidth)};
+  }
+};
+
+struct IntervalKey : FloatingKey<o_float> {
+  using Value = d_Interval;
+  static void Write(unsigned char* key, const Value& value) {
+    FloatingKey<o_float>::Write(key, value.seconds);
+  }
+  static Value Read(const unsigned char* key) {
+    return d_Interval::FromSeconds(FloatingKey<o_float>::Read(key));
+  }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Identities. Nulls are those of object number 0, whatever block they name.
+
+struct ObjIdKey
+    : MemberKey<KvObjId, Member<&KvObjId::high>, Member<&KvObjId::low>, Member<&KvObjId::block>> {
+  static constexpr unsigned kNullWidth = 6;
+  static constexpr o_u8b kNullPlace = 0;
+};
+
+struct RefKey : MemberKey<KvRef, Member<&KvRef::high>, Member<&KvRef::low>, Member<&KvRef::block>,
+                          Member<&KvRef::database>, Member<&KvRef::classNo>> {
+  static constexpr unsigned kNullWidth = 6;
+  static constexpr o_u8b kNullPlace = 0;
+};
+
+// The null has the largest number of all and comes first, so the numbers are moved by one.
+struct ClassIdKey {
+  using Value = KvClassId;
+  static constexpr unsigned kWidth = 4;
+  static constexpr unsigned kNullWidth = 4;
+  static constexpr o_u8b kNullPlace = 0;
+  static void Write(unsigned char* key, const Value& id) {
+    PutWord(key, (std::uint32_t{id.classNo} << 16 | id.version) + 1);
+  }
+  static Value Read(const unsigned char* key) {
+    const std::uint32_t number = GetWord<std::uint32_t>(key) - 1;
+    return {static_cast<o_u2b>(number >> 16), static_cast<o_u2b>(number)};
+  }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Small values.
+
+struct Int64Key {
+  using Value = KvInt64;
+  static constexpr unsigned kWidth = 8;
+  static void Write(unsigned char* key, const Value& value) {
+    NumberKey<o_8b>::Write(key, value.Get8b());
+  }
+  static Value Read(const unsigned char* key) { return NumberKey<o_8b>::Read(key); }
+};
+
+// Signed bytes, but null (255, which is -1) before all; the numbers below it move up by one.
+struct BooleanKey {
+  using Value = KvBoolean;
+  static constexpr unsigned kWidth = 1;
+  static constexpr unsigned kNullWidth = 1;
+  static constexpr o_u8b kNullPlace = 0;
+  static void Write(unsigned char* key, Value truth) {
+    const unsigned turned = truth.value ^ 0x80u;
+    *key = truth.IsNullValue() ? 0 : static_cast<unsigned char>(turned + (turned < 0x80 ? 1 : 0));
+  }
+  static Value Read(const unsigned char* key) {
+    Value truth;
+    truth.value = *key == 0     ? KvBoolean::kNull
+                  : *key < 0x80 ? static_cast<o_u1b>((*key - 1) ^ 0x80)
+                                : static_cast<o_u1b>(*key ^ 0x80);
+    return truth;
+  }
+};
+
+using SealKey =
+    MemberKey<KvSeal, Member<&KvSeal::high>, Member<&KvSeal::middle>, Member<&KvSeal::low>>;
+
+// ---------------------------------------------------------------------------------------------
+
+template <class Key, unsigned storedWidth = Key::kWidth>
+constexpr const SortKeyHandlers* kFixed = &FixedKeys<Key, storedWidth>::kHandlers;
+
+template <class Nullable, class Key>
+constexpr const SortKeyHandlers* kNullable = &NullableKeys<Nullable, Key>::kHandlers;
+
+// clang-format off
+constexpr const SortKeyHandlers* kRows[] = {
+    /*  0 o_char          */ kFixed<NumberKey<o_char>>,
+    /*  1 o_2b            */ kFixed<NumberKey<o_2b>>,
+    /*  2 o_4b            */ kFixed<NumberKey<o_4b>>,
+    /*  3 o_double        */ kFixed<FloatingKey<o_double>>,
+    /*  4 o_float         */ kFixed<FloatingKey<o_float>>,
+    /*  5 o_u2b           */ kFixed<NumberKey<o_u2b>>,
+    /*  6 o_u4b           */ kFixed<NumberKey<o_u4b>>,
+    /*  7 int             */ kFixed<NumberKey<int>>,
+    /*  8 unsigned        */ kFixed<NumberKey<unsigned>>,
+    /*  9 enum            */ kFixed<NumberKey<int>>,
+    /* 10 o_u1b           */ kFixed<NumberKey<o_u1b>>,
+    /* 11 KvString        */ &StringKeys::kHandlers,
+    /* 12 KvDate          */ kFixed<DateKey>,
+    /* 13 KvTime          */ kFixed<TimeKey>,
+    /* 14 BlockId         */ kFixed<NumberKey<o_u4b>>,
+    /* 15 KvObjId         */ kFixed<ObjIdKey>,
+    /* 16 KvClassId       */ kFixed<ClassIdKey>,
+    /* 17 KvRef           */ kFixed<RefKey>,
+    /* 18 KvBlob          */ &BlobKeys::kHandlers,
+    /* 19 KvDateTime      */ kFixed<DateTimeKey>,
+    /* 20 KvIString       */ &WeightedKeys<KvIStringWeights>::kHandlers,
+    /* 21 KvCaseIString   */ &WeightedKeys<KvCaseIStringWeights>::kHandlers,
+    /* 22 d_Date          */ kFixed<OdmgDateKey>,
+    /* 23 d_Time          */ kFixed<OdmgTimeKey>,
+    /* 24 d_Timestamp     */ kFixed<OdmgTimestampKey>,
+    /* 25 d_Interval      */ kFixed<IntervalKey>,
+    /* 26 KvInt64         */ kFixed<Int64Key>,
+    /* 27 KvBoolean       */ kFixed<BooleanKey>,
+    /* 28 KvNull_char     */ kNullable<KvNull_char, NumberKey<o_char>>,
+    /* 29 KvNull_uchar    */ kNullable<KvNull_uchar, NumberKey<o_u1b>>,
+    /* 30 KvNull_short    */ kNullable<KvNull_short, NumberKey<o_2b>>,
+    /* 31 KvNull_ushort   */ kNullable<KvNull_ushort, NumberKey<o_u2b>>,
+    /* 32 KvNull_int      */ kNullable<KvNull_int, NumberKey<int>>,
+    /* 33 KvNull_unsigned */ kNullable<KvNull_unsigned, NumberKey<unsigned>>,
+    /* 34 KvNull_long     */ kNullable<KvNull_long, NumberKey<o_4b>>,
+    /* 35 KvNull_ulong    */ kNullable<KvNull_ulong, NumberKey<o_u4b>>,
+    /* 36 KvNull_float    */ kNullable<KvNull_float, FloatingKey<o_float>>,
+    /* 37 KvNull_double   */ kNullable<KvNull_double, FloatingKey<o_double>>,
+    /* 38 KvNull_KvInt64  */ kNullable<KvNull_KvInt64, Int64Key>,
+    /* 39 KvSeal          */ kFixed<SealKey>,
+    /* 40 KvDateTimeN     */ kFixed<NanosecondKey<KvDateTimeN>>,
+    /* 41 KvTimeSpan      */ kFixed<NanosecondKey<KvTimeSpan>>,
+    /* 42 o_8b            */ kFixed<NumberKey<o_8b>>,
+    /* 43 o_u8b           */ kFixed<NumberKey<o_u8b>>,
+    /* 44 KvNull_8b       */ kNullable<KvNull_8b, NumberKey<o_8b>>,
+    /* 45 KvNull_u8b      */ kNullable<KvNull_u8b, NumberKey<o_u8b>>,
+};
+// clang-format on
+
+}  // namespace
+
+const SortKeyHandlers* SortKeysOf(int row) {
+  return row >= 0 && row < static_cast<int>(std::size(kRows)) ? kRows[row] : nullptr;
+}
+
+}  // namespace kv

@@ -1,0 +1,52 @@
+// Keys of single values, as the tests of this folder look at them.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kv.h"
+#include "support/values_of.h"
+
+namespace sortkey {
+
+using support::Bytes;
+using support::Types;
+
+inline constexpr unsigned char kForms[] = {8, 0, 2};
+
+// The key; empty when there is none, which is a failure where keys are expected.
+inline Bytes KeyOf(const KvSortKeyKind& kind, const void* value, unsigned char format = 8,
+                   unsigned length = 0) {
+  std::size_t size = 0;
+  KvSortKey(kind, value, length, format, nullptr, 0, size);
+  Bytes key(size);
+  if (KvSortKey(kind, value, length, format, key.data(), size, size) != kvOk) key.clear();
+  return key;
+}
+
+// -1, 0 or 1; 2 when one is the beginning of the other, which no two keys may be.
+inline int Order(const Bytes& a, const Bytes& b) {
+  const int order = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+  if (order != 0) return order < 0 ? -1 : 1;
+  return a.size() == b.size() ? 0 : 2;
+}
+
+inline int Sign(int order) {
+  return (order > 0) - (order < 0);
+}
+
+inline std::string Hex(const Bytes& bytes) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const unsigned char byte : bytes) text += {kDigits[byte >> 4], kDigits[byte & 15]};
+  return text;
+}
+
+inline Bytes Complement(Bytes bytes) {
+  for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(~byte);
+  return bytes;
+}
+
+}  // namespace sortkey

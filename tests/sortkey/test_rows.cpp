@@ -1,0 +1,343 @@
+// Keys of the rows against the rows' own comparers, which know nothing of keys.
+#include <doctest/doctest.h>
+
+#include <cstdlib>
+
+#include "sortkey/sort_keys.h"
+
+namespace {
+
+using namespace sortkey;
+using support::kRowCount;
+using support::Values;
+
+// KV_SORTKEY_VALUES takes more of them than a test run has time for.
+unsigned ValuesOfARow() {
+  const char* more = std::getenv("KV_SORTKEY_VALUES");
+  return more != nullptr ? static_cast<unsigned>(std::atoi(more)) : 240;
+}
+
+std::vector<Bytes> ValuesFor(char id) {
+  const unsigned count = ValuesOfARow();
+  std::vector<Bytes> values = support::OrdinaryValues(id, count);
+  for (const Bytes& wild : support::WildValues(id, count)) values.push_back(wild);
+  return values;
+}
+
+struct Keyed {
+  Keyed(const Values& values, const KvSortKeyKind& kind) {
+    for (unsigned i = 0; i < values.Count(); ++i) keys.push_back(KeyOf(kind, values[i]));
+  }
+  std::vector<Bytes> keys;
+};
+
+// Texts have their own test.
+bool IsText(char id) {
+  return id == KvSTRING_T;
+}
+
+}  // namespace
+
+TEST_CASE("keys order as their values do, in memory and stored in either order") {
+  for (char id = 0; id < kRowCount; ++id) {
+    if (IsText(id)) continue;
+    CAPTURE(int(id));
+    const Values values(id, ValuesFor(id));
+    const Keyed keyed(values, {.type = id});
+    for (const unsigned char format : kForms) {
+      std::vector<Bytes> forms;
+      for (unsigned i = 0; i < values.Count() && format != 8; ++i) {
+        forms.push_back(values.Stored(format, i));
+        CHECK(KeyOf({.type = id}, forms[i].data(), format) == keyed.keys[i]);
+      }
+      unsigned wrong = 0;
+      for (unsigned a = 0; a < values.Count(); ++a) {
+        for (unsigned b = 0; b < values.Count(); ++b) {
+          void* left = format == 8 ? values[a] : forms[a].data();
+          void* right = format == 8 ? values[b] : forms[b].data();
+          const int order = Sign(Types().Cmp(id, left, right, 0x10, 1, format));
+          if (order != Order(keyed.keys[a], keyed.keys[b])) ++wrong;
+        }
+      }
+      CHECK_MESSAGE(wrong == 0, "format ", int(format));
+    }
+  }
+}
+
+TEST_CASE("descending turns the order around, and null goes where it is wanted") {
+  struct Case {
+    unsigned char options;
+    bool descending;
+    int null;  // where it stands among all values: -1 in front, 1 behind
+  };
+  static constexpr Case kCases[] = {
+      {kvSortKeyDescending, true, 1},
+      {kvSortKeyNullsFirst, false, -1},
+      {kvSortKeyNullsLast, false, 1},
+      {kvSortKeyDescending | kvSortKeyNullsFirst, true, -1},
+      {kvSortKeyDescending | kvSortKeyNullsLast, true, 1},
+  };
+  for (char id = 0; id < kRowCount; ++id) {
+    if (IsText(id)) continue;
+    const Values values(id, ValuesFor(id));
+    const Keyed plain(values, {.type = id});
+    for (const Case& c : kCases) {
+      CAPTURE(int(id));
+      CAPTURE(int(c.options));
+      const KvSortKeyKind kind{.type = id, .options = c.options};
+      const Keyed keyed(values, kind);
+      unsigned wrong = 0;
+      for (unsigned a = 0; a < values.Count(); ++a) {
+        const bool nullA = Types().IsNullValue(id, values[a]) != 0;
+        for (unsigned b = 0; b < values.Count(); ++b) {
+          const bool nullB = Types().IsNullValue(id, values[b]) != 0;
+          int order = Sign(Types().Cmp(id, values[a], values[b], 0x10, 1, 8));
+          if (c.descending) order = -order;
+          if (nullA != nullB) order = nullA ? c.null : -c.null;
+          if (order != Order(keyed.keys[a], keyed.keys[b])) ++wrong;
+        }
+      }
+      CHECK(wrong == 0);
+      if (c.options == kvSortKeyDescending) {
+        for (unsigned i = 0; i < values.Count(); ++i) {
+          CHECK(keyed.keys[i] == Complement(plain.keys[i]));
+        }
+      }
+    }
+  }
+}
+
+TEST_CASE("a key gives its value back, and no other bytes do") {
+  for (char id = 0; id < kRowCount; ++id) {
+    if (IsText(id)) continue;
+    for (unsigned options = 0; options < 6; ++options) {
+      CAPTURE(int(id));
+      CAPTURE(options);
+      const KvSortKeyKind kind{.type = id, .options = static_cast<unsigned char>(options)};
+      const Values values(id, ValuesFor(id));
+      const Values back(id, {Bytes()});
+      for (unsigned i = 0; i < values.Count(); ++i) {
+        Bytes key = KeyOf(kind, values[i]);
+        const std::size_t whole = key.size();
+        key.push_back(0x5A);  // whatever follows is not part of the key
+        std::size_t size = 0;
+        REQUIRE(KvSortKeyValue(kind, key.data(), key.size(), back[0], size) == kvOk);
+        CHECK(size == whole);
+        CHECK(Types().Cmp(id, values[i], back[0], 0x10, 1, 8) == 0);
+        key.pop_back();
+        CHECK(KeyOf(kind, back[0]) == key);
+        CHECK(KvSortKeyLength(kind, key.data(), whole, size) == kvOk);
+        CHECK(size == whole);
+        for (std::size_t cut = 0; cut < whole; ++cut) {
+          CHECK(KvSortKeyLength(kind, key.data(), cut, size) == kvBadArgument);
+          CHECK(size == 0);
+        }
+      }
+    }
+  }
+}
+
+TEST_CASE("arbitrary bytes are a key that writes itself again, or none") {
+  support::Source source(17);
+  for (char id = 0; id < kRowCount; ++id) {
+    if (IsText(id)) continue;
+    CAPTURE(int(id));
+    const KvSortKeyKind kind{.type = id, .options = kvSortKeyNullsLast};
+    const Values back(id, {Bytes()});
+    for (unsigned i = 0; i < 2000; ++i) {
+      Bytes bytes = source.Noise(source.Below(20));
+      for (unsigned char& byte : bytes) {
+        if (source.Below(3) != 0) byte = source.Pick<unsigned char>({0, 1, 0xFF, 0x7F, 0x80});
+      }
+      std::size_t size = 0;
+      const int status = KvSortKeyValue(kind, bytes.data(), bytes.size(), back[0], size);
+      if (status == kvOk) {
+        bytes.resize(size);
+        CHECK(KeyOf(kind, back[0]) == bytes);
+      } else {
+        CHECK(status == kvBadArgument);
+      }
+    }
+  }
+}
+
+TEST_CASE("the keys of a run are the keys of its values") {
+  for (char id = 0; id < kRowCount; ++id) {
+    if (IsText(id)) continue;
+    for (const unsigned char options : std::initializer_list<unsigned char>{0, 1, 2}) {
+      CAPTURE(int(id));
+      const KvSortKeyKind kind{.type = id, .options = options};
+      // Blocks of loaded values are 4096 bytes: more than one of them.
+      std::vector<Bytes> stored = ValuesFor(id);
+      while (stored.size() < 2500) stored.push_back(Bytes(stored[stored.size() % 97]));
+      const Values values(id, std::move(stored));
+      Bytes expected;
+      std::vector<std::size_t> begins;
+      for (unsigned i = 0; i < values.Count(); ++i) {
+        begins.push_back(expected.size());
+        expected = support::operator+(std::move(expected), KeyOf(kind, values[i]));
+      }
+      begins.push_back(expected.size());
+      for (const unsigned char format : kForms) {
+        CAPTURE(int(format));
+        const Bytes run = format == 8 ? Bytes() : values.Stored(format, 0, values.Count());
+        const void* from = format == 8 ? values[0] : run.data();
+        const auto length = static_cast<unsigned>(run.size());
+        Bytes keys(expected.size() + 1, 0xEE);
+        std::vector<std::size_t> offsets(begins.size());
+        std::size_t size = 0;
+        CHECK(KvSortKeyRun(kind, from, length, format, values.Count(), keys.data(),
+                           expected.size() - 1, offsets.data(), size) == kvBufferShort);
+        CHECK(size == expected.size());
+        CHECK(std::count(keys.begin(), keys.end(), 0xEE) == static_cast<long>(keys.size()));
+        CHECK(KvSortKeyRun(kind, from, length, format, values.Count(), keys.data(), expected.size(),
+                           offsets.data(), size) == kvOk);
+        CHECK(keys.back() == 0xEE);
+        keys.pop_back();
+        CHECK(keys == expected);
+        CHECK(offsets == begins);
+        if (format == 8) continue;
+        CHECK(KvSortKeyRun(kind, from, length - 1, format, values.Count(), keys.data(),
+                           expected.size(), nullptr, size) == kvBadArgument);
+      }
+    }
+  }
+}
+
+TEST_CASE("a bound holds and is told without the values") {
+  for (char id = 0; id < kRowCount; ++id) {
+    if (IsText(id)) continue;
+    CAPTURE(int(id));
+    const Values values(id, ValuesFor(id));
+    for (unsigned i = 0; i < values.Count(); ++i) {
+      const std::size_t size = KeyOf({.type = id}, values[i]).size();
+      const std::size_t bound = KvSortKeyBound({.type = id}, values.Stored(0, i).size());
+      CHECK(size <= bound);
+      if (Types().IsFixed(id) != 0 && Types().SupportsNullValue(id) == 0) CHECK(size == bound);
+    }
+  }
+}
+
+TEST_CASE("keys by hand") {
+  struct Case {
+    char id;
+    const char* stored;  // in memory order
+    unsigned char options;
+    const char* key;
+  };
+  static constexpr Case kCases[] = {
+      {Kv1B_T, "FF", 0, "7F"},
+      {Kv4B_T, "FFFFFFFF", 0, "7FFFFFFF"},
+      {Kv4B_T, "01000000", kvSortKeyDescending, "7FFFFFFE"},
+      {KvU2B_T, "0201", 0, "0102"},
+      {KvDOUBLE_T, "000000000000F03F", 0, "BFF0000000000000"},
+      {KvDOUBLE_T, "000000000000F0BF", 0, "400FFFFFFFFFFFFF"},
+      {KvDOUBLE_T, "0000000000000080", 0, "8000000000000000"},
+      {KvFLOAT_T, "000080FF", 0, "007FFFFF"},
+      {KvFLOAT_T, "0100C0FF", 0, "00000000"},
+      {KvDATE_T, "E807021D", 0, "87E8829D"},
+      {KvDATE_T, "00808080", 0, "00000000"},
+      {KvDATE_T, "00808080", kvSortKeyNullsLast, "FFFFFFFF"},
+      {KvDATE_T, "E807021D", kvSortKeyNullsLast, "87E8829C"},
+      {KvTIME_T, "173B3B", 0, "97BBBB"},
+      {KvOBJID_T, "01000000020000000300", 0, "00030000000200000001"},
+      {KvOBJID_T, "01000000020000000300", kvSortKeyNullsLast, "00030000000100000001"},
+      {KvOBJID_T, "01000000000000000000", kvSortKeyNullsLast, "FFFFFFFFFFFF00000001"},
+      {KvCLID_T, "FFFFFFFF", 0, "00000000"},
+      {KvCLID_T, "02000100", 0, "00020002"},
+      {KvBOOLEAN_T, "FF", 0, "00"},
+      {KvBOOLEAN_T, "80", 0, "01"},
+      {KvBOOLEAN_T, "00", 0, "80"},
+      {KvBOOLEAN_T, "01", 0, "81"},
+      {KvINT64_T, "0100000002000000", 0, "8000000200000001"},
+      {KvSEAL_T, "000100020003", 0, "000100020003"},
+      {KvNULL_2B_T, "010000", 0, "00"},
+      {KvNULL_2B_T, "010000", kvSortKeyNullsLast, "FF"},
+      {KvNULL_2B_T, "010000", kvSortKeyDescending, "FF"},
+      {KvNULL_2B_T, "000500", 0, "018005"},
+      {KvNULL_2B_T, "000500", kvSortKeyNullsLast, "018005"},
+      {KvBLOB_T, "04000000FFFFFFFF", 0, "00"},
+      {KvBLOB_T, "0400000000000000", 0, "010000"},
+      {KvBLOB_T, "0700000003000000610062", 0, "016100FF620000"},
+      {KvCASEISTRING_T, "05000101DF00FF", 0, "019D9D00"},
+      {KvISTRING_T,
+       "04000101"
+       "00FF",
+       0, "00"},
+      {KvRES_T, "", 0, ""},
+  };
+  const auto fromHex = [](std::string text) {
+    Bytes bytes;
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+      bytes.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
+    }
+    return bytes;
+  };
+  for (const Case& c : kCases) {
+    CAPTURE(int(c.id));
+    CAPTURE(c.stored);
+    const Bytes stored = fromHex(c.stored);
+    CHECK(Hex(KeyOf({.type = c.id, .options = c.options}, stored.data(), 0)) == c.key);
+  }
+}
+
+namespace {
+
+int AnyOrder(unsigned char, unsigned, void*, unsigned, void*, unsigned short, unsigned, int&) {
+  return 0;
+}
+
+}  // namespace
+
+TEST_CASE("kinds that have no keys are refused, and nothing is written") {
+  const o_4b number = 1;
+  const auto check = [&](const KvSortKeyKind& kind, int expected) {
+    CHECK(KvSortKeyCheck(kind) == expected);
+    unsigned char key[64];
+    std::memset(key, 0xEE, sizeof key);
+    std::size_t size = 9;
+    CHECK(KvSortKey(kind, &number, 0, 8, key, sizeof key, size) == expected);
+    CHECK(size == 0);
+    CHECK(std::count(key, key + sizeof key, 0xEE) == sizeof key);
+    CHECK(KvSortKeyBound(kind, 4) == 0);
+  };
+  check({.type = 47}, kvBadArgument);
+  check({.type = -1}, kvBadArgument);
+  check({.type = Kv4B_T, .version = 0}, kvBadArgument);
+  check({.type = Kv4B_T, .version = 2}, kvBadArgument);
+  check({.type = Kv4B_T, .options = 0x10}, kvBadArgument);
+  check({.type = Kv4B_T, .options = kvSortKeyNullsFirst | kvSortKeyNullsLast}, kvBadArgument);
+  check({.type = KvSTRING_T, .cmpOp = 0}, kvBadArgument);
+  check({.type = KvSTRING_T, .cmpOp = 0x11}, kvBadArgument);
+  check({.type = KvSTRING_T, .cmpOp = 65535}, kvBadArgument);
+  check({.type = KvSTRING_T, .cmpOp = kvCompareExact | kvCompareKeyOrder}, kvNotSupported);
+  const KvCompareFunc own = Types().ExchangeKvTypeCmpFunc(Kv4B_T, AnyOrder);
+  check({.type = Kv4B_T}, kvNotSupported);
+  Types().ExchangeKvTypeCmpFunc(Kv4B_T, own);
+  CHECK(KvSortKeyCheck({.type = Kv4B_T}) == kvOk);
+}
+
+TEST_CASE("8-bit strings with flags and 16-bit ones have no keys") {
+  KvCaseIString text("abc");
+  CHECK(KeyOf({.type = KvCASEISTRING_T}, &text).size() == 5);
+  for (const unsigned char flag : std::initializer_list<unsigned char>{0x80, 0x20, 0x01}) {
+    text.SetFlags(flag);
+    CHECK(KeyOf({.type = KvCASEISTRING_T}, &text).empty());
+  }
+  const Bytes wide = support::StringBytes(253, 1, std::string("a\0b\0", 4));
+  CHECK(KeyOf({.type = KvISTRING_T}, wide.data(), 0).empty());
+}
+
+TEST_CASE("damaged blobs have no keys") {
+  const Bytes blob = support::BlobBytes("abcdef");
+  const KvSortKeyKind kind{.type = KvBLOB_T};
+  std::size_t size;
+  for (unsigned length = 1; length < blob.size(); ++length) {
+    const Bytes cut(blob.begin(), blob.begin() + length);
+    CHECK(KvSortKey(kind, cut.data(), length, 0, nullptr, 0, size) == kvBadArgument);
+  }
+  Bytes lying = blob;
+  lying[4] = 200;  // more than the run holds
+  CHECK(KvSortKey(kind, lying.data(), static_cast<unsigned>(lying.size()), 0, nullptr, 0, size) ==
+        kvBadArgument);
+}
