@@ -2,8 +2,10 @@
 """Starts servers of an engine on free loopback ports and stops them again.
 
     cluster.py etcd                    three members; prints the URL and waits for ^C or end of input
-    cluster.py postgresql              a coordinator and two shards, likewise
-    cluster.py etcd -- COMMAND...      runs the command with the URL in KV_ETCD_URL, then stops
+    cluster.py postgresql              a coordinator and two shards, likewise; the second URL is
+                                       that of a database on the coordinator alone
+    cluster.py etcd -- COMMAND...      runs the command with the URLs in KV_ETCD_URL,
+                                       KV_POSTGRESQL_URL and KV_POSTGRESQL_ONE_URL, then stops
     cluster.py etcd postgresql -- ...  both at once
 
 The servers keep their data in a new folder under --folder, which is removed at the end. They are
@@ -53,8 +55,6 @@ def wait_until(ready, what):
 class Etcd:
     """Members of one etcd cluster, each a process that can be killed and brought back."""
 
-    variable = "KV_ETCD_URL"
-
     def __init__(self, folder, members=3):
         self.program = shutil.which("etcd")
         if self.program is None:
@@ -68,6 +68,9 @@ class Etcd:
     @property
     def url(self):
         return "etcd:" + ",".join(f"127.0.0.1:{port}" for port in self.clients)
+
+    def urls(self):
+        return {"KV_ETCD_URL": self.url}
 
     def start(self):
         for number in range(len(self.clients)):
@@ -121,8 +124,6 @@ class Etcd:
 class PostgreSql:
     """A coordinator whose table is range partitions, some of them on shards."""
 
-    variable = "KV_POSTGRESQL_URL"
-
     def __init__(self, folder, shards=2, split=("02",)):
         found = sorted(glob.glob("/usr/lib/postgresql/*/bin/postgres"))
         on_path = shutil.which("postgres")
@@ -142,8 +143,15 @@ class PostgreSql:
     def url(self):
         return "postgresql:" + self.conninfo(0)
 
-    def conninfo(self, number):
-        return f"host=127.0.0.1 port={self.ports[number]} user=kv dbname=postgres"
+    @property
+    def one_url(self):
+        return "postgresql:" + self.conninfo(0, "one")
+
+    def urls(self):
+        return {"KV_POSTGRESQL_URL": self.url, "KV_POSTGRESQL_ONE_URL": self.one_url}
+
+    def conninfo(self, number, database="postgres"):
+        return f"host=127.0.0.1 port={self.ports[number]} user=kv dbname={database}"
 
     def run(self, program, *arguments):
         return self.call(os.path.join(self.programs, program), *arguments)
@@ -187,7 +195,8 @@ class PostgreSql:
                         self.conninfo(number), "-c", text)
 
     def spread(self):
-        """The table on the coordinator, its parts on the shards."""
+        """The table on the coordinator, its parts on the shards; and a database without shards."""
+        self.sql(0, "CREATE DATABASE one")
         shards = len(self.ports) - 1
         if shards == 0:
             return
@@ -255,7 +264,8 @@ class Running:
         cluster.start()
 
     def environment(self):
-        return {cluster.variable: cluster.url for cluster in self.clusters.values()}
+        return {name: url for cluster in self.clusters.values()
+                for name, url in cluster.urls().items()}
 
     def end(self):
         for cluster in self.clusters.values():
@@ -285,8 +295,8 @@ def main():
             print(f"!! NOT STARTED: {missing}", file=sys.stderr)
         if command:
             return subprocess.run(command, env={**os.environ, **running.environment()}).returncode
-        for cluster in running.clusters.values():
-            print(cluster.url, flush=True)
+        for url in running.environment().values():
+            print(url, flush=True)
         if not running.clusters:
             return 1
         print("^C stops it.", file=sys.stderr)

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -53,17 +54,21 @@ inline void Empty(OrderedStore& store) {
 
 // The URLs of all engines of this build; servers that were not started are named on stderr, once.
 inline std::vector<std::string> Urls(const Folder& folder) {
+  static const std::vector<std::pair<const char*, const char*>> servers{
+      {"etcd", "KV_ETCD_URL"},
+      {"postgresql", "KV_POSTGRESQL_URL"},
+      {"postgresql", "KV_POSTGRESQL_ONE_URL"}};
+  static std::set<std::string> named;
   std::vector<std::string> urls;
   for (const std::string& engine : engines::BuiltEngines()) {
-    if (engine == "lmdb" || engine == "rocksdb") {
-      urls.push_back(engine + ":" + (folder / engine));
-      continue;
-    }
-    const char* url = std::getenv(engine == "etcd" ? "KV_ETCD_URL" : "KV_POSTGRESQL_URL");
-    if (url != nullptr) {
-      urls.emplace_back(url);
-    } else {
-      MESSAGE("NOT TESTED: ", engine, ", no server of it was started");
+    if (engine == "lmdb" || engine == "rocksdb") urls.push_back(engine + ":" + (folder / engine));
+    for (const auto& [name, variable] : servers) {
+      if (engine != name) continue;
+      const char* url = std::getenv(variable);
+      if (url != nullptr) urls.emplace_back(url);
+      if (url == nullptr && named.insert(variable).second) {
+        MESSAGE("NOT TESTED: ", engine, ", no server of it was started (", variable, ")");
+      }
     }
   }
   return urls;
