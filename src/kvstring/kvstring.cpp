@@ -44,8 +44,14 @@ KvString& Append(KvString& target, const void* text, unsigned char codeSet, unsi
                               .position = target.Len(),
                               .text = text,
                               .codeSet = codeSet,
-                              .count = std::min(count, MaximumLength(codeSet))});
+                              .count = count});
   return target;
+}
+
+// A plain text is cut to what a string of the target's width can hold, without a report; only what
+// the sum of both cuts off is an overflow.
+KvString& AppendPlain(KvString& target, const void* text, unsigned char codeSet, unsigned count) {
+  return Append(target, text, codeSet, std::min(count, MaximumLength(target.GetCodeSet())));
 }
 
 KvString& AppendDecimal(KvString& target, const DecimalText& number) {
@@ -193,13 +199,13 @@ KvString& KvString::operator<<(double number) {
 }
 
 KvString& KvString::operator<<(const char* text) {
-  return kv::Append(*this, text, KvLanguageContext::GetDefault8CodeSet(),
-                    kv::TextLength(text, false));
+  return kv::AppendPlain(*this, text, KvLanguageContext::GetDefault8CodeSet(),
+                         kv::TextLength(text, false));
 }
 
 KvString& KvString::operator<<(const unsigned short* text) {
-  return kv::Append(*this, text, KvLanguageContext::GetDefault16CodeSet(),
-                    kv::TextLength(text, true));
+  return kv::AppendPlain(*this, text, KvLanguageContext::GetDefault16CodeSet(),
+                         kv::TextLength(text, true));
 }
 
 void KvString::operator+=(const KvString& text) {
