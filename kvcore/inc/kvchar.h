@@ -12,7 +12,8 @@
 //   copy = 'Z';                    // text is unchanged
 //
 // Code sets above 224 have 16-bit units, all others bytes. In every constructor here 255 as code
-// set or language means the process's default.
+// set or language means the process's default; as the code set of a string it is a 16-bit one like
+// any other above 224.
 #pragma once
 
 #include "kvbase.h"
@@ -35,7 +36,7 @@ class KV_EXPORT KvChar {
   explicit KvChar(unsigned short unit, unsigned char codeSet = 255, unsigned char language = 255);
 
   // Refers to the unit at `position`. Code set 255: the default 8-bit code set. `byteOrder` is that
-  // of a 16-bit unit: 2 is reversed, anything else the memory's own.
+  // of a 16-bit unit: low four bits of 2 are reversed, anything else is the memory's own.
   KvChar(const char* position, unsigned char codeSet, unsigned char language,
          unsigned char byteOrder = 255);
 
@@ -94,6 +95,16 @@ class KV_EXPORT KvChar {
 
  private:
   friend class KvString;
+  friend class KvStringIterator;
+  // A character of a text, with the numbers that the text has: 255 is one like any other here.
+  struct Place {
+    unsigned char* position;
+    unsigned short value;
+    unsigned char codeSet;
+    unsigned char language;
+    unsigned char byteOrder;
+  };
+  explicit KvChar(const Place& place);
   static KvChar Detached();
 
   unsigned char* position_;  // null when the value is held
@@ -157,7 +168,7 @@ class KV_EXPORT KvStringIterator {
  public:
   explicit KvStringIterator(KvString& text);
   // Code set 255: the default 8-bit code set, for the second the default 16-bit one. `byteOrder` is
-  // that of 16-bit units: 2 is reversed, anything else the memory's own.
+  // that of 16-bit units, as for a KvChar.
   KvStringIterator(const char* text, unsigned char codeSet, unsigned char language,
                    unsigned char byteOrder = 255);
   KvStringIterator(const unsigned short* text, unsigned char codeSet, unsigned char language,
@@ -184,8 +195,9 @@ class KV_EXPORT KvStringIterator {
   // Non-zero: as ++, zero: as --.
   void Step(unsigned short forward);
 
-  // True when both are at the same place.
-  bool operator==(const KvStringIterator& other) const { return position_ == other.position_; }
+  // True when both are at the same place. For iterators over one character: when one is a copy of
+  // the other and both are before or behind the character.
+  bool operator==(const KvStringIterator& other) const;
 
   // True at the terminator or a null position, unless an overflow list is attached.
   bool IsEOS() const;
@@ -236,5 +248,6 @@ class KV_EXPORT KvStringIterator {
   unsigned char* orderPosition_;  // of the character that pendingOrder_ belongs to
   unsigned short pendingOrder_;   // second order of the last expanded character
   alignas(2) unsigned char ownText_[4];
+  const void* origin_;  // of a text of its own: the iterator that made it, which may be gone
   bool gaveUp_ = false;
 };

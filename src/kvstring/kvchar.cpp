@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "kvbase/format.h"
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "zbs.h"
@@ -39,6 +40,11 @@ unsigned short Swapped(unsigned short unit) {
   return static_cast<unsigned short>(unit << 8 | unit >> 8);
 }
 
+// As in a format byte: the low four bits say it.
+bool IsReversed(unsigned char byteOrder) {
+  return Format{byteOrder}.IsReversed();
+}
+
 // Hands what a case mapping made beyond the first unit to the iterator.
 KvChar WithOverflow(const unsigned short* mapped, unsigned count, const KvChar& source,
                     KvStringIterator* overflow) {
@@ -49,7 +55,9 @@ KvChar WithOverflow(const unsigned short* mapped, unsigned count, const KvChar& 
     if (list == nullptr || list->Count() != count - 1) overflow->GiveUp();
     overflow->SetOverflow(list, source.GetCodeSet());
   }
-  return KvChar(mapped[0], source.GetCodeSet(), source.GetLanguage());
+  KvChar first(source);
+  first = mapped[0];
+  return first;
 }
 
 }  // namespace
@@ -97,18 +105,22 @@ KvChar::KvChar(const char* position, unsigned char codeSet, unsigned char langua
       language_(kv::LanguageOrDefault(language)),
       byteOrder_(kv::ByteOrderOrNative(byteOrder)) {}
 
+KvChar::KvChar(const Place& place)
+    : position_(place.position),
+      value_(place.value),
+      codeSet_(place.codeSet),
+      language_(place.language),
+      byteOrder_(place.byteOrder) {}
+
 KvChar KvChar::Detached() {
-  KvChar detached('\0');
-  detached.codeSet_ = 255;
-  detached.language_ = 255;
-  return detached;
+  return KvChar(Place{nullptr, 0, 255, 255, 1});
 }
 
 unsigned short KvChar::Value() const {
   if (position_ == nullptr) return value_;
   const bool wide = KvIsWideCodeSet(codeSet_);
   const unsigned short unit = kv::ReadUnit(position_, wide);
-  return wide && byteOrder_ == 2 ? kv::Swapped(unit) : unit;
+  return wide && kv::IsReversed(byteOrder_) ? kv::Swapped(unit) : unit;
 }
 
 KvChar& KvChar::operator=(const KvChar& source) {
@@ -134,7 +146,8 @@ KvChar& KvChar::operator=(unsigned short unit) {
   if (position_ == nullptr) {
     value_ = wide ? unit : static_cast<unsigned char>(unit);
   } else if (position_ != kv::kEmptyText) {
-    kv::WriteUnit(position_, wide, 0, byteOrder_ == 2 && wide ? kv::Swapped(unit) : unit);
+    const bool isReversed = wide && kv::IsReversed(byteOrder_);
+    kv::WriteUnit(position_, wide, 0, isReversed ? kv::Swapped(unit) : unit);
   }
   return *this;
 }
@@ -145,9 +158,7 @@ KvChar KvChar::MapTo(unsigned char codeSet) const {
   // The terminator is itself everywhere.
   const unsigned short mapped =
       unit == 0 ? unit : KvLanguageContext::QueryCodeSet(codeSet)->MapFrom(unit, codeSet_);
-  KvChar result(mapped, codeSet, language_);
-  result.codeSet_ = codeSet;
-  return result;
+  return KvChar(Place{nullptr, mapped, codeSet, kv::LanguageOrDefault(language_), 1});
 }
 
 unsigned short KvChar::PropertyOrder() const {
@@ -251,6 +262,7 @@ void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned c
   orderPosition_ = nullptr;
   pendingOrder_ = 0;
   std::memset(ownText_, 0, sizeof ownText_);
+  origin_ = nullptr;
 }
 
 KvStringIterator::KvStringIterator(KvString& text) {
@@ -273,6 +285,7 @@ KvStringIterator::KvStringIterator(const KvChar& character) {
   kv::WriteUnit(ownText_, Width() == 2, 0, character.Value());
   ownsText_ = 1;
   position_ = ownText_;
+  origin_ = this;
 }
 
 KvStringIterator::KvStringIterator(const KvStringIterator& source) : overflow_(nullptr) {
@@ -291,6 +304,7 @@ KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
   byteOrder_ = source.byteOrder_;
   ownsText_ = source.ownsText_;
   std::memcpy(ownText_, source.ownText_, sizeof ownText_);
+  origin_ = source.origin_;
   position_ = source.position_;
   limit_ = source.limit_;
   orderPosition_ = source.orderPosition_;
@@ -310,6 +324,13 @@ KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
   return *this;
 }
 
+bool KvStringIterator::operator==(const KvStringIterator& other) const {
+  if (position_ == nullptr || ownsText_ == 0 || origin_ != other.origin_) {
+    return position_ == other.position_;
+  }
+  return other.position_ != nullptr && position_ - ownText_ == other.position_ - other.ownText_;
+}
+
 KvStringIterator::~KvStringIterator() {
   delete overflow_;
 }
@@ -319,9 +340,12 @@ bool KvStringIterator::IsPending() const {
 }
 
 KvChar KvStringIterator::operator*() {
-  if (IsPending()) return KvChar((*overflow_)[overflowIndex_++], overflowCodeSet_, language_);
-  if (position_ == nullptr) return KvChar(static_cast<unsigned short>(0), codeSet_, language_);
-  return KvChar(reinterpret_cast<const char*>(position_), codeSet_, language_, byteOrder_);
+  // A code set of 255 is here a text's own and stands for no default.
+  if (IsPending()) {
+    const unsigned short unit = (*overflow_)[overflowIndex_++];
+    return KvChar(KvChar::Place{nullptr, unit, overflowCodeSet_, language_, 1});
+  }
+  return KvChar(KvChar::Place{position_, 0, codeSet_, language_, byteOrder_});
 }
 
 KvStringIterator& KvStringIterator::operator++() {
@@ -383,4 +407,5 @@ void KvStringIterator::Destroy() {
   orderPosition_ = nullptr;
   pendingOrder_ = 0;
   ownsText_ = 0;
+  origin_ = nullptr;
 }

@@ -169,7 +169,9 @@ void KvString::LeftTrim() {
   const unsigned length = Len();
   if (length == 0) return;
   unsigned blanks = 0;
-  while (blanks < length && (*this)[static_cast<int>(blanks)].IsSpace()) ++blanks;
+  const unsigned width = kv::UnitWidth(codeSet_);
+  // Not by operator[], which measures the text each time.
+  while (blanks < length && KvChar(*this, static_cast<int>(blanks * width)).IsSpace()) ++blanks;
   kv::KeepOwnText(*this, 0, blanks, length - blanks);
 }
 
@@ -215,7 +217,8 @@ void KvString::Transform(KvCharOperation& operation) {
   KvStringIterator source(*this);
   unsigned used = 0;
   for (;;) {
-    KvStringIterator out(reinterpret_cast<const char*>(block + used), codeSet_, language_);
+    KvStringIterator out(*this);
+    out.Begin(block + used, codeSet_, language_, 1);
     out.limit_ = block + (capacity / width - 1) * width;
     source.Transform(out, operation);
     used = static_cast<unsigned>(out.position_ - block);

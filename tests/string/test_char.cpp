@@ -37,18 +37,22 @@ TEST_CASE("defaults, widths and byte order of a character") {
   CHECK(KvChar('\xE9', 9, 1).MapTo(253).Value() == 0x0439);
   CHECK(KvChar('\xE9', 9, 1).MapTo(0).GetCodeSet() == 9);
 
-  unsigned char units[] = {0x26, 0x03, 0x00, 0x41, 0, 0};
-  KvChar reversed(reinterpret_cast<char*>(units), 253, 1, 2);
-  CHECK(reversed.Value() == 0x2603);
-  reversed = static_cast<unsigned short>(0x0142);
-  CHECK(units[0] == 0x01);
-  CHECK(units[1] == 0x42);
-  reversed = KvChar('\xE9', 9, 1);
-  CHECK(units[0] == 0x04);
-  CHECK(units[1] == 0x39);
-  KvStringIterator each(reinterpret_cast<char*>(units), 253, 1, 2);
-  CHECK((*++each).Value() == 'A');
-  CHECK((++each).IsEOS());
+  // The low four bits say the order, as in a format byte.
+  for (const unsigned char order : std::initializer_list<unsigned char>{2, 0x12, 0xF2}) {
+    unsigned char units[] = {0x26, 0x03, 0x00, 0x41, 0, 0};
+    KvChar reversed(reinterpret_cast<char*>(units), 253, 1, order);
+    CHECK(reversed.Value() == 0x2603);
+    reversed = static_cast<unsigned short>(0x0142);
+    CHECK(units[0] == 0x01);
+    CHECK(units[1] == 0x42);
+    reversed = KvChar('\xE9', 9, 1);
+    CHECK(units[0] == 0x04);
+    CHECK(units[1] == 0x39);
+    KvStringIterator each(reinterpret_cast<char*>(units), 253, 1, order);
+    CHECK((*++each).Value() == 'A');
+    CHECK((++each).IsEOS());
+  }
+  CHECK(KvChar("\x26\x03", 253, 1, 0x20).Value() == 0x0326);
 }
 
 TEST_CASE("classification by property order") {
@@ -111,8 +115,15 @@ TEST_CASE("an iterator over one character keeps its own copy") {
   text[1] = 'X';
   CHECK((*one).Value() == 'b');
   CHECK((*copy).Value() == 'b');
-  CHECK(!(copy == one));
+  CHECK(copy == one);
   CHECK((++copy).IsEOS());
+  CHECK(!(copy == one));
+  CHECK(++one == copy);
+  CHECK(!(KvStringIterator(text[0]) == one));
+  KvStringIterator other(text[1]);
+  CHECK(!(other == KvStringIterator(text[1])));
+  copy.Destroy();
+  CHECK(!(copy == one));
 }
 
 TEST_CASE("transforming writes through the output iterator") {

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "kvcollate.h"
 #include "string/text.h"
 #include "zbs.h"
 
@@ -127,6 +128,59 @@ TEST_CASE("the string limit cuts without an error and reports when asked") {
   DefaultConfig().SetValue("debug", "stringOverflow", 0);
   text << "b";
   CHECK(overflows.count == 4);
+}
+
+TEST_CASE("a plain text is cut to the width it is appended to, a string is not") {
+  Overflows overflows;
+  DefaultConfig().SetValue("debug", "stringOverflow", 1);
+  const std::string bytes(40000, 'b');
+  const std::u16string units(40000, u'w');
+  KvString narrow(1, 1);
+  narrow << Wide(units.c_str());
+  CHECK(narrow.Len() == 40000);
+  KvString wide(253, 1);
+  wide << bytes.c_str();
+  CHECK(wide.Len() == 32765);
+  CHECK(overflows.count == 0);
+  // Cut silently to what would fit alone, then reported for what does not fit behind the first.
+  KvString both(253, 1);
+  both << "x" << bytes.c_str();
+  CHECK(both.Len() == 32765);
+  CHECK(overflows.count == 1);
+  KvString string(253, 1);
+  string << KvString(bytes.c_str());
+  CHECK(string.Len() == 32765);
+  CHECK(overflows.count == 2);
+  DefaultConfig().SetValue("debug", "stringOverflow", 0);
+}
+
+TEST_CASE("a string labelled 255 is 16-bit text like any other above 224") {
+  const std::u16string units = u"  stra\u00DFe \u0436";
+  KvString marked = Make(units, 253);
+  REQUIRE(marked.SetCodeSetCode(255) == kvOk);
+  KvString plain = Make(units, 253);
+  CHECK(marked == plain);
+  CHECK(marked.Compare(plain, 3, kvCompareKeyOrder) == 0);
+  CHECK(marked.Find(KvString("\xDF"), 0, 0) == 6);
+  marked.ToUpper();
+  CHECK(Units(marked) == u"  STRASSE \u0416");
+  CHECK(marked.GetCodeSet() == 255);
+  marked.ToLower();
+  marked.LeftTrim();
+  CHECK(Units(marked) == u"strasse \u0436");
+  marked[0] = KvChar('\xC4');
+  CHECK(Units(marked) == u"\u00C4trasse \u0436");
+  KvStringIterator each(marked);
+  KvStringIterator copy = each++;
+  CHECK((*each).Value() == u't');
+  CHECK((*copy).GetCodeSet() == 255);
+  CHECK(copy.GetNextOrder(0) == KvStringIterator(KvChar('\xC4')).GetNextOrder(0));
+  each.SetOverflow(nullptr);
+  CHECK((*each).ToUpper(nullptr).GetCodeSet() == 255);
+  CHECK((*each).ToUpper(nullptr).Value() == u'T');
+  // As an argument 255 is the default code set of its kind.
+  CHECK(KvChar("ab", 255, 1).GetCodeSet() == 1);
+  CHECK(KvStringIterator("ab", 255, 1).GetCodeSet() == 1);
 }
 
 TEST_CASE("assignment and the lifecycle members") {
