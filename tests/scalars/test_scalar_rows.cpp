@@ -388,6 +388,10 @@ TEST_CASE("bounds of stored and floating values") {
   CHECK(fraction(-inf, inf, 4, 0) >= 1.0f);
   CHECK(fraction(0, 9, 4, nan) >= 1.0f);
   CHECK(fraction(nan, 9, 2, 0) >= 1.0f);
+  // Equal takes the NaN of either side.
+  CHECK(fraction(nan, 9, 1, 5) >= 1.0f);
+  CHECK(fraction(0, nan, 1, 5) >= 1.0f);
+  CHECK(fraction(0, 9, 1, nan) >= 1.0f);
 }
 
 TEST_CASE("runs print with separators and convert to texts and back") {

@@ -21,6 +21,14 @@ inline double FiniteOrLargest(double difference) {
   return std::isfinite(difference) ? difference : DBL_MAX;
 }
 
+// The smaller and the larger of two numbers; NaN when one of them is.
+inline double Smaller(double a, double b) {
+  return a < b || std::isnan(a) ? a : b;
+}
+inline double Larger(double a, double b) {
+  return a > b || std::isnan(a) ? a : b;
+}
+
 struct ConstantInterval {
   double first;
   double last;
@@ -45,8 +53,8 @@ inline double RangeMeasure(unsigned short predicate, ConstantInterval constant, 
     if (below > 0) measure += below;
   }
   if ((predicate & kvPredicateEqual) != 0) {
-    const double last = range.upper < constant.last ? range.upper : constant.last;
-    const double first = range.lower > constant.first ? range.lower : constant.first;
+    const double last = Smaller(range.upper, constant.last);
+    const double first = Larger(range.lower, constant.first);
     const double shared = FiniteOrLargest(last - first) + unit;
     if (shared > 0) measure += shared;
   }
