@@ -36,8 +36,8 @@ KV_EXPORT int KvMultiByte2WChar(unsigned short* out, const char* in, unsigned in
 KV_EXPORT int KvWChar2MultiByte(char* out, wchar_t c);
 
 // Decodes `inBytes` bytes, zero bytes included. Characters beyond `outCount` are decoded and
-// counted but not stored. Result: the number of characters; -1 for invalid bytes, the characters
-// before them having been stored.
+// counted but not stored; units of `out` behind the last one stored keep what they hold. Result:
+// the number of characters; -1 for invalid bytes, the characters before them having been stored.
 KV_EXPORT int KvMultiByteStr2WCharStr(unsigned short* out, int outCount, const char* in,
                                       int inBytes);
 

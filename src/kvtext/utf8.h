@@ -88,6 +88,18 @@ inline void WidenEight(const unsigned char* in, unsigned short* out) {
   std::memcpy(out, &units, sizeof units);
 }
 
+// The same for the first `count` of eight; the units behind them keep what they have.
+inline void WidenSome(const unsigned char* in, unsigned short* out, unsigned count) {
+  constexpr Units kLanes = {0, 1, 2, 3, 4, 5, 6, 7};
+  Bytes bytes;
+  std::memcpy(&bytes, in, sizeof bytes);
+  Units kept;
+  std::memcpy(&kept, out, sizeof kept);
+  const Units wanted = reinterpret_cast<Units>(kLanes < static_cast<unsigned short>(count));
+  const Units units = (__builtin_convertvector(bytes, Units) & wanted) | (kept & ~wanted);
+  std::memcpy(out, &units, sizeof units);
+}
+
 // Makes bytes of eight units if all are ASCII and none is zero.
 inline bool NarrowEight(const unsigned short* in, char* out) {
   Units units;
@@ -143,11 +155,16 @@ inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t av
   };
   while (stop - at >= 8 && room - count >= 8) {
     const std::uint64_t word = LoadWord(in + at);
-    WidenEight(in + at, out + count);
     const auto ascii = static_cast<unsigned>(std::countr_zero(word & kNotAsciiBytes)) / 8;
+    if (ascii == 8) {
+      WidenEight(in + at, out + count);
+      at += 8;
+      count += 8;
+      continue;
+    }
+    WidenSome(in + at, out + count, ascii);
     at += ascii;
     count += ascii;
-    if (ascii == 8) continue;
     do {
       if (!step()) return progress;
     } while (at < stop && count < room && in[at] >= 0x80);

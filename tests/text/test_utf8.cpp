@@ -66,13 +66,16 @@ void CheckDecoders(const std::string& bytes) {
   CHECK(text.GetBufferSize() == (expected.units.empty() ? 0 : 2 * expected.units.size() + 2));
 
   const plain::DecodedString array = plain::DecodeArray(bytes);
-  for (const std::size_t room : {std::size_t{0}, array.units.size() / 2, array.units.size() + 3}) {
+  for (const std::size_t room :
+       {std::size_t{0}, array.units.size() / 2, array.units.size() + 3, array.units.size() + 20}) {
     std::vector<unsigned short> out(room, 0xABCD);
     CHECK(KvMultiByteStr2WCharStr(out.data(), static_cast<int>(room), exact.get(), size) ==
           array.result);
     const std::size_t stored = std::min(room, array.units.size());
     CHECK(std::equal(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(stored),
                      array.units.begin()));
+    CHECK(std::all_of(out.begin() + static_cast<std::ptrdiff_t>(stored), out.end(),
+                      [](unsigned short unit) { return unit == 0xABCD; }));
   }
 }
 
