@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "kvdate/odmg.h"
 #include "zbs.h"
@@ -36,6 +37,20 @@ void SetWhole(d_Time& time, int hour, int minute, int second) {
   SetFromClock(time, hour, minute, static_cast<signed char>(defaultZone), 0);
   time.second = static_cast<unsigned char>(second);
   time.hundredth = 0;
+}
+
+// The days of a number of seconds that a float may only be near: 24,859 days have no float of their
+// own. A whole number of days that would have been rounded to this float is meant; else the rest of
+// a day is dropped.
+double DaysOf(float seconds) {
+  const double days = double{seconds} / double{kSecondsOfDay};
+  if (!std::isfinite(seconds)) return days;
+  const float magnitude = std::fabs(seconds);
+  const double unitInLastPlace =
+      double{std::nextafter(magnitude, std::numeric_limits<float>::infinity())} - double{magnitude};
+  const double nearest = std::round(days);
+  const double distance = std::fabs(nearest * double{kSecondsOfDay} - double{seconds});
+  return distance <= unitInLastPlace / 2 ? nearest : std::trunc(days);
 }
 
 }  // namespace
@@ -92,7 +107,7 @@ d_Date d_Date::operator--(int) {
 }
 
 d_Date& d_Date::operator+=(const d_Interval& interval) {
-  return MoveBy(double{interval.seconds} / double{kSecondsOfDay});
+  return MoveBy(DaysOf(interval.seconds));
 }
 
 d_Date::Weekday d_Date::day_of_week() const {

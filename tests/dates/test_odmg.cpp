@@ -1,6 +1,7 @@
 // The ODMG classes: calendar, zones, intervals, overlaps.
 #include <doctest/doctest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <initializer_list>
 #include <random>
@@ -90,6 +91,16 @@ TEST_CASE("d_Date and intervals: whole days, order of operands, extremes") {
   CHECK(date - d_Interval(0, 23) == date);
   CHECK((date += d_Interval(366)) == d_Date(2001, 2, 28));
   CHECK((date -= d_Interval(366)) == d_Date(2000, 2, 28));
+  // Beyond 194 days a float has no room for every second: the days that were meant count.
+  const d_Date start(1950, 1, 1);
+  for (int days = 1; days < 60000; days += 7) {
+    CHECK(start + d_Interval(days) == d_Date(KvDate(1950, 1, 1) + days));
+    CHECK(start - d_Interval(days) == d_Date(KvDate(1950, 1, 1) - days));
+  }
+  CHECK(start + d_Interval(24859) == d_Date(KvDate(1950, 1, 1) + 24859));
+  CHECK(start + Seconds(std::nextafter(d_Interval(24859).seconds, 0.0f)) ==
+        d_Date(KvDate(1950, 1, 1) + 24858));
+  CHECK(start + Seconds(86399.99f) == start);
   date += Seconds(3e38f);  // anything defined
   date -= Seconds(0.0f) / 0;
   CHECK((d_Date(2000, 1, 200) > d_Date(2000, 1, 100)));  // bytes are unsigned
