@@ -62,7 +62,8 @@
 //   - A character of the format must stand in the text too. A mismatch ends the scan.
 //   - A number has a sign or none, then as many digits as there are; but when another number
 //     follows without anything between (%Y%m%d), only as many as it is printed with. What does not
-//     fit the component becomes the nearest number that does.
+//     fit the component becomes the nearest number that does. %f takes all digits, points and signs
+//     in a row and reads the number that they begin with.
 //   - "*" makes the directive's components -1.
 //   - Names need their first three letters, case matters; more are taken as far as they go. The
 //     weekday is read and dropped. %y up to 30 is of this century (2000), else of the last one.

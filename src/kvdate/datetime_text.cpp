@@ -756,7 +756,8 @@ class Scanner {
     return true;
   }
 
-  // Seconds and, behind a point, a fraction of which nine digits count.
+  // Seconds and, behind a point, a fraction of which nine digits count. More digits, points and
+  // signs that follow are taken with them and say nothing.
   bool ReadSeconds() {
     if (*text_ == '*') {
       parts_.second = parts_.nanosecond = kAny;
@@ -779,6 +780,7 @@ class Scanner {
         fraction += (*text_++ - '0') * scale;
       }
     }
+    while (IsDigit(*text_) || *text_ == '.' || *text_ == '-' || *text_ == '+') ++text_;
     parts_.second = whole;
     parts_.nanosecond = negative ? -fraction : fraction;
     seen_.any = true;

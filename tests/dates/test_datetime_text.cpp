@@ -252,6 +252,11 @@ TEST_CASE("scanning: names, two-digit years, halves of the day, blanks") {
   CHECK(value.time.second == 5);
   CHECK(value.nanosecond == 123456789);
   CHECK(Scanned<KvDateTimeN>("-0.5", "%f").nanosecond == -500000000);
+  // %f takes all digits, points and signs in a row.
+  CHECK(Scanned<KvDateTimeN>("05.5+02:00", "%f:%M").time == KvTime(0, 0, 5));
+  CHECK(Scanned<KvDateTimeN>("1.25.9-3+ 7", "%f%H").time == KvTime(7, 0, 1));
+  CHECK(Scanned<KvDateTimeN>("1.25-3", "%f-%H", kvNotSupported).nanosecond == 250000000);
+  CHECK(Scanned<KvDateTimeN>("+-1", "%f", kvNotSupported).IsDefaultValue());
 }
 
 TEST_CASE("scanning: what does not match, what is missing, what is too large") {
