@@ -76,9 +76,10 @@ class KV_EXPORT KvDateTime : public KvDistinguishedValues<KvDateTime> {
 // ---------------------------------------------------------------------------------------------
 // What KvDateTimeN and KvTimeSpan do alike: additions, and totals of all components.
 //
-// Additions carry up: nanoseconds into seconds, and so on into days. What days do is told with the
-// classes. Real numbers of seconds are cut off behind the nanoseconds; NaN counts as 0, and what is
-// beyond 64 bits of nanoseconds (292 years) as the nearest that fits.
+// Additions carry up: nanoseconds into seconds, and so on into days, whatever is added: adding
+// nothing brings components that are out of range into it. What days do is told with the classes.
+// Real numbers of seconds are cut off behind the nanoseconds; NaN counts as 0, and what is beyond
+// 64 bits of nanoseconds (292 years) as the nearest that fits.
 
 template <class Value>
 class KV_EXPORT KvNanosecondValue : public KvDistinguishedValues<Value> {
@@ -103,6 +104,7 @@ class KV_EXPORT KvNanosecondValue : public KvDistinguishedValues<Value> {
   // Make this the zero value plus a total, which may be negative: what the total of the same name
   // then gives back.
   void SetTotalDays(int days);
+  void SetTotalSeconds(int seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
   void SetTotalSeconds(o_8b seconds);
   void SetTotalSeconds(long seconds) { SetTotalSeconds(static_cast<o_8b>(seconds)); }
   void SetTotalSeconds(double seconds);

@@ -52,7 +52,8 @@ constexpr int kMinutesOfDay = 1440;
 constexpr int kDayNumberOfZero = kv::DayNumber(0, 1, 1);
 
 // ---------------------------------------------------------------------------------------------
-// The carry chain.
+// The carry chain. A carry of 0 is added too: what is out of range in a higher component is brought
+// into it whatever is added.
 
 constexpr short ClampYear(std::int64_t year) {
   return static_cast<short>(year < -32768 ? -32768 : year > 32767 ? 32767 : year);
@@ -104,26 +105,22 @@ std::int64_t CarryOut(Component& component, std::int64_t amount, int base) {
 
 template <class T>
 void AddHoursTo(T& value, std::int64_t hours) {
-  const std::int64_t days = CarryOut(value.time.hour, hours, 24);
-  if (days != 0) AddDaysTo(value, days);
+  AddDaysTo(value, CarryOut(value.time.hour, hours, 24));
 }
 
 template <class T>
 void AddMinutesTo(T& value, std::int64_t minutes) {
-  const std::int64_t hours = CarryOut(value.time.minute, minutes, 60);
-  if (hours != 0) AddHoursTo(value, hours);
+  AddHoursTo(value, CarryOut(value.time.minute, minutes, 60));
 }
 
 template <class T>
 void AddSecondsTo(T& value, std::int64_t seconds) {
-  const std::int64_t minutes = CarryOut(value.time.second, seconds, 60);
-  if (minutes != 0) AddMinutesTo(value, minutes);
+  AddMinutesTo(value, CarryOut(value.time.second, seconds, 60));
 }
 
 template <class T>
 void AddNanosecondsTo(T& value, std::int64_t nanoseconds) {
-  const std::int64_t seconds = CarryOut(value.nanosecond, nanoseconds, kNanoseconds);
-  if (seconds != 0) AddSecondsTo(value, seconds);
+  AddSecondsTo(value, CarryOut(value.nanosecond, nanoseconds, kNanoseconds));
 }
 
 std::int64_t NanosecondsOf(double seconds) {

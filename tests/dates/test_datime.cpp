@@ -223,6 +223,15 @@ TEST_CASE("KvDateTimeN: every adder is exact, totals are right and have inverses
   CHECK(KvDateTimeN(1e300).GetTotalNanoSeconds() == std::numeric_limits<long long>::max());
   CHECK(KvDateTimeN(KvDate(0, 1, 2)).GetTotalDays() == 1);
   CHECK(KvDateTimeN(KvTime(1, 2, 3)).date == KvDate(0, 0, 0));
+  value.SetTotalSeconds(-1);
+  CHECK(value.GetTotalNanoSeconds() == -kBillion);
+  // Whatever is added, components out of range are brought into it.
+  KvDateTimeN late(2000, 12, 31, 23, 59, 60, 0);
+  late.AddHours(0);
+  CHECK(late.time == KvTime(23, 59, 60));
+  late.AddNanoSeconds(0);
+  CHECK(late.date == KvDate(2001, 1, 1));
+  CHECK(late.time == KvTime(0));
   // A date that the calendar does not have counts in months of 30 days and stops at the last year.
   KvDateTimeN invalid(32767, 0, 29, 0, 0, 0, 0);
   invalid.AddDays(1000);
@@ -261,6 +270,8 @@ TEST_CASE("KvTimeSpan: adders keep the total and the form, totals have inverses"
   span.SetMonths(13);
   span.SetDays(-3);
   CHECK(span.date == KvDate(-2, 13, -3));
+  span.AddSeconds(0.0);
+  CHECK(span.date == KvDate(-1, 0, 27));
 }
 
 TEST_CASE("Difference is exact, whichever comes first") {

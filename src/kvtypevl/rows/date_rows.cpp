@@ -269,12 +269,15 @@ struct DateTimeNRow : NanosecondRow<KvDateTimeN> {
 
 struct TimeSpanRow : NanosecondRow<KvTimeSpan> {
   // The years of a span stop at their end: what does not come out one nanosecond longer is there.
+  // An addition brings components into their range, and what was out of it may then order before.
   static int Successor(KvTimeSpan& span) {
     if (span.IsNullValue()) return kvNotSupported;
+    if (span.nanosecond >= 0 && span.nanosecond < 999999999) return ++span.nanosecond, kvOk;
     KvTimeSpan longer = span;
     longer.AddNanoSeconds(1);
     const o_8b expected = WrappingMultiplyAdd(span.GetTotalNanoSeconds(), 1, 1);
     if (longer.GetTotalNanoSeconds() != expected) return kvOverflow;
+    if (longer.Compare(span, kStrictCompare) <= 0) return kvNotSupported;
     span = longer;
     return kvOk;
   }
