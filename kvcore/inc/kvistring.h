@@ -61,6 +61,13 @@ class KvWeightedString {
     sum += b;
     return sum;
   }
+  // A pointer and a number that the value converts to would add up just as well.
+  friend KvWeightedString operator+(const KvWeightedString& a, const char* b) {
+    return a + KvWeightedString(b);
+  }
+  friend KvWeightedString operator+(const char* a, const KvWeightedString& b) {
+    return KvWeightedString(a) + b;
+  }
 
   // --- Asking ---
 
@@ -84,8 +91,8 @@ class KvWeightedString {
 
   // --- Comparing ---
 
-  // Negative, 0 or positive: the difference of the first two weights that differ. `maximumLength`
-  // is in weights, 0 for the whole texts.
+  // Negative, 0 or positive: the difference of the first two weights that differ, or of the first
+  // bytes when one of them is 0. `maximumLength` is in weights, 0 for the whole texts.
   int Compare(const KvWeightedString& other, unsigned short maximumLength = 0) const;
 
   friend bool operator==(const KvWeightedString& a, const KvWeightedString& b) {

@@ -168,10 +168,12 @@ class WeightWalk {
 };
 
 // The order of two texts by the plain rules: the difference of the first weights that differ within
-// `steps` of them. The first `skipped` bytes are known to weigh alike.
+// `steps` of them, or of the first bytes themselves when one of the texts has none. The first
+// `skipped` bytes are known to weigh alike.
 template <class Weights>
 int CompareByWeights(const WeightedText& a, const WeightedText& b, unsigned steps,
                      std::size_t skipped = 0) {
+  if (skipped == 0 && (a.At(0) == 0 || b.At(0) == 0)) return int{a.At(0)} - int{b.At(0)};
   const bool accents =
       WeightsOf<Weights>::kHasAccentFlag && (a.flags & KvWeightedString<Weights>::kAccents) != 0;
   WeightWalk<Weights> left(a, skipped, accents);
@@ -213,6 +215,15 @@ constexpr bool WeighAlike(unsigned char a, unsigned char b) {
   return left.first == right.first && sameEnd;
 }
 
+// The order of two bytes at place `at`, 0 when their first weights are the same. A text without a
+// first byte differs from another by that byte, not by its weight.
+template <class Weights>
+constexpr int OrderOfBytes(unsigned char left, unsigned char right, std::size_t at) {
+  const int order =
+      WeightsOf<Weights>::kTable[left].first - WeightsOf<Weights>::kTable[right].first;
+  return at == 0 && (left == 0 || right == 0) ? left - right : order;
+}
+
 // CompareByWeights from byte `at` on, for texts whose bytes before that weigh alike. Kept out of
 // the way of the fast path, which seldom comes here.
 template <class Weights, class Text>
@@ -244,8 +255,7 @@ template <class Weights, class Text>
     }
     const unsigned char left = a.At(at);
     const unsigned char right = b.At(at);
-    const int order =
-        WeightsOf<Weights>::kTable[left].first - WeightsOf<Weights>::kTable[right].first;
+    const int order = OrderOfBytes<Weights>(left, right, at);
     if (order != 0) return order;
     if (!WeighAlike<Weights>(left, right)) break;
     if (left == 0) return 0;
@@ -257,7 +267,6 @@ template <class Weights, class Text>
 // one byte that decides.
 template <class Weights, class Text>
 inline int CompareWeighted(const Text a, const Text b, unsigned steps = kLongestWeightedText) {
-  constexpr const WeightTable& kTable = WeightsOf<Weights>::kTable;
   constexpr unsigned char kFlags =
       KvWeightedString<Weights>::kRawBytes | KvWeightedString<Weights>::kAccents;
   if (a.bytes == nullptr || b.bytes == nullptr) return (a.bytes != nullptr) - (b.bytes != nullptr);
@@ -274,7 +283,7 @@ inline int CompareWeighted(const Text a, const Text b, unsigned steps = kLongest
     const int equalBits = std::countr_zero(difference);
     if (ZeroBytes(left) << 1 << (63 - equalBits) != 0) return 0;
     at += static_cast<unsigned>(equalBits) / 8;
-    const int order = kTable[a.bytes[at]].first - kTable[b.bytes[at]].first;
+    const int order = OrderOfBytes<Weights>(a.bytes[at], b.bytes[at], at);
     if (order != 0) return order;
     break;
   }

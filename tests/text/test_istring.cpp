@@ -209,6 +209,27 @@ TEST_CASE("KvCaseIString orders by its table") {
   CheckOrder<KvCaseIString>(table);
 }
 
+TEST_CASE_TEMPLATE("a text that begins with its end differs by the first bytes", String, KvIString,
+                   KvCaseIString) {
+  String ended("xyz");
+  ended[0] = '\0';
+  for (int byte = 1; byte < 256; ++byte) {
+    CAPTURE(byte);
+    for (const char* tail : {"", "a", "abcdefgh"}) {
+      String other((std::string(1, static_cast<char>(byte)) + tail).c_str());
+      for (const int flags : {0, 0x20, 0x80}) {
+        other.SetFlags(static_cast<unsigned char>(flags));
+        REQUIRE(ended.Compare(other) == -byte);
+        REQUIRE(other.Compare(ended) == byte);
+        REQUIRE(other.Compare(ended, 1) == byte);
+      }
+    }
+  }
+  CHECK(ended.Compare(ended) == 0);
+  CHECK(ended.Compare(String()) == 1);
+  CHECK(String().Compare(ended) == -1);
+}
+
 TEST_CASE("long texts are compared up to 65,535 weights") {
   const PlainTable table(true);
   // 32,767 ligatures are 65,534 weights: one more weight is seen, the next one is not.
@@ -252,6 +273,8 @@ TEST_CASE("values are made of characters, numbers and texts") {
   copy += copy;
   CHECK(std::string(copy.StrGet()) == "newnew");
   CHECK((KvIString() + KvIString()).IsEmpty());
+  CHECK(std::string(("<" + KvCaseIString("b") + ">").StrGet()) == "<b>");
+  CHECK(std::string((KvIString("a") + "b" + static_cast<const char*>(nullptr)).StrGet()) == "ab");
 }
 
 TEST_CASE("numbers are read in decimal and end at the nearest") {
