@@ -210,8 +210,9 @@ class KV_EXPORT KvStringIterator {
   // KvString::Transform stays as it is.
   void GiveUp() { gaveUp_ = true; }
 
-  // The next collation order of the text, 0 at its end; a character that expands gives two. Moves
-  // over the character with its last order. `flags` is reserved: pass 0.
+  // The next collation order of the text, 0 at its end; a character that expands gives two, and
+  // units that the language sorts as one letter (Czech ch) give theirs together. Moves over the
+  // character, or all units of that letter, with its last order. `flags` is reserved: pass 0.
   unsigned short GetNextOrder(unsigned short flags);
 
   // Applies `operation` to every character from here on and writes the results and a terminator
@@ -233,6 +234,7 @@ class KV_EXPORT KvStringIterator {
              unsigned char byteOrder);
   unsigned Width() const { return codeSet_ > 224 ? 2 : 1; }
   bool IsPending() const;
+  void StepOverOrders();
 
   const KvCodeSet* codeSetObject_;  // never null
   unsigned char codeSet_;

@@ -37,8 +37,8 @@ inline constexpr unsigned short kvCompareIgnoreVariants = 0x200;  // level 4 doe
 //                the units are collation orders themselves.
 //   languages    255 is the default language
 //   cmpOp        the bits above; 65535 is not replaced here
-//   maxLength    at most so many characters of each text count (under kvCompareKeyOrder: orders);
-//                65535 (-1) is the whole text, 0 gives 0
+//   maxLength    at most so many characters of each text count, each with all its orders; 65535
+//                (-1) is the whole text, 0 gives 0
 //   byteOrder    of the 16-bit units of both texts: 2 is reversed, anything else the memory's own
 //   status       receives 0 when not null
 //

@@ -14,7 +14,9 @@
 //                    7 ring, 8 stroke, 9 caron, 10 macron, 11 breve, 12 dot above, 13 ogonek,
 //                    14 double acute, 15 and above others
 //         letter     character - 62, so 3 is A; 29 to 31 are letters that a language has after Z
-//         ext        non-zero: half of a ligature, or another variant of the letter
+//         ext        1, 2: another letter behind the plain one (Spanish n with tilde); 3: part of a
+//                    combined character (ligatures, sharp s). Orders of several letters that sort
+//                    as one have the case of the first letter in bit 12, of the last in bit 13
 //
 //   32768 and above  everything else, and every order of a language of 20 and above: not decoded
 //

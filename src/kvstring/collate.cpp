@@ -2,6 +2,8 @@
 // order words (zinorder.h); characters of one order, nearly all of them, compare by one exclusive
 // or of two words. Whatever else there is (ligatures against plain letters, options that skip,
 // texts of orders) goes through order cursors, which are plain and slower.
+#include <iterator>
+
 #include "kvbase/three_way.h"
 #include "kvstring/collate_quick.h"
 #include "kvstring/collate_units.h"
@@ -61,11 +63,13 @@ int CompareOrders(OrderCursor cursor1, OrderCursor cursor2, bool skipSpaces, Lev
   }
 }
 
-// Two words of which one at least holds two orders, as CompareWeights. kMixed when the texts have
-// to be compared order by order from here on: one order stands against the first of two.
+// Two words of which one at least is more than one order, as CompareWeights. kMixed when the texts
+// have to be compared order by order from here on: one order stands against the first of two, or a
+// unit may be part of a contraction.
 constexpr int kMixed = 2;
 
 int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
+  if (IsContractionPart(word1) || IsContractionPart(word2)) return kMixed;
   const unsigned weight1 = OrderWeight(FirstOrder(word1));
   const unsigned weight2 = OrderWeight(FirstOrder(word2));
   if ((weight1 ^ weight2) >> 16 != 0) return Sign(weight1, weight2);
@@ -74,7 +78,17 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
   return CompareWeights(OrderWeight(SecondOrder(word1)), OrderWeight(SecondOrder(word2)), levels);
 }
 
-// Walks `units1` and `units2`, which are anywhere in `text1` and `text2`, to the end.
+// How many of the `passed` units of a text, which another text shares, stand in one run with what
+// follows, so that contractions may reach over its beginning.
+template <class Units>
+unsigned RunBefore(const Units& units, unsigned passed) {
+  unsigned run = 0;
+  while (run < passed && IsContractionPart(units.Word(units.Back(run + 1)))) ++run;
+  return run;
+}
+
+// Walks `units1` and `units2`, which are anywhere in `text1` and `text2`, to the end. What is
+// before them is the same in both texts, if their tables are.
 template <class Units1, class Units2>
 [[gnu::always_inline]] inline int CompareWords(const Text& text1, Units1 units1, const Text& text2,
                                                Units2 units2, Levels& levels) {
@@ -95,17 +109,23 @@ template <class Units1, class Units2>
     if (sign != 0) return sign;
     if (unit1 == 0) return levels.Decide();
   }
-  return CompareOrders(OrderCursor(RestOf(text1, units1.Passed(text1.units))),
-                       OrderCursor(RestOf(text2, units2.Passed(text2.units))), false, levels);
+  const unsigned passed = units1.Passed(text1.units);
+  const unsigned back = sameTable ? RunBefore(units1, passed) : 0;
+  return CompareOrders(OrderCursor(RestOf(text1, passed - back)),
+                       OrderCursor(RestOf(text2, units2.Passed(text2.units) - back)), false,
+                       levels);
 }
 
-int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp) {
+// The first `passed` units are the same in both texts.
+int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp, unsigned passed = 0) {
   Levels levels(cmpOp);
   const bool skipSpaces = (cmpOp & kvCompareSkipSpaces) != 0;
   if (skipSpaces || text1.codeSet == kOrderCodeSet || text2.codeSet == kOrderCodeSet) {
     return CompareOrders(OrderCursor(text1), OrderCursor(text2), skipSpaces, levels);
   }
   return WithUnits(text1, text2, [&](auto units1, auto units2) {
+    units1.Skip(passed);
+    units2.Skip(passed);
     return CompareWords(text1, units1, text2, units2, levels);
   });
 }
@@ -133,19 +153,18 @@ int CompareBytes(const Text& text1, const Text& text2) {
   return int{units1.Get()} - int{units2.Get()};
 }
 
-int CompareKeys(const Text& text1, const Text& text2, unsigned maxOrders) {
+int CompareKeys(const Text& text1, const Text& text2) {
   OrderCursor cursor1(text1);
   OrderCursor cursor2(text2);
   const unsigned char class1 = SortClassOf(text1.language);
   const unsigned char class2 = SortClassOf(text2.language);
-  for (unsigned step = 0; step < maxOrders || maxOrders == 65535; ++step) {
+  for (;;) {
     const unsigned key1 = OrderKey(class1, cursor1.Next());
     const unsigned key2 = OrderKey(class2, cursor2.Next());
     // Keys stay below 2^29, so their difference fits.
     if (key1 != key2) return static_cast<int>(key1) - static_cast<int>(key2);
     if (key1 == 0) return 0;
   }
-  return 0;
 }
 
 // Two resolved texts by levels, with the process's wildcards unless they are ruled out.
@@ -159,18 +178,38 @@ int CompareCollated(const Text& text1, const Text& text2, unsigned short cmpOp) 
 }  // namespace
 
 OrderCursor::OrderCursor(const Text& given)
+    : OrderCursor(given, given.language == 255 ? KvLanguageContext::GetDefaultLanguage()
+                                               : given.language) {}
+
+OrderCursor::OrderCursor(const Text& given, unsigned char language)
     : position_(BeginOf(given)),
       end_(EndOf(given)),
       bytes_(
           given.codeSet == kvCodeSetBytes ? KvLanguageContext::GetNativeCodeSet() : given.codeSet,
-          given.language == 255 ? KvLanguageContext::GetDefaultLanguage() : given.language),
-      wide_(given.language == 255 ? KvLanguageContext::GetDefaultLanguage() : given.language),
+          language),
+      wide_(language),
+      language_(language),
       width_(KvIsWideCodeSet(given.codeSet) ? 2 : 1),
       isReversed_(IsReversed(given)),
       isOrders_(given.codeSet == kOrderCodeSet) {}
 
+unsigned short OrderCursor::NextOfRun() {
+  unsigned short orders[4];
+  unsigned count = 0;
+  const unsigned char* begin = position_;
+  for (; count < std::size(orders); position_ += width_) {
+    const unsigned word = Word(Unit());
+    if (!IsContractionPart(word)) break;
+    orders[count++] = FirstOrder(word);
+  }
+  const Contracted contracted = Contract(language_, orders, count);
+  position_ = begin + std::max(contracted.units, 1u) * width_;
+  pending_ = contracted.orders[1];
+  return contracted.units != 0 ? contracted.orders[0] : orders[0];
+}
+
 int CompareRest(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp) {
-  return CompareLevels(RestOf(text1, passed), RestOf(text2, passed), cmpOp);
+  return CompareLevels(text1, text2, cmpOp, passed);
 }
 
 int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cmpOp,
@@ -185,7 +224,7 @@ int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cm
     return CompareBytes(Limited(text1, limit), Limited(text2, limit));
   }
   if ((cmpOp & kvCompareKeyOrder) != 0) {
-    return CompareKeys(Resolve(text1), Resolve(text2), maxLength);
+    return CompareKeys(Limited(Resolve(text1), limit), Limited(Resolve(text2), limit));
   }
   return CompareCollated(Limited(Resolve(text1), limit), Limited(Resolve(text2), limit), cmpOp);
 }
@@ -212,7 +251,7 @@ namespace {
   const auto* rest2 = static_cast<const unsigned char*>(text2) + passed * UnitWidth(codeSet);
   const auto compare = [&](auto units1, auto units2) {
     Levels levels(cmpOp);
-    return CompareWords({codeSet, language, rest1}, units1, {codeSet, language, rest2}, units2,
+    return CompareWords({codeSet, language, text1}, units1, {codeSet, language, text2}, units2,
                         levels);
   };
   if (KvIsWideCodeSet(codeSet)) {

@@ -40,8 +40,8 @@ constexpr unsigned OrderKey(unsigned char sortClass, unsigned short order) {
   return top | static_cast<unsigned>(order) << 8;
 }
 
-// Yields the collation orders of a text one after the other. Copying it marks a place to come back
-// to. At the end of the text it stays where it is and yields 0.
+// Yields the collation orders of a text one after the other, those of contractions as one. Copying
+// it marks a place to come back to. At the end of the text it stays where it is and yields 0.
 class OrderCursor {
  public:
   explicit OrderCursor(const Text& text);
@@ -51,10 +51,13 @@ class OrderCursor {
     if (pending_ != 0) return TakePending();
     const unsigned short unit = Unit();
     if (unit == 0) return 0;
+    if (isOrders_) {
+      position_ += width_;
+      return unit;
+    }
+    const unsigned word = Word(unit);
+    if (IsContractionPart(word)) return NextOfRun();
     position_ += width_;
-    if (isOrders_) return unit;
-    const unsigned word =
-        width_ == 1 ? bytes_.Word(static_cast<unsigned char>(unit)) : wide_.Word(unit);
     pending_ = SecondOrder(word);
     return FirstOrder(word);
   }
@@ -69,13 +72,28 @@ class OrderCursor {
   // Drops what the last character still has to yield.
   void DropPending() { pending_ = 0; }
 
+  // Whether the next order is the second one of a character or a contraction.
+  bool IsInside() const { return pending_ != 0; }
+
   bool AtEnd() const { return pending_ == 0 && Unit() == 0; }
 
+  // Behind the last unit that yielded an order, its second one perhaps still to come.
+  const unsigned char* Position() const { return position_; }
+
  private:
+  OrderCursor(const Text& text, unsigned char language);  // which is not 255
+
   unsigned short TakePending() {
     const unsigned short order = pending_;
     pending_ = 0;
     return order;
+  }
+
+  // The next order, at a unit that may begin a contraction.
+  unsigned short NextOfRun();
+
+  unsigned Word(unsigned short unit) const {
+    return width_ == 1 ? bytes_.Word(static_cast<unsigned char>(unit)) : wide_.Word(unit);
   }
 
   unsigned short Unit() const {
@@ -91,12 +109,13 @@ class OrderCursor {
   ByteOrderTable bytes_;
   WideOrderTable wide_;
   unsigned short pending_ = 0;
+  unsigned char language_;
   unsigned char width_;
   bool isReversed_;
   bool isOrders_;
 };
 
-// As KvStrCmp (kvcollate.h), on at most `maxLength` characters or orders; 65535 is no limit.
+// As KvStrCmp (kvcollate.h), on at most `maxLength` characters; 65535 is no limit.
 int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength = 65535);
 
@@ -105,10 +124,10 @@ int CompareStrings(const KvString& string1, const KvString& string2, unsigned sh
 
 // The first position from `start` on, in units, where the pattern is found; -1 when there is none.
 // Both lengths must be given. Only positions that leave as many units as the pattern has are tried.
-// With kvCompareExact or kvCompareKeyOrder a position counts when that many characters (orders)
-// compare equal; otherwise when the text from there on begins with the pattern: equal orders under
-// the options of `cmpOp`, as if a wildcard for the rest followed the pattern. The process's
-// wildcards count in the pattern as in KvStrCmp.
+// A position counts when the text from there on begins with the pattern: equal orders under the
+// options of `cmpOp`, as if a wildcard for the rest followed the pattern. With kvCompareExact or
+// kvCompareKeyOrder the text's part must be whole characters; otherwise the process's wildcards
+// count in the pattern as in KvStrCmp. A contraction is never matched by its first letters alone.
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start);
 
 // The hash of a whole text, as HashString (kvhash.h) with length -1 has it.

@@ -22,8 +22,8 @@ inline constexpr unsigned char kOrderCodeSet = 254;
 // As CompareTexts, for whatever is out of the ordinary.
 int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cmpOp,
                          unsigned short maxLength);
-// The comparison by levels of two resolved texts from `passed` units on, up to which they are the
-// same: -1, 0 or 1.
+// The comparison by levels of two resolved ordinary texts whose first `passed` units are the same:
+// -1, 0 or 1.
 int CompareRest(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp);
 
 inline bool IsReversed(const Text& text) {

@@ -19,6 +19,16 @@ struct Wildcards {
 
 constinit Wildcards wildcards{};
 
+// The bits of an order's weight that must agree where two characters match.
+unsigned MatchMask(unsigned short cmpOp) {
+  return (cmpOp & kvCompareKeyOrder) != 0 ? 0xFFFFFFFF : LevelMask(cmpOp);
+}
+
+// Key order knows no options.
+bool SkipsSpaces(unsigned short cmpOp) {
+  return (cmpOp & (kvCompareSkipSpaces | kvCompareKeyOrder)) == kvCompareSkipSpaces;
+}
+
 // Matches a pattern with wildcards by going back to the last asterisk only: what an earlier one
 // matched never needs to change. Time is at worst the product of the lengths, memory constant.
 class Matcher {
@@ -26,8 +36,8 @@ class Matcher {
   Matcher(const Text& text, const Text& pattern, unsigned short cmpOp)
       : text_(text),
         pattern_(pattern),
-        mask_(LevelMask(cmpOp)),
-        skipSpaces_((cmpOp & kvCompareSkipSpaces) != 0),
+        mask_(MatchMask(cmpOp)),
+        skipSpaces_(SkipsSpaces(cmpOp)),
         wildcards_((cmpOp & kNoWildcards) != 0 ? Wildcards{} : wildcards) {}
 
   // With `prefix` the text may go on after the pattern's end.
@@ -43,6 +53,9 @@ class Matcher {
       if (!GoBack()) return false;
     }
   }
+
+  // Whether the part of the text that matched ends with a character.
+  bool IsWhole() const { return !text_.IsInside(); }
 
  private:
   unsigned short Next(OrderCursor& cursor) const {
@@ -87,8 +100,8 @@ class Matcher {
   OrderCursor patternMark_ = pattern_;
 };
 
-// A pattern without wildcards at the beginning of a text, by order words. kOrderByOrder when an
-// order of the one stands against the first of two of the other.
+// A pattern without wildcards and contractions at the beginning of a text, by order words.
+// kOrderByOrder when an order of the one stands against the first of two of the other.
 enum class Beginning { kNo, kYes, kOrderByOrder };
 
 template <class Units1, class Units2>
@@ -109,17 +122,6 @@ Beginning BeginsWithWords(Units1 text, Units2 pattern, unsigned mask) {
   }
 }
 
-// Whether a resolved text begins with a pattern, which is without wildcards when `isPlain`.
-bool BeginsWith(const Text& text, const Text& pattern, unsigned short cmpOp, bool isPlain) {
-  if (isPlain) {
-    const Beginning beginning = WithUnits(text, pattern, [&](auto units1, auto units2) {
-      return BeginsWithWords(units1, units2, LevelMask(cmpOp));
-    });
-    if (beginning != Beginning::kOrderByOrder) return beginning == Beginning::kYes;
-  }
-  return Matcher(text, pattern, cmpOp).Matches(true);
-}
-
 // Whether order words can tell where a pattern may begin: it has a first order, which the text must
 // have too, at the same place.
 bool IsPlainPattern(const Text& text, const Text& pattern, unsigned short cmpOp) {
@@ -129,15 +131,20 @@ bool IsPlainPattern(const Text& text, const Text& pattern, unsigned short cmpOp)
 }
 
 // The units with which a pattern can begin: those whose first order is the pattern's at the levels
-// that count. Of long texts whole blocks without such a unit are passed over.
+// that count, and where a contraction may give that order, the units of contractions. Of long texts
+// whole blocks without such a unit are passed over.
 template <class Unit, class Table>
 class FirstUnits {
  public:
-  FirstUnits(const Table& table, unsigned short order, unsigned mask)
-      : table_(table), weight_(OrderWeight(order) & mask), mask_(mask) {}
+  FirstUnits(const Table& table, unsigned char language, unsigned short order, unsigned mask)
+      : table_(table),
+        weight_(OrderWeight(order) & mask),
+        mask_(mask),
+        hasParts_(HasContractionOf(language, weight_, mask)) {}
 
   bool Has(Unit unit) const {
     const unsigned word = table_.Word(unit);
+    if (hasParts_ && IsContractionPart(word)) return true;
     const unsigned weight = (word & kPairBit) != 0 ? OrderWeight(FirstOrder(word)) : word;
     return (weight & mask_) == weight_;
   }
@@ -213,6 +220,7 @@ class FirstUnits {
   Table table_;
   unsigned weight_;
   unsigned mask_;
+  bool hasParts_;
   bool listed_ = false;
   bool isShort_ = false;   // list_ has them all, up to kLast
   bool isSingle_ = false;  // and they are one
@@ -241,20 +249,24 @@ class Search {
         pattern_(pattern),
         cmpOp_(cmpOp),
         isWhole_((cmpOp & kNoWildcards) != 0),
-        isPlain_(IsPlainPattern(text, pattern, cmpOp)) {}
+        isPlain_(IsPlainPattern(text, pattern, cmpOp)),
+        byWords_(isPlain_ && !HasContractions(text.language) &&
+                 !HasContractions(pattern.language)) {}
 
   int From(unsigned start) const {
     if (!isPlain_ || pattern_.length == 0) {
       return Every(start, [](unsigned position) { return position; });
     }
     const unsigned short order = OrderCursor(pattern_).Next();
-    const unsigned mask = (cmpOp_ & kvCompareKeyOrder) != 0 ? 0xFFFFFFFF : LevelMask(cmpOp_);
+    const unsigned mask = MatchMask(cmpOp_);
     if (KvIsWideCodeSet(text_.codeSet)) {
-      return Skipping(start, FirstUnits<unsigned short, WideOrderTable>(
-                                 WideOrderTable(text_.language), order, mask));
+      const WideOrderTable table(text_.language);
+      return Skipping(
+          start, FirstUnits<unsigned short, WideOrderTable>(table, text_.language, order, mask));
     }
-    return Skipping(start, FirstUnits<unsigned char, ByteOrderTable>(
-                               ByteOrderTable(text_.codeSet, text_.language), order, mask));
+    const ByteOrderTable table(text_.codeSet, text_.language);
+    return Skipping(start,
+                    FirstUnits<unsigned char, ByteOrderTable>(table, text_.language, order, mask));
   }
 
  private:
@@ -277,8 +289,14 @@ class Search {
 
   bool IsAt(unsigned position) const {
     const Text rest = RestOf(text_, position);
-    if (!isWhole_) return BeginsWith(rest, pattern_, cmpOp_, isPlain_);
-    return CompareTexts(rest, pattern_, cmpOp_, static_cast<unsigned short>(pattern_.length)) == 0;
+    if (byWords_) {
+      const Beginning beginning = WithUnits(rest, pattern_, [&](auto units1, auto units2) {
+        return BeginsWithWords(units1, units2, MatchMask(cmpOp_));
+      });
+      if (beginning != Beginning::kOrderByOrder) return beginning == Beginning::kYes;
+    }
+    Matcher matcher(rest, pattern_, cmpOp_);
+    return matcher.Matches(true) && (!isWhole_ || matcher.IsWhole());
   }
 
   const Text& text_;
@@ -286,7 +304,17 @@ class Search {
   unsigned short cmpOp_;
   bool isWhole_;
   bool isPlain_;
+  bool byWords_;
 };
+
+// Whether exact comparison keeps two texts apart whatever their orders: a null from a text that is
+// there, and texts with orders of unlike sort classes.
+bool AreApart(const Text& text, const Text& pattern, unsigned short cmpOp) {
+  if (text.IsNull() || pattern.IsNull()) return text.IsNull() != pattern.IsNull();
+  if (SortClassOf(text.language) == SortClassOf(pattern.language)) return false;
+  OrderCursor cursor(pattern);
+  return (SkipsSpaces(cmpOp) ? cursor.NextVisible() : cursor.Next()) != 0;
+}
 
 }  // namespace
 
@@ -313,6 +341,7 @@ int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsign
   }
   const Text resolved = Resolve(text);
   const Text resolvedPattern = Resolve(pattern);
+  if (isWhole && AreApart(resolved, resolvedPattern, cmpOp)) return -1;
   return Search(resolved, resolvedPattern, cmpOp).From(start);
 }
 

@@ -60,17 +60,13 @@ class Units {
         isReversed_(isReversed) {}
 
   // 0 at the end.
-  Unit Get() const {
-    if (position_ == end_) return 0;
-    Unit unit;
-    std::memcpy(&unit, position_, sizeof unit);
-    if constexpr (sizeof unit == 2) {
-      if (isReversed_) return __builtin_bswap16(unit);
-    }
-    return unit;
-  }
+  Unit Get() const { return position_ == end_ ? Unit{0} : Load(position_); }
+
+  // The unit so many before the present one, which the caller knows to be there.
+  Unit Back(unsigned units) const { return Load(position_ - units * sizeof(Unit)); }
 
   void Advance() { position_ += sizeof(Unit); }
+  void Skip(unsigned units) { position_ += units * sizeof(Unit); }
   unsigned Word(Unit unit) const { return table_.Word(unit); }
   const unsigned char* Position() const { return position_; }
   unsigned Passed(const void* text) const {
@@ -84,6 +80,15 @@ class Units {
   }
 
  private:
+  Unit Load(const unsigned char* at) const {
+    Unit unit;
+    std::memcpy(&unit, at, sizeof unit);
+    if constexpr (sizeof unit == 2) {
+      if (isReversed_) return __builtin_bswap16(unit);
+    }
+    return unit;
+  }
+
   const unsigned char* position_;
   Table table_;
   const unsigned char* end_;  // null: the text ends at its terminator

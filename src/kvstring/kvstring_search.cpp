@@ -169,22 +169,38 @@ int KvChar::Compare(const KvChar& other, unsigned short compareOperation) const 
                   kv::OperationOrDefault(compareOperation), 1, 1, nullptr);
 }
 
+// Contractions are in the text only: an overflow character gives its orders by itself.
 unsigned short KvStringIterator::GetNextOrder(unsigned short /*flags*/) {
   if (pendingOrder_ != 0 && orderPosition_ == position_) {
     const unsigned short second = pendingOrder_;
     pendingOrder_ = 0;
-    ++*this;
+    StepOverOrders();
     return second;
   }
   pendingOrder_ = 0;
   if (IsEOS()) return 0;
-  const KvChar character(**this);
-  const unsigned short unit = character.Value();
-  kv::OrderCursor orders({character.GetCodeSet(), language_, &unit, 1});
+  kv::Text text{codeSet_, language_, position_, kv::kToTerminator, byteOrder_};
+  unsigned short unit = 0;
+  if (overflow_ != nullptr) {
+    const KvChar character(**this);
+    unit = character.Value();
+    text = {character.GetCodeSet(), language_, &unit, 1};
+  }
+  kv::OrderCursor orders(text);
   const unsigned short first = orders.Next();
-  pendingOrder_ = orders.Next();
+  pendingOrder_ = orders.IsInside() ? orders.Next() : static_cast<unsigned short>(0);
   orderPosition_ = position_;
   // A text is not at its end while an order of its last character is to come.
-  if (pendingOrder_ == 0) ++*this;
+  if (pendingOrder_ == 0) StepOverOrders();
   return first;
+}
+
+void KvStringIterator::StepOverOrders() {
+  if (overflow_ != nullptr || position_ == nullptr) {
+    ++*this;
+    return;
+  }
+  kv::OrderCursor orders({codeSet_, language_, position_, kv::kToTerminator, byteOrder_});
+  orders.Next();
+  position_ += orders.Position() - position_;
 }

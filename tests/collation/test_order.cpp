@@ -120,8 +120,13 @@ TEST_CASE("characters of ISO 8859-1 come back from their order") {
       continue;
     }
     CHECK(found.ch == code);
+    if (code < 192) {  // the ordinal indicators have no names
+      CHECK(std::string(found.name).empty());
+      continue;
+    }
     CHECK(found.name[0] == '\\');
-    CHECK(found.name[std::strlen(found.name) - 1] == Render(orders.first).ch);
+    const bool isThorn = code == 0xDE || code == 0xFE;  // a letter behind z, named "TH"
+    if (!isThorn) CHECK(found.name[std::strlen(found.name) - 1] == Render(orders.first).ch);
   }
   CHECK(std::string(Render(Letter(7, 1, 2), 1).name) == "\\'e");
   CHECK(std::string(Render(Letter(6, 0, 8), 1).name) == "\\-D");

@@ -50,7 +50,8 @@ bool SameUnder(unsigned a, unsigned b, unsigned cmpOp) {
   const auto reduced = [cmpOp](unsigned order) {
     if (order >= 0x4000 && (cmpOp & kvCompareIgnoreCase) != 0) order &= ~0x3000u;
     if (order >= 0x4000 && (cmpOp & kvCompareIgnoreAccents) != 0) order &= ~0x0F80u;
-    if (order >= 0x4000 && (cmpOp & kvCompareIgnoreVariants) != 0) order &= ~3u;
+    const bool part = order >= 0x4000 && (order & 3) == 3;
+    if (part && (cmpOp & kvCompareIgnoreVariants) != 0) order &= ~3u;
     if (order < 0x4000 && order >= 0x3F00 && (cmpOp & kvCompareIgnoreVariants) != 0) order &= ~1u;
     return order;
   };

@@ -152,7 +152,7 @@ SYMBOLS = {"_": 32, "-": 36, ",": 37, ";": 38, ":": 39, "!": 40, "?": 42, "/": 4
 # Places that the property tables choose.
 READ_OFF = {" ": 33, "€": 600}
 # Letters that a language sorts after z, in their order there.
-AFTER_Z = {8: "æøå", 9: "æøå", 10: "åäö", 11: "åäö"}
+AFTER_Z = {10: "åäö", 11: "åäö"}
 CODE_SETS = {1: "latin-1", 2: "cp1252", 8: "iso8859-5"}
 
 
@@ -164,11 +164,12 @@ def character_orders(character, language):
     if character in SYMBOLS:
         return [80 + SYMBOLS[character]]
     if character == "\xdf":  # two letters s, marked as parts of one character
-        return [order | 1 for order in character_orders("s", language) * 2]
+        return [order | 3 for order in character_orders("s", language) * 2]
     case = character.islower() << 12
-    if character.lower() in AFTER_Z.get(language, ""):
-        return [0x4000 | case | (29 + AFTER_Z[language].index(character.lower())) << 2]
     base, *marks = unicodedata.normalize("NFD", character)
+    if character.lower() in AFTER_Z.get(language, ""):  # with its natural accent
+        place = 29 + AFTER_Z[language].index(character.lower())
+        return [0x4000 | case | ACCENTS[ord(marks[0])] << 7 | place << 2]
     if base.isascii() and base.isalpha() and len(marks) <= 1 and set(map(ord, marks)) <= set(ACCENTS):
         accent = ACCENTS[ord(marks[0])] if marks else 0
         return [0x4000 | case | accent << 7 | (ord(base.upper()) - 62) << 2]

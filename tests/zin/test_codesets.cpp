@@ -223,7 +223,7 @@ TEST_CASE("unknown numbers have an answer") {
   CHECK(KvLanguageContext::QueryCodeSet(225)->Number() == 253);
   CHECK(KvLanguageContext::QueryCodeSet(254)->Number() == 253);
   CHECK(KvLanguageContext::QueryLanguage(0)->Number() == 1);
-  CHECK(KvLanguageContext::QueryLanguage(19)->Number() == 1);
+  CHECK(KvLanguageContext::QueryLanguage(19)->Number() == 19);
   CHECK(KvLanguageContext::QueryLanguage(200)->Number() == 20);
   CHECK(KvCodeSet(1).SortClass(19) == 1);
   CHECK(KvCodeSet(1).SortClass(20) == 20);

@@ -3,6 +3,7 @@
 
 #include <initializer_list>
 #include <map>
+#include <string>
 #include <utility>
 
 #include "zin.h"
@@ -17,13 +18,9 @@ KvCollationOrders Orders(unsigned unicode, unsigned char language = 1) {
 using Languages = std::initializer_list<unsigned char>;
 
 // A letter order from its fields.
-unsigned Letter(char base, unsigned letterCase, unsigned accent, unsigned extension = 0) {
+unsigned Letter(int base, unsigned letterCase, unsigned accent, unsigned extension = 0) {
   return 0x4000u | letterCase << 12 | accent << 7 | static_cast<unsigned>(base - 62) << 2 |
          extension;
-}
-
-bool IsLetterOrder(unsigned order) {
-  return order >= 0x4000 && order < 0x8000;
 }
 
 // U+0001 to U+00FF and Latin Extended-A without the few that share an order by equivalence.
@@ -51,20 +48,19 @@ TEST_CASE("letters carry letter code, accent and case") {
   }
 }
 
-TEST_CASE("ligatures and sharp s are two letters, both marked as extended") {
+TEST_CASE("ligatures and sharp s are two letters, both marked as parts") {
   struct {
     unsigned unicode;
     char first, second;
-    unsigned letterCase;
-  } const cases[] = {{0xDF, 'S', 'S', 1},  {0xE6, 'A', 'E', 1},  {0xC6, 'A', 'E', 0},
-                     {0x153, 'O', 'E', 1}, {0x133, 'I', 'J', 1}, {0xDE, 'T', 'H', 0}};
+    unsigned case1, case2;
+  } const cases[] = {{0xDF, 'S', 'S', 1, 1},  {0xE6, 'A', 'E', 1, 1},   {0xC6, 'A', 'E', 0, 0},
+                     {0x153, 'O', 'E', 1, 1}, {0x133, 'I', 'J', 1, 1},  {0x1C7, 'L', 'J', 0, 0},
+                     {0x1F2, 'D', 'Z', 0, 1}, {0xFB01, 'F', 'I', 1, 1}, {0x1E9E, 'S', 'S', 0, 0}};
   for (const auto& each : cases) {
     CAPTURE(each.unicode);
     const KvCollationOrders orders = Orders(each.unicode);
-    CHECK((orders.first & ~3u) == Letter(each.first, each.letterCase, 0));
-    CHECK((orders.second & ~3u) == Letter(each.second, each.letterCase, 0));
-    CHECK((orders.first & 3) != 0);
-    CHECK((orders.second & 3) != 0);
+    CHECK(orders.first == Letter(each.first, each.case1, 0, 3));
+    CHECK(orders.second == Letter(each.second, each.case2, 0, 3));
   }
 }
 
@@ -98,7 +94,7 @@ TEST_CASE("everything else takes two orders of 0x8000 and above, case pairs side
 }
 
 TEST_CASE("over the whole range the layout holds and no two characters share their orders") {
-  for (unsigned char language : Languages{1, 8, 10, 15, 20}) {
+  for (unsigned char language = 1; language <= 20; ++language) {
     CAPTURE(language);
     std::map<std::pair<unsigned, unsigned>, unsigned> owners;
     unsigned shared = 0;
@@ -119,20 +115,40 @@ TEST_CASE("over the whole range the layout holds and no two characters share the
   }
 }
 
+TEST_CASE("unlike characters of different languages have unlike orders") {
+  std::map<std::pair<unsigned, unsigned>, unsigned> owners;
+  for (unsigned unicode = 1; unicode < 0x10000; ++unicode) {
+    const bool equivalent =
+        unicode == 0x2000 || unicode == 0x2001 || unicode == 0x212A || unicode == 0x212B;
+    for (unsigned char language = 1; language <= 20 && !equivalent; ++language) {
+      const KvCollationOrders orders = Orders(unicode, language);
+      const unsigned owner = owners.insert({{orders.first, orders.second}, unicode}).first->second;
+      // The capital of i is the Turkish one there.
+      if (owner == unicode || (owner == 'I' && unicode == 0x130 && language == 15)) continue;
+      CAPTURE(unicode);
+      CAPTURE(language);
+      CHECK(owner == unicode);
+    }
+  }
+}
+
 TEST_CASE("order words are the orders, packed") {
-  const kv::WideOrderTable table(2);
-  for (unsigned unicode = 0; unicode < 0x10000; ++unicode) {
-    const unsigned word = table.Word(static_cast<unsigned short>(unicode));
-    const KvCollationOrders orders = Orders(unicode, 2);
-    if ((word & kv::kPairBit) == 0 && word != kv::OrderWeight(orders.first)) {
-      CHECK(word == kv::OrderWeight(orders.first));
+  for (unsigned char language : Languages{2, 12, 14}) {
+    const kv::WideOrderTable table(language);
+    for (unsigned unicode = 0; unicode < 0x10000; ++unicode) {
+      const unsigned word = table.Word(static_cast<unsigned short>(unicode));
+      const KvCollationOrders orders = Orders(unicode, language);
+      if ((word & kv::kPairBit) == 0 && word != kv::OrderWeight(orders.first)) {
+        CHECK(word == kv::OrderWeight(orders.first));
+      }
+      if (kv::IsContractionPart(word) && orders.second != 0) CHECK(orders.second == 0);
     }
   }
 }
 
 TEST_CASE("a unit sorts as its Unicode character does, in every code set") {
   for (unsigned char codeSet = 1; codeSet <= 12; ++codeSet) {
-    for (unsigned char language : Languages{2, 9, 11, 15}) {
+    for (unsigned char language = 1; language <= 20; ++language) {
       for (unsigned unit = 0; unit < 256; ++unit) {
         const KvCodeSet set(codeSet);
         const auto narrow = static_cast<unsigned short>(unit);
@@ -145,24 +161,43 @@ TEST_CASE("a unit sorts as its Unicode character does, in every code set") {
   }
 }
 
-TEST_CASE("letters after z, and the Turkish i") {
-  const auto letterCode = [](unsigned unicode, unsigned char language) {
-    return Orders(unicode, language).first >> 2 & 31u;
+TEST_CASE("letters of their own, letters after z, and the Turkish i") {
+  struct {
+    unsigned unicode;
+    unsigned char language;
+    unsigned order;
+  } const cases[] = {
+      {0xF1, 4, Letter('N', 1, 5, 1)},    {0x144, 12, Letter('N', 1, 2, 1)},
+      {0x17B, 12, Letter('Z', 0, 12, 2)}, {0x10D, 13, Letter('C', 1, 9, 1)},
+      {0x151, 14, Letter('O', 1, 14, 1)}, {0xE5, 10, Letter(91, 1, 7)},
+      {0xC4, 11, Letter(92, 0, 6)},       {0xF6, 10, Letter(93, 1, 6)},
+      {0xE6, 8, Letter(91, 1, 0)},        {0xF8, 9, Letter(92, 1, 0, 1)},
+      {0xE5, 8, Letter(93, 1, 7)},        {0xFC, 8, Letter('Y', 1, 27)},
+      {'i', 15, Letter('I', 1, 0)},       {0x130, 15, Letter('I', 0, 0)},
+      {0x131, 15, Letter('H', 1, 0, 1)},  {'I', 15, Letter('H', 0, 0, 1)},
+      {0x212B, 10, Letter(91, 0, 7)},     {0xE4, 3, Letter('A', 1, 6)},
   };
-  for (unsigned char language : Languages{10, 11}) {
-    CHECK(letterCode(0xE5, language) == 29);
-    CHECK(letterCode(0xC4, language) == 30);
-    CHECK(letterCode(0xF6, language) == 31);
-    CHECK(Orders(0xE5, language).first == 0x5000 + (29 << 2));
+  for (const auto& each : cases) {
+    CAPTURE(each.unicode);
+    CAPTURE(each.language);
+    CHECK(Orders(each.unicode, each.language).first == each.order);
+    CHECK(Orders(each.unicode, each.language).second == 0);
   }
-  for (unsigned char language : Languages{8, 9}) {
-    CHECK(letterCode(0xC6, language) == 29);
-    CHECK(letterCode(0xF8, language) == 30);
-    CHECK(letterCode(0xE5, language) == 31);
-    CHECK(Orders(0xE6, language).second == 0);
-  }
-  for (unsigned char language : Languages{1, 2, 3, 20}) CHECK(letterCode(0xE4, language) == 3);
-  CHECK(Orders(0x131, 15).first == Orders('i', 1).first);
-  CHECK(Orders('i', 15).first == (Orders(0x130, 15).first | 0x1000));
-  CHECK(IsLetterOrder(Orders('i', 15).first));
+}
+
+TEST_CASE("languages name the letters that an order by itself does not show") {
+  const auto name = [](unsigned char language, unsigned order) {
+    const char* found =
+        KvLanguageContext::QueryLanguage(language)->LetterName(static_cast<unsigned short>(order));
+    return std::string(found == nullptr ? "none" : found);
+  };
+  CHECK(name(10, Letter(91, 0, 7)) == "\xC3\x85");
+  CHECK(name(13, Letter('H', 1, 28, 1)) == "cH");
+  CHECK(name(14, Letter('D', 2, 30, 2)) == "Dzs");
+  CHECK(name(17, Letter('D', 3, 28, 1)) == "d\xC5\xBE");
+  CHECK(name(2, Letter('Z', 0, 27, 1)) == "\xC3\x9E");  // in every language
+  CHECK(name(12, Letter('A', 1, 27)) == "\xC2\xAA");
+  CHECK(name(2, Letter('A', 1, 6)) == "none");
+  CHECK(name(20, 0x8000) == "none");
+  CHECK(std::string(KvLanguageContext::QueryLanguage(19)->Code()) == "is");
 }

@@ -5,9 +5,11 @@
 
 Reads UnicodeData.txt and SpecialCasing.txt of the public Unicode character data (on Debian the
 package unicode-data, in /usr/share/unicode) and Python's own codecs for the 8-bit code sets, and
-writes codesets.cpp, orders.cpp, properties.cpp and casemap.cpp beside itself. With --check it
-writes nothing and fails when a committed file differs from what it would write; with data of
-another version than theirs it says so and compares nothing.
+writes codesets.cpp, orders.cpp, languages.cpp, properties.cpp and casemap.cpp beside itself. With
+--check it writes nothing and fails when a committed file differs from what it would write; with
+data of another version than theirs it says so and compares nothing.
+
+A new language is an entry of LANGUAGES.
 
 Orders and code set mappings end up in stored data and in the sequence of index entries, so a
 change here is a change of format: characters that have an order keep it for ever.
@@ -34,8 +36,9 @@ ACCENTS = {
 }
 STROKE, DIAERESIS, DOT_ABOVE = 8, 6, 12
 
-# Extension values: halves of a ligature; a variant that stands alone; beside a symbol.
-LIGATURE, VARIANT, BESIDE = 1, 2, 3
+# Extension values: 1 and 2 are letters of their own behind the plain one, 3 is a part of a combined
+# character, which counts after everything else.
+PART = 3
 
 # Symbol numbers that the published order layout names.
 SYMBOLS = {
@@ -61,78 +64,85 @@ FIXED_SPACES = [0x2000, 0x2001, 0x2002, 0x2003, 0x2004, 0x2005, 0x2006, 0x2007, 
 # Canonically equivalent pairs of them share an order.
 SPACE_EQUIVALENTS = {0x2000: 0x2002, 0x2001: 0x2003}
 
-# Letters that have no canonical decomposition into a letter and a mark: code -> orders, written
-# with order functions below.
-def letter_exceptions():
-    table = {}
+# Letters are written as their orders: "X" the letter of the alphabet, "29" to "31" one behind z,
+# "+1" or "+2" an extension that makes it a letter of its own, "p" a part, "/a" the accent code. An
+# accent that is not written is the letter's natural one, what its mark has in ACCENTS, so that
+# unlike letters of two languages have unlike orders. Codes from 27 on are for what has no mark, and
+# for marks whose code another letter has at the same place. Capitals follow their small letters.
 
-    def pair(upper, lower, first, second):
-        if upper:
-            table[upper] = [letter(first, 0, 0, LIGATURE), letter(second, 0, 0, LIGATURE)]
-        if lower:
-            table[lower] = [letter(first, 1, 0, LIGATURE), letter(second, 1, 0, LIGATURE)]
+# Letters of every language that do not decompose into a letter and a mark. Two of one mark are told
+# apart by a code from 27 on; those that no alphabet here has are letters of their own as well.
+ROOT_LETTERS = """
+    ª A/27, º O/27, ſ S/27, ŀ L/27, đ D/27, ð D/8, ø O/8, ħ H/8, ł L/8,
+    ı I+1, ĸ Q+1, ŋ N+1, ŧ T+1/8, ƒ F+1, þ Z+1/27,
+    æ Ap Ep, œ Op Ep, ĳ Ip Jp, ß Sp Sp, ẞ Sp Sp, ŉ ' Np, ﬁ Fp Ip, ﬂ Fp Lp,
+    ǆ Dp Zp/9, ǉ Lp Jp, ǌ Np Jp, ǳ Dp Zp"""
 
-    def single(upper, lower, base, accent, extension):
-        if upper:
-            table[upper] = [letter(base, 0, accent, extension)]
-        if lower:
-            table[lower] = [letter(base, 1, accent, extension)]
 
-    pair(0x00C6, 0x00E6, "A", "E")
-    pair(0x0152, 0x0153, "O", "E")
-    pair(0x0132, 0x0133, "I", "J")
-    pair(0x1E9E, 0x00DF, "S", "S")
-    pair(0x00DE, 0x00FE, "T", "H")
-    single(0x00D0, 0x00F0, "D", STROKE, 0)          # eth
-    single(0x0110, 0x0111, "D", STROKE, VARIANT)    # d with stroke, apart from eth
-    single(0x00D8, 0x00F8, "O", STROKE, 0)
-    single(0x0126, 0x0127, "H", STROKE, 0)
-    single(0x0141, 0x0142, "L", STROKE, 0)
-    single(0x0166, 0x0167, "T", STROKE, 0)
-    single(None, 0x0131, "I", 0, VARIANT)           # dotless i
-    single(None, 0x0138, "Q", 0, VARIANT)           # kra
-    single(0x014A, 0x014B, "N", 0, VARIANT)         # eng
-    single(None, 0x017F, "S", 0, VARIANT)           # long s
-    single(None, 0x00AA, "A", 0, VARIANT)           # ordinal indicators
-    single(None, 0x00BA, "O", 0, VARIANT)
-    table[0x0149] = [80 + SYMBOLS["'"], letter("N", 1, 0, BESIDE)]
-    table[0x013F] = [letter("L", 0, 0, BESIDE), 80 + SYMBOLS["\u00b7"]]
-    table[0x0140] = [letter("L", 1, 0, BESIDE), 80 + SYMBOLS["\u00b7"]]
-    return table
+class Language:
+    """One language: what its table of orders and its case mapping have that the root has not.
+
+    letters       its letters of their own and what else it sorts elsewhere, as above
+    contractions  runs of letters that sort as one, as above; the case of such an order is 0 for
+                  capitals, 1 for a small and a capital, 2 for a capital and a small letter, 3 for
+                  small ones. The run "xy" is there as xy, Xy and XY; with mixed_case as xY too.
+    doubled       code of the mark on a contraction whose first letter stands twice: "xxy" is xy
+                  with this code, and xy. None: there is no such thing.
+    case          small letters with another capital than everywhere else
+    """
+
+    def __init__(self, number, code, name, letters="", contractions="", doubled=None,
+                 mixed_case=False, case=None):
+        self.number, self.code, self.name = number, code, name
+        self.letters, self.contractions = letters, contractions
+        self.doubled, self.mixed_case, self.case = doubled, mixed_case, case or {}
+
+
+# The languages, by number. Places of letters follow the published order of each language; letters
+# that some sort beside others, such as æ beside Swedish ä, come behind those by their accent code.
+LANGUAGES = [
+    Language(1, "en", "English"),
+    Language(2, "de", "German"),
+    Language(3, "fr", "French"),
+    Language(4, "es", "Spanish", "ñ N+1, ŋ N+2"),
+    Language(5, "it", "Italian"),
+    Language(6, "pt", "Portuguese"),
+    Language(7, "nl", "Dutch"),
+    Language(8, "da", "Danish",
+             "æ 29, ä 29, ø 30+1/0, ö 30+1, ő 30+1, å 31, ü Y/27, ű Y/28, þ Tp Hp", "aa 31/29"),
+    Language(9, "nb", "Norwegian",
+             "æ 29, ä 29, ę 29, ø 30+1/0, ö 30+1, ő 30+1, œ 30+1/27, å 31, ü Y/27, ű Y/28, "
+             "þ Tp Hp", "aa 31/29"),
+    Language(10, "sv", "Swedish",
+             "å 29, ä 30, æ 30/27, ę 30/28, ö 31, ø 31, ő 31, œ 31/27, ô 31/28, ü Y/27, "
+             "ű Y/28, þ Tp Hp"),
+    Language(11, "fi", "Finnish",
+             "å 29, ä 30, æ 30/27, ö 31, ø 31, ü Y/27, ŋ N/27, ŧ T/8"),
+    Language(12, "pl", "Polish",
+             "ą A+1, ć C+1, ę E+1, ł L+1, ń N+1, ó O+1, ś S+1, ź Z+1, ż Z+2, ŋ N+2, þ 29/27"),
+    Language(13, "cs", "Czech", "č C+1, ř R+1, š S+1, ž Z+1, þ Z+2/27", "ch H+1/28",
+             mixed_case=True),
+    Language(14, "hu", "Hungarian",
+             "ö O+1, ő O+1, ü U+1, ű U+1, ŋ N+2, ŧ T+2, þ Z+2/27",
+             "cs C+1/30, dz D+1/30, dzs D+2/30, gy G+1/30, ly L+1/30, ny N+1/30, sz S+1/30, "
+             "ty T+1/30, zs Z+1/30", doubled=31),
+    Language(15, "tr", "Turkish", "ç C+1, ğ G+1, ı H+1, i I, ö O+1, ş S+1, ü U+1",
+             case={"i": "İ", "ı": "I"}),
+    Language(16, "sk", "Slovak",
+             "ä A+1, č C+1, ô O+1, ř R+1, š S+1, ž Z+1, þ Z+2/27", "ch H+1/28", mixed_case=True),
+    Language(17, "hr", "Croatian",
+             "č C+1, ć C+2, đ D+2/8, š S+1, ž Z+1, ǆ D+1/29, ǉ L+1/29, ǌ N+1/29, ŋ N+2, "
+             "þ Z+2/27", "dž D+1/28, lj L+1/28, nj N+1/28"),
+    Language(18, "ro", "Romanian",
+             "ă A+1, â A+2, î I+1, ı I+2, ș S+1, ş S+1, ț T+1, ţ T+1, ŧ T+2"),
+    Language(19, "is", "Icelandic",
+             "á A+1, ð D+1, é E+1, í I+2, ó O+1, ú U+1, ý Y+1, æ 29, ä 29, ö 30+1, ø 30+1, "
+             "å 31"),
+]
 
 
 SUPERSCRIPT_DIGITS = {0x2070: 0, 0x00B9: 1, 0x00B2: 2, 0x00B3: 3, 0x2074: 4, 0x2075: 5, 0x2076: 6,
                       0x2077: 7, 0x2078: 8, 0x2079: 9}
-
-
-# Tailorings: what a group of languages sorts otherwise, nothing more. Letter codes 29 to 31 are
-# the letters after z. The index is the tailoring number.
-def tailorings():
-    def both(table, upper, lower, base, accent=0, extension=0):
-        table[upper] = [letter(base, 0, accent, extension)]
-        table[lower] = [letter(base, 1, accent, extension)]
-
-    swedish = {}
-    both(swedish, 0xC5, 0xE5, 29)
-    both(swedish, 0xC4, 0xE4, 30)
-    both(swedish, 0xD6, 0xF6, 31)
-    both(swedish, 0xC6, 0xE6, 30, 0, VARIANT)             # ae sorts with a diaeresis
-    both(swedish, 0xD8, 0xF8, 31, STROKE)                 # o stroke with o diaeresis
-    both(swedish, 0xDC, 0xFC, "Y", DIAERESIS, VARIANT)    # u diaeresis with y
-    swedish[0x212B] = swedish[0xC5]                       # the angstrom sign is that letter
-
-    danish = {}
-    both(danish, 0xC6, 0xE6, 29)
-    both(danish, 0xD8, 0xF8, 30)
-    both(danish, 0xC5, 0xE5, 31)
-    both(danish, 0xC4, 0xE4, 29, DIAERESIS)               # a diaeresis sorts with ae
-    both(danish, 0xD6, 0xF6, 30, DIAERESIS)               # o diaeresis with o stroke
-    both(danish, 0xDC, 0xFC, "Y", DIAERESIS, VARIANT)
-    danish[0x212B] = danish[0xC5]
-
-    # Dotless i is the plain letter and i carries a dot, so that each goes with its capital.
-    turkish = {0x69: [letter("I", 1, DOT_ABOVE, 0)], 0x131: [letter("I", 1, 0, 0)]}
-    return [{}, swedish, danish, turkish]
 
 
 # Numbers of general categories as property records hold them (field 0).
@@ -159,14 +169,17 @@ def digit(value, expand=0):
 def weight(order):
     """What is equal at the primary level in the high half, what tells it apart in the low half."""
     if order >= 0x4000:
-        return (order & 0x407C) << 16 | order & 0x3F83
+        primary = 0x407C if order & 3 == PART else 0x407F
+        return (order & primary) << 16 | order & ~primary & 0x3FFF
     if order >= 0x3F00:
         return (order & 0xFFFE) << 16 | order & 1
     return order << 16
 
 
-def pack(orders):
+def pack(orders, in_contraction=False):
     """One or two orders as the word of an order table; zinorder.h draws it."""
+    if len(orders) == 1 and in_contraction:
+        return 1 << 31 | orders[0] << 16
     if len(orders) == 1:
         return weight(orders[0])
     first, second = orders
@@ -179,7 +192,7 @@ class Characters:
 
     def __init__(self, folder):
         self.category, self.decomposition = {}, {}
-        self.lower, self.upper, self.digit = {}, {}, {}
+        self.lower, self.upper, self.title, self.digit = {}, {}, {}, {}
         self.full_lower, self.full_upper = {}, {}
         first = None
         for line in open(os.path.join(folder, "UnicodeData.txt"), encoding="ascii"):
@@ -201,6 +214,8 @@ class Characters:
                 self.upper[code] = int(field[12], 16)
             if field[13]:
                 self.lower[code] = int(field[13], 16)
+            if field[14] and field[14] not in (field[12], field[0]):
+                self.title[code] = int(field[14], 16)
         special = open(os.path.join(folder, "SpecialCasing.txt"), encoding="utf-8").readlines()
         self.version = special[0].split("-")[1].removesuffix(".txt\n")
         for line in special:
@@ -266,9 +281,56 @@ def symbol_block_order(characters, code):
     return None
 
 
+def parsed_order(token, case, natural_accent):
+    """One order as LANGUAGES writes it."""
+    if token == "'":
+        return 80 + SYMBOLS[token]
+    place, _, accent = token.partition("/")
+    base, _, extension = place.rstrip("p").partition("+")
+    extension = PART if place.endswith("p") else int(extension or 0)
+    return letter(int(base) if base.isdigit() else base, case,
+                  int(accent) if accent else natural_accent, extension)
+
+
+def parsed_entries(text):
+    """(letters, order tokens) of each entry of a list as LANGUAGES writes it."""
+    entries = [entry.split() for entry in text.split(",") if entry.strip()]
+    return [(entry[0], entry[1:]) for entry in entries]
+
+
+def letter_orders(characters, text, case_exceptions, natural_accent):
+    """Code -> orders for the letters of a list, their capitals and their equivalents."""
+    orders = {}
+
+    def put(code, tokens, cases):
+        natural = 0 if len(tokens) > 1 else natural_accent(code)
+        orders[code] = [parsed_order(token, case, natural) for token, case in zip(tokens, cases)]
+        if len(tokens) == 1 and cases[0] != cases[-1]:  # a digraph: the case of both its letters
+            orders[code][0] |= cases[-1] << 13
+
+    for small, tokens in parsed_entries(text):
+        code = ord(small)
+        if code in characters.title:  # capital, small, and one of each
+            put(characters.upper[code], tokens, [0, 0])
+            put(characters.title[code], tokens, [0, 1])
+            put(code, tokens, [1, 1] if len(tokens) > 1 else [3])
+            continue
+        put(code, tokens, [0 if small.isupper() else 1] * 2)
+        capital = case_exceptions.get(small)
+        if capital is not None:
+            orders[ord(capital)] = [order & ~0x1000 for order in orders[code]]
+        elif characters.is_pair(characters.upper.get(code), code):
+            put(characters.upper[code], tokens, [0, 0])
+    for code, parts in characters.decomposition.items():
+        if len(parts) == 1 and parts[0] in orders:
+            orders[code] = orders[parts[0]]
+    return orders
+
+
 def base_orders(characters):
     """Code -> orders, for every character whose orders are not pair_order of an unpaired one."""
-    spaces, exceptions, orders = space_orders(), letter_exceptions(), {0: [0]}
+    spaces, orders = space_orders(), {0: [0]}
+    exceptions = letter_orders(characters, ROOT_LETTERS, {}, lambda code: 0)
     for code in range(1, 0x10000):
         text = chr(code)
         symbol = symbol_block_order(characters, code)
@@ -368,29 +430,177 @@ def code_set_file():
             "}  // namespace kv::zin\n"), to_unicode
 
 
+def has_case(order):
+    return 0x4000 <= order < 0x8000
+
+
+def contractions_of(characters, language, orders):
+    """(letters, contracted orders, small spelling) of each run that sorts as one letter: small letters,
+    orders without case, longest first where one begins with another."""
+    result = []
+    for run, (token,) in parsed_entries(language.contractions):
+        order = parsed_order(token, 0, 0)
+        spelled = [(run, [order])]
+        if language.doubled is not None:
+            spelled.append((run[0] + run, [order & ~0x0F80 | language.doubled << 7, order]))
+        for text, contracted in spelled:
+            letters = [orders(ord(each))[0] & ~0x3000 for each in text]
+            result.append((letters, contracted, text))
+    return sorted(result, key=lambda entry: (entry[0][0], -len(entry[0]), entry[0]))
+
+
+class Tailoring:
+    """What a language's tables hold. Languages without letters of their own share the first."""
+
+    def __init__(self, characters, base, language):
+        def natural_accent(code):
+            accent = base[code][0] >> 7 & 31 if has_case(base[code][0]) else 0
+            return accent if accent < 27 and len(base[code]) == 1 else 0
+
+        self.base = base
+        self.own = letter_orders(characters, language.letters, language.case, natural_accent)
+        self.contractions = contractions_of(characters, language, self.orders)
+        self.mixed_case = language.mixed_case
+        self.members = {order for letters, _, _ in self.contractions for order in letters}
+
+    def orders(self, code):
+        return self.own.get(code, self.base[code])
+
+    def word(self, code):
+        orders = self.orders(code)
+        member = has_case(orders[0]) and orders[0] & ~0x3000 in self.members
+        return pack(orders, member and len(orders) == 1)
+
+
+def check_letters(characters, languages):
+    """One order is one letter: no two letters share it in any two languages. I and i with a dot on
+    it are the capital of one letter, each in its own language."""
+    owners = {}
+    for language, tailoring in languages:
+        def small(code):
+            for letter_, capital in language.case.items():
+                if ord(capital) == code:
+                    return letter_
+            parts = characters.decomposition.get(code, [])
+            if len(parts) == 1:
+                return small(parts[0])
+            return chr(characters.lower.get(code, code))
+
+        letters = [(tuple(tailoring.orders(code)), small(code)) for code in range(1, 0x10000)
+                   if has_case(tailoring.orders(code)[0])]
+        letters += [(tuple(orders), text) for _, orders, text in tailoring.contractions]
+        for orders, name in letters:
+            owner = owners.setdefault(orders, name)
+            assert owner == name, f"{name} in {language.name} has the orders of {owner}"
+        own = [orders for orders, _ in letters]
+        assert len(set(own)) + 2 >= len(own), f"{language.name} has letters of equal orders"
+
+
 def order_file(characters, to_unicode):
     base = base_orders(characters)
-    pager, indexes, narrow, latin = Pager([0] * 256), [], [], []
-    for table in tailorings():
-        words = [pack(table.get(code, base[code])) for code in range(0x10000)]
-        computed = [pack([0x8000 + code // 2, 0x8000 + 2 * (code % 2)]) for code in range(0x10000)]
-        index = []
-        for first in range(0, 0x10000, 256):
+    languages = [(language, Tailoring(characters, base, language)) for language in LANGUAGES]
+    check_letters(characters, languages)
+    tailorings = [Tailoring(characters, base, Language(0, "", ""))]
+    tailorings += [tailoring for _, tailoring in languages if tailoring.own]
+    numbers = [0] * 256
+    for language, tailoring in languages:
+        numbers[language.number] = tailorings.index(tailoring) if tailoring.own else 0
+
+    pager, indexes, latin = Pager([0] * 256), [], []
+    halves, half_numbers = [], []
+    computed = [pack([0x8000 + code // 2, 0x8000 + 2 * (code % 2)]) for code in range(0x10000)]
+    for tailoring in tailorings:
+        words = [tailoring.word(code) for code in range(0x10000)]
+        index = [0, 0]  # the first two pages are latin
+        for first in range(512, 0x10000, 256):
             page = words[first:first + 256]
             index.append(0 if page == computed[first:first + 256] else pager.add(page))
         indexes.append(index)
         latin.append(words[:512])
-        narrow.extend([words[code] for code in units] for units in to_unicode)
-    languages = [0] * 256
-    for language, tailoring in ((10, 1), (11, 1), (8, 2), (9, 2), (15, 3)):
-        languages[language] = tailoring
+        for units in to_unicode:
+            both = [[words[code] for code in units[first:first + 128]] for first in (0, 128)]
+            halves += [half for half in both if half not in halves]
+            half_numbers.append([halves.index(half) for half in both])
+    count = len(tailorings)
     text = HEADER.format(what="collation orders", include="zinorder.h") + "namespace kv::zin {\n"
-    text += array("constinit const unsigned char kTailorings[256]", languages, 1, 32)
-    text += array2("constinit const unsigned kByteOrders[4 * 12][256]", narrow, 8, 12)
-    text += array2("constinit const unsigned kLatinOrders[4][512]", latin, 8, 12)
-    text += array2("constinit const unsigned char kOrderPageIndex[4][256]", indexes, 2)
+    text += array("constinit const unsigned char kTailorings[256]", numbers, 1, 32)
+    text += array2(f"constinit const unsigned char kByteHalfNumbers[{count} * 12][2]", half_numbers,
+                   2)
+    text += array2(f"constinit const unsigned kByteHalves[{len(halves)}][128]", halves, 8, 12)
+    text += array2(f"constinit const unsigned kLatinOrders[{count}][512]", latin, 8, 12)
+    text += array2(f"constinit const unsigned char kOrderPageIndex[{count}][256]", indexes, 2)
     text += array2(f"constinit const unsigned kOrderPages[{len(pager.pages)}][256]", pager.pages, 8,
                    12)
+    text += contraction_tables(tailorings)
+    return text + "}  // namespace kv::zin\n", languages, tailorings
+
+
+def contraction_tables(tailorings):
+    """The contractions of all languages in one row, and where those of a letter begin: one list of
+    places for each distinct set of contractions, the first of them empty."""
+    sets, entries, starts, numbers = [[]], [], [[0] * 33], []
+    members = {}
+    for tailoring in tailorings:
+        found = [entry[:2] + (tailoring.mixed_case,) for entry in tailoring.contractions]
+        # Texts of two languages skip what they share when their tables are the same.
+        key = frozenset(tailoring.members)
+        assert members.setdefault(key, found) == found
+        if found not in sets:
+            sets.append(found)
+            first = len(entries)
+            starts.append([first + sum(letters[0] >> 2 & 31 < code for letters, _, _ in found)
+                           for code in range(33)])
+            entries += found
+        numbers.append(sets.index(found))
+    assert len(entries) < 256
+    body = ",\n".join("{{" + ",".join(f"0x{part:04x}" for part in (letters + [0] * 3)[:4]) + "},{" +
+                      ",".join(f"0x{order:04x}" for order in (orders + [0])[:2]) +
+                      ("},true}" if mixed_case else "},false}")
+                      for letters, orders, mixed_case in entries)
+    return (f"constinit const Contraction kContractions[] = {{\n{body}}};\n" +
+            array(f"constinit const unsigned char kContractionSets[{len(numbers)}]", numbers, 1) +
+            array2(f"constinit const unsigned char kContractionStarts[{len(sets)}][33]", starts, 2,
+                   33))
+
+
+def contraction_names(tailoring):
+    """(order, spelling) of the first order of each contraction, in all cases."""
+    names = []
+    for _, orders, text in tailoring.contractions:
+        cases = [(0, text.upper()), (2, text[0].upper() + text[1:]), (3, text)]
+        if tailoring.mixed_case:
+            cases.append((1, text[:-1] + text[-1].upper()))
+        names += [(orders[0] | case << 12, spelled) for case, spelled in cases]
+    return names
+
+
+def language_file(languages, tailorings):
+    """Names of languages, and the letters that their orders stand for, in UTF-8."""
+    lists = []
+    for tailoring in tailorings:
+        own = tailoring.own or {ord(small): tailoring.base[ord(small)] for small, tokens
+                                in parsed_entries(ROOT_LETTERS) if len(tokens) == 1}
+        names = {}
+        for code, orders in sorted(own.items()):
+            if len(orders) == 1:
+                names.setdefault(orders[0], chr(code))
+        if not tailoring.own:  # capitals of the root
+            for code, orders in tailoring.base.items():
+                if len(orders) == 1 and orders[0] | 0x1000 in names and orders[0] not in names:
+                    names.setdefault(orders[0], chr(code))
+        names.update(contraction_names(tailoring))
+        lists.append(sorted(names.items()))
+    assert all(len(name.encode()) < 6 for names in lists for _, name in names)
+    starts = [sum(len(names) for names in lists[:number]) for number in range(len(lists) + 1)]
+    body = ",\n".join("{" + f"0x{order:04x}," + '"' + "".join(
+        f"\\{byte:03o}" for byte in name.encode()) + '"}' for names in lists for order, name in names)
+    text = HEADER.format(what="languages", include="tables.h") + "namespace kv::zin {\n"
+    rows_ = ",\n".join(f'KvLanguage({language.number},"{language.name}","{language.code}")'
+                       for language, _ in languages)
+    text += f"constinit const KvLanguage kLanguages[] = {{\n{rows_}}};\n"
+    text += f"constinit const unsigned kLanguageCount = {len(languages)};\n"
+    text += f"constinit const LetterName kLetterNames[] = {{\n{body}}};\n"
+    text += array(f"constinit const unsigned short kLetterNameStarts[{len(starts)}]", starts, 3)
     return text + "}  // namespace kv::zin\n"
 
 
@@ -458,7 +668,9 @@ def main():
     arguments = parser.parse_args()
     characters = Characters(arguments.unicode)
     code_sets, to_unicode = code_set_file()
-    files = {"codesets.cpp": code_sets, "orders.cpp": order_file(characters, to_unicode),
+    orders, languages, tailorings = order_file(characters, to_unicode)
+    files = {"codesets.cpp": code_sets, "orders.cpp": orders,
+             "languages.cpp": language_file(languages, tailorings),
              "properties.cpp": property_file(characters), "casemap.cpp": case_file(characters)}
     folder, differing = os.path.dirname(os.path.abspath(__file__)), []
     for name, text in files.items():

@@ -14,7 +14,8 @@
 //   languages   1 English        2 German          3 French         4 Spanish
 //               5 Italian        6 Portuguese      7 Dutch          8 Danish
 //               9 Norwegian     10 Swedish        11 Finnish       12 Polish
-//              13 Czech         14 Hungarian      15 Turkish       20 and above: ideographic
+//              13 Czech         14 Hungarian      15 Turkish       16 Slovak
+//              17 Croatian      18 Romanian       19 Icelandic     20 and above: ideographic
 //
 // All tables are constant data; reading them needs no lock. The defaults of KvLanguageContext are
 // process-wide and meant to be set before threads start.
@@ -76,7 +77,8 @@ class KV_EXPORT KvCodeSet {
   // The character property table, never null here.
   const KvUnicodeProps* GetUnicodeProps() const;
 
-  // Collation orders of one unit in a language.
+  // Collation orders of one unit in a language, by itself: what it sorts as together with the units
+  // behind it (Czech ch) is for KvStringIterator::GetNextOrder to say.
   KvCollationOrders Orders(unsigned short unit, unsigned char language) const;
 
   // Case mapping within this code set. Writes one to three units to `mapped` and returns how many;
@@ -91,13 +93,21 @@ class KV_EXPORT KvCodeSet {
 // One language.
 class KV_EXPORT KvLanguage {
  public:
-  constexpr KvLanguage(unsigned char number, const char* name) : number_(number), name_(name) {}
+  constexpr KvLanguage(unsigned char number, const char* name, const char* code)
+      : number_(number), name_(name), code_(code) {}
   unsigned char Number() const { return number_; }
   const char* Name() const { return name_; }  // English name
+  const char* Code() const { return code_; }  // ISO 639-1; "" for the ideographic languages
+
+  // The letter that an order stands for, in UTF-8, where the order by itself says it badly or not
+  // at all: letters of the language's own ("\xC3\xA5" for the Swedish letter after z), contractions
+  // in their case ("Ch") and variants ("\xC2\xBA"). Null for all other orders.
+  const char* LetterName(unsigned short order) const;
 
  private:
   unsigned char number_;
   const char* name_;
+  const char* code_;
 };
 
 // Process-wide defaults. Initially: native and default 8-bit code set 1, default code set 1,

@@ -1,5 +1,7 @@
 // context.cpp - the process-wide defaults, and the code set and language objects by number.
-#include "zinorder.h"
+#include <algorithm>
+
+#include "tables.h"
 
 namespace {
 
@@ -19,11 +21,7 @@ constexpr KvCodeSet kCodeSets[] = {KvCodeSet(1), KvCodeSet(2),  KvCodeSet(3),  K
                                    KvCodeSet(9), KvCodeSet(10), KvCodeSet(11), KvCodeSet(12)};
 constexpr KvCodeSet kUnicodeCodeSet(kvCodeSetUnicode);
 
-constexpr KvLanguage kLanguages[] = {
-    {1, "English"},    {2, "German"},  {3, "French"}, {4, "Spanish"},    {5, "Italian"},
-    {6, "Portuguese"}, {7, "Dutch"},   {8, "Danish"}, {9, "Norwegian"},  {10, "Swedish"},
-    {11, "Finnish"},   {12, "Polish"}, {13, "Czech"}, {14, "Hungarian"}, {15, "Turkish"}};
-constexpr KvLanguage kIdeographic(20, "ideographic");
+constexpr KvLanguage kIdeographic(20, "ideographic", "");
 
 // 254 marks a null string or a text of collation orders, 255 stands for "the default".
 constexpr bool IsMarker(unsigned char number) {
@@ -96,7 +94,27 @@ const KvLanguage* KvLanguageContext::QueryLanguage(unsigned char language) {
   if (language == 255) language = defaults.language;
   if (language >= 20) return &kIdeographic;
   const unsigned slot = language - 1u;
-  return &kLanguages[slot < 15 ? slot : 0];
+  return &kv::zin::kLanguages[slot < kv::zin::kLanguageCount ? slot : 0];
+}
+
+namespace {
+
+// The name among those of one tailoring, null when there is none.
+const char* FindLetterName(unsigned tailoring, unsigned short order) {
+  using kv::zin::LetterName;
+  const LetterName* first = kv::zin::kLetterNames + kv::zin::kLetterNameStarts[tailoring];
+  const LetterName* last = kv::zin::kLetterNames + kv::zin::kLetterNameStarts[tailoring + 1];
+  const LetterName* found = std::lower_bound(
+      first, last, order,
+      [](const LetterName& entry, unsigned short key) { return entry.order < key; });
+  return found != last && found->order == order ? found->name : nullptr;
+}
+
+}  // namespace
+
+const char* KvLanguage::LetterName(unsigned short order) const {
+  const char* own = FindLetterName(kv::zin::kTailorings[number_], order);
+  return own != nullptr ? own : FindLetterName(0, order);
 }
 
 extern "C" void ___KvI18NContext(int) {

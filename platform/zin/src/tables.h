@@ -12,6 +12,19 @@ extern const unsigned short kToUnicode[kByteCodeSets][256];
 extern const unsigned char kFromUnicodeIndex[kByteCodeSets][256];
 extern const unsigned char kFromUnicodePages[][256];
 
+// Languages in number order from 1 on.
+extern const KvLanguage kLanguages[];
+extern const unsigned kLanguageCount;
+
+// The letters that the orders of a tailoring stand for, in UTF-8, sorted by order: those of
+// tailoring t are from kLetterNameStarts[t] to [t + 1]. Number 0 has those of all languages.
+struct LetterName {
+  unsigned short order;
+  char name[6];
+};
+extern const LetterName kLetterNames[];
+extern const unsigned short kLetterNameStarts[];
+
 // Record number by character; 0 is no record.
 extern const KvUnicodeRecord kPropertyRecords[];
 extern const unsigned char kPropertyIndex[256];

@@ -9,11 +9,18 @@
 //   +--+----------------+----------------+
 //   | 1| first order    | second order   |   two orders; bit 15 of the second belongs to both
 //   +--+----------------+----------------+
+//   | 1| order          | 0              |   one order of a unit that may be part of a contraction
+//   +--+----------------+----------------+
 //
 // For a character of one order, the primary half is what the character *is* and the rest is what
-// tells variants of it apart: accent 0x0F80, case 0x3000, extension 0x0003, at the bits that they
-// have in the order. So one subtraction of two words compares two characters at all levels that
-// matter for the result, and the order is the two halves ORed. A unit of 0 has the word 0.
+// tells variants of it apart: accent 0x0F80, case 0x3000 and an extension of 3, at the bits that
+// they have in the order. (Extensions 1 and 2 make another letter, so they are primary.) So one
+// subtraction of two words compares two characters at all levels that matter for the result, and
+// the order is the two halves ORed. A unit of 0 has the word 0.
+//
+// A *contraction* is several units that a language sorts as one letter, such as Czech ch. Units
+// that are in none compare by their words wherever they stand; those that are in one have bit 31
+// set, as units of two orders have, so that languages without contractions pay nothing for them.
 //
 // Orders are in stored indexes by their effect: an order once given to a character stays.
 #pragma once
@@ -23,19 +30,39 @@
 namespace kv {
 
 namespace zin {
-// Generated (platform/zin/data/orders.cpp). Reach them through OrderTable.
+// Generated (platform/zin/data/orders.cpp). Reach them through the order tables below.
 inline constexpr unsigned kByteCodeSets = 12;
 extern KV_EXPORT const unsigned char kTailorings[256];  // by language
-extern KV_EXPORT const unsigned kByteOrders[4 * kByteCodeSets][256];
-extern KV_EXPORT const unsigned kLatinOrders[4][512];  // the first units once more, in one piece
-extern KV_EXPORT const unsigned char kOrderPageIndex[4][256];  // page 0: order words are computed
+// Halves of 128 units, of which tables have many in common: their numbers by tailoring and code
+// set.
+extern KV_EXPORT const unsigned char kByteHalfNumbers[][2];
+extern KV_EXPORT const unsigned kByteHalves[][128];
+extern KV_EXPORT const unsigned kLatinOrders[][512];  // the first units of 16-bit text
+// Pages of 256 units; 0 for a page whose order words are computed, and for the first two.
+extern KV_EXPORT const unsigned char kOrderPageIndex[][256];
 extern KV_EXPORT const unsigned kOrderPages[][256];
+
+// A run of units that sorts as one letter.
+struct Contraction {
+  unsigned short letters[4];  // the orders of its units without their case, then 0
+  // What it gives, without case. The second is 0 but for runs such as Hungarian ssz, which stands
+  // for sz twice.
+  unsigned short orders[2];
+  bool mixedCase;  // a small letter and a capital make the contraction too
+};
+
+// All contractions; those of a set that begin with letter code c are the entries from
+// kContractionStarts[set][c] to [c + 1], longer ones first.
+extern KV_EXPORT const Contraction kContractions[];
+extern KV_EXPORT const unsigned char kContractionSets[];  // by tailoring
+extern KV_EXPORT const unsigned char kContractionStarts[][33];
 }  // namespace zin
 
-inline constexpr unsigned kPairBit = 0x80000000u;  // the word holds two orders
+inline constexpr unsigned kPairBit = 0x80000000u;  // two orders, or a part of a contraction
 inline constexpr unsigned kAccentBits = 0x0F80;
 inline constexpr unsigned kCaseBits = 0x3000;
 inline constexpr unsigned kExtensionBits = 0x0003;
+inline constexpr unsigned kPartExtension = 3;  // the only extension that is no other letter
 
 // The two orders of a character that has neither a page nor a case partner.
 constexpr unsigned ComputedOrderWord(unsigned short unit) {
@@ -46,6 +73,11 @@ constexpr unsigned ComputedOrderWord(unsigned short unit) {
 constexpr unsigned short FirstOrder(unsigned word) {
   if ((word & kPairBit) == 0) return static_cast<unsigned short>(word >> 16 | (word & 0xFFFF));
   return static_cast<unsigned short>((word >> 16 & 0x7FFF) | (word & 0x8000));
+}
+
+// Whether the unit of this word may be part of a contraction.
+constexpr bool IsContractionPart(unsigned word) {
+  return (word & (kPairBit | 0xFFFF)) == kPairBit;
 }
 
 // 0 when the word holds one order only.
@@ -60,7 +92,10 @@ constexpr unsigned OrderWeight(unsigned order) {
   if (order >= 0x8000) {
     return order <= 0x8003 ? (order & 0xFFFE) << 16 | (order & 1) << 12 : order << 16;
   }
-  if (order >= 0x4000) return (order & 0x407C) << 16 | (order & 0x3F83);
+  if (order >= 0x4000) {
+    const unsigned primary = (order & kExtensionBits) == kPartExtension ? 0x407C : 0x407F;
+    return (order & primary) << 16 | (order & ~primary & 0x3FFF);
+  }
   if (order >= 0x3F00) return (order & 0xFFFE) << 16 | (order & 1);
   return order << 16;
 }
@@ -76,13 +111,19 @@ constexpr unsigned ByteCodeSetSlot(unsigned char codeSet) {
 class ByteOrderTable {
  public:
   ByteOrderTable(unsigned char codeSet, unsigned char language)
-      : words_(zin::kByteOrders[zin::kTailorings[language] * zin::kByteCodeSets +
-                                ByteCodeSetSlot(codeSet)]) {}
-  unsigned Word(unsigned char unit) const { return words_[unit]; }
-  bool operator==(const ByteOrderTable& other) const { return words_ == other.words_; }
+      : ByteOrderTable(zin::kByteHalfNumbers[zin::kTailorings[language] * zin::kByteCodeSets +
+                                             ByteCodeSetSlot(codeSet)]) {}
+  unsigned Word(unsigned char unit) const { return (unit < 128 ? low_ : high_)[unit & 127]; }
+  bool operator==(const ByteOrderTable& other) const {
+    return low_ == other.low_ && high_ == other.high_;
+  }
 
  private:
-  const unsigned* words_;
+  explicit ByteOrderTable(const unsigned char (&halves)[2])
+      : low_(zin::kByteHalves[halves[0]]), high_(zin::kByteHalves[halves[1]]) {}
+
+  const unsigned* low_;
+  const unsigned* high_;
 };
 
 // The order words of 16-bit Unicode in a language.
@@ -103,5 +144,22 @@ class WideOrderTable {
   const unsigned* latin_;
   const unsigned char* pageIndex_;
 };
+
+inline bool HasContractions(unsigned char language) {
+  return zin::kContractionSets[zin::kTailorings[language]] != 0;
+}
+
+// What a run of letters contracts to.
+struct Contracted {
+  unsigned units = 0;  // 0: it begins with no contraction
+  unsigned short orders[2] = {};
+};
+
+// The longest contraction of `language` at the front of a run of `count` orders (4 at most), which
+// are those of consecutive units that may be part of one.
+KV_EXPORT Contracted Contract(unsigned char language, const unsigned short* orders, unsigned count);
+
+// Whether any contraction of `language` gives an order with this weight at the bits of `mask`.
+KV_EXPORT bool HasContractionOf(unsigned char language, unsigned weight, unsigned mask);
 
 }  // namespace kv
