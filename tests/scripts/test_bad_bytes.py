@@ -48,6 +48,8 @@ class BadBytes(unittest.TestCase):
                     whole = [r for o, r in records(path) if o == order and len(r) <= LONGEST]
                     bad = [run for record in whole for run in damaged(record)]
                     for fault in self.load(name, order, whole + bad).splitlines():
+                        if "counts as true" in fault:
+                            continue  # said of a value that loads
                         said = re.match(r"kvtm: load: line (\d+): .", fault)
                         self.assertTrue(said, fault)
                         self.assertGreater(int(said[1]), len(whole), fault)

@@ -129,7 +129,20 @@ class Values(KvtmTest):
              "0100000002000000"),
             ("0100000002000000", "translate", "Kv4B_T", "--from", "reversed", "--to", "memory",
              "0000000100000002"),
-            ("0102", "translate", "Kv2B_T", "--from", "0", "--to", "2", "0102"),
+            ("0201", "translate", "Kv2B_T", "--from", "0", "--to", "2", "--reorder", "0102"),
+            ("0007010161626300ff", "translate", "KvSTRING_T", "--from", "stored", "--to", "big",
+             "--reorder", "0700010161626300ff"),
+            ("0", "compare", "KvSTRING_T", "--op", "ignore-case,ignore-accents", "a", "Ä"),
+            ("0", "compare", "KvSTRING_T", "--op", "ignore-case", "--op", "0x40", "a", "Ä"),
+            ("-1", "compare", "KvDATE_T", "--stored", "--order", "2", "07e8021d", "07e80301"),
+            ("1", "compare", "KvDATE_T", "--stored", "--order", "little", "07e8021d", "07e80201"),
+            ("0x41c64e6d", "hash", "Kv4B_T", "--stored", "--order", "big", "00000001"),
+            ("07e80301", "step", "KvDATE_T", "--stored", "--order", "2", "07e8021d"),
+            ("41ff", "store", "KvU1B_T", "--number", "65", "255"),
+            ("-1\n65", "load", "Kv1B_T", "--number", "ff41"),
+            ("1", "load", "Kv4B_T", "0x01000000"),
+            ("1\n2", "load", "Kv2B_T", "01:00,0x02, 0x00"),
+            ("1\n2", "load", "Kv2B_T", "00000000: 0100 0200                                ...."),
             ("1f\nffffffff", "load", "Kv2B_T", "--format", "%x", "1f00ffff"),
             ("Thu 29.Feb 2024", "load", "KvDATE_T", "--format", "%a %e.%b %Y", "e807021d"),
         ]:
@@ -172,11 +185,104 @@ class Values(KvtmTest):
 
     def test_identity(self):
         self.assertIn("14.0.1.57.0", self.good("--version"))
-        self.assertEqual(json.loads(self.good("describe", "--json"))["build"], "1927")
+        self.assertEqual(json.loads(self.good("describe", "--json"))["build"], 1927)
         self.assertEqual(json.loads(self.good("load", "KvNULL_4B_T", "--json",
-                                              "0107000000" "0008000000")), [None, "8"])
+                                              "0107000000" "0008000000")), [None, 8])
         self.assertEqual(json.loads(self.good("load", "KvSTRING_T", "--json", "0800fd01" "22000adc" "00ff")),
-                         ['"\udc0a'])
+                         [{"text": '"\udc0a', "codeSet": 253, "language": 1}])
+
+    def test_what_prints_reads_back(self):
+        for type_name, stored in [
+            ("KvSTRING_T", "0f000101" "5c5c787b4e554c4c7d0941" "00ff"),  # \\\\x{NULL}<tab>A
+            ("KvSTRING_T", "0a000101" "7b4e554c4c7d" "00ff"),            # {NULL}, a text
+            ("KvSTRING_T", "0800fd01" "2e200adc" "00ff"),                # turned text, a surrogate
+            ("KvISTRING_T", "07000101" "80915c" "00ff"),
+            ("KvDOUBLE_T", "010000000000f07f"), ("KvFLOAT_T", "0100c0ff"), ("KvFLOAT_T", "0000c0ff"),
+            ("KvNULL_DOUBLE_T", "00010000000000f87f"), ("D_INTERVAL_T", "010080ff"),
+        ]:
+            with self.subTest(stored):
+                text = self.good("load", type_name, stored)[:-1]
+                self.assertTrue(text.isprintable())
+                traits = ["--codeset", "253"] if stored[4:8] == "fd01" else []
+                self.assertEqual(self.good("store", type_name, *traits, "--", text), stored + "\n")
+
+    def test_lines_of_a_file(self):
+        status, output, error = kvtm("store", "o_2b", "--order", "big", "--lines", "-",
+                                     stdin="\ufeff1\r\n2\t3\nx\n-1")
+        self.assertEqual((status, output), (1, "0001\n00020003\nffff\n"))
+        self.assertRegex(error, r"\Akvtm: store: line 3: 'x'[^\n]+\n\Z")
+        self.assertEqual(self.good("compare", "o_2b", "--csv", "--lines", "-", stdin="1\t2\n3\t3\n"),
+                         "order\r\n-1\r\n0\r\n")
+        lines = self.good("hash", "o_4b", "--json", "--lines", "-", stdin="1\n0\n").splitlines()
+        self.assertEqual([json.loads(line) for line in lines], [{"hash": 0x41c64e6d}, {"hash": 0}])
+
+    def test_values_as_json(self):
+        for expected, *arguments in [
+            ([1, "-Infinity"], "load", "o_double", "000000000000f03f000000000000f0ff"),
+            ([18446744073709551615], "load", "o_u8b", "ff" * 8),
+            ([True, False, None], "load", "KvBoolean", "0100ff"),
+            ([7], "load", "BlockId", "07000000"),
+            ([{"text": "a,\t\"", "codeSet": 1, "language": 10}], "load", "KvString",
+             "0800010a" "612c0922" "00ff"),
+            (["2024-02-29"], "load", "KvDate", "e807021d"),
+            ({"fraction": 0.4, "lower": 1, "lowerIsNew": False, "upper": 5, "upperIsNew": True},
+             "bounds", "o_4b", "<", "5", "1", "10"),
+            ({"next": 6}, "step", "o_4b", "5"),
+            ({"bytes": "05000000", "count": 4}, "store", "o_4b", "5"),
+        ]:
+            with self.subTest(arguments):
+                self.assertEqual(json.loads(self.good(*arguments, "--json")), expected)
+
+    def test_diff_tells_the_first_difference(self):
+        for expected, *arguments in [
+            (("month", 2, "2", "3", -1), "KvDate", "2024-02-29", "2024-03-29"),
+            (("indicator", 0, "null", "a value", -1), "KvNull_int", "{NULL}", "0"),
+            (("value", 1, "5", "-1", 1), "KvNull_short", "5", "-1"),
+            (("high", 0, "1", "2", -1), "KvSeal", "4294967296", "8589934592"),
+            (("level 1 (letters), character 3", None, "c", "d", -1), "KvString", "abc", "abd"),
+            (("level 2 (accents), character 2", None, "ü", "u", 1), "KvString", "Müller", "Muller"),
+            (("level 3 (case), character 1", None, "a", "A", 1), "KvString", "abc", "Abc"),
+            (("level 1 (letters), character 4", None, "the end", "d", -1), "KvString", "abc", "abcd"),
+            (("stored byte", 9, "0x02", "0x03", -1), "KvBlob", "0102", "0103"),
+            (("stored byte", 0, "0x05", "0x06", 0), "KvString", "--stored", "0500010161" "00ff",
+             "0600fd0161" "0000ff"),
+            (("year", 0, "2024", "2025", -1), "KvDate", "--stored", "--order", "2", "07e8021d",
+             "07e9021d"),
+            ((None, None, "", "", 0), "o_4b", "7", "7"),
+        ]:
+            with self.subTest(arguments):
+                found = json.loads(self.good("diff", *arguments, "--json"))
+                if expected[0] == "indicator":
+                    expected = ("null", None, *expected[2:])
+                self.assertEqual(tuple(found.values()), expected)
+
+    def test_a_card_is_true_to_the_library(self):
+        """Each field of each card, held against what translate makes of a stored value."""
+        for row in json.loads(self.good("types", "--json"))[:-1]:
+            card = json.loads(self.good("types", row["name"], "--json"))
+            self.assertEqual({key: card[key] for key in row}, row)
+            self.assertEqual("nullStored" in card, row["nullable"], row["name"])
+            self.assertEqual(self.good("help", row["idName"]), self.good("types", row["name"]))
+            example = self.good("store", row["name"], "--", card["example"]).strip()
+            self.assertEqual(card["exampleStored"].replace(" ", ""), example)
+            if not row["fixed"]:
+                continue
+            width = row["storedBytes"]
+            self.assertEqual(sum(field["bytes"] for field in card["fields"]), width)
+            stored = bytes(range(1, width + 1))
+            if card["fields"][0]["name"] == "indicator":
+                stored = b"\0" + stored[1:]
+            memory, reverse = (bytes.fromhex(self.good(
+                "translate", row["name"], "--from", source, "--to", "memory", stored.hex()))
+                for source in ("stored", "reversed"))
+            for field in card["fields"]:
+                here = slice(field["offset"], field["offset"] + field["bytes"])
+                there = slice(field["memoryOffset"], field["memoryOffset"] + field["bytes"])
+                if not field["turns"]:
+                    self.assertEqual(memory[there], reverse[there], (row["name"], field))
+                    continue
+                self.assertEqual(memory[there], stored[here], (row["name"], field))
+                self.assertEqual(reverse[there], stored[here][::-1], (row["name"], field))
 
     def test_operands_and_options_mix(self):
         for arguments in [("store", "--order", "2", "Kv2B_T", "-1"), ("store", "Kv2B_T", "-1", "--order=2"),
@@ -199,7 +305,23 @@ class BadInput(KvtmTest):
             (2, "'c'", "compare", "Kv1B_T", "a", "b", "c"),
             (2, "--frmat", "load", "Kv4B_T", "--frmat", "x", "01"),
             (2, "--order takes a value", "store", "Kv4B_T", "1", "--order"),
-            (2, "--order '9'", "store", "Kv4B_T", "1", "--order", "9"),
+            (2, "--order '3' & reversed", "store", "Kv4B_T", "1", "--order", "3"),
+            (2, "--op '0x999'", "compare", "Kv4B_T", "--op", "0x999", "1", "2"),
+            (2, "--op 'ignore'", "compare", "Kv4B_T", "--op", "ignore", "1", "2"),
+            (2, "did you mean store?", "stroe"),
+            (2, "did you mean --json?", "types", "--jsn"),
+            (2, "did you mean o_2b, o_4b or o_8b?", "store", "o_5b", "1"),
+            (2, "did you mean o_4b or int?", "store", "int32", "1"),
+            (2, "B is missing", "compare", "Kv4B_T", "1"),
+            (2, "TYPE is missing", "store"),
+            (2, "--order is of stored operands", "compare", "Kv4B_T", "--order", "2", "1", "2"),
+            (2, "either --json or --csv", "types", "--json", "--csv"),
+            (2, "line 1: one operand too many", "compare", "Kv4B_T", "--lines", "-"),
+            (1, "no escape & a backslash is written", "store", "KvSTRING_T", "a\\q"),
+            (1, "2 hex digits", "store", "KvSTRING_T", "\\x4"),
+            (1, "bits of a NaN", "store", "KvFLOAT_T", "NaN(0x7f800000)"),
+            (1, "--number", "store", "KvU1B_T", "65"),
+            (1, "1 bytes after the value, at offset 4", "step", "KvDATE_T", "--stored", "07e8021d00"),
             (2, "--count '0'", "load", "Kv4B_T", "--count", "0", "01000000"),
             (2, "--count 'two'", "load", "Kv4B_T", "--count", "two", "01000000"),
             (2, "--count '4294967296'", "load", "Kv4B_T", "--count", "4294967296", "01000000"),
@@ -244,7 +366,7 @@ class BadInput(KvtmTest):
             (2, "--from", "convert", "--to", "1"),
         ]:
             with self.subTest(arguments):
-                self.fails(status, words, *arguments)
+                self.fails(status, words, *arguments, stdin="1\t2\t3\n")
 
     def test_damaged_variable_values(self):
         """Length fields that lie are caught before the library follows them."""
@@ -275,7 +397,17 @@ class BadInput(KvtmTest):
     def test_a_rest_is_reported(self):
         status, output, error = kvtm("load", "Kv2B_T", "--count", "1", "010002")
         self.assertEqual((status, output), (0, "1\n"))
-        self.assertIn("1 more bytes", error)
+        self.assertIn("1 more bytes follow the 1 values asked for, from offset 2", error)
+
+    def test_remarks_on_stderr(self):
+        for words, *arguments in [
+            ("byte 0x02 at offset 1 counts as true and prints as FALSE", "load", "KvBoolean", "0002"),
+            ("copied; --reorder turns", "translate", "o_4b", "--from", "0", "--to", "2", "01000000"),
+            ("'5' is taken as a character", "store", "o_u1b", "5"),
+        ]:
+            status, _, error = kvtm(*arguments)
+            self.assertEqual(status, 0)
+            self.assertIn(words, error)
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "no /dev/full")
     def test_output_that_cannot_be_written(self):

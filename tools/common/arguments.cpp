@@ -58,12 +58,25 @@ Arguments::Arguments(const std::vector<std::string>& words, const Command& comma
       operands_.push_back(words[i]);
     }
   }
-  if (operands_.size() < command.leastOperands) {
-    FailUsage(OperandName(command, operands_.size()) + " is missing; it takes " + command.operands);
+  RequireCount();
+}
+
+void Arguments::RequireCount() const {
+  if (operands_.size() < command_.leastOperands && !Has("lines")) {
+    FailUsage(OperandName(command_, operands_.size()) + " is missing; it takes " +
+              command_.operands);
   }
-  if (operands_.size() > command.mostOperands) {
-    FailUsage("one operand too many, " + Quoted(operands_[command.mostOperands]));
+  if (operands_.size() > command_.mostOperands) {
+    FailUsage("one operand too many, " + Quoted(operands_[command_.mostOperands]));
   }
+}
+
+Arguments Arguments::With(const std::vector<std::string>& operands) const {
+  Arguments all = *this;
+  all.operands_.insert(all.operands_.end(), operands.begin(), operands.end());
+  all.options_.erase("lines");
+  all.RequireCount();
+  return all;
 }
 
 // The option that a word names, null when the command has none of that name.

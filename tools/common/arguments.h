@@ -20,9 +20,12 @@ class Arguments {
  public:
   // Reads `words` as the operands and options that the command takes; `all` are the program's
   // options. Fails (Failure, usage) on any other option, on a missing value and on a number of
-  // operands that the command does not take.
+  // operands that the command does not take; with --lines there may be fewer.
   Arguments(const std::vector<std::string>& words, const Command& command,
             const std::vector<Option>& all);
+
+  // The same with further operands behind its own, as a line of --lines has them.
+  Arguments With(const std::vector<std::string>& operands) const;
 
   std::size_t Count() const { return operands_.size(); }
   const std::string& operator[](std::size_t index) const { return operands_[index]; }
@@ -39,6 +42,7 @@ class Arguments {
   std::vector<std::string> Values(const std::string& option) const;
 
  private:
+  void RequireCount() const;
   void TakeOption(const std::vector<std::string>& words, std::size_t& index);
   const Option* Find(const std::string& word) const;
 

@@ -1,28 +1,9 @@
 #include "failure.h"
 
-#include <cstdio>
-
-#include "kv.h"
+#include "escape.h"
 
 std::string Printable(std::string_view utf8) {
-  std::string printable;
-  while (!utf8.empty()) {
-    unsigned short character = 0;
-    const int length =
-        KvMultiByte2WChar(&character, utf8.data(), static_cast<unsigned>(utf8.size()));
-    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    const std::size_t taken = length > 0 ? static_cast<std::size_t>(length) : 1;
-    if (length > 3 || (length > 0 && !isControl)) {
-      printable += utf8.substr(0, taken);
-    } else {
-      char escape[8];
-      const unsigned code = length > 0 ? character : static_cast<unsigned char>(utf8.front());
-      std::snprintf(escape, sizeof escape, "\\x%02x", code);
-      printable += escape;
-    }
-    utf8.remove_prefix(taken);
-  }
-  return printable;
+  return Escaped(utf8, false);
 }
 
 std::string Quoted(std::string_view text) {

@@ -1,5 +1,7 @@
 #include "hex.h"
 
+#include <algorithm>
+
 #include "failure.h"
 
 namespace {
@@ -11,8 +13,33 @@ int DigitOf(char c) {
   return -1;
 }
 
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+bool IsBetweenBytes(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == ':' || c == ',';
+}
+
+// 0x, with digits behind it.
+bool IsPrefix(std::string_view text) {
+  return (text.starts_with("0x") || text.starts_with("0X")) && text.size() > 2 &&
+         DigitOf(text[2]) >= 0;
+}
+
+constexpr std::size_t kDumpOffsetDigits = 8;  // of xxd and hexdump, at least
+
+// The length of a dump line's offset with what ends it, 0 when the line is no such one.
+std::size_t DumpOffset(std::string_view line) {
+  std::size_t digits = 0;
+  while (digits < line.size() && DigitOf(line[digits]) >= 0) ++digits;
+  if (digits < kDumpOffsetDigits) return 0;
+  const std::string_view rest = line.substr(digits);
+  if (rest.starts_with(": ")) return digits + 2;                          // xxd
+  return rest.starts_with("  ") && line.ends_with('|') ? digits + 2 : 0;  // hexdump -C
+}
+
+// The bytes of a dump line lie between its offset and two blanks (xxd) or "  |" (hexdump).
+std::string_view DumpBytes(std::string_view line, std::size_t offset) {
+  line.remove_prefix(offset);
+  const bool byHexdump = line.ends_with('|');
+  return line.substr(0, line.find(byHexdump ? "  |" : "  "));
 }
 
 }  // namespace
@@ -31,7 +58,11 @@ std::string ToHex(const unsigned char* bytes, std::size_t count) {
 void AppendHex(std::string_view text, Bytes& bytes) {
   int high = -1;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (high < 0 && IsBlank(text[i])) continue;
+    if (high < 0 && IsBetweenBytes(text[i])) continue;
+    if (high < 0 && IsPrefix(text.substr(i))) {
+      ++i;
+      continue;
+    }
     const int digit = DigitOf(text[i]);
     if (digit < 0) {
       FailValue(Quoted(text.substr(i, 1)) + " is no hex digit, at offset " + std::to_string(i) +
@@ -46,4 +77,20 @@ void AppendHex(std::string_view text, Bytes& bytes) {
   }
   if (high >= 0)
     FailValue("a byte takes two hex digits, the last one of " + Quoted(text) + " has one");
+}
+
+void AppendHexDump(std::string_view text, Bytes& bytes) {
+  const std::size_t offset = DumpOffset(text.substr(0, text.find('\n')));
+  if (offset == 0) return AppendHex(text, bytes);
+  while (!text.empty()) {
+    std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    // The last line of hexdump is the size alone.
+    if (const std::size_t start = DumpOffset(line); start > 0) {
+      AppendHex(DumpBytes(line, start), bytes);
+    } else if (line.find_first_not_of("0123456789abcdefABCDEF") != std::string_view::npos) {
+      FailValue("not a line of a dump: " + Quoted(line));
+    }
+  }
 }

@@ -12,6 +12,11 @@ inline std::string ToHex(const Bytes& bytes) {
   return ToHex(bytes.data(), bytes.size());
 }
 
-// Appends the bytes of `text` to `bytes`. Digits of either case; blanks between bytes are skipped.
-// Fails (Failure) on anything else and on an odd digit, naming the place.
+// Appends the bytes of `text` to `bytes`. Digits of either case; blanks, ":" and "," between bytes
+// and 0x before them are skipped. Fails (Failure) on anything else and on an odd digit, naming the
+// place.
 void AppendHex(std::string_view text, Bytes& bytes);
+
+// The same, and lines as xxd and hexdump -C write them: an offset, bytes, and a column of
+// characters, which is not read.
+void AppendHexDump(std::string_view text, Bytes& bytes);

@@ -1,9 +1,11 @@
 #include "input.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,12 +14,20 @@
 
 namespace {
 
-constexpr unsigned kBarWidth = 40;
+constexpr int kWidestBar = 40;
+constexpr int kNarrowestBar = 6;
+constexpr int kUsualColumns = 80;
 constexpr unsigned kStepsDrawn = 200;
 
 [[noreturn]] void FailFile(const std::string& name, const char* doing) {
   FailValue(std::string("cannot ") + doing + " " +
             (name == "-" ? "the standard input" : Printable(name)) + ": " + std::strerror(errno));
+}
+
+int TerminalColumns() {
+  struct winsize size {};
+  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
+  return size.ws_col;
 }
 
 }  // namespace
@@ -54,6 +64,12 @@ std::string ReadWhole(const std::string& name) {
   return text;
 }
 
+std::string ReadText(const std::string& name) {
+  std::string text = ReadWhole(name);
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+  return text;
+}
+
 Progress::Progress(const char* command)
     : command_(command), onTerminal_(isatty(STDERR_FILENO) != 0) {}
 
@@ -76,10 +92,17 @@ void Progress::Begin(const char* what, unsigned long long total, unsigned long l
 void Progress::Draw() {
   next_ = done_ + total_ / kStepsDrawn + 1;
   const unsigned long long share = total_ == 0 || done_ > total_ ? 100 : 100 * done_ / total_;
-  const auto filled = static_cast<int>(share * kBarWidth / 100);
-  const int empty = static_cast<int>(kBarWidth) - filled;
-  std::fprintf(stderr, "\rkvtm: %s: %-8s [%.*s%*s] %3llu%%", command_, what_, filled,
-               "########################################", empty, "", share);
+  // The line's other parts, and a column that is left free: a full line would wrap.
+  const auto others = static_cast<int>(std::strlen(command_)) + 24;
+  const int width = std::min(kWidestBar, TerminalColumns() - others);
+  if (width < kNarrowestBar) {
+    std::fprintf(stderr, "\r%.*s %3llu%%", std::max(TerminalColumns() - 6, 0), what_, share);
+  } else {
+    const int filled = static_cast<int>(share) * width / 100;
+    std::fprintf(stderr, "\rkvtm: %s: %-8s [%s%*s] %3llu%%", command_, what_,
+                 std::string(static_cast<std::size_t>(filled), '#').c_str(), width - filled, "",
+                 share);
+  }
   std::fflush(stderr);
   drawn_ = true;
 }

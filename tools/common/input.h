@@ -24,9 +24,11 @@ class InputFile {
 };
 
 std::string ReadWhole(const std::string& name);
+// The same without the byte order mark that a UTF-8 file may begin with.
+std::string ReadText(const std::string& name);
 
 // A line on stderr that says how far long work is, drawn only when stderr is a terminal and the
-// work is long enough to wait for.
+// work is long enough to wait for. It fits the terminal, whatever its width.
 class Progress {
  public:
   explicit Progress(const char* command);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <new>
+#include <sstream>
 
 #include "failure.h"
+#include "input.h"
 #include "nearest.h"
 
 namespace {
@@ -89,6 +91,44 @@ void Help(const Program& program, const std::vector<std::string>& words) {
   }
 }
 
+// Where messages say they come from: the program and the command, and the line under --lines.
+std::string origin;
+unsigned lineNumber = 0;
+
+std::string Where() {
+  return lineNumber == 0 ? origin : origin + "line " + std::to_string(lineNumber) + ": ";
+}
+
+std::vector<std::string> SplitAtTabs(const std::string& line) {
+  std::vector<std::string> operands;
+  std::size_t start = 0;
+  for (std::size_t tab; (tab = line.find('\t', start)) != std::string::npos; start = tab + 1) {
+    operands.push_back(line.substr(start, tab - start));
+  }
+  operands.push_back(line.substr(start));
+  return operands;
+}
+
+// Runs the command once for each line of a file, whose tabs part operands. What cannot be used is
+// reported with its number, and the rest goes on.
+int RunLines(const Command& command, const Arguments& arguments) {
+  std::istringstream lines(ReadText(arguments.Value("lines")));
+  int exitStatus = kExitGood;
+  for (std::string line; std::getline(lines, line);) {
+    ++lineNumber;
+    if (line.ends_with('\r')) line.pop_back();
+    try {
+      exitStatus = std::max(exitStatus, command.run(arguments.With(SplitAtTabs(line))));
+    } catch (const Failure& failure) {
+      if (failure.exitStatus != kExitBadValue) throw;
+      Note(failure.what);
+      exitStatus = kExitBadValue;
+    }
+  }
+  lineNumber = 0;
+  return exitStatus;
+}
+
 int Run(const Program& program, const std::vector<std::string>& words) {
   if (words.empty()) {
     FailUsage(std::string("no command given; see ") + program.name + " --help");
@@ -100,7 +140,10 @@ int Run(const Program& program, const std::vector<std::string>& words) {
     Help(program, rest);
   } else {
     const Command& command = CommandNamed(program, words[0]);
-    if (!AsksForHelp(rest)) return command.run(Arguments(rest, command, program.options));
+    if (!AsksForHelp(rest)) {
+      const Arguments arguments(rest, command, program.options);
+      return arguments.Has("lines") ? RunLines(command, arguments) : command.run(arguments);
+    }
     Print(HelpText(program, command));
   }
   return kExitGood;
@@ -154,8 +197,8 @@ std::string HelpText(const Program& program, const Command& command) {
 
 int RunProgram(const Program& program, int argc, char** argv) {
   const std::vector<std::string> words(argv + 1, argv + argc);
-  std::string where = std::string(program.name) + ": ";
-  if (!words.empty() && program.Find(words[0]) != nullptr) where += words[0] + ": ";
+  origin = std::string(program.name) + ": ";
+  if (!words.empty() && program.Find(words[0]) != nullptr) origin += words[0] + ": ";
   int exitStatus = kExitGood;
   std::string error;
   try {
@@ -171,8 +214,12 @@ int RunProgram(const Program& program, int argc, char** argv) {
     exitStatus = kExitBadValue;
     if (error.empty()) error = "the output could not be written";
   }
-  if (!error.empty()) std::fprintf(stderr, "%s%s\n", where.c_str(), error.c_str());
+  if (!error.empty()) Note(error);
   return exitStatus;
+}
+
+void Note(const std::string& text) {
+  std::fprintf(stderr, "%s%s\n", Where().c_str(), text.c_str());
 }
 
 void Print(const std::string& text) {

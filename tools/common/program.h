@@ -19,7 +19,9 @@ struct Command {
   // What the help says below the synopsis, examples included. Paragraphs end with an empty line;
   // indented lines are shown as they are.
   const char* help;
-  const char* options;  // names of the options it takes, separated by blanks
+  // Names of the options it takes, separated by blanks. With "lines" among them the command can be
+  // run once for each line of a file.
+  const char* options;
   std::size_t leastOperands;
   std::size_t mostOperands;
   int (*run)(const Arguments& arguments);  // the exit status; fails by throwing a Failure
@@ -60,6 +62,9 @@ std::string HelpText(const Program& program, const Command& command);
 std::string ManPage(const Program& program);
 // `shell` is bash or zsh; anything else fails (usage).
 std::string Completion(const Program& program, const std::string& shell);
+
+// A line on stderr about what went well but is worth knowing: "NAME: COMMAND: line N: text".
+void Note(const std::string& text);
 
 // To stdout; fails when it cannot be written.
 void Print(const std::string& text);

@@ -1,146 +1,29 @@
 #include "values.h"
 
 #include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 
 #include "catalogue.h"
+#include "escape.h"
 #include "failure.h"
+#include "families.h"
 #include "numbers.h"
+#include "report.h"
+#include "stored.h"
 
 namespace {
 
 constexpr unsigned char kMemoryForm = 8;
 // For dates: a component of -1 is an ordinary number here, not a wildcard.
 constexpr unsigned short kExactCompare = 0x10;
-
-// How values of a row are written as text.
-enum class TextKind {
-  kCharacter,  // one printable character, or 0xNN
-  kInteger,    // a whole number within a range
-  kFloat,
-  kDouble,
-  kBoolean,      // TRUE or FALSE
-  kString,       // the text itself
-  kPlainString,  // the text itself, in the default 8-bit code set
-  kBlob,         // hex
-  kPattern,      // a print format of the row
-};
-
-struct TextRule {
-  TextKind kind = TextKind::kPattern;
-  unsigned char width = 0;  // of the number; in a nullable row the null flag follows it
-  bool nullable = false;
-  long long least = 0;
-  unsigned long long greatest = 0;
-  // Formats that are tried in turn; the row's own comes after them.
-  std::vector<const char*> formats = {};
-  // What a value is shown in where that says all of it; else in the first of those that does.
-  const char* shown = nullptr;
-};
-
-template <typename Number>
-TextRule Whole(bool nullable = false) {
-  return {.kind = TextKind::kInteger,
-          .width = sizeof(Number),
-          .nullable = nullable,
-          .least = static_cast<long long>(std::numeric_limits<Number>::min()),
-          .greatest = static_cast<unsigned long long>(std::numeric_limits<Number>::max())};
-}
-
-constexpr const char* kDateTimeText = "%Y-%m-%dT%H:%M:%S";
-
-TextRule MakeRule(char id) {
-  switch (id) {
-    case Kv1B_T:
-    case KvU1B_T:
-      return {.kind = TextKind::kCharacter, .width = 1};
-    case KvNULL_1B_T:
-    case KvNULL_U1B_T:
-      return {.kind = TextKind::kCharacter, .width = 1, .nullable = true};
-    case Kv2B_T:
-      return Whole<o_2b>();
-    case KvU2B_T:
-      return Whole<o_u2b>();
-    case Kv4B_T:
-    case KvINT_T:
-    case KvENUM_T:
-      return Whole<o_4b>();
-    case KvU4B_T:
-    case KvUNSIGNED_T:
-    case KvBLOCKID_T:
-      return Whole<o_u4b>();
-    case Kv8B_T:
-    case KvINT64_T:
-      return Whole<o_8b>();
-    case KvU8B_T:
-      return Whole<o_u8b>();
-    case KvNULL_2B_T:
-      return Whole<o_2b>(true);
-    case KvNULL_U2B_T:
-      return Whole<o_u2b>(true);
-    case KvNULL_INT_T:
-    case KvNULL_4B_T:
-      return Whole<o_4b>(true);
-    case KvNULL_UNSIGNED_T:
-    case KvNULL_U4B_T:
-      return Whole<o_u4b>(true);
-    case KvNULL_KVINT64_T:
-    case KvNULL_8B_T:
-      return Whole<o_8b>(true);
-    case KvNULL_U8B_T:
-      return Whole<o_u8b>(true);
-    case KvSEAL_T:
-      return {.kind = TextKind::kInteger, .greatest = 0xFFFFFFFFFFFF};
-    case KvFLOAT_T:
-    case D_INTERVAL_T:
-      return {.kind = TextKind::kFloat, .width = 4};
-    case KvDOUBLE_T:
-      return {.kind = TextKind::kDouble, .width = 8};
-    case KvNULL_FLOAT_T:
-      return {.kind = TextKind::kFloat, .width = 4, .nullable = true};
-    case KvNULL_DOUBLE_T:
-      return {.kind = TextKind::kDouble, .width = 8, .nullable = true};
-    case KvBOOLEAN_T:
-      return {.kind = TextKind::kBoolean};
-    case KvSTRING_T:
-      return {.kind = TextKind::kString};
-    case KvISTRING_T:
-    case KvCASEISTRING_T:
-      return {.kind = TextKind::kPlainString};
-    case KvBLOB_T:
-      return {.kind = TextKind::kBlob};
-    case KvDATE_T:
-    case D_DATE_T:
-      return {.formats = {"%Y-%m-%d"}};
-    case KvTIME_T:
-      return {.formats = {"%H:%M:%S"}};
-    case KvDATIME_T:
-      return {.formats = {kDateTimeText, "%Y-%m-%d %H:%M:%S"}};
-    // Read with %f, a "*" for the seconds stands for their fraction too.
-    case D_TIME_T:
-      return {.formats = {"%H:%M:%f", "%H:%M:%S %N"}, .shown = "%H:%M:%S"};
-    case KvDATIME_N_T:
-    case D_TIMESTAMP_T:
-      return {.formats = {"%Y-%m-%dT%H:%M:%f", "%Y-%m-%d %H:%M:%f", "%Y-%m-%dT%H:%M:%S %N"},
-              .shown = kDateTimeText};
-    case KvTIMESPAN_T:
-      return {.formats = {"%J.%H:%M:%f", "%J.%H:%M:%S %N"}, .shown = "%J.%H:%M:%S"};
-    default:
-      return {};
-  }
-}
-
-const TextRule& RuleOf(char id) {
-  static const std::vector<TextRule> rules = [] {
-    std::vector<TextRule> all;
-    for (char each = 0; each < TypeCount(); ++each) all.push_back(MakeRule(each));
-    return all;
-  }();
-  return rules[static_cast<std::size_t>(id)];
-}
+// KvIString and KvCaseIString are laid out as Windows-1252, whatever their stored blocks say.
+constexpr unsigned char kPlainCodeSet = 2;
 
 const std::string& NullText() {
   static const std::string text = Utf8FromString(KvTypeMgr::GetNullPrintString());
@@ -151,40 +34,102 @@ const std::string& NullText() {
   FailValue(Quoted(text) + " is no " + TypeName(id) + " value" + reason);
 }
 
-void WriteNumber(const TextRule& rule, void* value, const void* number) {
-  std::memcpy(value, number, rule.width);
-  if (rule.nullable) static_cast<unsigned char*>(value)[rule.width] = 0;
+// The number, and that it is present where the type can be null.
+void WriteNumber(char id, void* value, const void* number) {
+  const TypeFacts& facts = FactsOf(id);
+  std::memcpy(value, number, facts.Width());
+  if (facts.IsNullableScalar()) static_cast<unsigned char*>(value)[facts.Width()] = 0;
 }
 
-void RequireNumber(NumberFault fault, char id, std::string_view text, const TextRule& rule) {
+void RequireNumber(NumberFault fault, char id, std::string_view text) {
   if (fault == NumberFault::kNotANumber) FailReading(id, text, ": not a number");
   if (fault == NumberFault::kNone) return;
-  if (rule.kind != TextKind::kInteger) FailReading(id, text, ": out of range");
-  FailReading(
-      id, text,
-      ": out of range, " + std::to_string(rule.least) + " to " + std::to_string(rule.greatest));
+  const TypeFacts& facts = FactsOf(id);
+  if (facts.kind == TextKind::kFloat || facts.kind == TextKind::kDouble) {
+    FailReading(id, text, ": out of range");
+  }
+  FailReading(id, text,
+              ": out of range, " + std::to_string(facts.Least()) + " to " +
+                  std::to_string(facts.Greatest()));
 }
 
-void ReadWhole(char id, void* value, std::string_view text, const TextRule& rule) {
+void ReadWhole(char id, void* value, std::string_view text) {
   std::string_view digits = text;
   if (id == KvBLOCKID_T && digits.starts_with('#')) digits.remove_prefix(1);
+  const TypeFacts& facts = FactsOf(id);
   unsigned long long bits = 0;
-  RequireNumber(ReadInteger(digits, rule.least, rule.greatest, bits), id, text, rule);
+  RequireNumber(ReadInteger(digits, facts.Least(), facts.Greatest(), bits), id, text);
   if (id == KvSEAL_T) return static_cast<KvSeal*>(value)->ConvertFrom(static_cast<o_8b>(bits));
-  WriteNumber(rule, value, &bits);  // the low bytes of the pattern come first in memory
+  if constexpr (std::endian::native == std::endian::big) {
+    bits <<= 64 - 8 * facts.Width();
+    if (facts.StoredFields().back().name == "high") bits = std::rotl(bits, 32);  // low word first
+  }
+  WriteNumber(id, value, &bits);
 }
 
-void ReadCharacter(char id, void* value, std::string_view text, const TextRule& rule) {
+constexpr std::string_view kNaNBits = "NaN(0x";
+
+// "NaN(0x7ff8000000000001)": a NaN by its bits. False when `text` is none such.
+bool ReadNaN(char id, void* value, std::string_view text) {
+  if (!text.starts_with(kNaNBits) || !text.ends_with(')')) return false;
+  const std::string_view digits = text.substr(kNaNBits.size(), text.size() - kNaNBits.size() - 1);
+  const unsigned width = FactsOf(id).Width();
+  unsigned long long bits = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), bits, 16);
+  const bool isNaN = width == 4 ? std::isnan(std::bit_cast<float>(static_cast<unsigned>(bits)))
+                                : std::isnan(std::bit_cast<double>(bits));
+  if (digits.size() != 2 * width || end != text.data() + text.size() - 1 || error != std::errc() ||
+      !isNaN) {
+    FailReading(id, text, ": these are not the bits of a NaN");
+  }
+  const auto narrow = static_cast<unsigned>(bits);
+  WriteNumber(id, value, width == 4 ? static_cast<const void*>(&narrow) : &bits);
+  return true;
+}
+
+// A NaN that is not the one that "NaN" reads as; empty for any other number.
+std::string NaNText(char id, const void* value) {
+  constexpr unsigned kPlainFloat = 0xFFC00000;
+  constexpr unsigned long long kPlainDouble = 0xFFF8000000000000;
+  char text[32] = "";
+  if (FactsOf(id).Width() == 4) {
+    unsigned bits = 0;
+    std::memcpy(&bits, value, sizeof bits);
+    if (std::isnan(std::bit_cast<float>(bits)) && bits != kPlainFloat) {
+      std::snprintf(text, sizeof text, "NaN(0x%08x)", bits);
+    }
+  } else {
+    unsigned long long bits = 0;
+    std::memcpy(&bits, value, sizeof bits);
+    if (std::isnan(std::bit_cast<double>(bits)) && bits != kPlainDouble) {
+      std::snprintf(text, sizeof text, "NaN(0x%016llx)", bits);
+    }
+  }
+  return text;
+}
+
+// A character as a number. A print format does not do it: unprintable ones have their own text.
+std::string ByteText(char id, const void* value) {
+  const auto byte = *static_cast<const unsigned char*>(value);
+  const bool isSigned = FactsOf(id).Least() < 0;
+  return std::to_string(isSigned ? static_cast<signed char>(byte) : byte);
+}
+
+void ReadCharacter(char id, void* value, std::string_view text, const ValueStyle& style) {
+  if (style.number) return ReadWhole(id, value, text);
   unsigned char byte = 0;
   if (text.size() == 1 && text[0] >= 0x20 && text[0] <= 0x7E) {
     byte = static_cast<unsigned char>(text[0]);
   } else {
     Bytes bytes;
     if (text.size() == 4 && text.starts_with("0x")) AppendHex(text.substr(2), bytes);
-    if (bytes.size() != 1) FailReading(id, text, ": neither one character nor a byte as 0xNN");
+    if (bytes.size() != 1) {
+      FailReading(id, text,
+                  ": neither one character nor a byte as 0xNN; --number takes it as a number");
+    }
     byte = bytes[0];
   }
-  WriteNumber(rule, value, &byte);
+  WriteNumber(id, value, &byte);
 }
 
 void ReadBoolean(char id, void* value, std::string_view text) {
@@ -239,55 +184,58 @@ bool IsWithin(int component, int least, int most) {
 }
 
 // A real date, or one that could be: with a wildcard in it.
-bool IsSensible(const KvDate& date) {
+bool IsReal(const KvDate& date) {
   if (date.IsDate()) return true;
   return (date.year == kWildcard || date.month == kWildcard || date.day == kWildcard) &&
          IsWithin(date.month, 1, 12) && IsWithin(date.day, 1, 31);
 }
 
-bool IsSensible(const KvTime& time) {
+bool IsReal(const KvTime& time) {
   return IsWithin(time.hour, 0, 23) && IsWithin(time.minute, 0, 59) && IsWithin(time.second, 0, 59);
 }
 
 // Its calendar has leap years that that of KvDate lacks.
-bool IsSensible(const d_Date& date) {
-  return IsSensible(
-             KvDate(date.year, static_cast<char>(date.month), static_cast<char>(date.day))) ||
+bool IsReal(const d_Date& date) {
+  return IsReal(KvDate(date.year, static_cast<char>(date.month), static_cast<char>(date.day))) ||
          (date.day >= 1 && date.day <= date.days_in_month());
 }
 
-bool IsSensible(const d_Time& time) {
-  return IsSensible(KvTime(static_cast<char>(time.hour), static_cast<char>(time.minute),
-                           static_cast<char>(time.second)));
+bool IsReal(const d_Time& time) {
+  return IsReal(KvTime(static_cast<char>(time.hour), static_cast<char>(time.minute),
+                       static_cast<char>(time.second)));
 }
+
+}  // namespace
 
 // The scanners take any number for a day or an hour; a user who writes 2023-02-29 mistyped.
 bool IsSensible(char id, const void* value) {
   switch (id) {
     case KvDATE_T:
-      return IsSensible(*static_cast<const KvDate*>(value));
+      return IsReal(*static_cast<const KvDate*>(value));
     case KvTIME_T:
-      return IsSensible(*static_cast<const KvTime*>(value));
+      return IsReal(*static_cast<const KvTime*>(value));
     case KvDATIME_T: {
       const auto& both = *static_cast<const KvDateTime*>(value);
-      return IsSensible(both.date) && IsSensible(both.time);
+      return IsReal(both.date) && IsReal(both.time);
     }
     case KvDATIME_N_T: {
       const auto& both = *static_cast<const KvDateTimeN*>(value);
-      return IsSensible(both.date) && IsSensible(both.time);
+      return IsReal(both.date) && IsReal(both.time);
     }
     case D_DATE_T:
-      return IsSensible(*static_cast<const d_Date*>(value));
+      return IsReal(*static_cast<const d_Date*>(value));
     case D_TIME_T:
-      return IsSensible(*static_cast<const d_Time*>(value));
+      return IsReal(*static_cast<const d_Time*>(value));
     case D_TIMESTAMP_T: {
       const auto& both = *static_cast<const d_Timestamp*>(value);
-      return IsSensible(both.date) && IsSensible(both.time);
+      return IsReal(both.date) && IsReal(both.time);
     }
     default:
       return true;
   }
 }
+
+namespace {
 
 // Reads by the row's scan handler. That reports nothing, so the value is printed again: what does
 // not come back the same was not read whole, or not in range.
@@ -298,10 +246,28 @@ bool ScansWhole(char id, void* value, std::string_view text, const char* format)
          Normalized(Printed(id, value, format)) == Normalized(text);
 }
 
+const std::vector<std::string>& OwnFormats(char id) {
+  static const std::vector<std::vector<std::string>> byId = [] {
+    std::vector<std::vector<std::string>> all;
+    for (char each = 0; each < TypeCount(); ++each) {
+      all.emplace_back();
+      std::string_view list = HasValues(each) ? FactsOf(each).formats : "";
+      while (!list.empty()) {
+        const std::size_t end = std::min(list.find('|'), list.size());
+        all.back().emplace_back(list.substr(0, end));
+        list.remove_prefix(std::min(end + 1, list.size()));
+      }
+    }
+    return all;
+  }();
+  return byId[static_cast<std::size_t>(id)];
+}
+
 // The formats to try for a value, the row's own (null) last.
 std::vector<const char*> FormatsOf(char id, const ValueStyle& style) {
   if (!style.format.empty()) return {style.format.c_str()};
-  std::vector<const char*> formats = RuleOf(id).formats;
+  std::vector<const char*> formats;
+  for (const std::string& format : OwnFormats(id)) formats.push_back(format.c_str());
   formats.push_back(nullptr);
   return formats;
 }
@@ -391,19 +357,30 @@ void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& 
   FailReading(id, text, std::string(": expected ") + format);
 }
 
-KvString StringOf(std::string_view text, const ValueStyle& style, const StringTraits& traits) {
-  return style.stringsAreBytes ? StringFromBytes(text, style.strings)
-                               : StringFromUtf8(text, traits);
-}
-
-void ReadString(char id, void* value, std::string_view text, const ValueStyle& style) {
+void ReadString(char id, void* value, std::string_view given, const ValueStyle& style) {
+  const std::string text = style.escapes ? Unescaped(given) : std::string(given);
+  StringTraits traits = style.strings;
+  if (id != KvSTRING_T) traits = {.codeSet = kPlainCodeSet, .language = {}};
+  KvString string =
+      style.stringsAreBytes ? StringFromBytes(text, style.strings) : StringFromUtf8(text, traits);
   if (id == KvSTRING_T) {
-    *static_cast<KvString*>(value) = StringOf(text, style, style.strings);
+    *static_cast<KvString*>(value) = string;
     return;
   }
-  KvString plain =
-      StringOf(text, style, {.codeSet = KvString::GetDefault8CodeSet(), .language = {}});
-  Types().ScanFromKvString(id, value, plain, nullptr, 1);
+  // The class keeps the bytes and no code set.
+  string.SetCodeSetCode(KvString::GetDefault8CodeSet());
+  Types().ScanFromKvString(id, value, string, nullptr, 1);
+}
+
+// A text as the command line has it: what would read back as something else is escaped.
+std::string StringText(char id, void* value, const ValueStyle& style) {
+  KvString text;
+  Types().PrintToKvString(id, text, value, nullptr, 1);
+  if (id != KvSTRING_T) text.SetCodeSetCode(kPlainCodeSet);
+  std::string utf8 = Utf8FromString(text);
+  if (!style.escapes) return utf8;
+  if (utf8 == NullText() && Types().SupportsNullValue(id)) return "\\x7b" + utf8.substr(1);
+  return Escaped(utf8, true);
 }
 
 void ReadBlob(void* value, std::string_view text) {
@@ -419,7 +396,9 @@ void ReadBlob(void* value, std::string_view text) {
 // or not.
 std::string PatternText(char id, void* value, const ValueStyle& style) {
   std::vector<const char*> formats = FormatsOf(id, style);
-  if (RuleOf(id).shown != nullptr) formats.insert(formats.begin(), RuleOf(id).shown);
+  if (*FactsOf(id).shown != '\0' && style.format.empty()) {
+    formats.insert(formats.begin(), FactsOf(id).shown);
+  }
   const std::string zone = ZoneText(id, value);
   ValueRun readBack(id, 1);
   std::string text;
@@ -445,26 +424,27 @@ ValueRun::~ValueRun() {
 }
 
 void ReadValue(char id, void* value, std::string_view text, const ValueStyle& style) {
-  const TextRule& rule = RuleOf(id);
   if (text == NullText() && Types().SupportsNullValue(id)) {
     Types().SetNullValue(id, value);
     return;
   }
   if (!style.format.empty()) return ReadPattern(id, value, text, style);
-  switch (rule.kind) {
+  switch (FactsOf(id).kind) {
     case TextKind::kCharacter:
-      return ReadCharacter(id, value, text, rule);
+      return ReadCharacter(id, value, text, style);
     case TextKind::kInteger:
-      return ReadWhole(id, value, text, rule);
+      return ReadWhole(id, value, text);
     case TextKind::kFloat: {
+      if (ReadNaN(id, value, text)) return;
       float number = 0;
-      RequireNumber(ReadFloat(text, number), id, text, rule);
-      return WriteNumber(rule, value, &number);
+      RequireNumber(ReadFloat(text, number), id, text);
+      return WriteNumber(id, value, &number);
     }
     case TextKind::kDouble: {
+      if (ReadNaN(id, value, text)) return;
       double number = 0;
-      RequireNumber(ReadDouble(text, number), id, text, rule);
-      return WriteNumber(rule, value, &number);
+      RequireNumber(ReadDouble(text, number), id, text);
+      return WriteNumber(id, value, &number);
     }
     case TextKind::kBoolean:
       return ReadBoolean(id, value, text);
@@ -487,42 +467,99 @@ std::unique_ptr<ValueRun> ReadValues(char id, const std::vector<std::string>& te
 
 std::string TextOf(char id, void* value, const ValueStyle& style) {
   if (Types().IsNullValue(id, value)) return NullText();
-  if (!style.format.empty()) return Printed(id, value, style.format.c_str());
-  switch (RuleOf(id).kind) {
+  if (!style.format.empty()) return Printable(Printed(id, value, style.format.c_str()));
+  switch (FactsOf(id).kind) {
+    case TextKind::kCharacter:
+      return style.number ? ByteText(id, value) : Printed(id, value, nullptr);
+    case TextKind::kString:
+    case TextKind::kPlainString:
+      return StringText(id, value, style);
     case TextKind::kBlob: {
       KvBlob& blob = *static_cast<KvBlob*>(value);
       return ToHex(blob.Seek(0, blob.Length()), static_cast<std::size_t>(blob.Length()));
     }
     case TextKind::kFloat:
+    case TextKind::kDouble:
+      if (const std::string nan = NaNText(id, value); !nan.empty()) return nan;
       // An interval prints as days, hours, minutes and seconds, without fractions.
       if (id == D_INTERVAL_T) return ShortestText(*static_cast<float*>(value));
       return Printed(id, value, nullptr);
     case TextKind::kPattern:
-      return PatternText(id, value, style);
+      return Printable(PatternText(id, value, style));
     default:
       return Printed(id, value, nullptr);
   }
 }
 
-Bytes StoredForm(const ValueRun& run, unsigned char order) {
-  // A bound on what the store function writes, which has no way to be asked.
-  std::size_t bound = 4;
-  for (unsigned i = 0; i < run.Count(); ++i) {
-    switch (RuleOf(run.Id()).kind) {
-      case TextKind::kString:
-      case TextKind::kPlainString:
-        bound += KvString::kMaximumBytes + 8;
-        break;
-      case TextKind::kBlob:
-        bound += 4 + static_cast<std::size_t>(static_cast<KvBlob*>(run.At(i))->Length());
-        break;
-      default:
-        bound += Types().DiskLenGet(run.Id(), nullptr, order, 1, 0);
-    }
+namespace {
+
+// A bound on what the store function writes of one value, which has no way to be asked.
+std::size_t StoredBound(char id, void* value) {
+  switch (FactsOf(id).kind) {
+    case TextKind::kString:
+    case TextKind::kPlainString:
+      return KvString::kMaximumBytes + 8;
+    case TextKind::kBlob:
+      return 4 + static_cast<std::size_t>(static_cast<KvBlob*>(value)->Length());
+    default:
+      return Types().DiskLenGet(id, nullptr, 0, 1, 0);
   }
+}
+
+Bytes StoredRange(const ValueRun& run, unsigned first, unsigned count, unsigned char order) {
+  std::size_t bound = 4;
+  for (unsigned i = first; i < first + count; ++i) bound += StoredBound(run.Id(), run.At(i));
   Bytes bytes(bound);
-  const unsigned written = Types().Store(run.Id(), bytes.data(), run.Data(), order, run.Count());
+  const unsigned written = Types().Store(run.Id(), bytes.data(), run.At(first), order, count);
   if (written == 0 || written > bound) FailValue(TypeName(run.Id()) + " values cannot be stored");
   bytes.resize(written);
   return bytes;
+}
+
+}  // namespace
+
+Bytes StoredForm(const ValueRun& run, unsigned char order) {
+  return StoredRange(run, 0, run.Count(), order);
+}
+
+Bytes StoredForm(const ValueRun& run, unsigned index, unsigned char order) {
+  return StoredRange(run, index, 1, order);
+}
+
+std::string JsonOf(char id, void* value, const ValueStyle& style) {
+  if (Types().IsNullValue(id, value)) return "null";
+  if (!style.format.empty()) return JsonText(TextOf(id, value, style));
+  ValueStyle plain = style;
+  plain.escapes = false;
+  const std::string text = TextOf(id, value, plain);
+  switch (FactsOf(id).kind) {
+    case TextKind::kInteger:
+      return text.starts_with('#') ? text.substr(1) : text;
+    case TextKind::kFloat:
+    case TextKind::kDouble:
+      return text.find_first_of("Nn") == std::string::npos ? text : JsonText(text);
+    case TextKind::kCharacter:
+      return style.number ? text : JsonText(text);
+    case TextKind::kBoolean:
+      return text == "TRUE" ? "true" : "false";
+    case TextKind::kString: {
+      const KvString& string = *static_cast<const KvString*>(value);
+      return "{\"text\": " + JsonText(text) +
+             ", \"codeSet\": " + std::to_string(string.GetCodeSet()) +
+             ", \"language\": " + std::to_string(string.GetLanguage()) + "}";
+    }
+    default:
+      return JsonText(text);
+  }
+}
+
+void LoadValue(char id, void* value, const Bytes& stored, unsigned char order) {
+  const StoredRun measured = MeasureStored(id, stored, order, 1);
+  if (measured.bytes < stored.size()) {
+    FailValue(std::to_string(stored.size() - measured.bytes) +
+              " bytes after the value, at offset " + std::to_string(measured.bytes));
+  }
+  if (Types().Load(id, value, stored.data(), order, 1) == 0) {
+    FailValue("these bytes do not load as " + TypeName(id));
+  }
 }

@@ -20,6 +20,8 @@ struct ValueStyle {
   std::string format;  // a format of the type, empty: kvtm's own choice
   StringTraits strings;
   bool stringsAreBytes = false;  // texts of strings are in their 8-bit code set, not in UTF-8
+  bool escapes = true;           // texts of strings have the escapes of escape.h
+  bool number = false;           // characters are written as numbers
 };
 
 // A run of values in memory form, made and freed by the type manager.
@@ -49,8 +51,22 @@ void ReadValue(char id, void* value, std::string_view text, const ValueStyle& st
 std::unique_ptr<ValueRun> ReadValues(char id, const std::vector<std::string>& texts,
                                      const ValueStyle& style);
 
-// The value's text, in UTF-8.
+// The value's text, in UTF-8, fit for a terminal: control characters are escaped. It reads back to
+// the value with the same style, but for print formats that leave something out.
 std::string TextOf(char id, void* value, const ValueStyle& style);
 
-// The stored form of a run.
+// The stored form of a run; fails (Failure) for more than 4 GiB.
 Bytes StoredForm(const ValueRun& run, unsigned char order);
+// The stored form of one of its values.
+Bytes StoredForm(const ValueRun& run, unsigned index, unsigned char order);
+
+// The value as JSON: null, a number, true or false, an object of text, code set and language for a
+// KvString, else its text. Infinities and NaNs are texts, as JSON has no such numbers.
+std::string JsonOf(char id, void* value, const ValueStyle& style);
+
+// One value from stored bytes, which must be that value and no more. Fails (Failure) otherwise.
+void LoadValue(char id, void* value, const Bytes& stored, unsigned char order);
+
+// Whether a calendar and a clock have what a date or time says, wildcards included; true for values
+// of other types.
+bool IsSensible(char id, const void* value);

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "failure.h"
+#include "input.h"
 #include "names.h"
 #include "numbers.h"
 
@@ -66,6 +67,7 @@ ValueStyle StyleOf(const Arguments& arguments) {
   style.format = arguments.Value("format");
   if (arguments.Has("codeset")) style.strings.codeSet = FindCodeSet(arguments.Value("codeset"));
   if (arguments.Has("language")) style.strings.language = FindLanguage(arguments.Value("language"));
+  style.number = arguments.Has("number");
   return style;
 }
 
@@ -85,60 +87,36 @@ unsigned short CompareOperationOf(const Arguments& arguments) {
   return static_cast<unsigned short>(operation);
 }
 
-namespace {
-
-// Characters of a UTF-8 text, which take one column each.
-std::size_t ColumnsOf(std::string_view utf8) {
-  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-  }));
-}
-
-}  // namespace
-
-void PrintTable(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths;
-  for (const std::vector<std::string>& row : rows) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], ColumnsOf(row[i]));
-  }
-  std::string table;
-  for (const std::vector<std::string>& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      table += row[i];
-      if (i + 1 < row.size()) table.append(widths[i] - ColumnsOf(row[i]) + 2, ' ');
-    }
-    table += '\n';
-  }
-  Print(table);
-}
-
-std::string JsonText(std::string_view utf8) {
-  std::string json = "\"";
-  const auto escape = [&](unsigned unit) {
-    char text[8];
-    std::snprintf(text, sizeof text, "\\u%04x", unit);
-    json += text;
-  };
-  for (std::size_t i = 0; i < utf8.size(); ++i) {
-    const char c = utf8[i];
-    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(utf8[at]); };
-    if (byte(i) == 0xED && i + 2 < utf8.size() && byte(i + 1) >= 0xA0) {
-      // A surrogate is a character like any other to a string, but no valid UTF-8.
-      escape(0xD000u | (byte(i + 1) & 0x3Fu) << 6 | (byte(i + 2) & 0x3Fu));
-      i += 2;
-    } else if (byte(i) < 0x20) {
-      escape(byte(i));
-    } else {
-      if (c == '"' || c == '\\') json += '\\';
-      json += c;
-    }
-  }
-  return json + "\"";
-}
-
 std::string Hex32(unsigned number) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%08x", number);
   return text;
+}
+
+Bytes BytesOfOperand(const std::string& operand) {
+  Bytes bytes;
+  AppendHexDump(operand == "-" ? ReadWhole("-") : operand, bytes);
+  return bytes;
+}
+
+bool AreStored(const Arguments& arguments) {
+  if (arguments.Has("order") && !arguments.Has("stored")) {
+    FailUsage("--order is of stored operands, which --stored says they are");
+  }
+  return arguments.Has("stored");
+}
+
+std::unique_ptr<ValueRun> ValuesOf(const Arguments& arguments, char id, std::size_t first) {
+  const std::vector<std::string> operands = arguments.From(first);
+  if (!AreStored(arguments)) return ReadValues(id, operands, StyleOf(arguments));
+  const unsigned char order = OrderOf(arguments);
+  auto run = std::make_unique<ValueRun>(id, static_cast<unsigned>(operands.size()));
+  for (unsigned i = 0; i < run->Count(); ++i) {
+    try {
+      LoadValue(id, run->At(i), BytesOfOperand(operands[i]), order);
+    } catch (const Failure& failure) {
+      throw Failure{failure.exitStatus, Quoted(operands[i]) + ": " + failure.what};
+    }
+  }
+  return run;
 }

@@ -1,7 +1,6 @@
 // kvtm convert: a text from one code set to another, in pieces, so that memory does not grow with
 // the file. A character that a piece cuts in two is carried over to the next piece.
 #include <array>
-#include <cstdio>
 
 #include "commands.h"
 #include "failure.h"
@@ -135,8 +134,8 @@ int RunConvert(const Arguments& arguments) {
   lost += encoder.Lost();
   progress.Clear();
   if (lost > 0) {
-    std::fprintf(stderr, "kvtm: convert: %llu characters that %s lacks became ?\n", lost,
-                 to.utf8 ? "a 16-bit text" : CodeSetName(to.codeSet).c_str());
+    Note(std::to_string(lost) + " characters that " +
+         (to.utf8 ? "a 16-bit text" : CodeSetName(to.codeSet)) + " lacks became ?");
   }
   return kExitGood;
 }

@@ -1,23 +1,23 @@
 // kvtm store, load and translate: values and their stored bytes.
 #include <cstdio>
-#include <sstream>
 #include <string>
 
 #include "catalogue.h"
 #include "commands.h"
 #include "failure.h"
-#include "input.h"
+#include "families.h"
 #include "stored.h"
 
 namespace {
 
 constexpr unsigned char kMemoryForm = 8;
 
-// The bytes of the operands from `first` on; "-" reads them from the standard input.
+// The bytes of the operands from `first` on.
 Bytes BytesOf(const Arguments& arguments, std::size_t first) {
   Bytes bytes;
   for (const std::string& operand : arguments.From(first)) {
-    AppendHex(operand == "-" ? ReadWhole("-") : operand, bytes);
+    const Bytes more = BytesOfOperand(operand);
+    bytes.insert(bytes.end(), more.begin(), more.end());
   }
   if (bytes.empty()) FailValue("there are no bytes in " + Quoted(arguments[first]));
   return bytes;
@@ -30,8 +30,8 @@ unsigned CountOf(const Arguments& arguments) {
 
 void NoteRest(const char* command, std::size_t given, std::size_t used, unsigned count) {
   if (given <= used) return;
-  std::fprintf(stderr, "kvtm: %s: %zu more bytes follow the %u values asked for\n", command,
-               given - used, count);
+  std::fprintf(stderr, "kvtm: %s: %zu more bytes follow the %u values asked for, from offset %zu\n",
+               command, given - used, count, used);
 }
 
 // A format byte: a number, or "memory", "stored", "reversed".
@@ -41,7 +41,14 @@ unsigned char FormOf(const Arguments& arguments, const std::string& option) {
   if (text == "memory") return kMemoryForm;
   if (text == "stored") return 0;
   if (text == "reversed") return 2;
-  return static_cast<unsigned char>(arguments.Number(option, 0, kMemoryForm, 0));
+  if (text == "little") return 0;
+  if (text == "big") return 2;
+  const unsigned form = arguments.Number(option, 0, kMemoryForm, 0);
+  if (form > 2 && form != kMemoryForm) {
+    FailUsage("--" + option + " " + Quoted(text) +
+              " is none of memory (8), stored (0), reversed (2)");
+  }
+  return static_cast<unsigned char>(form);
 }
 
 // How many values of a fixed row `bytes` hold in form `form`.
@@ -61,28 +68,41 @@ std::size_t SizeInForm(char id, unsigned char form, unsigned count) {
                                                    : Types().DiskLenGet(id, anything, form, 1, 0));
 }
 
-// Reads one run and writes its values.
-void LoadRun(const Arguments& arguments, const Bytes& bytes) {
-  const char id = FindValueType(arguments[0]);
-  const unsigned char order = OrderOf(arguments);
-  const ValueStyle style = StyleOf(arguments);
-  const StoredRun measured = MeasureStored(id, bytes, order, CountOf(arguments));
-  ValueRun run(id, measured.count);
-  if (Types().Load(id, run.Data(), bytes.data(), order, measured.count) == 0) {
-    FailValue("these bytes do not load as " + TypeName(id));
+// A digit is a character like any other, which is seldom what was meant.
+void NoteDigit(const ValueRun& run, const Arguments& arguments, const ValueStyle& style) {
+  static bool noted = false;
+  if (noted || FactsOf(run.Id()).kind != TextKind::kCharacter || style.number) return;
+  for (const std::string& text : arguments.From(1)) {
+    if (text.size() != 1 || text[0] < '0' || text[0] > '9') continue;
+    std::fprintf(stderr, "kvtm: store: '%c' is taken as a character; --number takes numbers\n",
+                 text[0]);
+    noted = true;
+    return;
   }
-  std::string json;
-  for (unsigned i = 0; i < run.Count(); ++i) {
-    const std::string text = TextOf(id, run.At(i), style);
-    if (!arguments.Has("json")) {
-      Print(Printable(text) + "\n");
-    } else {
-      const bool isNull = Types().IsNullValue(id, run.At(i)) != 0;
-      json += (json.empty() ? "" : ", ") + (isNull ? "null" : JsonText(text));
-    }
+}
+
+// What a reader of the value alone would not see.
+void NoteOddities(char id, const Bytes& bytes) {
+  if (id != KvBOOLEAN_T) return;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (bytes[i] <= 1 || bytes[i] == 0xFF) continue;
+    std::fprintf(stderr,
+                 "kvtm: load: byte 0x%02x at offset %zu counts as true and prints as FALSE: only 1 "
+                 "prints as TRUE\n",
+                 bytes[i], i);
+    return;
   }
-  if (arguments.Has("json")) Print("[" + json + "]\n");
-  NoteRest("load", bytes.size(), measured.bytes, measured.count);
+}
+
+void PrintBytes(const Bytes& bytes, Output output) {
+  if (output == Output::kText) return Print(ToHex(bytes) + "\n");
+  PrintCard(
+      {{"bytes", "count"}, {{TextCell(ToHex(bytes)), NumberCell(std::to_string(bytes.size()))}}},
+      output);
+}
+
+[[noreturn]] void FailTranslate(char id) {
+  FailValue("these bytes do not translate as " + TypeName(id));
 }
 
 }  // namespace
@@ -90,35 +110,41 @@ void LoadRun(const Arguments& arguments, const Bytes& bytes) {
 int RunStore(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
   const unsigned char order = OrderOf(arguments);
-  const auto run = ReadValues(id, arguments.From(1), StyleOf(arguments));
-  Print(ToHex(StoredForm(*run, order)) + "\n");
+  const ValueStyle style = StyleOf(arguments);
+  const auto run = ReadValues(id, arguments.From(1), style);
+  PrintBytes(StoredForm(*run, order), OutputOf(arguments));
+  NoteDigit(*run, arguments, style);
   return kExitGood;
 }
 
 int RunLoad(const Arguments& arguments) {
-  if (!arguments.Has("lines")) {
-    if (arguments.Count() < 2) FailUsage("an operand is missing");
-    LoadRun(arguments, BytesOf(arguments, 1));
-    return kExitGood;
+  const char id = FindValueType(arguments[0]);
+  const unsigned char order = OrderOf(arguments);
+  const ValueStyle style = StyleOf(arguments);
+  const Output output = OutputOf(arguments);
+  const Bytes bytes = BytesOf(arguments, 1);
+  const StoredRun measured = MeasureStored(id, bytes, order, CountOf(arguments));
+  ValueRun run(id, measured.count);
+  if (Types().Load(id, run.Data(), bytes.data(), order, measured.count) == 0) {
+    FailValue("these bytes do not load as " + TypeName(id));
   }
-  if (arguments.Count() != 1) FailUsage("--lines takes the place of HEX");
-  std::istringstream lines(ReadWhole(arguments.Value("lines")));
-  int exitStatus = kExitGood;
-  unsigned number = 0;
-  for (std::string line; std::getline(lines, line);) {
-    ++number;
-    try {
-      Bytes bytes;
-      AppendHex(line, bytes);
-      if (bytes.empty()) FailValue("there are no bytes");
-      LoadRun(arguments, bytes);
-    } catch (const Failure& failure) {
-      if (failure.exitStatus != kExitBadValue) throw;
-      std::fprintf(stderr, "kvtm: load: line %u: %s\n", number, failure.what.c_str());
-      exitStatus = kExitBadValue;
+  std::string json;
+  Table table{{"value"}, {}};
+  for (unsigned i = 0; i < run.Count(); ++i) {
+    if (output == Output::kText) {
+      Print(TextOf(id, run.At(i), style) + "\n");
+    } else if (output == Output::kJson) {
+      json += (json.empty() ? "" : ", ") + JsonOf(id, run.At(i), style);
+    } else {
+      table.rows.push_back({TextCell(TextOf(id, run.At(i), style))});
     }
   }
-  return exitStatus;
+  if (output == Output::kJson) Print("[" + json + "]\n");
+  if (output == Output::kCsv) PrintTable(table, output);
+  NoteOddities(id,
+               Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(measured.bytes)));
+  NoteRest("load", bytes.size(), measured.bytes, measured.count);
+  return kExitGood;
 }
 
 int RunTranslate(const Arguments& arguments) {
@@ -130,16 +156,26 @@ int RunTranslate(const Arguments& arguments) {
   if (!Types().IsFixed(id) && anyMemory) {
     FailUsage("the memory form of " + TypeName(id) + " holds a pointer and has no hex");
   }
+  const Output output = OutputOf(arguments);
   const unsigned count = MeasureForm(id, bytes, from, CountOf(arguments));
+  if (!anyMemory && arguments.Has("reorder")) {
+    ValueRun run(id, count);
+    if (Types().Load(id, run.Data(), bytes.data(), from, count) == 0) FailTranslate(id);
+    PrintBytes(StoredForm(run, to), output);
+    return kExitGood;
+  }
   Bytes translated(Types().IsFixed(id) ? SizeInForm(id, to, count) : bytes.size());
-  // From stored to stored the library copies and never reorders; what a user wants reordered goes
-  // through the memory form.
   const unsigned written =
       Types().Translate(id, translated.data(), to, static_cast<unsigned>(translated.size()),
                         bytes.data(), from, static_cast<unsigned>(bytes.size()), count);
-  if (written == 0) FailValue("these bytes do not translate as " + TypeName(id));
+  if (written == 0) FailTranslate(id);
   // Into memory form the operation counts the stored bytes that it read.
   if (to != kMemoryForm) translated.resize(written);
-  Print(ToHex(translated) + "\n");
+  PrintBytes(translated, output);
+  if (!anyMemory && from != to) {
+    std::fputs(
+        "kvtm: translate: from stored to stored the bytes are copied; --reorder turns them\n",
+        stderr);
+  }
   return kExitGood;
 }

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr unsigned char kMemoryForm = 8;
-constexpr unsigned char kStoredForm = 0;
 constexpr std::size_t kLongestBound = 255;  // a bound's length field has 8 bits
 
 unsigned short PredicateOf(const std::string& text) {
@@ -24,9 +23,10 @@ unsigned short PredicateOf(const std::string& text) {
   FailUsage("unknown predicate " + Quoted(text) + "; it is one of < <= = >= >");
 }
 
-// A bound in stored form; the fields of KvIdxBounds only borrow it.
-Bytes BoundOf(char id, const std::string& text, const ValueStyle& style) {
-  Bytes stored = StoredForm(*ReadValues(id, {text}, style), kStoredForm);
+// A bound in the order that the constant is in; the fields of KvIdxBounds only borrow it.
+Bytes BoundOf(const ValueRun& values, unsigned index, unsigned char order,
+              const std::string& text) {
+  Bytes stored = StoredForm(values, index, order);
   if (stored.size() > kLongestBound) {
     FailValue(Quoted(text) + " takes " + std::to_string(stored.size()) +
               " stored bytes, a bound has 255 at most");
@@ -34,13 +34,13 @@ Bytes BoundOf(char id, const std::string& text, const ValueStyle& style) {
   return stored;
 }
 
-std::string StoredText(char id, const unsigned char* stored, std::size_t length,
-                       const ValueStyle& style) {
-  const Bytes bytes(stored, stored + length);
-  MeasureStored(id, bytes, kStoredForm, 1);
+// A bound as text, as JSON, and in stored form where the operands were.
+Cell BoundCell(char id, const Bytes& stored, const Arguments& arguments) {
+  const ValueStyle style = StyleOf(arguments);
   ValueRun run(id, 1);
-  Types().Load(id, run.Data(), bytes.data(), kStoredForm, 1);
-  return Printable(TextOf(id, run.Data(), style));
+  LoadValue(id, run.Data(), stored, OrderOf(arguments));
+  if (arguments.Has("stored")) return TextCell(ToHex(stored));
+  return {TextOf(id, run.Data(), style), JsonOf(id, run.Data(), style)};
 }
 
 // The one unit of a one-character text.
@@ -66,82 +66,134 @@ std::string OrderInWords(unsigned short order, unsigned char language) {
 
 int RunCompare(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
-  const auto pair = ReadValues(id, arguments.From(1), StyleOf(arguments));
-  const int order =
-      Types().Cmp(id, pair->At(0), pair->At(1), CompareOperationOf(arguments), 1, kMemoryForm);
-  Print(order < 0 ? "-1\n" : order > 0 ? "1\n" : "0\n");
+  const unsigned short operation = CompareOperationOf(arguments);
+  const auto pair = ValuesOf(arguments, id, 1);
+  int order = 0;
+  if (AreStored(arguments)) {
+    // As an index does it, on the bytes themselves.
+    Bytes a = BytesOfOperand(arguments[1]);
+    Bytes b = BytesOfOperand(arguments[2]);
+    int status = 0;
+    order =
+        Types().Cmp(id, static_cast<unsigned>(a.size()), a.data(), static_cast<unsigned>(b.size()),
+                    b.data(), operation, 1, OrderOf(arguments), status);
+    if (status != kvOk) FailValue("comparing ended with status " + std::to_string(status));
+  } else {
+    order = Types().Cmp(id, pair->At(0), pair->At(1), operation, 1, kMemoryForm);
+  }
+  const std::string text = std::to_string((order > 0) - (order < 0));
+  const Output output = OutputOf(arguments);
+  if (output == Output::kText) {
+    Print(text + "\n");
+  } else {
+    PrintCard({{"order"}, {{NumberCell(text)}}}, output);
+  }
   return kExitGood;
 }
 
 int RunHash(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
-  const auto run = ReadValues(id, arguments.From(1), StyleOf(arguments));
+  const auto run = ValuesOf(arguments, id, 1);
   int status = 0;
   const unsigned hash = Types().Hash(id, 0, run->Data(), run->Count(), kMemoryForm, status);
   if (status != kvOk) FailValue("hashing ended with status " + std::to_string(status));
-  Print(Hex32(hash) + "\n");
+  const Output output = OutputOf(arguments);
+  if (output == Output::kText) {
+    Print(Hex32(hash) + "\n");
+  } else {
+    PrintCard({{"hash"}, {{NumberCell(std::to_string(hash))}}}, output);
+  }
   return kExitGood;
 }
 
 int RunBounds(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
-  const ValueStyle style = StyleOf(arguments);
+  const unsigned char order = OrderOf(arguments);
   unsigned short predicate = PredicateOf(arguments[1]);
-  Bytes constant = BoundOf(id, arguments[2], style);
-  Bytes low = BoundOf(id, arguments[3], style);
-  Bytes high = BoundOf(id, arguments[4], style);
+  const auto values = ValuesOf(arguments, id, 2);
+  Bytes constant = BoundOf(*values, 0, order, arguments[2]);
+  Bytes low = BoundOf(*values, 1, order, arguments[3]);
+  Bytes high = BoundOf(*values, 2, order, arguments[4]);
   KvIdxBounds range{low.data(), high.data(), static_cast<unsigned char>(low.size()),
                     static_cast<unsigned char>(high.size())};
   KvIdxBounds narrowed;
-  const float fraction = Types().EvalAndBound(id, &range, predicate, constant.data(), kStoredForm,
-                                              1, &narrowed, nullptr);
-  const auto side = [&](const unsigned char* bound, std::size_t length, const std::string& given) {
-    return bound != nullptr ? StoredText(id, bound, length, style) + "  (new)" : Printable(given);
+  const float fraction =
+      Types().EvalAndBound(id, &range, predicate, constant.data(), order, 1, &narrowed, nullptr);
+  const auto side = [&](unsigned char* bound, std::size_t length, const Bytes& given) {
+    const Bytes stored = bound != nullptr ? Bytes(bound, bound + length) : given;
+    std::free(bound);
+    return BoundCell(id, stored, arguments);
   };
-  PrintTable({{"fraction", ShortestText(fraction)},
-              {"lower", side(narrowed.lower, narrowed.lowerLength, arguments[3])},
-              {"upper", side(narrowed.upper, narrowed.upperLength, arguments[4])}});
-  std::free(narrowed.lower);
-  std::free(narrowed.upper);
+  const bool newLower = narrowed.lower != nullptr;
+  const bool newUpper = narrowed.upper != nullptr;
+  Cell lower = side(narrowed.lower, narrowed.lowerLength, low);
+  Cell upper = side(narrowed.upper, narrowed.upperLength, high);
+  const Output output = OutputOf(arguments);
+  if (output == Output::kText) {
+    lower.text += newLower ? "  (new)" : "";
+    upper.text += newUpper ? "  (new)" : "";
+    Print(Aligned(
+        {{"fraction", ShortestText(fraction)}, {"lower", lower.text}, {"upper", upper.text}}));
+    return kExitGood;
+  }
+  const auto truth = [](bool holds) {
+    return Cell{holds ? "yes" : "no", holds ? "true" : "false"};
+  };
+  PrintCard(
+      {{"fraction", "lower", "lowerIsNew", "upper", "upperIsNew"},
+       {{NumberCell(ShortestText(fraction)), lower, truth(newLower), upper, truth(newUpper)}}},
+      output);
   return kExitGood;
 }
 
 int RunStep(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
   const ValueStyle style = StyleOf(arguments);
-  const auto run = ReadValues(id, arguments.From(1), style);
-  const int status = Types().GetValue(id, run->Data(), Types().MemLenGet(id, 1), kMemoryForm, 'M');
-  if (status == kvOverflow) {
-    FailValue(Quoted(arguments[1]) + " is the last " + TypeName(id) + " value");
+  const auto run = ValuesOf(arguments, id, 1);
+  const Output output = OutputOf(arguments);
+  for (unsigned i = 0; i < run->Count(); ++i) {
+    const std::string& given = arguments[i + 1];
+    const int status = Types().GetValue(id, run->At(i), Types().MemLenGet(id, 1), kMemoryForm, 'M');
+    if (status == kvOverflow) {
+      FailValue(Quoted(given) + " is the last " + TypeName(id) + " value");
+    }
+    if (status != kvOk) FailValue(Quoted(given) + " has no successor as " + TypeName(id));
+    Cell next{TextOf(id, run->At(i), style), JsonOf(id, run->At(i), style)};
+    if (arguments.Has("stored")) next = TextCell(ToHex(StoredForm(*run, i, OrderOf(arguments))));
+    if (output == Output::kText) {
+      Print(next.text + "\n");
+    } else {
+      PrintCard({{"next"}, {{next}}}, output);
+    }
   }
-  if (status != kvOk) FailValue(Quoted(arguments[1]) + " has no successor as " + TypeName(id));
-  Print(Printable(TextOf(id, run->Data(), style)) + "\n");
   return kExitGood;
 }
 
 int RunOrder(const Arguments& arguments) {
   const KvString text = StringFromUtf8(arguments[0], StyleOf(arguments).strings);
   const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
-  std::vector<std::vector<std::string>> rows;
+  Table table{{"character", "order", "meaning"}, {}};
   for (unsigned short i = 0; i < text.Len(); ++i) {
     const KvString one = text.Copy(i, 1);
-    std::string character = Printable(Utf8FromString(one));
+    std::string character = Utf8FromString(one);
     const KvCollationOrders orders = codeSet.Orders(UnitOf(one), text.GetLanguage());
     for (const unsigned short order : {orders.first, orders.second}) {
       if (order == 0) continue;
-      rows.push_back({character, Hex16(order), OrderInWords(order, text.GetLanguage())});
+      table.rows.push_back({{Printable(character), JsonText(character)},
+                            TextCell(Hex16(order)),
+                            TextCell(OrderInWords(order, text.GetLanguage()))});
       character.clear();
     }
   }
-  if (!arguments.Has("json")) {
-    PrintTable(rows);
+  const Output output = OutputOf(arguments);
+  if (output != Output::kText) {
+    PrintJsonOrCsv(table, output);
     return kExitGood;
   }
-  std::string json;
-  for (const std::vector<std::string>& row : rows) {
-    json += (json.empty() ? "" : ", ") + std::string("{\"character\": ") + JsonText(row[0]) +
-            ", \"order\": " + JsonText(row[1]) + ", \"meaning\": " + JsonText(row[2]) + "}";
+  std::vector<std::vector<std::string>> rows;
+  for (const std::vector<Cell>& row : table.rows) {
+    rows.push_back({row[0].text, row[1].text, row[2].text});
   }
-  Print("[" + json + "]\n");
+  Print(Aligned(rows));
   return kExitGood;
 }

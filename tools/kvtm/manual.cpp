@@ -19,7 +19,22 @@ const std::vector<Option> kOptions = {
      "compare operation, by names with commas between them or as bits added\n"
      "up: exact 0x10 (no wildcards), ignore-case 0x20, ignore-accents 0x40,\n"
      "skip-spaces 0x80, key-order 0x100, ignore-extension 0x200"},
-    {"lines", "FILE", "read each line of FILE as a run of its own; - is the standard input"},
+    {"reorder", nullptr, "turn the bytes of each field where both forms are stored ones"},
+    {"stored", nullptr,
+     "operands are stored bytes in hex, one value each, in the order of --order"},
+    {"at", "N", "begin at this offset"},
+    {"repeat", nullptr, "read records to the end of the bytes"},
+    {"raw", nullptr, "the file holds the bytes themselves, not hex"},
+    {"remarked", nullptr, "show only fields with remarks"},
+    {"reverse", nullptr, "the greatest first", 'r'},
+    {"unique", nullptr, "of lines with equal values, the first alone", 'u'},
+    {"key", "COLUMN",
+     "sort by this column of lines in CSV, or parted by tabs: its number, 1 the\n"
+     "first, or its name in the first line",
+     'k'},
+    {"lines", "FILE",
+     "run the command once for each line of FILE, whose tabs part operands;\n"
+     "- is the standard input"},
     {"format", "FORMAT", "print and read values in this format of the type, not in kvtm's"},
     {"codeset", "CS",
      "code set of string values, by number or name (default: 1, ISO 8859-1,\n"
@@ -27,15 +42,20 @@ const std::vector<Option> kOptions = {
     {"language", "LANGUAGE",
      "language of string values, by number, English name or ISO code\n"
      "(default: 1, English)"},
-    {"json", nullptr, "write JSON, for programs to read"},
+    {"number", nullptr, "o_char and o_u1b values are numbers, not characters"},
+    {"json", nullptr, "write JSON, for programs to read, one value a run"},
+    {"csv", nullptr, "write CSV with a header"},
     {"help", nullptr, "show the help of the command"},
 };
 
 const std::vector<Command> kCommands = {
-    {"types", "", "list the catalogue of value types",
+    {"types", "[TYPE...]", "list the catalogue of value types, or tell all about some",
      R"(Lists every type: its id, its type name and type id name (either serves as TYPE, as does
 the id), the bytes of a value in memory and stored, whether it can be null, and the
 format that it prints in by default.
+
+With TYPE, a card: the fields with their places in memory and stored, range, null, default,
+the value of zero bytes, an example with its bytes in both orders, and the format.
 
 Examples:
   $ kvtm types | head -n 4
@@ -44,13 +64,15 @@ Examples:
   1   o_2b             Kv2B_T             2       2       no    %hd
   2   o_4b             Kv4B_T             4       4       no    %ld
 )",
-     "json", 0, 0, RunTypes},
-    {"describe", "", "tell which library this is",
+     "json csv", 0, kAnyNumber, RunTypes},
+    {"describe", "[TYPE...]", "tell which library this is",
      R"(Shows what the type manager says of itself: names, version, build, the compiler, the
 format version of the process's type manager, and the width of a pointer (the size in
 memory of strings and blobs depends on it, stored bytes never do).
+
+With TYPE it does what kvtm types TYPE does.
 )",
-     "json", 0, 0, RunDescribe},
+     "json csv", 0, kAnyNumber, RunDescribe},
     {"store", "TYPE VALUE...", "write values as stored bytes, in hex",
      R"(Writes the stored form of the values, one run of bytes as an index or a record holds it.
 
@@ -62,17 +84,16 @@ Examples:
   $ kvtm store KvSTRING_T Straße
   0a00010153747261df6500ff
 )",
-     "order format codeset language", 2, kAnyNumber, RunStore},
+     "order format codeset language number lines json csv", 2, kAnyNumber, RunStore},
     {"load", "TYPE HEX...", "read stored bytes, one value a line",
      R"(Reads a run of stored values and writes one a line. HEX may be split by blanks and over
 several operands; - reads it from the standard input. Without --count the bytes must end
 with a value; with it, bytes that follow are reported on stderr.
 
-With --lines each line of a file is a run; one that cannot be read is reported with its
-number, and the rest goes on.
-
 The bytes are measured by the type's own length fields before anything trusts them: a run
 that would be read past its end is an error. Control characters show as \xNN.
+A byte of a KvBoolean that is neither 0, 1 nor 255 is remarked on: it counts as true and
+prints as FALSE, because only 1 prints as TRUE.
 
 Examples:
   $ kvtm load Kv2B_T --order 2 0001 0002 ffff
@@ -84,31 +105,81 @@ Examples:
   $ kvtm load Kv4B_T 010000
   kvtm: load: 3 bytes are no whole number of o_4b values, which take 4 each
 )",
-     "order count format json lines", 1, kAnyNumber, RunLoad},
+     "order count format number lines json csv", 2, kAnyNumber, RunLoad},
+    {"record", "SCHEMA [HEX...|FILE]", "read stored records field by field",
+     R"(Reads stored records by a schema and writes a line a field: its offset, bytes, name, type,
+value, and remarks on what is odd: no such date, what it would be in the other byte order,
+a code set or language that is not the schema's, the old form of strings, a damaged mark.
+At the first byte that fits no rule it stops, and says which.
+
+SCHEMA is fields with commas between them: name:TYPE, name:KvString/LANGUAGE for a language
+other than English, name:TYPE[N] for a run of N values.
+
+HEX is a record in hex digits; anything else is a FILE of hex, or of lines as xxd and
+hexdump -C write them; --raw reads a file's bytes as they are. - is the standard input.
+Without --count or --repeat one record is read, and stderr says where more bytes follow.
+
+On a terminal, fields have colours, and fields with remarks are red; not with NO_COLOR set.
+
+Examples:
+  $ kvtm record id:o_u4b,day:KvDate,name:KvString --order 2 0000002ae807021d0007010161626300ff
+  offset  bytes               field  type      value        remarks
+  0       0000002a            id     o_u4b     42
+  4       e807021d            day    KvDate    -6137-02-29  no such date or time; would be 2024-02-29 in the other byte order
+  8       0007010161626300ff  name   KvString  abc
+  $ kvtm record id:o_u2b,name:KvString 01000701
+  offset  bytes  field  type   value  remarks
+  0       0100   id     o_u2b  1
+  kvtm: record: field name (KvString) at offset 2: the bytes end too soon: a block at offset 2 takes 263, there are 0
+)",
+     "order at repeat count raw remarked format number lines json csv", 1, kAnyNumber, RunRecord},
     {"translate", "TYPE HEX...", "bytes from one form to another",
      R"(Hands a run of bytes to the type's translate operation. --from and --to take a form:
 memory (8), stored (0) or reversed (2), the stored form with the most significant byte of
-each field first. From one stored form to the other the operation copies and does not
-reorder; go through memory for that. Strings and blobs hold a pointer in memory, so they
+each field first. From one stored form to the other the operation copies the bytes, and
+stderr says so; with --reorder the bytes of each field are turned. Strings and blobs hold a pointer in memory, so they
 have no memory form in hex.
 
 Examples:
   $ kvtm translate Kv4B_T --from memory --to reversed 0100000002000000
   0000000100000002
 )",
-     "from to count", 2, kAnyNumber, RunTranslate},
+     "from to count reorder lines json csv", 2, kAnyNumber, RunTranslate},
     {"compare", "TYPE A B", "order two values: -1, 0 or 1",
      R"(Writes -1 when A sorts before B, 0 when they are equal, 1 when A sorts after B.
+With --stored the two are compared as an index does it, by their bytes.
 
 Examples:
   $ kvtm compare KvDOUBLE_T NaN -Infinity
   -1
   $ kvtm compare KvSTRING_T strasse STRASSE
   1
-  $ kvtm compare KvSTRING_T --op 0x20 strasse STRASSE
+  $ kvtm compare KvSTRING_T --op ignore-case strasse STRASSE
   0
+  $ kvtm compare KvDATE_T --stored --order 2 07e8021d 07e80301
+  -1
 )",
-     "op format codeset language", 3, 3, RunCompare},
+     "op stored order format codeset language number lines json csv", 3, 3, RunCompare},
+    {"diff", "TYPE A B", "where two values differ first",
+     R"(Tells the first place in which two values differ: a field, with its offset in the stored
+bytes; a level of collation and a character, of a KvString; a byte. The order is that of A
+to B, with --op exact.
+
+Examples:
+  $ kvtm diff KvDATE_T 2024-02-29 2024-03-29
+  differ at  month
+  offset     2
+  A          2
+  B          3
+  order      -1
+  $ kvtm diff KvSTRING_T Müller Muller
+  differ at  level 2 (accents), character 2
+  offset
+  A          ü
+  B          u
+  order      1
+)",
+     "stored order format codeset language number lines json csv", 3, 3, RunDiff},
     {"hash", "TYPE VALUE...", "hash a run of values",
      R"(Writes the hash that hash indexes use, of all the values as one run.
 
@@ -118,7 +189,7 @@ Examples:
   $ kvtm hash Kv4B_T 7 7
   0x00000000
 )",
-     "format codeset language", 2, kAnyNumber, RunHash},
+     "stored order format codeset language number lines json csv", 2, kAnyNumber, RunHash},
     {"bounds", "TYPE PREDICATE CONST LOW HIGH", "estimate what a predicate selects",
      R"(Asks the type which fraction of the index range LOW to HIGH a comparison with CONST
 selects, and which bounds it sets. PREDICATE is one of < <= = >= > and wants quotes in a
@@ -130,9 +201,9 @@ Examples:
   lower     5  (new)
   upper     10
 )",
-     "format codeset language", 5, 5, RunBounds},
-    {"step", "TYPE VALUE", "the next value",
-     R"(Writes the value's successor, the one that an index looks at after it.
+     "stored order format codeset language number lines json csv", 5, 5, RunBounds},
+    {"step", "TYPE VALUE...", "the next value",
+     R"(Writes the successor of each value, the one that an index looks at after it.
 
 Examples:
   $ kvtm step KvDATE_T 2024-02-28
@@ -140,14 +211,19 @@ Examples:
   $ kvtm step Kv2B_T 32767
   kvtm: step: '32767' is the last o_2b value
 )",
-     "format codeset language", 2, 2, RunStep},
+     "stored order format codeset language number lines json csv", 2, kAnyNumber, RunStep},
     {"sort", "TYPE [FILE]", "sort lines in the order of a type",
      R"(Reads lines from FILE or the standard input, takes each as a value of TYPE, and writes
 them in the type's order. Lines of equal values keep their order. A line that is no value
 is reported on stderr with its number and left out; the exit status is then 1. The input is
 held in memory. On a terminal, stderr shows how far the work is.
 
-Lines are UTF-8; with --codeset they are in that 8-bit code set.
+Lines are UTF-8, without a byte order mark at their beginning; with --codeset they are in
+that 8-bit code set. Backslashes are characters like any other here.
+
+With -k the value is one column: of a file named .csv or with --csv fields have commas
+between them and may be quoted, else tabs. Where the column is named, the first line is the
+header and stays first.
 
 Languages: 1 English, 2 German, 3 French, 4 Spanish, 5 Italian, 6 Portuguese, 7 Dutch,
 8 Danish, 9 Norwegian, 10 Swedish, 11 Finnish, 12 Polish, 13 Czech, 14 Hungarian,
@@ -163,7 +239,7 @@ Examples:
   zebra
   äpple
 )",
-     "op format codeset language", 1, 2, RunSort},
+     "reverse unique key op stored order format codeset language number csv json", 1, 2, RunSort},
     {"order", "TEXT", "the collation orders of a text, in words",
      R"(Writes the collation orders of each character of TEXT: the numbers that strings are
 compared by, and what they mean. A character may have two.
@@ -174,7 +250,7 @@ Examples:
      0x0021  space
   7  0x3f46  digit 7
 )",
-     "codeset language json", 1, 1, RunOrder},
+     "codeset language lines json csv", 1, 1, RunOrder},
     {"convert", "[FILE]", "convert a text between code sets",
      R"(Converts FILE or the standard input from one code set to another; a code set is utf8, a
 name or a number:
@@ -207,7 +283,7 @@ hash, sort and step.
     {"OPERANDS",
      R"(TYPE    a type name (o_4b), a type id name (Kv4B_T) or a type id (2); kvtm types lists them
 VALUE   a value as text, in UTF-8:
-          numbers         decimal; floating rows take Infinity, -Infinity and NaN too
+          numbers         decimal; floating rows take Infinity, NaN and NaN(0xBITS) too
           characters      one character, or a byte as 0x41
           booleans        TRUE or FALSE
           dates, times    2024-02-29, 13:05:00, 2024-02-29T13:05:00; * for any component;
@@ -216,9 +292,12 @@ VALUE   a value as text, in UTF-8:
           intervals       seconds, 5400 or 0.5
           identities      as they print, (1-5#7)
           blobs           hex
+          strings         the text; \\, \n, \t, \xNN and \uNNNN as C has them
           null            {NULL}, where the type has a null value
         With --format a value is read and shown in that print format of the type.
-HEX     bytes as hex digits, blanks between bytes allowed; - reads the standard input
+HEX     bytes as hex digits; blanks, colons and commas between bytes and 0x before them are
+        allowed, and lines of xxd; - reads the standard input
+SCHEMA  fields with commas: name:TYPE, name:KvString/LANGUAGE, name:TYPE[N]
 )"},
     {"OPTIONS", nullptr},
     {"EXIT STATUS", R"(0   all went well
@@ -261,6 +340,16 @@ std::string WordsFor(const std::string& placeholder) {
   return {};
 }
 
+// `kvtm help KvDate`
+bool HelpOnType(const std::string& word) {
+  for (char id = 0; id < TypeCount(); ++id) {
+    if (!HasValues(id) || (word != TypeName(id) && word != TypeIdName(id))) continue;
+    PrintTypeCard(id, Output::kText);
+    return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 const Program& Kvtm() {
@@ -273,7 +362,7 @@ const Program& Kvtm() {
       .commands = kCommands,
       .version = Version,
       .wordsFor = WordsFor,
-      .helpOnWord = nullptr,
+      .helpOnWord = HelpOnType,
   };
   return program;
 }

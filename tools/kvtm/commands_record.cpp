@@ -1,0 +1,287 @@
+// kvtm record: stored records field by field, with what is odd about each.
+//
+// A record is read from the front. Each field is measured by its type's own rules before it is
+// read; the first that fits none ends the work, with its name and place.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "catalogue.h"
+#include "commands.h"
+#include "failure.h"
+#include "families.h"
+#include "input.h"
+#include "names.h"
+#include "remarks.h"
+#include "schema.h"
+#include "stored.h"
+
+namespace {
+
+constexpr std::size_t kBytesShown = 16;  // of a field, for people
+constexpr const char* kColours[] = {"\x1b[36m", "\x1b[33m", "\x1b[35m", "\x1b[32m"};
+constexpr const char* kRemarkColour = "\x1b[1;31m";
+constexpr const char* kNoColour = "\x1b[0m";
+
+// Operands are hex where all of them could be, else the only one names a file.
+bool IsHexOperand(const std::string& operand) {
+  return operand != "-" &&
+         operand.find_first_not_of("0123456789abcdefABCDEFxX:, \t\n") == std::string::npos;
+}
+
+Bytes RecordBytes(const Arguments& arguments) {
+  const std::vector<std::string> operands = arguments.From(1);
+  Bytes bytes;
+  if (!arguments.Has("raw") && !operands.empty() &&
+      std::all_of(operands.begin(), operands.end(), IsHexOperand)) {
+    for (const std::string& operand : operands) AppendHexDump(operand, bytes);
+    return bytes;
+  }
+  if (operands.size() > 1) FailUsage("one file at a time, not also " + Quoted(operands[1]));
+  const std::string file = operands.empty() ? "-" : operands[0];
+  if (!arguments.Has("raw")) {
+    AppendHexDump(ReadText(file), bytes);
+    return bytes;
+  }
+  const std::string raw = ReadWhole(file);
+  bytes.assign(raw.begin(), raw.end());
+  return bytes;
+}
+
+// On a terminal, and NO_COLOR is not set (to anything).
+bool WantsColour() {
+  const char* const refused = std::getenv("NO_COLOR");
+  return isatty(STDOUT_FILENO) != 0 && (refused == nullptr || *refused == '\0');
+}
+
+struct Row {
+  std::size_t record;
+  std::size_t offset;
+  Bytes bytes;
+  std::string field;
+  std::string type;
+  std::string value;
+  std::string json;
+  std::vector<std::string> remarks;
+};
+
+unsigned LengthField(const unsigned char* at, unsigned char order) {
+  const unsigned high = at[order == 2 ? 0 : 1];
+  return high << 8 | at[order == 2 ? 1 : 0];
+}
+
+// The end of the value at the front of `bytes`. A string block that only its mark is wrong of is
+// mended, so that the rest can be read: the damage is a remark.
+struct Extent {
+  std::size_t bytes;
+  bool mended;
+};
+
+Extent MeasureValue(char id, Bytes& bytes, unsigned char order) {
+  const bool isString =
+      FactsOf(id).kind == TextKind::kString || FactsOf(id).kind == TextKind::kPlainString;
+  bool mended = false;
+  if (isString && bytes.size() >= 6) {
+    const unsigned length = LengthField(bytes.data(), order);
+
+    const std::size_t mark = length + 1u;
+    if (length >= 4 && mark < bytes.size() && bytes[mark] != 0xFF && bytes[mark] != 0) {
+      bytes[mark] = 0xFF;
+      mended = true;
+    }
+  }
+  return {MeasureStored(id, bytes, order, 1).bytes, mended};
+}
+
+class RecordReader {
+ public:
+  RecordReader(const Arguments& arguments, const Schema& schema, Bytes bytes)
+      : schema_(schema), bytes_(std::move(bytes)), order_(OrderOf(arguments)) {
+    style_ = StyleOf(arguments);
+    at_ = arguments.Number("at", 0, 0xFFFFFFFFU, 0);
+    if (at_ > bytes_.size()) {
+      FailValue("--at " + std::to_string(at_) + " is behind the end, there are " +
+                std::to_string(bytes_.size()) + " bytes");
+    }
+  }
+
+  bool AtEnd() const { return at_ >= bytes_.size(); }
+  std::size_t Place() const { return at_; }
+  std::size_t Left() const { return bytes_.size() - at_; }
+
+  // The rows of the next record, appended to `rows`, those before a fault too.
+  void ReadRecord(std::size_t number, std::vector<Row>& rows) {
+    for (const SchemaField& field : schema_.fields) {
+      try {
+        ReadField(number, field, rows);
+      } catch (const Failure& failure) {
+        throw Failure{kExitBadValue, "field " + field.name + " (" + TypeName(field.type) +
+                                         ") at offset " + std::to_string(at_) + ": " +
+                                         failure.what};
+      }
+    }
+  }
+
+ private:
+  // A run of blobs, and one of strings in the old form, have one length for all their values.
+  void ReadField(std::size_t number, const SchemaField& field, std::vector<Row>& rows) {
+    const bool oneLength = FactsOf(field.type).kind == TextKind::kBlob || IsOldForm(field);
+    if (field.count > 1 && oneLength) return ReadRun(number, field, rows);
+    for (unsigned i = 0; i < field.count; ++i) {
+      Bytes rest(bytes_.begin() + static_cast<std::ptrdiff_t>(at_), bytes_.end());
+      const Extent extent = MeasureValue(field.type, rest, order_);
+      Row row = NewRow(number, field, i, extent.bytes);
+      rest.resize(extent.bytes);
+      ValueRun value(field.type, 1);
+      LoadValue(field.type, value.Data(), rest, order_);
+      Show(row, field, value, 0);
+      row.remarks = RemarksOn(field.type, value.Data(), row.bytes, order_, field.language);
+      rows.push_back(std::move(row));
+      at_ += extent.bytes;
+    }
+  }
+
+  bool IsOldForm(const SchemaField& field) const {
+    if (FactsOf(field.type).kind != TextKind::kString || Left() < 3) return false;
+    const unsigned length = LengthField(bytes_.data() + at_, order_);
+    return length > 0 && length + 2 <= Left() && bytes_[at_ + 1 + length] == 0;
+  }
+
+  void ReadRun(std::size_t number, const SchemaField& field, std::vector<Row>& rows) {
+    const Bytes rest(bytes_.begin() + static_cast<std::ptrdiff_t>(at_), bytes_.end());
+    const std::size_t taken = MeasureStored(field.type, rest, order_, field.count).bytes;
+    ValueRun run(field.type, field.count);
+    if (Types().Load(field.type, run.Data(), rest.data(), order_, field.count) == 0) {
+      FailValue("these bytes do not load");
+    }
+    for (unsigned i = 0; i < field.count; ++i) {
+      Row row = NewRow(number, field, i, i == 0 ? taken : 0);
+      Show(row, field, run, i);
+      if (IsOldForm(field)) row.remarks.push_back("old form");
+      rows.push_back(std::move(row));
+    }
+    at_ += taken;
+  }
+
+  Row NewRow(std::size_t number, const SchemaField& field, unsigned index,
+             std::size_t length) const {
+    const auto from = bytes_.begin() + static_cast<std::ptrdiff_t>(at_);
+    return {number,
+            at_,
+            Bytes(from, from + static_cast<std::ptrdiff_t>(length)),
+            field.name + (field.isRun ? "[" + std::to_string(index) + "]" : ""),
+            TypeName(field.type),
+            "",
+            "",
+            {}};
+  }
+
+  void Show(Row& row, const SchemaField& field, const ValueRun& values, unsigned index) const {
+    row.value = TextOf(field.type, values.At(index), style_);
+    row.json = JsonOf(field.type, values.At(index), style_);
+  }
+
+  const Schema& schema_;
+  Bytes bytes_;
+  unsigned char order_;
+  ValueStyle style_;
+  std::size_t at_;
+};
+
+std::string Joined(const std::vector<std::string>& texts, const char* separator) {
+  std::string joined;
+  for (const std::string& text : texts) joined += (joined.empty() ? "" : separator) + text;
+  return joined;
+}
+
+Table AsTable(const std::vector<Row>& rows) {
+  Table table{{"record", "offset", "bytes", "field", "type", "value", "remarks"}, {}};
+  for (const Row& row : rows) {
+    std::string remarks;
+    for (const std::string& remark : row.remarks) {
+      remarks += (remarks.empty() ? "" : ", ") + JsonText(remark);
+    }
+    table.rows.push_back({NumberCell(std::to_string(row.record)),
+                          NumberCell(std::to_string(row.offset)),
+                          TextCell(ToHex(row.bytes)),
+                          TextCell(row.field),
+                          TextCell(row.type),
+                          {row.value, row.json},
+                          {Joined(row.remarks, "; "), "[" + remarks + "]"}});
+  }
+  return table;
+}
+
+std::string ShownBytes(const Bytes& bytes) {
+  const std::size_t shown = std::min(bytes.size(), kBytesShown);
+  return ToHex(bytes.data(), shown) + (shown < bytes.size() ? "..." : "");
+}
+
+// For people: a table whose lines are coloured by field on a terminal.
+void PrintRows(const std::vector<Row>& rows, bool manyRecords) {
+  std::vector<std::vector<std::string>> texts = {
+      {"offset", "bytes", "field", "type", "value", "remarks"}};
+  for (const Row& row : rows) {
+    texts.push_back({std::to_string(row.offset), ShownBytes(row.bytes), row.field, row.type,
+                     row.value, Joined(row.remarks, "; ")});
+  }
+  if (manyRecords) {
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      texts[i].insert(texts[i].begin(), i == 0 ? "record" : std::to_string(rows[i - 1].record));
+    }
+  }
+  const std::string table = Aligned(texts);
+  if (!WantsColour()) return Print(table);
+  std::size_t line = 0;
+  std::size_t start = 0;
+  for (std::size_t end; (end = table.find('\n', start)) != std::string::npos; start = end + 1) {
+    const char* colour = kNoColour;
+    if (line > 0) {
+      colour = rows[line - 1].remarks.empty() ? kColours[(line - 1) % std::size(kColours)]
+                                              : kRemarkColour;
+    }
+    Print(colour + table.substr(start, end - start) + kNoColour + "\n");
+    ++line;
+  }
+}
+
+void Show(const Arguments& arguments, std::vector<Row> rows, bool manyRecords) {
+  if (arguments.Has("remarked")) {
+    std::erase_if(rows, [](const Row& row) { return row.remarks.empty(); });
+  }
+  const Output output = OutputOf(arguments);
+  if (output == Output::kText) {
+    PrintRows(rows, manyRecords);
+  } else {
+    PrintJsonOrCsv(AsTable(rows), output);
+  }
+}
+
+}  // namespace
+
+int RunRecord(const Arguments& arguments) {
+  const Schema schema = ParseSchema(arguments[0]);
+  const bool repeat = arguments.Has("repeat");
+  if (repeat && arguments.Has("count")) FailUsage("either --repeat or --count");
+  const std::size_t wanted = arguments.Number("count", 1, 0xFFFFFFFFU, 1);
+  RecordReader reader(arguments, schema, RecordBytes(arguments));
+  if (reader.AtEnd()) FailValue("there are no bytes");
+  std::vector<Row> rows;
+  const bool many = repeat || wanted > 1;
+  try {
+    for (std::size_t number = 0; repeat ? !reader.AtEnd() : number < wanted; ++number) {
+      reader.ReadRecord(number, rows);
+    }
+  } catch (const Failure&) {
+    Show(arguments, rows, many);
+    throw;
+  }
+  Show(arguments, rows, many);
+  if (!reader.AtEnd()) {
+    std::fprintf(stderr, "kvtm: record: %zu more bytes follow, from offset %zu\n", reader.Left(),
+                 reader.Place());
+  }
+  return kExitGood;
+}
