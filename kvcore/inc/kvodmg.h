@@ -146,7 +146,7 @@ class KV_EXPORT d_Time {
   // In the default zone, 0 hundredths.
   d_Time(const KvDateTime& dateTime) : d_Time(dateTime.time) {}
   d_Time(const KvTime& time);
-  d_Time(const d_Timestamp& timestamp);
+  constexpr d_Time(const d_Timestamp& timestamp);
   // In the default zone. The fraction of `seconds` is cut to hundredths.
   d_Time(unsigned short hourNumber, unsigned short minuteNumber, float seconds);
   // In the given zone, which is added to hour and minute.
@@ -208,7 +208,8 @@ class KV_EXPORT d_Timestamp {
   d_Timestamp(short year, unsigned short month, unsigned short day, unsigned short hour = 0,
               unsigned short minute = 0, float seconds = 0);
   d_Timestamp(const d_Date& newDate);  // at 00:00:00
-  d_Timestamp(const d_Date& newDate, const d_Time& newTime) : date(newDate), time(newTime) {}
+  constexpr d_Timestamp(const d_Date& newDate, const d_Time& newTime)
+      : date(newDate), time(newTime) {}
   d_Timestamp(const KvDateTime& dateTime) : date(dateTime.date), time(dateTime.time) {}
 
   static d_Timestamp current() { return d_Timestamp(); }
@@ -246,6 +247,8 @@ class KV_EXPORT d_Timestamp {
  private:
   int Order(const d_Timestamp& other) const;
 };
+
+constexpr d_Time::d_Time(const d_Timestamp& timestamp) : d_Time(timestamp.time) {}
 
 static_assert(sizeof(d_Date) == 4 && sizeof(d_Time) == 6 && sizeof(d_Timestamp) == 10 &&
               sizeof(d_Interval) == 4);

@@ -1,10 +1,12 @@
-// How one element is read from and written to each form. A codec is a list of fields, each a place
-// in the memory form and a width; the stored form is the fields packed in the order of the list.
+// How one element is read from and written to each form. A codec lists the members of a type in
+// stored order; the stored form is these members packed, and everything about it follows from the
+// list and the members' own types: places, widths, signs, the order of two values.
 //
 //   struct KvObjId { o_u4b block; o_u4b low; o_u2b high; };          memory: 4 4 2 and 2 of padding
-//   FieldCodec<KvObjId, Field{0, 4}, Field{4, 4}, Field{8, 2}>       stored: 4 4 2
+//   Codec<KvObjId, At<&KvObjId::block>, At<&KvObjId::low>, At<&KvObjId::high>>      stored: 4 4 2
 //
-// Field order never depends on the byte order; only the bytes within a field do.
+// At<> is the value itself, At<&KvDateTime::date, &KvDate::year> a member of a member. Member order
+// never depends on the byte order; only the bytes within a member do.
 #pragma once
 
 #include <array>
@@ -12,25 +14,96 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "kvbase/format.h"
+#include "kvbase/three_way.h"
 
 namespace kv {
 
-enum class FieldOrder : unsigned char {
-  kByFormat,        // least significant byte first, or reversed under byte-order code 2
-  kMostSignificant  // most significant byte first whatever the format says
+enum class ByteOrder : unsigned char {
+  kOfFormat,      // least significant byte first, or reversed under byte-order code 2
+  kHighestFirst,  // most significant byte first whatever the format says
+  kAsItIs         // bytes that are never turned, any number of them
 };
 
-struct Field {
+enum class MemberKind : unsigned char { kUnsigned, kSigned, kFloating, kBytes };
+
+// A member as Codec::ForEachMember gives it.
+struct Member {
   unsigned offset;  // in the memory form
-  unsigned width;   // 1, 2, 4 or 8 bytes
-  FieldOrder order = FieldOrder::kByFormat;
+  unsigned width;   // in both forms
+  MemberKind kind;
+  ByteOrder order;
+
+  constexpr bool IsTurned(bool reversed) const {
+    return order == ByteOrder::kHighestFirst || (order == ByteOrder::kOfFormat && reversed);
+  }
 };
 
+template <class T>
+constexpr T& Follow(T& value) {
+  return value;
+}
+template <class T, class Pointer, class... Rest>
+constexpr auto& Follow(T& value, Pointer pointer, Rest... rest) {
+  return Follow(value.*pointer, rest...);
+}
+
+// The entries of a codec's list: pointers to members, from the value inwards.
+template <ByteOrder byteOrder, auto... path>
+struct MemberAt {
+  static constexpr ByteOrder kByteOrder = byteOrder;
+
+  template <class T>
+  static constexpr auto& In(T& value) {
+    return Follow(value, path...);
+  }
+};
+template <auto... path>
+using At = MemberAt<ByteOrder::kOfFormat, path...>;
+template <auto... path>
+using HighestFirst = MemberAt<ByteOrder::kHighestFirst, path...>;
+template <auto... path>
+using AsItIs = MemberAt<ByteOrder::kAsItIs, path...>;
+
+template <class T>
+constexpr MemberKind KindOf() {
+  if constexpr (std::is_enum_v<T>) return KindOf<std::underlying_type_t<T>>();
+  if (std::is_floating_point_v<T>) return MemberKind::kFloating;
+  if (!std::is_integral_v<T>) return MemberKind::kBytes;
+  return std::is_signed_v<T> ? MemberKind::kSigned : MemberKind::kUnsigned;
+}
+
+// The member in the memory form of T: in a value whose bytes are 0, 1, 2 and so on its first byte
+// is its offset. That needs a T that constant expressions can hold; a member that is all of its
+// type needs no looking for.
+template <class T, class Entry>
+constexpr Member DescribeMember() {
+  using Held = std::remove_cvref_t<decltype(Entry::In(std::declval<T&>()))>;
+  Member member{0, sizeof(Held), KindOf<Held>(), Entry::kByteOrder};
+  if constexpr (sizeof(Held) != sizeof(T)) {
+    static_assert(sizeof(T) <= 256);
+    std::array<unsigned char, sizeof(T)> ramp{};
+    for (unsigned i = 0; i < sizeof(T); ++i) ramp[i] = static_cast<unsigned char>(i);
+    const T value = std::bit_cast<T>(ramp);
+    member.offset =
+        std::bit_cast<std::array<unsigned char, sizeof(Held)>>(Entry::In(value)).front();
+  }
+  return member;
+}
+
+constexpr bool CanBeStored(Member member) {
+  if (member.order == ByteOrder::kAsItIs) return true;
+  return member.kind != MemberKind::kBytes && std::has_single_bit(member.width) &&
+         member.width <= 8;
+}
+
+// One number from form to form.
 template <unsigned width>
-inline void CopyField(unsigned char* destination, const unsigned char* source, bool reversed) {
-  if (!reversed || width == 1) {
+inline void CopyNumber(unsigned char* destination, const unsigned char* source, bool turned) {
+  static_assert(width == 1 || width == 2 || width == 4 || width == 8, "no number is so wide");
+  if (!turned || width == 1) {
     std::memcpy(destination, source, width);
   } else if constexpr (width == 2) {
     std::uint16_t word;
@@ -50,23 +123,75 @@ inline void CopyField(unsigned char* destination, const unsigned char* source, b
   }
 }
 
-template <class T, Field... fields>
-struct FieldCodec {
+template <Member member>
+inline void CopyMember(unsigned char* destination, const unsigned char* source, bool reversed) {
+  if constexpr (member.order == ByteOrder::kAsItIs) {
+    std::memcpy(destination, source, member.width);
+  } else {
+    CopyNumber<member.width>(destination, source, member.IsTurned(reversed));
+  }
+}
+
+// Each moves the stored place on.
+template <Member member>
+inline void LoadMember(unsigned char* value, const unsigned char*& stored, bool reversed) {
+  CopyMember<member>(value + member.offset, stored, reversed);
+  stored += member.width;
+}
+template <Member member>
+inline void StoreMember(unsigned char*& stored, const unsigned char* value, bool reversed) {
+  CopyMember<member>(stored, value + member.offset, reversed);
+  stored += member.width;
+}
+
+template <class T, class... Members>
+struct Codec {
   static_assert(std::is_trivially_copyable_v<T>);
+  static_assert((CanBeStored(DescribeMember<T, Members>()) && ...),
+                "a member is a number of 1, 2, 4 or 8 bytes, or bytes that are never turned");
   using Value = T;
 
   static constexpr unsigned kMemoryWidth = sizeof(T);
-  static constexpr unsigned kStoredWidth = (fields.width + ... + 0u);
+  static constexpr unsigned kStoredWidth = (DescribeMember<T, Members>().width + ... + 0u);
+
+  // Calls `visit` with each member in stored order, as a constant: what it is given has a static
+  // `value` of type Member.
+  template <class Visit>
+  static constexpr void ForEachMember(Visit visit) {
+    (visit(std::integral_constant<Member, DescribeMember<T, Members>()>{}), ...);
+  }
 
   // The stored form in memory order is the memory form, byte for byte.
   static constexpr bool kSameLayout = [] {
     unsigned packed = 0;
     bool same = true;
-    ((same = same && fields.offset == packed && fields.order == FieldOrder::kByFormat,
-      packed += fields.width),
-     ...);
+    ForEachMember([&](auto constant) {
+      constexpr Member member = decltype(constant)::value;
+      same = same && member.offset == packed && !member.IsTurned(false);
+      packed += member.width;
+    });
     return same && packed == sizeof(T);
   }();
+
+  // Whether stored values order as their bytes do, compared as memcmp does: no signs, and the most
+  // significant byte of each number first.
+  static constexpr bool OrdersAsBytes(bool reversed) {
+    bool asBytes = true;
+    ForEachMember([&](auto constant) {
+      constexpr Member member = decltype(constant)::value;
+      const bool unsignedBytes =
+          member.kind == MemberKind::kUnsigned && (member.width == 1 || member.IsTurned(reversed));
+      asBytes = asBytes && (member.kind == MemberKind::kBytes || unsignedBytes);
+    });
+    return asBytes;
+  }
+
+  // The order that follows from the list: member by member, each as the number that it is.
+  static int Order(const T& a, const T& b) {
+    int order = 0;
+    (void)(... || ((order = OrderMembers(Members::In(a), Members::In(b))) != 0));
+    return order;
+  }
 
   // Bytes from one element to the next.
   static constexpr unsigned Stride(Format format) {
@@ -77,19 +202,15 @@ struct FieldCodec {
   // read the clock.
   static constexpr T Blank() { return std::bit_cast<T>(std::array<unsigned char, sizeof(T)>{}); }
 
-  // Members that no field names keep what `value` held.
+  // Members that the list leaves out keep what `value` held.
   static void Load(T& value, const unsigned char* stored, bool reversed) {
     auto* memory = reinterpret_cast<unsigned char*>(&value);
-    (CopyField<fields.width>(memory + fields.offset, Advance(stored, fields.width),
-                             IsSwapped(fields, reversed)),
-     ...);
+    (LoadMember<DescribeMember<T, Members>()>(memory, stored, reversed), ...);
   }
 
   static void Store(unsigned char* stored, const T& value, bool reversed) {
     auto* memory = reinterpret_cast<const unsigned char*>(&value);
-    (CopyField<fields.width>(Advance(stored, fields.width), memory + fields.offset,
-                             IsSwapped(fields, reversed)),
-     ...);
+    (StoreMember<DescribeMember<T, Members>()>(stored, memory, reversed), ...);
   }
 
   // The element at `at`, which holds either form and need not be aligned. Members that the stored
@@ -105,20 +226,20 @@ struct FieldCodec {
   }
 
  private:
-  static constexpr bool IsSwapped(Field field, bool reversed) {
-    return field.order == FieldOrder::kMostSignificant || reversed;
-  }
-
-  template <class Byte>
-  static Byte* Advance(Byte*& cursor, unsigned width) {
-    Byte* here = cursor;
-    cursor += width;
-    return here;
+  template <class Held>
+  static int OrderMembers(const Held& a, const Held& b) {
+    if constexpr (KindOf<Held>() == MemberKind::kBytes) {
+      return ThreeWay(std::memcmp(&a, &b, sizeof(Held)), 0);
+    } else if constexpr (KindOf<Held>() == MemberKind::kFloating) {
+      return FloatingOrder(a, b);
+    } else {
+      return ThreeWay(a, b);
+    }
   }
 };
 
-// A plain scalar: one field, the same in memory and stored in memory order.
+// A plain scalar: the same in memory and stored in memory order.
 template <class T>
-using ScalarCodec = FieldCodec<T, Field{0, sizeof(T)}>;
+using ScalarCodec = Codec<T, At<>>;
 
 }  // namespace kv

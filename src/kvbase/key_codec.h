@@ -3,7 +3,7 @@
 // row; docs/sort-keys.md draws what they write. Keys live in indexes for good: nothing here
 // changes.
 //
-//   MemberKey<KvDate, Member<&KvDate::year>, Member<&KvDate::month>, Member<&KvDate::day>>
+//   MemberKey<Codec<KvDate, At<&KvDate::year>, At<&KvDate::month>, At<&KvDate::day>>>
 //   2024-02-29  ->  87E8 82 9D
 //
 // A key codec has
@@ -15,15 +15,16 @@
 //   kNullPlace          the number that they then are, with the most significant byte first
 #pragma once
 
-#include <array>
 #include <bit>
 #include <concepts>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "kvbase.h"
+#include "kvbase/codec.h"
 
 namespace kv {
 
@@ -108,31 +109,52 @@ struct FloatingKey {
   }
 };
 
-// A member of a value, or of a member of it: Member<&KvDateTime::date, &KvDate::year>.
-template <auto... path>
-struct Member {
-  template <class T>
-  static auto& Of(T& value) {
-    return (value.*....*path);
-  }
+// Bytes that order as they are.
+template <class T>
+struct BytesKey {
+  using Value = T;
+  static constexpr unsigned kWidth = sizeof(T);
+
+  static void Write(unsigned char* key, const T& bytes) { std::memcpy(key, &bytes, kWidth); }
+  static void Read(T& bytes, const unsigned char* key) { std::memcpy(&bytes, key, kWidth); }
 };
 
-// The members of a value one after the other, each by its own width and sign.
-template <class T, class... Members>
-struct MemberKey {
+template <class T>
+struct KeyOfMember : BytesKey<T> {};
+template <std::integral T>
+struct KeyOfMember<T> : NumberKey<T> {};
+template <std::floating_point T>
+struct KeyOfMember<T> : FloatingKey<T> {};
+
+// The members of a codec's list one after the other, each by its own width and kind.
+template <class List>
+struct MemberKey;
+
+template <class T, class... Entries>
+struct MemberKey<Codec<T, Entries...>> {
   using Value = T;
-  template <class M>
-  using KeyOf = NumberKey<std::remove_reference_t<decltype(M::Of(std::declval<T&>()))>>;
-  static constexpr unsigned kWidth = (KeyOf<Members>::kWidth + ... + 0u);
+  template <class Entry>
+  using KeyOf = KeyOfMember<std::remove_cvref_t<decltype(Entry::In(std::declval<T&>()))>>;
+  static constexpr unsigned kWidth = (KeyOf<Entries>::kWidth + ... + 0u);
 
   static void Write(unsigned char* key, const T& value) {
-    ((KeyOf<Members>::Write(key, Members::Of(value)), key += KeyOf<Members>::kWidth), ...);
+    ((KeyOf<Entries>::Write(key, Entries::In(value)), key += KeyOf<Entries>::kWidth), ...);
   }
   // Members that the key leaves out are zero.
   static T Read(const unsigned char* key) {
-    T value = std::bit_cast<T>(std::array<unsigned char, sizeof(T)>{});
-    ((Members::Of(value) = KeyOf<Members>::Read(key), key += KeyOf<Members>::kWidth), ...);
+    T value = Codec<T, Entries...>::Blank();
+    ((ReadMember<KeyOf<Entries>>(Entries::In(value), key), key += KeyOf<Entries>::kWidth), ...);
     return value;
+  }
+
+ private:
+  template <class Key, class Held>
+  static void ReadMember(Held& member, const unsigned char* key) {
+    if constexpr (std::is_arithmetic_v<Held>) {
+      member = Key::Read(key);
+    } else {
+      Key::Read(member, key);
+    }
   }
 };
 

@@ -146,8 +146,6 @@ d_Time::d_Time(const KvTime& time) {
   SetWhole(*this, time.hour, time.minute, time.second);
 }
 
-d_Time::d_Time(const d_Timestamp& timestamp) : d_Time(timestamp.time) {}
-
 d_Time::d_Time(unsigned short hourNumber, unsigned short minuteNumber, float seconds) {
   SetWhole(*this, hourNumber, minuteNumber, 0);
   SetSeconds(*this, seconds);

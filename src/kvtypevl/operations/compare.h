@@ -14,18 +14,42 @@
 
 namespace kv {
 
+// Two values in memory form: by the row's own order, or by the one that follows from its codec.
+template <class Row>
+inline int OrderValues(const typename Row::Codec::Value& a, const typename Row::Codec::Value& b,
+                       unsigned short cmpOp) {
+  if constexpr (requires { Row::Order(a, b, cmpOp); }) {
+    return Row::Order(a, b, cmpOp);
+  } else {
+    return Row::Codec::Order(a, b);
+  }
+}
+
+// The difference of the first bytes that differ.
+template <unsigned width>
+inline int OrderBytes(const unsigned char* a, const unsigned char* b) {
+  for (unsigned i = 0; i < width; ++i) {
+    if (a[i] != b[i]) return a[i] - b[i];
+  }
+  return 0;
+}
+
 // Orders the elements at `a` and `b`, both in `format`. A row whose stored form orders by a rule of
-// its own says so with OrderStored.
+// its own says so with OrderStored, one that orders by its stored bytes with kStoredBytesOrder.
 template <class Row>
 inline int OrderElements(const unsigned char* a, const unsigned char* b, Format format,
                          unsigned short cmpOp) {
   using Codec = typename Row::Codec;
+  if constexpr (requires { Row::kStoredBytesOrder; }) {
+    static_assert(Codec::OrdersAsBytes(false) && Codec::OrdersAsBytes(true));
+    if (!format.IsMemory()) return OrderBytes<Codec::kStoredWidth>(a, b);
+  }
   const typename Codec::Value left = Codec::Read(a, format);
   const typename Codec::Value right = Codec::Read(b, format);
   if constexpr (requires { Row::OrderStored(left, right, cmpOp); }) {
     if (!format.IsMemory()) return Row::OrderStored(left, right, cmpOp);
   }
-  return Row::Order(left, right, cmpOp);
+  return OrderValues<Row>(left, right, cmpOp);
 }
 
 // A run of two elements and more. Kept out of line, so that the single element does not pay for it.

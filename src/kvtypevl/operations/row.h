@@ -8,8 +8,7 @@
 //   template struct RowHandlers<DateRow>;
 //
 // A policy has
-//   Codec                        the FieldCodec of the type (codec.h)
-//   Order(a, b, cmpOp)           -1, 0, +1 of two values in memory form
+//   Codec                        the list of the type's members (codec.h)
 //   Key(value)                   32-bit hash key; kKeyIsLinear (true) when it is linear over XOR
 //   Position(value)              place on the number line as a double, and kPositionIsFloating
 //   Print, Scan                  slot functions (22, 23)
@@ -17,7 +16,10 @@
 //   kStorage                     store and load functions of its own (the base library's)
 //   Hash(format, length, value, count, result), Evaluate(bounds, predicate, value, format, count,
 //   newBounds)                   in place of the run hash over Key and the measure over Position
+//   Order(a, b, cmpOp)           -1, 0, +1 of two values in memory form, where it is not the order
+//                                of their members as the codec has it
 //   OrderStored(a, b, cmpOp)     where stored values order by a rule of their own
+//   kStoredBytesOrder            where they order by their bytes
 //   Successor(value), Smallest() value step; without them stepping is not supported
 //   IsNull(value), SetNull(value), SetNull returning a status
 //   Default()                    default value; without it what an empty text converts to

@@ -26,7 +26,7 @@ BlobView ViewOf(const KvBlob& blob) {
 }
 
 void WriteLength(unsigned char*& at, o_u4b length, bool reversed) {
-  CopyField<kLengthWidth>(at, reinterpret_cast<const unsigned char*>(&length), reversed);
+  CopyNumber<kLengthWidth>(at, reinterpret_cast<const unsigned char*>(&length), reversed);
   at += kLengthWidth;
 }
 
@@ -83,8 +83,8 @@ constexpr unsigned ReportedSize(o_u8b size) {
 // What a stored run takes, by its total.
 unsigned StoredRunSize(const void* stored, bool reversed) {
   o_u4b total;
-  CopyField<kLengthWidth>(reinterpret_cast<unsigned char*>(&total),
-                          static_cast<const unsigned char*>(stored), reversed);
+  CopyNumber<kLengthWidth>(reinterpret_cast<unsigned char*>(&total),
+                           static_cast<const unsigned char*>(stored), reversed);
   return ReportedSize(o_u8b{total} + kLengthWidth);
 }
 
@@ -125,7 +125,7 @@ StoredBlobs::StoredBlobs(const void* stored, unsigned bufferLength, bool reverse
 
 o_u4b StoredBlobs::ReadLength(const unsigned char* at) const {
   o_u4b length;
-  CopyField<kLengthWidth>(reinterpret_cast<unsigned char*>(&length), at, reversed_);
+  CopyNumber<kLengthWidth>(reinterpret_cast<unsigned char*>(&length), at, reversed_);
   return length;
 }
 

@@ -23,6 +23,7 @@
 #include "kvdate/odmg.h"
 #include "kvdate/parts.h"
 #include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/codecs.h"
 
 namespace kv {
 namespace {
@@ -187,7 +188,7 @@ int StepSecond(Date& date, Time& time, const Time& midnight) {
 // Rows.
 
 struct DateRow : KvDateTimeTextRow<KvDate> {
-  using Codec = FieldCodec<KvDate, Field{0, 2}, Field{2, 1}, Field{3, 1}>;
+  using Codec = DateCodec;
   static int Order(const KvDate& a, const KvDate& b, unsigned short cmpOp) {
     return Sign(a.Compare(b, cmpOp));
   }
@@ -201,7 +202,7 @@ struct DateRow : KvDateTimeTextRow<KvDate> {
 };
 
 struct TimeRow : KvDateTimeTextRow<KvTime> {
-  using Codec = FieldCodec<KvTime, Field{0, 1}, Field{1, 1}, Field{2, 1}>;
+  using Codec = TimeCodec;
   static int Order(const KvTime& a, const KvTime& b, unsigned short cmpOp) {
     return Sign(a.Compare(b, cmpOp));
   }
@@ -215,8 +216,7 @@ struct TimeRow : KvDateTimeTextRow<KvTime> {
 };
 
 struct DateTimeRow : KvDateTimeTextRow<KvDateTime> {
-  using Codec = FieldCodec<KvDateTime, Field{0, 2}, Field{2, 1}, Field{3, 1}, Field{4, 1},
-                           Field{5, 1}, Field{6, 1}>;
+  using Codec = DateTimeCodec;
   static int Order(const KvDateTime& a, const KvDateTime& b, unsigned short cmpOp) {
     return Sign(a.Compare(b, cmpOp));
   }
@@ -238,8 +238,7 @@ struct DateTimeRow : KvDateTimeTextRow<KvDateTime> {
 // KvDateTimeN and KvTimeSpan look alike.
 template <class T>
 struct NanosecondRow : KvDateTimeTextRow<T> {
-  using Codec = FieldCodec<T, Field{0, 2}, Field{2, 1}, Field{3, 1}, Field{4, 1}, Field{5, 1},
-                           Field{6, 1}, Field{8, 4}>;
+  using Codec = NanosecondCodec<T>;
   static int Order(const T& a, const T& b, unsigned short cmpOp) {
     return Sign(a.Compare(b, cmpOp));
   }
@@ -289,7 +288,7 @@ struct TimeSpanRow : NanosecondRow<KvTimeSpan> {
 };
 
 struct OdmgDateRow : DateTimeTextRow<d_Date> {
-  using Codec = FieldCodec<d_Date, Field{0, 2}, Field{2, 1}, Field{3, 1}>;
+  using Codec = OdmgDateCodec;
   static int Order(const d_Date& a, const d_Date& b, unsigned short cmpOp) {
     return OrderOdmg(a, b, OrderInMemory(cmpOp));
   }
@@ -305,8 +304,7 @@ struct OdmgDateRow : DateTimeTextRow<d_Date> {
 };
 
 struct OdmgTimeRow : DateTimeTextRow<d_Time> {
-  using Codec = FieldCodec<d_Time, Field{0, 1}, Field{1, 1}, Field{2, 1}, Field{3, 1}, Field{4, 1},
-                           Field{5, 1}>;
+  using Codec = OdmgTimeCodec;
   static int Order(const d_Time& a, const d_Time& b, unsigned short cmpOp) {
     return OrderOdmg(a, b, OrderInMemory(cmpOp));
   }
@@ -333,8 +331,7 @@ struct OdmgTimeRow : DateTimeTextRow<d_Time> {
 };
 
 struct OdmgTimestampRow : DateTimeTextRow<d_Timestamp> {
-  using Codec = FieldCodec<d_Timestamp, Field{0, 2}, Field{2, 1}, Field{3, 1}, Field{4, 1},
-                           Field{5, 1}, Field{6, 1}, Field{7, 1}, Field{8, 1}, Field{9, 1}>;
+  using Codec = OdmgTimestampCodec;
   static int Order(const d_Timestamp& a, const d_Timestamp& b, unsigned short cmpOp) {
     return OrderOdmg(a, b, OrderInMemory(cmpOp));
   }
@@ -360,10 +357,7 @@ struct OdmgTimestampRow : DateTimeTextRow<d_Timestamp> {
 };
 
 struct IntervalRow : DateTimeTextRow<d_Interval> {
-  using Codec = FieldCodec<d_Interval, Field{0, 4}>;
-  static int Order(const d_Interval& a, const d_Interval& b, unsigned short cmpOp) {
-    return FloatRow::Order(a.seconds, b.seconds, cmpOp);
-  }
+  using Codec = IntervalCodec;
   static unsigned Key(const d_Interval& interval) { return FloatRow::Key(interval.seconds); }
   static double Position(const d_Interval& interval) { return double{interval.seconds}; }
 };

@@ -2,6 +2,7 @@
 #include "kvtypevl/rows/identity_rows.h"
 
 #include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/codecs.h"
 
 namespace kv {
 
@@ -43,16 +44,14 @@ struct NumberedRow : IdentityRow<Identity> {
 };
 
 struct ObjIdRow : NumberedRow<KvObjId> {
-  using Codec = FieldCodec<KvObjId, Field{0, 4}, Field{4, 4}, Field{8, 2}>;
+  using Codec = ObjIdCodec;
 
   static int Order(const KvObjId& a, const KvObjId& b, unsigned short) { return a != b; }
   static unsigned Key(const KvObjId& id) { return id.block ^ id.low ^ id.high; }
 };
 
-// The stored form leaves the version out.
 struct RefRow : NumberedRow<KvRef> {
-  using Codec =
-      FieldCodec<KvRef, Field{0, 4}, Field{4, 4}, Field{8, 2}, Field{10, 2}, Field{12, 2}>;
+  using Codec = RefCodec;
 
   static int Order(const KvRef& a, const KvRef& b, unsigned short) {
     if (const int order = ThreeWay(a.ObjectNumber(), b.ObjectNumber())) return order;
@@ -69,7 +68,7 @@ struct RefRow : NumberedRow<KvRef> {
 
 struct ClassIdRow : IdentityRow<KvClassId> {
   static constexpr bool kKeyIsLinear = true;
-  using Codec = FieldCodec<KvClassId, Field{0, 2}, Field{2, 2}>;
+  using Codec = ClassIdCodec;
 
   static int Order(const KvClassId& a, const KvClassId& b, unsigned short) { return a != b; }
   static unsigned Key(const KvClassId& id) { return Number(id); }

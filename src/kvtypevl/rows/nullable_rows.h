@@ -80,7 +80,7 @@ struct NullableRow {
     if (a.IsNullValue() || b.IsNullValue()) {
       return (b.IsNullValue() ? 1 : 0) - (a.IsNullValue() ? 1 : 0);
     }
-    return ScalarRowType::Order(a.value, b.value, cmpOp);
+    return OrderValues<ScalarRowType>(a.value, b.value, cmpOp);
   }
 
   // XOR of the elements' own hashes: a present one hashes as its scalar alone does, multiplier and

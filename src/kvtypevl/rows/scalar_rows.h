@@ -76,7 +76,6 @@ struct ScalarRow {
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct IntegerRow : ScalarRow<T, storage, text> {
   static constexpr bool kPositionIsFloating = false;
-  static int Order(T a, T b, unsigned short) { return ThreeWay(a, b); }
   static unsigned Key(T value) { return IntegerKey(value); }
   static int Successor(T& value) { return IntegerSuccessor(value); }
   static T Smallest() { return std::numeric_limits<T>::min(); }
@@ -109,27 +108,9 @@ struct CharacterRow : IntegerRow<T, storage, text> {
   }
 };
 
-// NaN first, then -infinity, every finite value, +infinity.
-template <class T>
-int FloatingClass(T value) {
-  if (std::isnan(value)) return -2;
-  if (std::isinf(value)) return value < 0 ? -1 : 1;
-  return 0;
-}
-
-// NaNs are equal to each other and the zeros compare equal.
-template <class T>
-int FloatingOrder(T a, T b) {
-  if (a < b) return -1;
-  if (a > b) return 1;
-  if (a == b) return 0;
-  return ThreeWay(FloatingClass(a), FloatingClass(b));
-}
-
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct FloatingRow : ScalarRow<T, storage, text> {
   static constexpr bool kPositionIsFloating = true;
-  static int Order(T a, T b, unsigned short) { return FloatingOrder(a, b); }
   // The bit pattern; a double folds its halves. So -0.0 and +0.0, though equal, hash apart: stored
   // hash indexes depend on it.
   static unsigned Key(T value) {

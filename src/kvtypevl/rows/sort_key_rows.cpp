@@ -5,6 +5,7 @@
 
 #include "kv.h"
 #include "kvtypevl/rows/blob_keys.h"
+#include "kvtypevl/rows/codecs.h"
 #include "kvtypevl/rows/istring_keys.h"
 #include "kvtypevl/rows/string_keys.h"
 
@@ -20,62 +21,25 @@ struct NullInside : Codec {
   static constexpr o_u8b kNullPlace = place;
 };
 
-using DateKey = NullInside<
-    MemberKey<KvDate, Member<&KvDate::year>, Member<&KvDate::month>, Member<&KvDate::day>>>;
-using TimeKey = NullInside<
-    MemberKey<KvTime, Member<&KvTime::hour>, Member<&KvTime::minute>, Member<&KvTime::second>>>;
-
-// What the three types of a date and a time have in common.
-template <class T, class... More>
-using DateTimeMembers =
-    MemberKey<T, Member<&T::date, &KvDate::year>, Member<&T::date, &KvDate::month>,
-              Member<&T::date, &KvDate::day>, Member<&T::time, &KvTime::hour>,
-              Member<&T::time, &KvTime::minute>, Member<&T::time, &KvTime::second>, More...>;
-
-using DateTimeKey = NullInside<DateTimeMembers<KvDateTime>>;
+using DateKey = NullInside<MemberKey<DateCodec>>;
+using TimeKey = NullInside<MemberKey<TimeCodec>>;
+using DateTimeKey = NullInside<MemberKey<DateTimeCodec>>;
 // Their null has nanoseconds of 0, and those of a neighbour may be negative.
 template <class T>
-using NanosecondKey = NullInside<DateTimeMembers<T, Member<&T::nanosecond>>, 0x80000000>;
-
-using OdmgDateKey =
-    MemberKey<d_Date, Member<&d_Date::year>, Member<&d_Date::month>, Member<&d_Date::day>>;
-using OdmgTimeKey =
-    MemberKey<d_Time, Member<&d_Time::tzHour>, Member<&d_Time::tzMinute>, Member<&d_Time::hour>,
-              Member<&d_Time::minute>, Member<&d_Time::second>, Member<&d_Time::hundredth>>;
-
-struct OdmgTimestampKey {
-  using Value = d_Timestamp;
-  static constexpr unsigned kWidth = OdmgDateKey::kWidth + OdmgTimeKey::kWidth;
-  static void Write(unsigned char* key, const Value& value) {
-    OdmgDateKey::Write(key, value.date);
-    OdmgTimeKey::Write(key + OdmgDateKey::kWidth, value.time);
-  }
-  static Value Read(const unsigned char* key) {
-    return {OdmgDateKey::Read(key), OdmgTimeKey::Read(key + OdmgDateKey::kWidth)};
-  }
-};
-
-struct IntervalKey : FloatingKey<o_float> {
-  using Value = d_Interval;
-  static void Write(unsigned char* key, const Value& value) {
-    FloatingKey<o_float>::Write(key, value.seconds);
-  }
-  static Value Read(const unsigned char* key) {
-    return d_Interval::FromSeconds(FloatingKey<o_float>::Read(key));
-  }
-};
+using NanosecondKey = NullInside<MemberKey<NanosecondCodec<T>>, 0x80000000>;
 
 // ---------------------------------------------------------------------------------------------
-// Identities. Nulls are those of object number 0, whatever block they name.
+// Identities, the number before the block. Nulls are those of object number 0, whatever block they
+// name.
 
 struct ObjIdKey
-    : MemberKey<KvObjId, Member<&KvObjId::high>, Member<&KvObjId::low>, Member<&KvObjId::block>> {
+    : MemberKey<Codec<KvObjId, At<&KvObjId::high>, At<&KvObjId::low>, At<&KvObjId::block>>> {
   static constexpr unsigned kNullWidth = 6;
   static constexpr o_u8b kNullPlace = 0;
 };
 
-struct RefKey : MemberKey<KvRef, Member<&KvRef::high>, Member<&KvRef::low>, Member<&KvRef::block>,
-                          Member<&KvRef::database>, Member<&KvRef::classNo>> {
+struct RefKey : MemberKey<Codec<KvRef, At<&KvRef::high>, At<&KvRef::low>, At<&KvRef::block>,
+                                At<&KvRef::database>, At<&KvRef::classNo>>> {
   static constexpr unsigned kNullWidth = 6;
   static constexpr o_u8b kNullPlace = 0;
 };
@@ -126,9 +90,6 @@ struct BooleanKey {
   }
 };
 
-using SealKey =
-    MemberKey<KvSeal, Member<&KvSeal::high>, Member<&KvSeal::middle>, Member<&KvSeal::low>>;
-
 // ---------------------------------------------------------------------------------------------
 
 template <class Key, unsigned storedWidth = Key::kWidth>
@@ -161,10 +122,10 @@ constexpr const SortKeyHandlers* kRows[] = {
     /* 19 KvDateTime      */ kFixed<DateTimeKey>,
     /* 20 KvIString       */ &WeightedKeys<KvIStringWeights>::kHandlers,
     /* 21 KvCaseIString   */ &WeightedKeys<KvCaseIStringWeights>::kHandlers,
-    /* 22 d_Date          */ kFixed<OdmgDateKey>,
-    /* 23 d_Time          */ kFixed<OdmgTimeKey>,
-    /* 24 d_Timestamp     */ kFixed<OdmgTimestampKey>,
-    /* 25 d_Interval      */ kFixed<IntervalKey>,
+    /* 22 d_Date          */ kFixed<MemberKey<OdmgDateCodec>>,
+    /* 23 d_Time          */ kFixed<MemberKey<OdmgTimeCodec>>,
+    /* 24 d_Timestamp     */ kFixed<MemberKey<OdmgTimestampCodec>>,
+    /* 25 d_Interval      */ kFixed<MemberKey<IntervalCodec>>,
     /* 26 KvInt64         */ kFixed<Int64Key>,
     /* 27 KvBoolean       */ kFixed<BooleanKey>,
     /* 28 KvNull_char     */ kNullable<KvNull_char, NumberKey<o_char>>,
@@ -178,7 +139,7 @@ constexpr const SortKeyHandlers* kRows[] = {
     /* 36 KvNull_float    */ kNullable<KvNull_float, FloatingKey<o_float>>,
     /* 37 KvNull_double   */ kNullable<KvNull_double, FloatingKey<o_double>>,
     /* 38 KvNull_KvInt64  */ kNullable<KvNull_KvInt64, Int64Key>,
-    /* 39 KvSeal          */ kFixed<SealKey>,
+    /* 39 KvSeal          */ kFixed<MemberKey<SealCodec>>,
     /* 40 KvDateTimeN     */ kFixed<NanosecondKey<KvDateTimeN>>,
     /* 41 KvTimeSpan      */ kFixed<NanosecondKey<KvTimeSpan>>,
     /* 42 o_8b            */ kFixed<NumberKey<o_8b>>,

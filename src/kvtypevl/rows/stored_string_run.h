@@ -22,7 +22,7 @@ struct StringBlock {
 
   static unsigned ReadLength(const unsigned char* stored, bool reversed) {
     unsigned short length;
-    CopyField<2>(reinterpret_cast<unsigned char*>(&length), stored, reversed);
+    CopyNumber<2>(reinterpret_cast<unsigned char*>(&length), stored, reversed);
     return length;
   }
 

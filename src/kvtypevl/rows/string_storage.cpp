@@ -22,7 +22,7 @@ unsigned ReadLength(const unsigned char* stored, Format format) {
 
 void WriteLength(unsigned char* stored, unsigned length, Format format) {
   const auto field = static_cast<unsigned short>(length);
-  CopyField<2>(stored, reinterpret_cast<const unsigned char*>(&field), format.IsReversed());
+  CopyNumber<2>(stored, reinterpret_cast<const unsigned char*>(&field), format.IsReversed());
 }
 
 // Bytes of the data area of a string with a buffer of `size` bytes.

@@ -19,13 +19,6 @@ int SealRow::Order(const KvSeal& a, const KvSeal& b, unsigned short) {
   return a.low - b.low;
 }
 
-int SealRow::OrderStored(const KvSeal& a, const KvSeal& b, unsigned short) {
-  const auto different = static_cast<o_u8b>(Number(a) ^ Number(b));
-  if (different == 0) return 0;
-  const int shift = (63 - std::countl_zero(different)) / 8 * 8;
-  return static_cast<int>((Number(a) >> shift & 0xFF) - (Number(b) >> shift & 0xFF));
-}
-
 int SealRow::Successor(KvSeal& seal) {
   constexpr o_8b kLargest = 0xFFFFFFFFFFFF;
   const o_8b number = Number(seal);

@@ -11,13 +11,13 @@
 #include "kvtypevl/operations/hash.h"
 #include "kvtypevl/operations/row.h"
 #include "kvtypevl/operations/step.h"
+#include "kvtypevl/rows/codecs.h"
 #include "kvtypevl/rows/value_text.h"
 
 namespace kv {
 
-// Two words, each in the byte order of the format; the low one always comes first.
 struct Int64Row {
-  using Codec = FieldCodec<KvInt64, Field{0, 4}, Field{4, 4}>;
+  using Codec = Int64Codec;
   static constexpr bool kKeyIsLinear = true;
   static constexpr bool kPositionIsFloating = false;
   static constexpr const char* kFormat = "%S";
@@ -43,7 +43,7 @@ struct Int64Row {
 };
 
 struct BooleanRow {
-  using Codec = ScalarCodec<KvBoolean>;
+  using Codec = BooleanCodec;
   static constexpr bool kKeyIsLinear = true;
   static constexpr const char* kFormat = "noop";
 
@@ -67,17 +67,15 @@ struct BooleanRow {
   }
 };
 
-// Three words, most significant byte first in either byte order.
 struct SealRow {
-  using Codec = FieldCodec<KvSeal, Field{0, 2, FieldOrder::kMostSignificant},
-                           Field{2, 2, FieldOrder::kMostSignificant},
-                           Field{4, 2, FieldOrder::kMostSignificant}>;
+  using Codec = SealCodec;
   static constexpr bool kPositionIsFloating = false;
   static constexpr const char* kFormat = "noop";
 
-  // The difference of the first words that differ; of the first bytes, between stored seals.
+  // Stored seals give the difference of the first bytes that differ, those in memory that of the
+  // first words.
+  static constexpr bool kStoredBytesOrder = true;
   static int Order(const KvSeal& a, const KvSeal& b, unsigned short);
-  static int OrderStored(const KvSeal& a, const KvSeal& b, unsigned short);
   // The words as the stored form has them in two 4-byte places, the second half filled.
   static unsigned Key(const KvSeal& seal) {
     return (seal.high | static_cast<unsigned>(seal.middle) << 16) ^ seal.low;
