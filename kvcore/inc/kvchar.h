@@ -85,7 +85,9 @@ class KV_EXPORT KvChar {
   bool IsSymbol() const;  // 80 to 16127
   bool IsDigit() const;   // 16128 to 16383
   bool IsAlpha() const;   // 16384 to 32767
-  bool IsHan() const;     // 32768 and above: ideographs and unassigned codes
+  bool IsHan() const;     // 32768 and above: ideographs
+  // An unassigned code is its own property order, so what it counts as goes by its number: 0xFFFE
+  // is beyond 32768, 0x0378 among the symbols.
   unsigned short PropertyOrder() const;
 
   // This character in the other case. What a mapping makes beyond the first character (sharp s
