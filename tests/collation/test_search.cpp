@@ -214,6 +214,16 @@ TEST_CASE("finding tries every position, in short texts and in long ones") {
   CHECK(hits > 500);
 }
 
+TEST_CASE("plain bytes are found by collation unless all options rule that out") {
+  KvString bytes("ABC"), small("b");
+  bytes.SetCodeSetCode(0);
+  small.SetCodeSetCode(0);
+  CHECK(bytes.Find(small, 0, kvCompareIgnoreCase) == 1);
+  CHECK(bytes.Find('b', 0, kvCompareIgnoreCase) == 1);
+  CHECK(bytes.Find(small, 0, kvCompareIgnoreCase | kvCompareExact) == -1);
+  CHECK(bytes.Find(small, 0, 0) == -1);
+}
+
 TEST_CASE("finding among characters that share an order, and in plain bytes") {
   std::vector<unsigned short> units(900, 'x');
   units[700] = 0x212A;  // the kelvin sign is the letter K

@@ -208,6 +208,9 @@ TEST_CASE("steps: a day, a second, a nanosecond; what has no successor says so")
   CHECK(Stepped(KvDATIME_N_T, KvDateTimeN(32767, 12, 31, 23, 59, 59, 999999999)) == "2091");
   CHECK(Stepped(D_DATE_T, d_Date(1582, 10, 4)) == "1582-10-15T00:00:00");
   CHECK(Stepped(D_DATE_T, d_Date(1500, 2, 28)) == "1500-02-29T00:00:00");
+  CHECK(Stepped(D_DATE_T, d_Date(1999, 12, 31)) == "2000-01-01T00:00:00");
+  CHECK(Stepped(D_DATE_T, d_Date(1999, 11, 30)) == "1999-12-01T00:00:00");
+  CHECK(Stepped(D_DATE_T, d_Date(32767, 12, 31)) == "2091");
   CHECK(Stepped(D_DATE_T, d_Date(2000, 0, 1)) == "-2999");
   CHECK(Stepped(D_TIME_T, d_Time(3, 59, 59.0f, -5, 0)) == "0000-00-00T04:00:00");
   CHECK(Stepped(D_TIME_T, d_Time(23, 59, 59.0f, -5, 0)) == "2091");

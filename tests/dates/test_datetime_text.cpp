@@ -252,6 +252,7 @@ TEST_CASE("scanning: names, two-digit years, halves of the day, blanks") {
   CHECK(value.time.second == 5);
   CHECK(value.nanosecond == 123456789);
   CHECK(Scanned<KvDateTimeN>("-0.5", "%f").nanosecond == -500000000);
+  CHECK(Scanned<KvDate>("2000", "%?(x%m()%Y") == KvDate(2000, 1, 1));
   // %f takes all digits, points and signs in a row.
   CHECK(Scanned<KvDateTimeN>("05.5+02:00", "%f:%M").time == KvTime(0, 0, 5));
   CHECK(Scanned<KvDateTimeN>("1.25.9-3+ 7", "%f%H").time == KvTime(7, 0, 1));

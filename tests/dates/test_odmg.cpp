@@ -254,6 +254,15 @@ TEST_CASE("texts of the ODMG rows") {
             .seconds == -133384);
   CHECK(Scanned(D_INTERVAL_T, "90.25", "%f", d_Interval()).seconds == 90.25f);
 
+  d_Time anyHundredth(10, 0, 0.0f);
+  anyHundredth.hundredth = 255;
+  CHECK(Print(D_TIME_T, anyHundredth, "%T %N %f") == "10:00:00 * *");
+  anyHundredth.hundredth = 254;  // no hundredth, but a number
+  CHECK(Print(D_TIME_T, anyHundredth, "%N") == "990000000");
+  CHECK(Scanned(D_TIMESTAMP_T, "12:34", "%H:%M", d_Timestamp(2000, 5, 6)) ==
+        d_Timestamp(0, 1, 1, 12, 34, 0.0f));
+  CHECK(Scanned(D_DATE_T, "1999", "%Y", d_Date(2000, 5, 6)) == d_Date(1999, 1, 1));
+
   const DefaultZone zone(-5);
   Random random;
   for (int i = 0; i < 2000; ++i) {

@@ -37,6 +37,19 @@ TEST_CASE("defaults, widths and byte order of a character") {
   CHECK(KvChar('\xE9', 9, 1).MapTo(253).Value() == 0x0439);
   CHECK(KvChar('\xE9', 9, 1).MapTo(0).GetCodeSet() == 9);
 
+  KvChar held('a', 1, 1);
+  held = static_cast<unsigned short>(0x1234);
+  CHECK(held.Value() == 0x34);
+  KvChar heldWide(static_cast<unsigned short>('a'));
+  heldWide = static_cast<unsigned short>(0x1234);
+  CHECK(heldWide.Value() == 0x1234);
+  const unsigned short pair[] = {0x0141, 0};
+  KvStringIterator other(pair, 240, 1);
+  CHECK(other.GetCodeSet() == 240);
+  CHECK((*other).Value() == 0x0141);
+  CHECK((++other).IsEOS());
+  CHECK(KvStringIterator(pair, 255, 1).GetCodeSet() == 253);
+
   // The low four bits say the order, as in a format byte.
   for (const unsigned char order : std::initializer_list<unsigned char>{2, 0x12, 0xF2}) {
     unsigned char units[] = {0x26, 0x03, 0x00, 0x41, 0, 0};
@@ -70,6 +83,8 @@ TEST_CASE("classification by property order") {
   CHECK(classes(0xE9, 9) == "a");  // a Cyrillic letter in an 8-bit code set
   CHECK(classes(0x4E2D, 253) == "h");
   CHECK(classes(0x03B1, 253) == "a");
+  CHECK(classes(0x0378, 253) == "y");  // unassigned codes count by their number
+  CHECK(classes(0xFFFE, 253) == "h");
 }
 
 TEST_CASE("the iterator delivers overflow characters before it goes on") {

@@ -227,6 +227,11 @@ TEST_CASE("scanning") {
 
 TEST_CASE("the successor is the shortest longer text behind a text") {
   KvTypeMgr types;
+  KvString null;
+  null.SetNullValue();
+  CHECK(types.GetValue(KvSTRING_T, &null, 0, 8, 'M') == 0);
+  CHECK(!null.IsNullValue());
+  CHECK(null.IsEmpty());
   for (KvString text : SomeTexts()) {
     if (text.IsNullValue()) continue;
     KvString next(text);
@@ -400,6 +405,29 @@ TEST_CASE("a pattern narrows to what all its matches begin with") {
     }
     CHECK(Bytes(bound) == "ab");
     std::free(fresh.lower);
+  }
+  // Each letter of the prefix narrows it, alike in both widths and every form.
+  CHECK(Range("aa", "zz")(kvPredicateEqual, "a*") * 26 == doctest::Approx(1).epsilon(0.05));
+  CHECK(Range("aa", "zz")(kvPredicateEqual, "ab*") * (26 * 26) == doctest::Approx(1).epsilon(0.05));
+  for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
+    KvString constant = Make(u"abc*", codeSet), low = Make(u"aa", codeSet),
+             high = Make(u"zz", codeSet);
+    for (const unsigned char format : std::initializer_list<unsigned char>{8, 0, 2}) {
+      auto value = Stored(constant, format), lower = Stored(low, format),
+           upper = Stored(high, format);
+      KvIdxBounds bounds{lower.data(), upper.data(), 0, 0};
+      void* at = value.data();
+      if (format == 8) {
+        bounds = {reinterpret_cast<unsigned char*>(&low), reinterpret_cast<unsigned char*>(&high),
+                  0, 0};
+        at = &constant;
+      }
+      CAPTURE(int{codeSet});
+      CAPTURE(int{format});
+      const float three =
+          types.EvalAndBound(KvSTRING_T, &bounds, op, at, format, 1, nullptr, nullptr);
+      CHECK(three * (26 * 26 * 26) == doctest::Approx(1).epsilon(0.05));
+    }
   }
   KvString::SetAsterisk(KvChar('\0'));
 }

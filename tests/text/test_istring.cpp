@@ -230,6 +230,23 @@ TEST_CASE_TEMPLATE("a text that begins with its end differs by the first bytes",
   CHECK(String().Compare(ended) == -1);
 }
 
+TEST_CASE("a byte in each place of a word weighs what it weighs alone") {
+  const PlainTable table(true);
+  const std::string capitals = "ABCDEFGHIJKLMNOPQRSTUVWX";
+  std::string letters = "abcdefghijklmnopqrstuvwx";
+  for (std::size_t at = 0; at < letters.size(); ++at) {
+    for (int byte = 1; byte < 256; ++byte) {
+      std::string other = letters;
+      other[at] = static_cast<char>(byte);
+      CAPTURE(at);
+      CAPTURE(byte);
+      REQUIRE(KvCaseIString(capitals.c_str()).Compare(KvCaseIString(other.c_str())) ==
+              table.Compare(capitals, other, 0, 0));
+    }
+  }
+  CHECK(KvCaseIString("ABCDEFGH") != KvCaseIString("abcdefg("));
+}
+
 TEST_CASE("long texts are compared up to 65,535 weights") {
   const PlainTable table(true);
   // 32,767 ligatures are 65,534 weights: one more weight is seen, the next one is not.
@@ -308,6 +325,10 @@ TEST_CASE("parts and edits") {
   CHECK(edited([](KvIString& v) { v.Replace("XYZ", 4); }) == "abcdXY");
   CHECK(edited([](KvIString& v) { v.Replace(v, 2); }) == "ababcd");
   CHECK(edited([](KvIString& v) { v.Replace("X", 6); }) == "abcdef");
+  KvIString cut("abcdefgh");
+  cut[6] = '\0';
+  cut.Replace("XY", 7);  // what lies behind the end is not the text's
+  CHECK(cut[7] == 'h');
   CHECK(edited([](KvIString& v) { v.Expand(9, '.'); }) == "abcdef...");
   CHECK(edited([](KvIString& v) { v.Expand(6, '.'); }) == "abcdef");
   CHECK(edited([](KvIString& v) { v.Fill(3, 'q'); }) == "qqq");

@@ -79,6 +79,21 @@ TEST_CASE("default formats") {
   CHECK(Print(KvU8B_T, o_u8b{ULLONG_MAX}) == "18446744073709551615");
 }
 
+TEST_CASE("capital conversions and values that are not there") {
+  for (const char* format : {"%A", "%E", "%G", "%a", "%e", "%g", "%f", "%F"}) {
+    CAPTURE(format);
+    for (const double value : {1.0, -1234.5, 1e-300}) {
+      CHECK(Print(KvDOUBLE_T, value, format) == CLibrary(format, value));
+    }
+  }
+  for (const char id : {Kv1B_T, Kv2B_T, Kv4B_T, KvDOUBLE_T, KvFLOAT_T, KvU2B_T, KvU4B_T, KvINT_T,
+                        KvUNSIGNED_T, KvENUM_T, KvU1B_T, KvBLOCKID_T, Kv8B_T, KvU8B_T}) {
+    CAPTURE(int{id});
+    KvString out("before");
+    CHECK(Types().PrintToKvString(id, out, nullptr, nullptr, 1).IsEmpty());
+  }
+}
+
 TEST_CASE("a format that does not parse prints by the default and scans nothing") {
   for (const char* format : {"%n", "%s", "%*d", "%d %d", "%", "%d%", "%ld%n", "%q", "%ls", "%g",
                              "%5", "%.*d", "%1$d", "%[0-9]", "%'d", "%p", "%jd"}) {
@@ -150,6 +165,8 @@ TEST_CASE("what does not match leaves the destination alone") {
   CHECK(Scan(KvBLOCKID_T, "12", o_u4b{9}) == 9);
   CHECK(Scan(Kv4B_T, "a  % 12", o_4b{9}, "a %%%d") == 12);
   CHECK(Scan(Kv4B_T, "12", o_4b{9}, "%d trailing") == 12);
+  CHECK(Scan(Kv4B_T, "  x5", o_4b{9}, " x%d") == 5);
+  CHECK(Scan(Kv4B_T, "x5", o_4b{9}, " x%d") == 5);
   CHECK(Scan(Kv4B_T, "A", o_4b{9}, "%c") == 'A');
   CHECK(Scan(Kv4B_T, "0xg", o_4b{9}, "%i") == 0);
   KvString text("5");

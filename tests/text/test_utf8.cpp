@@ -243,6 +243,19 @@ TEST_CASE("other text of an 8-bit code set goes through Unicode") {
   CHECK(std::strcmp(buffer, "\xD0\xB0") == 0);
 }
 
+TEST_CASE("a buffer of just the size is big enough") {
+  for (const char* text : {"ab", "\xE9"}) {  // two bytes both
+    char own[3] = {'#', '#', '#'};
+    char* buffer = own;
+    int size = 2;
+    CHECK(KvString2MultiByteString(Latin1(text), buffer, size) == 2);
+    CHECK(buffer == own);
+    CHECK(size == 2);
+    CHECK(own[2] == '#');
+    CHECK(KvString2KvMBS(Latin1(text), own, 2) == 2);
+  }
+}
+
 TEST_CASE("a big enough buffer is provided where the caller's is not") {
   char own[8] = "";
   char* buffer = own;

@@ -62,6 +62,17 @@ TEST_CASE("the options word and the default type manager") {
   CHECK(DefaultTypeMgr(nullptr) != nullptr);
 }
 
+TEST_CASE("attaching and detaching put the defaults of the languages back") {
+  for (const int attach : {1, 0}) {
+    KvLanguageContext::SetDefaultLanguage(3);
+    KvLanguageContext::SetDefaultCodeSet(253);
+    ___KvTypemgrContext(attach);
+    CHECK(KvLanguageContext::GetDefaultLanguage() == 1);
+    CHECK(KvLanguageContext::GetDefaultCodeSet() == 1);
+  }
+  ___KvTypemgrContext(1);
+}
+
 TEST_CASE("the null print string is the process's") {
   CHECK(std::strcmp(KvTypeMgr::GetNullPrintString().StrGet(), "{NULL}") == 0);
   KvTypeMgr::SetNullPrintString(KvString("nil"));

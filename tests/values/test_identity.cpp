@@ -137,6 +137,9 @@ TEST_CASE("references and local references turn into each other field by field")
   CHECK(local == reference);
   reference = static_cast<unsigned short>(1);
   CHECK(local != reference);
+  KvLocalRef byObject;
+  byObject = KvObjId{1, 2, 3};
+  CHECK((byObject.block == 1 && byObject.low == 2 && byObject.high == 3));
   KvLocalRef other = local;
   other = KvClassId{41, 3};
   CHECK(local != other);
@@ -153,6 +156,12 @@ TEST_CASE("identities print by their directives, nulls as the null print string"
   CHECK(Printed(reference, "%hu-%lu#%lu %hu%lu") == "1-5#7 00");
   CHECK(Printed(reference, "%lx%h") == "00");
   CHECK(Printed(reference, "100%% %q %C%") == "100% q 40%");
+  // What a class does not have prints as 0; characters print themselves from the first one on.
+  CHECK(Printed(KvClassId{40, 3}, "%D:%H-%L#%B,%C") == "0:0-0#0,40");
+  CHECK(Printed(KvObjId{7, 5, 1}, "%D,%Cv%V") == "0,0v0");
+  CHECK(Printed(reference, "\x01%H") ==
+        "\x01"
+        "1");
   CHECK(Printed(KvObjId{7, 0, 0}) == "{NULL}");
   CHECK(Printed(KvClassId()) == "{NULL}");
   CHECK(Printed(KvLocalRef()) == "{NULL}");

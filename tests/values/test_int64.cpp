@@ -174,6 +174,8 @@ TEST_CASE("a double is taken through its seven printed digits") {
     o_double from;
     o_8b to;
   } const cases[] = {{0.9, 0},
+                     {1.0, 1},
+                     {-1.0, -1},
                      {-2.5, -2},
                      {1.9999999, 2},
                      {9.9999999, 10},
