@@ -137,7 +137,7 @@ class Scale {
 unsigned short UnitAt(const Text& text, unsigned index) {
   const bool wide = KvIsWideCodeSet(text.codeSet);
   const unsigned short unit = ReadUnit(text.units, wide, index);
-  return wide && text.byteOrder == 2 ? __builtin_bswap16(unit) : unit;
+  return wide && IsReversed(text) ? __builtin_bswap16(unit) : unit;
 }
 
 bool IsWildcard(unsigned short order) {
