@@ -22,6 +22,7 @@ FLOORS = [
     ["src/kvtypevl/operations"],
     ["src/kvtypevl/rows"],
     ["src/kvtypes"],
+    ["src/kvchecked"],
 ]
 PROGRAMS = ["bindings", "engines", "examples", "tools"]
 EXPORTED = ["kvcore/inc", "platform/zbs/inc", "platform/zin/inc"]

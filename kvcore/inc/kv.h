@@ -6,6 +6,7 @@
 #include "kvblob.h"
 #include "kvboolean.h"
 #include "kvchar.h"
+#include "kvchecked.h"
 #include "kvcollate.h"
 #include "kvcompare.h"
 #include "kvdate.h"

@@ -474,10 +474,10 @@ class Scanner {
 
   DateTimeScan Run(const char* format) {
     if (*format == '%') format = ReadPlain(format);
-    if (*format == '\0') return {true, seen_.any, false};
+    if (*format == '\0') return {text_, true, seen_.any, false};
     const bool complete = Walk(format, "");
     ApplyHalfOfDay();
-    return {complete, seen_.any, seen_.totalDays};
+    return {text_, complete, seen_.any, seen_.totalDays, seen_.saturated};
   }
 
  private:
@@ -487,6 +487,7 @@ class Scanner {
   struct Seen {
     bool any = false;
     bool totalDays = false;
+    bool saturated = false;
     bool hourRead = false;
     Half half = Half::kUnknown;
   };
@@ -738,6 +739,10 @@ class Scanner {
   bool ReadLongNumber(int& number) {
     const IntegerText read = ReadInteger(text_, text_ + std::strlen(text_), 10);
     number = static_cast<int>(SaturateSigned(read, 32));
+    // A saturated number is not as large as what was read.
+    const unsigned magnitude =
+        number < 0 ? 0 - static_cast<unsigned>(number) : static_cast<unsigned>(number);
+    seen_.saturated = seen_.saturated || read.overflow || read.magnitude != magnitude;
     text_ = read.end;
     return true;
   }

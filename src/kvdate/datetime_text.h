@@ -31,12 +31,18 @@ struct DateTimeParts {
 KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* format,
                          char sign = 0);
 
-// What a scan came to. One word: bytes written apart and then returned together would have to wait
-// for each other.
+// What a scan came to. The flags are one word: bytes written apart and then returned together would
+// have to wait for each other.
 class DateTimeScan {
  public:
-  constexpr DateTimeScan(bool complete, bool any, bool totalDays)
-      : flags_((complete ? 1u : 0u) | (any ? 2u : 0u) | (totalDays ? 4u : 0u)) {}
+  constexpr DateTimeScan(const char* end, bool complete, bool any, bool totalDays,
+                         bool saturated = false)
+      : end_(end),
+        flags_((complete ? 1u : 0u) | (any ? 2u : 0u) | (totalDays ? 4u : 0u) |
+               (saturated ? 8u : 0u)) {}
+
+  // Behind what was read, or at what does not match.
+  constexpr const char* End() const { return end_; }
 
   // The format was walked to its end.
   constexpr bool IsComplete() const { return (flags_ & 1) != 0; }
@@ -44,8 +50,11 @@ class DateTimeScan {
   constexpr bool HasAny() const { return (flags_ & 2) != 0; }
   // Year, month and day were read as one number of days, by %J.
   constexpr bool HasTotalDays() const { return (flags_ & 4) != 0; }
+  // A number in the text was larger than a component can be.
+  constexpr bool IsSaturated() const { return (flags_ & 8) != 0; }
 
  private:
+  const char* end_;
   unsigned flags_;
 };
 

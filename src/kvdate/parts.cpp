@@ -171,6 +171,42 @@ void SetParts(d_Timestamp& timestamp, const DateTimeParts& parts, DateTimeScan s
   SetParts(timestamp.time, parts, scan);
 }
 
+// Whether a value that was made of components holds them all, and as they are.
+
+template <class T>
+bool Holds(const T& value, const DateTimeParts& parts, DateTimeScan) {
+  const DateTimeParts held = PartsOf(value);
+  return held.year == parts.year && held.month == parts.month && held.day == parts.day &&
+         held.hour == parts.hour && held.minute == parts.minute && held.second == parts.second &&
+         held.nanosecond == parts.nanosecond;
+}
+
+bool Holds(const KvTimeSpan& span, DateTimeParts parts, DateTimeScan scan) {
+  const DateTimeParts held = PartsOf(span);
+  const auto days = [](const DateTimeParts& each) {
+    return each.day + 30 * (each.month + std::int64_t{12} * each.year);
+  };
+  if (scan.HasTotalDays() && days(held) == days(parts)) {
+    parts.year = held.year;
+    parts.month = held.month;
+    parts.day = held.day;
+  }
+  return Holds<KvTimeSpan>(span, parts, scan);
+}
+
+ScanTrace TraceOf(DateTimeScan scan, const char* text) {
+  // Blanks before the next element have been passed, also where there is none.
+  const char* end = scan.End();
+  while (scan.IsComplete() && end != text && IsBlank(end[-1])) --end;
+  return {.position = static_cast<unsigned>(end - text),
+          .complete = scan.IsComplete(),
+          .any = scan.HasAny()};
+}
+
+ScanTrace NullTrace() {
+  return {.position = KvTypeMgr::GetNullPrintString().Len(), .complete = true, .any = true};
+}
+
 // Classes whose components begin with a date of the calendar.
 template <class T>
 inline constexpr bool kHasDate = false;
@@ -197,35 +233,42 @@ KvString& PrintDateTime(KvString& out, const T& value, const char* format) {
 }
 
 template <class T>
-int ScanDateTimeText(T& value, const KvString& in, const char* format) {
+int ScanDateTimeText(T& value, const KvString& in, const char* format, ScanTrace* trace) {
   const NarrowText text(in);
   if constexpr (requires { value.SetNullValue(); }) {
-    if (BeginsWithNull(text.Get())) return value.SetNullValue();
+    if (BeginsWithNull(text.Get())) {
+      if (trace != nullptr) *trace = NullTrace();
+      return value.SetNullValue();
+    }
   }
   DateTimeParts parts;
   if constexpr (kHasDate<T>) parts.month = parts.day = 1;
   const DateTimeScan scan =
       ScanDateTime(parts, text.Get(), text.End(), format != nullptr ? format : kDateTimeFormat<T>);
   if (scan.HasAny()) SetParts(value, parts, scan);
+  if (trace != nullptr) {
+    *trace = TraceOf(scan, text.Get());
+    trace->outOfRange = scan.HasAny() && (scan.IsSaturated() || !Holds(value, parts, scan));
+  }
   return scan.IsComplete() ? kvOk : kvNotSupported;
 }
 
 template KvString& PrintDateTime(KvString&, const KvDate&, const char*);
-template int ScanDateTimeText(KvDate&, const KvString&, const char*);
+template int ScanDateTimeText(KvDate&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const KvTime&, const char*);
-template int ScanDateTimeText(KvTime&, const KvString&, const char*);
+template int ScanDateTimeText(KvTime&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const KvDateTime&, const char*);
-template int ScanDateTimeText(KvDateTime&, const KvString&, const char*);
+template int ScanDateTimeText(KvDateTime&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const KvDateTimeN&, const char*);
-template int ScanDateTimeText(KvDateTimeN&, const KvString&, const char*);
+template int ScanDateTimeText(KvDateTimeN&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const KvTimeSpan&, const char*);
-template int ScanDateTimeText(KvTimeSpan&, const KvString&, const char*);
+template int ScanDateTimeText(KvTimeSpan&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const d_Date&, const char*);
-template int ScanDateTimeText(d_Date&, const KvString&, const char*);
+template int ScanDateTimeText(d_Date&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const d_Time&, const char*);
-template int ScanDateTimeText(d_Time&, const KvString&, const char*);
+template int ScanDateTimeText(d_Time&, const KvString&, const char*, ScanTrace*);
 template KvString& PrintDateTime(KvString&, const d_Timestamp&, const char*);
-template int ScanDateTimeText(d_Timestamp&, const KvString&, const char*);
+template int ScanDateTimeText(d_Timestamp&, const KvString&, const char*, ScanTrace*);
 
 // ---------------------------------------------------------------------------------------------
 // d_Interval: a magnitude with a sign in front.
@@ -249,7 +292,8 @@ KvString& PrintDateTime(KvString& out, const d_Interval& interval, const char* f
                         interval.seconds < 0 ? '-' : '\0');
 }
 
-int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* format) {
+int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* format,
+                     ScanTrace* trace) {
   const NarrowText narrow(in);
   const char* text = SkipBlanks(narrow.Get());
   const bool negative = *text == '-';
@@ -261,6 +305,10 @@ int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* forma
   const double seconds = days * 86400 + parts.hour * 3600.0 + parts.minute * 60.0 + parts.second +
                          parts.nanosecond / 1e9;
   if (scan.HasAny()) interval.seconds = static_cast<float>(negative ? -seconds : seconds);
+  if (trace != nullptr) {
+    *trace = TraceOf(scan, narrow.Get());
+    trace->outOfRange = scan.IsSaturated();
+  }
   return scan.IsComplete() ? kvOk : kvNotSupported;
 }
 

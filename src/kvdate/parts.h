@@ -6,6 +6,7 @@
 #include "kvdatime.h"
 #include "kvodmg.h"
 #include "kvstring/null_text.h"
+#include "kvtext/scan_trace.h"
 
 namespace kv {
 
@@ -59,9 +60,11 @@ template <class T>
 KvString& PrintDateTime(KvString& out, const T& value, const char* format);
 KvString& PrintDateTime(KvString& out, const d_Interval& interval, const char* format);
 
-// A value from a text. Result: 0, or kvNotSupported when text and format do not match.
+// A value from a text. Result: 0, or kvNotSupported when text and format do not match. A trace that
+// is given takes how it went; what the value does not hold as it was read is out of range.
 template <class T>
-int ScanDateTimeText(T& value, const KvString& in, const char* format);
-int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* format);
+int ScanDateTimeText(T& value, const KvString& in, const char* format, ScanTrace* trace = nullptr);
+int ScanDateTimeText(d_Interval& interval, const KvString& in, const char* format,
+                     ScanTrace* trace = nullptr);
 
 }  // namespace kv

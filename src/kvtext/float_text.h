@@ -72,24 +72,35 @@ constexpr bool IsTooLarge(const char* digits) {
   return place + (negative ? -exponent : exponent) > 0;
 }
 
-// Reads a decimal number, or one of the three words when the text does not begin with one. Beyond
-// the range the result is an infinity or a zero; any other text is 0.
-inline double ScanDefaultFloat(const char* text) {
+// Reads the decimal number that stands behind the blanks of `text`. Beyond the range it is an
+// infinity or a zero. Result: its end, null when there is none.
+inline const char* ReadFloatText(const char* text, double& value) {
   const char* number = SkipBlanks(text);
   const bool negative = *number == '-';
   if (*number == '-' || *number == '+') ++number;
-  if (!IsDigit(*number) && !(*number == '.' && IsDigit(number[1]))) {
-    const double infinity = std::numeric_limits<double>::infinity();
-    if (IsWord(text, "-infinity")) return -infinity;
-    if (IsWord(text, "infinity")) return infinity;
-    return IsWord(text, "nan") ? std::bit_cast<double>(kReadNaNBits) : 0.0;
-  }
-  double value = 0;
-  const auto result = std::from_chars(number, number + std::strlen(number), value);
+  if (!IsDigit(*number) && !(*number == '.' && IsDigit(number[1]))) return nullptr;
+  double magnitude = 0;
+  const auto result = std::from_chars(number, number + std::strlen(number), magnitude);
   if (result.ec == std::errc::result_out_of_range) {
-    value = IsTooLarge(number) ? std::numeric_limits<double>::infinity() : 0.0;
+    magnitude = IsTooLarge(number) ? std::numeric_limits<double>::infinity() : 0.0;
   }
-  return negative ? -value : value;
+  value = negative ? -magnitude : magnitude;
+  return result.ptr;
+}
+
+// The number that one of the three words stands for, 0 for any other text.
+inline double NumberOfWord(const char* text) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  if (IsWord(text, "-infinity")) return -infinity;
+  if (IsWord(text, "infinity")) return infinity;
+  return IsWord(text, "nan") ? std::bit_cast<double>(kReadNaNBits) : 0.0;
+}
+
+// Reads a decimal number, or one of the three words when the text does not begin with one. Any
+// other text is 0.
+inline double ScanDefaultFloat(const char* text) {
+  double value;
+  return ReadFloatText(text, value) != nullptr ? value : NumberOfWord(text);
 }
 
 }  // namespace kv

@@ -6,7 +6,9 @@
 #include "kvtext/scalar_format.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -287,6 +289,7 @@ void PrintConversion(CutText& text, const Conversion& conversion, const ScalarAr
 struct Input {
   const char* at;
   const char* last;
+  bool outOfRange = false;  // a number was read that is not in the text
 
   const char* EndOfField(const Conversion& conversion) const {
     if (conversion.width < 0 || conversion.width >= last - at) return last;
@@ -305,9 +308,11 @@ bool ScanFloating(Input& input, const Conversion& conversion, double& value) {
     text = field;
   }
   char* end;
+  errno = 0;
   const double scanned = std::strtod(text, &end);
   if (end == text) return false;
   value = scanned;
+  input.outOfRange = input.outOfRange || (errno == ERANGE && std::isinf(scanned));
   input.at += end - text;
   return true;
 }
@@ -326,6 +331,14 @@ constexpr int RadixOf(char letter) {
   }
 }
 
+// Whether a number in a text is one of `bits` bits. -0 is one without a sign too.
+bool FitsBits(const IntegerText& number, bool isSigned, unsigned bits) {
+  if (number.overflow) return false;
+  const unsigned long long most = ~0ULL >> (64 - bits);
+  if (!isSigned) return number.magnitude <= (number.negative ? 0 : most);
+  return number.magnitude <= most / 2 + (number.negative ? 1 : 0);
+}
+
 bool ScanInteger(Input& input, const Conversion& conversion, ScalarArguments& values) {
   input.at = SkipBlanks(input.at);
   const IntegerText number =
@@ -337,6 +350,8 @@ bool ScanInteger(Input& input, const Conversion& conversion, ScalarArguments& va
       isSigned ? static_cast<unsigned long long>(SaturateSigned(number, values.integerBits))
                : SaturateUnsigned(number, values.integerBits);
   const unsigned bits = BitsOf(conversion, values.integerBits);
+  input.outOfRange =
+      input.outOfRange || !FitsBits(number, isSigned, std::min(bits, values.valueBits));
   values.integer = isSigned ? static_cast<unsigned long long>(CutToSignedBits(value, bits))
                             : CutToBits(value, bits);
   return true;
@@ -387,13 +402,20 @@ bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list
 }
 
 unsigned ScanWithFormat(const char* text, const char* format, ConversionList list,
-                        ScalarArguments& values) {
+                        ScalarArguments& values, ScanTrace* trace) {
   Input input{text, text + std::strlen(text)};
+  const auto tell = [&](unsigned matched, bool complete, bool badFormat = false) {
+    if (trace == nullptr) return matched;
+    *trace = {static_cast<unsigned>(input.at - text), complete, matched != 0, input.outOfRange,
+              badFormat};
+    return matched;
+  };
   Conversion plain;
   if (list == ConversionList::kInteger && ReadPlainInteger(format, plain)) {
-    return ScanInteger(input, plain, values) ? 1 : 0;
+    const bool matches = ScanInteger(input, plain, values);
+    return tell(matches ? 1 : 0, matches);
   }
-  if (!Takes(format, list)) return 0;
+  if (!Takes(format, list)) return tell(0, false, true);
   FormatReader reader(format);
   unsigned matched = 0;
   for (Piece piece = reader.Next(); piece != Piece::kEnd; piece = reader.Next()) {
@@ -401,10 +423,10 @@ unsigned ScanWithFormat(const char* text, const char* format, ConversionList lis
     const bool matches = piece == Piece::kConversion
                              ? ScanConversion(input, reader.conversion, values)
                              : ScanLiteral(input, reader.literal);
-    if (!matches) return matched;
+    if (!matches) return tell(matched, false);
     if (piece == Piece::kConversion) ++matched;
   }
-  return matched;
+  return tell(matched, true);
 }
 
 }  // namespace kv

@@ -15,6 +15,8 @@
 // precisions included.
 #pragma once
 
+#include "kvtext/scan_trace.h"
+
 namespace kv {
 
 // What the text of one value is built in, terminator included.
@@ -34,6 +36,7 @@ struct ScalarArguments {
   double floating = 0;
   unsigned long long integer = 0;
   unsigned integerBits = 32;
+  unsigned valueBits = 32;  // what the row keeps of an integer
 };
 
 // Prints into `text`, terminator included. Result: false, with an empty text, when the format does
@@ -49,8 +52,8 @@ unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarA
 // blanks (none included), numbers skip leading blanks; a precision and flags say nothing here. On
 // a conversion that matches its member of `values` is set: an integer sign-extended from the width
 // of the conversion, so that it can be cut to any row's width. Result: the number of conversions
-// that matched; 0 when the format does not parse.
+// that matched; 0 when the format does not parse. A trace that is given takes how it went.
 unsigned ScanWithFormat(const char* text, const char* format, ConversionList list,
-                        ScalarArguments& values);
+                        ScalarArguments& values, ScanTrace* trace = nullptr);
 
 }  // namespace kv

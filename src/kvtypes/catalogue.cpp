@@ -157,6 +157,10 @@ KvCompareFunc OwnCompare(int row) {
   return kEntries[row].slots.compare;
 }
 
+KvScanFunc OwnScan(int row) {
+  return kEntries[row].slots.scan;
+}
+
 constinit const std::array<KvTypeDescriptor*, kRowCount> currentCatalogue =
     PointAt(std::make_index_sequence<kRowCount>());
 

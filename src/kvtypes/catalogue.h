@@ -17,8 +17,9 @@ inline constexpr int kIllegalRow = 46;
 extern const std::array<KvTypeDescriptor*, kRowCount> currentCatalogue;
 extern const std::array<KvTypeDescriptor*, kOldRowCount> oldCatalogue;
 
-// The comparer that a row had before anybody exchanged it.
+// The comparer and the scan function that a row had before anybody exchanged them.
 KvCompareFunc OwnCompare(int row);
+KvScanFunc OwnScan(int row);
 
 // The row of a type id. Ids below 100 are their own row, also where there is none (47 to 99 and
 // negative ones: callers ask IsValidType). Every id from 100 on is the illegal row, deliberately:

@@ -67,15 +67,6 @@ unsigned HashBytes(const unsigned char* bytes, o_u4b length) {
   return FoldUnits<unsigned char>(bytes, length, [](unsigned byte) { return byte; });
 }
 
-// What storing a run takes, its total's own width included.
-o_u8b StoredSize(const KvBlob* blobs, unsigned count) {
-  o_u8b size = kLengthWidth;
-  for (unsigned i = 0; i < count; ++i) {
-    size += kLengthWidth + static_cast<o_u8b>(blobs[i].Length());
-  }
-  return size;
-}
-
 constexpr unsigned ReportedSize(o_u8b size) {
   return size <= UINT_MAX ? static_cast<unsigned>(size) : 0;
 }
@@ -115,6 +106,14 @@ BlobView BoundOf(const unsigned char* bound, unsigned char length, unsigned char
 
 }  // namespace
 
+o_u8b StoredBlobsSize(const KvBlob* blobs, unsigned count) {
+  o_u8b size = kLengthWidth;
+  for (unsigned i = 0; i < count; ++i) {
+    size += kLengthWidth + static_cast<o_u8b>(blobs[i].Length());
+  }
+  return size;
+}
+
 StoredBlobs::StoredBlobs(const void* stored, unsigned bufferLength, bool reversed)
     : at_(static_cast<const unsigned char*>(stored)), reversed_(reversed) {
   if (stored == nullptr || (bufferLength != 0 && bufferLength < kLengthWidth)) return;
@@ -148,7 +147,7 @@ unsigned BlobRow::Store(void* destination, const void* source, unsigned char for
   if (count == 0) return 0;
   const auto* blobs = static_cast<const KvBlob*>(source);
   const bool reversed = Format{format}.IsReversed();
-  const o_u8b size = StoredSize(blobs, count);
+  const o_u8b size = StoredBlobsSize(blobs, count);
   if (size > UINT_MAX) return 0;
   auto* at = static_cast<unsigned char*>(destination);
   WriteLength(at, static_cast<o_u4b>(size - kLengthWidth), reversed);
@@ -192,7 +191,7 @@ unsigned BlobRow::Size(const void* stored, unsigned char /*extra*/, unsigned cha
                        unsigned count) {
   if (count == 0 || stored == nullptr) return 0;
   if (!Format{format}.IsMemory()) return StoredRunSize(stored, Format{format}.IsReversed());
-  return ReportedSize(StoredSize(static_cast<const KvBlob*>(stored), count));
+  return ReportedSize(StoredBlobsSize(static_cast<const KvBlob*>(stored), count));
 }
 
 unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned count) {

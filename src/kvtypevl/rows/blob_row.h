@@ -41,6 +41,9 @@ class StoredBlobs {
   bool reversed_;
 };
 
+// Bytes that storing a run of blobs in memory takes.
+o_u8b StoredBlobsSize(const KvBlob* blobs, unsigned count);
+
 struct BlobRow {
   struct Codec {
     using Value = KvBlob;

@@ -37,19 +37,20 @@ int HexDigit(char c) {
   return IsDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10;
 }
 
-// `blob`, empty at first, takes the bytes of `text`; false when it is not hex or memory is short.
-bool ReadHex(KvBlob& blob, const char* text) {
+// `blob`, empty at first, takes the bytes of `text`, up to what is not hex or where memory is
+// short: then the blob is null. Result: the end of what was read.
+const char* ReadHex(KvBlob& blob, const char* text) {
   unsigned char block[256];
   int used = 0;
-  for (text = SkipBlanks(text); *text != 0; text = SkipBlanks(text + 2)) {
-    if (!IsHexDigit(text[0]) || !IsHexDigit(text[1])) return false;
+  text = SkipBlanks(text);
+  for (; IsHexDigit(text[0]) && IsHexDigit(text[1]); text = SkipBlanks(text + 2)) {
     block[used++] = static_cast<unsigned char>(HexDigit(text[0]) << 4 | HexDigit(text[1]));
     if (used < static_cast<int>(sizeof block)) continue;
     blob.Append(block, std::exchange(used, 0));
-    if (blob.IsNullValue()) return false;
+    if (blob.IsNullValue()) return text;
   }
   blob.Append(block, used);
-  return !blob.IsNullValue();
+  return text;
 }
 
 }  // namespace
@@ -68,16 +69,27 @@ KvString& PrintBlob(KvString& out, void* values, const char* format, unsigned /*
   return sink.Finish();
 }
 
-void* ScanBlob(void* values, KvString& text, const char* /*format*/, unsigned /*count*/) {
-  if (values == nullptr) return nullptr;
-  auto& blob = *static_cast<KvBlob*>(values);
+bool TraceBlob(KvBlob& blob, const KvString& text, ScanTrace& trace) {
   const NarrowText narrow(text);
-  KvBlob scanned;
+  trace = {};
   if (BeginsWithNull(narrow.Get())) {
+    trace = {.position = KvTypeMgr::GetNullPrintString().Len(), .complete = true, .any = true};
     blob.SetNullValue();
-  } else if (ReadHex(scanned, narrow.Get())) {
-    blob = std::move(scanned);
+    return true;
   }
+  KvBlob scanned;
+  const char* end = ReadHex(scanned, narrow.Get());
+  if (scanned.IsNullValue()) return false;
+  trace.position = static_cast<unsigned>(end - narrow.Get());
+  trace.complete = *end == 0;
+  trace.any = true;
+  if (trace.complete) blob = std::move(scanned);
+  return true;
+}
+
+void* ScanBlob(void* values, KvString& text, const char* /*format*/, unsigned /*count*/) {
+  ScanTrace trace;
+  if (values != nullptr) TraceBlob(*static_cast<KvBlob*>(values), text, trace);
   return values;
 }
 

@@ -1,6 +1,9 @@
 // Text of blobs: the print and scan functions of their row.
 #pragma once
 
+#include "kvtext/scan_trace.h"
+
+class KvBlob;
 class KvString;
 
 namespace kv {
@@ -14,5 +17,7 @@ KvString& PrintBlob(KvString& out, void* values, const char* format, unsigned co
 // digits, blanks between them allowed. A text that begins with the null print string is null, an
 // empty one an empty blob. Any other text leaves the blob as it is.
 void* ScanBlob(void* values, KvString& text, const char* format, unsigned count);
+// The same, with a trace. False when memory was short.
+bool TraceBlob(KvBlob& blob, const KvString& text, ScanTrace& trace);
 
 }  // namespace kv

@@ -90,12 +90,32 @@ bool Assign(const Directive& directive, KvRef& fields, o_u4b number) {
   return number <= 0xFFFF;
 }
 
-bool ScanField(const Directive& directive, KvRef& fields, const char*& text, const char* end) {
+bool ScanField(const Directive& directive, KvRef& fields, const char*& text, const char* end,
+               ScanTrace& trace) {
   o_u4b number = 0;
   const auto [behind, error] = std::from_chars(text, end, number);
-  if (error != std::errc()) return false;
+  if (error == std::errc::invalid_argument) return false;
   text = behind;
-  return Assign(directive, fields, number);
+  trace.any = true;
+  trace.outOfRange = error != std::errc() || !Assign(directive, fields, number);
+  return !trace.outOfRange;
+}
+
+// False at what the format does not ask for, where `at` is left.
+bool ScanFields(KvRef& fields, const char*& at, const char* format, ScanTrace& trace) {
+  const char* end = at + std::strlen(at);
+  FormatWalker walker(format);
+  for (Directive directive = walker.Next(); directive.kind != Directive::Kind::kEnd;
+       directive = walker.Next()) {
+    at = SkipBlanks(at);
+    if (directive.kind == Directive::Kind::kField) {
+      if (!ScanField(directive, fields, at, end, trace)) return false;
+    } else if (!IsBlank(directive.literal)) {
+      if (*at != directive.literal) return false;
+      ++at;
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -114,22 +134,20 @@ KvString& PrintIdentity(KvString& out, const KvRef& fields, const char* format) 
   return sink.Finish();
 }
 
-ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format) {
+ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format,
+                         ScanTrace& trace) {
   const NarrowText narrow(text);
   const char* at = narrow.Get();
-  if (IsNullText(at)) return ScanOutcome::kNull;
-  const char* end = at + std::strlen(at);
-  KvRef scanned = fields;
-  FormatWalker walker(format);
-  for (Directive directive = walker.Next(); directive.kind != Directive::Kind::kEnd;
-       directive = walker.Next()) {
-    at = SkipBlanks(at);
-    if (directive.kind == Directive::Kind::kField) {
-      if (!ScanField(directive, scanned, at, end)) return ScanOutcome::kMismatch;
-    } else if (!IsBlank(directive.literal)) {
-      if (*at++ != directive.literal) return ScanOutcome::kMismatch;
-    }
+  trace = {};
+  if (IsNullText(at)) {
+    trace.position = *at == 0 ? 0 : KvTypeMgr::GetNullPrintString().Len();
+    trace.complete = trace.any = true;
+    return ScanOutcome::kNull;
   }
+  KvRef scanned = fields;
+  trace.complete = ScanFields(scanned, at, format, trace);
+  trace.position = static_cast<unsigned>(at - narrow.Get());
+  if (!trace.complete) return ScanOutcome::kMismatch;
   fields = scanned;
   return ScanOutcome::kPresent;
 }
@@ -150,8 +168,9 @@ KvRef FieldsOf(const KvClassId& id) {
 
 // Scanning over the fields of a KvRef; `set` takes them over.
 template <class Identity, class Set>
-int ScanOver(Identity& identity, KvRef fields, const KvString& text, const char* format, Set set) {
-  switch (ScanIdentity(fields, text, format)) {
+int ScanOver(Identity& identity, KvRef fields, const KvString& text, const char* format,
+             ScanTrace& trace, Set set) {
+  switch (ScanIdentity(fields, text, format, trace)) {
     case ScanOutcome::kMismatch:
       return kvNotSupported;
     case ScanOutcome::kNull:
@@ -165,6 +184,26 @@ int ScanOver(Identity& identity, KvRef fields, const KvString& text, const char*
 }
 
 }  // namespace
+
+int TraceIdentity(KvObjId& id, const KvString& text, const char* format, ScanTrace& trace) {
+  return ScanOver(id, FieldsOf(id), text, format ? format : kObjIdFormat, trace,
+                  [](KvObjId& taken, const KvRef& fields) {
+                    taken = KvObjId{fields.block, fields.low, fields.high};
+                  });
+}
+
+int TraceIdentity(KvClassId& id, const KvString& text, const char* format, ScanTrace& trace) {
+  return ScanOver(id, FieldsOf(id), text, format ? format : kClassIdFormat, trace,
+                  [](KvClassId& taken, const KvRef& fields) {
+                    taken = KvClassId{fields.classNo, fields.version};
+                  });
+}
+
+int TraceIdentity(KvRef& reference, const KvString& text, const char* format, ScanTrace& trace) {
+  return ScanOver(reference, reference, text, format ? format : kRefFormat, trace,
+                  [](KvRef& taken, const KvRef& fields) { taken = fields; });
+}
+
 }  // namespace kv
 
 KvString& KvObjId::PrintToKvString(KvString& text, const char* format) const {
@@ -173,10 +212,8 @@ KvString& KvObjId::PrintToKvString(KvString& text, const char* format) const {
 }
 
 int KvObjId::ScanFromKvString(const KvString& text, const char* format) {
-  return kv::ScanOver(*this, kv::FieldsOf(*this), text, format ? format : kv::kObjIdFormat,
-                      [](KvObjId& id, const KvRef& fields) {
-                        id = KvObjId{fields.block, fields.low, fields.high};
-                      });
+  kv::ScanTrace trace;
+  return kv::TraceIdentity(*this, text, format, trace);
 }
 
 KvString& KvClassId::PrintToKvString(KvString& text, const char* format) const {
@@ -185,10 +222,8 @@ KvString& KvClassId::PrintToKvString(KvString& text, const char* format) const {
 }
 
 int KvClassId::ScanFromKvString(const KvString& text, const char* format) {
-  return kv::ScanOver(*this, kv::FieldsOf(*this), text, format ? format : kv::kClassIdFormat,
-                      [](KvClassId& id, const KvRef& fields) {
-                        id = KvClassId{fields.classNo, fields.version};
-                      });
+  kv::ScanTrace trace;
+  return kv::TraceIdentity(*this, text, format, trace);
 }
 
 KvString& KvRef::PrintToKvString(KvString& text, const char* format) const {
@@ -197,8 +232,8 @@ KvString& KvRef::PrintToKvString(KvString& text, const char* format) const {
 }
 
 int KvRef::ScanFromKvString(const KvString& text, const char* format) {
-  return kv::ScanOver(*this, *this, text, format ? format : kv::kRefFormat,
-                      [](KvRef& reference, const KvRef& fields) { reference = fields; });
+  kv::ScanTrace trace;
+  return kv::TraceIdentity(*this, text, format, trace);
 }
 
 KvString& KvLocalRef::PrintToKvString(KvString& text, const char* format) const {
@@ -206,8 +241,9 @@ KvString& KvLocalRef::PrintToKvString(KvString& text, const char* format) const 
 }
 
 int KvLocalRef::ScanFromKvString(const KvString& text, const char* format) {
+  kv::ScanTrace trace;
   return kv::ScanOver(
-      *this, *this, text, format ? format : kv::kLocalRefFormat,
+      *this, *this, text, format ? format : kv::kLocalRefFormat, trace,
       [](KvLocalRef& local, const KvRef& fields) {
         local = KvLocalRef{fields.block, fields.low, fields.high, fields.classNo, fields.version};
       });

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kvref.h"
+#include "kvtext/scan_trace.h"
 
 class KvString;
 
@@ -16,6 +17,11 @@ enum class ScanOutcome { kNull, kPresent, kMismatch };
 // Reads the fields that the format names into `fields`, which keeps the others. An empty text, and
 // one that begins with the null print string, is null; `fields` is then left alone, as it is on a
 // mismatch. Text behind what the format asks for is ignored.
-ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format);
+ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format, ScanTrace& trace);
+
+// What ScanFromKvString of the identity does, with a trace. Null formats are the row's.
+int TraceIdentity(KvObjId& id, const KvString& text, const char* format, ScanTrace& trace);
+int TraceIdentity(KvClassId& id, const KvString& text, const char* format, ScanTrace& trace);
+int TraceIdentity(KvRef& reference, const KvString& text, const char* format, ScanTrace& trace);
 
 }  // namespace kv

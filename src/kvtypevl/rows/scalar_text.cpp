@@ -37,6 +37,7 @@ ScalarArguments ArgumentsOf(Integer value) {
   // back by the h in their formats.
   arguments.integer = static_cast<unsigned long long>(static_cast<long long>(value));
   arguments.integerBits = sizeof(Integer) == 8 ? 64 : 32;
+  arguments.valueBits = 8 * sizeof(Integer);
   return arguments;
 }
 
@@ -58,10 +59,12 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
 }
 
 template <class Integer>
-void* ScanInteger(void* values, const KvString& text, const char* format) {
+void* ScanInteger(void* values, const KvString& text, const char* format,
+                  ScanTrace* trace = nullptr) {
   if (values == nullptr || format == nullptr) return values;
   ScalarArguments arguments = ArgumentsOf(Integer{});
-  if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments) == 1) {
+  if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments, trace) ==
+      1) {
     const auto value = static_cast<Integer>(arguments.integer);
     std::memcpy(values, &value, sizeof value);
   }
@@ -128,22 +131,56 @@ KvString& PrintFloating(KvString& out, double value, const char* format) {
                                                         : PrintDefault(out, value);
 }
 
+// The default format, traced: a number, or one of the words, which ends at a blank or with the
+// text.
+ScanTrace TraceDefault(const char* text, double& value) {
+  ScanTrace trace;
+  if (const char* end = ReadFloatText(text, value)) {
+    trace.position = static_cast<unsigned>(end - text);
+    trace.outOfRange = std::isinf(value);
+    trace.complete = trace.any = true;
+    return trace;
+  }
+  const char* begin = SkipBlanks(text);
+  char word[sizeof "-infinity"] = {};
+  unsigned length = 0;
+  while (length < sizeof word - 1 && begin[length] != 0 && !IsBlank(begin[length])) {
+    word[length] = begin[length];
+    ++length;
+  }
+  const double number = NumberOfWord(word);
+  trace.position = static_cast<unsigned>(begin - text);
+  if (number == 0 || (begin[length] != 0 && !IsBlank(begin[length]))) return trace;
+  value = number;
+  trace.position += length;
+  trace.complete = trace.any = true;
+  return trace;
+}
+
 // False when the format did not match: the destination then stays as it is.
-bool ScanFloating(const char* text, const char* format, double& value) {
+bool ScanFloating(const char* text, const char* format, double& value, ScanTrace* trace = nullptr) {
   if (IsFloatFormat(format)) {
+    if (trace != nullptr) {
+      *trace = TraceDefault(text, value);
+      return trace->complete;
+    }
     value = ScanDefaultFloat(text);
     return true;
   }
   ScalarArguments arguments;
   if (!IsMantissaFormat(format)) {
-    const unsigned matched = ScanWithFormat(text, format, ConversionList::kFloating, arguments);
+    const unsigned matched =
+        ScanWithFormat(text, format, ConversionList::kFloating, arguments, trace);
     value = arguments.floating;
     return matched == 1;
   }
-  if (ScanWithFormat(text, format, ConversionList::kMantissaAndExponent, arguments) != 2) {
+  if (ScanWithFormat(text, format, ConversionList::kMantissaAndExponent, arguments, trace) != 2) {
     return false;
   }
   value = std::ldexp(arguments.floating, static_cast<int>(arguments.integer));
+  if (trace != nullptr && std::isinf(value) && !std::isinf(arguments.floating)) {
+    trace->outOfRange = true;
+  }
   return true;
 }
 
@@ -156,12 +193,14 @@ KvString& PrintFloatingRow(KvString& out, const void* values, const char* format
 }
 
 template <class Floating>
-void* ScanFloatingRow(void* values, const KvString& text, const char* format) {
+void* ScanFloatingRow(void* values, const KvString& text, const char* format,
+                      ScanTrace* trace = nullptr) {
   double scanned;
   if (values == nullptr || format == nullptr) return values;
-  if (ScanFloating(NarrowText(text).Get(), format, scanned)) {
+  if (ScanFloating(NarrowText(text).Get(), format, scanned, trace)) {
     const auto value = static_cast<Floating>(scanned);
     std::memcpy(values, &value, sizeof value);
+    if (trace != nullptr && std::isinf(value) && !std::isinf(scanned)) trace->outOfRange = true;
   }
   return values;
 }
@@ -258,6 +297,22 @@ KvString& PrintFloat(KvString& out, void* values, const char* format, unsigned /
 }
 void* ScanFloat(void* values, KvString& text, const char* format, unsigned /*count*/) {
   return ScanFloatingRow<float>(values, text, format);
+}
+
+void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace) {
+  ScanInteger<o_2b>(value, text, format, &trace);
+}
+void TraceLong(void* value, const KvString& text, const char* format, ScanTrace& trace) {
+  ScanInteger<o_4b>(value, text, format, &trace);
+}
+void Trace8b(void* value, const KvString& text, const char* format, ScanTrace& trace) {
+  ScanInteger<o_8b>(value, text, format, &trace);
+}
+void TraceFloat(void* value, const KvString& text, const char* format, ScanTrace& trace) {
+  ScanFloatingRow<float>(value, text, format, &trace);
+}
+void TraceDouble(void* value, const KvString& text, const char* format, ScanTrace& trace) {
+  ScanFloatingRow<double>(value, text, format, &trace);
 }
 
 }  // namespace kv

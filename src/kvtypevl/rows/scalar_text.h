@@ -9,6 +9,7 @@
 #pragma once
 
 #include "kvbase.h"
+#include "kvtext/scan_trace.h"
 
 class KvString;
 
@@ -42,5 +43,13 @@ KvString& PrintDouble(KvString& out, void* values, const char* format, unsigned 
 void* ScanDouble(void* values, KvString& text, const char* format, unsigned count);
 KvString& PrintFloat(KvString& out, void* values, const char* format, unsigned count);
 void* ScanFloat(void* values, KvString& text, const char* format, unsigned count);
+
+// The scans of integers of 2, 4 and 8 bytes and of floating numbers, with a trace of how they went.
+// Words of the default format may have blanks around them.
+void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace);
+void TraceLong(void* value, const KvString& text, const char* format, ScanTrace& trace);
+void Trace8b(void* value, const KvString& text, const char* format, ScanTrace& trace);
+void TraceFloat(void* value, const KvString& text, const char* format, ScanTrace& trace);
+void TraceDouble(void* value, const KvString& text, const char* format, ScanTrace& trace);
 
 }  // namespace kv

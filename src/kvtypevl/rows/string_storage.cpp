@@ -124,6 +124,10 @@ unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
   return Block::kHeader + data;
 }
 
+unsigned StoredByteTextSize(const char* text) {
+  return Block::kHeader + TextLength(text, false, MaximumLength(kvCodeSetLatin1)) + 2;
+}
+
 unsigned StoredStringSize(const KvString& string) {
   return Block::kHeader + DataBytes(string.GetBufferSize(), KvIsWideCodeSet(string.GetCodeSet()));
 }

@@ -12,6 +12,9 @@ namespace kv {
 // where a string would be. Result: the bytes written.
 unsigned StoreByteText(unsigned char* stored, const char* text, Format format);
 
+// What that takes.
+unsigned StoredByteTextSize(const char* text);
+
 // Bytes that StringStore writes for one string.
 unsigned StoredStringSize(const KvString& string);
 

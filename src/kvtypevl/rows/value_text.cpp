@@ -74,13 +74,19 @@ void PutInt64(TextSink& sink, const KvInt64& value, Conversion conversion) {
 
 // Hexadecimal behind 0x, also where the conversion is decimal; a 0 alone never makes a decimal
 // number octal, so padded numbers read as they look.
-bool ReadInt64(KvInt64& value, const char*& text, const char* end, int radix) {
+bool ReadInt64(KvInt64& value, const char*& text, const char* end, int radix, ScanTrace& trace) {
   text = SkipBlanks(text);
   const char* digits = text < end && (*text == '-' || *text == '+') ? text + 1 : text;
   const bool hexadecimal = end - digits >= 2 && digits[0] == '0' && (digits[1] | 0x20) == 'x';
   const IntegerText number = ReadInteger(text, end, radix == 10 && hexadecimal ? 16 : radix);
   if (number.end == nullptr) return false;
-  value = SaturateSigned(number, 64);
+  const long long read = SaturateSigned(number, 64);
+  // Saturation is what makes the magnitude of the number another one.
+  const auto magnitude = static_cast<unsigned long long>(read);
+  const bool same = number.magnitude == (number.negative ? 0 - magnitude : magnitude);
+  trace.outOfRange = trace.outOfRange || number.overflow || !same;
+  trace.any = true;
+  value = read;
   text = number.end;
   return true;
 }
@@ -103,20 +109,27 @@ KvString& PrintInt64(KvString& out, void* values, const char* format, unsigned /
   return sink.Finish();
 }
 
-bool ScanInt64Text(KvInt64& value, const char* text, const char* format) {
+bool ScanInt64Text(KvInt64& value, const char* text, const char* format, ScanTrace* trace) {
+  const char* const begin = text;
   const char* end = text + std::strlen(text);
+  ScanTrace seen;
   KvInt64 scanned = value;
   const bool matches = WalkInt64Format(
       format,
-      [&](Conversion conversion) { return ReadInt64(scanned, text, end, conversion.radix); },
+      [&](Conversion conversion) { return ReadInt64(scanned, text, end, conversion.radix, seen); },
       [&](char character) {
         if (IsBlank(character)) {
           text = SkipBlanks(text);
           return true;
         }
-        return *text++ == character;
+        if (*text != character) return false;
+        ++text;
+        return true;
       });
   if (matches) value = scanned;
+  seen.complete = matches;
+  seen.position = static_cast<unsigned>(text - begin);
+  if (trace != nullptr) *trace = seen;
   return matches;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kvint64.h"
+#include "kvtext/scan_trace.h"
 
 class KvString;
 
@@ -13,7 +14,8 @@ KvString& PrintInt64(KvString& out, void* values, const char* format, unsigned c
 // Reads what fits the format; a value too large for 64 bits is the nearest end. A text that does
 // not match leaves the value as it is. Text behind what the format asks for is ignored.
 void* ScanInt64(void* values, KvString& text, const char* format, unsigned count);
-bool ScanInt64Text(KvInt64& value, const char* text, const char* format);
+bool ScanInt64Text(KvInt64& value, const char* text, const char* format,
+                   ScanTrace* trace = nullptr);
 
 // "TRUE" for the byte 1, the null print string for null, "FALSE" for every other byte: the text
 // tells what a boolean was made as, not whether it counts as true. The format is not used.

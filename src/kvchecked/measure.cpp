@@ -1,0 +1,299 @@
+// Stored bytes from strangers: walked by their length fields, against the bytes that are there,
+// before anybody follows one of them.
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+#include "kvchecked.h"
+#include "kvchecked/calendar.h"
+#include "kvcollate.h"
+#include "kvdate/parts.h"
+#include "kvtypevl/rows/stored_string_run.h"
+
+namespace {
+
+using kv::Format;
+using kv::StringBlock;
+
+// Runs are measured in 32 bits wherever a type's own functions measure them.
+constexpr std::uint64_t kLongestRun = UINT_MAX;
+constexpr unsigned char kBlockMark = 0xFF;  // ends every block of the present string form
+constexpr unsigned kBlobLength = 4;
+constexpr o_u4b kNullBlob = 0xFFFFFFFF;
+
+// The bytes that a walk may look at.
+struct Bytes {
+  const unsigned char* begin;
+  std::size_t size;
+  Format format;
+
+  std::size_t Behind(std::size_t position) const { return size - position; }
+};
+
+bool Fail(KvMeasured& run, int status, std::size_t offset, const char* reason) {
+  run.status = status;
+  run.offset = offset;
+  run.reason = reason;
+  return false;
+}
+
+// False when the bytes end before the `width` bytes at `position` do.
+bool Holds(KvMeasured& run, const Bytes& bytes, std::size_t position, std::size_t width,
+           const char* what) {
+  if (width <= bytes.Behind(position)) return true;
+  run.needed = width;
+  return Fail(run, kvBufferShort, position, what);
+}
+
+// --- Values of one width ---
+
+bool MeasureFixed(KvMeasured& run, const Bytes& bytes, std::size_t width, unsigned count) {
+  const bool all = count == 0;
+  const std::size_t wanted = all ? bytes.size / width : count;
+  const std::size_t whole = std::min(wanted, bytes.size / width);
+  if (std::uint64_t{whole} * width > kLongestRun) {
+    return Fail(run, kvOutOfRange, 0, "a run of 4 GiB and more");
+  }
+  run.count = static_cast<unsigned>(whole);
+  run.bytes = whole * width;
+  if (whole == wanted && whole != 0 && (!all || run.bytes == bytes.size)) return true;
+  return Holds(run, bytes, run.bytes, width, "a value");
+}
+
+// --- Strings, drawn in kvstorage.h ---
+
+// The old form, one block for the whole run: `body` bytes of texts, each ended by a zero byte.
+bool MeasureOldBlock(KvMeasured& run, const Bytes& bytes, unsigned body, unsigned count) {
+  const unsigned char* texts = bytes.begin + StringBlock::kLengthField;
+  const auto held = static_cast<unsigned>(std::count(texts, texts + body, 0));
+  if (count != 0 && held != count) {
+    return Fail(run, kvDamaged, StringBlock::kLengthField + body - 1,
+                held < count ? "a block in the old form with fewer texts than values"
+                             : "a block that does not end in its mark");
+  }
+  run.count = held;
+  run.bytes = StringBlock::kLengthField + body;
+  run.oldForm = true;
+  return true;
+}
+
+// One block of the present form: its length, code set, language, text and mark.
+bool MeasureBlock(KvMeasured& run, const Bytes& bytes, unsigned body, bool wideAllowed) {
+  const std::size_t at = run.bytes;
+  if (body < StringBlock::kHeader) {
+    return Fail(run, kvDamaged, at, "a block of less than 4 bytes");
+  }
+  const unsigned char* block = bytes.begin + at;
+  if (block[body + 1] != kBlockMark) {
+    return Fail(run, kvDamaged, at + body + 1, "a block that does not end in its mark");
+  }
+  // Half a unit at the end is no damage: a 16-bit text may sit in a buffer that once held bytes.
+  if (!wideAllowed && KvIsWideCodeSet(block[2])) {
+    return Fail(run, kvDamaged, at + 2, "16-bit characters where there can be none");
+  }
+  ++run.count;
+  run.bytes += StringBlock::kLengthField + body;
+  return true;
+}
+
+bool MeasureStrings(KvMeasured& run, const Bytes& bytes, unsigned count, bool wideAllowed) {
+  do {
+    if (!Holds(run, bytes, run.bytes, StringBlock::kLengthField, "a block length")) return false;
+    const unsigned body =
+        StringBlock::ReadLength(bytes.begin + run.bytes, bytes.format.IsReversed());
+    const std::size_t text = run.bytes + StringBlock::kLengthField;
+    if (!Holds(run, bytes, text, body, "a block")) return false;
+    if (run.count == 0 && body != 0 && bytes.begin[text + body - 1] == 0) {
+      return MeasureOldBlock(run, bytes, body, count);
+    }
+    if (text + body > kLongestRun) {
+      return Fail(run, kvOutOfRange, run.bytes, "a run of 4 GiB and more");
+    }
+    if (!MeasureBlock(run, bytes, body, wideAllowed)) return false;
+  } while (count == 0 ? run.bytes < bytes.size : run.count < count);
+  return true;
+}
+
+// --- Blobs: one total for the run, then for each blob its length and bytes ---
+
+o_u4b ReadBlobLength(const Bytes& bytes, std::size_t position) {
+  o_u4b length;
+  kv::CopyField<kBlobLength>(reinterpret_cast<unsigned char*>(&length), bytes.begin + position,
+                             bytes.format.IsReversed());
+  return length;
+}
+
+bool MeasureBlob(KvMeasured& run, const Bytes& bytes, std::size_t& position) {
+  if (bytes.Behind(position) < kBlobLength) {
+    return Fail(run, kvDamaged, position, "a run of blobs that ends before its last");
+  }
+  const o_u4b length = ReadBlobLength(bytes, position);
+  if (length > INT_MAX && length != kNullBlob) {
+    return Fail(run, kvDamaged, position, "a length that no blob has");
+  }
+  const std::size_t taken = length == kNullBlob ? 0 : length;
+  if (taken > bytes.Behind(position) - kBlobLength) {
+    return Fail(run, kvDamaged, position, "a blob past the end of its run");
+  }
+  position += kBlobLength + taken;
+  ++run.count;
+  return true;
+}
+
+bool MeasureBlobs(KvMeasured& run, const Bytes& bytes, unsigned count) {
+  if (!Holds(run, bytes, 0, kBlobLength, "the length of a run")) return false;
+  const o_u4b total = ReadBlobLength(bytes, 0);
+  if (std::uint64_t{total} + kBlobLength > kLongestRun) {
+    return Fail(run, kvOutOfRange, 0, "a run of 4 GiB and more");
+  }
+  if (!Holds(run, bytes, kBlobLength, total, "a run of blobs")) return false;
+  const Bytes inRun{bytes.begin, kBlobLength + std::size_t{total}, bytes.format};
+  std::size_t position = kBlobLength;
+  do {
+    if (!MeasureBlob(run, inRun, position)) return false;
+  } while (count == 0 ? position < inRun.size : run.count < count);
+  run.bytes = inRun.size;
+  return true;
+}
+
+// --- Any type ---
+
+bool IsText(char id) {
+  return id == KvSTRING_T || id == KvISTRING_T || id == KvCASEISTRING_T;
+}
+
+KvMeasured Measure(const KvTypeMgr& types, char id, const void* stored, std::size_t length,
+                   unsigned char format, unsigned count) {
+  KvMeasured run;
+  run.status = KvCheckType(types, id);
+  if (run.status != kvOk) {
+    run.reason = KvStatusText(run.status);
+  } else if (Format{format}.HasMemoryBit() || (stored == nullptr && length != 0)) {
+    Fail(run, kvBadArgument, 0, "bytes that are not stored ones");
+  } else {
+    const Bytes bytes{static_cast<const unsigned char*>(stored), length, Format{format}};
+    if (IsText(id)) {
+      MeasureStrings(run, bytes, count, id == KvSTRING_T);
+    } else if (id == KvBLOB_T) {
+      MeasureBlobs(run, bytes, count);
+    } else {
+      MeasureFixed(run, bytes, types.DiskLenGet(id, nullptr, format, 1, 0), count);
+    }
+  }
+  if (run.status == kvOk && count == 0 && run.bytes < length) {
+    Fail(run, kvDamaged, run.bytes, "bytes after the last value");
+  }
+  return run;
+}
+
+// --- Dates that there are not ---
+
+template <class T>
+bool IsStrange(const T& value) {
+  if constexpr (requires { value.IsNullValue(); }) {
+    if (value.IsNullValue()) return false;
+  }
+  return !kv::IsReal(value);
+}
+
+template <class T>
+void CountStrange(KvMeasured& run, const KvTypeMgr& types, char id, const void* stored,
+                  unsigned char format) {
+  const auto* at = static_cast<const unsigned char*>(stored);
+  const std::size_t width = run.count == 0 ? 0 : run.bytes / run.count;
+  T value = kv::ZeroOf<T>();
+  for (unsigned i = 0; i < run.count; ++i) {
+    types.Load(id, &value, at + i * width, format, 1);
+    if (IsStrange(value) && run.strange++ == 0) run.firstStrange = i * width;
+  }
+}
+
+void TellStrange(KvMeasured& run, const KvTypeMgr& types, char id, const void* stored,
+                 unsigned char format) {
+  switch (id) {
+    case KvDATE_T:
+      return CountStrange<KvDate>(run, types, id, stored, format);
+    case KvTIME_T:
+      return CountStrange<KvTime>(run, types, id, stored, format);
+    case KvDATIME_T:
+      return CountStrange<KvDateTime>(run, types, id, stored, format);
+    case KvDATIME_N_T:
+      return CountStrange<KvDateTimeN>(run, types, id, stored, format);
+    case D_DATE_T:
+      return CountStrange<d_Date>(run, types, id, stored, format);
+    case D_TIME_T:
+      return CountStrange<d_Time>(run, types, id, stored, format);
+    case D_TIMESTAMP_T:
+      return CountStrange<d_Timestamp>(run, types, id, stored, format);
+    default:
+      return;
+  }
+}
+
+// --- A total order of stored values ---
+
+int OrderBytes(const void* bytes1, std::size_t length1, const void* bytes2, std::size_t length2) {
+  const std::size_t shared = std::min(length1, length2);
+  const int order = shared == 0 ? 0 : std::memcmp(bytes1, bytes2, shared);
+  if (order != 0) return order < 0 ? -1 : 1;
+  return (length1 > length2) - (length1 < length2);
+}
+
+// How a stored value is ordered: by its row, or by its bytes alone.
+enum class Standing { kByRow, kBytesText, kDefaultsText, kUnsound };
+
+// Plain bytes among other texts, and what means the process's defaults, have no place in one order
+// with the rest: "a" in plain bytes is equal to "a" and before "B", which is before "a" in letters.
+Standing StandingOf(const KvTypeMgr& types, char id, const void* stored, std::size_t length,
+                    unsigned char format) {
+  const KvMeasured value = Measure(types, id, stored, length, format, 1);
+  if (value.status != kvOk || value.bytes != length) return Standing::kUnsound;
+  if (id != KvSTRING_T || value.oldForm) return Standing::kByRow;
+  const auto* block = static_cast<const unsigned char*>(stored);
+  const unsigned char codeSet = block[2];
+  const unsigned char language = block[3];
+  if (language == 255 || codeSet == 255) return Standing::kDefaultsText;
+  return codeSet == kvCodeSetBytes && language != 254 ? Standing::kBytesText : Standing::kByRow;
+}
+
+}  // namespace
+
+KvMeasured KvMeasureStored(const KvTypeMgr& types, char id, const void* stored, std::size_t length,
+                           unsigned char format, unsigned count) {
+  KvMeasured run = Measure(types, id, stored, length, format, count);
+  if (run.count != 0) TellStrange(run, types, id, stored, format);
+  return run;
+}
+
+KvMeasured KvLoadChecked(const KvTypeMgr& types, char id, void* values, const void* stored,
+                         std::size_t length, unsigned char format, unsigned count) {
+  KvMeasured run;
+  if (count == 0) {
+    run.status = KvCheckType(types, id);
+    return run;
+  }
+  run = Measure(types, id, stored, length, format, count);
+  if (run.status != kvOk) return run;
+  if (values == nullptr) {
+    Fail(run, kvBadArgument, 0, "no values to load over");
+  } else if (types.Load(id, values, stored, format, count) == 0) {
+    Fail(run, kvNoMemory, 0, KvStatusText(kvNoMemory));
+  }
+  return run;
+}
+
+int KvOrderStored(const KvTypeMgr& types, char id, const void* stored1, std::size_t length1,
+                  const void* stored2, std::size_t length2, unsigned char format) {
+  const Standing standing1 = StandingOf(types, id, stored1, length1, format);
+  const Standing standing2 = StandingOf(types, id, stored2, length2, format);
+  if (standing1 != standing2) return standing1 < standing2 ? -1 : 1;
+  if (standing1 == Standing::kByRow) {
+    int status = kvOk;
+    const int order = types.Cmp(id, static_cast<unsigned>(length1), const_cast<void*>(stored1),
+                                static_cast<unsigned>(length2), const_cast<void*>(stored2),
+                                kvCompareExact, 1, format, status);
+    if (order != 0) return order < 0 ? -1 : 1;
+  }
+  return OrderBytes(stored1, length1, stored2, length2);
+}
