@@ -27,6 +27,13 @@ std::vector<KvString> SomeTexts() {
         texts.push_back(Make(text, codeSet, language));
     }
   }
+  // Several letters that sort as one, in two code sets: "ch" in Czech, "ssz" in Hungarian.
+  for (const char16_t* text : {u"c", u"ch", u"Ch", u"hc", u"ssz", u"szsz"}) {
+    for (const unsigned char language : std::initializer_list<unsigned char>{13, 14}) {
+      texts.push_back(Make(text, 7, language));
+      texts.push_back(Make(text, 253, language));
+    }
+  }
   texts.emplace_back();
   texts.back().SetNullValue();
   return texts;

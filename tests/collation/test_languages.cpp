@@ -1,0 +1,393 @@
+// Letters of their own and contractions: alphabets as schools teach them, a plain model of how runs
+// of letters contract, and agreement of all that compares, hashes, searches and steps with the
+// orders that GetNextOrder yields.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kvchar.h"
+#include "kvcollate.h"
+#include "kvhash.h"
+#include "kvstring.h"
+#include "zin.h"
+
+namespace {
+
+using Text = std::u16string;
+
+struct Language {
+  unsigned char number;
+  unsigned char codeSet;     // of bytes, with all its letters
+  const char16_t* alphabet;  // capitals and small letters aside
+  const char16_t* letters;   // random texts are made of
+};
+
+constexpr Language kLanguages[] = {
+    {4, 1, u"a b c n \u00F1 o z", u"nN\u00F1\u00D1oa"},
+    {8, 1, u"a y z \u00E6 \u00F8 \u00E5", u"aA\u00E5\u00E6z"},
+    {9, 1, u"a y z \u00E6 \u00F8 \u00E5", u"aA\u00E5\u00F8z"},
+    {10, 1, u"a o y z \u00E5 \u00E4 \u00F6", u"a\u00E5\u00E4\u00F6z"},
+    {12, 7,
+     u"a \u0105 b c \u0107 d e \u0119 f l \u0142 m n \u0144 o \u00F3 p s \u015B t z \u017A \u017C",
+     u"l\u0142z\u017A\u017Cs"},
+    {13, 7, u"c \u010D d h ch i r \u0159 s \u0161 t z \u017E", u"cChHdsi\u010D"},
+    {14, 7, u"c cs d dz dzs e g gy h l ly m n ny o \u00F6 p s sz t ty u \u00FC v z zs",
+     u"cCdDzZsSgGyYlLnNtTa"},
+    {15, 12, u"c \u00E7 d g \u011F h \u0131 i j o \u00F6 p s \u015F t u \u00FC v",
+     u"iI\u0131\u0130h"},
+    {16, 7, u"a \u00E4 b c \u010D d h ch i o \u00F4 p s \u0161 t z \u017E", u"cChHdsi\u010D"},
+    {17, 7, u"c \u010D \u0107 d d\u017E \u0111 e l lj m n nj o s \u0161 t z \u017E",
+     u"dD\u017E\u017DlLjJnNa"},
+    {18, 7, u"a \u0103 \u00E2 b i \u00EE j s t u", u"aAi\u00EE\u0103\u00E2"},
+    {19, 1,
+     u"a \u00E1 b d \u00F0 e \u00E9 f i \u00ED j o \u00F3 p u \u00FA v y \u00FD z \u00FE \u00E6 "
+     u"\u00F6",
+     u"d\u00F0o\u00F6\u00F3a"},
+};
+
+std::vector<Text> Words(const char16_t* list) {
+  std::vector<Text> words(1);
+  for (; *list != 0; ++list) {
+    if (*list == u' ') {
+      words.emplace_back();
+    } else {
+      words.back() += *list;
+    }
+  }
+  return words;
+}
+
+// The same text in one of its forms.
+class Form {
+ public:
+  Form(const Text& text, unsigned char codeSet, bool reversed = false)
+      : codeSet_(codeSet), byteOrder_(reversed ? 2 : 1) {
+    for (const char16_t unit : text + u'\0') {
+      const unsigned short mapped = KvCodeSet(codeSet).FromUnicode(unit);
+      const auto low = static_cast<char>(mapped & 0xFF);
+      const auto high = static_cast<char>(mapped >> 8);
+      if (codeSet <= 224) {
+        bytes_ += low;
+      } else {
+        bytes_ += {reversed ? high : low, reversed ? low : high};
+      }
+    }
+  }
+  const char* Get() const { return bytes_.data(); }
+  unsigned char CodeSet() const { return codeSet_; }
+  unsigned char ByteOrder() const { return byteOrder_; }
+
+ private:
+  unsigned char codeSet_;
+  unsigned char byteOrder_;
+  std::string bytes_;
+};
+
+int Compare(const Text& a, const Text& b, unsigned char language, unsigned short cmpOp = 0,
+            short maxLength = -1) {
+  const Form form1(a, 253);
+  const Form form2(b, 253);
+  return KvStrCmp(253, language, form1.Get(), 253, language, form2.Get(), cmpOp, maxLength, 1,
+                  nullptr);
+}
+
+struct Order {
+  unsigned order;
+  bool last;  // of its character or run of characters
+
+  bool operator==(const Order&) const = default;
+};
+
+std::vector<Order> OrdersOf(const Form& form, unsigned char language) {
+  std::vector<Order> orders;
+  KvStringIterator each(form.Get(), form.CodeSet(), language, form.ByteOrder());
+  while (!each.IsEOS()) {
+    const KvStringIterator before(each);
+    const unsigned order = each.GetNextOrder(0);
+    orders.push_back({order, !(each == before)});
+  }
+  return orders;
+}
+
+// Mixed up from the letters of a language, with an accent now and then.
+class Random {
+ public:
+  explicit Random(unsigned seed) : engine_(seed) {}
+  unsigned Below(unsigned bound) { return static_cast<unsigned>(engine_() % bound); }
+  const Language& AnyLanguage() { return kLanguages[Below(std::size(kLanguages))]; }
+  Text Of(const Language& language, unsigned most) {
+    const Text letters(language.letters);
+    Text text;
+    for (unsigned left = Below(most + 1); left > 0; --left) {
+      text += letters[Below(static_cast<unsigned>(letters.size()))];
+    }
+    return text;
+  }
+  Text Changed(Text text, const Language& language) {
+    for (unsigned left = Below(3); left > 0; --left) {
+      text.insert(Below(static_cast<unsigned>(text.size()) + 1), Of(language, 1));
+      if (Below(2) == 0) text.erase(Below(static_cast<unsigned>(text.size()) + 1), 1);
+    }
+    return text;
+  }
+
+ private:
+  std::mt19937 engine_;
+};
+
+int SignOf(int value) {
+  return (value > 0) - (value < 0);
+}
+
+}  // namespace
+
+TEST_CASE("each letter of an alphabet comes after all words of the letter before it") {
+  for (const Language& language : kLanguages) {
+    CAPTURE(int{language.number});
+    const std::vector<Text> letters = Words(language.alphabet);
+    for (std::size_t i = 1; i < letters.size(); ++i) {
+      const Text last = letters[i - 1] + u"x";  // x begins no letter of two
+      const Text first = letters[i];
+      CAPTURE(i);
+      CHECK(Compare(last, first, language.number) == -1);
+      CHECK(Compare(last, first, language.number, kvCompareKeyOrder) < 0);
+      const Form narrow(first, language.codeSet);
+      CHECK(KvStrCmp(language.codeSet, language.number, Form(last, language.codeSet).Get(),
+                     language.codeSet, language.number, narrow.Get(), 0, -1, 1, nullptr) == -1);
+    }
+  }
+}
+
+TEST_CASE("runs of letters contract from the left, the longest first, in their own cases only") {
+  struct {
+    unsigned char language;
+    const char16_t* text;
+    const char16_t* parts;  // what it is made of
+  } const cases[] = {
+      {13, u"chch", u"ch ch"},
+      {13, u"cchh", u"c ch h"},
+      {13, u"cHChCH", u"cH Ch CH"},
+      {8, u"aaa", u"aa a"},
+      {8, u"aAAaAA", u"a AA a AA"},
+      {17, u"dzd\u017E", u"d z d\u017E"},
+      {17, u"D\u017Dd\u017D", u"D\u017D d \u017D"},
+      {17, u"Ljnjlnj", u"Lj nj l nj"},
+      {14, u"dzsdz", u"dzs dz"},
+      {14, u"Dzscs", u"Dzs cs"},
+      {14, u"cSdZszS", u"c S d Zs z S"},
+      {14, u"ddzsddz", u"ddzs ddz"},
+      {14, u"sssz", u"s ssz"},
+      {14, u"sszszz", u"ssz sz z"},
+      {14, u"ggyggggy", u"ggy g g ggy"},
+      {12, u"chsz", u"c h s z"},
+  };
+  for (const auto& each : cases) {
+    std::vector<Order> expected;
+    for (const Text& part : Words(each.parts)) {
+      const std::vector<Order> orders = OrdersOf(Form(part, 253), each.language);
+      expected.insert(expected.end(), orders.begin(), orders.end());
+      const bool doubled = part.size() > 2 && part[0] == part[1];
+      CHECK(orders.size() == (doubled ? 2u : 1u));
+    }
+    CAPTURE(int{each.language});
+    CHECK(OrdersOf(Form(each.text, 253), each.language) == expected);
+    CHECK(OrdersOf(Form(each.text, 7), each.language) == expected);
+    CHECK(OrdersOf(Form(each.text, 253, true), each.language) == expected);
+  }
+}
+
+TEST_CASE("the case of a contraction is that of its first and its last letter") {
+  const auto sorted = [](const char16_t* list, unsigned char language) {
+    const std::vector<Text> words = Words(list);
+    for (std::size_t i = 1; i < words.size(); ++i) {
+      CAPTURE(i);
+      CHECK(Compare(words[i - 1], words[i], language) == -1);
+      CHECK(Compare(words[i - 1], words[i], language, kvCompareIgnoreCase) == 0);
+    }
+  };
+  sorted(u"CHX cHX ChX chX", 13);
+  sorted(u"DZSX DzsX dzsX", 14);
+  sorted(u"SSZX SszX sszX", 14);
+  sorted(u"AAX AaX aaX", 9);
+  CHECK(Compare(u"cS", u"cs", 14, kvCompareIgnoreCase) == -1);
+  // A doubled form is its letter twice, told apart below the letters.
+  CHECK(Compare(u"szsz", u"ssz", 14) == -1);
+  CHECK(Compare(u"szsza", u"sszb", 14) == -1);
+  CHECK(Compare(u"szszb", u"ssza", 14) == 1);
+  CHECK(Compare(u"szsz", u"ssz", 14, kvCompareIgnoreAccents) == 0);
+  CHECK(Compare(u"\u00E5", u"aa", 8) == -1);
+  CHECK(Compare(u"\u00E5b", u"aaa", 8) == 1);
+}
+
+TEST_CASE("a text that a length cuts is the letters that are left") {
+  CHECK(Compare(u"ch", u"c", 13, 0, 1) == 0);
+  CHECK(Compare(u"ch", u"cx", 13, kvCompareKeyOrder, 1) == 0);
+  CHECK(Compare(u"ch", u"hx", 13, 0, 2) == 1);
+  CHECK(Compare(u"ssz", u"szsz", 14, 0, 2) == -1);  // "ss" and "sz"
+  const Form word(u"chch", 253);
+  const unsigned whole = HashString(253, 13, Form(u"ch", 253).Get(), -1, 1);
+  CHECK(HashString(253, 13, word.Get(), 1, 1) == HashString(253, 13, Form(u"c", 253).Get(), -1, 1));
+  CHECK(HashString(253, 13, word.Get(), 2, 1) == whole * 9);  // two units, one order, two steps
+}
+
+TEST_CASE("what GetNextOrder yields is what comparing and hashing go by, in every form") {
+  Random random(16);
+  for (int round = 0; round < 20000; ++round) {
+    const Language& language = random.AnyLanguage();
+    const Text a = random.Of(language, 9);
+    const Text b = random.Changed(a, language);
+    const std::vector<Order> ordersA = OrdersOf(Form(a, 253), language.number);
+    const std::vector<Order> ordersB = OrdersOf(Form(b, 253), language.number);
+    // Each order as a field for each level, so that levels compare one after the other.
+    const auto level = [](const std::vector<Order>& orders, unsigned bits) {
+      std::vector<unsigned> fields;
+      for (const Order& each : orders) fields.push_back(each.order & bits);
+      return fields;
+    };
+    int expected = 0;
+    for (const unsigned bits : {0x407Fu, 0x0F80u, 0x3000u}) {
+      if (expected != 0) break;
+      expected = level(ordersA, bits) < level(ordersB, bits)   ? -1
+                 : level(ordersA, bits) > level(ordersB, bits) ? 1
+                                                               : 0;
+    }
+    unsigned hash = 0;
+    for (const Order& each : ordersA) {
+      hash = hash * 9 + (1u << 24 | (each.order & 0x407F) << 8 | (each.order >> 7 & 0x7F));
+    }
+    CAPTURE(int{language.number});
+    for (const unsigned char codeSet : {language.codeSet, kvCodeSetUnicode}) {
+      for (const bool reversed : {false, true}) {
+        const Form formA(a, codeSet, reversed);
+        const Form formB(b, codeSet, reversed);
+        CHECK(KvStrCmp(codeSet, language.number, formA.Get(), codeSet, language.number, formB.Get(),
+                       0, -1, formA.ByteOrder(), nullptr) == expected);
+        CHECK(KvStrCmp(codeSet, language.number, formA.Get(), 253, language.number,
+                       Form(b, 253, reversed).Get(), 0, -1, formA.ByteOrder(),
+                       nullptr) == expected);
+        CHECK(HashString(codeSet, language.number, formA.Get(), -1, formA.ByteOrder()) == hash);
+      }
+    }
+    if (ordersA == ordersB) CHECK(a == b);
+  }
+}
+
+TEST_CASE("key order goes by the same orders") {
+  Random random(17);
+  const auto keys = [](const Text& text, unsigned char language) {
+    std::vector<unsigned> result;
+    for (const Order& each : OrdersOf(Form(text, 253), language)) {
+      result.push_back((each.order & 0x407F) << 8 | (each.order >> 7 & 0x7F));
+    }
+    return result;
+  };
+  for (int round = 0; round < 5000; ++round) {
+    const Language& language = random.AnyLanguage();
+    const Text a = random.Of(language, 8);
+    const Text b = random.Changed(a, language);
+    const auto keysA = keys(a, language.number);
+    const auto keysB = keys(b, language.number);
+    const int expected = keysA < keysB ? -1 : keysA > keysB ? 1 : 0;
+    CHECK(SignOf(Compare(a, b, language.number, kvCompareKeyOrder)) == expected);
+  }
+}
+
+TEST_CASE("long runs of parts of contractions compare in linear time") {
+  Text run;
+  for (int i = 0; i < 30000; ++i) run += u"sz";
+  CHECK(Compare(run + u"a", run + u"b", 14) == -1);
+  CHECK(Compare(run + u"s", run + u"c", 14) == 1);
+  CHECK(Compare(u"s" + run, u"s" + run + u"z", 14) == -1);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+bool SameUnder(unsigned a, unsigned b, unsigned cmpOp) {
+  unsigned mask = 0xFFFF;
+  if ((cmpOp & kvCompareKeyOrder) == 0) {
+    if ((cmpOp & kvCompareIgnoreCase) != 0) mask &= ~0x3000u;
+    if ((cmpOp & kvCompareIgnoreAccents) != 0) mask &= ~0x0F80u;
+  }
+  return ((a ^ b) & mask) == 0;
+}
+
+// The plain walk over every position.
+int FindPlainly(const Text& text, const Text& pattern, unsigned char language, unsigned cmpOp) {
+  const std::vector<Order> wanted = OrdersOf(Form(pattern, 253), language);
+  const bool whole = (cmpOp & (kvCompareExact | kvCompareKeyOrder)) != 0;
+  for (std::size_t at = 0; at + pattern.size() <= text.size(); ++at) {
+    const std::vector<Order> found = OrdersOf(Form(text.substr(at), 253), language);
+    if (found.size() < wanted.size()) continue;
+    const bool same = std::equal(
+        wanted.begin(), wanted.end(), found.begin(),
+        [cmpOp](const Order& a, const Order& b) { return SameUnder(a.order, b.order, cmpOp); });
+    const bool ends = wanted.empty() || found[wanted.size() - 1].last;
+    if (same && (ends || !whole)) return static_cast<int>(at);
+  }
+  return -1;
+}
+
+KvString Make(const Text& text, unsigned char codeSet, unsigned char language) {
+  KvString wide(reinterpret_cast<const unsigned short*>(text.c_str()));
+  wide.SetLanguage(language);
+  wide.MapToCodeSet(codeSet);
+  return wide;
+}
+
+}  // namespace
+
+TEST_CASE("searching tries every unit, and ends where an order ends") {
+  const auto find = [](const char16_t* text, const char16_t* pattern, unsigned short cmpOp) {
+    return Make(text, 7, 13).Find(Make(pattern, 7, 13), 0, cmpOp);
+  };
+  for (const unsigned short cmpOp : std::initializer_list<unsigned short>{0, 0x10, 0x100}) {
+    CAPTURE(cmpOp);
+    CHECK(find(u"ach", u"h", cmpOp) == 2);
+    CHECK(find(u"ach", u"c", cmpOp) == -1);
+    CHECK(find(u"achc", u"c", cmpOp) == 3);
+    CHECK(find(u"ach", u"ch", cmpOp) == 1);
+    CHECK(find(u"acch", u"cc", cmpOp) == -1);
+  }
+  // Two orders each, of which the first are the same.
+  CHECK(Make(u"\u0437\u0443\u0431", 253, 1).Find(Make(u"\u0436", 253, 1), 0, kvCompareKeyOrder) ==
+        -1);
+  CHECK(Make(u"\u00DFb", 1, 1).Find(Make(u"\u00DFa", 1, 1), 0, kvCompareKeyOrder) == -1);
+  // The end of an order is not the end of a character.
+  CHECK(Make(u"a\u00DF", 1, 1).Find(Make(u"s", 1, 1), 0, kvCompareIgnoreVariants) == 1);
+  CHECK(Make(u"a\u00DF", 1, 1).Find(Make(u"s", 1, 1), 0, 0x210) == -1);
+  CHECK(KvChar(static_cast<unsigned short>(0x436), 253, 1)
+            .Compare(KvChar(static_cast<unsigned short>(0x437), 253, 1), kvCompareKeyOrder) != 0);
+  // Small i is the same letter in every language.
+  CHECK(Make(u"a title", 12, 15).Find(Make(u"title", 1, 1), 0, 0) == 2);
+}
+
+TEST_CASE("searching agrees with the plain walk in texts short and long") {
+  Random random(18);
+  int hits = 0;
+  for (int round = 0; round < 6000; ++round) {
+    const Language& language = random.AnyLanguage();
+    Text text = random.Of(language, 12);
+    if (round % 8 == 0) text = Text(700, u'x') + text;  // whole blocks are passed over
+    const Text pattern = random.Of(language, 3);
+    constexpr unsigned short kOperations[] = {0, 0x20, 0x40, 0x60, 0x10, 0x30, 0x100, 0x50, 0x210};
+    const unsigned short cmpOp = kOperations[random.Below(std::size(kOperations))];
+    if (text.empty()) continue;
+    const int expected = FindPlainly(text, pattern, language.number, cmpOp);
+    hits += expected > 0;
+    CAPTURE(int{language.number});
+    CAPTURE(cmpOp);
+    const KvString wide = Make(text, 253, language.number);
+    const KvString narrow = Make(text, language.codeSet, language.number);
+    const KvString widePattern = Make(pattern, 253, language.number);
+    CHECK(wide.Find(widePattern, 0, cmpOp) == expected);
+    CHECK(narrow.Find(widePattern, 0, cmpOp) == expected);
+    CHECK(narrow.Find(Make(pattern, language.codeSet, language.number), 0, cmpOp) == expected);
+  }
+  CHECK(hits > 500);
+}
