@@ -82,7 +82,8 @@ ROOT_LETTERS = """
 class Language:
     """One language: what its table of orders and its case mapping have that the root has not.
 
-    letters       its letters of their own and what else it sorts elsewhere, as above
+    letters       the letters that its alphabet has beside A to Z, as above
+    others        what else it sorts elsewhere than the root does
     contractions  runs of letters that sort as one, as above; the case of such an order is 0 for
                   capitals, 1 for a small and a capital, 2 for a capital and a small letter, 3 for
                   small ones. The run "xy" is there as xy, Xy and XY; with mixed_case as xY too.
@@ -91,10 +92,10 @@ class Language:
     case          small letters with another capital than everywhere else
     """
 
-    def __init__(self, number, code, name, letters="", contractions="", doubled=None,
+    def __init__(self, number, code, name, letters="", others="", contractions="", doubled=None,
                  mixed_case=False, case=None):
         self.number, self.code, self.name = number, code, name
-        self.letters, self.contractions = letters, contractions
+        self.letters, self.others, self.contractions = letters, others, contractions
         self.doubled, self.mixed_case, self.case = doubled, mixed_case, case or {}
 
 
@@ -104,40 +105,35 @@ LANGUAGES = [
     Language(1, "en", "English"),
     Language(2, "de", "German"),
     Language(3, "fr", "French"),
-    Language(4, "es", "Spanish", "ñ N+1, ŋ N+2"),
+    Language(4, "es", "Spanish", "ñ N+1", "ŋ N+2"),
     Language(5, "it", "Italian"),
     Language(6, "pt", "Portuguese"),
     Language(7, "nl", "Dutch"),
-    Language(8, "da", "Danish",
-             "æ 29, ä 29, ø 30+1/0, ö 30+1, ő 30+1, å 31, ü Y/27, ű Y/28, þ Tp Hp", "aa 31/29"),
-    Language(9, "nb", "Norwegian",
-             "æ 29, ä 29, ę 29, ø 30+1/0, ö 30+1, ő 30+1, œ 30+1/27, å 31, ü Y/27, ű Y/28, "
-             "þ Tp Hp", "aa 31/29"),
-    Language(10, "sv", "Swedish",
-             "å 29, ä 30, æ 30/27, ę 30/28, ö 31, ø 31, ő 31, œ 31/27, ô 31/28, ü Y/27, "
-             "ű Y/28, þ Tp Hp"),
-    Language(11, "fi", "Finnish",
-             "å 29, ä 30, æ 30/27, ö 31, ø 31, ü Y/27, ŋ N/27, ŧ T/8"),
-    Language(12, "pl", "Polish",
-             "ą A+1, ć C+1, ę E+1, ł L+1, ń N+1, ó O+1, ś S+1, ź Z+1, ż Z+2, ŋ N+2, þ 29/27"),
-    Language(13, "cs", "Czech", "č C+1, ř R+1, š S+1, ž Z+1, þ Z+2/27", "ch H+1/28",
+    Language(8, "da", "Danish", "æ 29, ø 30+1/0, å 31",
+             "ä 29, ö 30+1, ő 30+1, ü Y/27, ű Y/28, þ Tp Hp", "aa 31/29"),
+    Language(9, "nb", "Norwegian", "æ 29, ø 30+1/0, å 31",
+             "ä 29, ę 29, ö 30+1, ő 30+1, œ 30+1/27, ü Y/27, ű Y/28, þ Tp Hp", "aa 31/29"),
+    Language(10, "sv", "Swedish", "å 29, ä 30, ö 31",
+             "æ 30/27, ę 30/28, ø 31, ő 31, œ 31/27, ô 31/28, ü Y/27, ű Y/28, þ Tp Hp"),
+    Language(11, "fi", "Finnish", "å 29, ä 30, ö 31", "æ 30/27, ø 31, ü Y/27, ŋ N/27, ŧ T/8"),
+    Language(12, "pl", "Polish", "ą A+1, ć C+1, ę E+1, ł L+1, ń N+1, ó O+1, ś S+1, ź Z+1, ż Z+2",
+             "ŋ N+2, þ 29/27"),
+    Language(13, "cs", "Czech", "č C+1, ř R+1, š S+1, ž Z+1", "þ Z+2/27", "ch H+1/28",
              mixed_case=True),
-    Language(14, "hu", "Hungarian",
-             "ö O+1, ő O+1, ü U+1, ű U+1, ŋ N+2, ŧ T+2, þ Z+2/27",
+    Language(14, "hu", "Hungarian", "ö O+1, ü U+1", "ő O+1, ű U+1, ŋ N+2, ŧ T+2, þ Z+2/27",
              "cs C+1/30, dz D+1/30, dzs D+2/30, gy G+1/30, ly L+1/30, ny N+1/30, sz S+1/30, "
              "ty T+1/30, zs Z+1/30", doubled=31),
-    Language(15, "tr", "Turkish", "ç C+1, ğ G+1, ı H+1, i I, ö O+1, ş S+1, ü U+1",
+    Language(15, "tr", "Turkish", "ç C+1, ğ G+1, ı H+1, ö O+1, ş S+1, ü U+1", "i I",
              case={"i": "İ", "ı": "I"}),
-    Language(16, "sk", "Slovak",
-             "ä A+1, č C+1, ô O+1, ř R+1, š S+1, ž Z+1, þ Z+2/27", "ch H+1/28", mixed_case=True),
-    Language(17, "hr", "Croatian",
-             "č C+1, ć C+2, đ D+2/8, š S+1, ž Z+1, ǆ D+1/29, ǉ L+1/29, ǌ N+1/29, ŋ N+2, "
-             "þ Z+2/27", "dž D+1/28, lj L+1/28, nj N+1/28"),
-    Language(18, "ro", "Romanian",
-             "ă A+1, â A+2, î I+1, ı I+2, ș S+1, ş S+1, ț T+1, ţ T+1, ŧ T+2"),
+    Language(16, "sk", "Slovak", "ä A+1, č C+1, ô O+1, ř R+1, š S+1, ž Z+1", "þ Z+2/27",
+             "ch H+1/28", mixed_case=True),
+    Language(17, "hr", "Croatian", "č C+1, ć C+2, đ D+2/8, š S+1, ž Z+1",
+             "ǆ D+1/29, ǉ L+1/29, ǌ N+1/29, ŋ N+2, þ Z+2/27", "dž D+1/28, lj L+1/28, nj N+1/28"),
+    Language(18, "ro", "Romanian", "ă A+1, â A+2, î I+1, ș S+1, ț T+1",
+             "ş S+1, ţ T+1, ı I+2, ŧ T+2"),
     Language(19, "is", "Icelandic",
-             "á A+1, ð D+1, é E+1, í I+2, ó O+1, ú U+1, ý Y+1, æ 29, ä 29, ö 30+1, ø 30+1, "
-             "å 31"),
+             "á A+1, ð D+1, é E+1, í I+2, ó O+1, ú U+1, ý Y+1, þ Z+1/27, æ 29, ö 30+1, å 31",
+             "ä 29, ø 30+1"),
 ]
 
 
@@ -458,7 +454,13 @@ class Tailoring:
             return accent if accent < 27 and len(base[code]) == 1 else 0
 
         self.base = base
-        self.own = letter_orders(characters, language.letters, language.case, natural_accent)
+        both = language.letters + ", " + language.others
+        self.own = letter_orders(characters, both, language.case, natural_accent)
+        tokens = [chr(code) for code in range(ord("A"), ord("Z") + 1)]
+        tokens += [token for _, (token,) in parsed_entries(language.letters)]
+        tokens += [token for _, (token,) in parsed_entries(language.contractions)]
+        # Letter code and extension of each letter; aa is the letter that has its place already.
+        self.alphabet = {parsed_order(token, 0, 0) & 0x7F for token in tokens}
         self.contractions = contractions_of(characters, language, self.orders)
         self.mixed_case = language.mixed_case
         self.members = {order for letters, _, _ in self.contractions for order in letters}
@@ -500,7 +502,7 @@ def order_file(characters, to_unicode):
     base = base_orders(characters)
     languages = [(language, Tailoring(characters, base, language)) for language in LANGUAGES]
     check_letters(characters, languages)
-    tailorings = [Tailoring(characters, base, Language(0, "", ""))]
+    tailorings = [Tailoring(characters, base, LANGUAGES[0])]
     tailorings += [tailoring for _, tailoring in languages if tailoring.own]
     numbers = [0] * 256
     for language, tailoring in languages:
@@ -532,6 +534,9 @@ def order_file(characters, to_unicode):
     text += array2(f"constinit const unsigned kOrderPages[{len(pager.pages)}][256]", pager.pages, 8,
                    12)
     text += contraction_tables(tailorings)
+    masks = [sum(1 << place for place in tailoring.alphabet) for tailoring in tailorings]
+    text += array2(f"constinit const unsigned kAlphabets[{count}][4]",
+                   [[mask >> shift & 0xFFFFFFFF for shift in (0, 32, 64, 96)] for mask in masks], 8)
     return text + "}  // namespace kv::zin\n", languages, tailorings
 
 

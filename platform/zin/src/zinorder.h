@@ -25,6 +25,8 @@
 // Orders are in stored indexes by their effect: an order once given to a character stays.
 #pragma once
 
+#include <bit>
+
 #include "zin.h"
 
 namespace kv {
@@ -56,6 +58,10 @@ struct Contraction {
 extern KV_EXPORT const Contraction kContractions[];
 extern KV_EXPORT const unsigned char kContractionSets[];  // by tailoring
 extern KV_EXPORT const unsigned char kContractionStarts[][33];
+
+// The letters of a tailoring's alphabet, a bit for each letter code and extension: bit n & 31 of
+// word n / 32 for the low seven bits n of an order.
+extern KV_EXPORT const unsigned kAlphabets[][4];
 }  // namespace zin
 
 inline constexpr unsigned kPairBit = 0x80000000u;  // two orders, or a part of a contraction
@@ -143,6 +149,33 @@ class WideOrderTable {
 
   const unsigned* latin_;
   const unsigned char* pageIndex_;
+};
+
+// The letters of a language in their sequence, for estimates.
+class Alphabet {
+ public:
+  explicit Alphabet(unsigned char language)
+      : letters_(zin::kAlphabets[zin::kTailorings[language]]) {}
+
+  unsigned Count() const { return Below(128); }
+  // The place of a letter order, from 0 on; of a letter that is not in the alphabet the place of
+  // the letter before it.
+  unsigned PlaceOf(unsigned order) const {
+    const unsigned upTo = Below((order & 127) + 1);
+    return upTo == 0 ? 0 : upTo - 1;
+  }
+
+ private:
+  // How many letters lie below a place of 7 bits.
+  unsigned Below(unsigned end) const {
+    unsigned count = 0;
+    for (unsigned word = 0; word < end / 32; ++word) count += BitsOf(letters_[word]);
+    if (end % 32 != 0) count += BitsOf(letters_[end / 32] & ((1u << end % 32) - 1));
+    return count;
+  }
+  static unsigned BitsOf(unsigned word) { return static_cast<unsigned>(std::popcount(word)); }
+
+  const unsigned* letters_;
 };
 
 inline bool HasContractions(unsigned char language) {

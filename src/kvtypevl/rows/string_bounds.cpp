@@ -3,8 +3,8 @@
 //
 // A text's place in a range is worked out digit by digit, as that of a number: each collation order
 // is a digit, and the base at a position is as large as the classes of characters that constant and
-// bounds have there (10 for digits, 26 for letters, ...). What both bounds begin with is left out
-// first. Estimates only; the order itself is the comparer's business.
+// bounds have there (10 for digits, the letters of the alphabet, ...). What both bounds begin with
+// is left out first. Estimates only; the order itself is the comparer's business.
 
 #include <algorithm>
 
@@ -46,34 +46,42 @@ struct DigitRange {
 constexpr unsigned kFirstSymbolDigit = 1;
 constexpr unsigned kFirstNumberDigit = 160;
 constexpr unsigned kFirstLetterDigit = 170;
-constexpr unsigned kFirstOtherDigit = 202;
+constexpr unsigned kFirstOtherDigit = 234;
 
-// The digit of a weight: spaces 0, symbols 1 to 159, numbers, letters, everything else.
-constexpr unsigned DigitOf(unsigned weight) {
-  if (weight < 80) return 0;
-  if (weight < 16128) return std::min(kFirstSymbolDigit + weight - 80, kFirstNumberDigit - 1);
-  if (weight < 16384) return kFirstNumberDigit + std::min((weight - 16128) / 10, 9u);
-  if (weight < 32768) return kFirstLetterDigit + (weight >> 2 & 31);
-  return kFirstOtherDigit + weight - 32768;
-}
+// The digits of a language: spaces 0, symbols 1 to 159, numbers, its letters, everything else.
+class Digits {
+ public:
+  explicit Digits(unsigned char language) : alphabet_(language) {}
 
-// The digits that may stand where this weight does.
-constexpr DigitRange ClassOf(unsigned weight) {
-  const unsigned digit = DigitOf(weight);
-  if (weight < 80) return {0, 0};
-  if (weight < 16128) return {kFirstSymbolDigit, kFirstNumberDigit - 1};
-  if (weight < 16384) return {kFirstNumberDigit, kFirstLetterDigit - 1};
-  // A to Z have the letter codes 3 to 28; 29 to 31 are for what some languages have behind them.
-  if (weight < 32768) return {kFirstLetterDigit + 3, std::max(kFirstLetterDigit + 28, digit)};
-  // Scripts come in stretches; 32 orders are 64 characters.
-  return {digit & ~31u, digit | 31u};
-}
+  unsigned Of(unsigned weight) const {
+    if (weight < 80) return 0;
+    if (weight < 16128) return std::min(kFirstSymbolDigit + weight - 80, kFirstNumberDigit - 1);
+    if (weight < 16384) return kFirstNumberDigit + std::min((weight - 16128) / 10, 9u);
+    if (weight < 32768) return kFirstLetterDigit + alphabet_.PlaceOf(weight);
+    return kFirstOtherDigit + weight - 32768;
+  }
+
+  // The digits that may stand where this weight does.
+  DigitRange ClassOf(unsigned weight) const {
+    const unsigned digit = Of(weight);
+    if (weight < 80) return {0, 0};
+    if (weight < 16128) return {kFirstSymbolDigit, kFirstNumberDigit - 1};
+    if (weight < 16384) return {kFirstNumberDigit, kFirstLetterDigit - 1};
+    if (weight < 32768) return {kFirstLetterDigit, kFirstLetterDigit + alphabet_.Count() - 1};
+    // Scripts come in stretches; 32 orders are 64 characters.
+    return {digit & ~31u, digit | 31u};
+  }
+
+ private:
+  Alphabet alphabet_;
+};
 
 // Places of several texts on one line from 0 to 1. A text that does not begin as the bounds do
 // lies before or behind them all.
 class Scale {
  public:
-  Scale(const Weights& lower, const Weights& upper, const Weights& constant) : shared_(0) {
+  Scale(const Digits& digits, const Weights& lower, const Weights& upper, const Weights& constant)
+      : digits_(digits), shared_(0) {
     while (shared_ < lower.count && shared_ < upper.count &&
            lower.At(shared_) == upper.At(shared_)) {
       ++shared_;
@@ -103,7 +111,7 @@ class Scale {
       const unsigned weight = weights.At(shared_ + index);
       if (weight == 0) break;
       unit /= base_[index];
-      place += unit * (DigitOf(weight) - first_[index]);
+      place += unit * (digits_.Of(weight) - first_[index]);
     }
     return place;
   }
@@ -118,13 +126,14 @@ class Scale {
   }
 
  private:
-  static void Widen(DigitRange& range, unsigned weight) {
+  void Widen(DigitRange& range, unsigned weight) const {
     if (weight == 0) return;
-    const DigitRange own = ClassOf(weight);
+    const DigitRange own = digits_.ClassOf(weight);
     range.first = std::min(range.first, own.first);
     range.last = std::max(range.last, own.last);
   }
 
+  Digits digits_;
   const Weights* begin_;
   unsigned shared_;
   unsigned depth_ = 0;
@@ -171,7 +180,9 @@ float SelectedFraction(unsigned short predicate, const Constant& constant, const
   const Weights lowerWeights(lower);
   const Weights upperWeights(upper);
   const Weights weights(constant.text);
-  const Scale scale(lowerWeights, upperWeights, weights);
+  const unsigned char language =
+      lower.language == 255 ? KvLanguageContext::GetDefaultLanguage() : lower.language;
+  const Scale scale(Digits(language), lowerWeights, upperWeights, weights);
 
   const IndexRange range{scale.Place(lowerWeights, kDepth), scale.Place(upperWeights, kDepth)};
   ConstantInterval interval{scale.Place(weights, weights.count), 0};
