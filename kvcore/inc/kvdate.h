@@ -140,7 +140,8 @@ class KV_EXPORT KvDistinguishedValues {
   bool IsZeroValue() const { return Is(ZeroValue()); }
   bool IsDefaultValue() const { return Is(DefaultValue()); }
 
-  // Result: 0.
+  // Copy the constant in. Result: 0. On the constants themselves, which cannot be written, they do
+  // nothing.
   int SetNullValue() { return Become(NullValue()); }
   int SetZeroValue() { return Become(ZeroValue()); }
   int SetDefaultValue() { return Become(DefaultValue()); }
@@ -149,10 +150,7 @@ class KV_EXPORT KvDistinguishedValues {
   bool Is(const Value& value) const {
     return static_cast<const Value*>(this)->Compare(value, kv::kStrictCompare) == 0;
   }
-  int Become(const Value& value) {
-    static_cast<Value&>(*this) = value;
-    return kvOk;
-  }
+  int Become(const Value& value);
 };
 
 class KV_EXPORT KvDate : public KvDistinguishedValues<KvDate> {

@@ -36,3 +36,10 @@ template <class Value>
 const Value& KvDistinguishedValues<Value>::DefaultValue() {
   return kv::kDistinguished<Value>.initial;
 }
+
+template <class Value>
+int KvDistinguishedValues<Value>::Become(const Value& value) {
+  const auto& [null, zero, initial] = kv::kDistinguished<Value>;
+  if (this != &null && this != &zero && this != &initial) static_cast<Value&>(*this) = value;
+  return kvOk;
+}

@@ -367,6 +367,15 @@ TEST_CASE("distinguished values") {
     CHECK((value.SetNullValue() == 0 && value.IsNullValue() && !value.IsZeroValue()));
     CHECK((value.SetDefaultValue() == 0 && value.IsDefaultValue() && !value.IsNullValue()));
     CHECK((value.SetZeroValue() == 0 && value.IsZeroValue() && !value.IsNullValue()));
+    // The constants cannot be written: they stay what they are.
+    using Value = decltype(value);
+    for (const Value* constant :
+         {&Value::NullValue(), &Value::ZeroValue(), &Value::DefaultValue()}) {
+      const Value before = *constant;
+      auto& same = const_cast<Value&>(*constant);
+      CHECK(same.SetNullValue() + same.SetZeroValue() + same.SetDefaultValue() == 0);
+      CHECK(constant->Compare(before, 0x10) == 0);
+    }
   };
   setAndAsk(KvDate(1));
   setAndAsk(KvTime(1));
