@@ -255,6 +255,16 @@ TEST_CASE_TEMPLATE("lifetime, null and array operations", R, KV_SCALAR_ROWS) {
   if (sizeof(void*) == 4 && sizeof(T) > 1) CHECK(types.Create(R::id, UINT_MAX) == nullptr);
 }
 
+TEST_CASE("a run is compared up to its first difference, however long it is said to be") {
+  const o_8b a[8] = {1, 2, 3}, b[8] = {1, 2, 4};
+  int status = 9;
+  const auto at = [](const o_8b* run) { return const_cast<o_8b*>(run); };
+  for (const unsigned count : {0x20000002u, 0x20000001u, 0x40000000u, 0xFFFFFFFFu}) {
+    CHECK(O_8BCompare(8, 0, at(a), 0, at(b), 0, count, status) == -1);
+    CHECK(status == kvOk);
+  }
+}
+
 TEST_CASE("order at the edges") {
   KvTypeMgr types;
   unsigned char high = 0x80;

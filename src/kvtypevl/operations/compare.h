@@ -60,18 +60,26 @@ template <class Row>
   const unsigned stride = Row::Codec::Stride(format);
   const unsigned visible =
       std::min(VisibleElements(length1, stride, count), VisibleElements(length2, stride, count));
+  // A run may be longer in bytes than 32 bits count; what is scanned at once is not.
+  constexpr unsigned kMostAtOnce = (1u << 30) / Row::Codec::kMemoryWidth;
   // The last visible element may end outside its buffer, so it is not part of the byte scan.
-  const std::size_t scanned = std::size_t{visible - 1} * stride;
-  std::size_t at = 0;
-  while (at < scanned) {
-    const std::size_t different = at + FirstDifference(a + at, b + at, scanned - at);
-    if (different >= scanned) break;
-    at = different - different % stride;
-    const int order = OrderElements<Row>(a + at, b + at, format, cmpOp);
+  unsigned left = visible - 1;
+  const auto pass = [&](unsigned elements) {
+    a += std::size_t{elements} * stride;
+    b += std::size_t{elements} * stride;
+    left -= elements;
+  };
+  while (left != 0) {
+    const unsigned scanned = std::min(left, kMostAtOnce);
+    const std::size_t different = FirstDifference(a, b, std::size_t{scanned} * stride);
+    const auto equal = static_cast<unsigned>(different / stride);
+    pass(equal);
+    if (equal == scanned) continue;
+    const int order = OrderElements<Row>(a, b, format, cmpOp);
     if (order != 0) return order;
-    at += stride;
+    pass(1);
   }
-  const int order = OrderElements<Row>(a + scanned, b + scanned, format, cmpOp);
+  const int order = OrderElements<Row>(a, b, format, cmpOp);
   if (order == 0 && visible < count) result = kvBufferShort;
   return order;
 }
