@@ -24,13 +24,15 @@ KvTypeConvertData* KvTypeConvertData::Make(char type, unsigned count, void* valu
   return record;
 }
 
+// What is left behind is for whoever holds on to the record by mistake. The stores are volatile: to
+// the compiler nobody may look at a destroyed object, and it leaves plain ones out.
 KvTypeConvertData::~KvTypeConvertData() {
   if (manager != nullptr && values != nullptr) {
     manager->Delete(type, values, count);
-    values = nullptr;
+    *const_cast<void* volatile*>(&values) = nullptr;
   }
-  count = 0;
-  type = kDestroyedRecord;
+  *const_cast<volatile unsigned*>(&count) = 0;
+  *const_cast<volatile char*>(&type) = kDestroyedRecord;
 }
 
 KvString* KvTypeConvertData::GetString(int index) const {

@@ -118,6 +118,15 @@ TEST_CASE("a record gives the texts that it holds and frees what it owns") {
   record = KvTypeConvertData::Make(KvSTRING_T, 1, nullptr, &Types());
   CHECK(record->GetString(0) == nullptr);
   delete record;
+
+  // A destroyed record reads as one of nothing.
+  record = Types().ConvertTo(Kv4B_T, values, 2);
+  record->~KvTypeConvertData();
+  KvTypeConvertData* volatile destroyed = record;
+  CHECK(destroyed->count == 0);
+  CHECK(destroyed->type == 100);
+  CHECK(destroyed->values == nullptr);
+  ::operator delete(record);
 }
 
 TEST_CASE("conversions by name are those of their rows") {
