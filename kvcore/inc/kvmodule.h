@@ -38,9 +38,11 @@ KV_EXPORT int KvCheckDll(int flags);
 // telling the radix from a 0x or 0 in front. Initially 0.
 KV_EXPORT int& ___KvTypeMgrOptions();
 
-// Non-zero attaches: the internationalisation context, and a default type manager of format version
-// 5 unless one is in place. 0 detaches: frees the default type manager, whoever installed it. Both
-// put the defaults of KvLanguageContext back; the null print string stays.
+// Non-zero attaches: the internationalisation context, and a new manager of format version 5 as the
+// default type manager (null when memory is short). The one before is freed if the module made it
+// and nobody has replaced it since; one that a caller installed stays the caller's. 0 detaches:
+// frees the default type manager, whoever installed it. Both put the defaults of KvLanguageContext
+// back; the null print string stays.
 KV_EXPORT void ___KvTypemgrContext(int attach);
 
 #if defined(__clang__)

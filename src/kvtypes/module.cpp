@@ -37,6 +37,14 @@ constinit const unsigned char reservedBlock[16] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
                                                    0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
 KvTypeMgr* defaultTypeMgr = nullptr;
+// Whether the module made what is installed and nobody has replaced it since.
+bool isOwnTypeMgr = false;
+
+void FreeOwnTypeMgr() {
+  if (isOwnTypeMgr) delete defaultTypeMgr;
+  isOwnTypeMgr = false;
+  defaultTypeMgr = nullptr;
+}
 
 template <class T>
 void Fill(T* slot, T value) {
@@ -84,20 +92,20 @@ int& ___KvTypeMgrOptions() {
 
 void ___KvTypemgrContext(int attach) {
   ___KvI18NContext(attach);
-  if (attach == 0) {
-    delete defaultTypeMgr;
-    defaultTypeMgr = nullptr;
-    return;
-  }
-  // Loading the library has attached it already: a host that attaches again keeps what is there.
-  if (defaultTypeMgr != nullptr) return;
+  // Detaching frees what is installed, whoever made it; attaching again only what is its own.
+  if (attach == 0) isOwnTypeMgr = true;
+  FreeOwnTypeMgr();
+  if (attach == 0) return;
   defaultTypeMgr = new (std::nothrow) KvTypeMgr(kAttachedVersion);
-  if (defaultTypeMgr == nullptr) KvCallMemoryHandler(sizeof(KvTypeMgr));
+  isOwnTypeMgr = defaultTypeMgr != nullptr;
+  if (!isOwnTypeMgr) KvCallMemoryHandler(sizeof(KvTypeMgr));
 }
 
 KvTypeMgr* DefaultTypeMgr(KvTypeMgr* replacement) {
   KvTypeMgr* previous = defaultTypeMgr;
-  if (replacement != nullptr) defaultTypeMgr = replacement;
+  if (replacement == nullptr) return previous;
+  defaultTypeMgr = replacement;
+  isOwnTypeMgr = false;
   return previous;
 }
 
@@ -107,8 +115,10 @@ namespace {
   ___KvTypemgrContext(1);
 }
 
+// What a caller has installed may be a static object of a program that is leaving.
 [[gnu::destructor]] void DetachOnUnload() {
-  ___KvTypemgrContext(0);
+  ___KvI18NContext(0);
+  FreeOwnTypeMgr();
 }
 
 }  // namespace
