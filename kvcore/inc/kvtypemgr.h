@@ -168,8 +168,9 @@ class KV_EXPORT KvTypeMgr {
   // every negative id; 0 for 47 to 99. Negative ids must not be given to anything else.
   int IsValidType(char id) const;
 
-  // Finds a type name ("o_4b", case matters) in the current catalogue's row order. Result: 0 with
-  // `id` set; 1 with `id` 47 when no row has that name. Not for managers on the old catalogue.
+  // Finds a type name ("o_4b", case matters) in the current catalogue's row order, which a manager
+  // on the old catalogue answers by, too. Result: 0 with `id` set; 1 with `id` 47 when no row has
+  // that name.
   int Name2KvTypeId(const char* name, char& id) const;
 
   // The type name or type id name. With a null buffer the row's own text, not to be changed; else
@@ -255,13 +256,13 @@ class KV_EXPORT KvTypeMgr {
                 int& status) const;
 
   // The fraction of the index range `bounds` that a predicate on the constant `value` selects, and
-  // the constant recorded in `newBounds` where it narrows the range and no bound is there yet.
+  // the constant recorded in `newBounds` (a KvIdxBounds, or null) where it narrows the range and no
+  // bound is there yet.
   // `op` holds predicate bits. `bounds` or a side of it null: no range is known, 0. `data` is
   // accepted and not used. A wildcard component of a date or time counts as the number -1: scan for
   // such a constant, what it matches need not lie side by side.
   float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, void* value,
-                     unsigned char format, unsigned count, KvIdxBounds* newBounds,
-                     KvEvalData* data) const;
+                     unsigned char format, unsigned count, void* newBounds, KvEvalData* data) const;
 
   // --- Null ---
 
@@ -276,6 +277,7 @@ class KV_EXPORT KvTypeMgr {
 
   // One value replaces what `out` holds. A run of two and more is appended to it, element by
   // element with "," between; a run of characters prints as one text. Null format: the row's own.
+  // When memory is short for a run, `out` stays as it was.
   KvString& PrintToKvString(char id, KvString& out, void* values, const char* format,
                             unsigned count) const;
   // Returns `values`, or null when it is null.
@@ -305,8 +307,9 @@ class KV_EXPORT KvTypeMgr {
 
   // --- Process-wide ---
 
-  // The text printed for a null value, at first "{NULL}". When memory is short for another text, it
-  // stays as it was.
+  // The text printed for a null value, at first "{NULL}". One string for the whole life of the
+  // process: a reference to it shows each text that is set. When memory is short for another text,
+  // it stays as it was.
   static const KvString& GetNullPrintString();
   static void SetNullPrintString(const KvString& text);
 
@@ -318,8 +321,10 @@ class KV_EXPORT KvTypeMgr {
 };
 
 // The process's type manager, made with format version 5 when the library is loaded. Installs
-// `replacement` unless it is null. Result: the previous one, which the caller then frees; whatever
-// is installed when the library is unloaded is freed with it.
+// `replacement` unless it is null. Result: the previous one. Whoever replaces the module's own
+// frees it; one that a caller installs (the module's own put back, too) stays the caller's, and
+// may be a static object: unloading and leaving the process free what the module made and nobody
+// has replaced, and nothing else.
 KV_EXPORT KvTypeMgr* DefaultTypeMgr(KvTypeMgr* replacement);
 
 // A point in time as StoreTimeStamp takes it: the memory form of a KvDateTimeN up to the last

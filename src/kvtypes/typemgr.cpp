@@ -4,7 +4,6 @@
 
 #include "kvtypemgr.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -48,31 +47,50 @@ unsigned short IsFixedRow(const KvTypeDescriptor& row) {
   return static_cast<unsigned short>((row.sizeWord >> 16) & 0xFFFF);
 }
 
-// The first null print string lies in static memory: it is there before every initialiser and
-// needs no allocation, which could fail. It is never changed or destroyed.
-union BuiltInNull {
-  constexpr BuiltInNull() : string(kvCodeSetLatin1, kvLanguageEnglish) {
-    kv::StringAccess::Borrow(string, text, sizeof text);
+// The null print string: one object from the first initialiser of the process to the last
+// destructor. Its first text lies in static memory: it is there before every initialiser and needs
+// no allocation, which could fail. The destructor puts it back, for those that print later still.
+class NullPrintString {
+ public:
+  constexpr NullPrintString() : string_(kvCodeSetLatin1, kvLanguageEnglish) { UseBuiltIn(); }
+  ~NullPrintString() {
+    Release();
+    UseBuiltIn();
   }
-  ~BuiltInNull() {}
-  KvString string;
-  static inline unsigned char text[] = "{NULL}";
-};
-constinit const BuiltInNull builtInNull;
+  NullPrintString(const NullPrintString&) = delete;
+  NullPrintString& operator=(const NullPrintString&) = delete;
 
-// What the host has set in its place.
-constinit KvString chosenNull(kvCodeSetLatin1, kvLanguageEnglish);
-constinit const KvString* nullPrintString = &builtInNull.string;
+  const KvString& Get() const { return string_; }
+
+  // When memory is short for `text`, the present one stays.
+  void Set(const KvString& text) {
+    KvString copy(text);
+    if (copy.Len() != text.Len()) return;
+    Release();
+    string_ = std::move(copy);
+  }
+
+ private:
+  constexpr void UseBuiltIn() {
+    kv::StringAccess::Borrow(string_, builtIn_, sizeof builtIn_);
+    isBuiltIn_ = true;
+  }
+  void Release() {
+    if (isBuiltIn_) kv::StringAccess::Borrow(string_, nullptr, 0);
+    string_ = KvString(kvCodeSetLatin1, kvLanguageEnglish);
+    isBuiltIn_ = false;
+  }
+
+  static inline unsigned char builtIn_[] = "{NULL}";
+  union {
+    KvString string_;  // never destroyed
+  };
+  bool isBuiltIn_ = true;
+};
+constinit NullPrintString nullPrintString;
 
 constexpr char kArraySeparator[] = ",";
 constexpr char kZeroText[] = "0";
-
-// False when memory was short. What a full string cuts off counts as appended.
-bool Appends(KvString& list, const KvString& text) {
-  const unsigned length = list.Len() + text.Len();
-  list << text;
-  return list.Len() >= std::min(length, kv::MaximumLength(list.GetCodeSet()));
-}
 
 }  // namespace
 
@@ -96,7 +114,8 @@ int KvTypeMgr::IsValidType(char id) const {
 
 int KvTypeMgr::Name2KvTypeId(const char* name, char& id) const {
   for (id = 0; kv::RowOf(id) < kv::kRowCount; ++id) {
-    if (std::strcmp(Row(id).typeName, name) == 0) return 0;
+    const auto row = static_cast<std::size_t>(kv::RowOf(id));
+    if (std::strcmp(kv::currentCatalogue[row]->typeName, name) == 0) return 0;
   }
   return 1;
 }
@@ -268,9 +287,10 @@ unsigned KvTypeMgr::Hash(char id, unsigned length, void* value, unsigned count,
 }
 
 float KvTypeMgr::EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, void* value,
-                              unsigned char format, unsigned count, KvIdxBounds* newBounds,
+                              unsigned char format, unsigned count, void* newBounds,
                               KvEvalData* /*data*/) const {
-  return Row(id).evalAndBound(bounds, op, value, format, count, newBounds);
+  return Row(id).evalAndBound(bounds, op, value, format, count,
+                              static_cast<KvIdxBounds*>(newBounds));
 }
 
 int KvTypeMgr::IsNullValue(char id, void* value) const {
@@ -315,18 +335,18 @@ KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, void* values, const
   if (format == nullptr) format = row.format;
   // A run of characters prints as one text.
   if (count < 2 || row.print == kv::PrintCharacters) return row.print(out, values, format, count);
-  const KvString separator(kArraySeparator);
+  // A list that lacks an element reads like another list: when memory is short, `out` stays.
+  const unsigned shortages = KvLowMemoryCount();
   KvString list(out);
-  bool whole = list.Len() == out.Len() && !separator.IsEmpty();
   auto* element = static_cast<unsigned char*>(values);
-  for (unsigned i = 0; whole && i < count; ++i, element += MemoryWidth(row)) {
+  for (unsigned i = 0; i < count && KvLowMemoryCount() == shortages; ++i) {
     KvString text;
-    text.SetLanguage(kvLanguageNull);  // which a print that runs short of memory leaves
     row.print(text, element, format, 1);
-    whole = !(text.IsEmpty() && text.IsNullValue()) && Appends(list, text) &&
-            (i + 1 == count || Appends(list, separator));
+    if (i != 0) list << kArraySeparator;
+    list << text;
+    element += MemoryWidth(row);
   }
-  if (whole) out = std::move(list);
+  if (KvLowMemoryCount() == shortages) out = std::move(list);
   return out;
 }
 
@@ -386,11 +406,9 @@ void* KvTypeMgr::GetArrayElement(char id, void* base, unsigned index, unsigned c
 }
 
 const KvString& KvTypeMgr::GetNullPrintString() {
-  return *nullPrintString;
+  return nullPrintString.Get();
 }
 
 void KvTypeMgr::SetNullPrintString(const KvString& text) {
-  chosenNull = text;
-  // When memory was short for the first choice, the built-in text stays.
-  if (chosenNull.Len() == text.Len()) nullPrintString = &chosenNull;
+  nullPrintString.Set(text);
 }

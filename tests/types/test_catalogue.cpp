@@ -159,7 +159,7 @@ TEST_CASE("the illegal row answers every operation harmlessly") {
   CHECK(types.SetNullValue(id, &value) == 0);
   CHECK(&types.PrintToKvString(id, text, &value, nullptr, 1) == &text);
   CHECK(std::strcmp(text.StrGet(), "left alone") == 0);
-  CHECK(types.ScanFromKvString(id, &value, text, nullptr, 1) == &value);
+  CHECK(types.ScanFromKvString(id, &value, text, nullptr, 1) == nullptr);
   CHECK(value == 5);
 }
 
@@ -196,6 +196,13 @@ TEST_CASE("format versions choose the catalogue") {
     CHECK(types.SupportsNullValue(KvSTRING_T) == (each.old ? 0 : 1));
     // Both share all other rows: a function exchanged through one shows in the other.
     CHECK((types.StorePtrGet(Kv2B_T) == KvTypeMgr(5).StorePtrGet(Kv2B_T)));
+    // The string rows order alike by functions of their own, and names are the current catalogue's.
+    CHECK(((types.CmpFuncPtrGet(KvSTRING_T) == &StringCompare) == !each.old));
+    char id = 0;
+    CHECK(types.Name2KvTypeId("KvTimeSpan", id) == 0);
+    CHECK(id == KvTIMESPAN_T);
+    CHECK(types.Name2KvTypeId("o_4B", id) == 1);
+    CHECK(id == 47);
     types.SetFactory(5);
     CHECK(types.SupportsNullValue(KvSTRING_T) == 1);
   }
@@ -229,6 +236,17 @@ TEST_CASE("exchange operations replace for every manager and read with null") {
   text = "";
   other.PrintToKvString(Kv4B_T, text, run, nullptr, 3);
   CHECK(std::strcmp(text.StrGet(), "n,n,n") == 0);
+  // An element may print nothing at all; the string that it is given is empty and not null.
+  types.ExchangePrintToKvStringFunc(
+      Kv4B_T, [](KvString& out, void* values, const char*, unsigned count) -> KvString& {
+        CHECK((out.IsEmpty() && !out.IsNullValue() && count == 1));
+        const o_4b number = *static_cast<const o_4b*>(values);
+        return number != 2 ? out << number : out;
+      });
+  o_4b counted[3] = {1, 2, 3};
+  text = "";
+  CHECK(std::strcmp(other.PrintToKvString(Kv4B_T, text, counted, nullptr, 3).StrGet(), "1,,3") ==
+        0);
   types.ExchangePrintToKvStringFunc(Kv4B_T, print);
   const KvScanFunc scan = types.ExchangeScanFromKvStringFunc(Kv4B_T, nullptr);
   CHECK((types.ExchangeScanFromKvStringFunc(Kv4B_T, scan) == scan));

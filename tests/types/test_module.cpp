@@ -4,6 +4,7 @@
 #include <doctest/doctest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "kv.h"
@@ -53,13 +54,28 @@ TEST_CASE("the options word and the default type manager") {
   CHECK(DefaultTypeMgr(attached) == mine);
   delete mine;
 
-  // Attaching again keeps the manager; detaching frees it; attaching makes a new one.
+  // Attaching makes a manager of version 5 the default, whatever is in place; the one before is
+  // the caller's when the caller installed it, and freed when the module made it.
   ___KvTypemgrContext(1);
-  CHECK(DefaultTypeMgr(nullptr) == attached);
+  CHECK(DefaultTypeMgr(nullptr) != attached);
+  delete attached;
+  DefaultTypeMgr(nullptr)->SetFactory(3);
+  ___KvTypemgrContext(1);
+  CHECK(DefaultTypeMgr(nullptr)->FormatVersion() == 5);
   ___KvTypemgrContext(0);
   CHECK(DefaultTypeMgr(nullptr) == nullptr);
   ___KvTypemgrContext(1);
-  CHECK(DefaultTypeMgr(nullptr) != nullptr);
+  REQUIRE(DefaultTypeMgr(nullptr) != nullptr);
+
+  // A manager that is no longer installed is not touched, though another may have its address. The
+  // process ends with a static one in place.
+  static KvTypeMgr last;
+  delete DefaultTypeMgr(&last);
+  const std::unique_ptr<KvTypeMgr> again(new KvTypeMgr);
+  DefaultTypeMgr(again.get());
+  ___KvTypemgrContext(1);
+  CHECK(DefaultTypeMgr(nullptr)->FormatVersion() == 5);
+  delete DefaultTypeMgr(&last);
 }
 
 TEST_CASE("attaching and detaching put the defaults of the languages back") {
@@ -75,7 +91,20 @@ TEST_CASE("attaching and detaching put the defaults of the languages back") {
 
 TEST_CASE("the null print string is the process's") {
   CHECK(std::strcmp(KvTypeMgr::GetNullPrintString().StrGet(), "{NULL}") == 0);
+  // One string, which a reference to it follows; it may be set to itself.
+  const KvString& text = KvTypeMgr::GetNullPrintString();
   KvTypeMgr::SetNullPrintString(KvString("nil"));
-  CHECK(std::strcmp(KvTypeMgr::GetNullPrintString().StrGet(), "nil") == 0);
+  CHECK(&KvTypeMgr::GetNullPrintString() == &text);
+  KvTypeMgr::SetNullPrintString(text);
+  CHECK(std::strcmp(text.StrGet(), "nil") == 0);
+  KvString null;
+  null.SetNullValue();
+  KvTypeMgr::SetNullPrintString(null);
+  KvTypeMgr types;
+  KvNull_int values[3] = {1, KvNull_int(), 3};
+  KvString list;
+  CHECK(std::strcmp(types.PrintToKvString(KvNULL_INT_T, list, values, nullptr, 3).StrGet(),
+                    "1,,3") == 0);
   KvTypeMgr::SetNullPrintString(KvString("{NULL}"));
+  CHECK(std::strcmp(text.StrGet(), "{NULL}") == 0);
 }

@@ -161,6 +161,10 @@ KV_EXPORT KvAssertHandler KIVO_SetAssertHandler(KvAssertHandler handler);
 // Called with the size asked for when an allocation has failed and before the caller gives up.
 KV_EXPORT void KvCallMemoryHandler(unsigned size);
 
+// How often this thread has called KvCallMemoryHandler, modulo 2^32. Two looks that differ tell
+// that something between them ran short of memory, whatever came of it.
+KV_EXPORT unsigned KvLowMemoryCount();
+
 // Replaces what KvCallMemoryHandler calls. Null restores the default, which does nothing. Result:
 // the previous handler, null for the default.
 using KvMemoryHandler = void (*)(unsigned size);

@@ -9,6 +9,7 @@ namespace {
 
 KvAssertHandler assertHandler = nullptr;
 KvMemoryHandler memoryHandler = nullptr;
+thread_local unsigned lowMemoryCount = 0;
 
 // This release.
 constexpr unsigned kMajor = 14;
@@ -43,7 +44,12 @@ KvAssertHandler KIVO_SetAssertHandler(KvAssertHandler handler) {
 }
 
 void KvCallMemoryHandler(unsigned size) {
+  ++lowMemoryCount;
   if (memoryHandler != nullptr) memoryHandler(size);
+}
+
+unsigned KvLowMemoryCount() {
+  return lowMemoryCount;
 }
 
 KvMemoryHandler KvSetMemoryHandler(KvMemoryHandler handler) {
