@@ -132,6 +132,8 @@ int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsign
 
 // The hash of a whole text, as HashString (kvhash.h) with length -1 has it.
 unsigned HashText(const Text& text);
+// The same for `length` orders (bytes in code set 0), as many as there are for -1.
+unsigned HashText(const Text& text, short length);
 
 // The process's wildcards: the collation order that plays each part, 0 for none. Set before texts
 // are compared concurrently.

@@ -17,7 +17,8 @@ unsigned HashBytes(const void* bytes, unsigned length) {
 
 unsigned HashOrders(const Text& text, short length) {
   OrderCursor cursor(text);
-  const unsigned char sortClass = SortClassOf(text.language);
+  const unsigned char sortClass =
+      SortClassOf(text.language == 255 ? KvLanguageContext::GetDefaultLanguage() : text.language);
   unsigned hash = 0;
   if (length < 0) {
     while (const unsigned short order = cursor.Next())
@@ -51,6 +52,14 @@ unsigned HashText(const Text& text) {
   return HashBytes(text.units, length);
 }
 
+unsigned HashText(const Text& text, short length) {
+  if (length < 0) return HashText(text);
+  if (text.IsNull()) return kvNullHash;
+  if (length == 0) return 0;
+  if (text.codeSet == kvCodeSetBytes) return HashBytes(text.units, static_cast<unsigned>(length));
+  return HashOrders(text, length);
+}
+
 }  // namespace kv
 
 unsigned HashString(unsigned char codeSet, unsigned char language, const char* data, short length,
@@ -59,12 +68,8 @@ unsigned HashString(unsigned char codeSet, unsigned char language, const char* d
   if (length == 0 || length < -1) return 0;
   if (codeSet == 255) codeSet = KvLanguageContext::GetDefault8CodeSet();
   if (language == 255) language = KvLanguageContext::GetDefaultLanguage();
-  if (length < 0) return kv::HashText({codeSet, language, data, kv::kToTerminator, option});
-  const auto units = static_cast<unsigned>(length);
-  if (codeSet == kvCodeSetBytes) {
-    return kv::HashBytes(data, units);
-  }
-  return kv::HashOrders({codeSet, language, data, units, option}, length);
+  const unsigned units = length < 0 ? kv::kToTerminator : static_cast<unsigned>(length);
+  return kv::HashText({codeSet, language, data, units, option}, length);
 }
 
 unsigned HashKvString(const KvString& text) {

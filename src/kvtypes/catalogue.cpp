@@ -46,7 +46,7 @@ constexpr Entry kEntries[] = {
     { 6, "o_u4b",          "KvU4B_T",            sizeof(o_u4b),           kFixed,    "%lu",                      ScalarSlots<DwordRow>(DwordCompare)},
     { 7, "int",            "KvINT_T",            sizeof(int),             kFixed,    "%d",                       ScalarSlots<IntRow>(IntCompare)},
     { 8, "unsigned",       "KvUNSIGNED_T",       sizeof(unsigned),        kFixed,    "%u",                       ScalarSlots<UnsignedIntRow>(UnsignedCompare)},
-    { 9, "enum",           "KvENUM_T",           sizeof(int),             kFixed,    "%d",                       ScalarSlots<IntRow>(IntCompare)},
+    { 9, "enum",           "KvENUM_T",           sizeof(int),             kFixed,    "%d",                       EnumSlots()},
     {10, "o_u1b",          "KvU1B_T",            sizeof(o_u1b),           kFixed,    "%c",                       ScalarSlots<ByteRow>(ByteCompare)},
     // Text, dates, identities, blobs
     {11, "KvString",       "KvSTRING_T",         sizeof(KvString),        kVariable, "%s",                       StringSlots()},

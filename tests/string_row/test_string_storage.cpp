@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kvcompare.h"
+#include "kvhash.h"
 #include "kvstorage.h"
 #include "kvtypemgr.h"
 #include "string/text.h"
@@ -148,6 +149,11 @@ TEST_CASE("a memory file that ends inside a length field has no size") {
   const KvTypeMgr types;
   CHECK(types.DiskLenGetFromMemFile(KvSTRING_T, &file, 0, 1) == 6);
   CHECK(types.DiskLenGetFromMemFile(KvSTRING_T, &file, 0, 2) == 0);
+  // No value is in no file.
+  for (const char id : {KvSTRING_T, KvISTRING_T, KvBLOB_T}) {
+    CHECK(types.DiskLenGetFromMemFile(id, nullptr, 0, 0) == 0);
+  }
+  CHECK(KvTypeMgr(3).DiskLenGetFromMemFile(KvSTRING_T, nullptr, 0, 0) == 0);
   CHECK(file.Tell() == 0);
 }
 
@@ -198,6 +204,24 @@ TEST_CASE("a key that its buffer cuts short counts with what is there") {
   Block block = Stored(longText.c_str(), 0);
   CHECK(types.Hash(KvSTRING_T, 256, block.data(), 1, 0, status) == 0);
   CHECK(status == kvNotSupported);
+
+  // What is left of a key hashes as that many characters, its terminator being one of them.
+  const KvTypeMgr old(3);
+  for (const unsigned char language : {kvLanguageEnglish, o_u1b{255}}) {
+    KvString key("ab");
+    key.SetLanguage(language);
+    block = Stored(key, 0);
+    for (unsigned length = 4; length <= block.size(); ++length) {
+      CAPTURE(length);
+      const short present = length < block.size() ? static_cast<short>(length - 4) : short{-1};
+      const unsigned expected = HashString(1, language, "ab", present, 1) * 1103515245u;
+      CHECK(types.Hash(KvSTRING_T, length, block.data(), 1, 0, status) == expected);
+      CHECK(old.Hash(KvSTRING_T, length, block.data(), 1, 0, status) == expected);
+      CHECK(status == 0);
+    }
+    CHECK(types.Hash(KvSTRING_T, 0, &key, 1, 8, status) ==
+          HashString(1, language, "ab", -1, 1) * 1103515245u);
+  }
 
   KvString pair[3] = {"a", "b", "a"};
   CHECK(StringCompare(8, 2 * sizeof(KvString), pair, 0, pair, 0, 3, status) == 0);

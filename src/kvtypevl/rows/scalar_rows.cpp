@@ -20,6 +20,13 @@ template struct RowHandlers<UnsignedEightByteRow>;
 template struct RowHandlers<FloatRow>;
 template struct RowHandlers<DoubleRow>;
 
+unsigned TranslateEnum(void* destination, unsigned char destinationFormat,
+                       unsigned destinationLength, const void* source, unsigned char sourceFormat,
+                       unsigned sourceLength, unsigned count) {
+  return RowHandlers<IntRow>::Translate(destination, destinationFormat, destinationLength, source,
+                                        sourceFormat, sourceLength, count);
+}
+
 }  // namespace kv
 
 int ByteCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,

@@ -153,4 +153,15 @@ constexpr KvTypeDescriptor ScalarSlots(KvCompareFunc compare) {
   return slots;
 }
 
+// enum has a function of its own to move its values, and int's for everything else.
+unsigned TranslateEnum(void* destination, unsigned char destinationFormat,
+                       unsigned destinationLength, const void* source, unsigned char sourceFormat,
+                       unsigned sourceLength, unsigned count);
+
+constexpr KvTypeDescriptor EnumSlots() {
+  KvTypeDescriptor slots = ScalarSlots<IntRow>(IntCompare);
+  slots.translate = TranslateEnum;
+  return slots;
+}
+
 }  // namespace kv

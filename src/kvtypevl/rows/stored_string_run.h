@@ -79,7 +79,11 @@ class StoredStringRun {
   unsigned PassEqual(StoredStringRun& other, unsigned count);
 
   // Whether the buffer ends before the last string does.
-  bool IsCut() const { return isCut_; }
+  bool IsCut() const { return cutLength_ >= 0; }
+
+  // Of the last string taken, where the buffer ends before it does, the units that are there, its
+  // terminator included when it is; else -1.
+  short CutLength() const { return cutLength_; }
 
  private:
   using Block = StringBlock;
@@ -96,7 +100,7 @@ class StoredStringRun {
   unsigned left_;  // bytes from at_ to the end of the buffer
   bool reversed_;
   bool old_;
-  bool isCut_ = false;
+  short cutLength_ = -1;
 };
 
 inline StoredStringRun::StoredStringRun(const void* stored, unsigned length, Format format,
@@ -138,23 +142,27 @@ inline int StoredStringRun::Next(Text& text) {
   if (old_) return NextOld(text);
   if (left_ < Block::kLengthField) return kvBufferShort;
   const unsigned body = Block::ReadLength(at_, reversed_);
-  isCut_ = left_ < Block::kLengthField + body;
+  const bool isCut = left_ < Block::kLengthField + body;
   if (body < 2) {
     // No code set and no language: nothing writes this, and it reads as an empty text.
-    if (isCut_) return kvBufferShort;
+    if (isCut) return kvBufferShort;
     text = {kvCodeSetBytes, 0, at_, 0};
     Advance(Block::kLengthField + body);
     return kvOk;
   }
   if (left_ < Block::kHeader) return kvBufferShort;
-  if (isCut_ && left_ - Block::kLengthField > Block::kLongestKeyBody) return kvNotSupported;
+  if (isCut && left_ - Block::kLengthField > Block::kLongestKeyBody) return kvNotSupported;
 
   const unsigned char codeSet = at_[2];
   unsigned length = Block::TextUnits(body, KvIsWideCodeSet(codeSet));
-  if (isCut_) length = std::min(length, (left_ - Block::kHeader) / UnitWidth(codeSet));
+  if (isCut) {
+    const unsigned present = (left_ - Block::kHeader) / UnitWidth(codeSet);
+    cutLength_ = static_cast<short>(present);  // of a short key
+    length = std::min(length, present);
+  }
   text = {codeSet, Block::LanguageOf(codeSet, at_[3]), at_ + Block::kHeader, length,
           static_cast<unsigned char>(reversed_ ? 2 : 1)};
-  Advance(isCut_ ? left_ : Block::kLengthField + body);
+  Advance(isCut ? left_ : Block::kLengthField + body);
   return kvOk;
 }
 

@@ -271,10 +271,9 @@ void RecordPrefix(unsigned char*& bound, unsigned char& length, const Text& pref
   RecordStored(bound, length, stored, format, 1);
 }
 
-}  // namespace
-
-float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
-                          unsigned char format, unsigned count, KvIdxBounds* newBounds) {
+float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short op, const void* value,
+                             unsigned char format, unsigned count, KvIdxBounds* newBounds,
+                             StringRowFlag /*row*/) {
   if (count == 0 || value == nullptr) return 0;
   const Format form{format};
   Text first;
@@ -299,6 +298,19 @@ float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
   if (narrowsLower) RecordConstant(newBounds->lower, newBounds->lowerLength, value, form, count);
   if (narrowsUpper) RecordConstant(newBounds->upper, newBounds->upperLength, value, form, count);
   return fraction;
+}
+
+}  // namespace
+
+float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+                          unsigned char format, unsigned count, KvIdxBounds* newBounds) {
+  return EvalAndBoundAnyStrings(bounds, op, value, format, count, newBounds,
+                                StringRowFlag::kCurrent);
+}
+
+float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+                             unsigned char format, unsigned count, KvIdxBounds* newBounds) {
+  return EvalAndBoundAnyStrings(bounds, op, value, format, count, newBounds, StringRowFlag::kOld);
 }
 
 }  // namespace kv

@@ -23,14 +23,6 @@ struct StringPolicy {
   static void FromText(KvString& value, const KvString& text) { value = text; }
 };
 
-// A string that its buffer cuts short hashes as many orders as it has characters.
-unsigned HashElement(const Text& text, bool isCut) {
-  if (!isCut) return HashText(text);
-  const unsigned length = TextLength(text.units, KvIsWideCodeSet(text.codeSet), text.length);
-  return HashString(text.codeSet, text.language, static_cast<const char*>(text.units),
-                    static_cast<short>(length), text.byteOrder);
-}
-
 template <class Run>
 unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned count,
                    int& result) {
@@ -41,7 +33,8 @@ unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned 
     result = run.Next(text);
     if (result == kvNotSupported) return 0;
     if (result != kvOk) break;
-    combined ^= HashElement(text, run.IsCut());
+    // A string that its buffer cuts short hashes as many orders as it has units.
+    combined ^= HashText(text, run.CutLength());
   }
   return combined * kHashMultiplier;
 }
@@ -131,15 +124,25 @@ int StepInMemory(KvString& string, unsigned char op) {
   return kvNotSupported;
 }
 
-}  // namespace
-
-unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
-                     int& result) {
+unsigned HashAnyStrings(unsigned char format, unsigned length, const void* values, unsigned count,
+                        int& result, StringRowFlag /*row*/) {
   result = kvOk;
   if (count == 0) return 0;
   const Format form{format};
   return form.IsMemory() ? HashRunOf<MemoryStringRun>(values, length, form, count, result)
                          : HashRunOf<StoredStringRun>(values, length, form, count, result);
+}
+
+}  // namespace
+
+unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
+                     int& result) {
+  return HashAnyStrings(format, length, values, count, result, StringRowFlag::kCurrent);
+}
+
+unsigned HashOldStrings(unsigned char format, unsigned length, void* values, unsigned count,
+                        int& result) {
+  return HashAnyStrings(format, length, values, count, result, StringRowFlag::kOld);
 }
 
 KvTypeConvertData* ConvertStringsTo(void* values, unsigned count) {
@@ -187,13 +190,15 @@ int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*forma
   return kvNotSupported;
 }
 
-}  // namespace kv
+namespace {
 
 // An index probe compares single strings; those take no detour through a run. Everything out of the
 // ordinary is called at the end and only there, with what was given, so that it costs them nothing.
-int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  using namespace kv;
+[[gnu::always_inline]] inline int CompareAnyStrings(unsigned char op, unsigned length1,
+                                                    const void* value1, unsigned length2,
+                                                    const void* value2, unsigned short cmpOp,
+                                                    unsigned count, int& result,
+                                                    StringRowFlag /*row*/) {
   result = kvOk;
   const Format format{op};
   if (count != 1) [[unlikely]] {
@@ -224,4 +229,20 @@ int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned len
       block1 + StringBlock::kHeader, StringBlock::Units(block1, true, reversed),
       block2 + StringBlock::kHeader, StringBlock::Units(block2, true, reversed), reversed);
   return DecideBy(difference, WideOrderTable(language), rest);
+}
+
+}  // namespace
+
+int CompareOldStrings(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                      void* value2, unsigned short cmpOp, unsigned count, int& result) {
+  return CompareAnyStrings(format, length1, value1, length2, value2, cmpOp, count, result,
+                           StringRowFlag::kOld);
+}
+
+}  // namespace kv
+
+int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
+                  unsigned short cmpOp, unsigned count, int& result) {
+  return kv::CompareAnyStrings(op, length1, value1, length2, value2, cmpOp, count, result,
+                               kv::StringRowFlag::kCurrent);
 }

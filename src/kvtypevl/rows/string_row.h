@@ -11,11 +11,21 @@
 
 namespace kv {
 
+// The row that asks. A text has its length where it is stored, also one without room for a
+// terminator, so that the answers are the same.
+enum class StringRowFlag : unsigned short { kCurrent = 0, kOld = 1 };
+
 unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
                      int& result);
+unsigned HashOldStrings(unsigned char format, unsigned length, void* values, unsigned count,
+                        int& result);
+int CompareOldStrings(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                      void* value2, unsigned short cmpOp, unsigned count, int& result);
 // string_bounds.cpp
 float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
                           unsigned char format, unsigned count, KvIdxBounds* newBounds);
+float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+                             unsigned char format, unsigned count, KvIdxBounds* newBounds);
 // string_text.cpp
 KvString& PrintString(KvString& out, void* values, const char* format, unsigned count);
 void* ScanString(void* values, KvString& text, const char* format, unsigned count);
@@ -63,13 +73,17 @@ constexpr KvTypeDescriptor StringSlots() {
   };
 }
 
-// Comparing, hashing and evaluating read both stored forms, so that the old row has the same
-// functions there.
+// Comparing, hashing and evaluating have an entry for each row: a host tells the rows by them, and
+// may exchange the comparer of one. Behind the entries stands the same core, which takes the row as
+// a trailing flag and reads both stored forms for either.
 constexpr KvTypeDescriptor OldStringSlots() {
   KvTypeDescriptor slots = StringSlots();
   slots.store = OldStringStore;
   slots.size = OldStringSize;
   slots.memFileSize = OldStringMemFileSize;
+  slots.compare = CompareOldStrings;
+  slots.evalAndBound = EvalAndBoundOldStrings;
+  slots.hash = HashOldStrings;
   slots.translate = OldStringTranslate;
   slots.isNull = NeverNullString;
   slots.setNull = nullptr;

@@ -25,7 +25,7 @@ class MemoryStringRun {
     return kvOk;
   }
 
-  static constexpr bool IsCut() { return false; }
+  static constexpr short CutLength() { return -1; }
 
  private:
   const KvString* at_;
