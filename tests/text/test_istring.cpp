@@ -395,6 +395,7 @@ TEST_CASE("rows: text, hash, step and bounds") {
   CHECK(Print(KvCASEISTRING_T, value, "<%-11.5s|") == "<100%       |");
   CHECK(Print(KvCASEISTRING_T, value, "%s %s") == "100% Zo\xEB");
   CHECK(Print(KvCASEISTRING_T, value, "%n") == "100% Zo\xEB");
+  CHECK(Print(KvCASEISTRING_T, value, "%") == "100% Zo\xEB");
   CHECK(Print(KvCASEISTRING_T, KvCaseIString(), "<%s>") == "");
   value.SetFlags(0x20);
   const unsigned short wide[] = {'Z', 0xEB, 0};

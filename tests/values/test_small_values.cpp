@@ -167,7 +167,11 @@ TEST_CASE("a boolean is null, false or true, and orders by its byte") {
   unsigned char low = 0, high = 1;
   KvIdxBounds range{&low, &high, 1, 1}, recorded;
   unsigned short predicate = kvPredicateLess;
-  CHECK(Types().EvalAndBound(KvBOOLEAN_T, &range, predicate, run, 8, 1, &recorded, nullptr) ==
+  CHECK(Types().EvalAndBound(KvBOOLEAN_T, &range, predicate, run, 8, 0, &recorded, nullptr) ==
+        1.0f / 3);
+  CHECK((recorded.lower == nullptr && recorded.upper == nullptr));
+  void* untyped = &recorded;
+  CHECK(Types().EvalAndBound(KvBOOLEAN_T, &range, predicate, run, 8, 1, untyped, nullptr) ==
         1.0f / 3.0f);
   CHECK(recorded.lower == nullptr);
   CHECK(recorded.upperLength == 1);

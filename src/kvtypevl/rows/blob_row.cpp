@@ -195,11 +195,12 @@ unsigned BlobRow::Size(const void* stored, unsigned char /*extra*/, unsigned cha
 }
 
 unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned count) {
+  if (count == 0) return 0;
   const unsigned start = file->Tell();
   unsigned char total[kLengthWidth];
   const bool read = file->Read(total, kLengthWidth) == kLengthWidth;
   file->Seek(start);
-  return read && count != 0 ? StoredRunSize(total, Format{format}.IsReversed()) : 0;
+  return read ? StoredRunSize(total, Format{format}.IsReversed()) : 0;
 }
 
 float BlobRow::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,

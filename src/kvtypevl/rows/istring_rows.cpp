@@ -215,6 +215,13 @@ int CompareInMemory(const KvWeightedString<Weights>* values1,
   return 0;
 }
 
+// A "%" with nothing behind it makes a format unknown.
+bool EndsInPercent(const char* format) {
+  unsigned run = 0;
+  for (; *format != 0; ++format) run = *format == '%' ? run + 1 : 0;
+  return run % 2 != 0;
+}
+
 // What conversion records and stepping need to know of a value.
 template <class Weights>
 struct WeightedPolicy {
@@ -349,6 +356,7 @@ KvString& WeightedStringRow<Weights>::Print(KvString& out, void* values, const c
                                             unsigned count) {
   out = static_cast<const Value*>(values)->StrGet();
   if (out.IsEmpty() || format == nullptr || std::strcmp(format, "%s") == 0) return out;
+  if (EndsInPercent(format)) return out;
   KvString text(out);
   return PrintString(out, &text, format, count);
 }

@@ -145,6 +145,7 @@ unsigned StoredRunSize(const void* stored, Format format, unsigned count) {
 }
 
 unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count) {
+  if (count == 0) return 0;
   const unsigned begin = file->Tell();
   unsigned total = 0;
   for (unsigned index = 0; index < count; ++index) {
@@ -199,7 +200,7 @@ unsigned OldStringSize(const void* stored, unsigned char /*extra*/, unsigned cha
 }
 
 unsigned OldStringMemFileSize(MemFile* file, unsigned char format, unsigned count) {
-  return count == 0 ? 0 : StringMemFileSize(file, format, 1);
+  return StringMemFileSize(file, format, std::min(count, 1u));
 }
 
 unsigned OldStringTranslate(void* destination, unsigned char destinationFormat,

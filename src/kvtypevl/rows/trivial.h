@@ -36,7 +36,7 @@ struct TrivialRow {
   }
   static int IsNull(void*) { return 0; }
   static KvString& Print(KvString& out, void*, const char*, unsigned) { return out; }
-  static void* Scan(void* values, KvString&, const char*, unsigned) { return values; }
+  static void* Scan(void*, KvString&, const char*, unsigned) { return nullptr; }
   static void* DefaultValue(unsigned, int) { return nullptr; }
   static int Step(void*, unsigned, unsigned char, unsigned char) { return kvNotSupported; }
 

@@ -8,8 +8,7 @@ namespace kv {
 
 float BooleanRow::Evaluate(const KvIdxBounds* bounds, unsigned short predicate, const void* value,
                            unsigned char /*format*/, unsigned count, KvIdxBounds* newBounds) {
-  if (count == 0 || value == nullptr) return 0;
-  RecordBounds(newBounds, predicate, value, count);
+  if (value != nullptr) RecordBounds(newBounds, predicate, value, count);
   return bounds != nullptr ? 1.0f / 3.0f : 0.0f;
 }
 
