@@ -56,6 +56,18 @@ class Pages(KvtmTest):
                 else:
                     example[1].append(line[2:])
 
+    def test_made_parts_are_as_they_would_be_made(self):
+        done = subprocess.run([sys.executable, str(Path(SOURCE) / "tools" / "pages.py"), KVTM,
+                               "--check"], capture_output=True, text=True)
+        self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""),
+                         "run tools/pages.py with the path of kvtm")
+
+    def test_links_between_pages(self):
+        for page in PAGES:
+            for target in re.findall(r"\]\(([^)#]+)[^)]*\)", page.read_text(encoding="utf-8")):
+                if "://" not in target:
+                    self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
+
     def test_programs(self):
         flags = ["-m32"] if os.environ.get("KV_ABI32") == "ON" else []
         if os.environ.get("KV_SANITIZE"):

@@ -89,6 +89,11 @@ class Completions(unittest.TestCase):
         self.assertIn("o_double", done.stdout.split(), done.stderr)
         self.assertIn("ignore-case", done.stdout.split(), done.stderr)
 
+    def test_the_help_lists_the_languages_that_there_are(self):
+        listed = re.search(r"Languages: (.*?)\.\n", kvtm("help", "sort")[1], re.S).group(1)
+        known = bash_answers(self.script, "kvtm", "sort", "KvString", "--language", "")
+        self.assertEqual([name.split()[-1] for name in listed.replace("\n", " ").split(", ")], known)
+
     def test_no_other_shell(self):
         self.assertEqual(kvtm("help", "--completion", "csh")[0], 2)
 

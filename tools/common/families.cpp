@@ -35,7 +35,7 @@ constexpr TypeFacts kFacts[] = {
     {"KvIString", kPlainString, "", "8-bit text; its order ignores accents", "65,531 bytes", kNoNull, "Süd"},
     {"KvCaseIString", kPlainString, "", "8-bit text; its order ignores accents and case", "65,531 bytes", kNoNull, "Süd"},
     {"KvBlob",   kBlob,      "", "bytes without a meaning",             "2,147,483,647 bytes", "length 0xFFFFFFFF", "616263"},
-    {"KvDate",   kPattern,   "year:i2 month:i1 day:i1", "a day of the Gregorian calendar", "years -4712 to 32767, * for a wildcard", "year -32768, month and day -128", "2024-02-29", "%Y-%m-%d"},
+    {"KvDate",   kPattern,   "year:i2 month:i1 day:i1", "a day of the Gregorian calendar", "years -32767 to 32767, * for a wildcard", "year -32768, month and day -128", "2024-02-29", "%Y-%m-%d"},
     {"KvTime",   kPattern,   "hour:i1 minute:i1 second:i1", "time of day", "00:00:00 to 23:59:59", "-128 in each field", "13:05:09", "%H:%M:%S"},
     {"KvDateTime", kPattern, "year:i2 month:i1 day:i1 hour:i1 minute:i1 second:i1", "date and time", "as KvDate and KvTime", "as KvDate and KvTime", "2024-02-29T13:05:09", "%Y-%m-%dT%H:%M:%S|%Y-%m-%d %H:%M:%S"},
     {"KvDateTimeN", kPattern, "year:i2 month:i1 day:i1 hour:i1 minute:i1 second:i1 nanosecond:i4", "date and time with nanoseconds", "as KvDateTime", "as KvDateTime, nanosecond 0", "2024-02-29T13:05:09.500", "%Y-%m-%dT%H:%M:%f|%Y-%m-%d %H:%M:%f|%Y-%m-%dT%H:%M:%S %N", kDateTimeText},

@@ -1,7 +1,5 @@
 #include "names.h"
 
-#include <iterator>
-
 #include "failure.h"
 #include "kv.h"
 #include "numbers.h"
@@ -22,13 +20,15 @@ constexpr NamedCodeSet kCodeSets[] = {
     {12, "ISO-8859-9", "latin5"},  {253, "Unicode", "ucs2"},
 };
 
-// By language number, 1 first. The library has the English names.
-constexpr const char* kLanguageCodes[] = {"en", "de", "fr", "es", "it", "pt", "nl", "da",
-                                          "no", "sv", "fi", "pl", "cs", "hu", "tr"};
-constexpr unsigned kNamedLanguages = static_cast<unsigned>(std::size(kLanguageCodes));
-
-const char* EnglishName(unsigned number) {
-  return KvLanguageContext::QueryLanguage(static_cast<unsigned char>(number))->Name();
+// The languages that have a code of their own; 0 begins the search. Unknown numbers answer as
+// another language does, the ideographic ones have no code.
+const KvLanguage* NextLanguage(unsigned& number) {
+  while (++number < kvLanguageNull) {
+    const KvLanguage* language =
+        KvLanguageContext::QueryLanguage(static_cast<unsigned char>(number));
+    if (language->Number() == number && *language->Code() != '\0') return language;
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -47,10 +47,9 @@ unsigned char FindCodeSet(std::string_view text) {
 }
 
 unsigned char FindLanguage(std::string_view text) {
-  for (unsigned number = 1; number <= kNamedLanguages; ++number) {
-    if (EqualsIgnoringCase(text, EnglishName(number)) ||
-        EqualsIgnoringCase(text, kLanguageCodes[number - 1])) {
-      return static_cast<unsigned char>(number);
+  for (unsigned next = 0; const KvLanguage* language = NextLanguage(next);) {
+    if (EqualsIgnoringCase(text, language->Name()) || EqualsIgnoringCase(text, language->Code())) {
+      return language->Number();
     }
   }
   unsigned long long number = 0;
@@ -68,7 +67,9 @@ std::string CodeSetName(unsigned char codeSet) {
 }
 
 std::string LanguageName(unsigned char language) {
-  if (language >= 1 && language <= kNamedLanguages) return EnglishName(language);
+  for (unsigned next = 0; const KvLanguage* named = NextLanguage(next);) {
+    if (named->Number() == language) return named->Name();
+  }
   return "language " + std::to_string(language);
 }
 
@@ -80,8 +81,8 @@ std::string CodeSetNames() {
 
 std::string LanguageNames() {
   std::string names;
-  for (unsigned number = 1; number <= kNamedLanguages; ++number) {
-    names += LanguageName(static_cast<unsigned char>(number)) + " ";
+  for (unsigned next = 0; const KvLanguage* language = NextLanguage(next);) {
+    names += std::string(language->Name()) + " ";
   }
   return names;
 }

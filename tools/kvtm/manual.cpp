@@ -227,7 +227,7 @@ header and stays first.
 
 Languages: 1 English, 2 German, 3 French, 4 Spanish, 5 Italian, 6 Portuguese, 7 Dutch,
 8 Danish, 9 Norwegian, 10 Swedish, 11 Finnish, 12 Polish, 13 Czech, 14 Hungarian,
-15 Turkish.
+15 Turkish, 16 Slovak, 17 Croatian, 18 Romanian, 19 Icelandic.
 
 Examples:
   $ printf '%s\n' 10 9 -1 | kvtm sort Kv4B_T
