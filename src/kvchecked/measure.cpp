@@ -119,8 +119,8 @@ bool MeasureStrings(KvMeasured& run, const Bytes& bytes, unsigned count, bool wi
 
 o_u4b ReadBlobLength(const Bytes& bytes, std::size_t position) {
   o_u4b length;
-  kv::CopyField<kBlobLength>(reinterpret_cast<unsigned char*>(&length), bytes.begin + position,
-                             bytes.format.IsReversed());
+  kv::CopyNumber<kBlobLength>(reinterpret_cast<unsigned char*>(&length), bytes.begin + position,
+                              bytes.format.IsReversed());
   return length;
 }
 
