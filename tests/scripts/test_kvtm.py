@@ -303,6 +303,8 @@ class BadInput(KvtmTest):
             (2, "illegal", "store", "illegal", "1"),
             (2, "VALUE is missing", "store", "Kv4B_T"),
             (2, "'c'", "compare", "Kv1B_T", "a", "b", "c"),
+            (2, "--json takes no value", "types", "--json=1"),
+            (1, "beyond 16 bits", "store", "KvSTRING_T", "a\U0001F600"),
             (2, "--frmat", "load", "Kv4B_T", "--frmat", "x", "01"),
             (2, "--order takes a value", "store", "Kv4B_T", "1", "--order"),
             (2, "--order '3' & reversed", "store", "Kv4B_T", "1", "--order", "3"),
@@ -420,6 +422,30 @@ class BadInput(KvtmTest):
             self.assertIn(b"could not be written", done.stderr)
 
 
+class IntegerRanges(KvtmTest):
+    """Both ends of every whole number, and one past each."""
+
+    def test_ends(self):
+        for bits, signed, *rows in [
+            (16, True, "Kv2B_T", "KvNULL_2B_T"), (16, False, "KvU2B_T", "KvNULL_U2B_T"),
+            (32, True, "Kv4B_T", "KvINT_T", "KvENUM_T", "KvNULL_4B_T", "KvNULL_INT_T"),
+            (32, False, "KvU4B_T", "KvUNSIGNED_T", "KvNULL_U4B_T", "KvNULL_UNSIGNED_T"),
+            (64, True, "Kv8B_T", "KvNULL_8B_T", "KvINT64_T", "KvNULL_KVINT64_T"),
+            (64, False, "KvU8B_T", "KvNULL_U8B_T"),
+        ]:
+            least = -(1 << bits - 1) if signed else 0
+            most = (1 << bits - signed) - 1
+            for row in rows:
+                with self.subTest(row):
+                    indicator = "00" if "NULL" in row else ""
+                    for value in (least, 5, most):
+                        stored = value.to_bytes(bits // 8, "little", signed=signed).hex()
+                        self.assertEqual(self.good("store", row, "--", str(value)),
+                                         indicator + stored + "\n")
+                    for value in (least - 1, most + 1):
+                        self.fails(1, f"'{value}' & out of range", "store", row, "--", str(value))
+
+
 class Help(KvtmTest):
     def test_every_command_has_help(self):
         manual = self.good("--help")
@@ -444,6 +470,24 @@ class Convert(KvtmTest):
             with self.subTest(source=source, target=target):
                 status, output, error = convert(source, target, given)
                 self.assertEqual((status, output, error), (0, expected, b""))
+
+    def test_every_code_set_by_both_names(self):
+        given = bytes(range(0xC0, 0xD2))
+        for codec, *names in [
+            ("latin-1", "ISO-8859-1", "latin1"), ("cp1252", "Windows-1252", "cp1252"),
+            ("iso8859-15", "ISO-8859-15", "latin9"), ("cp850", "IBM850", "cp850"),
+            ("mac-roman", "MacRoman", "macintosh"), ("iso8859-2", "ISO-8859-2", "latin2"),
+            ("cp1250", "Windows-1250", "cp1250"), ("iso8859-5", "ISO-8859-5", "cyrillic"),
+            ("cp1251", "Windows-1251", "cp1251"), ("koi8-r", "KOI8-R", "koi8r"),
+            ("iso8859-7", "ISO-8859-7", "greek"), ("iso8859-9", "ISO-8859-9", "latin5"),
+        ]:
+            for name in names:
+                with self.subTest(name):
+                    status, output, _ = convert(name, "utf8", given)
+                    self.assertEqual((status, output.decode()), (0, given.decode(codec)))
+        self.assertEqual(convert("latin9", "utf8", b"\xa4")[1].decode(), "\u20ac")
+        for name in ("Unicode", "ucs2"):
+            self.assertEqual(convert(name, "utf8", b"a\0")[1], b"a")
 
     def test_what_the_target_lacks_is_counted(self):
         status, output, error = convert("utf8", "1", "a€Ł?😀".encode())

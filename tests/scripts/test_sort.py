@@ -123,6 +123,8 @@ class Terminal(unittest.TestCase):
         self.assertIn(b"sorting", seen)
         self.assertIn(b"100%", seen)
         self.assertTrue(seen.endswith(b"\r\x1b[K"), seen[-80:])
+        # Erased once: what is no longer drawn is not erased again.
+        self.assertEqual(seen.count(b"\x1b[K"), 1)
 
 
 if __name__ == "__main__":
