@@ -6,9 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "failure.h"
 #include "kv.h"
-#include "stored.h"
 
 namespace {
 
@@ -33,16 +31,15 @@ constexpr Row kRows[] = {
 struct Run {
   std::unique_ptr<unsigned char[]> bytes;
   unsigned size;
-  StoredRun measured;  // of no values when the bytes are no run
+  KvMeasured measured;  // of no values when the bytes are no run
 };
 
 Run MakeRun(const Row& row, const unsigned char* data, std::size_t size, unsigned char format) {
-  Run run{std::make_unique<unsigned char[]>(size), static_cast<unsigned>(size), {0, 0}};
+  Run run{std::make_unique<unsigned char[]>(size), static_cast<unsigned>(size), {}};
   std::copy_n(data, size, run.bytes.get());
-  try {
-    run.measured = MeasureStored(row.id, Bytes(data, data + size), format, 0);
-  } catch (const Failure&) {
-  }
+  const KvTypeMgr types(row.factory);
+  run.measured = KvMeasureStored(types, row.id, run.bytes.get(), size, format, 0);
+  if (run.measured.status != kvOk) run.measured = {};
   return run;
 }
 

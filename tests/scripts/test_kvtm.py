@@ -375,19 +375,19 @@ class BadInput(KvtmTest):
         for type_name, words, stored in [
             ("KvSTRING_T", "a block length", "07"),
             ("KvSTRING_T", "takes 255", "ff00010161"),
-            ("KvSTRING_T", "4 at least", "0000"),
+            ("KvSTRING_T", "less than 4", "0000"),
             ("KvSTRING_T", "mark", "0500010161fe01"),
             ("KvSTRING_T", "takes 9", "0400010100ff" "0900010161"),
             ("KvISTRING_T", "16-bit", "0600fd01610000ff"),
             ("KvBLOB_T", "takes 16", "100000000400000061"),
             ("KvBLOB_T", "past the end", "080000000500000061626364"),
-            ("KvBLOB_T", "past the end", "08000000feffffff61626364"),
-            ("KvBLOB_T", "no value", "00000000"),
+            ("KvBLOB_T", "no blob has", "08000000feffffff61626364"),
+            ("KvBLOB_T", "ends before", "00000000"),
             ("KvBLOB_T", "after the last value", "0400000000000000" "00"),
         ]:
             with self.subTest(stored):
                 self.fails(1, words, "load", type_name, stored)
-        self.fails(1, "1 values", "load", "KvBLOB_T", "--count", "2", "0400000000000000")
+        self.fails(1, "ends before", "load", "KvBLOB_T", "--count", "2", "0400000000000000")
 
     def test_half_a_unit_behind_a_text(self):
         self.assertEqual(self.good("load", "KvSTRING_T", "0700fd016100" "0000ff"), "a\n")

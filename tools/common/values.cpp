@@ -132,14 +132,10 @@ void ReadCharacter(char id, void* value, std::string_view text, const ValueStyle
   WriteNumber(id, value, &byte);
 }
 
-void ReadBoolean(char id, void* value, std::string_view text) {
-  for (const char* word : {"TRUE", "true", "T", "t", "1", "FALSE", "false", "F", "f", "0"}) {
-    if (text != word) continue;
-    KvString scanned(std::string(text).c_str());
-    Types().ScanFromKvString(id, value, scanned, nullptr, 1);
-    return;
-  }
-  FailReading(id, text, ": neither TRUE nor FALSE");
+// Reads by the row. A null has its own text, which has been told already.
+int Scan(char id, void* value, std::string_view text, const char* format) {
+  const int status = KvScanChecked(Types(), id, value, StringFromUtf8(text, {}), format).status;
+  return status == kvOk && Types().IsNullValue(id, value) ? kvNothingRead : status;
 }
 
 std::string Printed(char id, void* value, const char* format) {
@@ -147,104 +143,18 @@ std::string Printed(char id, void* value, const char* format) {
   return Utf8FromString(Types().PrintToKvString(id, text, value, format, 1));
 }
 
-// A text without what may differ between an input and what its value prints as: blanks, and zeros
-// before a number or after a fraction ("6.5" and "06.500"). What stands between a "." and a ":" is
-// a number, the hours of a time span.
-std::string Normalized(std::string_view text) {
-  std::string plain;
-  for (std::size_t i = 0; i < text.size();) {
-    if (text[i] == ' ' || text[i] == '\t') {
-      ++i;
-      continue;
-    }
-    std::size_t end = i;
-    while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
-    if (end == i) {
-      plain += text[i++];
-      continue;
-    }
-    std::string digits(text.substr(i, end - i));
-    if (!plain.empty() && plain.back() == '.' && !text.substr(end).starts_with(':')) {
-      digits.erase(digits.find_last_not_of('0') + 1);
-      if (digits.empty()) plain.pop_back();
-    } else {
-      digits.erase(0, digits.find_first_not_of('0'));
-      if (digits.empty()) digits = "0";
-    }
-    plain += digits;
-    i = end;
-  }
-  return plain;
-}
-
-constexpr int kWildcard = -1;
-
-bool IsWithin(int component, int least, int most) {
-  return component == kWildcard || (component >= least && component <= most);
-}
-
-// A real date, or one that could be: with a wildcard in it.
-bool IsReal(const KvDate& date) {
-  if (date.IsDate()) return true;
-  return (date.year == kWildcard || date.month == kWildcard || date.day == kWildcard) &&
-         IsWithin(date.month, 1, 12) && IsWithin(date.day, 1, 31);
-}
-
-bool IsReal(const KvTime& time) {
-  return IsWithin(time.hour, 0, 23) && IsWithin(time.minute, 0, 59) && IsWithin(time.second, 0, 59);
-}
-
-// Its calendar has leap years that that of KvDate lacks.
-bool IsReal(const d_Date& date) {
-  return IsReal(KvDate(date.year, static_cast<char>(date.month), static_cast<char>(date.day))) ||
-         (date.day >= 1 && date.day <= date.days_in_month());
-}
-
-bool IsReal(const d_Time& time) {
-  return IsReal(KvTime(static_cast<char>(time.hour), static_cast<char>(time.minute),
-                       static_cast<char>(time.second)));
-}
-
 }  // namespace
 
 // The scanners take any number for a day or an hour; a user who writes 2023-02-29 mistyped.
 bool IsSensible(char id, const void* value) {
-  switch (id) {
-    case KvDATE_T:
-      return IsReal(*static_cast<const KvDate*>(value));
-    case KvTIME_T:
-      return IsReal(*static_cast<const KvTime*>(value));
-    case KvDATIME_T: {
-      const auto& both = *static_cast<const KvDateTime*>(value);
-      return IsReal(both.date) && IsReal(both.time);
-    }
-    case KvDATIME_N_T: {
-      const auto& both = *static_cast<const KvDateTimeN*>(value);
-      return IsReal(both.date) && IsReal(both.time);
-    }
-    case D_DATE_T:
-      return IsReal(*static_cast<const d_Date*>(value));
-    case D_TIME_T:
-      return IsReal(*static_cast<const d_Time*>(value));
-    case D_TIMESTAMP_T: {
-      const auto& both = *static_cast<const d_Timestamp*>(value);
-      return IsReal(both.date) && IsReal(both.time);
-    }
-    default:
-      return true;
-  }
+  const unsigned char order = 0;
+  unsigned char stored[32];
+  const KvStored size = KvStoreChecked(Types(), id, stored, sizeof stored, value, order, 1);
+  return size.status != kvOk ||
+         KvMeasureStored(Types(), id, stored, size.bytes, order, 1).strange == 0;
 }
 
 namespace {
-
-// Reads by the row's scan handler. That reports nothing, so the value is printed again: what does
-// not come back the same was not read whole, or not in range.
-bool ScansWhole(char id, void* value, std::string_view text, const char* format) {
-  KvString input = StringFromUtf8(text, {});
-  Types().ScanFromKvString(id, value, input, format, 1);
-  return !Types().IsNullValue(id, value) &&
-         Normalized(Printed(id, value, format)) == Normalized(text);
-}
 
 const std::vector<std::string>& OwnFormats(char id) {
   static const std::vector<std::vector<std::string>> byId = [] {
@@ -329,27 +239,29 @@ void SetZone(d_Time& time, int hour, int minute) {
 
 // ---------------------------------------------------------------------------------------------
 
-enum class PatternFault { kNone, kNoMatch, kNoSuchTime };
-
-PatternFault ScanPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
+int ScanPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
   int zoneHour = 0;
   int zoneMinute = 0;
   if (ZonedTimeOf(id, value) != nullptr && style.format.empty()) {
     TakeZone(text, zoneHour, zoneMinute);
   }
+  int status = kvMismatch;
   for (const char* format : FormatsOf(id, style)) {
-    if (!ScansWhole(id, value, text, format)) continue;
-    const bool sensible = IsSensible(id, value);
-    if (d_Time* time = ZonedTimeOf(id, value)) SetZone(*time, zoneHour, zoneMinute);
-    return sensible ? PatternFault::kNone : PatternFault::kNoSuchTime;
+    const int next = Scan(id, value, text, format);
+    if (next == kvOk) {
+      if (d_Time* time = ZonedTimeOf(id, value)) SetZone(*time, zoneHour, zoneMinute);
+      return kvOk;
+    }
+    if (next == kvOutOfRange) status = next;
   }
-  return PatternFault::kNoMatch;
+  return status;
 }
 
 void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& style) {
-  const PatternFault fault = ScanPattern(id, value, text, style);
-  if (fault == PatternFault::kNone) return;
-  if (fault == PatternFault::kNoSuchTime) {
+  const int status = ScanPattern(id, value, text, style);
+  if (status == kvOk) return;
+  const bool isIdentity = id == KvOBJID_T || id == KvCLID_T || id == KvREF_T;
+  if (status == kvOutOfRange && !isIdentity) {
     FailReading(id, text, ": there is no such date or time");
   }
   const char* format = FormatsOf(id, style)[0];
@@ -396,6 +308,7 @@ void ReadBlob(void* value, std::string_view text) {
 // or not.
 std::string PatternText(char id, void* value, const ValueStyle& style) {
   std::vector<const char*> formats = FormatsOf(id, style);
+  if (!IsSensible(id, value)) return Printed(id, value, formats[0]) + ZoneText(id, value);
   if (*FactsOf(id).shown != '\0' && style.format.empty()) {
     formats.insert(formats.begin(), FactsOf(id).shown);
   }
@@ -404,7 +317,7 @@ std::string PatternText(char id, void* value, const ValueStyle& style) {
   std::string text;
   for (const char* format : formats) {
     text = Printed(id, value, format) + zone;
-    if (ScanPattern(id, readBack.Data(), text, style) != PatternFault::kNoMatch &&
+    if (ScanPattern(id, readBack.Data(), text, style) == kvOk &&
         Types().Cmp(id, readBack.Data(), value, kExactCompare, 1, kMemoryForm) == 0) {
       break;
     }
@@ -447,7 +360,8 @@ void ReadValue(char id, void* value, std::string_view text, const ValueStyle& st
       return WriteNumber(id, value, &number);
     }
     case TextKind::kBoolean:
-      return ReadBoolean(id, value, text);
+      if (Scan(id, value, text, nullptr) == kvOk) return;
+      FailReading(id, text, ": neither TRUE nor FALSE");
     case TextKind::kString:
     case TextKind::kPlainString:
       return ReadString(id, value, text, style);
@@ -493,26 +407,13 @@ std::string TextOf(char id, void* value, const ValueStyle& style) {
 
 namespace {
 
-// A bound on what the store function writes of one value, which has no way to be asked.
-std::size_t StoredBound(char id, void* value) {
-  switch (FactsOf(id).kind) {
-    case TextKind::kString:
-    case TextKind::kPlainString:
-      return KvString::kMaximumBytes + 8;
-    case TextKind::kBlob:
-      return 4 + static_cast<std::size_t>(static_cast<KvBlob*>(value)->Length());
-    default:
-      return Types().DiskLenGet(id, nullptr, 0, 1, 0);
-  }
-}
-
 Bytes StoredRange(const ValueRun& run, unsigned first, unsigned count, unsigned char order) {
-  std::size_t bound = 4;
-  for (unsigned i = first; i < first + count; ++i) bound += StoredBound(run.Id(), run.At(i));
-  Bytes bytes(bound);
-  const unsigned written = Types().Store(run.Id(), bytes.data(), run.At(first), order, count);
-  if (written == 0 || written > bound) FailValue(TypeName(run.Id()) + " values cannot be stored");
-  bytes.resize(written);
+  Bytes bytes(KvStoredSize(Types(), run.Id(), run.At(first), count).bytes);
+  const KvStored stored =
+      KvStoreChecked(Types(), run.Id(), bytes.data(), bytes.size(), run.At(first), order, count);
+  if (stored.status != kvOk || bytes.empty()) {
+    FailValue(TypeName(run.Id()) + " values cannot be stored");
+  }
   return bytes;
 }
 
