@@ -101,12 +101,13 @@ class Words(KvtmTest):
 
 
 class Terminal(unittest.TestCase):
-    def test_progress_on_a_terminal(self):
+    def seen(self, content, *arguments):
+        """What a command that reads a file of `content` writes to a terminal."""
         primary, secondary = pty.openpty()
         with tempfile.NamedTemporaryFile() as file:
-            file.write("".join(f"{n * 7919 % 100003}\n" for n in range(200000)).encode())
+            file.write(content)
             file.flush()
-            process = subprocess.Popen([KVTM, "sort", "Kv4B_T", file.name],
+            process = subprocess.Popen([KVTM, *arguments, file.name],
                                        stdout=subprocess.DEVNULL, stderr=secondary)
             os.close(secondary)
             seen = b""
@@ -119,12 +120,19 @@ class Terminal(unittest.TestCase):
                     break
             os.close(primary)
             self.assertEqual(process.wait(), 0)
+        # What was drawn is erased, and no longer drawn it is not erased again.
+        self.assertTrue(seen.endswith(b"\r\x1b[K"), seen[-80:])
+        self.assertEqual(seen.count(b"\x1b[K"), 1)
+        return seen
+
+    def test_progress_on_a_terminal(self):
+        numbers = "".join(f"{n * 7919 % 100003}\n" for n in range(200000)).encode()
+        seen = self.seen(numbers, "sort", "Kv4B_T")
         self.assertIn(b"reading", seen)
         self.assertIn(b"sorting", seen)
         self.assertIn(b"100%", seen)
-        self.assertTrue(seen.endswith(b"\r\x1b[K"), seen[-80:])
-        # Erased once: what is no longer drawn is not erased again.
-        self.assertEqual(seen.count(b"\x1b[K"), 1)
+        seen = self.seen(b"x" * (1 << 26), "convert", "--from", "1", "--to", "253")
+        self.assertIn(b"bytes", seen)
 
 
 if __name__ == "__main__":
