@@ -6,14 +6,16 @@ file(GLOB KV_PUBLIC_HEADERS CONFIGURE_DEPENDS
   ${PROJECT_SOURCE_DIR}/kvcore/inc/*.h
   ${PROJECT_SOURCE_DIR}/platform/zbs/inc/*.h
   ${PROJECT_SOURCE_DIR}/platform/zin/inc/*.h)
-install(FILES ${KV_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtypemgr)
+install(FILES ${KV_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtypemgr
+  COMPONENT development)
 
 install(TARGETS zbs zin kvtypemgr kvtm EXPORT kvtypemgr-targets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtypemgr)
 install(EXPORT kvtypemgr-targets NAMESPACE kvtypemgr::
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr
+  COMPONENT development)
 
 configure_package_config_file(cmake/kvtypemgr-config.cmake.in
   ${PROJECT_BINARY_DIR}/kvtypemgr-config.cmake
@@ -27,7 +29,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvtypemgr-config-version.
 install(FILES
   ${PROJECT_BINARY_DIR}/kvtypemgr-config.cmake
   ${PROJECT_BINARY_DIR}/kvtypemgr-config-version.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtypemgr
+  COMPONENT development)
 
 if(KV_ABI32)
   set(KV_PC_FLAGS "-m32 -msse2 -mfpmath=sse -fsigned-char")
@@ -36,5 +39,8 @@ else()
   set(KV_PC_FLAGS "-fsigned-char")
   set(KV_PC_LINK_FLAGS "")
 endif()
+# From the file to the prefix: two folders up from lib/pkgconfig, three where lib has one a host.
+file(RELATIVE_PATH KV_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/kvtypemgr.pc.in ${PROJECT_BINARY_DIR}/kvtypemgr.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kvtypemgr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/kvtypemgr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)

@@ -10,12 +10,16 @@ function(kv_manual program)
     list(GET pair 1 question)
     separate_arguments(question)
     add_custom_command(OUTPUT ${folder}/${file} DEPENDS ${program}
-      COMMAND ${program} help ${question} >${folder}/${file} VERBATIM)
+      COMMAND ${program} help ${question} > ${folder}/${file} VERBATIM)
     list(APPEND outputs ${folder}/${file})
   endforeach()
-  add_custom_target(${program}_manual ALL DEPENDS ${outputs})
-  install(FILES ${folder}/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  # As Debian has its man pages, and without a time, so that a build gives the same bytes again.
+  add_custom_command(OUTPUT ${folder}/${program}.1.gz DEPENDS ${folder}/${program}.1
+    COMMAND gzip -9 -n -k -f ${folder}/${program}.1 VERBATIM)
+  add_custom_target(${program}_manual ALL DEPENDS ${outputs} ${folder}/${program}.1.gz)
+  install(FILES ${folder}/${program}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(FILES ${folder}/${program}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-  install(FILES ${folder}/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(FILES ${folder}/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+    COMPONENT tools)
 endfunction()
