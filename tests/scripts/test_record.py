@@ -73,6 +73,8 @@ class Record(KvtmTest):
         for path in GOLDEN:
             for order in (0, 2):
                 whole = [r for form, r in records(path) if form == order and len(r) <= LONGEST]
+                if "old" in path.stem:  # a run has one length for all its texts
+                    whole = [record for record in whole if record[2:].count(0) == 1]
                 runs = whole + [bad for record in whole[:4] for bad in damaged(record)]
                 lines = "".join(run.hex() + "\n" for run in runs).encode()
                 done = subprocess.run([KVTM, "record", f"v:{type_of(path)}", "--order", str(order),
@@ -98,6 +100,7 @@ class Record(KvtmTest):
             (["code set 1, language 1"], "s:KvString/sv", "050001014100ff"),
             (["old form"], "s:KvString", "03006161" "00"),
             (["damaged mark 0xfe at offset 6, 0xff belongs there"], "s:KvString", "050001014100fe"),
+            (["damaged mark 0x00 at offset 6, 0xff belongs there"], "s:KvString", "05000101410000"),
             (["damaged mark 0x7f at offset 6, 0xff belongs there"], "s:KvIString",
              "0500010141007f"),
             (["byte 0x02 counts as true and prints as FALSE"], "b:KvBoolean", "02"),

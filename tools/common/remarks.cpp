@@ -1,5 +1,7 @@
 #include "remarks.h"
 
+#include <algorithm>
+
 #include "catalogue.h"
 #include "families.h"
 #include "names.h"
@@ -18,7 +20,8 @@ std::string HexByte(unsigned char byte) {
 void OnBlock(const KvString& text, const Bytes& stored, std::optional<unsigned char> language,
              std::vector<std::string>& remarks) {
   const unsigned char last = stored.back();
-  if (last == 0) {
+  // An old block of one text has one zero, its end; a present one whose mark is zero has another.
+  if (last == 0 && std::count(stored.begin() + 2, stored.end(), 0) == 1) {
     remarks.push_back("old form");
     return;
   }

@@ -22,20 +22,27 @@ std::string At(std::size_t offset) {
             std::to_string(size));
 }
 
-[[noreturn]] void FailMeasuring(char id, const KvMeasured& run, std::size_t size, unsigned count) {
+[[noreturn]] void FailMeasuring(char id, const KvMeasured& run, std::size_t size, unsigned count,
+                                std::size_t place) {
   if (run.status == kvNotSupported) FailValue(TypeName(id) + " values cannot be stored");
   if (run.status == kvBufferShort && Types().IsFixed(id)) FailFixed(id, size, count);
   if (run.status == kvBufferShort) {
-    FailValue(std::string("the bytes end too soon: ") + run.reason + At(run.offset) + " takes " +
-              std::to_string(run.needed) + ", there are " + std::to_string(size - run.offset));
+    FailValue(std::string("the bytes end too soon: ") + run.reason + At(place + run.offset) +
+              " takes " + std::to_string(run.needed) + ", there are " +
+              std::to_string(size - run.offset));
   }
-  FailValue(run.reason + (run.status == kvDamaged ? At(run.offset) : std::string()));
+  FailValue(run.reason + (run.status == kvDamaged ? At(place + run.offset) : std::string()));
 }
 
 }  // namespace
 
-StoredRun MeasureStored(char id, const Bytes& bytes, unsigned char order, unsigned count) {
-  const KvMeasured run = KvMeasureStored(Types(), id, bytes.data(), bytes.size(), order, count);
-  if (run.status != kvOk) FailMeasuring(id, run, bytes.size(), count);
+StoredRun MeasureStored(char id, const unsigned char* bytes, std::size_t size, unsigned char order,
+                        unsigned count, std::size_t place) {
+  const KvMeasured run = KvMeasureStored(Types(), id, bytes, size, order, count);
+  if (run.status != kvOk) FailMeasuring(id, run, size, count, place);
   return {run.count, run.bytes};
+}
+
+StoredRun MeasureStored(char id, const Bytes& bytes, unsigned char order, unsigned count) {
+  return MeasureStored(id, bytes.data(), bytes.size(), order, count, 0);
 }

@@ -16,3 +16,7 @@ struct StoredRun {
 // order `order`; `count` 0 takes as many as there are. Fails (Failure) when the bytes hold less
 // than that, are damaged, or (with `count` 0) do not end with a value.
 StoredRun MeasureStored(char id, const Bytes& bytes, unsigned char order, unsigned count);
+
+// The same for `size` bytes within others: messages count offsets from `place` bytes before them.
+StoredRun MeasureStored(char id, const unsigned char* bytes, std::size_t size, unsigned char order,
+                        unsigned count, std::size_t place);

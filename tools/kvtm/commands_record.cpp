@@ -20,6 +20,8 @@
 
 namespace {
 
+constexpr std::size_t kShortestBlock = 6;  // of a string: length, code set, language, 00, mark
+constexpr unsigned char kMark = 0xFF;
 constexpr std::size_t kBytesShown = 16;  // of a field, for people
 constexpr const char* kColours[] = {"\x1b[36m", "\x1b[33m", "\x1b[35m", "\x1b[32m"};
 constexpr const char* kRemarkColour = "\x1b[1;31m";
@@ -72,27 +74,14 @@ unsigned LengthField(const unsigned char* at, unsigned char order) {
   return high << 8 | at[order == 2 ? 1 : 0];
 }
 
-// The end of the value at the front of `bytes`. A string block that only its mark is wrong of is
-// mended, so that the rest can be read: the damage is a remark.
-struct Extent {
-  std::size_t bytes;
-  bool mended;
-};
-
-Extent MeasureValue(char id, Bytes& bytes, unsigned char order) {
-  const bool isString =
-      FactsOf(id).kind == TextKind::kString || FactsOf(id).kind == TextKind::kPlainString;
-  bool mended = false;
-  if (isString && bytes.size() >= 6) {
-    const unsigned length = LengthField(bytes.data(), order);
-
-    const std::size_t mark = length + 1u;
-    if (length >= 4 && mark < bytes.size() && bytes[mark] != 0xFF && bytes[mark] != 0) {
-      bytes[mark] = 0xFF;
-      mended = true;
-    }
-  }
-  return {MeasureStored(id, bytes, order, 1).bytes, mended};
+// Whether all that is wrong with the string block at the front is its mark, the last byte, whose
+// place its length tells.
+bool LacksMark(char id, const unsigned char* bytes, std::size_t size, unsigned char order) {
+  const TextKind kind = FactsOf(id).kind;
+  if (kind != TextKind::kString && kind != TextKind::kPlainString) return false;
+  if (size < kShortestBlock) return false;
+  const std::size_t length = LengthField(bytes, order) + 2u;
+  return length >= kShortestBlock && length <= size && bytes[length - 1] != kMark;
 }
 
 class RecordReader {
@@ -130,30 +119,44 @@ class RecordReader {
     const bool oneLength = FactsOf(field.type).kind == TextKind::kBlob || IsOldForm(field);
     if (field.count > 1 && oneLength) return ReadRun(number, field, rows);
     for (unsigned i = 0; i < field.count; ++i) {
-      Bytes rest(bytes_.begin() + static_cast<std::ptrdiff_t>(at_), bytes_.end());
-      const Extent extent = MeasureValue(field.type, rest, order_);
-      Row row = NewRow(number, field, i, extent.bytes);
-      rest.resize(extent.bytes);
+      const Bytes stored = TakeValue(field.type);
+      Row row = NewRow(number, field, i, stored.size());
       ValueRun value(field.type, 1);
-      LoadValue(field.type, value.Data(), rest, order_);
+      LoadValue(field.type, value.Data(), stored, order_);
       Show(row, field, value, 0);
       row.remarks = RemarksOn(field.type, value.Data(), row.bytes, order_, field.language);
       rows.push_back(std::move(row));
-      at_ += extent.bytes;
+      at_ += stored.size();
+    }
+  }
+
+  const unsigned char* Here() const { return bytes_.data() + at_; }
+
+  // The bytes of the value here. A string block that only its mark is wrong of gets it back, so
+  // that it can be read; that it was wrong is a remark.
+  Bytes TakeValue(char id) const {
+    try {
+      return {Here(), Here() + MeasureStored(id, Here(), Left(), order_, 1, at_).bytes};
+    } catch (const Failure&) {
+      if (!LacksMark(id, Here(), Left(), order_)) throw;
+      Bytes block(Here(), Here() + LengthField(Here(), order_) + 2);
+      block.back() = kMark;
+      MeasureStored(id, block.data(), block.size(), order_, 1, at_);
+      return block;
     }
   }
 
   bool IsOldForm(const SchemaField& field) const {
     if (FactsOf(field.type).kind != TextKind::kString || Left() < 3) return false;
-    const unsigned length = LengthField(bytes_.data() + at_, order_);
+    const unsigned length = LengthField(Here(), order_);
     return length > 0 && length + 2 <= Left() && bytes_[at_ + 1 + length] == 0;
   }
 
   void ReadRun(std::size_t number, const SchemaField& field, std::vector<Row>& rows) {
-    const Bytes rest(bytes_.begin() + static_cast<std::ptrdiff_t>(at_), bytes_.end());
-    const std::size_t taken = MeasureStored(field.type, rest, order_, field.count).bytes;
+    const std::size_t taken =
+        MeasureStored(field.type, Here(), Left(), order_, field.count, at_).bytes;
     ValueRun run(field.type, field.count);
-    if (Types().Load(field.type, run.Data(), rest.data(), order_, field.count) == 0) {
+    if (Types().Load(field.type, run.Data(), Here(), order_, field.count) == 0) {
       FailValue("these bytes do not load");
     }
     for (unsigned i = 0; i < field.count; ++i) {

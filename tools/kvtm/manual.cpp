@@ -130,7 +130,7 @@ Examples:
   $ kvtm record id:o_u2b,name:KvString 01000701
   offset  bytes  field  type   value  remarks
   0       0100   id     o_u2b  1
-  kvtm: record: field name (KvString) at offset 2: the bytes end too soon: a block at offset 2 takes 263, there are 0
+  kvtm: record: field name (KvString) at offset 2: the bytes end too soon: a block at offset 4 takes 263, there are 0
 )",
      "order at repeat count raw remarked format number lines json csv", 1, kAnyNumber, RunRecord},
     {"translate", "TYPE HEX...", "bytes from one form to another",
