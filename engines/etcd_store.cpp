@@ -41,6 +41,7 @@ constexpr std::size_t kRequestBytes = 1572864;
 constexpr std::size_t kBatchWrites = kOperations - 2;
 constexpr std::size_t kKeyBytes = 2048;
 constexpr std::size_t kBatchBytes = 1250000;
+constexpr std::size_t kValueBytes = 1000000;
 static_assert(kBatchBytes + kOperations * (kKeyBytes + 256) < kRequestBytes);
 
 constexpr std::size_t kPageBytes = std::size_t{1} << 20;
@@ -389,7 +390,7 @@ class EtcdStore : public OrderedStore {
 
   Limits GetLimits() const override {
     return {.keyBytes = kKeyBytes,
-            .valueBytes = kBatchBytes,
+            .valueBytes = kValueBytes,
             .batchWrites = kBatchWrites,
             .batchBytes = kBatchBytes,
             .atomicBatches = true};

@@ -260,11 +260,14 @@ TEST_CASE("what is too large or senseless is refused before anything is written"
       CHECK(FaultOf(store, batch) == Fault::kTooLarge);
     }
     if (limits.batchBytes < (1U << 24)) {
-      store.Put("largest", std::string(limits.batchBytes - 7, 'v'));
-      CHECK(store.Get("largest")->size() == limits.batchBytes - 7);
-      store.Erase("largest");
-      CHECK(FaultOf(store, {good, {.key = "k", .value = std::string(limits.batchBytes, 'v')}}) ==
+      const std::string largest(limits.valueBytes, 'v');
+      const std::string rest(limits.batchBytes - limits.valueBytes - 2, 'r');
+      store.Apply({{.key = "1", .value = largest}, {.key = "2", .value = rest}});
+      CHECK(store.Get("1") == largest);
+      store.Apply({{.key = "1"}, {.key = "2"}});
+      CHECK(FaultOf(store, {{.key = "1", .value = largest}, {.key = "2", .value = rest + "r"}}) ==
             Fault::kTooLarge);
+      CHECK(FaultOf(store, {good, {.key = "k", .value = largest + "v"}}) == Fault::kTooLarge);
     }
     CHECK(Scanned(store, {}).empty());
     CHECK_FALSE(store.Apply({}).has_value());

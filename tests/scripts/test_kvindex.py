@@ -1,0 +1,312 @@
+"""kvindex on every engine that can be had here, against lists in Python."""
+import csv
+import io
+import json
+import operator
+import os
+import random
+import re
+import shutil
+import subprocess
+import unittest
+
+from kvindex_program import BUILD, PROGRAM, KvIndexTest, cluster, kvindex, needs_kvindex
+
+SCHEMA = "id:o_u4b,day:KvDate,place:KvIString,weight:KvNull_double"
+KEY = ("--key", "place,id", "--index", "day", "--index", "weight,day")
+COMPARE = {"=": operator.eq, "<": operator.lt, "<=": operator.le, ">": operator.gt,
+           ">=": operator.ge}
+RUNNING = None
+
+
+def setUpModule():
+    global RUNNING
+    if os.path.exists(PROGRAM):
+        RUNNING = cluster.Running(["etcd", "postgresql"], os.path.join(BUILD, "cluster"))
+
+
+def tearDownModule():
+    if RUNNING is not None:
+        RUNNING.end()
+
+
+def records(count, seed=3):
+    source = random.Random(seed)
+    rows = []
+    for number in range(count):
+        day = f"{source.randint(1990, 2029)}-{source.randint(1, 12):02}-{source.randint(1, 28):02}"
+        place = "".join(source.choices("abcdexyz", k=source.randint(1, 6)))
+        weight = None if source.random() < 0.1 else source.randint(-4000, 4000) / 8
+        rows.append((number * 7 % 4093 + 4093 * (number // 4093), day, place, weight))
+    return rows
+
+
+def as_csv(rows, header=True):
+    text = io.StringIO()
+    writer = csv.writer(text, lineterminator="\n")
+    if header:
+        writer.writerow(["id", "day", "place", "weight"])
+    for row in rows:
+        writer.writerow([*row[:3], "{NULL}" if row[3] is None else repr(row[3])])
+    return text.getvalue()
+
+
+def parsed(output):
+    rows = list(csv.reader(io.StringIO(output)))
+    return [(int(row[0]), row[1], row[2], None if row[3] == "{NULL}" else float(row[3]))
+            for row in rows[1:]]
+
+
+def by_key(row):
+    return (row[2], row[0])
+
+
+# A null is below every value.
+def ordered(value):
+    return (value is not None, value)
+
+
+@needs_kvindex
+class EveryEngine(KvIndexTest):
+    def stores(self):
+        built = kvindex("info", "none:")[2]
+        for engine in ("lmdb", "rocksdb"):
+            shutil.rmtree(self.path(engine), ignore_errors=True)
+            yield f"{engine}:{self.path(engine)}"
+        for url in RUNNING.environment().values():
+            if "is not built" not in kvindex("info", url)[2]:
+                yield url
+        self.assertIn("names no engine", built)
+
+    def empty(self, url):
+        """Servers keep what the test before left."""
+        if url.startswith("etcd:"):
+            self.names = getattr(self, "names", 0) + 1
+            return f"{url}/{self.id().split('.')[-1]}{self.names}"
+        if url.startswith("postgresql:"):
+            database = "one" if "dbname=one" in url else "postgres"
+            server = RUNNING.clusters["postgresql"]
+            server.run("psql", "-X", "-q", "-d", server.conninfo(0, database), "-c",
+                       "DO $$ BEGIN DELETE FROM kv_store; EXCEPTION WHEN undefined_table THEN END $$")
+        return url
+
+    def test_records_go_in_are_found_and_come_out(self):
+        rows = records(1500)
+        dumps = set()
+        for url in self.stores():
+            with self.subTest(url=url):
+                url = self.empty(url)
+                self.good("create", url, "--schema", SCHEMA, *KEY)
+                output = self.good("load", url, self.write("rows.csv", as_csv(rows)))
+                self.assertEqual(output, f"{len(rows)} records\n")
+                self.assertEqual(self.good("verify", url),
+                                 f"{len(rows)} records, {2 * len(rows)} entries, 0 faults\n")
+                dumps.add(self.good("dump", url))
+                self.queries(url, rows)
+                self.changes(url, rows)
+        self.assertEqual(len(dumps), 1)
+        self.assertEqual(parsed(dumps.pop()), sorted(rows, key=by_key))
+
+    def queries(self, url, rows):
+        source = random.Random(9)
+        columns = {"id": 0, "day": 1, "place": 2, "weight": 3}
+        for number in range(6):
+            asked = []
+            for _ in range(source.randint(1, 3)):
+                name = source.choice(list(columns))
+                value = source.choice(rows)[columns[name]]
+                asked.append((name, source.choice(list(COMPARE)), value))
+            text = " and ".join(f"{name} {op} '{'{NULL}' if value is None else value}'"
+                                for name, op, value in asked)
+            expected = [row for row in rows
+                        if all(COMPARE[op](ordered(row[columns[name]]), ordered(value))
+                               for name, op, value in asked)]
+            found = parsed(self.good("query", url, text))
+            self.assertEqual(sorted(found, key=by_key), sorted(expected, key=by_key), text)
+            if number > 1:
+                continue
+            self.assertEqual(self.good("query", url, text, "--count"), f"{len(expected)}\n")
+            explained = self.good("query", url, text, "--explain")
+            self.assertIn(f"hits       {len(expected)}\n", explained)
+        plan = self.good("query", url, "day >= 2010-01-01 and day < 2011-01-01", "--explain")
+        self.assertIn("plan       walk a range of index day", plan)
+        estimate = float(re.search(r"^estimate +(\S+) %", plan, re.M)[1])
+        truth = float(re.search(r"^truth +(\S+) %", plan, re.M)[1])
+        self.assertLess(abs(estimate - truth), 2)
+        limited = self.good("query", url, "day >= 2010-01-01", "--limit", "3", "--json")
+        found = json.loads(limited)
+        self.assertEqual([len(found), list(found[0])], [3, ["id", "day", "place", "weight"]])
+        self.assertEqual([row["day"] for row in found], sorted(row["day"] for row in found))
+
+    def changes(self, url, rows):
+        first, second = rows[0], rows[1]
+        self.assertEqual(parsed(self.good("get", url, first[2], str(first[0]))), [first])
+        self.good("delete", url, first[2], str(first[0]))
+        self.fails(1, "no such record", "get", url, first[2], str(first[0]))
+        self.fails(1, "no such record", "delete", url, first[2], str(first[0]))
+        changed = (second[0], "1999-09-09", second[2], 77.0)
+        status, output, error = kvindex("load", url, "-", "--bad", self.path("bad"),
+                                        stdin=as_csv([changed, rows[2]]))
+        self.assertEqual((status, output), (1, "0 records, 1 were there already, 1 bad lines are in "
+                                            + self.path("bad") + "\n"))
+        self.assertIn("line 2: another record has its key", error)
+        self.assertEqual(self.good("load", url, "-", "--replace", stdin=as_csv([changed])),
+                         "1 records\n")
+        self.assertEqual(parsed(self.good("query", url, "weight = 77 and day = 1999-09-09")),
+                         [changed])
+        count = len(rows) - 1
+        self.assertEqual(self.good("verify", url),
+                         f"{count} records, {2 * count} entries, 0 faults\n")
+
+    def test_a_table_goes_from_one_engine_to_another(self):
+        rows = records(300, seed=5)
+        before = None
+        for url in self.stores():
+            with self.subTest(url=url):
+                url = self.empty(url)
+                self.good("create", url, "--schema", SCHEMA, *KEY)
+                if before is None:
+                    self.good("load", url, "-", stdin=as_csv(rows, header=False))
+                else:
+                    self.good("load", url, "-", stdin=self.good("dump", before))
+                before = url
+        self.assertEqual(parsed(self.good("dump", before)), sorted(rows, key=by_key))
+
+    def test_a_lost_entry_and_one_too_many_are_found_and_mended(self):
+        server = RUNNING.clusters.get("postgresql")
+        if server is None:
+            self.skipTest("PostgreSQL is not installed")
+        url = self.empty(server.url)
+        self.good("create", url, "--schema", SCHEMA, *KEY)
+        self.good("load", url, "-", stdin=as_csv(records(20)))
+
+        def sql(text):
+            server.run("psql", "-X", "-q", "-d", server.conninfo(0), "-c", text)
+
+        sql("DELETE FROM kv_store WHERE k = (SELECT k FROM kv_store WHERE k >= '\\x02' ORDER BY k "
+            "LIMIT 1)")
+        sql("DELETE FROM kv_store WHERE k = (SELECT k FROM kv_store WHERE k < '\\x02' ORDER BY k "
+            "DESC LIMIT 1)")
+        status, output, error = kvindex("verify", url)
+        self.assertEqual((status, output), (1, "19 records, 39 entries, 3 faults\n"))
+        self.assertEqual([error.count("is missing"), error.count("has no record")], [1, 2])
+        # A walk of the records does not miss the one whose entry is lost; no walk shows what is gone.
+        self.assertEqual(self.good("query", url, "place > ''", "--count"), "19\n")
+        self.assertEqual(self.good("query", url, "day > 1980-01-01", "--count"), "18\n")
+        status, output, _ = kvindex("verify", url, "--repair")
+        self.assertEqual((status, output), (0, "19 records, 39 entries, 3 faults, 3 repaired\n"))
+        self.assertEqual(self.good("verify", url), "19 records, 38 entries, 0 faults\n")
+
+
+@needs_kvindex
+class BadInput(KvIndexTest):
+    def setUp(self):
+        super().setUp()
+        self.url = "lmdb:" + self.path("store")
+        self.good("create", self.url, "--schema", "id:o_u2b,day:KvDate,name:KvIString",
+                  "--key", "name", "--index", "day")
+
+    def test_lines_that_cannot_be_loaded_are_left_out_and_named(self):
+        lines = [
+            ("1,2024-01-01,a", None),
+            ("2,2024-02-30,b", "column day: '2024-02-30' is no KvDate value: there is no such"),
+            ("70000,2024-01-01,c", "column id: '70000' is no o_u2b value: out of range"),
+            ("-1,2024-01-01,c", "out of range"),
+            ("3,2024-01-01", "2 columns, expected 3"),
+            ("3,2024-01-01,d,e", "4 columns, expected 3"),
+            ('4,2024-01-01,"d', "wrong quoting"),
+            ('5,2024-01-01,d"e"', "wrong quoting"),
+            ('6,2024-01-01,"d"e', "wrong quoting"),
+            (b"7,2024-01-01,\xff\xfe", "column name: invalid UTF-8 at offset 0"),
+            ("8,2024-01-01," + "x" * 600, "the key takes & bytes, the engine takes 511"),
+            ("9,2024-01-01,a", "another record has its key"),
+            ("x,y,z", "not a number"),
+            ('10,2024-01-01,"two ""quoted"" words, one comma"', None),
+            ("11,2024-01-01,last", None),
+        ]
+        raw = [line if isinstance(line, bytes) else line.encode() for line, _ in lines]
+        file = self.write("lines.csv", b"\n".join(raw))
+        status, output, error = kvindex("load", self.url, file)
+        bad = [number for number, (_, reason) in enumerate(lines, 1) if reason]
+        self.assertEqual((status, output), (1, f"3 records, {len(bad)} bad lines are in "
+                                            f"{file}.bad\n"))
+        reports = dict(re.findall(r"line (\d+): (.*)", error))
+        self.assertEqual(sorted(map(int, reports)), bad)
+        for number in bad:
+            for words in lines[number - 1][1].split(" & "):
+                self.assertIn(words, reports[str(number)])
+        # Reported in batches, but every one of them as it stood.
+        with open(file + ".bad", "rb") as bad_file:
+            self.assertEqual(sorted(bad_file.read().splitlines()),
+                             sorted(raw[number - 1] for number in bad))
+        self.assertEqual(self.good("verify", self.url), "3 records, 3 entries, 0 faults\n")
+        self.assertIn('10,2024-01-01,"two ""quoted"" words, one comma"\n',
+                      self.good("dump", self.url))
+
+    def test_tab_separated_lines_have_no_quotes(self):
+        file = self.write("lines.tsv", 'day\tid\tname\n2024-01-01\t1\ta "b, c\n')
+        self.assertEqual(self.good("load", self.url, file), "1 records\n")
+        self.assertEqual(self.good("dump", self.url), 'id,day,name\n1,2024-01-01,"a ""b, c"\n')
+
+    def test_commands_that_cannot_be_done_are_one_line_and_write_nothing(self):
+        other = "lmdb:" + self.path("other")
+        create = ("create", other, "--key", "id", "--schema")
+        query = ("query", self.url)
+        cases = [
+            (2, "unknown type 'o_5b'", *create, "id:o_5b"),
+            (2, "expected : and a type", *create, "id"),
+            (2, "a second field", *create, "id:o_4b,id:o_4b"),
+            (2, "there is no field 'id'; there are x", *create, "x:o_4b"),
+            (2, "there is no field 'y'", *create, "id:o_4b", "--index", "y"),
+            (2, "names 'id' twice", "create", other, "--key", "id,id", "--schema", "id:o_4b"),
+            (2, "a second index of id", *create, "id:o_4b", "--index", "id", "--index", "id"),
+            (2, "takes up to 801 bytes, the engine takes 511", *create, "id:o_8b[100]"),
+            (2, "--schema and --key", "create", other),
+            (2, "names no engine", "create", "mysql:x", "--key",
+             "id", "--schema", "id:o_4b"),
+            (2, "does not say where", "info", "lmdb:"),
+            (2, "there is no store", "info", "rocksdb:" + self.path("none")),
+            (2, "is no HOST:PORT", "info", "etcd:localhost"),
+            (1, "no answer within 1000 ms", "info", "etcd:127.0.0.1:1", "--timeout", "1"),
+            (2, "postgresql: ", "info", "postgresql:hots=here"),
+            (1, "holds a table already", "create", self.url, "--key", "id", "--schema", "id:o_4b"),
+            (2, "offset 0: there is no field 'idd'", *query, "idd = 3"),
+            (2, "offset 5: 'x' is no o_u2b value: not a number", *query, "id = x"),
+            (2, "offset 5: & out of range", *query, "id < 70000"),
+            (2, "offset 6: & is no KvDate value", *query, "day = name"),
+            (2, "like is for KvString fields; 'day' is of type KvDate", *query, "day like '2%'"),
+            (2, "offset 7: a quote that is not closed", *query, "name = 'x"),
+            (2, "offset 7: expected and, found 'or id = 4'", *query, "id = 3 or id = 4"),
+            (2, "expected one of < <= = >= > like, found '!= 3'", *query, "id != 3"),
+            (2, "expected a field, found the end", *query, ""),
+            (2, "expected a constant, found the end", *query, "id ="),
+            (2, "2 values, the key name has 1", "get", self.url, "a", "b"),
+            (1, "cannot open", "load", self.url, self.path("none.csv")),
+            (2, "--format is csv or tsv", "load", self.url, "--format", "xml"),
+            (2, "--durability is process or machine", "load", self.url, "--durability", "none"),
+        ]
+        for status, words, *arguments in cases:
+            with self.subTest(arguments=arguments):
+                self.fails(status, words, *arguments)
+        self.assertEqual(self.good("verify", self.url), "0 records, 0 entries, 0 faults\n")
+        self.fails(1, "the first line names columns, but not 'name'", "load", self.url, "-",
+                   stdin="id,day\n1,2024-01-01\n")
+
+    def test_a_damaged_record_is_reported_and_does_not_crash(self):
+        server = RUNNING.clusters.get("postgresql")
+        if server is None:
+            self.skipTest("PostgreSQL is not installed")
+        url = server.one_url
+        kvindex("create", url, "--schema", SCHEMA, *KEY)
+        self.good("load", url, "-", stdin=as_csv(records(3, seed=77)))
+        server.run("psql", "-X", "-q", "-d", server.conninfo(0, "one"), "-c",
+                   "UPDATE kv_store SET v = '\\x0102' WHERE k = "
+                   "(SELECT k FROM kv_store WHERE k >= '\\x01' ORDER BY k LIMIT 1)")
+        status, output, error = kvindex("verify", url)
+        self.assertEqual(status, 1)
+        self.assertIn("the record ends in field 'id'", error)
+        self.fails(1, "the record ends in field", "query", url, "id >= 0", "--count")
+
+
+if __name__ == "__main__":
+    unittest.main()
