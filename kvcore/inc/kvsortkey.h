@@ -111,7 +111,8 @@ KV_EXPORT int KvSortKeyRun(const KvSortKeyKind& kind, const void* values, unsign
                            unsigned char format, unsigned count, void* keys, std::size_t capacity,
                            std::size_t* offsets, std::size_t& size);
 
-// The size of the key at the front of `length` bytes, which may go on with other keys.
+// The size of the key at the front of `length` bytes, which may go on with other keys. Looks for
+// the end only: what KvSortKeyValue refuses behind a whole key may have a size.
 KV_EXPORT int KvSortKeyLength(const KvSortKeyKind& kind, const void* key, std::size_t length,
                               std::size_t& size);
 
@@ -130,6 +131,35 @@ KV_EXPORT int KvSortKeyLength(const KvSortKeyKind& kind, const void* key, std::s
 // text in a real code set has it.
 KV_EXPORT int KvSortKeyValue(const KvSortKeyKind& kind, const void* key, std::size_t length,
                              void* value, std::size_t& size);
+
+// ---------------------------------------------------------------------------------------------
+// What a key consists of, for programs that show keys.
+
+enum KvSortKeyPart : unsigned char {
+  kvKeyNull,     // the one byte of a null, or of an empty 8-bit string
+  kvKeyPresent,  // 01, before a value that might have been null
+  kvKeyValue,    // the bytes of a number, a blob, the weights of an 8-bit string
+  kvKeyOrder,    // level 1 of a text: the code of one collation order
+  kvKeyBase,     // 00, the end of level 1
+  kvKeyAccent,   // a mark: the accent of a letter
+  kvKeyCase,     // a mark: a case that is not the plain one
+  kvKeyVariant,  // a mark: a part of a ligature, a superscript
+  kvKeyEnd       // the end of a text, a blob or an 8-bit string
+};
+
+struct KvSortKeyPiece {
+  KvSortKeyPart part;
+  unsigned position;   // of a text's order, and of the order that a mark is on: from 0
+  unsigned value;      // kvKeyOrder: the order, of a letter the small one without accent;
+                       // kvKeyAccent: the accent code; kvKeyCase: the case, 0 to 3
+  std::size_t offset;  // of its bytes in the key
+  std::size_t size;    // 0 for the second order of a character, which the code before tells
+};
+
+// The pieces of the key at the front of `length` bytes into `pieces`, as many as `capacity`;
+// `count` receives how many there are. Statuses as KvSortKeyLength.
+KV_EXPORT int KvSortKeyPieces(const KvSortKeyKind& kind, const void* key, std::size_t length,
+                              KvSortKeyPiece* pieces, std::size_t capacity, std::size_t& count);
 
 // ---------------------------------------------------------------------------------------------
 // Ranges. An index scan goes from `lower` (included) to `upper` (excluded).

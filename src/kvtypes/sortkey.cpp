@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "kvstring/text_key.h"
 #include "kvtypes/catalogue.h"
 #include "kvtypevl/rows/sort_key_rows.h"
 
@@ -134,6 +135,61 @@ int KvSortKeyValue(const KvSortKeyKind& kind, const void* key, std::size_t lengt
   status = handlers->read(source, kind, kv::NullsHigh(kind), value);
   if (status == kvOk) size = source.Taken();
   return status;
+}
+
+namespace kv {
+namespace {
+
+// Pieces into the caller's array, as far as it reaches.
+struct PieceList {
+  KvSortKeyPiece* pieces;
+  std::size_t capacity;
+  std::size_t& count;
+
+  void Add(const KvSortKeyPiece& piece) {
+    if (count < capacity) pieces[count] = piece;
+    ++count;
+  }
+  static void Take(void* list, const KvSortKeyPiece& piece) {
+    static_cast<PieceList*>(list)->Add(piece);
+  }
+};
+
+// Bytes behind the content of a row whose keys are not all of one width.
+std::size_t EndWidth(int row) {
+  return row == KvBLOB_T ? 2 : row == KvISTRING_T || row == KvCASEISTRING_T || row == KvSTRING_T;
+}
+
+// The pieces of a whole key of `size` bytes.
+void AddPieces(const KvSortKeyKind& kind, KeySource source, std::size_t size, PieceList& list) {
+  const int row = RowOf(kind.type);
+  if (SortKeysOf(row)->width != 0) return list.Add({kvKeyValue, 0, 0, 0, size});
+  unsigned char lead = 0;
+  source.Take(lead);
+  if (lead != 0x01) return list.Add({kvKeyNull, 0, 0, 0, 1});
+  list.Add({kvKeyPresent, 0, 0, 0, 1});
+  if (row == KvSTRING_T && (kind.options & kvSortKeyPlainBytes) == 0) {
+    ReadTextKeyPieces(source, kind.cmpOp, &list, PieceList::Take);
+    return;
+  }
+  const std::size_t end = EndWidth(row);
+  list.Add({kvKeyValue, 0, 0, 1, size - end - 1});
+  if (end != 0) list.Add({kvKeyEnd, 0, 0, size - end, end});
+}
+
+}  // namespace
+}  // namespace kv
+
+int KvSortKeyPieces(const KvSortKeyKind& kind, const void* key, std::size_t length,
+                    KvSortKeyPiece* pieces, std::size_t capacity, std::size_t& count) {
+  count = 0;
+  std::size_t size = 0;
+  const int status = KvSortKeyLength(kind, key, length, size);
+  if (status != kvOk || size == 0) return status;
+  kv::PieceList list{pieces, capacity, count};
+  const kv::KeySource source(static_cast<const unsigned char*>(key), size, kv::IsDescending(kind));
+  kv::AddPieces(kind, source, size, list);
+  return kvOk;
 }
 
 void KvSortKeyPrefixEnd(const void* prefix, std::size_t length, void* end, std::size_t& size) {

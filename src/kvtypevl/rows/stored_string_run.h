@@ -85,6 +85,9 @@ class StoredStringRun {
   // terminator included when it is; else -1.
   short CutLength() const { return cutLength_; }
 
+  // Whether the run is in the old form, whose texts have no code set and language of their own.
+  bool IsOld() const { return old_; }
+
  private:
   using Block = StringBlock;
   static constexpr unsigned kTrusted = 0xFFFFFFFF;  // a buffer that nothing is known about

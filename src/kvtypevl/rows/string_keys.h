@@ -1,4 +1,5 @@
-// The sort keys of KvString. Not made yet: every string is refused.
+// The sort keys of KvString: 00 for null, else those of kvstring/text_key.h, or under
+// kvSortKeyPlainBytes 01, the bytes, 00.
 #pragma once
 
 #include "kvtypevl/operations/sort_key.h"
@@ -6,15 +7,16 @@
 namespace kv {
 
 struct StringKeys {
-  static o_u8b Bound(o_u8b, unsigned) { return 0; }
-  static int Check(const KeyedRun&, o_u8b&) { return kvNotSupported; }
-  static o_u8b Measure(const KeyedRun&) { return 0; }
-  static std::size_t Write(const KeyedRun&, unsigned char*, std::size_t*) { return 0; }
-  static int Read(KeySource&, const KvSortKeyKind&, bool, void*) { return kvNotSupported; }
-  static std::size_t WriteBeginning(const KeyedRun&, unsigned char*) { return 0; }
+  static o_u8b Bound(o_u8b bytes, unsigned count);
+  static int Check(const KeyedRun& run, o_u8b& bytes);
+  static o_u8b Measure(const KeyedRun& run);
+  static std::size_t Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets);
+  static int Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value);
+  static std::size_t WriteBeginning(const KeyedRun& run, unsigned char* key);
+  static std::size_t WriteSameBase(const KeyedRun& run, unsigned char* key);
 
   static constexpr SortKeyHandlers kHandlers{0,     Bound, Check,          Measure,
-                                             Write, Read,  WriteBeginning, WriteBeginning};
+                                             Write, Read,  WriteBeginning, WriteSameBase};
 };
 
 }  // namespace kv

@@ -1,0 +1,152 @@
+#include "kvtypevl/rows/string_keys.h"
+
+#include "kvstring/text_key.h"
+#include "kvtypevl/rows/string_run.h"
+
+namespace kv {
+namespace {
+
+// The texts of a run, one after the other, whole or not at all.
+class KeyedStrings {
+ public:
+  explicit KeyedStrings(const KeyedRun& run)
+      : memory_(run.IsMemory() ? static_cast<const KvString*>(run.values) : nullptr),
+        stored_(run.IsMemory() ? nullptr : run.values, run.length, run.format, run.count),
+        plainBytes_(run.plainBytes) {}
+
+  // kvOk; kvNotSupported for a text that has no key, kvBadArgument for one that is not whole.
+  int Next(Text& text) {
+    if (memory_ != nullptr) {
+      text = TextOf(*memory_++);
+    } else if (stored_.Next(text) != kvOk || stored_.IsCut()) {
+      return kvBadArgument;
+    }
+    if (text.IsNull()) return kvOk;
+    // What an old block says nothing about, and what stands for a default, the process decides.
+    const bool isSettled = !stored_.IsOld() && text.codeSet != 255 && text.language != 255;
+    return isSettled && (text.codeSet == kvCodeSetBytes) == plainBytes_ ? kvOk : kvNotSupported;
+  }
+
+ private:
+  const KvString* memory_;
+  StoredStringRun stored_;
+  bool plainBytes_;
+};
+
+std::size_t BytesIn(const Text& text) {
+  return std::size_t{text.length} * UnitWidth(text.codeSet);
+}
+
+unsigned char* WriteBytes(const Text& text, unsigned char* key) {
+  const unsigned length = TextLength(text.units, false, text.length);
+  *key++ = 0x01;
+  if (length != 0) std::memcpy(key, text.units, length);
+  return key + length;
+}
+
+unsigned char* WriteKey(const KeyedRun& run, const Text& text, unsigned char* key) {
+  if (text.IsNull()) return *key = run.NullByte(), key + 1;
+  if (!run.plainBytes) return WriteTextKey(text, run.cmpOp, key);
+  key = WriteBytes(text, key);
+  *key = 0x00;
+  return key + 1;
+}
+
+int ReadBytes(KeySource& source, KvString* value) {
+  KeySource content = source;
+  unsigned length = 0;
+  unsigned char byte;
+  for (;; ++length) {
+    if (!source.Take(byte)) return kvBadArgument;
+    if (byte == 0x00) break;
+  }
+  if (value == nullptr) return kvOk;
+  if (length > MaximumLength(kvCodeSetBytes)) return kvOverflow;
+  unsigned char* const text = length != 0 ? AllocateText(length + 1) : nullptr;
+  if (length != 0 && text == nullptr) return kvNotSupported;
+  content.Take(text, length);
+  *value = KvString(kvCodeSetBytes, kvLanguageEnglish);
+  StringAccess::Replace(*value, text, length != 0 ? length + 1 : 0);
+  return kvOk;
+}
+
+}  // namespace
+
+o_u8b StringKeys::Bound(o_u8b bytes, unsigned count) {
+  return TextKeyBound(bytes) + (o_u8b{count} - 1) * TextKeyBound(0);
+}
+
+int StringKeys::Check(const KeyedRun& run, o_u8b& bytes) {
+  const int extent = run.IsMemory() ? CheckExtent(run, sizeof(KvString), 0) : kvOk;
+  if (extent != kvOk) return extent;
+  KeyedStrings strings(run);
+  for (unsigned i = 0; i < run.count; ++i) {
+    Text text;
+    const int status = strings.Next(text);
+    if (status != kvOk) return status;
+    bytes += BytesIn(text);
+  }
+  return kvOk;
+}
+
+o_u8b StringKeys::Measure(const KeyedRun& run) {
+  KeyedStrings strings(run);
+  o_u8b size = 0;
+  for (unsigned i = 0; i < run.count; ++i) {
+    Text text;
+    strings.Next(text);
+    if (text.IsNull()) {
+      size += 1;
+    } else if (run.plainBytes) {
+      size += TextLength(text.units, false, text.length) + 2u;
+    } else {
+      size += TextKeySize(text, run.cmpOp);
+    }
+  }
+  return size;
+}
+
+std::size_t StringKeys::Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
+  KeyedStrings strings(run);
+  OffsetList begins(keys, offsets);
+  unsigned char* key = keys;
+  for (unsigned i = 0; i < run.count; ++i) {
+    begins.Add(key);
+    Text text;
+    strings.Next(text);
+    key = WriteKey(run, text, key);
+  }
+  begins.Add(key);
+  return static_cast<std::size_t>(key - keys);
+}
+
+std::size_t StringKeys::WriteBeginning(const KeyedRun& run, unsigned char* key) {
+  Text text;
+  KeyedStrings(run).Next(text);
+  if (text.IsNull()) return *key = run.NullByte(), 1;
+  const unsigned char* const end =
+      run.plainBytes ? WriteBytes(text, key) : WriteTextKeyBeginning(text, run.cmpOp, key);
+  return static_cast<std::size_t>(end - key);
+}
+
+std::size_t StringKeys::WriteSameBase(const KeyedRun& run, unsigned char* key) {
+  Text text;
+  KeyedStrings(run).Next(text);
+  if (text.IsNull() || run.plainBytes) return Write(run, key, nullptr);
+  return static_cast<std::size_t>(WriteTextKeyBase(text, run.cmpOp, key) - key);
+}
+
+int StringKeys::Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
+  auto* const string = static_cast<KvString*>(value);
+  unsigned char byte;
+  if (!source.Take(byte)) return kvBadArgument;
+  if (byte == 0x01) {
+    const bool plainBytes = (kind.options & kvSortKeyPlainBytes) != 0;
+    return plainBytes ? ReadBytes(source, string) : ReadTextKey(source, kind.cmpOp, string);
+  }
+  if (byte != (nullsHigh ? 0xFF : 0x00)) return kvBadArgument;
+  if (string != nullptr) string->SetNullValue();
+  return kvOk;
+}
+
+}  // namespace kv

@@ -1,0 +1,375 @@
+// Keys of texts against KvStrCmp, whose levels know nothing of keys.
+#include <doctest/doctest.h>
+
+#include <cstdlib>
+
+#include "sortkey/sort_keys.h"
+
+namespace {
+
+using namespace sortkey;
+using support::Source;
+
+constexpr unsigned short kOptionSets[] = {0x10, 0x30, 0x50, 0x90, 0x210, 0x70, 0x2F0, 0xF0, 0x270};
+
+// KV_SORTKEY_ROUNDS takes more rounds than a test run has time for.
+unsigned Rounds() {
+  const char* more = std::getenv("KV_SORTKEY_ROUNDS");
+  return more != nullptr ? static_cast<unsigned>(std::atoi(more)) : 6;
+}
+
+// Characters that make trouble, by the ones that meet each other: letters with accents and their
+// capitals, halves of contractions, ligatures and what they look like, digits, spaces of all kinds,
+// symbols of one, two and three bytes, other scripts with and without case.
+const std::u16string kAlphabets[] = {
+    u"aAbBzZ\u00e4\u00c4\u00e9\u00e0",
+    u"cChHsSzZdDgGyYtTnNlLjJ\u017e\u017d",
+    u"sS\u00df\u017f\u1e9e\ufb01fFiI",
+    u"aAeE\u00e6\u00c6oO\u0153\u0152\u00f8\u00d8\u00e5\u00c5",
+    u"nN\u00f1\u00d1\u0144\u014b\u0149'\u00b2"
+    u"2\u00b9"
+    u"19",
+    u"iI\u0131\u0130\u0133\u0132jJ\u01c6\u01c5\u01c4\u01c9",
+    u"a \t\n\r\u00a0\u0001\u0008\u0012\u0085-_.,\u00bf\u2013\u20ac\u2026",
+    u"\u03b1\u0391\u03b2\u0392\u03c3\u03c2\u0436\u0416\u0430\u0410\u0561\u0531",
+    u"\u4e00\u4e01\u9fa5\u3042\u30a2\uac00\u05d0\u0627\u10a0\uff21\uff41",
+    u"aA\u00aa\u00baoO\u0111\u00f0\u00d0\u00fe\u00de\u0142\u0141\u0167",
+    u"0123456789"
+    u"aZ~!\u00a7\u2122\u266b",
+};
+
+KvString Empty(unsigned char codeSet, unsigned char language) {
+  return {codeSet, language};
+}
+
+KvString Unicode(const std::u16string& text, unsigned char language) {
+  KvString string(reinterpret_cast<const unsigned short*>(text.c_str()));
+  string.SetLanguage(language);
+  return string;
+}
+
+// A text of collation orders: those of real letters, and any other number.
+KvString OrderText(Source& source) {
+  std::u16string orders;
+  for (unsigned left = source.Below(5); left != 0; --left) {
+    const unsigned any = static_cast<unsigned>(source.Random());
+    const unsigned order =
+        source.Pick({any & 0xFFFF, 0x4000 | (any & 0x3FFF), 0x500C | (any & 0x3003),
+                     0x3F00 | (any & 0xFF), 1 + any % 80, 80 + any % 140, 0x8000 | (any & 3),
+                     0x8000 | (any & 0x43), 0xFFFFu, 0x81B8 + any % 16, 0x400Cu, 0x507Cu});
+    orders += static_cast<char16_t>(order == 0 ? 1 : order);
+  }
+  KvString string = Unicode(orders, source.Pick<unsigned char>({1, 1, 20}));
+  // Converting would make letters of orders: the number is put into its stored form instead.
+  Bytes stored(orders.size() * 2 + 6);
+  Types().Store(KvSTRING_T, stored.data(), &string, 0, 1);
+  stored[2] = 254;
+  Types().Load(KvSTRING_T, &string, stored.data(), 0, 1);
+  return string;
+}
+
+KvString NextText(Source& source, unsigned char language) {
+  if (source.Below(12) == 0) return OrderText(source);
+  const std::u16string& letters = kAlphabets[source.Below(std::size(kAlphabets))];
+  std::u16string text;
+  for (unsigned left = source.Below(6); left != 0; --left) {
+    const auto& from =
+        source.Below(5) == 0 ? kAlphabets[source.Below(std::size(kAlphabets))] : letters;
+    text += from[source.Below(static_cast<unsigned>(from.size()))];
+  }
+  KvString string = Unicode(text, language);
+  if (source.Below(3) != 0) string.SetCodeSetCode(static_cast<unsigned char>(1 + source.Below(12)));
+  return string;
+}
+
+std::vector<KvString> Texts(Source& source, unsigned char language, unsigned count) {
+  std::vector<KvString> texts;
+  texts.push_back(Empty(1, 254));  // null
+  texts.push_back(Empty(1, language));
+  while (texts.size() < count) texts.push_back(NextText(source, language));
+  return texts;
+}
+
+std::vector<Bytes> KeysOf(const std::vector<KvString>& texts, const KvSortKeyKind& kind) {
+  std::vector<Bytes> keys;
+  for (const KvString& text : texts) {
+    keys.push_back(KeyOf(kind, &text));
+    CHECK(!keys.back().empty());
+  }
+  return keys;
+}
+
+std::string Describe(const KvString& text) {
+  Bytes stored(text.GetBufferSize() + 8u);
+  stored.resize(Types().Store(KvSTRING_T, stored.data(), &text, 2, 1));
+  return Hex(stored);
+}
+
+void CheckPairs(const std::vector<KvString>& texts, unsigned short cmpOp) {
+  const KvSortKeyKind kind{.type = KvSTRING_T, .cmpOp = cmpOp};
+  const std::vector<Bytes> keys = KeysOf(texts, kind);
+  unsigned wrong = 0;
+  std::string first;
+  for (std::size_t a = 0; a < texts.size(); ++a) {
+    for (std::size_t b = 0; b < texts.size(); ++b) {
+      int status;
+      auto* left = const_cast<KvString*>(&texts[a]);
+      auto* right = const_cast<KvString*>(&texts[b]);
+      const int order = Sign(Types().Cmp(KvSTRING_T, 0, left, 0, right, cmpOp, 1, 8, status));
+      if (order == Order(keys[a], keys[b])) continue;
+      if (wrong++ == 0) {
+        first = Describe(texts[a]) + " " + Describe(texts[b]) + " are " + std::to_string(order) +
+                ", keys " + Hex(keys[a]) + " " + Hex(keys[b]);
+      }
+    }
+  }
+  CHECK_MESSAGE(wrong == 0, first);
+}
+
+}  // namespace
+
+TEST_CASE("keys of texts order as the texts do, in every language and under every option") {
+  for (unsigned round = 0; round < Rounds(); ++round) {
+    for (unsigned language = 1; language < 22; ++language) {
+      CAPTURE(language);
+      Source source(round * 100 + language);
+      const std::vector<KvString> texts = Texts(source, static_cast<unsigned char>(language), 90);
+      for (const unsigned short cmpOp : kOptionSets) {
+        CAPTURE(cmpOp);
+        CheckPairs(texts, cmpOp);
+      }
+    }
+  }
+}
+
+TEST_CASE("keys of texts of different languages order as the texts do") {
+  Source source(3);
+  for (unsigned round = 0; round < Rounds() * 2; ++round) {
+    std::vector<KvString> texts;
+    while (texts.size() < 250) {
+      texts.push_back(NextText(source, static_cast<unsigned char>(1 + source.Below(22))));
+    }
+    CheckPairs(texts, 0x10);
+  }
+}
+
+TEST_CASE("every order has a place of its own") {
+  const auto textOf = [](unsigned order) {
+    const auto low = static_cast<unsigned char>(order);
+    const auto high = static_cast<unsigned char>(order >> 8);
+    return Bytes{6, 0, 254, 1, low, high, 0, 0xFF};
+  };
+  Source source(12);
+  const KvSortKeyKind kind{.type = KvSTRING_T};
+  unsigned wrong = 0;
+  for (unsigned order = 1; order < 0x10000; ++order) {
+    const Bytes text = textOf(order);
+    const Bytes key = KeyOf(kind, text.data(), 0);
+    for (const unsigned other : {order % 0xFFFF + 1, 1 + source.Below(0xFFFF)}) {
+      Bytes left = text, right = textOf(other);
+      const int expected = Sign(Types().Cmp(KvSTRING_T, left.data(), right.data(), 0x10, 1, 0));
+      if (expected != Order(key, KeyOf(kind, right.data(), 0))) ++wrong;
+    }
+  }
+  CHECK(wrong == 0);
+}
+
+TEST_CASE("long texts have marks at any distance") {
+  Source source(4);
+  std::vector<KvString> texts;
+  for (const unsigned length : {20u, 60u, 300u, 3000u, 24000u, 65531u}) {
+    for (unsigned variation = 0; variation < 8; ++variation) {
+      std::string text(length, 'a');
+      for (unsigned marks = source.Below(4); marks != 0; --marks) {
+        const unsigned at = source.Below(2) == 0 ? source.Below(length) : length - 1;
+        text[at] = source.Pick({'\xE4', 'A', '\xC4', '\xE6', '\xDF', '\xE1'});
+      }
+      texts.emplace_back(text.c_str());
+    }
+    // More marks than are kept aside.
+    texts.emplace_back(std::string(length, '\xE6').c_str());
+    texts.emplace_back(std::string(length, '\xC6').c_str());
+    texts.emplace_back(std::string(length, '\xE4').c_str());
+    texts.emplace_back((std::string(length - 1, '\xC6') + '\xE6').c_str());
+  }
+  for (const unsigned short cmpOp : std::initializer_list<unsigned short>{0x10, 0x70})
+    CheckPairs(texts, cmpOp);
+  for (const KvString& text : texts) {
+    const std::size_t size = KeyOf({.type = KvSTRING_T}, &text).size();
+    CHECK(size <= KvSortKeyBound({.type = KvSTRING_T}, text.Len()));
+  }
+}
+
+TEST_CASE("the key of a stored text is that of the loaded one") {
+  Source source(6);
+  const KvSortKeyKind kind{.type = KvSTRING_T, .options = kvSortKeyDescending};
+  const std::vector<KvString> texts = Texts(source, 14, 400);
+  for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+    Bytes stored(texts.size() * 64);
+    stored.resize(Types().Store(KvSTRING_T, stored.data(), texts.data(), format,
+                                static_cast<unsigned>(texts.size())));
+    Bytes keys(KvSortKeyBound(kind, stored.size(), static_cast<unsigned>(texts.size())));
+    std::vector<std::size_t> offsets(texts.size() + 1);
+    std::size_t size = 0;
+    REQUIRE(KvSortKeyRun(kind, stored.data(), static_cast<unsigned>(stored.size()), format,
+                         static_cast<unsigned>(texts.size()), keys.data(), keys.size(),
+                         offsets.data(), size) == kvOk);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      const Bytes key(keys.begin() + static_cast<long>(offsets[i]),
+                      keys.begin() + static_cast<long>(offsets[i + 1]));
+      CHECK(key == KeyOf(kind, &texts[i]));
+    }
+    CHECK(offsets.back() == size);
+    // Cut anywhere, the run has no keys.
+    CHECK(KvSortKeyRun(kind, stored.data(), static_cast<unsigned>(stored.size() - 1), format,
+                       static_cast<unsigned>(texts.size()), keys.data(), keys.size(), nullptr,
+                       size) == kvBadArgument);
+  }
+}
+
+TEST_CASE("a text of orders comes back that compares equal and has the same key") {
+  for (const unsigned short cmpOp : kOptionSets) {
+    for (const unsigned char options : std::initializer_list<unsigned char>{0, 1, 2, 5}) {
+      CAPTURE(cmpOp);
+      const KvSortKeyKind kind{.type = KvSTRING_T, .options = options, .cmpOp = cmpOp};
+      Source source(8);
+      for (unsigned i = 0; i < 300; ++i) {
+        KvString text = NextText(source, static_cast<unsigned char>(1 + source.Below(22)));
+        const Bytes key = KeyOf(kind, &text);
+        KvString back("before");
+        std::size_t size = 0;
+        REQUIRE_MESSAGE(KvSortKeyValue(kind, key.data(), key.size(), &back, size) == kvOk,
+                        Describe(text), " ", Hex(key));
+        CHECK(size == key.size());
+        CHECK(back.GetCodeSet() == 254);
+        int status;
+        CHECK(Types().Cmp(KvSTRING_T, 0, &text, 0, &back, cmpOp, 1, 8, status) == 0);
+        CHECK_MESSAGE(KeyOf(kind, &back) == key, Describe(text), " ", Hex(key));
+        CHECK(KvSortKeyLength(kind, key.data(), key.size(), size) == kvOk);
+        CHECK(size == key.size());
+        for (std::size_t cut = 0; cut < key.size(); ++cut) {
+          CHECK(KvSortKeyValue(kind, key.data(), cut, &back, size) == kvBadArgument);
+        }
+      }
+    }
+  }
+}
+
+TEST_CASE("arbitrary bytes are the key of a text, or none") {
+  Source source(9);
+  unsigned texts = 0;
+  for (unsigned i = 0; i < 200000; ++i) {
+    const auto cmpOp = kOptionSets[source.Below(std::size(kOptionSets))];
+    const KvSortKeyKind kind{.type = KvSTRING_T, .cmpOp = cmpOp};
+    Bytes bytes = source.Noise(source.Below(7));
+    bytes.insert(bytes.begin(), 0x01);
+    bytes.push_back(0x00);
+    for (unsigned marks = source.Below(3); marks != 0; --marks) {
+      const auto any = static_cast<unsigned char>(source.Random());
+      bytes.push_back(source.Pick<unsigned char>({any, 0x00, 0x3F, 0xF0, 0x42}));
+    }
+    bytes.push_back(0x30);
+    KvString back;
+    std::size_t size = 0;
+    const int status = KvSortKeyValue(kind, bytes.data(), bytes.size(), &back, size);
+    if (status != kvOk) continue;
+    ++texts;
+    bytes.resize(size);
+    CHECK_MESSAGE(KeyOf(kind, &back) == bytes, Hex(bytes), " ", Describe(back));
+  }
+  CHECK(texts > 10000);
+}
+
+TEST_CASE("texts whose order depends on the process have no keys") {
+  const auto status = [](const KvString& text, unsigned char options) {
+    std::size_t size = 9;
+    const int result =
+        KvSortKey({.type = KvSTRING_T, .options = options}, &text, 0, 8, nullptr, 0, size);
+    return result == kvBufferShort ? kvOk : result;
+  };
+  KvString text("abc");
+  CHECK(status(text, 0) == kvOk);
+  CHECK(status(text, kvSortKeyPlainBytes) == kvNotSupported);
+  text.SetLanguage(255);
+  CHECK(status(text, 0) == kvNotSupported);
+  text.SetLanguage(254);
+  CHECK(status(text, 0) == kvOk);  // null
+  CHECK(status(Empty(255, 1), 0) == kvNotSupported);
+  CHECK(status(Empty(0, 1), 0) == kvNotSupported);
+  CHECK(status(Empty(0, 1), kvSortKeyPlainBytes) == kvOk);
+  CHECK(status(Empty(1, 254), kvSortKeyPlainBytes) == kvOk);
+
+  // The old stored form, which has neither code set nor language.
+  const unsigned char old[] = {3, 0, 'a', 'b', 0};
+  std::size_t size;
+  CHECK(KvSortKey({.type = KvSTRING_T}, old, sizeof old, 0, nullptr, 0, size) == kvNotSupported);
+}
+
+TEST_CASE("plain bytes order by their bytes and come back") {
+  const KvSortKeyKind kind{.type = KvSTRING_T, .options = kvSortKeyPlainBytes};
+  Source source(10);
+  std::vector<KvString> texts;
+  texts.push_back(Empty(0, 254));
+  for (unsigned i = 0; i < 200; ++i) {
+    std::string bytes;
+    for (unsigned left = source.Below(4); left != 0; --left) {
+      bytes += source.Pick({'a', 'A', '\xFF', '\x01', '\x80'});
+    }
+    const Bytes stored = support::StringBytes(0, 1, bytes);
+    KvString text;
+    Types().Load(KvSTRING_T, &text, stored.data(), 0, 1);
+    texts.push_back(text);
+  }
+  const std::vector<Bytes> keys = KeysOf(texts, kind);
+  for (std::size_t a = 0; a < texts.size(); ++a) {
+    KvString back;
+    std::size_t size;
+    CHECK(KvSortKeyValue(kind, keys[a].data(), keys[a].size(), &back, size) == kvOk);
+    CHECK(KeyOf(kind, &back) == keys[a]);
+    for (std::size_t b = 0; b < texts.size(); ++b) {
+      CHECK(Sign(Types().Cmp(KvSTRING_T, &texts[a], &texts[b], 0x10, 1, 8)) ==
+            Order(keys[a], keys[b]));
+    }
+  }
+}
+
+TEST_CASE("ranges of texts hold what begins with or equals a text without accents and case") {
+  Source source(11);
+  const KvSortKeyKind kinds[] = {{.type = KvSTRING_T},
+                                 {.type = KvSTRING_T, .options = kvSortKeyDescending},
+                                 {.type = KvSTRING_T, .cmpOp = 0x90}};
+  for (const KvSortKeyKind& kind : kinds) {
+    std::vector<KvString> texts;
+    while (texts.size() < 300) {
+      KvString text = NextText(source, 2);
+      if (text.GetCodeSet() != 254) texts.push_back(text);
+    }
+    const auto base = static_cast<unsigned short>(kind.cmpOp | 0x260);
+    for (const KvString& wanted : texts) {
+      for (const unsigned char range : {kvSortKeyBeginning, kvSortKeySameBase}) {
+        Bytes lower(200), upper(200);
+        std::size_t lowerSize = 0, upperSize = 0;
+        REQUIRE(KvSortKeyRange(kind, range, &wanted, 0, 8, 200, lower.data(), lowerSize,
+                               upper.data(), upperSize) == kvOk);
+        lower.resize(lowerSize);
+        upper.resize(upperSize);
+        for (const KvString& text : texts) {
+          const Bytes key = KeyOf(kind, &text);
+          const bool inside = key >= lower && key < upper;
+          int status;
+          auto* left = const_cast<KvString*>(&text);
+          auto* right = const_cast<KvString*>(&wanted);
+          if (range == kvSortKeySameBase) {
+            CHECK(inside == (Types().Cmp(KvSTRING_T, 0, left, 0, right, base, 1, 8, status) == 0));
+          } else {
+            // Texts of one code set find each other at their front.
+            if (text.GetCodeSet() != wanted.GetCodeSet() || (kind.cmpOp & 0x80) != 0) continue;
+            const KvString part = text.Copy(0, wanted.Len());
+            const bool same = part.Compare(wanted, base) == 0;
+            if (same) CHECK(inside);
+          }
+        }
+      }
+    }
+  }
+}
