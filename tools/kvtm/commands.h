@@ -32,6 +32,9 @@ int RunStep(const Arguments& arguments);
 int RunDiff(const Arguments& arguments);
 int RunRecord(const Arguments& arguments);
 int RunOrder(const Arguments& arguments);
+// commands_keys.cpp
+int RunKey(const Arguments& arguments);
+int RunUnkey(const Arguments& arguments);
 // commands_sort.cpp, commands_convert.cpp
 int RunSort(const Arguments& arguments);
 int RunConvert(const Arguments& arguments);

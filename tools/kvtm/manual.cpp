@@ -45,6 +45,11 @@ const std::vector<Option> kOptions = {
     {"number", nullptr, "o_char and o_u1b values are numbers, not characters"},
     {"json", nullptr, "write JSON, for programs to read, one value a run"},
     {"csv", nullptr, "write CSV with a header"},
+    {"descending", nullptr, "keys that order the other way round"},
+    {"nulls-last", nullptr, "null behind every value, in the order that the keys have"},
+    {"nulls-first", nullptr, "null before every value, in the order that the keys have"},
+    {"plain-bytes", nullptr, "keys of strings of plain bytes (code set 0), which order by bytes"},
+    {"explain", nullptr, "tell what the bytes of a key are"},
     {"help", nullptr, "show the help of the command"},
 };
 
@@ -190,6 +195,49 @@ Examples:
   0x00000000
 )",
      "stored order format codeset language number lines json csv", 2, kAnyNumber, RunHash},
+    {"key", "TYPE|SCHEMA VALUE...", "write sort keys: bytes that order as the values do",
+     R"(Writes the sort key of each value in hex, a key a line. Keys compared byte by byte order
+as the values do, exactly (0x10); --op adds what does not count: ignore-case,
+ignore-accents, ignore-extension, skip-spaces.
+
+A SCHEMA makes keys of tuples, one for as many values as it has fields:
+"name:TYPE, name:KvString/LANGUAGE, ...". Behind a type may stand desc, nulls-last,
+nulls-first and plain-bytes for that field alone.
+
+With --lines each line of FILE is a value, or the values of a tuple with tabs between
+them. --explain shows below each key what its bytes are.
+
+Examples:
+  $ kvtm key Kv4B_T 1 -1
+  80000001
+  7fffffff
+  $ kvtm key "name:KvString/german, day:KvDate desc, n:KvNull_int" Müller 2024-02-29 {NULL}
+  019cb4999984ab00c7003078177d6200
+  $ kvtm key KvSTRING_T --language german --explain Müller
+  019cb4999984ab00c70030
+  offset  bytes         what
+  0       01            present
+  1       9cb4999984ab  level 1: m u l l e r
+  7       00            end of level 1
+  8       c7            accent: diaeresis at 2
+  9       00            case: capital at 1
+  10      30            end
+)",
+     "descending nulls-last nulls-first plain-bytes op format codeset language lines explain", 1,
+     kAnyNumber, RunKey},
+    {"unkey", "TYPE|SCHEMA HEX...", "read values out of sort keys",
+     R"(Writes the value of each key; of a tuple, its values with tabs between them. The options
+are those that the key was made with. A string's key holds its collation orders and not its
+characters, so its text is shown in the characters that those orders are of.
+
+Examples:
+  $ kvtm unkey KvDATE_T 87e8829d
+  2024-02-29
+  $ kvtm unkey "name:KvString, n:Kv2B_T desc" 019cb4999984ab00c700307ffe | tr '\t' ,
+  Müller,1
+)",
+     "descending nulls-last nulls-first plain-bytes op format codeset language lines explain", 1,
+     kAnyNumber, RunUnkey},
     {"bounds", "TYPE PREDICATE CONST LOW HIGH", "estimate what a predicate selects",
      R"(Asks the type which fraction of the index range LOW to HIGH a comparison with CONST
 selects, and which bounds it sets. PREDICATE is one of < <= = >= > and wants quotes in a
