@@ -7,6 +7,7 @@
 #include <set>
 
 #include "golden_check/golden.h"
+#include "golden_check/golden_keys.h"
 
 namespace {
 
@@ -142,4 +143,17 @@ TEST_CASE("every row has a golden file") {
   std::set<int> rows;
   for (const std::string& path : GoldenPaths()) rows.insert(golden::Parse(path).typeId);
   for (int id = 0; id < 46; ++id) CHECK_MESSAGE(rows.contains(id), "row ", id);
+}
+
+TEST_CASE("every row has the sort keys that its golden file says") {
+  for (const std::string& path : GoldenPaths()) {
+    CAPTURE(path);
+    const std::vector<std::string> expected = golden::ReadLines(golden::KeysPath(path));
+    const std::vector<std::string> lines = golden::KeyLines(golden::Parse(path));
+    REQUIRE(lines.size() == expected.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) CHECK(lines[i] == expected[i]);
+  }
+  const std::string orders = KV_SOURCE_DIR "/tests/golden/keys/orders.txt";
+  CHECK(golden::OrdersLines(orders) == golden::ReadLines(orders));
+  CHECK(golden::ReadLines(orders).size() >= 60);
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "golden_check/golden.h"
+#include "golden_check/golden_keys.h"
 
 namespace {
 
@@ -37,6 +38,11 @@ golden::Line Filled(const golden::File& file, const KvTypeMgr& types, const gold
           HashText(types, file, 0, values, count, kMemory)};
 }
 
+void WriteLines(const std::string& path, const std::vector<std::string>& lines) {
+  std::ofstream out(path);
+  for (const std::string& line : lines) out << line << '\n';
+}
+
 void Regenerate(const std::string& path) {
   golden::File file = golden::Parse(path);
   const KvTypeMgr types(file.Factory());
@@ -50,6 +56,7 @@ void Regenerate(const std::string& path) {
   file.run.value = std::to_string(file.RunCount());
   file.run = Filled(file, types, file.run, values.At(0), file.RunCount());
   golden::Write(file);
+  WriteLines(golden::KeysPath(path), golden::KeyLines(file));
 }
 
 }  // namespace
@@ -57,7 +64,12 @@ void Regenerate(const std::string& path) {
 int main(int count, char** paths) {
   for (int i = 1; i < count; ++i) {
     try {
-      Regenerate(paths[i]);
+      const std::string path = paths[i];
+      if (path.ends_with("/orders.txt")) {
+        WriteLines(path, golden::OrdersLines(path));
+      } else {
+        Regenerate(path);
+      }
     } catch (const std::exception& error) {
       std::fprintf(stderr, "golden_write: %s: %s\n", paths[i], error.what());
       return 1;

@@ -373,6 +373,195 @@ def order_key(type_id, value):
     return (0,) if value[-1] else (1, order_key(NULLABLE[type_id], value[:-1]))
 
 
+# --- Sort keys, as docs/sort-keys.md has them ---------------------------------------------------
+
+# Fields in the order of the key and their struct codes, where that is not the stored order.
+KEY_FIELDS = {15: ((2, "H"), (1, "I"), (0, "I")),
+              17: ((2, "H"), (1, "I"), (0, "I"), (3, "H"), (4, "H"))}
+# Leading bytes of a null that is no byte of its own, and what they are.
+NULLS = {**{t: struct.calcsize(">" + LAYOUTS[t]) for t in (12, 13, 19, 27, 16, 40, 41)},
+         15: 6, 17: 6}
+
+
+def number_key(code, value):
+    """Most significant byte first; signed numbers with their top bit turned."""
+    if code == "S":
+        code = "H"
+    width = struct.calcsize(">" + code)
+    top = 1 << 8 * width - 1 if code.islower() else 0
+    return (value % (1 << 8 * width) ^ top).to_bytes(width, "big")
+
+
+def float_bytes(bits, width):
+    top = 1 << 8 * width - 1
+    infinity = 0x7F800000 if width == 4 else 0x7FF0000000000000
+    if bits & ~top > infinity:
+        return bytes(width)
+    if bits == top:
+        bits = 0
+    return (bits ^ 2 * top - 1 if bits & top else bits | top).to_bytes(width, "big")
+
+
+def fixed_key(type_id, value):
+    if type_id in (3, 4, 25):
+        return float_bytes(value[0][0], 8 if type_id == 3 else 4)
+    if type_id == 16:
+        return ((value[0] * 65536 + value[1] + 1) % 2**32).to_bytes(4, "big")
+    if type_id == 26:
+        return number_key("i", value[1]) + number_key("I", value[0])
+    if type_id == 27:
+        byte = value[0]
+        return bytes([0 if byte == 255 else byte - 128 + 1 if byte >= 128 else 0x80 + byte])
+    if type_id in KEY_FIELDS:
+        return b"".join(number_key(code, value[at]) for at, code in KEY_FIELDS[type_id])
+    return b"".join(number_key(code, field) for code, field in zip(LAYOUTS[type_id], value))
+
+
+def with_null_last(type_id, key):
+    """The key of a row whose null is one of its values."""
+    width = NULLS.get(type_id)
+    if width is None:
+        return key
+    null = bytes(7) + b"\x80\0\0\0" if type_id in (40, 41) else bytes(width)
+    if key[:width] == null:
+        return b"\xff" * width + key[width:]
+    if key[:width] < null:
+        return key
+    return (int.from_bytes(key[:width], "big") - 1).to_bytes(width, "big") + key[width:]
+
+
+def lead_code(lead, width, value):
+    """`width` bytes behind the lead, into which the number may carry."""
+    return ((lead << 8 * width) + value).to_bytes(width + 1, "big")
+
+
+# First and last order of a code, its lead, and how many bytes follow.
+LEADS = ((1, 8, 0x01, 1), (9, 10, 0x02, 0), (11, 13, 0x04, 1), (14, 14, 0x05, 0), (15, 32, 0x06, 1),
+         (33, 33, 0x07, 0), (34, 66, 0x08, 1), (67, 67, 0x09, 0), (68, 111, 0x0A, 1),
+         (112, 190, 0x0B, 0), (191, 2238, 0x5A, 1), (2239, 16127, 0x62, 2),
+         (0x4000, 0x400B, 0x77, 1))
+
+
+def is_letter(order):
+    return 0x4000 <= order < 0x8000
+
+
+def base_order(order):
+    """What an order is at level 1."""
+    if is_letter(order):
+        return order & (0x407C if order & 3 == 3 else 0x407F)
+    if 16128 <= order <= 16383 or 0x8000 <= order <= 0x8003:
+        return order & ~1
+    return order
+
+
+def level_one_code(order):
+    if order >= 0x400C:
+        letter, extension = divmod(order - 0x400C, 4)
+        return bytes([0x78 + 3 * letter + extension])
+    if 16128 <= order < 0x4000:
+        digit = min((order - 16128) // 10, 9)
+        behind = order - 16128 - 10 * digit
+        if behind == 0:
+            return bytes([0x63 + 2 * digit])
+        return bytes([0x64 + 2 * digit, behind // 2 - 1])
+    for first, last, lead, more in LEADS:
+        if first <= order <= last:
+            return lead_code(lead, more, order - first)
+    raise ValueError(order)
+
+
+def level_one(bases):
+    code, at = b"", 0
+    while at < len(bases):
+        order = bases[at]
+        at += 1
+        if order < 0x8000:
+            code += level_one_code(order)
+            continue
+        following = bases[at] if at < len(bases) else 0
+        s = 0 if following < 0x8000 else {0x8000: 1, 0x8002: 2}.get(following, 3)
+        at += s in (1, 2)
+        if order < 0x8B80:
+            code += lead_code(0xCF, 1, 4 * (order - 0x8000) + s)
+        else:
+            code += lead_code(0xFD, 2, 4 * (order - 0x8B80) + s)
+    return code
+
+
+def mark(number, begin, one_byte, turned):
+    step, behind = number, b""
+    if number >= one_byte:
+        number -= one_byte
+        more = 1 if number < 256 else 2 if number < 256 + 65536 else 3
+        number -= {1: 0, 2: 256, 3: 256 + 65536}[more]
+        step, behind = one_byte + more - 1, number.to_bytes(more, "big")
+    if not turned:
+        return bytes([begin + step]) + behind
+    return bytes([begin - step]) + bytes(255 - byte for byte in behind)
+
+
+def case_marks(found, bases):
+    marks, passed = b"", 0
+    for at, order in enumerate(found):
+        before = bases[at - 1] if at else 0
+        plain, case = 0, 0
+        if is_letter(order):
+            plain, case = 3 if order >> 7 & 31 >= 28 else 1, order >> 12 & 3
+        elif bases[at] in (0x8000, 0x8002):
+            capitals = (range(0x80C0, 0x8128), range(0x81B8, 0x82C8), range(0x8F00, 0x9000))
+            plain, case = int(any(before in script for script in capitals)), order & 1
+        if case < plain:
+            marks += mark(3 * passed + case, 0x00, 45, False)
+        if case > plain:
+            marks += mark(3 * passed + 3 - case, 0x42, 0, True)
+        passed = passed + 1 if case == plain else 0
+    return marks
+
+
+def text_key(found, language=1):
+    bases = [base_order(order) for order in found]
+    key, passed = b"\1" + level_one(bases) + b"\0", 0
+    for order in found:
+        accent = order >> 7 & 31 if is_letter(order) else 0
+        if accent:
+            key += mark(31 * passed + 31 - accent, 0xFF, 186, True)
+        passed = 0 if accent else passed + 1
+    key, passed = key + case_marks(found, bases), 0
+    for order in found:
+        variant = order & 3 == 3 if is_letter(order) else 16128 <= order < 0x4000 and order & 1
+        if variant:
+            key += mark(passed, 0x3F, 11, True)
+        passed = 0 if variant else passed + 1
+    return key + (b"\x31" if language >= 20 and found else b"\x30")
+
+
+def sort_key(type_id, value):
+    """The key of a value that is not null, and whether it is null."""
+    if type_id in NULLABLE:
+        if value[-1]:
+            return b"\0", True
+        return b"\1" + fixed_key(NULLABLE[type_id], value[:-1]), False
+    if type_id in (11, 18) and value is None:
+        return b"\0", True
+    if type_id == 18:
+        return b"\1" + value.replace(b"\0", b"\0\xff") + b"\0\0", False
+    if type_id == 11:
+        if value[0] == 0:
+            return b"\1" + bytes(value[2]) + b"\0", False
+        return text_key(orders(value), value[1]), False
+    if type_id in (20, 21):
+        found = weights(value, type_id == 21)
+        return (b"\1" + bytes(found[1]) + b"\0" if value else b"\0"), False
+    return fixed_key(type_id, value), False
+
+
+def key_line(type_id, text, value):
+    key, is_lead_null = sort_key(type_id, value)
+    last = b"\xff" if is_lead_null else with_null_last(type_id, key)
+    return f"{text} | {key.hex().upper()} | {last.hex().upper()}"
+
+
 # ------------------------------------------------------------------------------------------------
 
 class Golden(unittest.TestCase):
@@ -399,6 +588,23 @@ class Golden(unittest.TestCase):
                 for before, line in zip(file.lines, file.lines[1:]):
                     self.check_order(file, before, line)
                 self.check(file, file.run, values[:int(file.run.value)])
+
+    def test_every_key(self):
+        for path in sorted(glob.glob(os.path.join(SOURCE, "tests", "golden", "*.txt"))):
+            file = File(path)
+            keys = os.path.join(SOURCE, "tests", "golden", "keys", file.name)
+            with self.subTest(file.name), open(keys, encoding="ascii") as text:
+                derived = [key_line(file.type, line.value, parse(file, line.value))
+                           for line in file.lines]
+                self.assertEqual(text.read().splitlines(), derived)
+
+    def test_every_order_has_a_key(self):
+        path = os.path.join(SOURCE, "tests", "golden", "keys", "orders.txt")
+        with open(path, encoding="ascii") as text:
+            for line in text.read().splitlines():
+                found, key = line.split("|")
+                derived = text_key([int(order, 16) for order in found.split()])
+                self.assertEqual(key.strip(), derived.hex().upper(), line)
 
 
 if __name__ == "__main__":
