@@ -1,0 +1,94 @@
+// Sort keys of arbitrary stored values, against the row's comparer; and arbitrary bytes into every
+// reader of keys. Input: type id, options, compare bits, then two values of half the rest each.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "kv.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+KvTypeMgr& Types() {
+  return *DefaultTypeMgr(nullptr);
+}
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+int Sign(int order) {
+  return (order > 0) - (order < 0);
+}
+
+// The key; false when the value has none.
+bool MakeKey(const KvSortKeyKind& kind, const Bytes& stored, unsigned char format, Bytes& key) {
+  std::size_t size = 0;
+  const auto length = static_cast<unsigned>(stored.size());
+  int status = KvSortKey(kind, stored.data(), length, format, nullptr, 0, size);
+  if (status != kvBufferShort && status != kvOk) return false;
+  Require(size <= KvSortKeyBound(kind, stored.size()));
+  key.resize(size);
+  status = KvSortKey(kind, stored.data(), length, format, key.data(), size, size);
+  Require(status == kvOk && size == key.size());
+  // With room to spare, where other ways are taken.
+  Bytes roomy(KvSortKeyBound(kind, stored.size()) + 16, 0xEE);
+  Require(KvSortKey(kind, stored.data(), length, format, roomy.data(), roomy.size(), size) == kvOk);
+  Require(size == key.size() && std::memcmp(roomy.data(), key.data(), size) == 0);
+  return true;
+}
+
+void CompareKeys(const KvSortKeyKind& kind, Bytes a, Bytes b, unsigned char format) {
+  if (a.empty() || b.empty()) return;  // a length of 0 would mean that they are trusted
+  Bytes keyA, keyB;
+  if (!MakeKey(kind, a, format, keyA) || !MakeKey(kind, b, format, keyB)) return;
+  int status = 0;
+  const int order =
+      Sign(Types().Cmp(kind.type, static_cast<unsigned>(a.size()), a.data(),
+                       static_cast<unsigned>(b.size()), b.data(), kind.cmpOp, 1, format, status));
+  Require(status == kvOk);
+  const std::size_t shared = std::min(keyA.size(), keyB.size());
+  const int found = shared != 0 ? Sign(std::memcmp(keyA.data(), keyB.data(), shared)) : 0;
+  Require(found != 0 || keyA.size() == keyB.size());
+  if ((kind.options & (kvSortKeyNullsFirst | kvSortKeyNullsLast)) != 0) return;
+  Require(found == ((kind.options & kvSortKeyDescending) != 0 ? -order : order));
+}
+
+void ReadKey(const KvSortKeyKind& kind, const Bytes& bytes) {
+  std::size_t size = 0;
+  std::size_t count = 0;
+  const int length = KvSortKeyLength(kind, bytes.data(), bytes.size(), size);
+  KvSortKeyPiece pieces[8];
+  Require(KvSortKeyPieces(kind, bytes.data(), bytes.size(), pieces, 8, count) == length);
+  void* const value = Types().Create(kind.type, 1);
+  const int status = KvSortKeyValue(kind, bytes.data(), bytes.size(), value, size);
+  Require(length == kvOk || status != kvOk);
+  if (status == kvOk && kind.type != KvRES_T) {
+    Bytes again(size);
+    std::size_t written = 0;
+    Require(KvSortKey(kind, value, 0, 8, again.data(), size, written) == kvOk);
+    Require(written == size && std::memcmp(again.data(), bytes.data(), size) == 0);
+  }
+  Types().Delete(kind.type, value, 1);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 4) return 0;
+  KvSortKeyKind kind;
+  kind.type = static_cast<char>(data[0] % 47);
+  kind.options = data[1] & 0x0F;
+  kind.cmpOp =
+      static_cast<unsigned short>(kvCompareExact | (data[2] & 0x07) << 5 | (data[2] & 0x08) << 6);
+  if (KvSortKeyCheck(kind) != kvOk) return 0;
+  const Bytes rest(data + 3, data + size);
+  const auto half = static_cast<std::ptrdiff_t>(rest.size() / 2);
+  const unsigned char format = (data[2] & 0x80) != 0 ? 2 : 0;
+  ReadKey(kind, rest);
+  CompareKeys(kind, Bytes(rest.begin(), rest.begin() + half),
+              Bytes(rest.begin() + half, rest.end()), format);
+  return 0;
+}
