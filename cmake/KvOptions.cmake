@@ -51,6 +51,9 @@ function(kv_shared_library name output)
   # at the start of a line, none gets slower because the code before it grew.
   target_compile_options(${name} PRIVATE -falign-functions=64)
   target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
+  # A row's handlers are instantiated all together; those that no slot names are left out here.
+  target_compile_options(${name} PRIVATE -ffunction-sections)
+  target_link_options(${name} PRIVATE -Wl,--gc-sections)
   if(NOT KV_SANITIZE)
     target_link_options(${name} PRIVATE -Wl,--no-undefined)
   endif()
