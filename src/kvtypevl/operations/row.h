@@ -13,9 +13,8 @@
 //   Position(value)              place on the number line as a double, and kPositionIsFloating
 //   Print, Scan                  slot functions (22, 23)
 // and may have
-//   kStorage                     store and load functions of its own (the base library's)
-//   Hash(format, length, value, count, result), Evaluate(bounds, predicate, value, format, count,
-//   newBounds)                   in place of the run hash over Key and the measure over Position
+//   Store, Load, NullSize, Size, MemFileSize, Compare, Hash, Step, and Evaluate (EvalAndBound)
+//                                slot functions of its own, in place of the generic ones
 //   Order(a, b, cmpOp)           -1, 0, +1 of two values in memory form, where it is not the order
 //                                of their members as the codec has it
 //   OrderStored(a, b, cmpOp)     where stored values order by a rule of their own
@@ -66,8 +65,9 @@ struct RowHandlers {
   static void* DefaultValue(unsigned count, int unused);
   static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
 
-  // The row without its names, format and size, which the catalogue table adds.
-  static constexpr KvTypeDescriptor Slots(Nulls nulls) {
+  // The row without its names, format and size, which the catalogue table adds. A comparer that is
+  // exported under a name of its own stands in the slot itself.
+  static constexpr KvTypeDescriptor Slots(Nulls nulls, KvCompareFunc compare = Compare) {
     return {
         .typeName = nullptr,
         .typeIdName = nullptr,
@@ -78,7 +78,7 @@ struct RowHandlers {
         .nullSize = NullSize,
         .size = Size,
         .memFileSize = MemFileSize,
-        .compare = Compare,
+        .compare = compare,
         .evalAndBound = EvalAndBound,
         .hash = Hash,
         .convertTo = ConvertTo,

@@ -1,5 +1,6 @@
-// The definitions behind row.h: every slot of a fixed-width row over its policy and the generic
-// handlers. Included by the files that instantiate rows and by nobody else.
+// The definitions behind row.h: every slot of a row over its policy and the generic handlers, or
+// the policy's own function where it brings one. Included by the files that instantiate rows and by
+// nobody else.
 #pragma once
 
 #include "kvbase/lifetime.h"
@@ -26,8 +27,8 @@ void* RowHandlers<Row>::Delete(void* values, unsigned count) {
 template <class Row>
 unsigned RowHandlers<Row>::Store(void* destination, const void* source, unsigned char format,
                                  unsigned count) {
-  if constexpr (requires { Row::kStorage; }) {
-    return Row::kStorage.store(destination, source, format, count);
+  if constexpr (requires { Row::Store(destination, source, format, count); }) {
+    return Row::Store(destination, source, format, count);
   } else {
     return StoreRun<typename Row::Codec>(destination, source, format, count);
   }
@@ -36,8 +37,8 @@ unsigned RowHandlers<Row>::Store(void* destination, const void* source, unsigned
 template <class Row>
 unsigned RowHandlers<Row>::Load(void* destination, const void* source, unsigned char format,
                                 unsigned count) {
-  if constexpr (requires { Row::kStorage; }) {
-    return Row::kStorage.load(destination, source, format, count);
+  if constexpr (requires { Row::Load(destination, source, format, count); }) {
+    return Row::Load(destination, source, format, count);
   } else {
     return LoadRun<typename Row::Codec>(destination, source, format, count);
   }
@@ -45,25 +46,43 @@ unsigned RowHandlers<Row>::Load(void* destination, const void* source, unsigned 
 
 template <class Row>
 unsigned RowHandlers<Row>::NullSize(unsigned count) {
-  return NullSizeOf<Row::Codec::kStoredWidth>(count);
+  if constexpr (requires { Row::NullSize(count); }) {
+    return Row::NullSize(count);
+  } else {
+    return NullSizeOf<Row::Codec::kStoredWidth>(count);
+  }
 }
 
 template <class Row>
 unsigned RowHandlers<Row>::Size(const void* stored, unsigned char extra, unsigned char format,
                                 unsigned count) {
-  return SizeOf<Row::Codec::kStoredWidth>(stored, extra, format, count);
+  if constexpr (requires { Row::Size(stored, extra, format, count); }) {
+    return Row::Size(stored, extra, format, count);
+  } else {
+    return SizeOf<Row::Codec::kStoredWidth>(stored, extra, format, count);
+  }
 }
 
 template <class Row>
 unsigned RowHandlers<Row>::MemFileSize(MemFile* file, unsigned char format, unsigned count) {
-  return MemFileSizeOf<Row::Codec::kStoredWidth>(file, format, count);
+  if constexpr (requires { Row::MemFileSize(file, format, count); }) {
+    return Row::MemFileSize(file, format, count);
+  } else {
+    return MemFileSizeOf<Row::Codec::kStoredWidth>(file, format, count);
+  }
 }
 
 template <class Row>
 int RowHandlers<Row>::Compare(unsigned char format, unsigned length1, void* value1,
                               unsigned length2, void* value2, unsigned short cmpOp, unsigned count,
                               int& result) {
-  return CompareRun<Row>(format, length1, value1, length2, value2, cmpOp, count, result);
+  if constexpr (requires {
+                  Row::Compare(format, length1, value1, length2, value2, cmpOp, count, result);
+                }) {
+    return Row::Compare(format, length1, value1, length2, value2, cmpOp, count, result);
+  } else {
+    return CompareRun<Row>(format, length1, value1, length2, value2, cmpOp, count, result);
+  }
 }
 
 template <class Row>
@@ -121,7 +140,7 @@ unsigned RowHandlers<Row>::Translate(void* destination, unsigned char destinatio
                                      unsigned destinationLength, const void* source,
                                      unsigned char sourceFormat, unsigned sourceLength,
                                      unsigned count) {
-  return TranslateRun<Store, Load, Row::Codec::kMemoryWidth>(
+  return TranslateRun<Store, Load, typename Row::Codec::Value>(
       destination, destinationFormat, destinationLength, source, sourceFormat, sourceLength, count);
 }
 
@@ -172,7 +191,9 @@ int RowHandlers<Row>::Step([[maybe_unused]] void* value, [[maybe_unused]] unsign
                            [[maybe_unused]] unsigned char format,
                            [[maybe_unused]] unsigned char op) {
   using Value = typename Row::Codec::Value;
-  if constexpr (requires(Value & v) { Row::Successor(v); }) {
+  if constexpr (requires { Row::Step(value, length, format, op); }) {
+    return Row::Step(value, length, format, op);
+  } else if constexpr (requires(Value & v) { Row::Successor(v); }) {
     return StepValue<Row>(value, length, format, op);
   } else {
     return kvNotSupported;

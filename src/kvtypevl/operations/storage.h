@@ -1,7 +1,8 @@
-// Store, load, sizes and translate of the rows whose stored width is fixed, over a codec.
+// Store, load and sizes of the rows whose stored width is fixed, over a codec; translate of all.
 #pragma once
 
 #include <algorithm>
+#include <type_traits>
 
 #include "kvbase/codec.h"
 #include "kvtypemgr.h"
@@ -62,7 +63,7 @@ unsigned MemFileSizeOf(MemFile* /*file*/, unsigned char /*format*/, unsigned cou
 }
 
 // Stored to stored does not convert: it copies what both lengths hold, after clearing a longer
-// destination, and leaves the byte order as it is. Deliberate; records are moved this way.
+// destination, and leaves the byte order as it is: records are moved this way.
 inline unsigned CopyStored(void* destination, unsigned destinationLength, const void* source,
                            unsigned sourceLength, unsigned count) {
   if (count == 0) return 0;
@@ -72,18 +73,28 @@ inline unsigned CopyStored(void* destination, unsigned destinationLength, const 
   return copied;
 }
 
-// Translate of a fixed-width row over its own store and load functions. The byte order is that of
-// the stored side.
-template <KvStoreFunc store, KvLoadFunc load, unsigned memoryWidth>
+// Memory form to memory form: values that own memory are assigned, others are moved as bytes.
+template <class Value>
+unsigned CopyValues(void* destination, const void* source, unsigned count) {
+  const std::size_t bytes = std::size_t{count} * sizeof(Value);
+  if constexpr (std::is_trivially_copyable_v<Value>) {
+    if (bytes != 0) std::memmove(destination, source, bytes);
+  } else {
+    std::copy_n(static_cast<const Value*>(source), count, static_cast<Value*>(destination));
+  }
+  return static_cast<unsigned>(bytes);
+}
+
+// Translate of a row over its own store and load functions. The byte order is that of the stored
+// side.
+template <KvStoreFunc store, KvLoadFunc load, class Value>
 unsigned TranslateRun(void* destination, unsigned char destinationFormat,
                       unsigned destinationLength, const void* source, unsigned char sourceFormat,
                       unsigned sourceLength, unsigned count) {
   const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
   if (Format{destinationFormat}.HasMemoryBit()) {
-    if (!fromMemory) return load(destination, source, sourceFormat, count);
-    const std::size_t bytes = std::size_t{count} * memoryWidth;
-    if (bytes != 0) std::memmove(destination, source, bytes);
-    return static_cast<unsigned>(bytes);
+    return fromMemory ? CopyValues<Value>(destination, source, count)
+                      : load(destination, source, sourceFormat, count);
   }
   if (fromMemory) {
     const auto byteOrder = static_cast<unsigned char>(destinationFormat & 0x0F);

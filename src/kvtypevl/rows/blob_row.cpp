@@ -6,12 +6,8 @@
 #include <cstring>
 
 #include "kvbase/fold.h"
-#include "kvtypevl/operations/bounds.h"
-#include "kvtypevl/operations/compare.h"
-#include "kvtypevl/operations/convert.h"
-#include "kvtypevl/operations/hash.h"
-#include "kvtypevl/operations/step.h"
-#include "kvtypevl/operations/storage.h"
+#include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/blob_text.h"
 
 namespace kv {
 namespace {
@@ -142,6 +138,46 @@ int StoredBlobs::Next(BlobView& blob) {
   return kvOk;
 }
 
+// Blobs order by their bytes, hash by them, and have no place in a stored run where a longer one
+// would fit.
+struct BlobRow {
+  struct Codec {
+    using Value = KvBlob;
+  };
+
+  // Bytes written; 0 when the run is too long for its 4-byte total.
+  static unsigned Store(void* destination, const void* source, unsigned char format,
+                        unsigned count);
+  // Bytes read; 0 when the run's lengths contradict each other, nothing loaded, or when memory is
+  // short.
+  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
+  static unsigned NullSize(unsigned count);
+  // Of blobs in memory form, what storing them takes.
+  static unsigned Size(const void* stored, unsigned char extra, unsigned char format,
+                       unsigned count);
+  static unsigned MemFileSize(MemFile* file, unsigned char format, unsigned count);
+  static constexpr KvCompareFunc Compare = BlobCompare;
+  static float Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,
+                        unsigned count, KvIdxBounds* newBounds);
+  static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
+                       int& result);
+  // A blob's successor is one byte longer, for which a stored blob has no room: only 'O' and the
+  // smallest value, the empty blob, are supported.
+  static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
+
+  static bool IsNull(const KvBlob& blob) { return blob.IsNullValue() != 0; }
+  static int SetNull(KvBlob& blob) { return blob.SetNullValue(); }
+  static KvBlob Default() { return {}; }
+
+  static constexpr KvPrintFunc Print = PrintBlob;
+  static constexpr KvScanFunc Scan = ScanBlob;
+  // For conversion: the bytes in hex.
+  static void ToText(KvString& text, const KvBlob& blob) {
+    PrintBlob(text, const_cast<KvBlob*>(&blob), "%X", 1);
+  }
+  static void FromText(KvBlob& blob, KvString& text) { ScanBlob(&blob, text, nullptr, 1); }
+};
+
 unsigned BlobRow::Store(void* destination, const void* source, unsigned char format,
                         unsigned count) {
   if (count == 0) return 0;
@@ -203,8 +239,8 @@ unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned coun
   return read ? StoredRunSize(total, Format{format}.IsReversed()) : 0;
 }
 
-float BlobRow::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                            unsigned char format, unsigned count, KvIdxBounds* newBounds) {
+float BlobRow::Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,
+                        unsigned count, KvIdxBounds* newBounds) {
   if (count == 0 || value == nullptr) return 0;
   const auto form = static_cast<unsigned char>(format & 0x0F);
   float fraction = 0;
@@ -240,49 +276,6 @@ unsigned BlobRow::Hash(unsigned char format, unsigned length, void* value, unsig
   return combined * kHashMultiplier;
 }
 
-KvTypeConvertData* BlobRow::ConvertTo(void* values, unsigned count) {
-  return ConvertRunToText<BlobRow>(values, count);
-}
-
-void* BlobRow::ConvertFrom(KvTypeConvertData* record, unsigned count) {
-  return ConvertRunFromText<BlobRow>(record, count);
-}
-
-void BlobRow::ToText(KvString& text, const KvBlob& blob) {
-  PrintBlob(text, const_cast<KvBlob*>(&blob), "%X", 1);
-}
-
-void BlobRow::FromText(KvBlob& blob, KvString& text) {
-  ScanBlob(&blob, text, nullptr, 1);
-}
-
-unsigned BlobRow::Translate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
-  if (Format{destinationFormat}.HasMemoryBit()) {
-    if (!fromMemory) return Load(destination, source, sourceFormat, count);
-    AssignRun<KvBlob>(destination, const_cast<void*>(source), count, 0);
-    return count * static_cast<unsigned>(sizeof(KvBlob));
-  }
-  if (fromMemory) {
-    return Store(destination, source, static_cast<unsigned char>(destinationFormat & 0x0F), count);
-  }
-  return CopyStored(destination, destinationLength, source, sourceLength, count);
-}
-
-int BlobRow::IsNull(void* value) {
-  return static_cast<const KvBlob*>(value)->IsNullValue();
-}
-
-int BlobRow::SetNull(void* value) {
-  return static_cast<KvBlob*>(value)->SetNullValue();
-}
-
-void* BlobRow::DefaultValue(unsigned count, int /*unused*/) {
-  return CreateRun<KvBlob>(count);
-}
-
 int BlobRow::Step(void* value, unsigned /*length*/, unsigned char format, unsigned char op) {
   if (!Format{format}.IsMemory()) return kvNotSupported;
   if (op == static_cast<unsigned char>(StepOp::kKeep)) return kvOk;
@@ -290,6 +283,8 @@ int BlobRow::Step(void* value, unsigned /*length*/, unsigned char format, unsign
   static_cast<KvBlob*>(value)->SetTo(nullptr, 0);
   return kvOk;
 }
+
+template struct RowHandlers<BlobRow>;
 
 }  // namespace kv
 

@@ -18,19 +18,11 @@ struct OdmgTimeRow;
 struct OdmgTimestampRow;
 struct IntervalRow;
 
-// A row whose comparer is exported under a name of its own.
-template <class Row>
-constexpr KvTypeDescriptor DateSlots(Nulls nulls, KvCompareFunc compare) {
-  KvTypeDescriptor slots = RowHandlers<Row>::Slots(nulls);
-  slots.compare = compare;
-  return slots;
-}
-
 constexpr KvTypeDescriptor KvDateSlots() {
-  return DateSlots<DateRow>(Nulls::kYes, KvDateCompare);
+  return RowHandlers<DateRow>::Slots(Nulls::kYes, KvDateCompare);
 }
 constexpr KvTypeDescriptor KvTimeSlots() {
-  return DateSlots<TimeRow>(Nulls::kYes, KvTimeCompare);
+  return RowHandlers<TimeRow>::Slots(Nulls::kYes, KvTimeCompare);
 }
 constexpr KvTypeDescriptor KvDateTimeSlots() {
   return RowHandlers<DateTimeRow>::Slots(Nulls::kYes);
@@ -42,13 +34,13 @@ constexpr KvTypeDescriptor KvTimeSpanSlots() {
   return RowHandlers<TimeSpanRow>::Slots(Nulls::kYes);
 }
 constexpr KvTypeDescriptor OdmgDateSlots() {
-  return DateSlots<OdmgDateRow>(Nulls::kNo, d_DateCompare);
+  return RowHandlers<OdmgDateRow>::Slots(Nulls::kNo, d_DateCompare);
 }
 constexpr KvTypeDescriptor OdmgTimeSlots() {
-  return DateSlots<OdmgTimeRow>(Nulls::kNo, d_TimeCompare);
+  return RowHandlers<OdmgTimeRow>::Slots(Nulls::kNo, d_TimeCompare);
 }
 constexpr KvTypeDescriptor OdmgTimestampSlots() {
-  return DateSlots<OdmgTimestampRow>(Nulls::kNo, d_TimestampCompare);
+  return RowHandlers<OdmgTimestampRow>::Slots(Nulls::kNo, d_TimestampCompare);
 }
 
 // d_Interval shares with o_float all but its lifetime, its storage and its text.

@@ -6,16 +6,14 @@
 #include <cstring>
 
 #include "kvcompare.h"
+#include "kvstorage.h"
 #include "kvstring/istring_weights.h"
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/operations/bounds.h"
-#include "kvtypevl/operations/compare.h"
-#include "kvtypevl/operations/convert.h"
-#include "kvtypevl/operations/step.h"
-#include "kvtypevl/operations/storage.h"
+#include "kvtypevl/operations/row_handlers.h"
 #include "kvtypevl/rows/stored_string_run.h"
-#include "kvtypevl/rows/string_row.h"
+#include "kvtypevl/rows/string_storage.h"
+#include "kvtypevl/rows/string_text.h"
 
 namespace kv {
 namespace {
@@ -222,25 +220,46 @@ bool EndsInPercent(const char* format) {
   return run % 2 != 0;
 }
 
-// What conversion records and stepping need to know of a value.
+}  // namespace
+
 template <class Weights>
-struct WeightedPolicy {
+struct WeightedStringRow {
   struct Codec {
     using Value = KvWeightedString<Weights>;
   };
   using Value = KvWeightedString<Weights>;
 
-  static void ToText(KvString& text, const Value& value) { text = value.StrGet(); }
-  static void FromText(Value& value, const KvString& text) { value = NarrowText(text).Get(); }
+  static unsigned Store(void* destination, const void* source, unsigned char format,
+                        unsigned count);
+  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
+  static constexpr KvNullSizeFunc NullSize = StringNullSize;
+  static constexpr KvSizeFunc Size = StringSizeGet;
+  static constexpr KvMemFileSizeFunc MemFileSize = StringMemFileSize;
+  static int Compare(unsigned char format, unsigned length1, const void* value1, unsigned length2,
+                     const void* value2, unsigned short cmpOp, unsigned count, int& result);
+  static float Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,
+                        unsigned count, KvIdxBounds* newBounds);
+  // Values that compare equal have many texts, so all share one bucket.
+  static unsigned Hash(unsigned char, unsigned, void*, unsigned, int& result) {
+    result = kvOk;
+    return 0;
+  }
   // The lowest weight of all is that of byte 1.
   static int Successor(Value& value) {
     value += Value('\x01');
     return kvOk;
   }
   static Value Smallest() { return Value(); }
-};
+  static Value Default() { return Value(); }
 
-}  // namespace
+  static KvString& Print(KvString& out, void* values, const char* format, unsigned count);
+  static void* Scan(void* values, KvString& text, const char* /*format*/, unsigned /*count*/) {
+    if (values != nullptr) FromText(*static_cast<Value*>(values), text);
+    return values;
+  }
+  static void ToText(KvString& text, const Value& value) { text = value.StrGet(); }
+  static void FromText(Value& value, const KvString& text) { value = NarrowText(text).Get(); }
+};
 
 template <class Weights>
 unsigned WeightedStringRow<Weights>::Store(void* destination, const void* source,
@@ -276,8 +295,8 @@ unsigned WeightedStringRow<Weights>::Load(void* destination, const void* source,
 
 template <class Weights>
 int WeightedStringRow<Weights>::Compare(unsigned char format, unsigned length1, const void* value1,
-                                        unsigned length2, const void* value2, unsigned count,
-                                        int& result) {
+                                        unsigned length2, const void* value2,
+                                        unsigned short /*cmpOp*/, unsigned count, int& result) {
   result = kvOk;
   if (Format{format}.IsMemory()) {
     return CompareInMemory<Weights>(static_cast<const Value*>(value1),
@@ -298,9 +317,9 @@ int WeightedStringRow<Weights>::Compare(unsigned char format, unsigned length1, 
 }
 
 template <class Weights>
-float WeightedStringRow<Weights>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                                               unsigned char format, unsigned count,
-                                               KvIdxBounds* newBounds) {
+float WeightedStringRow<Weights>::Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value,
+                                           unsigned char format, unsigned count,
+                                           KvIdxBounds* newBounds) {
   if (count == 0 || value == nullptr) return 0;
   const float fraction =
       bounds == nullptr ? 0 : WeightedFraction<Weights>(*bounds, op, value, format);
@@ -310,45 +329,6 @@ float WeightedStringRow<Weights>::EvalAndBound(KvIdxBounds* bounds, unsigned sho
                                  : StringSizeGet(value, 0, format, count);
   RecordBounds(newBounds, op, value, size);
   return fraction;
-}
-
-// Values that compare equal have many texts, so all share one bucket: deliberate.
-template <class Weights>
-unsigned WeightedStringRow<Weights>::Hash(unsigned char, unsigned, void*, unsigned, int& result) {
-  result = kvOk;
-  return 0;
-}
-
-template <class Weights>
-KvTypeConvertData* WeightedStringRow<Weights>::ConvertTo(void* values, unsigned count) {
-  return ConvertRunToText<WeightedPolicy<Weights>>(values, count);
-}
-
-template <class Weights>
-void* WeightedStringRow<Weights>::ConvertFrom(KvTypeConvertData* record, unsigned count) {
-  return ConvertRunFromText<WeightedPolicy<Weights>>(record, count);
-}
-
-template <class Weights>
-unsigned WeightedStringRow<Weights>::Translate(void* destination, unsigned char destinationFormat,
-                                               unsigned destinationLength, const void* source,
-                                               unsigned char sourceFormat, unsigned sourceLength,
-                                               unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
-  if (Format{destinationFormat}.HasMemoryBit()) {
-    if (!fromMemory) return Load(destination, source, sourceFormat, count);
-    AssignRun<Value>(destination, const_cast<void*>(source), count, 0);
-    return count * static_cast<unsigned>(sizeof(Value));
-  }
-  if (fromMemory) {
-    return Store(destination, source, static_cast<unsigned char>(destinationFormat & 0x0F), count);
-  }
-  return CopyStored(destination, destinationLength, source, sourceLength, count);
-}
-
-template <class Weights>
-int WeightedStringRow<Weights>::IsNull(void* /*value*/) {
-  return 0;
 }
 
 template <class Weights>
@@ -361,37 +341,19 @@ KvString& WeightedStringRow<Weights>::Print(KvString& out, void* values, const c
   return PrintString(out, &text, format, count);
 }
 
-template <class Weights>
-void* WeightedStringRow<Weights>::Scan(void* values, KvString& text, const char* /*format*/,
-                                       unsigned /*count*/) {
-  if (values != nullptr) *static_cast<Value*>(values) = NarrowText(text).Get();
-  return values;
-}
-
-template <class Weights>
-void* WeightedStringRow<Weights>::DefaultValue(unsigned count, int /*unused*/) {
-  return CreateRun<Value>(count);
-}
-
-template <class Weights>
-int WeightedStringRow<Weights>::Step(void* value, unsigned length, unsigned char format,
-                                     unsigned char op) {
-  return StepValue<WeightedPolicy<Weights>>(value, length, format, op);
-}
-
-template struct WeightedStringRow<KvIStringWeights>;
-template struct WeightedStringRow<KvCaseIStringWeights>;
+template struct RowHandlers<WeightedStringRow<KvIStringWeights>>;
+template struct RowHandlers<WeightedStringRow<KvCaseIStringWeights>>;
 
 }  // namespace kv
 
 int KvIStringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short /*cmpOp*/, unsigned count, int& result) {
+                     void* value2, unsigned short cmpOp, unsigned count, int& result) {
   return kv::WeightedStringRow<KvIStringWeights>::Compare(op, length1, value1, length2, value2,
-                                                          count, result);
+                                                          cmpOp, count, result);
 }
 
 int KvCaseIStringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
-                         void* value2, unsigned short /*cmpOp*/, unsigned count, int& result) {
+                         void* value2, unsigned short cmpOp, unsigned count, int& result) {
   return kv::WeightedStringRow<KvCaseIStringWeights>::Compare(op, length1, value1, length2, value2,
-                                                              count, result);
+                                                              cmpOp, count, result);
 }

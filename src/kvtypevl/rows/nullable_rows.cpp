@@ -7,16 +7,16 @@
 namespace kv {
 
 template <class ScalarRowType>
-unsigned NullableRow<ScalarRowType>::StoreNullable(void* destination, const void* source,
-                                                   unsigned char format, unsigned count) {
+unsigned NullableRow<ScalarRowType>::Store(void* destination, const void* source,
+                                           unsigned char format, unsigned count) {
   using Behind = NullableCodec<ScalarCodecType, Indicator::kBehind>;
   return Format{format}.HasMemoryBit() ? StoreRun<Behind>(destination, source, format, count)
                                        : StoreRun<Codec>(destination, source, format, count);
 }
 
 template <class ScalarRowType>
-unsigned NullableRow<ScalarRowType>::LoadNullable(void* destination, const void* source,
-                                                  unsigned char format, unsigned count) {
+unsigned NullableRow<ScalarRowType>::Load(void* destination, const void* source,
+                                          unsigned char format, unsigned count) {
   using Behind = NullableCodec<ScalarCodecType, Indicator::kBehind>;
   return Format{format}.HasMemoryBit() ? LoadRun<Behind>(destination, source, format, count)
                                        : LoadRun<Codec>(destination, source, format, count);

@@ -66,15 +66,9 @@ struct NullableRow {
   static constexpr const char* kFormat = nullptr;
 
   // The format bit 0x08 puts the indicator behind the scalar, in every stored form.
-  static unsigned StoreNullable(void* destination, const void* source, unsigned char format,
-                                unsigned count);
-  static unsigned LoadNullable(void* destination, const void* source, unsigned char format,
-                               unsigned count);
-  struct Storage {
-    KvStoreFunc store;
-    KvLoadFunc load;
-  };
-  static constexpr Storage kStorage{StoreNullable, LoadNullable};
+  static unsigned Store(void* destination, const void* source, unsigned char format,
+                        unsigned count);
+  static unsigned Load(void* destination, const void* source, unsigned char format, unsigned count);
 
   static int Order(const Value& a, const Value& b, unsigned short cmpOp) {
     if (a.IsNullValue() || b.IsNullValue()) {

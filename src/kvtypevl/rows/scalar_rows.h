@@ -59,7 +59,10 @@ inline constexpr ScalarText kDoubleText{PrintDouble, ScanDouble};
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct ScalarRow {
   using Codec = ScalarCodec<T>;
-  static constexpr ScalarStorage kStorage = storage;
+  static constexpr KvStoreFunc Store = storage.store;
+  static constexpr KvLoadFunc Load = storage.load;
+  static constexpr KvNullSizeFunc NullSize = storage.nullSize;
+  static constexpr KvSizeFunc Size = storage.size;
   static constexpr ScalarText kText = text;
 
   static constexpr bool kKeyIsLinear = true;
@@ -142,12 +145,11 @@ using DoubleRow = FloatingRow<o_double, kDoubleStorage, kDoubleText>;
 // A scalar row as the catalogue takes it.
 template <class Row>
 constexpr KvTypeDescriptor ScalarSlots(KvCompareFunc compare) {
-  KvTypeDescriptor slots = RowHandlers<Row>::Slots(Nulls::kNo);
-  slots.store = Row::kStorage.store;
-  slots.load = Row::kStorage.load;
-  slots.nullSize = Row::kStorage.nullSize;
-  slots.size = Row::kStorage.size;
-  slots.compare = compare;
+  KvTypeDescriptor slots = RowHandlers<Row>::Slots(Nulls::kNo, compare);
+  slots.store = Row::Store;
+  slots.load = Row::Load;
+  slots.nullSize = Row::NullSize;
+  slots.size = Row::Size;
   slots.print = Row::kText.print;
   slots.scan = Row::kText.scan;
   return slots;

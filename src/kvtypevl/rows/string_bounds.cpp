@@ -9,9 +9,11 @@
 #include <algorithm>
 
 #include "kvcollate.h"
+#include "kvstorage.h"
 #include "kvtypevl/operations/bounds.h"
 #include "kvtypevl/rows/string_row.h"
 #include "kvtypevl/rows/string_run.h"
+#include "kvtypevl/rows/string_storage.h"
 
 #include "kvstring/string_edit.h"
 

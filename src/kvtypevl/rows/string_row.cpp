@@ -3,25 +3,16 @@
 #include "kvtypevl/rows/string_row.h"
 
 #include "kvhash.h"
+#include "kvstorage.h"
 #include "kvstring/collate_quick.h"
-#include "kvtypevl/operations/compare.h"
-#include "kvtypevl/operations/convert.h"
-#include "kvtypevl/operations/hash.h"
-#include "kvtypevl/operations/step.h"
-#include "kvtypevl/rows/string_run.h"
-
 #include "kvstring/string_edit.h"
+#include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/string_run.h"
+#include "kvtypevl/rows/string_storage.h"
+#include "kvtypevl/rows/string_text.h"
 
 namespace kv {
 namespace {
-
-struct StringPolicy {
-  struct Codec {
-    using Value = KvString;
-  };
-  static void ToText(KvString& text, const KvString& value) { text = value; }
-  static void FromText(KvString& value, const KvString& text) { value = text; }
-};
 
 template <class Run>
 unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned count,
@@ -135,61 +126,6 @@ unsigned HashAnyStrings(unsigned char format, unsigned length, const void* value
 
 }  // namespace
 
-unsigned HashStrings(unsigned char format, unsigned length, void* values, unsigned count,
-                     int& result) {
-  return HashAnyStrings(format, length, values, count, result, StringRowFlag::kCurrent);
-}
-
-unsigned HashOldStrings(unsigned char format, unsigned length, void* values, unsigned count,
-                        int& result) {
-  return HashAnyStrings(format, length, values, count, result, StringRowFlag::kOld);
-}
-
-KvTypeConvertData* ConvertStringsTo(void* values, unsigned count) {
-  return ConvertRunToText<StringPolicy>(values, count);
-}
-
-void* ConvertStringsFrom(KvTypeConvertData* record, unsigned count) {
-  return ConvertRunFromText<StringPolicy>(record, count);
-}
-
-int IsNullString(void* value) {
-  return static_cast<const KvString*>(value)->IsNullValue() ? 1 : 0;
-}
-
-int SetNullString(void* value) {
-  return static_cast<KvString*>(value)->SetNullValue();
-}
-
-void* DefaultStrings(unsigned count, int /*unused*/) {
-  return CreateRun<KvString>(count);
-}
-
-// A stored string is stepped in its own byte order and stored back where it fits.
-int StepString(void* value, unsigned length, unsigned char format, unsigned char op) {
-  // By the whole byte, as KvTypeMgr::GetValue tells the forms of every other row.
-  if (format == kMemory.byte) return StepInMemory(*static_cast<KvString*>(value), op);
-  if (static_cast<StepOp>(op) == StepOp::kKeep) return kvOk;
-  KvString string;
-  if (StringLoad(&string, value, format, 1) == 0) return kvNotSupported;
-  const int status = StepInMemory(string, op);
-  if (status != kvOk) return status;
-  // Without a buffer length the present block is all the room there is.
-  const unsigned room = length != 0 ? length : StringSizeGet(value, 0, format, 1);
-  if (StoredStringSize(string) > room) return kvOverflow;
-  StringStore(value, &string, format, 1);
-  return kvOk;
-}
-
-int NeverNullString(void* /*value*/) {
-  return 0;
-}
-
-int CannotStepString(void* /*value*/, unsigned /*length*/, unsigned char /*format*/,
-                     unsigned char /*op*/) {
-  return kvNotSupported;
-}
-
 namespace {
 
 // An index probe compares single strings; those take no detour through a run. Everything out of the
@@ -233,11 +169,69 @@ namespace {
 
 }  // namespace
 
-int CompareOldStrings(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                      void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return CompareAnyStrings(format, length1, value1, length2, value2, cmpOp, count, result,
-                           StringRowFlag::kOld);
+// What both rows have.
+struct StringTexts {
+  struct Codec {
+    using Value = KvString;
+  };
+  static constexpr KvLoadFunc Load = StringLoad;
+  static constexpr KvNullSizeFunc NullSize = StringNullSize;
+  static KvString Default() { return {}; }
+  static constexpr KvPrintFunc Print = PrintString;
+  static constexpr KvScanFunc Scan = ScanString;
+  static void ToText(KvString& text, const KvString& value) { text = value; }
+  static void FromText(KvString& value, const KvString& text) { value = text; }
+};
+
+struct StringRow : StringTexts {
+  static constexpr KvStoreFunc Store = StringStore;
+  static constexpr KvSizeFunc Size = StringSizeGet;
+  static constexpr KvMemFileSizeFunc MemFileSize = StringMemFileSize;
+  static constexpr KvCompareFunc Compare = StringCompare;
+  static constexpr KvEvalFunc Evaluate = EvalAndBoundStrings;
+  static unsigned Hash(unsigned char format, unsigned length, void* values, unsigned count,
+                       int& result) {
+    return HashAnyStrings(format, length, values, count, result, StringRowFlag::kCurrent);
+  }
+  static bool IsNull(const KvString& string) { return string.IsNullValue() != 0; }
+  static int SetNull(KvString& string) { return string.SetNullValue(); }
+  static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
+};
+
+struct OldStringRow : StringTexts {
+  static constexpr KvStoreFunc Store = OldStringStore;
+  static constexpr KvSizeFunc Size = OldStringSize;
+  static constexpr KvMemFileSizeFunc MemFileSize = OldStringMemFileSize;
+  static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                     void* value2, unsigned short cmpOp, unsigned count, int& result) {
+    return CompareAnyStrings(format, length1, value1, length2, value2, cmpOp, count, result,
+                             StringRowFlag::kOld);
+  }
+  static constexpr KvEvalFunc Evaluate = EvalAndBoundOldStrings;
+  static unsigned Hash(unsigned char format, unsigned length, void* values, unsigned count,
+                       int& result) {
+    return HashAnyStrings(format, length, values, count, result, StringRowFlag::kOld);
+  }
+};
+
+// A stored string is stepped in its own byte order and stored back where it fits.
+int StringRow::Step(void* value, unsigned length, unsigned char format, unsigned char op) {
+  // By the whole byte, as KvTypeMgr::GetValue tells the forms of every other row.
+  if (format == kMemory.byte) return StepInMemory(*static_cast<KvString*>(value), op);
+  if (static_cast<StepOp>(op) == StepOp::kKeep) return kvOk;
+  KvString string;
+  if (StringLoad(&string, value, format, 1) == 0) return kvNotSupported;
+  const int status = StepInMemory(string, op);
+  if (status != kvOk) return status;
+  // Without a buffer length the present block is all the room there is.
+  const unsigned room = length != 0 ? length : StringSizeGet(value, 0, format, 1);
+  if (StoredStringSize(string) > room) return kvOverflow;
+  StringStore(value, &string, format, 1);
+  return kvOk;
 }
+
+template struct RowHandlers<StringRow>;
+template struct RowHandlers<OldStringRow>;
 
 }  // namespace kv
 

@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kvbase/codec.h"
 #include "kvstorage.h"
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/operations/storage.h"
 #include "kvtypevl/rows/stored_string_run.h"
 
 namespace kv {
@@ -95,24 +95,6 @@ bool PeekLength(MemFile& file, Format format, unsigned& length) {
   return true;
 }
 
-// The two string rows translate alike but for the store function. Values in memory are assigned:
-// their bytes are not theirs to copy.
-unsigned Translate(KvStoreFunc store, void* destination, unsigned char destinationFormat,
-                   unsigned destinationLength, const void* source, unsigned char sourceFormat,
-                   unsigned sourceLength, unsigned count) {
-  const bool fromMemory = Format{sourceFormat}.HasMemoryBit();
-  if (Format{destinationFormat}.HasMemoryBit()) {
-    if (!fromMemory) return StringLoad(destination, source, sourceFormat, count);
-    const auto* from = static_cast<const KvString*>(source);
-    std::copy_n(from, count, static_cast<KvString*>(destination));
-    return static_cast<unsigned>(count * sizeof(KvString));
-  }
-  if (fromMemory) {
-    return store(destination, source, static_cast<unsigned char>(destinationFormat & 0x0F), count);
-  }
-  return CopyStored(destination, destinationLength, source, sourceLength, count);
-}
-
 }  // namespace
 
 unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
@@ -161,13 +143,6 @@ unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count) 
   return total;
 }
 
-unsigned StringTranslate(void* destination, unsigned char destinationFormat,
-                         unsigned destinationLength, const void* source, unsigned char sourceFormat,
-                         unsigned sourceLength, unsigned count) {
-  return Translate(StringStore, destination, destinationFormat, destinationLength, source,
-                   sourceFormat, sourceLength, count);
-}
-
 unsigned OldStringStore(void* destination, const void* source, unsigned char format,
                         unsigned count) {
   if (count == 0) return 0;
@@ -201,13 +176,6 @@ unsigned OldStringSize(const void* stored, unsigned char /*extra*/, unsigned cha
 
 unsigned OldStringMemFileSize(MemFile* file, unsigned char format, unsigned count) {
   return StringMemFileSize(file, format, std::min(count, 1u));
-}
-
-unsigned OldStringTranslate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count) {
-  return Translate(OldStringStore, destination, destinationFormat, destinationLength, source,
-                   sourceFormat, sourceLength, count);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -20,9 +20,6 @@ unsigned StoredStringSize(const KvString& string);
 
 unsigned StringNullSize(unsigned count);
 unsigned StringMemFileSize(MemFile* file, unsigned char format, unsigned count);
-unsigned StringTranslate(void* destination, unsigned char destinationFormat,
-                         unsigned destinationLength, const void* source, unsigned char sourceFormat,
-                         unsigned sourceLength, unsigned count);
 
 // The old catalogue's: one block for the whole run. A total length beyond 16 bits is kept modulo
 // 65,536, as it always was; such a run cannot be loaded again.
@@ -31,9 +28,6 @@ unsigned OldStringStore(void* destination, const void* source, unsigned char for
 unsigned OldStringSize(const void* stored, unsigned char extra, unsigned char format,
                        unsigned count);
 unsigned OldStringMemFileSize(MemFile* file, unsigned char format, unsigned count);
-unsigned OldStringTranslate(void* destination, unsigned char destinationFormat,
-                            unsigned destinationLength, const void* source,
-                            unsigned char sourceFormat, unsigned sourceLength, unsigned count);
 
 // Stored bytes of a trusted run in either form.
 unsigned StoredRunSize(const void* stored, Format format, unsigned count);

@@ -20,7 +20,8 @@
 
 #include "kvorder.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/rows/string_row.h"
+#include "kvtypemgr.h"
+#include "kvtypevl/rows/string_text.h"
 
 namespace kv {
 namespace {

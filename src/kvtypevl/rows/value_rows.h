@@ -95,16 +95,14 @@ struct SealRow {
 };
 
 constexpr KvTypeDescriptor Int64Slots() {
-  KvTypeDescriptor slots = RowHandlers<Int64Row>::Slots(Nulls::kNo);
-  slots.compare = Int64Compare;
+  KvTypeDescriptor slots = RowHandlers<Int64Row>::Slots(Nulls::kNo, Int64Compare);
   slots.print = PrintInt64;
   slots.scan = ScanInt64;
   return slots;
 }
 
 constexpr KvTypeDescriptor BooleanSlots() {
-  KvTypeDescriptor slots = RowHandlers<BooleanRow>::Slots(Nulls::kYes);
-  slots.compare = BooleanCompare;
+  KvTypeDescriptor slots = RowHandlers<BooleanRow>::Slots(Nulls::kYes, BooleanCompare);
   slots.print = PrintBoolean;
   slots.scan = ScanBoolean;
   return slots;
