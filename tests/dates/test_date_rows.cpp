@@ -213,7 +213,31 @@ TEST_CASE("steps: a day, a second, a nanosecond; what has no successor says so")
   CHECK(Stepped(D_DATE_T, d_Date(32767, 12, 31)) == "2091");
   CHECK(Stepped(D_DATE_T, d_Date(2000, 0, 1)) == "-2999");
   CHECK(Stepped(D_TIME_T, d_Time(3, 59, 59.0f, -5, 0)) == "0000-00-00T04:00:00");
-  CHECK(Stepped(D_TIME_T, d_Time(23, 59, 59.0f, -5, 0)) == "2091");
+  // West of Greenwich the first hours of the day are the last bytes.
+  CHECK(Stepped(D_TIME_T, d_Time(23, 59, 59.0f, -5, 0)) == "0000-00-00T00:00:00");
+  CHECK(Stepped(D_TIME_T, d_Time(4, 59, 59.0f, -5, 0)) == "2091");
+  CHECK(Stepped(D_TIME_T, d_Time(23, 59, 59.0f, 5, 0)) == "2091");
+  CHECK(Stepped(D_TIME_T, d_Time(5, 29, 59.0f, -5, -30)) == "0000-00-00T06:30:00");
+  for (const short zone : std::initializer_list<short>{0, 5, -5, -11, 14}) {
+    for (const short minutes : std::initializer_list<short>{0, 30, -30}) {
+      CAPTURE(zone);
+      CAPTURE(minutes);
+      // From the first byte on every minute of the day comes once, each behind the one before.
+      d_Timestamp at(2000, 2, 29, 0, 0, 59.0f);
+      at.time = d_Time(0, 0, 59.0f, zone, minutes);
+      at.time.hour = static_cast<unsigned char>(std::max<short>(zone, 0));
+      at.time.minute = static_cast<unsigned char>(std::max<short>(minutes, 0));
+      int steps = 0;
+      for (d_Timestamp before = at; at.date == d_Date(2000, 2, 29) && steps < 2000; ++steps) {
+        REQUIRE(Types().GetValue(D_TIMESTAMP_T, &at, 0, 8, 'M') == kvOk);
+        CHECK(OrderInMemory(D_TIMESTAMP_T, before, at) == -1);
+        CHECK(at.time.second == 0);
+        before = at;
+        at.time.second = 59;
+      }
+      CHECK(steps == 1440);
+    }
+  }
   CHECK(Stepped(D_TIMESTAMP_T, d_Timestamp(2000, 2, 29, 23, 59, 59.5f)) ==
         "2000-03-01T00:00:00.500");
   KvTimeSpan span(-0.000000001), longest;

@@ -159,18 +159,29 @@ int StepSecond(KvTime& time) {
 int StepSecond(d_Time& time) {
   const Clock clock = ClockOf(time);
   if (clock.hour < 0 || clock.minute < 0 || time.second > 59) return kvNotSupported;
-  KvTime plain(static_cast<char>(clock.hour), static_cast<char>(clock.minute),
-               static_cast<char>(time.second));
-  const int status = StepSecond(plain);
-  if (status != kvOk) return status;
-  SetClock(time, {plain.hour, plain.minute});
-  time.second = static_cast<unsigned char>(plain.second);
+  if (time.second < 59) return ++time.second, kvOk;
+  // The clock goes in the order of its bytes: a zone west of Greenwich makes the first hours of the
+  // day negative, which as bytes come last.
+  const auto first = [](unsigned char zone, int base) {
+    return Modulo(std::max(-SignedByte(zone), 0), base);
+  };
+  const int firstHour = first(time.tzHour, 24);
+  const int firstMinute = first(time.tzMinute, 60);
+  Clock next{clock.hour, (clock.minute + 1) % 60};
+  if (next.minute == firstMinute) next.hour = (next.hour + 1) % 24;
+  if (next.minute == firstMinute && next.hour == firstHour) return kvOverflow;
+  d_Time later = time;
+  SetClock(later, next);
+  later.second = 0;
+  // Hours that no clock has may stand anywhere.
+  if (OrderOdmg(later, time, kStrictOrder) <= 0) return kvNotSupported;
+  time = later;
   return kvOk;
 }
 
 // The next second of a date and a time: behind the last of a day comes the first of the next.
 template <class Date, class Time>
-int StepSecond(Date& date, Time& time, const Time& midnight) {
+int StepSecond(Date& date, Time& time, const Time& firstOfDay) {
   Date sameDay = date;
   const int dayStatus = StepDay(sameDay);
   if (dayStatus == kvNotSupported) return kvNotSupported;
@@ -178,7 +189,7 @@ int StepSecond(Date& date, Time& time, const Time& midnight) {
   if (status != kvOverflow) return status;
   if (dayStatus != kvOk) return dayStatus;
   date = sameDay;
-  time = midnight;
+  time = firstOfDay;
   return kvOk;
 }
 
@@ -345,11 +356,11 @@ struct OdmgTimestampRow : DateTimeTextRow<d_Timestamp> {
     return OdmgDateRow::Position(value.date) * kSecondsOfDay + OdmgTimeRow::Seconds(value.time);
   }
   static int Successor(d_Timestamp& value) {
-    const d_Time& time = value.time;
-    d_Time midnight(0, 0, 0.0f, static_cast<signed char>(time.tzHour),
-                    static_cast<signed char>(time.tzMinute));
-    midnight.hundredth = time.hundredth;
-    return StepSecond(value.date, value.time, midnight);
+    d_Time first = value.time;
+    first.hour = static_cast<unsigned char>(std::max(SignedByte(first.tzHour), 0));
+    first.minute = static_cast<unsigned char>(std::max(SignedByte(first.tzMinute), 0));
+    first.second = 0;
+    return StepSecond(value.date, value.time, first);
   }
   static d_Timestamp Smallest() {
     return d_Timestamp(OdmgDateRow::Smallest(), OdmgTimeRow::Smallest());
