@@ -294,7 +294,10 @@ class KV_EXPORT KvTypeMgr {
   // Past the end: kvOverflow, the value unchanged. `length` is the buffer's bytes.
   // Format 8 is memory, every other byte (0x88, too) is stored form.
   // A stored value is loaded, stepped and stored back with its format reduced to 0x80 and 0x01,
-  // so a *reversed* value is stepped as if it were in memory order: translate it first.
+  // so a *reversed* value is stepped as if it were in memory order: translate it first. A stored
+  // text grows by its successor: kvOverflow where `length` has no room for that, as a length of 0
+  // has not. Blobs have no successor, and a KvIString, KvCaseIString or KvBlob that does not lie
+  // within `length` gives kvNotSupported.
   int GetValue(char id, void* value, unsigned length, unsigned char format, unsigned char op) const;
 
   // Stores a point in time (a KvTimeStamp) as KvDate, KvTime, KvDateTime, KvDateTimeN, d_Date,

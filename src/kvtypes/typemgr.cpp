@@ -4,6 +4,7 @@
 
 #include "kvtypemgr.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -91,6 +92,31 @@ constinit NullPrintString nullPrintString;
 
 constexpr char kArraySeparator[] = ",";
 constexpr char kZeroText[] = "0";
+
+// Steps a stored value of a variable row, which must lie within `length` bytes (0: it is trusted
+// and has no room). The value that comes out is at most so many bytes longer.
+int StepVariable(const KvTypeDescriptor& row, void* value, unsigned length, unsigned char format,
+                 unsigned char op) {
+  constexpr unsigned kWidestLengthField = 4;
+  constexpr unsigned kLonger = 16;
+  if (length != 0 && length < kWidestLengthField) return kvNotSupported;
+  const unsigned size = row.size(value, 0, format, 1);
+  if (length != 0 && size > length) return kvNotSupported;
+  void* temporary = row.create(1);
+  if (temporary == nullptr) return kvNotSupported;
+  int status = kvNotSupported;
+  if (row.load(temporary, value, format, 1) != 0) status = row.step(temporary, 0, 8, op);
+  if (status == kvOk && op != 'O') {
+    auto* stored = static_cast<unsigned char*>(std::malloc(std::size_t{size} + kLonger));
+    if (stored == nullptr) KvCallMemoryHandler(size + kLonger);
+    const unsigned written = stored == nullptr ? 0 : row.store(stored, temporary, format, 1);
+    status = written == 0 ? kvNotSupported : written > length ? kvOverflow : kvOk;
+    if (status == kvOk) std::memcpy(value, stored, written);
+    std::free(stored);
+  }
+  row.destroy(temporary, 1);
+  return status;
+}
 
 }  // namespace
 
@@ -376,14 +402,13 @@ int KvTypeMgr::GetValue(char id, void* value, unsigned length, unsigned char for
   const KvTypeDescriptor& row = Row(id);
   // The string row steps both forms itself.
   if (format == 8 || id == KvSTRING_T) return row.step(value, length, format, op);
-  // A stepped value of a variable row might not fit where the old one stood.
-  if (IsFixedRow(row) == 0) return kvNotSupported;
-
-  void* temporary = row.create(1);
-  if (temporary == nullptr) return kvNotSupported;
   // Only these two bits survive, so the byte order is lost: a reversed value is stepped as if it
   // were not. Callers translate reversed values first.
   const auto reduced = static_cast<unsigned char>(format & 0x81);
+  if (IsFixedRow(row) == 0) return StepVariable(row, value, length, reduced, op);
+
+  void* temporary = row.create(1);
+  if (temporary == nullptr) return kvNotSupported;
   int status = kvNotSupported;
   if (row.load(temporary, value, reduced, 1) != 0) {
     status = row.step(temporary, 0, 8, op);

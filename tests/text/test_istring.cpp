@@ -3,8 +3,10 @@
 #include <doctest/doctest.h>
 
 #include <cstring>
+#include <memory>
 #include <sstream>
 
+#include "kvblob.h"
 #include "kvcompare.h"
 #include "kvistring.h"
 #include "text/random.h"
@@ -411,6 +413,35 @@ TEST_CASE("rows: text, hash, step and bounds") {
   CHECK(Types().GetValue(KvCASEISTRING_T, &next, 0, 8, 'M') == 0);
   CHECK(value < next);
   CHECK(next < KvCaseIString("Z\xEB "));
+
+  // Stored: in place where there is room, and only what lies in the buffer.
+  KvBlob blob("xy", 2);
+  for (const char id : {KvISTRING_T, KvCASEISTRING_T, KvBLOB_T}) {
+    CAPTURE(int{id});
+    KvIString shortText("ab");
+    void* from = id == KvBLOB_T ? static_cast<void*>(&blob) : &shortText;
+    unsigned char buffer[32];
+    const unsigned size = Types().Store(id, buffer, from, 0, 1);
+    const int noRoom = id == KvBLOB_T ? kvNotSupported : kvOverflow;
+    CHECK(Types().GetValue(id, buffer, 0, 0, 'O') == kvOk);
+    CHECK(Types().GetValue(id, buffer, size, 0, 'O') == kvOk);
+    CHECK(Types().GetValue(id, buffer, 0, 0, 'M') == noRoom);
+    CHECK(Types().GetValue(id, buffer, size, 0, 'N') == noRoom);
+    for (unsigned length = 1; length < size; ++length) {
+      std::unique_ptr<unsigned char[]> cut(new unsigned char[length]);
+      std::memcpy(cut.get(), buffer, length);
+      CHECK(Types().GetValue(id, cut.get(), length, 0, 'O') == kvNotSupported);
+    }
+    unsigned char reversed[32];
+    Types().Store(id, reversed, from, 2, 1);
+    CHECK(Types().GetValue(id, reversed, size, 2, 'O') == kvNotSupported);
+    const int stepped = id == KvBLOB_T ? kvNotSupported : kvOk;
+    CHECK(Types().GetValue(id, buffer, size + 1, 0, 'M') == stepped);
+    if (stepped != kvOk) continue;
+    CHECK(Types().DiskLenGet(id, buffer, 0, 1, 0) == size + 1);
+    CHECK(Types().Load(id, &shortText, buffer, 0, 1) == size + 1);
+    CHECK(std::string(shortText.StrGet()) == "ab\x01");
+  }
 
   unsigned char lower[16], upper[16], constant[16];
   const auto store = [](unsigned char* at, const char* characters) {
