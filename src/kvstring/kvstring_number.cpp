@@ -11,6 +11,7 @@
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/float_text.h"
+#include "kvtext/number_text.h"
 
 namespace kv {
 namespace {
@@ -75,6 +76,16 @@ bool BeginsANumber(const KvString& text) {
 }
 
 }  // namespace
+
+unsigned long long ReadUnsigned(const KvString& text, unsigned bits) {
+  const NarrowText narrow(text);
+  const bool wide = KvIsWideCodeSet(text.GetCodeSet());
+  const char* begin = SkipBlanks(narrow.Get());
+  const IntegerText number =
+      ReadInteger(begin, begin + std::strlen(begin), wide ? kDecimal : ConversionRadix());
+  return number.end != nullptr ? SaturateUnsigned(number, bits) : 0;
+}
+
 }  // namespace kv
 
 KvString::operator int() const {

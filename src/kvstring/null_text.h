@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <utility>
 
 #include "kvstring.h"
 #include "kvstring/narrow_text.h"
@@ -9,8 +10,13 @@
 
 namespace kv {
 
+// As every printed text, in the default 8-bit code set and the default language.
 inline KvString& PrintNull(KvString& out) {
-  return out = KvTypeMgr::GetNullPrintString();
+  const KvString& null = KvTypeMgr::GetNullPrintString();
+  KvString text(KvLanguageContext::GetDefault8CodeSet(), KvLanguageContext::GetDefaultLanguage());
+  text << null;
+  if (text.Len() == null.Len()) out = std::move(text);
+  return out;
 }
 
 [[gnu::noinline]] inline bool BeginsWith(const char* text, const KvString& beginning) {

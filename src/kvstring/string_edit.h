@@ -112,6 +112,10 @@ class StringAccess {
   static bool PutUnits(KvString& target, const void* units, unsigned bytes);
 };
 
+// A whole number as KvString's own conversions read it (radix by prefix, 16-bit text and option bit
+// 0 decimal), but over the unsigned range of `bits` bits; a minus sign wraps.
+unsigned long long ReadUnsigned(const KvString& text, unsigned bits);
+
 // A string as comparing and hashing take it, bounded by its buffer: reading in blocks is safe.
 inline Text TextOf(const KvString& string) {
   const unsigned units = string.GetBufferSize() / UnitWidth(string.GetCodeSet());

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "kvdate.h"
+#include "kv.h"
 #include "kvistring.h"
 #include "text/random.h"
 #include "text/rows.h"
@@ -83,11 +83,48 @@ TEST_CASE("the texts themselves") {
   CHECK(Texts<KvDate>(KvDATE_T, {KvDate(short{2024}, char{2}, char{29})}).size() > 8);
 }
 
+TEST_CASE("texts are in the default code set, and come back from it") {
+  KvLanguageContext::SetDefaultCodeSet(kvCodeSetUnicode);
+  for (char id = 0; id < 46; ++id) {
+    CAPTURE(int{id});
+    void* values = Types().DefaultValue(id, 1, 0);
+    const std::unique_ptr<KvTypeConvertData> record(Types().ConvertTo(id, values, 1));
+    CHECK(record->GetString(0)->GetCodeSet() == kvCodeSetUnicode);
+    Types().Delete(id, values, 1);
+  }
+  const o_u2b word = 65;
+  const std::unique_ptr<KvTypeConvertData> record(
+      Types().ConvertTo(KvU2B_T, const_cast<o_u2b*>(&word), 1));
+  CHECK(record->GetString(0)->Len() == 2);
+  void* back = Types().ConvertFrom(KvU2B_T, record.get(), 1);
+  CHECK(*static_cast<o_u2b*>(back) == 65);
+  Types().Delete(KvU2B_T, back, 1);
+  KvLanguageContext::SetDefaultCodeSet(kvCodeSetLatin1);
+}
+
 TEST_CASE("reading back: prefixes, rubbish, missing and null texts") {
   KvString null;
   null.SetNullValue();
   CHECK((Values<o_4b>(Kv4B_T, {"0x1F", "017", "x", " +5", null}, 6) ==
          std::vector<o_4b>{31, 15, 0, 5, 0, 0}));
+  // Unsigned rows read as their signed kin do; 16-bit text and the option are decimal.
+  const unsigned short wideHex[] = {'0', 'x', '1', 'F', 0}, wideOctal[] = {'0', '1', '7', 0};
+  const auto reads = [&]<class Value>(char type, Value) {
+    CAPTURE(int{type});
+    const std::vector<KvString> texts = {"0x1F", "017", " +5", "-1", "x", wideHex, wideOctal};
+    CHECK((Values<Value>(type, texts, 7) ==
+           std::vector<Value>{31, 15, 5, static_cast<Value>(-1), 0, 0, 17}));
+    ___KvTypeMgrOptions() = 1;
+    CHECK((Values<Value>(type, texts, 3) == std::vector<Value>{0, 17, 5}));
+    ___KvTypeMgrOptions() = 0;
+  };
+  reads(KvU2B_T, o_u2b{});
+  reads(KvU4B_T, o_u4b{});
+  reads(KvUNSIGNED_T, 0u);
+  reads(KvBLOCKID_T, o_u4b{});
+  reads(KvU8B_T, o_u8b{});
+  reads(Kv2B_T, o_2b{});
+  CHECK(Values<KvNull_ulong>(KvNULL_U4B_T, {"0x1F"}, 1)[0].value == 31);
   CHECK((Values<o_u8b>(KvU8B_T, {"18446744073709551615", "-1", ""}, 4) ==
          std::vector<o_u8b>{~0ULL, ~0ULL, 0, 0}));
   CHECK((Values<o_char>(Kv1B_T, {"hello", null}, 3) == std::vector<o_char>{'h', 0, 0}));

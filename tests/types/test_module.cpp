@@ -105,6 +105,20 @@ TEST_CASE("the null print string is the process's") {
   KvString list;
   CHECK(std::strcmp(types.PrintToKvString(KvNULL_INT_T, list, values, nullptr, 3).StrGet(),
                     "1,,3") == 0);
+  // Whatever its code set, a null prints in the default 8-bit one.
+  const unsigned short wide[] = {'n', 0xE9, 0};
+  KvTypeMgr::SetNullPrintString(KvString(wide));
+  for (char id = 0; id < 46; ++id) {
+    if (types.SupportsNullValue(id) == 0) continue;
+    CAPTURE(int{id});
+    void* value = types.Create(id, 1);
+    types.SetNullValue(id, value);
+    types.PrintToKvString(id, list, value, nullptr, 1);
+    CHECK(std::strcmp(list.StrGet(), "n\xE9") == 0);
+    CHECK(list.GetCodeSet() == 1);
+    CHECK(list.GetLanguage() == kvLanguageEnglish);
+    types.Delete(id, value, 1);
+  }
   KvTypeMgr::SetNullPrintString(KvString("{NULL}"));
   CHECK(std::strcmp(text.StrGet(), "{NULL}") == 0);
 }

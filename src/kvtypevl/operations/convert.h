@@ -4,7 +4,10 @@
 // functions with its default format, kFormat.
 #pragma once
 
+#include <type_traits>
+#include <utility>
 #include "kvbase/lifetime.h"
+
 #include "kvstring.h"
 #include "kvtypemgr.h"
 
@@ -29,13 +32,30 @@ void TextToValue(Value& value, KvString& text) {
   }
 }
 
+// A text as appending it to an empty KvString gives it: in the default code set. Values that are
+// strings keep theirs where the default is an 8-bit one, which may not have their characters.
+template <class Value>
+void ToDefaultCodeSet(KvString& text) {
+  constexpr bool kIsString = std::is_same_v<Value, KvString>;
+  const unsigned char codeSet = KvLanguageContext::GetDefaultCodeSet();
+  if (text.GetCodeSet() == codeSet || (kIsString && !KvIsWideCodeSet(codeSet))) return;
+  KvString converted(codeSet, text.GetLanguage());
+  converted << text;
+  if (converted.Len() == text.Len()) text = std::move(converted);
+}
+
 // A record of `count` texts that nobody owns yet; null when memory is short.
 template <class Row>
 KvTypeConvertData* ConvertRunToText(const void* values, unsigned count) {
   auto* texts = static_cast<KvString*>(CreateRun<KvString>(count));
   if (texts == nullptr) return nullptr;
   const auto* run = static_cast<const typename Row::Codec::Value*>(values);
-  for (unsigned i = 0; i < count; ++i) ValueToText<Row>(texts[i], run[i]);
+  for (unsigned i = 0; i < count; ++i) {
+    KvString text(KvLanguageContext::GetDefault8CodeSet(), KvLanguageContext::GetDefaultLanguage());
+    ValueToText<Row>(text, run[i]);
+    ToDefaultCodeSet<typename Row::Codec::Value>(text);
+    texts[i] = std::move(text);
+  }
   KvTypeConvertData* record = KvTypeConvertData::Make(KvSTRING_T, count, texts, nullptr);
   if (record == nullptr) DeleteRun<KvString>(texts, count);
   return record;

@@ -4,6 +4,8 @@
 
 #include "kvcompare.h"
 #include "kvstring.h"
+#include "kvstring/narrow_text.h"
+#include "kvstring/string_edit.h"
 #include "kvtypevl/operations/bounds.h"
 #include "kvtypevl/operations/compare.h"
 #include "kvtypevl/operations/hash.h"
@@ -91,14 +93,12 @@ struct SignedRow : IntegerRow<T, storage, text> {
   static void FromText(T& value, const KvString& input) { value = static_cast<T>(input); }
 };
 
-// A whole number whose largest values are beyond those conversions and read by its scan function.
+// The same over the unsigned range, which is beyond those conversions.
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct UnsignedRow : IntegerRow<T, storage, text> {
-  static constexpr const char* kFormat = sizeof(T) == 2 ? "%hu" : sizeof(T) == 8 ? "%I64u" : "%u";
   static void ToText(KvString& out, T value) { out = KvString(static_cast<o_u8b>(value)); }
-  static void FromText(T& value, KvString& input) {
-    value = 0;
-    text.scan(&value, input, kFormat, 1);
+  static void FromText(T& value, const KvString& input) {
+    value = static_cast<T>(ReadUnsigned(input, sizeof(T) == 8 ? 64 : 32));
   }
 };
 
@@ -107,7 +107,7 @@ template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct CharacterRow : IntegerRow<T, storage, text> {
   static void ToText(KvString& out, T value) { out = KvString(static_cast<char>(value)); }
   static void FromText(T& value, const KvString& input) {
-    value = static_cast<T>(input.StrGet()[0]);
+    value = static_cast<T>(*NarrowText(input).Get());
   }
 };
 

@@ -19,6 +19,7 @@
 #include <cstdlib>
 
 #include "kvorder.h"
+#include "kvstring/null_text.h"
 #include "kvstring/string_edit.h"
 #include "kvtypemgr.h"
 #include "kvtypevl/rows/string_text.h"
@@ -180,7 +181,7 @@ void PrintOrders(KvString& out, const KvString& value, const char* format) {
 KvString& PrintString(KvString& out, void* values, const char* format, unsigned /*count*/) {
   const auto& value = *static_cast<const KvString*>(values);
   if (value.IsNullValue()) {
-    out = KvTypeMgr::GetNullPrintString();
+    PrintNull(out);
   } else if (value.GetCodeSet() == kOrderCodeSet && !value.IsEmpty()) {
     PrintOrders(out, KvString(value), format);
   } else if (IsDefaultFormat(format)) {
