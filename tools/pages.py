@@ -94,8 +94,7 @@ def arrow(x1, y1, x2, y2):
 def value_picture(kvtm):
     value = "2024-02-29"
     little, big = (ask(kvtm, "store", "KvDate", "--order", order, value) for order in ("0", "2"))
-    header = (ROOT / "kvcore" / "inc" / "kvsortkey.h").read_text(encoding="utf-8")
-    key = re.search(r"KvSortKey\(\{.type = KvDATE_T\}.*kvOk, ([0-9A-F]+)", header)[1].lower()
+    key = ask(kvtm, "key", "KvDate", value)
     spaced = [" ".join(re.findall("..", text)) for text in (little, big, key)]
     content = ('<defs><marker id="head" viewBox="0 0 8 8" refX="7" refY="4" markerWidth="8" '
                'markerHeight="8" orient="auto"><path class="line" d="M0 0 L7 4 L0 8"/></marker>'

@@ -9,7 +9,8 @@ from pathlib import Path
 
 from program import KVTM, kvtm
 
-PROGRAMS = [KVTM]
+PROGRAMS = [program for program in (KVTM, str(Path(KVTM).with_name("kvindex")))
+            if Path(program).exists()]
 
 
 def output(*command, **options):
