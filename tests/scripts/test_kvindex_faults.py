@@ -1,0 +1,225 @@
+"""What kvindex and its stores hold when processes, members, shards and disks fail in mid-work."""
+import os
+import re
+import resource
+import subprocess
+import time
+import unittest
+
+from kvindex_program import BUILD, PROGRAM, KvIndexTest, cluster, kvindex, needs_kvindex
+
+RUNNING = None
+SCHEMA = ("--schema", "id:o_u4b,day:KvDate,what:KvIString", "--key", "id", "--index", "day")
+
+
+def setUpModule():
+    global RUNNING
+    if os.path.exists(PROGRAM):
+        RUNNING = cluster.Running(["etcd", "postgresql"], os.path.join(BUILD, "cluster"))
+
+
+def tearDownModule():
+    if RUNNING is not None:
+        RUNNING.end()
+
+
+def lines(count, what="x"):
+    return "".join(f"{id},{2000 + id % 30}-{1 + id % 12:02}-{1 + id % 28:02},{what}{id}\n"
+                   for id in range(count))
+
+
+class Load:
+    """A load that runs beside the test; knows how many lines it has acknowledged."""
+
+    def __init__(self, url, file, *options, limit=None):
+        def limited():
+            if limit is not None:
+                resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+        self.process = subprocess.Popen([PROGRAM, "load", url, file, "--progress", *options],
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                        preexec_fn=limited)
+        self.acknowledged = 0
+        self.errors = ""
+
+    def until(self, count):
+        """Reads until that many lines are acknowledged; false when the load ended before."""
+        while self.acknowledged < count:
+            line = self.process.stderr.readline()
+            if not line:
+                return False
+            self.take(line)
+        return True
+
+    def take(self, line):
+        found = re.match(r"kvindex: load: (\d+) lines", line)
+        if found:
+            self.acknowledged = int(found[1])
+        else:
+            self.errors += line
+
+    def end(self):
+        """(exit status, output, errors without the progress)"""
+        for line in self.process.stderr:
+            self.take(line)
+        output = self.process.stdout.read()
+        self.process.stdout.close()
+        self.process.stderr.close()
+        return self.process.wait(), output, self.errors
+
+    def kill(self):
+        self.process.kill()
+        self.end()
+
+
+@needs_kvindex
+class Faults(KvIndexTest):
+    def server(self, name):
+        if name not in RUNNING.clusters or "not built" in kvindex(
+                "info", RUNNING.clusters[name].url)[2]:
+            self.skipTest(f"{name} is not to be had here")
+        return RUNNING.clusters[name]
+
+    def table(self, url):
+        """A new table in an empty store."""
+        if url.startswith("etcd:"):
+            url += "/" + self.id().split(".")[-1]
+        if url.startswith("postgresql:"):
+            server = RUNNING.clusters["postgresql"]
+            database = "one" if "dbname=one" in url else "postgres"
+            server.run("psql", "-X", "-q", "-d", server.conninfo(0, database), "-c",
+                       "DO $$ BEGIN DELETE FROM kv_store; EXCEPTION WHEN undefined_table THEN END $$")
+        self.good("create", url, *SCHEMA)
+        return url
+
+    def check(self, url, least, most=None, repair=False):
+        """The table is sound and holds that many records."""
+        output = self.good("verify", url, *(["--repair"] if repair else []))
+        records, entries, faults = map(int, re.match(r"(\d+) records, (\d+) entries, (\d+)",
+                                                     output).groups())
+        self.assertGreaterEqual(records, least)
+        self.assertLessEqual(records, least if most is None else most)
+        if repair:
+            output = self.good("verify", url)
+        self.assertEqual(output, f"{records} records, {records} entries, 0 faults\n")
+        return records
+
+    def kill_in_a_load(self, url, count):
+        url = self.table(url)
+        file = self.write("load.csv", lines(count))
+        load = Load(url, file)
+        self.assertTrue(load.until(1), load.errors)
+        load.kill()
+        self.assertLess(load.acknowledged, count)
+        # Where batches are not atomic a crash may leave entries, which the repair sweeps.
+        spread = "not atomic" in self.good("info", url)
+        kept = self.check(url, load.acknowledged, count, repair=spread)
+        status, output, errors = Load(url, file).end()
+        self.assertEqual((status, output), (0, f"{count} records\n" if kept < count and not spread
+                                            else output), errors)
+        self.assertIn("going on there", errors)
+        self.check(url, count)
+
+    def test_a_killed_load_keeps_what_it_acknowledged_and_goes_on(self):
+        for engine in ("lmdb", "rocksdb"):
+            with self.subTest(engine=engine):
+                self.kill_in_a_load(f"{engine}:{self.path(engine)}", 80000)
+        with self.subTest(engine="etcd"):
+            self.kill_in_a_load(self.server("etcd").url, 4000)
+        for url in self.server("postgresql").urls().values():
+            with self.subTest(url=url):
+                self.kill_in_a_load(url, 50000)
+
+    def test_etcd_loses_a_member_and_the_leader_and_no_write(self):
+        etcd = self.server("etcd")
+        url = self.table(etcd.url)
+        load = Load(url, self.write("load.csv", lines(10000)))  # two writes a record
+        self.assertTrue(load.until(1500))
+        follower = (etcd.leader() + 1) % 3
+        etcd.kill_member(follower)
+        self.assertTrue(load.until(4000))
+        etcd.start_member(follower)
+        cluster.wait_until(lambda: etcd.leader() is not None, "etcd")
+        self.assertTrue(load.until(6000))
+        leader = etcd.leader()
+        etcd.kill_member(leader)
+        self.assertTrue(load.until(8000))
+        etcd.start_member(leader)
+        # A batch that went in twice would find its records there already.
+        self.assertEqual(load.end(), (0, "10000 records\n", ""))
+        self.check(url, 10000)
+
+    def test_etcd_without_a_majority_says_so_in_time(self):
+        etcd = self.server("etcd")
+        url = self.table(etcd.url)
+        file = self.write("load.csv", lines(10000))
+        load = Load(url, file, "--timeout", "3")
+        self.assertTrue(load.until(500))
+        leader = etcd.leader()
+        down = [leader, (leader + 1) % 3]
+        for member in down:
+            etcd.kill_member(member)
+        begin = time.monotonic()
+        status, output, errors = load.end()
+        self.assertLess(time.monotonic() - begin, 10)
+        self.assertEqual((status, output), (1, ""))
+        self.assertRegex(errors, r"\Akvindex: load: etcd:[^\n]*no answer within 3000 ms[^\n]*\n\Z")
+        self.fails(1, "no answer within 2000 ms", "query", url, "id < 5", "--timeout", "2")
+        for member in down:
+            etcd.start_member(member)
+        cluster.wait_until(lambda: etcd.leader() is not None, "etcd")
+        self.check(url, load.acknowledged, 10000)
+        status, output, errors = Load(url, file).end()
+        self.assertEqual(status, 0, errors)
+        self.check(url, 10000)
+
+    def test_a_stopped_shard_is_named_and_work_goes_on_after_it(self):
+        server = self.server("postgresql")
+        url = self.table(server.url)
+        file = self.write("load.csv", lines(60000))
+        for shard in (1, 2):
+            load = Load(url, file, "--timeout", "2")
+            self.assertTrue(load.until(1), load.errors)
+            server.stop_server(shard)
+            try:
+                status, output, errors = load.end()
+                self.assertEqual((status, output), (1, ""), errors)
+                self.assertIn(f'"shard{shard}"', errors.splitlines()[-1])
+                self.fails(1, f'"shard{shard}"', "query", url, "day > 1990-01-01", "--timeout", "1")
+            finally:
+                server.start_server(shard)
+            # What the load wrote last may lack a half; no query shows any of it.
+            self.assertGreaterEqual(int(self.good("query", url, "day > 1990-01-01", "--count")),
+                                    load.acknowledged)
+            self.check(url, load.acknowledged, 60000, repair=True)
+        status, output, errors = Load(url, file).end()
+        self.assertEqual(status, 0, errors)
+        self.check(url, 60000)
+
+    def test_a_full_disk_is_an_error_and_the_store_stays_sound(self):
+        file = self.write("load.csv", lines(60000))
+        for engine, limit in (("lmdb", 3 << 20), ("rocksdb", 1 << 20)):
+            with self.subTest(engine=engine):
+                url = self.table(f"{engine}:{self.path(engine)}")
+                load = Load(url, file, limit=limit)
+                status, output, errors = load.end()
+                self.assertEqual((status, output), (1, ""), errors)
+                self.assertRegex(errors.splitlines()[-1], "too large|No space|full")
+                self.check(url, load.acknowledged, 60000)
+                status, output, errors = Load(url, file).end()
+                self.assertEqual((status, output), (0, "60000 records\n"), errors)
+                self.check(url, 60000)
+
+    def test_two_loads_of_the_same_keys_share_them(self):
+        for url in (self.server("etcd").url, self.server("postgresql").one_url):
+            with self.subTest(url=url):
+                url = self.table(url)
+                loads = [Load(url, self.write(f"{name}.csv", lines(1500, what=name)),
+                              "--timeout", "60") for name in ("a", "b")]
+                ends = [load.end() for load in loads]
+                won = [int(output.split()[0]) for _, output, _ in ends]
+                self.assertEqual(sum(won), 1500, ends)
+                self.check(url, 1500)
+
+
+if __name__ == "__main__":
+    unittest.main()
