@@ -193,13 +193,15 @@ bool KvChar::IsHan() const {
 
 KvChar KvChar::ToLower(KvStringIterator* overflow) const {
   unsigned short mapped[3];
-  const unsigned count = KvLanguageContext::QueryCodeSet(codeSet_)->ToLower(Value(), mapped);
+  const unsigned count =
+      KvLanguageContext::QueryCodeSet(codeSet_)->ToLower(Value(), mapped, language_);
   return kv::WithOverflow(mapped, count, *this, overflow);
 }
 
 KvChar KvChar::ToUpper(KvStringIterator* overflow) const {
   unsigned short mapped[3];
-  const unsigned count = KvLanguageContext::QueryCodeSet(codeSet_)->ToUpper(Value(), mapped);
+  const unsigned count =
+      KvLanguageContext::QueryCodeSet(codeSet_)->ToUpper(Value(), mapped, language_);
   return kv::WithOverflow(mapped, count, *this, overflow);
 }
 

@@ -35,15 +35,28 @@ void PutCopies(KvString& target, unsigned position, const void* unit, unsigned c
                               .repeat = copies});
 }
 
-unsigned MapUnit(const KvCodeSet& codeSet, unsigned short unit, LetterCase to,
-                 unsigned short (&mapped)[3]) {
-  return to == LetterCase::kUpper ? codeSet.ToUpper(unit, mapped) : codeSet.ToLower(unit, mapped);
-}
+// Case mapping of the units of a text.
+struct UnitMapper {
+  explicit UnitMapper(const KvString& text, LetterCase direction)
+      : codeSet(*KvLanguageContext::QueryCodeSet(text.GetCodeSet())),
+        language(text.GetLanguage()),
+        to(direction) {}
+
+  unsigned Map(unsigned short unit, unsigned short (&mapped)[3]) const {
+    return to == LetterCase::kUpper ? codeSet.ToUpper(unit, mapped, language)
+                                    : codeSet.ToLower(unit, mapped, language);
+  }
+  // Whether ASCII maps to ASCII as everywhere.
+  bool IsUsual() const { return !codeSet.HasCaseOf(language); }
+
+  const KvCodeSet& codeSet;
+  unsigned char language;
+  LetterCase to;
+};
 
 // Whether each character gives one character. Looked up before anything is mapped: the way round,
 // through a second block, may run short of memory, and half a mapping is none.
-bool MapsInPlace(const KvString& text, unsigned length, LetterCase to) {
-  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
+bool MapsInPlace(const KvString& text, unsigned length, const UnitMapper& mapper) {
   const bool wide = KvIsWideCodeSet(text.GetCodeSet());
   const unsigned width = UnitWidth(text.GetCodeSet());
   const unsigned char* units = StringAccess::Buffer(text);
@@ -54,26 +67,29 @@ bool MapsInPlace(const KvString& text, unsigned length, LetterCase to) {
     for (; index < blockEnd; ++index) {
       unsigned short mapped[3];
       const unsigned short unit = ReadUnit(units, wide, index);
-      if (unit >= 0x80 && MapUnit(codeSet, unit, to, mapped) != 1) return false;
+      if (unit >= 0x80 && mapper.Map(unit, mapped) != 1) return false;
     }
   }
   return true;
 }
 
 // For a text whose characters each give one.
-void MapCaseInPlace(KvString& text, unsigned length, LetterCase to) {
-  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
+void MapCaseInPlace(KvString& text, unsigned length, const UnitMapper& mapper) {
+  const bool isUsual = mapper.IsUsual();
   const bool wide = KvIsWideCodeSet(text.GetCodeSet());
   const unsigned width = UnitWidth(text.GetCodeSet());
   unsigned char* units = StringAccess::Buffer(text);
   unsigned index = 0;
   while (index < length) {
-    index += MapAsciiCase(units + index * width, (length - index) * width, wide, to) / width;
+    if (isUsual) {
+      const unsigned left = (length - index) * width;
+      index += MapAsciiCase(units + index * width, left, wide, mapper.to) / width;
+    }
     // What stopped the blocks is somewhere in the next one.
     const unsigned blockEnd = std::min(index + kAsciiBlock / width, length);
     for (; index < blockEnd; ++index) {
       unsigned short mapped[3];
-      MapUnit(codeSet, ReadUnit(units, wide, index), to, mapped);
+      mapper.Map(ReadUnit(units, wide, index), mapped);
       WriteUnit(units, wide, index, mapped[0]);
     }
   }
@@ -82,8 +98,9 @@ void MapCaseInPlace(KvString& text, unsigned length, LetterCase to) {
 void MapCase(KvString& text, LetterCase to, KvCharOperation& operation) {
   const unsigned length = text.Len();
   const bool exact = text.GetBufferSize() == (length + 1) * UnitWidth(text.GetCodeSet());
-  if (exact && MapsInPlace(text, length, to)) {
-    MapCaseInPlace(text, length, to);
+  const UnitMapper mapper(text, to);
+  if (exact && MapsInPlace(text, length, mapper)) {
+    MapCaseInPlace(text, length, mapper);
   } else {
     text.Transform(operation);
   }

@@ -169,6 +169,12 @@ class Values(KvtmTest):
         swedish, english = (self.good("order", "ä", "--language", language)
                             for language in ("swedish", "1"))
         self.assertNotEqual(swedish, english)
+        self.assertRegex(self.good("order", "Åch", "--language", "swedish"),
+                         "^Å +0x[0-9a-f]{4} +upper letter Å\nc .*\nh .*\n$")
+        self.assertRegex(self.good("order", "Ch", "--language", "cs"),
+                         "^Ch +0x[0-9a-f]{4} +title letter Ch\n$")
+        self.assertRegex(self.good("order", "ssza", "--language", "hungarian"),
+                         "^ssz .* ssz\n +0x.* sz\na ")
 
     def test_catalogue(self):
         rows = json.loads(self.good("types", "--json"))

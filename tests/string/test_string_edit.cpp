@@ -256,3 +256,26 @@ TEST_CASE("mappings that lengthen the text leave an exact buffer") {
   empty.Transform(doubling);
   CHECK(empty.GetBufferSize() == 0);
 }
+
+TEST_CASE("the case of Turkish texts, in blocks and one by one") {
+  for (const unsigned repeats : {1u, 40u}) {
+    std::u16string small;
+    std::u16string capital;
+    for (unsigned done = 0; done < repeats; ++done) {
+      small += u"kis\u0131 istat";
+      capital += u"K\u0130SI \u0130STAT";
+    }
+    KvString turkish = Make(small, 253, 15);
+    turkish.ToUpper();
+    CHECK(Units(turkish) == capital);
+    turkish.ToLower();
+    CHECK(Units(turkish) == small);
+    turkish.MapToCodeSet(12);
+    turkish.ToUpper();
+    turkish.MapToCodeSet(253);
+    CHECK(Units(turkish) == capital);
+    KvString german = Make(u"kis", 253, 2);
+    german.ToUpper();
+    CHECK(Units(german) == u"KIS");
+  }
+}

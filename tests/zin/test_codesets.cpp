@@ -54,9 +54,10 @@ bool PeerDiffers(unsigned char codeSet, unsigned unit) {
   return codeSet == 5 && (unit == 0xC6 || unit == 0xF0);
 }
 
-unsigned CaseOf(unsigned (KvCodeSet::*map)(unsigned short, unsigned short*) const,
-                unsigned char codeSet, unsigned short unit, unsigned short* mapped) {
-  return (KvCodeSet(codeSet).*map)(unit, mapped);
+unsigned CaseOf(unsigned (KvCodeSet::*map)(unsigned short, unsigned short*, unsigned char) const,
+                unsigned char codeSet, unsigned short unit, unsigned short* mapped,
+                unsigned char language = kvLanguageEnglish) {
+  return (KvCodeSet(codeSet).*map)(unit, mapped, language);
 }
 
 }  // namespace
@@ -150,6 +151,31 @@ TEST_CASE("case mapping within a code set") {
   CHECK(mapped[1] == 0x307);
   CHECK(CaseOf(&KvCodeSet::ToLower, 12, 0xDD, mapped) == 1);  // no dot to spare: plain i
   CHECK(mapped[0] == 'i');
+}
+
+TEST_CASE("Turkish letters i have their own capitals where the code set has all four") {
+  struct {
+    unsigned char codeSet;
+    unsigned short small, capital, dotless, dotted;
+  } const cases[] = {
+      {253, 'i', 'I', 0x131, 0x130},
+      {12, 'i', 'I', 0xFD, 0xDD},
+      {1, 'i', 'I', 'i', 'I'},  // has neither
+      {5, 'i', 'I', 'i', 'I'},  // has the dotless one only, which would not come back
+  };
+  for (const auto& each : cases) {
+    CAPTURE(int{each.codeSet});
+    const auto map = [&](auto direction, unsigned short unit) {
+      unsigned short mapped[3] = {};
+      CHECK(CaseOf(direction, each.codeSet, unit, mapped, 15) == 1);
+      return mapped[0];
+    };
+    CHECK(map(&KvCodeSet::ToUpper, each.small) == each.dotted);
+    CHECK(map(&KvCodeSet::ToLower, each.dotted) == each.small);
+    CHECK(map(&KvCodeSet::ToUpper, each.dotless) == each.capital);
+    CHECK(map(&KvCodeSet::ToLower, each.capital) == each.dotless);
+    CHECK(map(&KvCodeSet::ToUpper, 'a') == 'A');
+  }
 }
 
 TEST_CASE("property records tell what sort of character each is") {

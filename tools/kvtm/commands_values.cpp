@@ -43,23 +43,31 @@ Cell BoundCell(char id, const Bytes& stored, const Arguments& arguments) {
   return {TextOf(id, run.Data(), style), JsonOf(id, run.Data(), style)};
 }
 
-// The one unit of a one-character text.
-unsigned short UnitOf(const KvString& one) {
-  const char* const bytes = one.StrGet();
-  if (!KvIsWideCodeSet(one.GetCodeSet())) return static_cast<unsigned char>(*bytes);
-  unsigned short unit = 0;
-  std::memcpy(&unit, bytes, sizeof unit);
-  return unit;
-}
-
 std::string Hex16(unsigned short number) {
   return "0x" + Hex32(number).substr(6);
 }
 
+// Letters that the order alone does not show are named by the language.
 std::string OrderInWords(unsigned short order, unsigned char language) {
+  if (const char* name = KvLanguageContext::QueryLanguage(language)->LetterName(order)) {
+    const unsigned letterCase = order >> 12 & 3;
+    return (letterCase == 0   ? "upper"
+            : letterCase == 2 ? "title"
+                              : "lower") +
+           std::string(" letter ") + name;
+  }
   KvString words;
   KvConvertOrderToString(order, language, words);
   return std::string(TrimBlanks(Utf8FromString(words)));
+}
+
+// How many letters the next orders stand for: two for the Czech ch.
+unsigned short LettersOfNext(const KvStringIterator& begin) {
+  KvStringIterator end(begin);
+  while (end == begin) end.GetNextOrder(0);
+  unsigned short letters = 0;
+  for (KvStringIterator at(begin); !(at == end); ++at) ++letters;
+  return letters;
 }
 
 }  // namespace
@@ -171,14 +179,15 @@ int RunStep(const Arguments& arguments) {
 
 int RunOrder(const Arguments& arguments) {
   const KvString text = StringFromUtf8(arguments[0], StyleOf(arguments).strings);
-  const KvCodeSet& codeSet = *KvLanguageContext::QueryCodeSet(text.GetCodeSet());
   Table table{{"character", "order", "meaning"}, {}};
-  for (unsigned short i = 0; i < text.Len(); ++i) {
-    const KvString one = text.Copy(i, 1);
-    std::string character = Utf8FromString(one);
-    const KvCollationOrders orders = codeSet.Orders(UnitOf(one), text.GetLanguage());
-    for (const unsigned short order : {orders.first, orders.second}) {
-      if (order == 0) continue;
+  KvString walked(text);
+  KvStringIterator at(walked);
+  for (unsigned short position = 0; !at.IsEOS();) {
+    std::string character = Utf8FromString(text.Copy(position, LettersOfNext(at)));
+    position = static_cast<unsigned short>(position + LettersOfNext(at));
+    const KvStringIterator begin(at);
+    while (at == begin && !at.IsEOS()) {
+      const unsigned short order = at.GetNextOrder(0);
       table.rows.push_back({{Printable(character), JsonText(character)},
                             TextCell(Hex16(order)),
                             TextCell(OrderInWords(order, text.GetLanguage()))});

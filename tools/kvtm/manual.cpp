@@ -290,7 +290,8 @@ Examples:
      "reverse unique key op stored order format codeset language number csv json", 1, 2, RunSort},
     {"order", "TEXT", "the collation orders of a text, in words",
      R"(Writes the collation orders of each character of TEXT: the numbers that strings are
-compared by, and what they mean. A character may have two.
+compared by, and what they mean. A character may have two, and a language may sort several
+letters as one.
 
 Examples:
   $ kvtm order 'é 7'

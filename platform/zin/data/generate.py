@@ -5,9 +5,10 @@
 
 Reads UnicodeData.txt and SpecialCasing.txt of the public Unicode character data (on Debian the
 package unicode-data, in /usr/share/unicode) and Python's own codecs for the 8-bit code sets, and
-writes codesets.cpp, orders.cpp, languages.cpp, properties.cpp and casemap.cpp beside itself. With
---check it writes nothing and fails when a committed file differs from what it would write; with
-data of another version than theirs it says so and compares nothing.
+writes codesets.cpp, orders.cpp, languages.cpp, properties.cpp and casemap.cpp beside itself, and
+the lists of languages into the pages that have one. With --check it writes nothing and fails when a
+committed file differs from what it would write; with data of another version than theirs it says so
+and compares nothing.
 
 A new language is an entry of LANGUAGES.
 
@@ -17,7 +18,9 @@ change here is a change of format: characters that have an order keep it for eve
 
 import argparse
 import os
+import re
 import sys
+import textwrap
 
 # ------------------------------------------------------------------------------------------------
 # What is decided here and nowhere else
@@ -111,7 +114,7 @@ LANGUAGES = [
     Language(7, "nl", "Dutch"),
     Language(8, "da", "Danish", "æ 29, ø 30+1/0, å 31",
              "ä 29, ö 30+1, ő 30+1, ü Y/27, ű Y/28, þ Tp Hp", "aa 31/29"),
-    Language(9, "nb", "Norwegian", "æ 29, ø 30+1/0, å 31",
+    Language(9, "no", "Norwegian", "æ 29, ø 30+1/0, å 31",
              "ä 29, ę 29, ö 30+1, ő 30+1, œ 30+1/27, ü Y/27, ű Y/28, þ Tp Hp", "aa 31/29"),
     Language(10, "sv", "Swedish", "å 29, ä 30, ö 31",
              "æ 30/27, ę 30/28, ø 31, ő 31, œ 31/27, ô 31/28, ü Y/27, ű Y/28, þ Tp Hp"),
@@ -604,9 +607,71 @@ def language_file(languages, tailorings):
                        for language, _ in languages)
     text += f"constinit const KvLanguage kLanguages[] = {{\n{rows_}}};\n"
     text += f"constinit const unsigned kLanguageCount = {len(languages)};\n"
+    cases = [(language.number, ord(small), ord(capital)) for language, _ in languages
+             for small, capital in language.case.items()]
+    body_ = ",\n".join("{" + f"{number},0x{small:04x},0x{capital:04x}" + "}"
+                       for number, small, capital in cases)
+    text += f"constinit const CasePair kCasePairs[] = {{\n{body_}}};\n"
+    text += f"constinit const unsigned kCasePairCount = {len(cases)};\n"
     text += f"constinit const LetterName kLetterNames[] = {{\n{body}}};\n"
     text += array(f"constinit const unsigned short kLetterNameStarts[{len(starts)}]", starts, 3)
     return text + "}  // namespace kv::zin\n"
+
+
+# ------------------------------------------------------------------------------------------------
+# Pages that list the languages
+
+def language_list():
+    names = ", ".join(f"{language.number}~{language.name}" for language in LANGUAGES)
+    return textwrap.fill(f"Languages: {names}.", 90).replace("~", " ")
+
+
+def letters_beside(language, tailoring):
+    """What sorts with which letter, told apart from it after all letters."""
+    own = {parsed_order(token, 1, 0) & 0x7F: small
+           for small, (token,) in reversed(parsed_entries(language.letters))}
+    beside = {}
+    for small, tokens in parsed_entries(language.others) + parsed_entries(language.contractions):
+        if len(tokens) == 2:
+            beside.setdefault("".join(token[0].lower() for token in tokens), []).append(small)
+            continue
+        place = parsed_order(tokens[0], 1, 0) & 0x7F
+        plain = chr((place >> 2) + 94) if place & 3 == 0 and place >> 2 < 29 else None
+        base = own.get(place, plain)
+        if base is not None and base != small:
+            beside.setdefault(base, []).append(small)
+    return "; ".join(f"{' '.join(letters)} with {base}" for base, letters in beside.items())
+
+
+def language_table(tailorings):
+    lines = ["| language | letters of its own | sorted with others |", "|---|---|---|"]
+    plain = []
+    for language, tailoring in tailorings:
+        if not tailoring.own:
+            plain.append(f"{language.name} ({language.number}, {language.code})")
+            continue
+        own = [small for small, _ in parsed_entries(language.letters)]
+        runs = [run for run, (token,) in parsed_entries(language.contractions)
+                if parsed_order(token, 0, 0) & 0x7F not in
+                {parsed_order(each, 0, 0) & 0x7F for _, (each,) in parsed_entries(language.letters)}]
+        lines.append(f"| {language.name} ({language.number}, {language.code}) | "
+                     f"{' '.join(own + runs)} | {letters_beside(language, tailoring)} |")
+    lines.append(f"| {', '.join(plain)} | none | |")
+    return "\n".join(lines)
+
+
+def pages(tailorings):
+    """Path -> what it should hold, for the pages that list the languages."""
+    result = {}
+    for path, pattern, text in (
+            ("docs/collation.md", r"\| language \| letters of its own \|[^\n]*\n(\|[^\n]*\n)*",
+             language_table(tailorings) + "\n"),
+            ("tools/kvtm/manual.cpp", r"Languages: [^.]*\.", language_list())):
+        path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../..", path)
+        with open(path, encoding="utf-8") as file:
+            result[path], count = re.subn(pattern, lambda _: text, file.read())
+        assert count == 1, f"{path} has no list of languages"
+    return result
 
 
 def property_order(characters, code, category):
@@ -678,16 +743,19 @@ def main():
              "languages.cpp": language_file(languages, tailorings),
              "properties.cpp": property_file(characters), "casemap.cpp": case_file(characters)}
     folder, differing = os.path.dirname(os.path.abspath(__file__)), []
-    for name, text in files.items():
-        path = os.path.join(folder, name)
-        text = text.replace("VERSION", characters.version, 1)
+    texts = {os.path.join(folder, name): text.replace("VERSION", characters.version, 1)
+             for name, text in files.items()}
+    texts.update(pages(languages))
+    for path, text in texts.items():
         if not arguments.check:
-            with open(path, "w", encoding="ascii") as file:
+            with open(path, "w", encoding="utf-8") as file:
                 file.write(text)
             continue
-        with open(path, encoding="ascii") as file:
+        with open(path, encoding="utf-8") as file:
             committed = file.read()
-        if committed.splitlines()[0] != text.splitlines()[0]:
+        name = os.path.basename(path)
+        generated = text.startswith("// Generated")
+        if generated and committed.splitlines()[0] != text.splitlines()[0]:
             print(f"{name} is from another version of Unicode than {characters.version}: "
                   "not compared")
         elif committed != text:

@@ -12,7 +12,7 @@ KvLanguage(5,"Italian","it"),
 KvLanguage(6,"Portuguese","pt"),
 KvLanguage(7,"Dutch","nl"),
 KvLanguage(8,"Danish","da"),
-KvLanguage(9,"Norwegian","nb"),
+KvLanguage(9,"Norwegian","no"),
 KvLanguage(10,"Swedish","sv"),
 KvLanguage(11,"Finnish","fi"),
 KvLanguage(12,"Polish","pl"),
@@ -24,6 +24,10 @@ KvLanguage(17,"Croatian","hr"),
 KvLanguage(18,"Romanian","ro"),
 KvLanguage(19,"Icelandic","is")};
 constinit const unsigned kLanguageCount = 19;
+constinit const CasePair kCasePairs[] = {
+{15,0x0069,0x0130},
+{15,0x0131,0x0049}};
+constinit const unsigned kCasePairCount = 2;
 constinit const LetterName kLetterNames[] = {
 {0x4021,"\306\221"},
 {0x4041,"\305\212"},

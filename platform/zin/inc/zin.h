@@ -82,9 +82,15 @@ class KV_EXPORT KvCodeSet {
   KvCollationOrders Orders(unsigned short unit, unsigned char language) const;
 
   // Case mapping within this code set. Writes one to three units to `mapped` and returns how many;
-  // a mapping that the code set lacks leaves the unit as it is.
-  unsigned ToLower(unsigned short unit, unsigned short mapped[3]) const;
-  unsigned ToUpper(unsigned short unit, unsigned short mapped[3]) const;
+  // a mapping that the code set lacks leaves the unit as it is. Language 255 is the default one.
+  unsigned ToLower(unsigned short unit, unsigned short mapped[3],
+                   unsigned char language = kvLanguageEnglish) const;
+  unsigned ToUpper(unsigned short unit, unsigned short mapped[3],
+                   unsigned char language = kvLanguageEnglish) const;
+
+  // Whether case mapping in a language differs from that in the others: in Turkish, where i goes
+  // with a dotted capital and I with a dotless small letter, if this code set has both of them.
+  bool HasCaseOf(unsigned char language) const;
 
  private:
   unsigned char number_;

@@ -31,6 +31,8 @@ struct CaseMap {
   const unsigned short (*pages)[256];
   const Expansion* expansions;
   const Expansion* expansionsEnd;
+  unsigned short CasePair::*from;
+  unsigned short CasePair::*to;
 };
 
 // Maps `unicode` into `codeSet` and appends it to `mapped`. False when the code set lacks it.
@@ -56,9 +58,42 @@ unsigned MapExpansion(const KvCodeSet& codeSet, unsigned short unicode, const Ca
   return count;
 }
 
+// The pairs of one language; most have none.
+struct CasePairs {
+  const CasePair* first;
+  const CasePair* last;
+  const CasePair* begin() const { return first; }
+  const CasePair* end() const { return last; }
+};
+
+CasePairs CasePairsOf(unsigned char language) {
+  if (language == 255) language = KvLanguageContext::GetDefaultLanguage();
+  const auto isOther = [language](const CasePair& pair) { return pair.language != language; };
+  const CasePair* last = kCasePairs + kCasePairCount;
+  const CasePair* first = std::find_if_not(kCasePairs, last, isOther);
+  return {first, std::find_if(first, last, isOther)};
+}
+
+bool Has(const KvCodeSet& codeSet, unsigned short unicode) {
+  return codeSet.ToUnicode(codeSet.FromUnicode(unicode)) == unicode;
+}
+
+// What `unicode` becomes by the language's own pairs; 0 when it is in none of them.
+unsigned short OwnCase(const KvCodeSet& codeSet, unsigned short unicode, unsigned char language,
+                       unsigned short CasePair::*from, unsigned short CasePair::*to) {
+  for (const CasePair& pair : CasePairsOf(language)) {
+    if (pair.*from == unicode) return codeSet.HasCaseOf(language) ? pair.*to : 0;
+  }
+  return 0;
+}
+
 unsigned MapCase(const KvCodeSet& codeSet, unsigned short unit, const CaseMap& map,
-                 unsigned short mapped[3]) {
+                 unsigned char language, unsigned short mapped[3]) {
   const unsigned short unicode = codeSet.ToUnicode(unit);
+  if (const unsigned short own = OwnCase(codeSet, unicode, language, map.from, map.to)) {
+    mapped[0] = codeSet.FromUnicode(own);
+    return 1;
+  }
   if (unicode >= 0x80) {
     if (const unsigned count = MapExpansion(codeSet, unicode, map, mapped)) return count;
   }
@@ -116,16 +151,26 @@ KvCollationOrders KvCodeSet::Orders(unsigned short unit, unsigned char language)
   return {kv::FirstOrder(word), kv::SecondOrder(word)};
 }
 
-unsigned KvCodeSet::ToLower(unsigned short unit, unsigned short mapped[3]) const {
-  return MapCase(
-      *this, unit,
-      {kLowerIndex, kLowerPages, kLowerExpansions, kLowerExpansions + kLowerExpansionCount},
-      mapped);
+bool KvCodeSet::HasCaseOf(unsigned char language) const {
+  const CasePairs pairs = CasePairsOf(language);
+  return pairs.first != pairs.last &&
+         std::all_of(pairs.begin(), pairs.end(), [this](const CasePair& pair) {
+           return Has(*this, pair.small) && Has(*this, pair.capital);
+         });
 }
 
-unsigned KvCodeSet::ToUpper(unsigned short unit, unsigned short mapped[3]) const {
-  return MapCase(
-      *this, unit,
-      {kUpperIndex, kUpperPages, kUpperExpansions, kUpperExpansions + kUpperExpansionCount},
-      mapped);
+unsigned KvCodeSet::ToLower(unsigned short unit, unsigned short mapped[3],
+                            unsigned char language) const {
+  return MapCase(*this, unit,
+                 {kLowerIndex, kLowerPages, kLowerExpansions,
+                  kLowerExpansions + kLowerExpansionCount, &CasePair::capital, &CasePair::small},
+                 language, mapped);
+}
+
+unsigned KvCodeSet::ToUpper(unsigned short unit, unsigned short mapped[3],
+                            unsigned char language) const {
+  return MapCase(*this, unit,
+                 {kUpperIndex, kUpperPages, kUpperExpansions,
+                  kUpperExpansions + kUpperExpansionCount, &CasePair::small, &CasePair::capital},
+                 language, mapped);
 }

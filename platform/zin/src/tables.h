@@ -16,6 +16,15 @@ extern const unsigned char kFromUnicodePages[][256];
 extern const KvLanguage kLanguages[];
 extern const unsigned kLanguageCount;
 
+// Letters whose capital is another one in a language than in all others.
+struct CasePair {
+  unsigned char language;
+  unsigned short small;
+  unsigned short capital;
+};
+extern const CasePair kCasePairs[];
+extern const unsigned kCasePairCount;
+
 // The letters that the orders of a tailoring stand for, in UTF-8, sorted by order: those of
 // tailoring t are from kLetterNameStarts[t] to [t + 1]. Number 0 has those of all languages.
 struct LetterName {
