@@ -200,7 +200,9 @@ class KV_EXPORT KvString {
   //     compare operation. ---
 
   bool operator==(const KvString& other) const;
-  int operator!=(const KvString& other) const;  // the order itself: negative, 0 or positive
+  // The order itself as KvStrCmp has it: under a default operation of key order, or of exact bytes
+  // for two strings of code set 0, a difference, else -1, 0 or 1.
+  int operator!=(const KvString& other) const;
   bool operator<(const KvString& other) const;
   bool operator<=(const KvString& other) const;
   bool operator>(const KvString& other) const;

@@ -47,8 +47,12 @@ bool KvString::operator==(const KvString& other) const {
   return this == &other || kv::CompareByDefault(*this, other) == 0;
 }
 
+// Callers of old use the result of KvStrCmp as it is; only key order and exact bytes have others
+// than -1, 0 and 1.
 int KvString::operator!=(const KvString& other) const {
-  return kv::CompareByDefault(*this, other);
+  const unsigned short operation = GetDefaultCmpOp();
+  const bool isSign = (operation & (kvCompareExact | kvCompareKeyOrder)) == 0;
+  return isSign ? kv::CompareByDefault(*this, other) : Compare(other, kv::kWholeText, operation);
 }
 
 bool KvString::operator<(const KvString& other) const {

@@ -37,6 +37,22 @@ TEST_CASE("comparison operators follow the default operation, through code sets"
   CHECK(!english.EqualsIgnoreLanguage(KvString("a")));
 }
 
+TEST_CASE("unlike strings give the result of their comparison as it is") {
+  const KvString a("a"), c("c");
+  KvString plain(kvCodeSetBytes, kvLanguageEnglish);
+  KvString high(kvCodeSetBytes, kvLanguageEnglish);
+  plain << "a";
+  high << "\xE0";
+  CHECK((a != c) == -1);
+  KvLanguageContext::SetDefaultCmpOp(kvCompareKeyOrder);
+  CHECK((a != c) == -2048);
+  CHECK((c != a) == 2048);
+  KvLanguageContext::SetDefaultCmpOp(kvCompareExact);
+  CHECK((a != c) == -1);
+  CHECK((high != plain) == 0xE0 - 'a');
+  KvLanguageContext::SetDefaultCmpOp(0);
+}
+
 TEST_CASE("characters compare as one-character texts") {
   KvString text("bB");
   CHECK(text[0] == 'b');
