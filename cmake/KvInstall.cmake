@@ -42,5 +42,14 @@ endif()
 # From the file to the prefix: two folders up from lib/pkgconfig, three where lib has one a host.
 file(RELATIVE_PATH KV_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/kvtypemgr.pc.in ${PROJECT_BINARY_DIR}/kvtypemgr.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kvtypemgr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+configure_file(bindings/c/kvc.pc.in ${PROJECT_BINARY_DIR}/kvc.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kvtypemgr.pc ${PROJECT_BINARY_DIR}/kvc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
+
+# What an installation is made of, and nothing of the tests: `./dev install` builds it.
+add_custom_target(installed)
+foreach(target zbs zin kvtypemgr kvtm kvtm_manual kvindex kvindex_manual kvc kvsqlite kvtm_python)
+  if(TARGET ${target})
+    add_dependencies(installed ${target})
+  endif()
+endforeach()

@@ -24,12 +24,29 @@ int main() {
 }
 """
 
+C_PROGRAM = """
+#include <stdio.h>
+#include <kvc.h>
+int main(void) {
+  int32_t run[3] = {1, -2, 3};
+  unsigned char stored[12];
+  char text[16];
+  size_t size;
+  kvc_print(2, NULL, KVC_MEMORY, run, sizeof run, 3, text, sizeof text, NULL);
+  if (kvc_store(2, KVC_REVERSED, run, sizeof run, 3, stored, sizeof stored, &size) != KVC_OK) return 1;
+  printf("%s %u %d\\n", text, (unsigned)size, stored[3]);
+  return 0;
+}
+"""
+
 PROJECT = """
 cmake_minimum_required(VERSION 3.25)
-project(outside LANGUAGES CXX)
+project(outside LANGUAGES C CXX)
 find_package(kvtypemgr 14 REQUIRED)
 add_executable(outside outside.cpp)
 target_link_libraries(outside PRIVATE kvtypemgr::kvtypemgr)
+add_executable(in_c in_c.c)
+target_link_libraries(in_c PRIVATE kvtypemgr::kvc)
 """
 
 
@@ -49,6 +66,7 @@ class Installed(unittest.TestCase):
         cls.prefix = cls.folder / "installed"
         run("cmake", "--install", BUILD, "--prefix", str(cls.prefix))
         (cls.folder / "outside.cpp").write_text(PROGRAM)
+        (cls.folder / "in_c.c").write_text(C_PROGRAM)
         (cls.folder / "CMakeLists.txt").write_text(PROJECT)
         cls.libraries = next(cls.prefix.rglob("libZM140Ztm142.so")).parent
 
@@ -66,13 +84,24 @@ class Installed(unittest.TestCase):
         run(COMPILER, "-std=c++20", "-o", str(program), str(self.folder / "outside.cpp"), *flags)
         self.check(program)
 
+    @unittest.skipUnless(shutil.which("pkg-config"), "no pkg-config")
+    def test_pkg_config_of_the_c_interface(self):
+        environment = {**os.environ, "PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}
+        flags = run("pkg-config", "--cflags", "--libs", "kvc", env=environment).split()
+        program = self.folder / "c_by_pkg_config"
+        run("cc", *(["-m32"] if ABI32 else []), "-std=c99", "-pedantic", "-Werror", "-o", str(program),
+            str(self.folder / "in_c.c"), *flags)
+        self.check(program)
+
     def test_find_package(self):
         build = self.folder / "build"
         run("cmake", "-G", "Ninja", "-S", str(self.folder), "-B", str(build),
             f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCMAKE_CXX_COMPILER={COMPILER}",
-            f"-DCMAKE_CXX_FLAGS={'-m32' if ABI32 else ''}")
+            f"-DCMAKE_CXX_FLAGS={'-m32' if ABI32 else ''}",
+            f"-DCMAKE_C_FLAGS={'-m32' if ABI32 else ''}")
         run("cmake", "--build", str(build))
         self.check(build / "outside")
+        self.check(build / "in_c")
 
     def test_the_installed_program_finds_its_libraries(self):
         self.assertIn("14.0.1.57", run(str(self.prefix / "bin" / "kvtm"), "--version"))

@@ -4,6 +4,7 @@ tests/symbols/LIBRARY.txt lists them, demangled, as the 64-bit build of g++ has 
 broken program somewhere. Before a release, `test_symbols.py --write` adds those that are new.
 """
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -40,9 +41,33 @@ class Symbols(unittest.TestCase):
                                  "programs linked to these no longer start")
 
 
+KVC = BUILD / "lib" / "libkvc.so"
+
+
+def versioned():
+    """The functions of kvc, each with its symbol version: kvc_compare@@KVC_1."""
+    lines = subprocess.run(["nm", "-D", "--defined-only", str(KVC)], capture_output=True, text=True,
+                           check=True).stdout.splitlines()
+    return sorted(line.split()[-1] for line in lines if " A " not in line)
+
+
+@unittest.skipUnless(shutil.which("nm") and KVC.exists(), "libkvc is not built")
+class Kvc(unittest.TestCase):
+    """C names are the same in every ABI. The list only grows: a line that changes breaks programs."""
+
+    def test_each_function_keeps_its_name_and_version(self):
+        self.assertEqual(versioned(), listed("libkvc"))
+
+    def test_each_function_of_the_header_is_there(self):
+        header = (SOURCE / "bindings" / "c" / "kvc.h").read_text()
+        declared = re.findall(r"KVC_API [^;(]*?(kvc_\w+)\(", header)
+        self.assertEqual(sorted(declared), [name.split("@")[0] for name in versioned()])
+
+
 if __name__ == "__main__":
     if "--write" in sys.argv:
         for each in LIBRARIES:
             (LISTS / f"{each}.txt").write_text("".join(name + "\n" for name in exported(each)))
+        (LISTS / "libkvc.txt").write_text("".join(name + "\n" for name in versioned()))
     else:
         unittest.main()
