@@ -6,6 +6,7 @@
 #include "kvdatime.h"
 #include "kvodmg.h"
 #include "kvstring/null_text.h"
+#include "kvtext/default_formats.h"
 #include "kvtext/scan_trace.h"
 
 namespace kv {
@@ -14,24 +15,23 @@ namespace kv {
 template <class T>
 inline constexpr const char* kDateTimeFormat = nullptr;
 template <>
-inline constexpr const char* kDateTimeFormat<KvDate> = "%a %e.%b %Y";
+inline constexpr const char* kDateTimeFormat<KvDate> = default_format::kDate;
 template <>
-inline constexpr const char* kDateTimeFormat<KvTime> = "%I:%M:%S %p";
+inline constexpr const char* kDateTimeFormat<KvTime> = default_format::kTime;
 template <>
-inline constexpr const char* kDateTimeFormat<KvDateTime> = "%a %e.%b %Y %I:%M:%S %p";
+inline constexpr const char* kDateTimeFormat<KvDateTime> = default_format::kDateTime;
 template <>
-inline constexpr const char* kDateTimeFormat<KvDateTimeN> = "%X";
+inline constexpr const char* kDateTimeFormat<KvDateTimeN> = default_format::kDateTimeN;
 template <>
-inline constexpr const char* kDateTimeFormat<KvTimeSpan> = "%V";
+inline constexpr const char* kDateTimeFormat<KvTimeSpan> = default_format::kTimeSpan;
 template <>
-inline constexpr const char* kDateTimeFormat<d_Date> = "%a %b %e";
+inline constexpr const char* kDateTimeFormat<d_Date> = default_format::kOdmgDate;
 template <>
-inline constexpr const char* kDateTimeFormat<d_Time> = "%I:%M:%S %p";
+inline constexpr const char* kDateTimeFormat<d_Time> = default_format::kTime;
 template <>
-inline constexpr const char* kDateTimeFormat<d_Timestamp> = "%a %b %e %I:%M:%S %p";
+inline constexpr const char* kDateTimeFormat<d_Timestamp> = default_format::kOdmgTimestamp;
 template <>
-inline constexpr const char* kDateTimeFormat<d_Interval> =
-    "%e days, %I hours, %M minutes, %S seconds";
+inline constexpr const char* kDateTimeFormat<d_Interval> = default_format::kInterval;
 
 // The zero value: what the components that a text does not give are taken from.
 template <class T>

@@ -21,6 +21,14 @@ constexpr bool IsHexDigit(char c) {
   return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
+// The digit of a value up to 15, and the value of a digit.
+constexpr char HexDigit(unsigned value) {
+  return "0123456789abcdef"[value];
+}
+constexpr unsigned HexValue(char digit) {
+  return static_cast<unsigned>(IsDigit(digit) ? digit - '0' : (digit | 0x20) - 'a' + 10);
+}
+
 constexpr const char* SkipBlanks(const char* text) {
   while (IsBlank(*text)) ++text;
   return text;

@@ -1,6 +1,6 @@
-// The catalogue: one line a type. Reads top to bottom; a new type is a new line, its policy and,
-// where its family is new, a codec. Names, sizes and formats are part of stored schemas and never
-// change.
+// The catalogue: one line a type. Reads top to bottom; docs/adding.md tells what a new type is
+// beside its line. Names, sizes and formats (default_formats.h) are part of stored schemas and
+// never change.
 
 #include "kvtypes/catalogue.h"
 
@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "kv.h"
+#include "kvtext/default_formats.h"
 #include "kvtypevl/rows/blob_row.h"
 #include "kvtypevl/rows/date_rows.h"
 #include "kvtypevl/rows/identity_rows.h"
@@ -23,12 +24,14 @@ namespace {
 
 enum class Width : bool { kVariable, kFixed };
 using enum Width;
+using namespace default_format;
 
 struct Entry {
   int id;
   const char* typeName;
   const char* typeIdName;
   std::size_t memoryWidth;
+  unsigned homeWidth;  // the same where pointers have four bytes
   Width width;
   const char* format;
   KvTypeDescriptor slots;
@@ -37,63 +40,63 @@ struct Entry {
 // clang-format off
 constexpr Entry kEntries[] = {
     // Plain scalars
-    { 0, "o_char",         "Kv1B_T",             sizeof(o_char),          kFixed,    "%c",                       ScalarSlots<CharRow>(CharCompare)},
-    { 1, "o_2b",           "Kv2B_T",             sizeof(o_2b),            kFixed,    "%hd",                      ScalarSlots<ShortRow>(ShortCompare)},
-    { 2, "o_4b",           "Kv4B_T",             sizeof(o_4b),            kFixed,    "%ld",                      ScalarSlots<LongRow>(LongCompare)},
-    { 3, "o_double",       "KvDOUBLE_T",         sizeof(o_double),        kFixed,    "%.17g",                    ScalarSlots<DoubleRow>(DoubleCompare)},
-    { 4, "o_float",        "KvFLOAT_T",          sizeof(o_float),         kFixed,    "%.17g",                    ScalarSlots<FloatRow>(FloatCompare)},
-    { 5, "o_u2b",          "KvU2B_T",            sizeof(o_u2b),           kFixed,    "%hu",                      ScalarSlots<WordRow>(WordCompare)},
-    { 6, "o_u4b",          "KvU4B_T",            sizeof(o_u4b),           kFixed,    "%lu",                      ScalarSlots<DwordRow>(DwordCompare)},
-    { 7, "int",            "KvINT_T",            sizeof(int),             kFixed,    "%d",                       ScalarSlots<IntRow>(IntCompare)},
-    { 8, "unsigned",       "KvUNSIGNED_T",       sizeof(unsigned),        kFixed,    "%u",                       ScalarSlots<UnsignedIntRow>(UnsignedCompare)},
-    { 9, "enum",           "KvENUM_T",           sizeof(int),             kFixed,    "%d",                       EnumSlots()},
-    {10, "o_u1b",          "KvU1B_T",            sizeof(o_u1b),           kFixed,    "%c",                       ScalarSlots<ByteRow>(ByteCompare)},
+    { 0, "o_char",          "Kv1B_T",            sizeof(o_char),           1, kFixed,    kCharacter,          ScalarSlots<CharRow>(CharCompare)},
+    { 1, "o_2b",            "Kv2B_T",            sizeof(o_2b),             2, kFixed,    kShort,              ScalarSlots<ShortRow>(ShortCompare)},
+    { 2, "o_4b",            "Kv4B_T",            sizeof(o_4b),             4, kFixed,    kLong,               ScalarSlots<LongRow>(LongCompare)},
+    { 3, "o_double",        "KvDOUBLE_T",        sizeof(o_double),         8, kFixed,    kFloating,           ScalarSlots<DoubleRow>(DoubleCompare)},
+    { 4, "o_float",         "KvFLOAT_T",         sizeof(o_float),          4, kFixed,    kFloating,           ScalarSlots<FloatRow>(FloatCompare)},
+    { 5, "o_u2b",           "KvU2B_T",           sizeof(o_u2b),            2, kFixed,    kWord,               ScalarSlots<WordRow>(WordCompare)},
+    { 6, "o_u4b",           "KvU4B_T",           sizeof(o_u4b),            4, kFixed,    kDword,              ScalarSlots<DwordRow>(DwordCompare)},
+    { 7, "int",             "KvINT_T",           sizeof(int),              4, kFixed,    kInt,                ScalarSlots<IntRow>(IntCompare)},
+    { 8, "unsigned",        "KvUNSIGNED_T",      sizeof(unsigned),         4, kFixed,    kUnsigned,           ScalarSlots<UnsignedIntRow>(UnsignedCompare)},
+    { 9, "enum",            "KvENUM_T",          sizeof(int),              4, kFixed,    kInt,                EnumSlots()},
+    {10, "o_u1b",           "KvU1B_T",           sizeof(o_u1b),            1, kFixed,    kCharacter,          ScalarSlots<ByteRow>(ByteCompare)},
     // Text, dates, identities, blobs
-    {11, "KvString",       "KvSTRING_T",         sizeof(KvString),        kVariable, "%s",                       StringSlots()},
-    {12, "KvDate",         "KvDATE_T",           sizeof(KvDate),          kFixed,    "%a %e.%b %Y",              KvDateSlots()},
-    {13, "KvTime",         "KvTIME_T",           sizeof(KvTime),          kFixed,    "%I:%M:%S %p",              KvTimeSlots()},
-    {14, "BlockId",        "KvBLOCKID_T",        sizeof(o_u4b),           kFixed,    "#%lu",                     ScalarSlots<BlockIdRow>(DwordCompare)},
-    {15, "KvObjId",        "KvOBJID_T",          sizeof(KvObjId),         kFixed,    "(%H-%L#%B)",               ObjIdSlots()},
-    {16, "KvClassId",      "KvCLID_T",           sizeof(KvClassId),       kFixed,    "(%Cv%V)",                  ClassIdSlots()},
-    {17, "KvRef",          "KvREF_T",            sizeof(KvRef),           kFixed,    "(%D:%H-%L#%B, %C)",        RefSlots()},
-    {18, "KvBlob",         "KvBLOB_T",           sizeof(KvBlob),          kVariable, "[BLOB,len=%L]",            BlobSlots()},
-    {19, "KvDateTime",     "KvDATIME_T",         sizeof(KvDateTime),      kFixed,    "%a %e.%b %Y %I:%M:%S %p",  KvDateTimeSlots()},
-    {20, "KvIString",      "KvISTRING_T",        sizeof(KvIString),       kVariable, "%s",                       WeightedStringSlots<KvIStringWeights>(KvIStringCompare)},
-    {21, "KvCaseIString",  "KvCASEISTRING_T",    sizeof(KvCaseIString),   kVariable, "%s",                       WeightedStringSlots<KvCaseIStringWeights>(KvCaseIStringCompare)},
-    {22, "d_Date",         "D_DATE_T",           sizeof(d_Date),          kFixed,    "%a %b %e",                 OdmgDateSlots()},
-    {23, "d_Time",         "D_TIME_T",           sizeof(d_Time),          kFixed,    "%I:%M:%S %p",              OdmgTimeSlots()},
-    {24, "d_Timestamp",    "D_TIMESTAMP_T",      sizeof(d_Timestamp),     kFixed,    "%a %b %e %I:%M:%S %p",     OdmgTimestampSlots()},
-    {25, "d_Interval",     "D_INTERVAL_T",       sizeof(d_Interval),      kFixed,    "%e days, %I hours, %M minutes, %S seconds", IntervalSlots()},
-    {26, "KvInt64",        "KvINT64_T",          sizeof(KvInt64),         kFixed,    "%S",                       Int64Slots()},
-    {27, "KvBoolean",      "KvBOOLEAN_T",        sizeof(KvBoolean),       kFixed,    "noop",                     BooleanSlots()},
+    {11, "KvString",        "KvSTRING_T",        sizeof(KvString),         8, kVariable, kString,             StringSlots()},
+    {12, "KvDate",          "KvDATE_T",          sizeof(KvDate),           4, kFixed,    kDate,               KvDateSlots()},
+    {13, "KvTime",          "KvTIME_T",          sizeof(KvTime),           3, kFixed,    kTime,               KvTimeSlots()},
+    {14, "BlockId",         "KvBLOCKID_T",       sizeof(o_u4b),            4, kFixed,    kBlockId,            ScalarSlots<BlockIdRow>(DwordCompare)},
+    {15, "KvObjId",         "KvOBJID_T",         sizeof(KvObjId),         12, kFixed,    kObjId,              ObjIdSlots()},
+    {16, "KvClassId",       "KvCLID_T",          sizeof(KvClassId),        4, kFixed,    kClassId,            ClassIdSlots()},
+    {17, "KvRef",           "KvREF_T",           sizeof(KvRef),           16, kFixed,    kRef,                RefSlots()},
+    {18, "KvBlob",          "KvBLOB_T",          sizeof(KvBlob),           4, kVariable, kBlob,               BlobSlots()},
+    {19, "KvDateTime",      "KvDATIME_T",        sizeof(KvDateTime),       8, kFixed,    kDateTime,           KvDateTimeSlots()},
+    {20, "KvIString",       "KvISTRING_T",       sizeof(KvIString),        8, kVariable, kString,             WeightedStringSlots<KvIStringWeights>(KvIStringCompare)},
+    {21, "KvCaseIString",   "KvCASEISTRING_T",   sizeof(KvCaseIString),    8, kVariable, kString,             WeightedStringSlots<KvCaseIStringWeights>(KvCaseIStringCompare)},
+    {22, "d_Date",          "D_DATE_T",          sizeof(d_Date),           4, kFixed,    kOdmgDate,           OdmgDateSlots()},
+    {23, "d_Time",          "D_TIME_T",          sizeof(d_Time),           6, kFixed,    kTime,               OdmgTimeSlots()},
+    {24, "d_Timestamp",     "D_TIMESTAMP_T",     sizeof(d_Timestamp),     10, kFixed,    kOdmgTimestamp,      OdmgTimestampSlots()},
+    {25, "d_Interval",      "D_INTERVAL_T",      sizeof(d_Interval),       4, kFixed,    kInterval,           IntervalSlots()},
+    {26, "KvInt64",         "KvINT64_T",         sizeof(KvInt64),          8, kFixed,    kInt64,              Int64Slots()},
+    {27, "KvBoolean",       "KvBOOLEAN_T",       sizeof(KvBoolean),        1, kFixed,    kNone,               BooleanSlots()},
     // Nullable scalars
-    {28, "KvNull_char",    "KvNULL_1B_T",        sizeof(KvNull_char),     kFixed,    "%c",                       NullableSlots<CharRow>()},
-    {29, "KvNull_uchar",   "KvNULL_U1B_T",       sizeof(KvNull_uchar),    kFixed,    "%c",                       NullableSlots<ByteRow>()},
-    {30, "KvNull_short",   "KvNULL_2B_T",        sizeof(KvNull_short),    kFixed,    "%hd",                      NullableSlots<ShortRow>()},
-    {31, "KvNull_ushort",  "KvNULL_U2B_T",       sizeof(KvNull_ushort),   kFixed,    "%hu",                      NullableSlots<WordRow>()},
-    {32, "KvNull_int",     "KvNULL_INT_T",       sizeof(KvNull_int),      kFixed,    "%d",                       NullableSlots<IntRow>()},
-    {33, "KvNull_unsigned", "KvNULL_UNSIGNED_T",  sizeof(KvNull_unsigned), kFixed,    "%u",                       NullableSlots<UnsignedIntRow>()},
-    {34, "KvNull_long",    "KvNULL_4B_T",        sizeof(KvNull_long),     kFixed,    "%ld",                      NullableSlots<LongRow>()},
-    {35, "KvNull_ulong",   "KvNULL_U4B_T",       sizeof(KvNull_ulong),    kFixed,    "%lu",                      NullableSlots<DwordRow>()},
-    {36, "KvNull_float",   "KvNULL_FLOAT_T",     sizeof(KvNull_float),    kFixed,    "%.17g",                    NullableSlots<FloatRow>()},
-    {37, "KvNull_double",  "KvNULL_DOUBLE_T",    sizeof(KvNull_double),   kFixed,    "%.17g",                    NullableSlots<DoubleRow>()},
-    {38, "KvNull_KvInt64", "KvNULL_KVINT64_T",   sizeof(KvNull_KvInt64),  kFixed,    "%S",                       NullableSlots<Int64Row>()},
+    {28, "KvNull_char",     "KvNULL_1B_T",       sizeof(KvNull_char),      2, kFixed,    kCharacter,          NullableSlots<CharRow>()},
+    {29, "KvNull_uchar",    "KvNULL_U1B_T",      sizeof(KvNull_uchar),     2, kFixed,    kCharacter,          NullableSlots<ByteRow>()},
+    {30, "KvNull_short",    "KvNULL_2B_T",       sizeof(KvNull_short),     4, kFixed,    kShort,              NullableSlots<ShortRow>()},
+    {31, "KvNull_ushort",   "KvNULL_U2B_T",      sizeof(KvNull_ushort),    4, kFixed,    kWord,               NullableSlots<WordRow>()},
+    {32, "KvNull_int",      "KvNULL_INT_T",      sizeof(KvNull_int),       8, kFixed,    kInt,                NullableSlots<IntRow>()},
+    {33, "KvNull_unsigned", "KvNULL_UNSIGNED_T", sizeof(KvNull_unsigned),  8, kFixed,    kUnsigned,           NullableSlots<UnsignedIntRow>()},
+    {34, "KvNull_long",     "KvNULL_4B_T",       sizeof(KvNull_long),      8, kFixed,    kLong,               NullableSlots<LongRow>()},
+    {35, "KvNull_ulong",    "KvNULL_U4B_T",      sizeof(KvNull_ulong),     8, kFixed,    kDword,              NullableSlots<DwordRow>()},
+    {36, "KvNull_float",    "KvNULL_FLOAT_T",    sizeof(KvNull_float),     8, kFixed,    kFloating,           NullableSlots<FloatRow>()},
+    {37, "KvNull_double",   "KvNULL_DOUBLE_T",   sizeof(KvNull_double),   16, kFixed,    kFloating,           NullableSlots<DoubleRow>()},
+    {38, "KvNull_KvInt64",  "KvNULL_KVINT64_T",  sizeof(KvNull_KvInt64),  12, kFixed,    kInt64,              NullableSlots<Int64Row>()},
     // Later additions
-    {39, "KvSeal",         "KvSEAL_T",           sizeof(KvSeal),          kFixed,    "noop",                     SealSlots()},
-    {40, "KvDateTimeN",    "KvDATIME_N_T",       sizeof(KvDateTimeN),     kFixed,    "%X",                       KvDateTimeNSlots()},
-    {41, "KvTimeSpan",     "KvTIMESPAN_T",       sizeof(KvTimeSpan),      kFixed,    "%V",                       KvTimeSpanSlots()},
-    {42, "o_8b",           "Kv8B_T",             sizeof(o_8b),            kFixed,    "%I64d",                    ScalarSlots<EightByteRow>(O_8BCompare)},
-    {43, "o_u8b",          "KvU8B_T",            sizeof(o_u8b),           kFixed,    "%I64u",                    ScalarSlots<UnsignedEightByteRow>(O_U8BCompare)},
-    {44, "KvNull_8b",      "KvNULL_8B_T",        sizeof(KvNull_8b),       kFixed,    "%I64d",                    NullableSlots<EightByteRow>()},
-    {45, "KvNull_u8b",     "KvNULL_U8B_T",       sizeof(KvNull_u8b),      kFixed,    "%I64u",                    NullableSlots<UnsignedEightByteRow>()},
+    {39, "KvSeal",          "KvSEAL_T",          sizeof(KvSeal),           6, kFixed,    kNone,               SealSlots()},
+    {40, "KvDateTimeN",     "KvDATIME_N_T",      sizeof(KvDateTimeN),     12, kFixed,    kDateTimeN,          KvDateTimeNSlots()},
+    {41, "KvTimeSpan",      "KvTIMESPAN_T",      sizeof(KvTimeSpan),      12, kFixed,    kTimeSpan,           KvTimeSpanSlots()},
+    {42, "o_8b",            "Kv8B_T",            sizeof(o_8b),             8, kFixed,    kEightByte,          ScalarSlots<EightByteRow>(O_8BCompare)},
+    {43, "o_u8b",           "KvU8B_T",           sizeof(o_u8b),            8, kFixed,    kUnsignedEightByte,  ScalarSlots<UnsignedEightByteRow>(O_U8BCompare)},
+    {44, "KvNull_8b",       "KvNULL_8B_T",       sizeof(KvNull_8b),       16, kFixed,    kEightByte,          NullableSlots<EightByteRow>()},
+    {45, "KvNull_u8b",      "KvNULL_U8B_T",      sizeof(KvNull_u8b),      16, kFixed,    kUnsignedEightByte,  NullableSlots<UnsignedEightByteRow>()},
     // Ids 100 to 127
-    {46, "illegal",        "KvRES_T",            0,                       kFixed,    "illegal",                  TrivialRow::Slots()},
+    {46, "illegal",         "KvRES_T",           0,                        0, kFixed,    "illegal",           TrivialRow::Slots()},
 };
 // clang-format on
 
 // The old string row: the same texts and lifetime, the old stored form, no null, no stepping.
-constexpr Entry kOldStringEntry{11,        "KvString", "KvSTRING_T",    sizeof(KvString),
-                                kVariable, "%s",       OldStringSlots()};
+constexpr Entry kOldStringEntry{11, "KvString", "KvSTRING_T", sizeof(KvString),
+                                8,  kVariable,  kString,      OldStringSlots()};
 
 static_assert(std::size(kEntries) == kRowCount);
 static_assert(
@@ -105,17 +108,12 @@ static_assert(
     }(),
     "an entry's place is its id");
 
-// Bytes in memory where pointers have four: part of the interface between the database's layers.
-// The rows that hold a pointer (strings and the blob) grow with it, and no other.
-constexpr unsigned char kHomeWidths[kRowCount] = {
-    1,  2, 4, 8, 4, 2, 4, 4, 4, 4, 1, 8, 4, 3,  4,  12, 4,  16, 4, 8, 8,  8,  4, 6,
-    10, 4, 8, 1, 2, 2, 4, 4, 8, 8, 8, 8, 8, 16, 12, 6,  12, 12, 8, 8, 16, 16, 0};
 static_assert(
     [] {
       for (const Entry& entry : kEntries) {
         const bool holdsPointer = entry.width == kVariable;
         const bool isHome = sizeof(void*) == 4 || !holdsPointer;
-        if (isHome && entry.memoryWidth != kHomeWidths[entry.id]) return false;
+        if (isHome && entry.memoryWidth != entry.homeWidth) return false;
       }
       return true;
     }(),

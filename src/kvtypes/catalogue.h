@@ -9,8 +9,8 @@
 namespace kv {
 
 inline constexpr int kRowCount = 47;
+inline constexpr int kIllegalRow = kRowCount - 1;
 inline constexpr int kOldRowCount = 28;
-inline constexpr int kIllegalRow = 46;
 
 // Format version 4 and above, and below 4. The two share their rows but the string row: the old one
 // has its own stored form and no null.
@@ -22,8 +22,8 @@ KvCompareFunc OwnCompare(int row);
 KvScanFunc OwnScan(int row);
 
 // The row of a type id. Ids below 100 are their own row, also where there is none (47 to 99 and
-// negative ones: callers ask IsValidType). Every id from 100 on is the illegal row, deliberately:
-// schemas of later releases load, and their unknown types answer harmlessly.
+// negative ones: callers ask IsValidType). Ids from 100 on that have no row yet are
+// the illegal row: schemas of later releases load, and their unknown types answer harmlessly.
 constexpr int RowOf(char id) {
   if (id < 100) return id;
   return id - 54 < kIllegalRow ? id - 54 : kIllegalRow;

@@ -7,20 +7,15 @@
 #include <new>
 
 #include "kvtypemgr.h"
+#include "kvversion.h"
 #include "zin.h"
 
 namespace {
 
-constexpr unsigned kMajor = 14;
-constexpr unsigned kMinor = 0;
-constexpr unsigned kRelease = 1;
-constexpr unsigned kBuild = 57;
-constexpr unsigned kPatch = 0;
 constexpr unsigned kBuildNumber = 1927;
 constexpr unsigned kAttachedVersion = 5;
 
 constexpr char kDescription[] = "Zembla Typemanager";
-constexpr char kVersion[] = "14.0.1.57.0";
 constexpr char kInternalName[] = "ZM140Ztms142";
 // Two blanks before a one-digit day.
 constexpr char kBuildDate[] = "Oct  6 2021";
@@ -56,7 +51,7 @@ void Fill(T* slot, T value) {
 void GetKvTypeMgrInfo(const char** compiler, unsigned long* buildNumber, const char** description,
                       const char** date, const char** internalName) {
   // The blank behind the version is part of the text; loaders compare it whole.
-  std::snprintf(descriptionBuffer, sizeof descriptionBuffer, "%s %s ", kDescription, kVersion);
+  std::snprintf(descriptionBuffer, sizeof descriptionBuffer, "%s %s ", kDescription, kv::kVersion);
   Fill<const char*>(compiler, kCompiler);
   Fill<unsigned long>(buildNumber, kBuildNumber);
   Fill<const char*>(description, descriptionBuffer);
@@ -68,11 +63,11 @@ const char* KvDescribeDll(unsigned& major, unsigned& minor, unsigned& release, u
                           unsigned& patch, const char*& internalName, const char*& buildDateAndTime,
                           const char*& furtherField, unsigned& buildNumber, const char*& compiler,
                           const void*& reserved) {
-  major = kMajor;
-  minor = kMinor;
-  release = kRelease;
-  build = kBuild;
-  patch = kPatch;
+  major = kv::kMajor;
+  minor = kv::kMinor;
+  release = kv::kRelease;
+  build = kv::kBuild;
+  patch = kv::kPatch;
   internalName = kInternalName;
   buildDateAndTime = kBuildDateAndTime;
   furtherField = "unknown";
@@ -83,7 +78,8 @@ const char* KvDescribeDll(unsigned& major, unsigned& minor, unsigned& release, u
 }
 
 int KvCheckDll(int flags) {
-  return CheckKvVersionNumber(kMajor, kMinor, kRelease, kBuild, kPatch, flags | 3);
+  return CheckKvVersionNumber(kv::kMajor, kv::kMinor, kv::kRelease, kv::kBuild, kv::kPatch,
+                              flags | 3);
 }
 
 int& ___KvTypeMgrOptions() {

@@ -5,17 +5,13 @@
 
 #include "zbs.h"
 
+#include "kvversion.h"
+
 namespace {
 
 KvAssertHandler assertHandler = nullptr;
 KvMemoryHandler memoryHandler = nullptr;
 thread_local unsigned lowMemoryCount = 0;
-
-// This release.
-constexpr unsigned kMajor = 14;
-constexpr unsigned kMinor = 0;
-constexpr unsigned kRelease = 1;
-constexpr unsigned kBuild = 57;
 
 constexpr int kSameMinor = 0x1;
 constexpr int kReleaseNotNewer = 0x2;
@@ -90,10 +86,10 @@ KvConfig& DefaultConfig() {
 
 int CheckKvVersionNumber(unsigned major, unsigned minor, unsigned release, unsigned build,
                          unsigned /*patch*/, int flags) {
-  if (major != kMajor) return kvNotSupported;
-  if (minor != kMinor) return (flags & kSameMinor) != 0 ? kvNotSupported : kvOk;
-  if ((flags & kReleaseNotNewer) != 0 && release > kRelease) return kvNotSupported;
-  if ((flags & kBuildNotNewer) != 0 && release == kRelease && build > kBuild) {
+  if (major != kv::kMajor) return kvNotSupported;
+  if (minor != kv::kMinor) return (flags & kSameMinor) != 0 ? kvNotSupported : kvOk;
+  if ((flags & kReleaseNotNewer) != 0 && release > kv::kRelease) return kvNotSupported;
+  if ((flags & kBuildNotNewer) != 0 && release == kv::kRelease && build > kv::kBuild) {
     return kvNotSupported;
   }
   return kvOk;

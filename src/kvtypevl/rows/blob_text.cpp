@@ -7,19 +7,19 @@
 #include "kvblob.h"
 #include "kvstring/null_text.h"
 #include "kvstring/text_sink.h"
+#include "kvtext/default_formats.h"
 #include "kvtext/number_text.h"
 
 namespace kv {
 namespace {
 
 void PutHex(TextSink& sink, const KvBlob& blob) {
-  constexpr char kDigits[] = "0123456789abcdef";
   const unsigned char* bytes = blob.Seek(0, blob.Length());
   // A KvString holds no more than this; the rest would be produced only to be cut off.
   const int shown = std::min(blob.Length(), static_cast<int>(KvString::kMaximumBytes / 2));
   for (int i = 0; i < shown; ++i) {
-    sink.Put(kDigits[bytes[i] >> 4]);
-    sink.Put(kDigits[bytes[i] & 15]);
+    sink.Put(HexDigit(bytes[i] >> 4u));
+    sink.Put(HexDigit(bytes[i] & 15u));
   }
 }
 
@@ -33,10 +33,6 @@ void PutDirective(TextSink& sink, const KvBlob& blob, char letter) {
   }
 }
 
-int HexDigit(char c) {
-  return IsDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10;
-}
-
 // `blob`, empty at first, takes the bytes of `text`, up to what is not hex or where memory is
 // short: then the blob is null. Result: the end of what was read.
 const char* ReadHex(KvBlob& blob, const char* text) {
@@ -44,7 +40,7 @@ const char* ReadHex(KvBlob& blob, const char* text) {
   int used = 0;
   text = SkipBlanks(text);
   for (; IsHexDigit(text[0]) && IsHexDigit(text[1]); text = SkipBlanks(text + 2)) {
-    block[used++] = static_cast<unsigned char>(HexDigit(text[0]) << 4 | HexDigit(text[1]));
+    block[used++] = static_cast<unsigned char>(HexValue(text[0]) << 4 | HexValue(text[1]));
     if (used < static_cast<int>(sizeof block)) continue;
     blob.Append(block, std::exchange(used, 0));
     if (blob.IsNullValue()) return text;
@@ -59,7 +55,7 @@ KvString& PrintBlob(KvString& out, void* values, const char* format, unsigned /*
   const KvBlob& blob = *static_cast<const KvBlob*>(values);
   if (blob.IsNullValue()) return PrintNull(out);
   TextSink sink(out);
-  for (const char* at = format != nullptr ? format : "[BLOB,len=%L]"; *at != 0; ++at) {
+  for (const char* at = format != nullptr ? format : default_format::kBlob; *at != 0; ++at) {
     if (*at == '%' && at[1] != 0) {
       PutDirective(sink, blob, *++at);
     } else {

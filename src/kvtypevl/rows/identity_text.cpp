@@ -3,6 +3,7 @@
 
 #include "kvstring/null_text.h"
 #include "kvstring/text_sink.h"
+#include "kvtext/default_formats.h"
 #include "kvtext/number_text.h"
 
 namespace kv {
@@ -154,8 +155,8 @@ ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format
 
 namespace {
 
-constexpr const char* kObjIdFormat = "(%H-%L#%B)";
-constexpr const char* kClassIdFormat = "(%Cv%V)";
+constexpr const char* kObjIdFormat = default_format::kObjId;
+constexpr const char* kClassIdFormat = default_format::kClassId;
 constexpr const char* kRefFormat = "(%D:%H-%L#%B,%Cv%V)";
 constexpr const char* kLocalRefFormat = "(%H-%L#%B,%C)";
 

@@ -6,6 +6,7 @@
 #include "kvstring.h"
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
+#include "kvtext/default_formats.h"
 #include "kvtypevl/operations/bounds.h"
 #include "kvtypevl/operations/compare.h"
 #include "kvtypevl/operations/hash.h"
@@ -124,7 +125,7 @@ struct FloatingRow : ScalarRow<T, storage, text> {
   static void ToText(KvString& out, T value) { out << value; }
   static void FromText(T& value, KvString& input) {
     value = 0;
-    text.scan(&value, input, "%.17g", 1);
+    text.scan(&value, input, default_format::kFloating, 1);
   }
 };
 

@@ -11,6 +11,7 @@
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
 #include "kvstring/text_sink.h"
+#include "kvtext/default_formats.h"
 #include "kvtext/float_text.h"
 #include "kvtext/scalar_format.h"
 
@@ -73,17 +74,14 @@ void* ScanInteger(void* values, const KvString& text, const char* format,
 
 // --- Characters ---
 
-constexpr char kCharacterFormat[] = "%c";
-
 constexpr bool IsPrintable(char c) {
   return c >= 0x20 && c <= 0x7E;
 }
 
 void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
   if (!IsPrintable(c)) {
-    constexpr char kHexDigits[] = "0123456789abcdef";
     const auto byte = static_cast<unsigned char>(c);
-    const char hex[] = {'0', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 15], 0};
+    const char hex[] = {'0', 'x', HexDigit(byte >> 4u), HexDigit(byte & 15u), 0};
     std::memcpy(text, hex, sizeof hex);
     return;
   }
@@ -96,12 +94,10 @@ void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
 
 // --- Floating numbers ---
 
-constexpr char kFloatFormat[] = "%.17g";
-
 // A comparison that the compiler unrolls: every number printed or scanned begins with it.
 constexpr bool IsFloatFormat(const char* format) {
-  for (unsigned i = 0; i < sizeof kFloatFormat; ++i) {
-    if (format[i] != kFloatFormat[i]) return false;
+  for (unsigned i = 0; i < sizeof default_format::kFloating; ++i) {
+    if (format[i] != default_format::kFloating[i]) return false;
   }
   return true;
 }
@@ -210,11 +206,11 @@ void* ScanFloatingRow(void* values, const KvString& text, const char* format,
 KvString& PrintCharacters(KvString& out, void* values, const char* format, unsigned count) {
   if (values == nullptr) return out = "";
   TextSink text(out);
-  if (format == nullptr) format = kCharacterFormat;
+  if (format == nullptr) format = default_format::kCharacter;
   const char* bytes = static_cast<const char*>(values);
   // Every byte prints at least one character, so what lies beyond cannot show.
   const unsigned shown = std::min(count, KvString::kMaximumBytes);
-  const bool plain = std::strcmp(format, kCharacterFormat) == 0;
+  const bool plain = std::strcmp(format, default_format::kCharacter) == 0;
   ScalarBuffer piece;
   for (unsigned i = 0; i < shown; ++i) {
     if (plain && IsPrintable(bytes[i])) {
@@ -232,7 +228,7 @@ void* ScanCharacters(void* values, KvString& text, const char* format, unsigned 
   const NarrowText narrow(text);
   char* bytes = static_cast<char*>(values);
   const char* input = narrow.Get();
-  if (std::strcmp(format, kCharacterFormat) == 0) {
+  if (std::strcmp(format, default_format::kCharacter) == 0) {
     std::memcpy(bytes, input, std::min<std::size_t>(std::strlen(input), count));
     return values;
   }
@@ -246,31 +242,31 @@ void* ScanCharacters(void* values, KvString& text, const char* format, unsigned 
 }
 
 KvString& PrintShort(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_2b>(out, values, format, "%hd");
+  return PrintInteger<o_2b>(out, values, format, default_format::kShort);
 }
 KvString& PrintWord(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_2b>(out, values, format, "%hu");
+  return PrintInteger<o_2b>(out, values, format, default_format::kWord);
 }
 KvString& PrintLong(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_4b>(out, values, format, "%ld");
+  return PrintInteger<o_4b>(out, values, format, default_format::kLong);
 }
 KvString& PrintDword(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_4b>(out, values, format, "%lu");
+  return PrintInteger<o_4b>(out, values, format, default_format::kDword);
 }
 KvString& PrintBlockId(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_4b>(out, values, format, "#%lu");
+  return PrintInteger<o_4b>(out, values, format, default_format::kBlockId);
 }
 KvString& PrintInt(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<int>(out, values, format, "%d");
+  return PrintInteger<int>(out, values, format, default_format::kInt);
 }
 KvString& PrintUnsigned(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<int>(out, values, format, "%u");
+  return PrintInteger<int>(out, values, format, default_format::kUnsigned);
 }
 KvString& Print8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_8b>(out, values, format, "%I64d");
+  return PrintInteger<o_8b>(out, values, format, default_format::kEightByte);
 }
 KvString& PrintU8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_8b>(out, values, format, "%I64u");
+  return PrintInteger<o_8b>(out, values, format, default_format::kUnsignedEightByte);
 }
 
 void* ScanShort(void* values, KvString& text, const char* format, unsigned /*count*/) {

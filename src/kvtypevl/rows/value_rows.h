@@ -6,6 +6,7 @@
 #include "kvcompare.h"
 #include "kvint64.h"
 #include "kvseal.h"
+#include "kvtext/default_formats.h"
 #include "kvtypevl/operations/bounds.h"
 #include "kvtypevl/operations/compare.h"
 #include "kvtypevl/operations/hash.h"
@@ -20,7 +21,7 @@ struct Int64Row {
   using Codec = Int64Codec;
   static constexpr bool kKeyIsLinear = true;
   static constexpr bool kPositionIsFloating = false;
-  static constexpr const char* kFormat = "%S";
+  static constexpr const char* kFormat = default_format::kInt64;
 
   static int Order(const KvInt64& a, const KvInt64& b, unsigned short) {
     return ThreeWay(a.Get8b(), b.Get8b());
@@ -45,7 +46,7 @@ struct Int64Row {
 struct BooleanRow {
   using Codec = BooleanCodec;
   static constexpr bool kKeyIsLinear = true;
-  static constexpr const char* kFormat = "noop";
+  static constexpr const char* kFormat = default_format::kNone;
 
   static int Order(const KvBoolean& a, const KvBoolean& b, unsigned short) {
     return (a > b) - (a < b);
@@ -70,7 +71,7 @@ struct BooleanRow {
 struct SealRow {
   using Codec = SealCodec;
   static constexpr bool kPositionIsFloating = false;
-  static constexpr const char* kFormat = "noop";
+  static constexpr const char* kFormat = default_format::kNone;
 
   // Stored seals give the difference of the first bytes that differ, those in memory that of the
   // first words.

@@ -8,12 +8,11 @@
 #include "kvseal.h"
 #include "kvstring/null_text.h"
 #include "kvstring/text_sink.h"
+#include "kvtext/default_formats.h"
 #include "kvtext/number_text.h"
 
 namespace kv {
 namespace {
-
-constexpr const char* kInt64Format = "%S";
 
 enum class Letters { kLower, kUpper };
 
@@ -45,7 +44,7 @@ constexpr Conversion ConversionOf(char letter) {
 // behind it, whatever it is.
 template <class Convert, class Literal>
 bool WalkInt64Format(const char* format, Convert convert, Literal literal) {
-  for (const char* at = format != nullptr ? format : kInt64Format; *at != 0; ++at) {
+  for (const char* at = format != nullptr ? format : default_format::kInt64; *at != 0; ++at) {
     if (*at != '%' || at[1] == 0) {
       if (!literal(*at)) return false;
     } else if (const Conversion conversion = ConversionOf(*++at); conversion.radix != 0) {
