@@ -10,14 +10,13 @@
 #include "kvcompare.h"
 #include "kvodmg.h"
 #include "kvtypemgr.h"
+#include "support/types.h"
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
+using support::Types;
 
 template <class T>
 Bytes Stored(char id, T value, unsigned char format) {

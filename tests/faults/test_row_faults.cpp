@@ -15,7 +15,7 @@ using support::Bytes;
 using support::Types;
 using support::Values;
 
-constexpr unsigned char kMemory = 8;
+using support::kMemory;
 constexpr unsigned kRun = 3;
 
 // Texts and blobs beyond every small buffer, so that no path stays on the stack.

@@ -19,12 +19,13 @@
 
 #include "golden_check/value_text.h"
 #include "kv.h"
+#include "support/types.h"
 
 namespace golden {
 
 inline constexpr unsigned char kMemoryOrder = 0;
 inline constexpr unsigned char kReversed = 2;
-inline constexpr unsigned char kMemory = 8;
+using support::kMemory;
 
 struct Line {
   std::string relation;  // ".", "<", "=", or "+" for a value that is new

@@ -15,6 +15,7 @@
 #include "kvstring.h"
 #include "kvtypemgr.h"
 #include "kvtypevl/rows/nullable_hash.h"
+#include "support/types.h"
 
 template <>
 struct std::numeric_limits<KvInt64> {
@@ -23,9 +24,7 @@ struct std::numeric_limits<KvInt64> {
 
 namespace {
 
-KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
+using support::Types;
 
 template <class Nullable, char row, char scalarRow, unsigned memory>
 struct Member {

@@ -12,18 +12,14 @@
 #include <initializer_list>
 #include <limits>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "kv.h"
+#include "support/types.h"
 
 namespace support {
-
-inline constexpr char kRowCount = 46;  // without the illegal row
-
-inline KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
 
 // The stored bytes of one value in memory order; no bytes stand for the row's null.
 using Bytes = std::vector<unsigned char>;
@@ -189,8 +185,15 @@ inline Bytes NextValue(char id, Source& source) {
       return source.Integer(2) + source.Integer(2);
     case KvSEAL_T:
       return source.Integer(2) + source.Integer(2) + source.Integer(2);
-    default:
+    case Kv4B_T:
+    case KvU4B_T:
+    case KvINT_T:
+    case KvUNSIGNED_T:
+    case KvENUM_T:
+    case KvBLOCKID_T:
       return source.Integer(4);
+    default:
+      throw std::runtime_error(std::string("no values for ") + Types().NameGet(id, nullptr));
   }
 }
 

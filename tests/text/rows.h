@@ -5,10 +5,9 @@
 
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "support/types.h"
 
-inline KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
+using support::Types;
 
 template <class Value>
 std::string Print(char type, Value value, const char* format = nullptr) {

@@ -17,7 +17,7 @@ using support::Types;
 using support::Values;
 
 constexpr unsigned kRun = 12;
-constexpr unsigned char kMemory = 8;
+using support::kMemory;
 constexpr unsigned kThreads = 4;
 
 struct Row {

@@ -4,9 +4,11 @@
 #include <doctest/doctest.h>
 
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "kv.h"
+#include "support/types.h"
 
 namespace {
 
@@ -19,7 +21,7 @@ struct Expected {
   const char* format;
 };
 
-const Expected kTable[47] = {
+const Expected kTable[] = {
     {"o_char", "Kv1B_T", 1, true, false, "%c"},
     {"o_2b", "Kv2B_T", 2, true, false, "%hd"},
     {"o_4b", "Kv4B_T", 4, true, false, "%ld"},
@@ -69,6 +71,8 @@ const Expected kTable[47] = {
     {"illegal", "KvRES_T", 0, true, false, "illegal"},
 };
 
+constexpr char kRows = static_cast<char>(std::size(kTable));
+
 unsigned MemoryHere(char id, const Expected& row) {
   if (sizeof(void*) == 4) return row.memory;
   if (id == KvSTRING_T || id == KvISTRING_T || id == KvCASEISTRING_T) return 16;
@@ -77,9 +81,13 @@ unsigned MemoryHere(char id, const Expected& row) {
 
 }  // namespace
 
+TEST_CASE("the table knows every row") {
+  CHECK(support::kRowCount == kRows - 1);
+}
+
 TEST_CASE("every row has its name, size, format and null capability") {
   KvTypeMgr types;
-  for (char id = 0; id < 47; ++id) {
+  for (char id = 0; id < kRows; ++id) {
     const Expected& row = kTable[static_cast<int>(id)];
     CAPTURE(row.name);
     char buffer[32];
@@ -109,7 +117,7 @@ TEST_CASE("ids beyond the rows") {
   KvTypeMgr types;
   for (int id = -128; id < 128; ++id) {
     CAPTURE(id);
-    const bool valid = id < 47 || id >= 100;
+    const bool valid = id < kRows || id >= 100;
     CHECK(types.IsValidType(static_cast<char>(id)) == (valid ? 1 : 0));
   }
   for (int id = 100; id < 128; ++id) {
@@ -118,7 +126,7 @@ TEST_CASE("ids beyond the rows") {
   }
   char id = 7;
   CHECK(types.Name2KvTypeId("O_4B", id) == 1);
-  CHECK(id == 47);
+  CHECK(id == kRows);
   CHECK(types.MemLenGet(KvREF_T, 5000) == 14464);  // 80,000 modulo 65,536
 }
 
@@ -126,7 +134,7 @@ TEST_CASE("capabilities") {
   KvTypeMgr types;
   std::string integral;
   std::string stamped;
-  for (char id = 0; id < 47; ++id) {
+  for (char id = 0; id < kRows; ++id) {
     if (types.SupportsCapability(id, 2)) integral += std::to_string(id) + " ";
     if (types.SupportsCapability(id, 3)) stamped += std::to_string(id) + " ";
     CHECK(types.SupportsCapability(id, 4) == 0);
@@ -165,7 +173,7 @@ TEST_CASE("the illegal row answers every operation harmlessly") {
 
 TEST_CASE("no other row borrows the illegal row's functions") {
   KvTypeMgr types;
-  constexpr char kIllegal = 46;
+  constexpr char kIllegal = kRows - 1;
   for (char id = 0; id < kIllegal; ++id) {
     CAPTURE(int{id});
     CHECK((types.ConstructorPtrGet(id) != types.ConstructorPtrGet(kIllegal)));
@@ -202,7 +210,7 @@ TEST_CASE("format versions choose the catalogue") {
     CHECK(types.Name2KvTypeId("KvTimeSpan", id) == 0);
     CHECK(id == KvTIMESPAN_T);
     CHECK(types.Name2KvTypeId("o_4B", id) == 1);
-    CHECK(id == 47);
+    CHECK(id == kRows);
     types.SetFactory(5);
     CHECK(types.SupportsNullValue(KvSTRING_T) == 1);
   }

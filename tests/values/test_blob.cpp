@@ -15,14 +15,13 @@
 #include "kvcompare.h"
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "support/types.h"
 
 namespace {
 
 using Bytes = std::optional<std::string>;  // nothing: null
 
-KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
+using support::Types;
 
 Bytes Content(KvBlob& blob) {
   if (blob.IsNullValue()) return std::nullopt;

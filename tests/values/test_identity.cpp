@@ -10,12 +10,11 @@
 
 #include "kvref.h"
 #include "kvstring.h"
+#include "support/types.h"
 
 namespace {
 
-KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
+using support::Types;
 
 template <class Identity>
 std::string Printed(const Identity& id, const char* format = nullptr) {

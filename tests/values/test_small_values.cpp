@@ -12,15 +12,14 @@
 #include "kvseal.h"
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "support/types.h"
 
 namespace {
 
 constexpr unsigned char kStoredFormats[] = {0, 1, 2};
 constexpr unsigned char kFormats[] = {0, 1, 2, 8};
 
-KvTypeMgr& Types() {
-  return *DefaultTypeMgr(nullptr);
-}
+using support::Types;
 
 std::string Printed(const KvInt64& value, const char* format) {
   KvString text("rest");
