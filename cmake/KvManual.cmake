@@ -1,6 +1,6 @@
-# kv_manual(PROGRAM): its man page and its completions, which the program itself writes, built with it
+# kv_manual(PROGRAM COMPONENT): its man page and its completions, which the program itself writes, built with it
 # and installed where man, bash and zsh look.
-function(kv_manual program)
+function(kv_manual program component)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/manual)
   file(MAKE_DIRECTORY ${folder})
   set(outputs)
@@ -17,9 +17,9 @@ function(kv_manual program)
   add_custom_command(OUTPUT ${folder}/${program}.1.gz DEPENDS ${folder}/${program}.1
     COMMAND gzip -9 -n -k -f ${folder}/${program}.1 VERBATIM)
   add_custom_target(${program}_manual ALL DEPENDS ${outputs} ${folder}/${program}.1.gz)
-  install(FILES ${folder}/${program}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(FILES ${folder}/${program}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
   install(FILES ${folder}/${program}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${component})
   install(FILES ${folder}/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
-    COMPONENT tools)
+    COMPONENT ${component})
 endfunction()

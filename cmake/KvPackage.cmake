@@ -48,4 +48,10 @@ kv_package(tools kvtm database "workbench for stored values"
 manager how values compare, hash, sort and step. With man pages and completions
 for bash and zsh." DEPENDS libraries)
 
+if(TARGET kvindex)
+  kv_package(index kvindex database "typed records in ordered stores"
+    "Keeps records of the type manager's types in LMDB, RocksDB, etcd or
+PostgreSQL, and finds them by predicates." DEPENDS libraries)
+endif()
+
 include(CPack)

@@ -65,8 +65,9 @@ def main():
         flags = run("pkg-config", "--cflags", "--libs", "kvtypemgr",
                     env={**os.environ, "PKG_CONFIG_PATH": str(pkgconfig)}).split()
         run("c++", "-std=c++20", source, "-o", root / "usr/bin/program", *flags)
-        for program in ("kvtm", "program"):
-            for needed in needed_libraries(root / "usr/bin" / program, library.parent):
+        programs = [path for path in (root / "usr/bin").iterdir()]
+        for program in programs:
+            for needed in needed_libraries(program, library.parent):
                 target = root / str(needed)[1:]
                 target.parent.mkdir(parents=True, exist_ok=True)
                 if not target.exists():
@@ -89,13 +90,9 @@ def main():
                      "usr/share/zsh/vendor-completions/_kvtm"):
             if not (root / file).exists():
                 sys.exit(f"{file} is in no package")
-        if (root / "usr/bin/kvindex").exists():
-            for needed in needed_libraries(root / "usr/bin/kvindex", library.parent):
-                target = root / str(needed)[1:]
-                target.parent.mkdir(parents=True, exist_ok=True)
-                if not target.exists():
-                    shutil.copy(needed, target)
-            use("kvindex", "--help")
+        for program in programs:
+            if program.name != "program":
+                use(program.name, "--help")
     print("used from a bare root: " + ", ".join(package.name for package in packages))
 
 

@@ -48,7 +48,7 @@ class BadBytes(unittest.TestCase):
                     whole = [r for o, r in records(path) if o == order and len(r) <= LONGEST]
                     bad = [run for record in whole for run in damaged(record)]
                     for fault in self.load(name, order, whole + bad).splitlines():
-                        if "counts as true" in fault:
+                        if re.search("counts as true|no calendar|old form", fault):
                             continue  # said of a value that loads
                         said = re.match(r"kvtm: load: line (\d+): .", fault)
                         self.assertTrue(said, fault)

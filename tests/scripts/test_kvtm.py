@@ -407,9 +407,17 @@ class BadInput(KvtmTest):
         self.assertEqual((status, output), (0, "1\n"))
         self.assertIn("1 more bytes follow the 1 values asked for, from offset 2", error)
 
+    def test_remarks_tell_the_line(self):
+        self.assertEqual(kvtm("load", "KvBoolean", "--lines", "-", stdin="01\n02\n")[2],
+                         "kvtm: load: line 2: byte 0x02 at offset 0 counts as true and prints as "
+                         "FALSE: only 1 prints as TRUE\n")
+
     def test_remarks_on_stderr(self):
         for words, *arguments in [
             ("byte 0x02 at offset 1 counts as true and prints as FALSE", "load", "KvBoolean", "0002"),
+            ("1 of the values no calendar or clock has, the first at offset 4", "load", "KvDate",
+             "e807021de8070d1d"),
+            ("these strings are in the old form", "load", "KvString", "0400" "61626300"),
             ("copied; --reorder turns", "translate", "o_4b", "--from", "0", "--to", "2", "01000000"),
             ("'5' is taken as a character", "store", "o_u1b", "5"),
         ]:

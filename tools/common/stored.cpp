@@ -40,7 +40,7 @@ StoredRun MeasureStored(char id, const unsigned char* bytes, std::size_t size, u
                         unsigned count, std::size_t place) {
   const KvMeasured run = KvMeasureStored(Types(), id, bytes, size, order, count);
   if (run.status != kvOk) FailMeasuring(id, run, size, count, place);
-  return {run.count, run.bytes};
+  return {run.count, run.bytes, run.strange, run.firstStrange, run.oldForm};
 }
 
 StoredRun MeasureStored(char id, const Bytes& bytes, unsigned char order, unsigned count) {

@@ -9,7 +9,10 @@
 
 struct StoredRun {
   unsigned count;
-  std::size_t bytes;  // of the run; what was given may be longer
+  std::size_t bytes;         // of the run; what was given may be longer
+  unsigned strange;          // values that no calendar or clock has
+  std::size_t firstStrange;  // offset of the first of those
+  bool oldForm;              // strings as old catalogues write them
 };
 
 // Measures a run of `count` values of type `id` at the front of `bytes`, in stored form of the byte

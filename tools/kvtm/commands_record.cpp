@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 
 #include "catalogue.h"
@@ -283,8 +282,8 @@ int RunRecord(const Arguments& arguments) {
   }
   Show(arguments, rows, many);
   if (!reader.AtEnd()) {
-    std::fprintf(stderr, "kvtm: record: %zu more bytes follow, from offset %zu\n", reader.Left(),
-                 reader.Place());
+    Note(std::to_string(reader.Left()) + " more bytes follow, from offset " +
+         std::to_string(reader.Place()));
   }
   return kExitGood;
 }

@@ -1,5 +1,4 @@
 // kvtm store, load and translate: values and their stored bytes.
-#include <cstdio>
 #include <string>
 
 #include "catalogue.h"
@@ -28,10 +27,10 @@ unsigned CountOf(const Arguments& arguments) {
   return arguments.Number("count", 1, 0xFFFFFFFFU, 0);
 }
 
-void NoteRest(const char* command, std::size_t given, std::size_t used, unsigned count) {
+void NoteRest(std::size_t given, std::size_t used, unsigned count) {
   if (given <= used) return;
-  std::fprintf(stderr, "kvtm: %s: %zu more bytes follow the %u values asked for, from offset %zu\n",
-               command, given - used, count, used);
+  Note(std::to_string(given - used) + " more bytes follow the " + std::to_string(count) +
+       " values asked for, from offset " + std::to_string(used));
 }
 
 // A format byte: a number, or "memory", "stored", "reversed".
@@ -74,22 +73,25 @@ void NoteDigit(const ValueRun& run, const Arguments& arguments, const ValueStyle
   if (noted || FactsOf(run.Id()).kind != TextKind::kCharacter || style.number) return;
   for (const std::string& text : arguments.From(1)) {
     if (text.size() != 1 || text[0] < '0' || text[0] > '9') continue;
-    std::fprintf(stderr, "kvtm: store: '%c' is taken as a character; --number takes numbers\n",
-                 text[0]);
+    Note(Quoted(text) + " is taken as a character; --number takes numbers");
     noted = true;
     return;
   }
 }
 
-// What a reader of the value alone would not see.
-void NoteOddities(char id, const Bytes& bytes) {
+// What a reader of the values alone would not see.
+void NoteOddities(char id, const Bytes& bytes, const StoredRun& run) {
+  if (run.oldForm) Note("these strings are in the old form");
+  if (run.strange > 0) {
+    Note(std::to_string(run.strange) +
+         " of the values no calendar or clock has, the first at offset " +
+         std::to_string(run.firstStrange));
+  }
   if (id != KvBOOLEAN_T) return;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
+  for (std::size_t i = 0; i < run.bytes; ++i) {
     if (bytes[i] <= 1 || bytes[i] == 0xFF) continue;
-    std::fprintf(stderr,
-                 "kvtm: load: byte 0x%02x at offset %zu counts as true and prints as FALSE: only 1 "
-                 "prints as TRUE\n",
-                 bytes[i], i);
+    Note("byte 0x" + ToHex(&bytes[i], 1) + " at offset " + std::to_string(i) +
+         " counts as true and prints as FALSE: only 1 prints as TRUE");
     return;
   }
 }
@@ -141,9 +143,8 @@ int RunLoad(const Arguments& arguments) {
   }
   if (output == Output::kJson) Print("[" + json + "]\n");
   if (output == Output::kCsv) PrintTable(table, output);
-  NoteOddities(id,
-               Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(measured.bytes)));
-  NoteRest("load", bytes.size(), measured.bytes, measured.count);
+  NoteOddities(id, bytes, measured);
+  NoteRest(bytes.size(), measured.bytes, measured.count);
   return kExitGood;
 }
 
@@ -173,9 +174,7 @@ int RunTranslate(const Arguments& arguments) {
   if (to != kMemoryForm) translated.resize(written);
   PrintBytes(translated, output);
   if (!anyMemory && from != to) {
-    std::fputs(
-        "kvtm: translate: from stored to stored the bytes are copied; --reorder turns them\n",
-        stderr);
+    Note("from stored to stored the bytes are copied; --reorder turns them");
   }
   return kExitGood;
 }

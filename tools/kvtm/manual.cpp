@@ -97,8 +97,9 @@ with a value; with it, bytes that follow are reported on stderr.
 
 The bytes are measured by the type's own length fields before anything trusts them: a run
 that would be read past its end is an error. Control characters show as \xNN.
-A byte of a KvBoolean that is neither 0, 1 nor 255 is remarked on: it counts as true and
-prints as FALSE, because only 1 prints as TRUE.
+stderr has remarks on values that can be read and are odd all the same: dates and times that
+no calendar or clock has, strings in the old form, and a byte of a KvBoolean that is neither
+0, 1 nor 255. That one counts as true and prints as FALSE, because only 1 prints as TRUE.
 
 Examples:
   $ kvtm load Kv2B_T --order 2 0001 0002 ffff
