@@ -65,7 +65,7 @@ class Units {
   // The unit so many before the present one, which the caller knows to be there.
   Unit Back(unsigned units) const { return Load(position_ - units * sizeof(Unit)); }
 
-  void Advance() { position_ += sizeof(Unit); }
+  void Advance(unsigned units = 1) { position_ += units * sizeof(Unit); }
   void Skip(unsigned units) { position_ += units * sizeof(Unit); }
   unsigned Word(Unit unit) const { return table_.Word(unit); }
   const unsigned char* Position() const { return position_; }

@@ -6,6 +6,7 @@
 #include "kvbase/key_bytes.h"
 #include "kvstring/collate_units.h"
 #include "kvstring/text_key_layout.h"
+#include "kvstring/text_key_runs.h"
 
 namespace kv {
 namespace {
@@ -115,8 +116,14 @@ constexpr bool IsPlain(unsigned weight) {
 template <class Sink>
 class TextKeyWriter {
  public:
-  TextKeyWriter(const Text& text, unsigned short cmpOp, Sink& sink)
-      : text_(text), cmpOp_(cmpOp), caseCounts_((cmpOp & kvCompareIgnoreCase) == 0), sink_(sink) {}
+  // `room` is the end of what may be written; null where nothing is, or it is not known.
+  TextKeyWriter(const Text& text, unsigned short cmpOp, Sink& sink,
+                const unsigned char* room = nullptr)
+      : text_(text),
+        cmpOp_(cmpOp),
+        room_(room),
+        caseCounts_((cmpOp & kvCompareIgnoreCase) == 0),
+        sink_(sink) {}
 
   void PutAll() {
     PutBeginning();
@@ -131,8 +138,13 @@ class TextKeyWriter {
   // The leading byte and level 1, but for what an order from 8000 on waits for at the end.
   void PutBeginning() {
     sink_.Put(0x01);
-    Weights weights(text_, cmpOp_);
-    for (unsigned weight = weights.Next(); weight != 0; weight = weights.Next()) Add(weight);
+    const bool isByUnits = text_.codeSet != kOrderCodeSet && (cmpOp_ & kvCompareSkipSpaces) == 0;
+    if (!isByUnits) return AddOrders(text_);
+    if (KvIsWideCodeSet(text_.codeSet)) {
+      AddUnits(WidesOf(text_), EightWideUnits);
+    } else {
+      AddUnits(BytesOf(text_), EightUnits);
+    }
   }
 
   void PutEndOfLevelOne() {
@@ -148,6 +160,66 @@ class TextKeyWriter {
   }
 
  private:
+  void AddOrders(const Text& text) {
+    Weights weights(text, cmpOp_);
+    for (unsigned weight = weights.Next(); weight != 0; weight = weights.Next()) Add(weight);
+  }
+
+  // Unit by unit, up to the first one that may be part of a contraction.
+  template <class Units, class EightFrom>
+  void AddUnits(Units units, EightFrom eightFrom) {
+    const unsigned mask = LevelMask(cmpOp_);
+    [[maybe_unused]] const bool inRuns = std::endian::native == std::endian::little &&
+                                         room_ != nullptr && !IsReversed(text_) &&
+                                         !HasContractions(text_.language);
+    for (unsigned index = 0;;) {
+      if constexpr (kWrites) {
+        if (inRuns) PutLetters(units, eightFrom, index);
+      }
+      const unsigned word = index == text_.length ? 0 : units.Word(units.Get());
+      if (word == 0) return;
+      if ((word & kPairBit) == 0) {
+        AddPlain(word & mask);
+      } else if (IsContractionPart(word)) {
+        return AddOrders(RestOf(text_, index));
+      } else {
+        Add(OrderWeight(FirstOrder(word)) & mask);
+        Add(OrderWeight(SecondOrder(word)) & mask);
+      }
+      units.Advance();
+      ++index;
+    }
+  }
+
+  // Runs of small letters, as many as there are and have room in words of eight.
+  template <class Units, class EightFrom>
+  void PutLetters(Units& units, EightFrom eightFrom, unsigned& index) {
+    for (;;) {
+      if (index == text_.length || room_ - sink_.At() < 8) return;
+      const std::uint64_t word = eightFrom(BeginOf(text_), index, text_.length);
+      const unsigned letters = LeadingSmallLetters(word);
+      if (letters == 0) return;
+      const std::uint64_t codes = SmallLetterCodes(word);
+      std::memcpy(sink_.At(), &codes, 8);
+      sink_.MoveTo(sink_.At() + letters);
+      before_ = kFirstLetter;
+      position_ += letters;
+      index += letters;
+      units.Advance(letters);
+      if (letters != 8) return;
+    }
+  }
+
+  // A weight of one order below 8000.
+  void AddPlain(unsigned weight) {
+    const unsigned primary = weight >> 16;
+    if (waiting_ != 0 || kByteCodes[primary] == 0) return Add(weight);
+    sink_.Put(kByteCodes[primary]);
+    if (!IsPlain(weight)) Note(weight);
+    before_ = primary;
+    ++position_;
+  }
+
   void Add(unsigned weight) {
     const unsigned primary = weight >> 16;
     AddPrimary(primary);
@@ -186,8 +258,11 @@ class TextKeyWriter {
     if (kept.Size() != 0) sink_.Put(kept.Bytes(), kept.Size());
   }
 
+  static constexpr bool kWrites = requires(Sink & sink) { sink.At(); };
+
   const Text& text_;
   unsigned short cmpOp_;
+  const unsigned char* room_;
   bool caseCounts_;
   Sink& sink_;
   KeptMarks accents_, cases_, variants_;
@@ -201,9 +276,10 @@ class TextKeyWriter {
 
 }  // namespace
 
-unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key) {
+unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key,
+                            const unsigned char* room) {
   KeySink end(key);
-  TextKeyWriter(text, cmpOp, end).PutAll();
+  TextKeyWriter(text, cmpOp, end, room).PutAll();
   return end.At();
 }
 

@@ -43,10 +43,12 @@ constexpr unsigned long long TextKeyBound(unsigned long long bytes) {
   return 6 * bytes + 3;
 }
 
-// The key into `key`, which has room for TextKeyBound. `cmpOp` holds kvCompareExact and options
-// that leave out levels or spaces. The text is not null; its code set and language are numbers that
-// stand for no default. Result: the end of the key.
-unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key);
+// The key into `key`. The caller knows that there is room for it, by TextKeyBound or TextKeySize;
+// `room` is the end of the buffer, whose bytes behind the key may be used too. `cmpOp` holds
+// kvCompareExact and options that leave out levels or spaces. The text is not null; its code set
+// and language are numbers that stand for no default. Result: the end of the key.
+unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key,
+                            const unsigned char* room);
 // The exact size of that key.
 std::size_t TextKeySize(const Text& text, unsigned short cmpOp);
 

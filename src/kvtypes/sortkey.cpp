@@ -110,7 +110,8 @@ int KvSortKeyRun(const KvSortKeyKind& kind, const void* values, unsigned length,
     if (offsets != nullptr) std::fill_n(offsets, std::size_t{count} + 1, 0);
     return kvOk;
   }
-  const kv::KeyedRun run = kv::RunOf(kind, values, length, format, count);
+  kv::KeyedRun run = kv::RunOf(kind, values, length, format, count);
+  run.capacity = capacity;
   status = kv::CheckRun(*handlers, run, capacity, size);
   if (status != kvOk) return status;
   auto* const bytes = static_cast<unsigned char*>(keys);

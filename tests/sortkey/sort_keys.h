@@ -22,7 +22,12 @@ inline Bytes KeyOf(const KvSortKeyKind& kind, const void* value, unsigned char f
   std::size_t size = 0;
   KvSortKey(kind, value, length, format, nullptr, 0, size);
   Bytes key(size);
-  if (KvSortKey(kind, value, length, format, key.data(), size, size) != kvOk) key.clear();
+  if (KvSortKey(kind, value, length, format, key.data(), size, size) != kvOk) return {};
+  // With room behind it other ways are taken, to the same key.
+  Bytes roomy(8 * size + 64);
+  KvSortKey(kind, value, length, format, roomy.data(), roomy.size(), size);
+  roomy.resize(size);
+  if (roomy != key) key.clear();
   return key;
 }
 

@@ -68,8 +68,22 @@ KvString OrderText(Source& source) {
   return string;
 }
 
+// Mostly small letters, which are taken in runs.
+KvString LongWord(Source& source, unsigned char language) {
+  std::u16string text;
+  for (unsigned left = source.Below(24); left != 0; --left) {
+    const char16_t small = static_cast<char16_t>(u'a' + source.Below(26));
+    text +=
+        source.Below(12) != 0 ? small : source.Pick({u'A', u'`', u'{', u'\u00e4', u'\u0161', u'0'});
+  }
+  KvString string = Unicode(text, language);
+  if (source.Below(2) != 0) string.SetCodeSetCode(6);
+  return string;
+}
+
 KvString NextText(Source& source, unsigned char language) {
   if (source.Below(12) == 0) return OrderText(source);
+  if (source.Below(6) == 0) return LongWord(source, language);
   const std::u16string& letters = kAlphabets[source.Below(std::size(kAlphabets))];
   std::u16string text;
   for (unsigned left = source.Below(6); left != 0; --left) {

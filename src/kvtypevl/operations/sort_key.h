@@ -25,8 +25,9 @@ struct KeyedRun {
   unsigned count;
   unsigned short cmpOp;
   bool plainBytes;
-  bool nullsHigh;   // null behind every value of an ascending key
-  KvLoadFunc load;  // the row's own
+  bool nullsHigh;            // null behind every value of an ascending key
+  KvLoadFunc load;           // the row's own
+  std::size_t capacity = 0;  // of the buffer for the keys
 
   bool IsMemory() const { return format.IsMemory(); }
   unsigned char NullByte() const { return nullsHigh ? 0xFF : 0x00; }

@@ -44,9 +44,10 @@ unsigned char* WriteBytes(const Text& text, unsigned char* key) {
   return key + length;
 }
 
-unsigned char* WriteKey(const KeyedRun& run, const Text& text, unsigned char* key) {
+unsigned char* WriteKey(const KeyedRun& run, const Text& text, unsigned char* key,
+                        const unsigned char* room) {
   if (text.IsNull()) return *key = run.NullByte(), key + 1;
-  if (!run.plainBytes) return WriteTextKey(text, run.cmpOp, key);
+  if (!run.plainBytes) return WriteTextKey(text, run.cmpOp, key, room);
   key = WriteBytes(text, key);
   *key = 0x00;
   return key + 1;
@@ -114,7 +115,7 @@ std::size_t StringKeys::Write(const KeyedRun& run, unsigned char* keys, std::siz
     begins.Add(key);
     Text text;
     strings.Next(text);
-    key = WriteKey(run, text, key);
+    key = WriteKey(run, text, key, keys + run.capacity);
   }
   begins.Add(key);
   return static_cast<std::size_t>(key - keys);
