@@ -55,13 +55,17 @@ KvString StringOf(const std::u16string& word, unsigned char codeSet) {
 }
 
 auto KeysOfWords(std::shared_ptr<std::vector<KvString>> words) {
-  return [words] {
-    unsigned char key[1024];
+  std::size_t bytes = 0;
+  for (const KvString& word : *words) bytes += word.GetBufferSize();
+  const auto count = static_cast<unsigned>(words->size());
+  const auto keys = std::make_shared<std::vector<unsigned char>>(
+      KvSortKeyBound({.type = KvSTRING_T}, bytes, count));
+  const auto offsets = std::make_shared<std::vector<std::size_t>>(count + 1);
+  return [=] {
     std::size_t size;
-    for (const KvString& word : *words) {
-      KvSortKey({.type = KvSTRING_T}, &word, 0, 8, key, sizeof key, size);
-      benchmark::DoNotOptimize(key);
-    }
+    KvSortKeyRun({.type = KvSTRING_T}, words->data(), 0, 8, count, keys->data(), keys->size(),
+                 offsets->data(), size);
+    benchmark::DoNotOptimize(keys->data());
   };
 }
 

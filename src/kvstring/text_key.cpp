@@ -116,14 +116,8 @@ constexpr bool IsPlain(unsigned weight) {
 template <class Sink>
 class TextKeyWriter {
  public:
-  // `room` is the end of what may be written; null where nothing is, or it is not known.
-  TextKeyWriter(const Text& text, unsigned short cmpOp, Sink& sink,
-                const unsigned char* room = nullptr)
-      : text_(text),
-        cmpOp_(cmpOp),
-        room_(room),
-        caseCounts_((cmpOp & kvCompareIgnoreCase) == 0),
-        sink_(sink) {}
+  TextKeyWriter(const Text& text, unsigned short cmpOp, Sink& sink)
+      : text_(text), cmpOp_(cmpOp), caseCounts_((cmpOp & kvCompareIgnoreCase) == 0), sink_(sink) {}
 
   void PutAll() {
     PutBeginning();
@@ -141,9 +135,9 @@ class TextKeyWriter {
     const bool isByUnits = text_.codeSet != kOrderCodeSet && (cmpOp_ & kvCompareSkipSpaces) == 0;
     if (!isByUnits) return AddOrders(text_);
     if (KvIsWideCodeSet(text_.codeSet)) {
-      AddUnits(WidesOf(text_), EightWideUnits);
+      AddUnits(WidesOf(text_));
     } else {
-      AddUnits(BytesOf(text_), EightUnits);
+      AddUnits(BytesOf(text_));
     }
   }
 
@@ -166,16 +160,10 @@ class TextKeyWriter {
   }
 
   // Unit by unit, up to the first one that may be part of a contraction.
-  template <class Units, class EightFrom>
-  void AddUnits(Units units, EightFrom eightFrom) {
+  template <class Units>
+  void AddUnits(Units units) {
     const unsigned mask = LevelMask(cmpOp_);
-    [[maybe_unused]] const bool inRuns = std::endian::native == std::endian::little &&
-                                         room_ != nullptr && !IsReversed(text_) &&
-                                         !HasContractions(text_.language);
     for (unsigned index = 0;;) {
-      if constexpr (kWrites) {
-        if (inRuns) PutLetters(units, eightFrom, index);
-      }
       const unsigned word = index == text_.length ? 0 : units.Word(units.Get());
       if (word == 0) return;
       if ((word & kPairBit) == 0) {
@@ -188,25 +176,6 @@ class TextKeyWriter {
       }
       units.Advance();
       ++index;
-    }
-  }
-
-  // Runs of small letters, as many as there are and have room in words of eight.
-  template <class Units, class EightFrom>
-  void PutLetters(Units& units, EightFrom eightFrom, unsigned& index) {
-    for (;;) {
-      if (index == text_.length || room_ - sink_.At() < 8) return;
-      const std::uint64_t word = eightFrom(BeginOf(text_), index, text_.length);
-      const unsigned letters = LeadingSmallLetters(word);
-      if (letters == 0) return;
-      const std::uint64_t codes = SmallLetterCodes(word);
-      std::memcpy(sink_.At(), &codes, 8);
-      sink_.MoveTo(sink_.At() + letters);
-      before_ = kFirstLetter;
-      position_ += letters;
-      index += letters;
-      units.Advance(letters);
-      if (letters != 8) return;
     }
   }
 
@@ -262,7 +231,6 @@ class TextKeyWriter {
 
   const Text& text_;
   unsigned short cmpOp_;
-  const unsigned char* room_;
   bool caseCounts_;
   Sink& sink_;
   KeptMarks accents_, cases_, variants_;
@@ -274,12 +242,94 @@ class TextKeyWriter {
   unsigned position_ = 0;
 };
 
+// ---------------------------------------------------------------------------------------------
+// The quick way, for texts of which every unit has one order and that a code of one byte: nothing
+// leaves the registers but what is written. Whatever else there is sends the text the other way.
+
+// Marks of one level; few texts have more.
+class FewMarks {
+ public:
+  void Put(unsigned char byte) { bytes_[size_++] = byte; }
+  bool HasRoom() const { return size_ + 4 <= sizeof bytes_; }
+  unsigned char* CopyTo(unsigned char* to) const {
+    for (unsigned i = 0; i < size_; ++i) *to++ = bytes_[i];
+    return to;
+  }
+
+ private:
+  unsigned char bytes_[32];
+  unsigned size_ = 0;
+};
+
+struct QuickMarks {
+  FewMarks accents, cases;
+  Marker<Level::kAccents, FewMarks> accentMarker{accents};
+  Marker<Level::kCase, FewMarks> caseMarker{cases};
+
+  // False for what has to go the other way.
+  bool Note(unsigned weight, unsigned position, bool caseCounts) {
+    if (IsVariant(weight) || !accents.HasRoom() || !cases.HasRoom()) return false;
+    accentMarker.Note(weight, 0, position);
+    if (caseCounts) caseMarker.Note(weight, 0, position);
+    return true;
+  }
+};
+
+// The end of the key, or null.
+template <class Units, class EightFrom>
+[[gnu::always_inline]] inline unsigned char* WriteQuickly(const Text& text, Units units,
+                                                          EightFrom eightFrom, unsigned short cmpOp,
+                                                          unsigned char* key,
+                                                          const unsigned char* room) {
+  const bool inRuns = std::endian::native == std::endian::little && !IsReversed(text) &&
+                      !HasContractions(text.language);
+  const bool caseCounts = (cmpOp & kvCompareIgnoreCase) == 0;
+  const unsigned mask = LevelMask(cmpOp);
+  const unsigned length = text.length;
+  QuickMarks marks;
+  unsigned index = 0;
+  *key++ = 0x01;
+  while (index != length) {
+    if (inRuns && room - key >= 8) {
+      const std::uint64_t eight = eightFrom(BeginOf(text), index, length);
+      const unsigned letters = LeadingSmallLetters(eight);
+      const std::uint64_t codes = SmallLetterCodes(eight);
+      std::memcpy(key, &codes, 8);
+      key += letters;
+      index += letters;
+      units.Advance(letters);
+      if (index == length) break;
+      if (letters == 8) continue;
+    }
+    const unsigned word = units.Word(units.Get());
+    if (word == 0) break;
+    const unsigned char code = (word & kPairBit) == 0 ? kByteCodes[word >> 16] : 0;
+    if (code == 0) return nullptr;
+    *key++ = code;
+    if (!IsPlain(word & mask) && !marks.Note(word & mask, index, caseCounts)) return nullptr;
+    units.Advance();
+    ++index;
+  }
+  *key++ = kLevelOneEnd;
+  key = marks.cases.CopyTo(marks.accents.CopyTo(key));
+  const bool isOther = index != 0 && SortClassOf(text.language) == 20;
+  *key++ = isOther ? kTextKeyEndOfClass20 : kTextKeyEnd;
+  return key;
+}
+
 }  // namespace
 
 unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key,
                             const unsigned char* room) {
+  if (text.codeSet != kOrderCodeSet && (cmpOp & kvCompareSkipSpaces) == 0) {
+    unsigned char* const quick =
+        KvIsWideCodeSet(text.codeSet)
+            ? WriteQuickly(text, WidesOf(text), EightWideUnits, cmpOp, key, room)
+            : WriteQuickly(text, BytesOf(text), EightUnits, cmpOp, key, room);
+    if (quick != nullptr) return quick;
+  }
   KeySink end(key);
-  TextKeyWriter(text, cmpOp, end, room).PutAll();
+  TextKeyWriter(text, cmpOp, end).PutAll();
   return end.At();
 }
 

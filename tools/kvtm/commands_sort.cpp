@@ -1,7 +1,8 @@
 // kvtm sort: lines in the order of a type.
 //
 // The input is read whole and every line parsed once into one run of values; then an index of the
-// good lines is sorted with the row's compare function, and the lines go out as they came in.
+// good lines is sorted by the values' sort keys, which compare as bytes, and the lines go out as
+// they came in. Values and operations that have no keys are sorted with the row's compare function.
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -200,7 +201,62 @@ class ValueOrder {
   KvCompareFunc compare_;
 };
 
-void SortIndexes(std::vector<unsigned>& indexes, const ValueOrder& order, bool reverse,
+// The order of values by their sort keys.
+class KeyOrder {
+ public:
+  // Of the values at `indexes`. Has() is false when one of them has no key.
+  KeyOrder(const ValueRun& run, unsigned short operation, const std::vector<unsigned>& indexes) {
+    const KvSortKeyKind kind{.type = run.Id(), .cmpOp = operation};
+    if (KvSortKeyCheck(kind) != kvOk) return;
+    offsets_.resize(run.Count() + std::size_t{1});
+    for (const unsigned index : indexes) {
+      if (!Add(kind, run.At(index), index)) return;
+    }
+    has_ = true;
+  }
+
+  bool Has() const { return has_; }
+
+  int operator()(unsigned left, unsigned right) const {
+    const std::string_view a = KeyOf(left);
+    const std::string_view b = KeyOf(right);
+    // No key is the beginning of another one.
+    return std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+  }
+
+ private:
+  struct Place {
+    std::size_t begin = 0;
+    std::size_t size = 0;
+  };
+
+  bool Add(const KvSortKeyKind& kind, const void* value, unsigned index) {
+    const std::size_t begin = keys_.size();
+    std::size_t room = 64;
+    for (;;) {
+      keys_.resize(begin + room);
+      std::size_t size = 0;
+      const int status = KvSortKey(kind, value, 0, kMemoryForm, &keys_[begin], room, size);
+      if (status != kvOk && status != kvBufferShort) return false;
+      offsets_[index] = {begin, size};
+      if (status == kvOk) break;
+      room = size;
+    }
+    keys_.resize(begin + offsets_[index].size);
+    return true;
+  }
+
+  std::string_view KeyOf(unsigned index) const {
+    return {&keys_[offsets_[index].begin], offsets_[index].size};
+  }
+
+  std::string keys_;
+  std::vector<Place> offsets_;
+  bool has_ = false;
+};
+
+template <class Order>
+void SortIndexes(std::vector<unsigned>& indexes, const Order& order, bool reverse,
                  Progress& progress) {
   const double count = static_cast<double>(indexes.size());
   const double comparisons = count < 2 ? 0 : count * std::log2(count);
@@ -244,7 +300,14 @@ int RunSort(const Arguments& arguments) {
   {
     Progress progress("sort");
     good = ParseLines(input, run, reader, progress);
-    SortIndexes(good, order, arguments.Has("reverse"), progress);
+    const bool reverse = arguments.Has("reverse");
+    // Keys are exact; without 0x10 a comparison may differ in what a null equals.
+    const KeyOrder byKeys(run, operation | kvCompareExact, good);
+    if (byKeys.Has()) {
+      SortIndexes(good, byKeys, reverse, progress);
+    } else {
+      SortIndexes(good, order, reverse, progress);
+    }
   }
   const bool allRead = good.size() == input.lines.size();
   if (arguments.Has("unique")) {

@@ -6,32 +6,58 @@
 namespace kv {
 namespace {
 
-// The texts of a run, one after the other, whole or not at all.
-class KeyedStrings {
- public:
-  explicit KeyedStrings(const KeyedRun& run)
-      : memory_(run.IsMemory() ? static_cast<const KvString*>(run.values) : nullptr),
-        stored_(run.IsMemory() ? nullptr : run.values, run.length, run.format, run.count),
-        plainBytes_(run.plainBytes) {}
+// What an old block says nothing about, and what stands for a default, the process decides.
+[[gnu::always_inline]] inline int CheckText(const Text& text, bool plainBytes) {
+  if (text.IsNull()) return kvOk;
+  const bool isSettled = text.codeSet != 255 && text.language != 255;
+  return isSettled && (text.codeSet == kvCodeSetBytes) == plainBytes ? kvOk : kvNotSupported;
+}
 
-  // kvOk; kvNotSupported for a text that has no key, kvBadArgument for one that is not whole.
+// The texts of a run, one after the other. Next: kvOk; kvNotSupported for a text that has no key,
+// kvBadArgument for one that is not whole.
+class StringsInMemory {
+ public:
+  explicit StringsInMemory(const KeyedRun& run) : at_(static_cast<const KvString*>(run.values)) {}
   int Next(Text& text) {
-    if (memory_ != nullptr) {
-      text = TextOf(*memory_++);
-    } else if (stored_.Next(text) != kvOk || stored_.IsCut()) {
-      return kvBadArgument;
-    }
-    if (text.IsNull()) return kvOk;
-    // What an old block says nothing about, and what stands for a default, the process decides.
-    const bool isSettled = !stored_.IsOld() && text.codeSet != 255 && text.language != 255;
-    return isSettled && (text.codeSet == kvCodeSetBytes) == plainBytes_ ? kvOk : kvNotSupported;
+    text = TextOf(*at_++);
+    return kvOk;
   }
 
  private:
-  const KvString* memory_;
-  StoredStringRun stored_;
-  bool plainBytes_;
+  const KvString* at_;
 };
+
+class StringsInStore {
+ public:
+  explicit StringsInStore(const KeyedRun& run)
+      : run_(run.values, run.length, run.format, run.count) {}
+  int Next(Text& text) {
+    if (run_.Next(text) != kvOk || run_.IsCut()) return kvBadArgument;
+    return run_.IsOld() ? kvNotSupported : kvOk;
+  }
+
+ private:
+  StoredStringRun run_;
+};
+
+// Calls `take` with every text of a run, until it answers a failure.
+template <class Strings, class Take>
+[[gnu::always_inline]] inline int ForEachOf(const KeyedRun& run, Take take) {
+  Strings strings(run);
+  for (unsigned i = 0; i < run.count; ++i) {
+    Text text;
+    int status = strings.Next(text);
+    if (status == kvOk) status = take(text);
+    if (status != kvOk) return status;
+  }
+  return kvOk;
+}
+
+template <class Take>
+[[gnu::always_inline]] inline int ForEachText(const KeyedRun& run, Take take) {
+  return run.IsMemory() ? ForEachOf<StringsInMemory>(run, take)
+                        : ForEachOf<StringsInStore>(run, take);
+}
 
 std::size_t BytesIn(const Text& text) {
   return std::size_t{text.length} * UnitWidth(text.codeSet);
@@ -80,22 +106,15 @@ o_u8b StringKeys::Bound(o_u8b bytes, unsigned count) {
 int StringKeys::Check(const KeyedRun& run, o_u8b& bytes) {
   const int extent = run.IsMemory() ? CheckExtent(run, sizeof(KvString), 0) : kvOk;
   if (extent != kvOk) return extent;
-  KeyedStrings strings(run);
-  for (unsigned i = 0; i < run.count; ++i) {
-    Text text;
-    const int status = strings.Next(text);
-    if (status != kvOk) return status;
+  return ForEachText(run, [&](const Text& text) {
     bytes += BytesIn(text);
-  }
-  return kvOk;
+    return CheckText(text, run.plainBytes);
+  });
 }
 
 o_u8b StringKeys::Measure(const KeyedRun& run) {
-  KeyedStrings strings(run);
   o_u8b size = 0;
-  for (unsigned i = 0; i < run.count; ++i) {
-    Text text;
-    strings.Next(text);
+  ForEachText(run, [&](const Text& text) {
     if (text.IsNull()) {
       size += 1;
     } else if (run.plainBytes) {
@@ -103,38 +122,48 @@ o_u8b StringKeys::Measure(const KeyedRun& run) {
     } else {
       size += TextKeySize(text, run.cmpOp);
     }
-  }
+    return kvOk;
+  });
   return size;
 }
 
 std::size_t StringKeys::Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
-  KeyedStrings strings(run);
   OffsetList begins(keys, offsets);
   unsigned char* key = keys;
-  for (unsigned i = 0; i < run.count; ++i) {
+  ForEachText(run, [&](const Text& text) {
     begins.Add(key);
-    Text text;
-    strings.Next(text);
     key = WriteKey(run, text, key, keys + run.capacity);
-  }
+    return kvOk;
+  });
   begins.Add(key);
   return static_cast<std::size_t>(key - keys);
 }
 
 std::size_t StringKeys::WriteBeginning(const KeyedRun& run, unsigned char* key) {
-  Text text;
-  KeyedStrings(run).Next(text);
-  if (text.IsNull()) return *key = run.NullByte(), 1;
-  const unsigned char* const end =
-      run.plainBytes ? WriteBytes(text, key) : WriteTextKeyBeginning(text, run.cmpOp, key);
+  unsigned char* end = key;
+  ForEachText(run, [&](const Text& text) {
+    if (text.IsNull()) {
+      *end++ = run.NullByte();
+    } else {
+      end = run.plainBytes ? WriteBytes(text, key) : WriteTextKeyBeginning(text, run.cmpOp, key);
+    }
+    return kvOk;
+  });
   return static_cast<std::size_t>(end - key);
 }
 
 std::size_t StringKeys::WriteSameBase(const KeyedRun& run, unsigned char* key) {
-  Text text;
-  KeyedStrings(run).Next(text);
-  if (text.IsNull() || run.plainBytes) return Write(run, key, nullptr);
-  return static_cast<std::size_t>(WriteTextKeyBase(text, run.cmpOp, key) - key);
+  if (run.plainBytes) return Write(run, key, nullptr);
+  unsigned char* end = key;
+  ForEachText(run, [&](const Text& text) {
+    if (text.IsNull()) {
+      *end++ = run.NullByte();
+    } else {
+      end = WriteTextKeyBase(text, run.cmpOp, key);
+    }
+    return kvOk;
+  });
+  return static_cast<std::size_t>(end - key);
 }
 
 int StringKeys::Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
