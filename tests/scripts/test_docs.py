@@ -1,6 +1,7 @@
 """The pages say what the programs do: console blocks are run, programs in C++ are compiled and run.
 
-Fences: ```console is run and compared. ```cpp is compiled and run when it holds a main function.
+Fences: ```console is run and compared. ```cpp and ```c are compiled and run when they hold a main
+function.
 Everything else (other languages, drawings without one) is for reading only.
 """
 import os
@@ -68,29 +69,39 @@ class Pages(KvtmTest):
                 if "://" not in target:
                     self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
 
-    def test_programs(self):
+    def run_program(self, source, language):
+        """Compiles a program of a page against the built libraries, and runs it."""
         flags = ["-m32"] if os.environ.get("KV_ABI32") == "ON" else []
         if os.environ.get("KV_SANITIZE"):
             flags += [f"-fsanitize={os.environ['KV_SANITIZE']}"]
         libraries = str(Path(os.environ["KV_BUILD_DIR"]) / "lib")
+        compiler = os.environ.get("CXX", "c++")
+        command = [compiler, "-std=c++20"] if language == "cpp" else [
+            compiler.replace("clang++", "clang").replace("g++", "gcc").replace("c++", "cc"),
+            "-std=c99", "-pedantic-errors", "-x", "c"]
+        links = ["-lZM140Ztm142", "-lZM140Zbs142", "-lZM140Zin142"]
+        with tempfile.TemporaryDirectory() as folder:
+            file = Path(folder) / f"program.{language}"
+            file.write_text(source, encoding="utf-8")
+            program = str(Path(folder) / "program")
+            includes = [f"-I{Path(SOURCE) / folder}" for folder in
+                        ("kvcore/inc", "platform/zbs/inc", "platform/zin/inc", "bindings/c")]
+            done = subprocess.run(
+                [*command, *flags, *includes, str(file), "-x", "none", "-o", program,
+                 f"-L{libraries}", f"-Wl,-rpath,{libraries}", f"-Wl,-rpath-link,{libraries}",
+                 *(links if language == "cpp" else ["-lkvc"])], capture_output=True, text=True)
+            self.assertEqual(done.returncode, 0, done.stderr)
+            subprocess.run([program], check=True, stdout=subprocess.DEVNULL)
+
+    def test_programs(self):
+        has_kvc = (Path(os.environ["KV_BUILD_DIR"]) / "lib" / "libkvc.so").exists()
         for page in PAGES:
-            for source in re.findall(r"^```cpp\n(.*?)^```", page.read_text(encoding="utf-8"),
-                                     re.S | re.M):
-                if "int main" not in source:
+            for language, source in re.findall(r"^```(cpp|c)\n(.*?)^```",
+                                               page.read_text(encoding="utf-8"), re.S | re.M):
+                if "int main" not in source or (language == "c" and not has_kvc):
                     continue
-                with self.subTest(page=page.name), tempfile.TemporaryDirectory() as folder:
-                    file = Path(folder) / "program.cpp"
-                    file.write_text(source, encoding="utf-8")
-                    includes = [f"-I{Path(SOURCE) / folder}" for folder in
-                                ("kvcore/inc", "platform/zbs/inc", "platform/zin/inc")]
-                    done = subprocess.run(
-                        [os.environ.get("CXX", "c++"), "-std=c++20", *flags, *includes, str(file),
-                         "-o", str(Path(folder) / "program"), f"-L{libraries}",
-                         f"-Wl,-rpath,{libraries}", "-lZM140Ztm142", "-lZM140Zbs142",
-                         "-lZM140Zin142"], capture_output=True, text=True)
-                    self.assertEqual(done.returncode, 0, done.stderr)
-                    subprocess.run([str(Path(folder) / "program")], check=True,
-                                   stdout=subprocess.DEVNULL)
+                with self.subTest(page=page.name, language=language):
+                    self.run_program(source, language)
 
 
 if __name__ == "__main__":
