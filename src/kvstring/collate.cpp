@@ -1,7 +1,6 @@
-// collate.cpp - comparing texts by collation orders, level by level in one pass. A text is read as
-// order words (zinorder.h); characters of one order, nearly all of them, compare by one exclusive
-// or of two words. Whatever else there is (ligatures against plain letters, options that skip,
-// texts of orders) goes through order cursors, which are plain and slower.
+// collate.cpp - comparing texts by collation orders, level by level in one pass. docs/collation.md
+// says which way of comparing runs when: by units up to the first difference, by order words, by
+// orders, by keys, or plain bytes.
 #include <iterator>
 
 #include "kvbase/three_way.h"
@@ -132,7 +131,7 @@ int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp, un
 
 // Texts that are equal at every level still differ when their languages sort by different classes,
 // as their hashes do. Texts with nothing to compare have no order to differ in.
-int CompareWithClass(const Text& text1, const Text& text2, unsigned short cmpOp) {
+int CompareLevelsAndClass(const Text& text1, const Text& text2, unsigned short cmpOp) {
   const int result = CompareLevels(text1, text2, cmpOp);
   const unsigned char class1 = SortClassOf(text1.language);
   const unsigned char class2 = SortClassOf(text2.language);
@@ -168,10 +167,10 @@ int CompareKeys(const Text& text1, const Text& text2) {
 }
 
 // Two resolved texts by levels, with the process's wildcards unless they are ruled out.
-int CompareCollated(const Text& text1, const Text& text2, unsigned short cmpOp) {
+int CompareByLevels(const Text& text1, const Text& text2, unsigned short cmpOp) {
   const bool asPattern = wildcardsInUse && (cmpOp & kNoWildcards) == 0 && HasWildcard(text2);
   if (asPattern && MatchesPattern(text1, text2, cmpOp)) return 0;
-  const int result = CompareWithClass(text1, text2, cmpOp);
+  const int result = CompareLevelsAndClass(text1, text2, cmpOp);
   return asPattern && result == 0 ? -1 : result;
 }
 
@@ -208,12 +207,12 @@ unsigned short OrderCursor::NextOfRun() {
   return contracted.units != 0 ? contracted.orders[0] : orders[0];
 }
 
-int CompareRest(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp) {
+int CompareWordsFrom(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp) {
   return CompareLevels(text1, text2, cmpOp, passed);
 }
 
-int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cmpOp,
-                         unsigned short maxLength) {
+int CompareInGeneral(const Text& text1, const Text& text2, unsigned short cmpOp,
+                     unsigned short maxLength) {
   const bool isNull1 = text1.IsNull();
   const bool isNull2 = text2.IsNull();
   if (isNull2) return isNull1 ? 0 : 1;
@@ -226,7 +225,7 @@ int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cm
   if ((cmpOp & kvCompareKeyOrder) != 0) {
     return CompareKeys(Limited(Resolve(text1), limit), Limited(Resolve(text2), limit));
   }
-  return CompareCollated(Limited(Resolve(text1), limit), Limited(Resolve(text2), limit), cmpOp);
+  return CompareByLevels(Limited(Resolve(text1), limit), Limited(Resolve(text2), limit), cmpOp);
 }
 
 int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
@@ -234,19 +233,19 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
   const bool isCounted = text1.units != nullptr && text2.units != nullptr &&
                          text1.length != kToTerminator && text2.length != kToTerminator;
   if (isCounted && maxLength == 65535 && IsReversed(text1) == IsReversed(text2) &&
-      IsOrdinary(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp)) {
-    return CompareCounted(text1, text2, cmpOp);
+      ComparesByUnits(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp)) {
+    return CompareCountedUnits(text1, text2, cmpOp);
   }
-  return CompareExtraordinary(text1, text2, cmpOp, maxLength);
+  return CompareInGeneral(text1, text2, cmpOp, maxLength);
 }
 
 namespace {
 
-// The rest of an ordinary comparison of terminated texts.
-[[gnu::noinline]] int CompareTerminatedRest(unsigned char codeSet, unsigned char language,
-                                            const void* text1, const void* text2, unsigned passed,
-                                            unsigned short cmpOp) {
-  // Units straight from the values: copying a text just written makes the processor wait.
+// Goes on by order words in terminated texts whose first `passed` units are the same.
+[[gnu::noinline]] int CompareTerminatedWords(unsigned char codeSet, unsigned char language,
+                                             const void* text1, const void* text2, unsigned passed,
+                                             unsigned short cmpOp) {
+  // Units straight from the values, not from a copy of the texts.
   const auto* rest1 = static_cast<const unsigned char*>(text1) + passed * UnitWidth(codeSet);
   const auto* rest2 = static_cast<const unsigned char*>(text2) + passed * UnitWidth(codeSet);
   const auto compare = [&](auto units1, auto units2) {
@@ -262,25 +261,25 @@ namespace {
   return compare(ByteUnits(rest1, table, nullptr), ByteUnits(rest2, table, nullptr));
 }
 
-[[gnu::noinline]] int CompareAnyStrings(const KvString& string1, const KvString& string2,
-                                        unsigned short cmpOp) {
-  return ThreeWay(CompareExtraordinary(TextOf(string1), TextOf(string2), cmpOp, 65535), 0);
+[[gnu::noinline]] int CompareStringsInGeneral(const KvString& string1, const KvString& string2,
+                                              unsigned short cmpOp) {
+  return ThreeWay(CompareInGeneral(TextOf(string1), TextOf(string2), cmpOp, 65535), 0);
 }
 
 }  // namespace
 
-// The terminators are all that is needed here; a null buffer takes the way of the extraordinary.
+// The terminators are all that is needed here, but for a null buffer.
 int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp) {
   const unsigned char codeSet = string1.GetCodeSet();
   const unsigned char language = string1.GetLanguage();
   const unsigned char* text1 = StringAccess::Buffer(string1);
   const unsigned char* text2 = StringAccess::Buffer(string2);
-  if (!IsOrdinary(codeSet, language, string2.GetCodeSet(), string2.GetLanguage(), cmpOp) ||
+  if (!ComparesByUnits(codeSet, language, string2.GetCodeSet(), string2.GetLanguage(), cmpOp) ||
       text1 == nullptr || text2 == nullptr) {
-    return CompareAnyStrings(string1, string2, cmpOp);
+    return CompareStringsInGeneral(string1, string2, cmpOp);
   }
-  return CompareTerminated(codeSet, language, text1, text2, [&](unsigned passed) {
-    return CompareTerminatedRest(codeSet, language, text1, text2, passed, cmpOp);
+  return CompareTerminatedUnits(codeSet, language, text1, text2, [&](unsigned passed) {
+    return CompareTerminatedWords(codeSet, language, text1, text2, passed, cmpOp);
   });
 }
 
@@ -290,13 +289,13 @@ int KvStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
              unsigned char codeSet2, unsigned char language2, const char* text2,
              unsigned short cmpOp, short maxLength, unsigned char byteOrder, int* status) {
   if (status != nullptr) *status = kvOk;
-  if (!kv::IsOrdinary(codeSet1, language1, codeSet2, language2, cmpOp) || byteOrder != 1 ||
+  if (!kv::ComparesByUnits(codeSet1, language1, codeSet2, language2, cmpOp) || byteOrder != 1 ||
       maxLength != -1 || text1 == nullptr || text2 == nullptr) {
     return kv::CompareTexts({codeSet1, language1, text1, kv::kToTerminator, byteOrder},
                             {codeSet2, language2, text2, kv::kToTerminator, byteOrder}, cmpOp,
                             static_cast<unsigned short>(maxLength));
   }
-  return kv::CompareTerminated(codeSet1, language1, text1, text2, [&](unsigned passed) {
-    return kv::CompareTerminatedRest(codeSet1, language1, text1, text2, passed, cmpOp);
+  return kv::CompareTerminatedUnits(codeSet1, language1, text1, text2, [&](unsigned passed) {
+    return kv::CompareTerminatedWords(codeSet1, language1, text1, text2, passed, cmpOp);
   });
 }

@@ -19,12 +19,12 @@ extern bool wildcardsInUse;
 // Texts whose units are collation orders.
 inline constexpr unsigned char kOrderCodeSet = 254;
 
-// As CompareTexts, for whatever is out of the ordinary.
-int CompareExtraordinary(const Text& text1, const Text& text2, unsigned short cmpOp,
-                         unsigned short maxLength);
-// The comparison by levels of two resolved ordinary texts whose first `passed` units are the same:
-// -1, 0 or 1.
-int CompareRest(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp);
+// As CompareTexts, for any two texts.
+int CompareInGeneral(const Text& text1, const Text& text2, unsigned short cmpOp,
+                     unsigned short maxLength);
+// Goes on by order words in two resolved texts that compare by units and whose first `passed` units
+// are the same: -1, 0 or 1.
+int CompareWordsFrom(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp);
 
 inline bool IsReversed(const Text& text) {
   return (text.byteOrder & 0x0F) == 2;
@@ -38,12 +38,11 @@ inline int Sign(unsigned value1, unsigned value2) {
   return value1 < value2 ? -1 : 1;
 }
 
-// Whether nothing about a comparison is out of the ordinary: the same code set and language, no
-// number that stands for another or for a null, no wildcards, no options beyond which levels count.
-// Takes values and not texts: comparing adjacent fields of a text just written makes the processor
-// wait for the writes.
-inline bool IsOrdinary(unsigned char codeSet1, unsigned char language1, unsigned char codeSet2,
-                       unsigned char language2, unsigned short cmpOp) {
+// Whether two texts may be compared unit by unit up to their first difference: the same code set
+// and language, no number that stands for another or for a null, no wildcards, no options beyond
+// which levels count. Takes values and not texts, for the reason that docs/collation.md gives.
+inline bool ComparesByUnits(unsigned char codeSet1, unsigned char language1, unsigned char codeSet2,
+                            unsigned char language2, unsigned short cmpOp) {
   return codeSet1 == codeSet2 && language1 == language2 && codeSet1 != kvCodeSetBytes &&
          codeSet1 < kOrderCodeSet && language1 < 254 &&
          (cmpOp & (kvCompareSkipSpaces | kvCompareKeyOrder)) == 0 && !wildcardsInUse;
@@ -66,8 +65,8 @@ inline Unit LoadUnit(const unsigned char* text, std::size_t at) {
 
 // In texts that only their terminators end, which may not be read in words.
 template <class Unit>
-[[gnu::always_inline]] inline Difference<Unit> FindTerminated(const unsigned char* text1,
-                                                              const unsigned char* text2) {
+[[gnu::always_inline]] inline Difference<Unit> DifferenceOfTerminated(const unsigned char* text1,
+                                                                      const unsigned char* text2) {
   Unit unit1;
   Unit unit2;
   const auto same = [&](std::size_t at) {
@@ -82,10 +81,11 @@ template <class Unit>
 
 // In texts of given lengths, in the same byte order.
 template <class Unit>
-[[gnu::always_inline]] inline Difference<Unit> FindCounted(const unsigned char* text1,
-                                                           unsigned length1,
-                                                           const unsigned char* text2,
-                                                           unsigned length2, bool reversed) {
+[[gnu::always_inline]] inline Difference<Unit> DifferenceOfCounted(const unsigned char* text1,
+                                                                   unsigned length1,
+                                                                   const unsigned char* text2,
+                                                                   unsigned length2,
+                                                                   bool reversed) {
   const auto inOrder = [=](Unit unit) -> Unit {
     if constexpr (sizeof unit == 2) {
       if (reversed) return __builtin_bswap16(unit);
@@ -118,12 +118,12 @@ template <class Unit>
   return {at, inOrder(unit1), inOrder(unit2)};
 }
 
-// The result of an ordinary comparison by the first difference. When that does not decide, what is
+// The result of a comparison by units from the first difference. When that does not decide, what is
 // left is the caller's to hand on, `rest(passed)`: handed on as the plain values that the caller
 // was given, it costs the frequent way no stack frame.
 template <class Unit, class Table, class Rest>
-[[gnu::always_inline]] inline int DecideBy(const Difference<Unit>& difference, const Table& table,
-                                           Rest rest) {
+[[gnu::always_inline]] inline int DecideByDifference(const Difference<Unit>& difference,
+                                                     const Table& table, Rest rest) {
   if (difference.unit1 == difference.unit2) return 0;
   const unsigned word1 = table.Word(difference.unit1);
   const unsigned word2 = table.Word(difference.unit2);
@@ -131,35 +131,37 @@ template <class Unit, class Table, class Rest>
   return isDecided ? Sign(word1, word2) : rest(static_cast<unsigned>(difference.at));
 }
 
-// An ordinary comparison of two terminated texts in memory order.
+// Compares two terminated texts in memory order by units.
 template <class Rest>
-[[gnu::always_inline]] inline int CompareTerminated(unsigned char codeSet, unsigned char language,
-                                                    const void* text1, const void* text2,
-                                                    Rest rest) {
+[[gnu::always_inline]] inline int CompareTerminatedUnits(unsigned char codeSet,
+                                                         unsigned char language, const void* text1,
+                                                         const void* text2, Rest rest) {
   const auto* units1 = static_cast<const unsigned char*>(text1);
   const auto* units2 = static_cast<const unsigned char*>(text2);
   if (KvIsWideCodeSet(codeSet)) {
-    return DecideBy(FindTerminated<unsigned short>(units1, units2), WideOrderTable(language), rest);
+    return DecideByDifference(DifferenceOfTerminated<unsigned short>(units1, units2),
+                              WideOrderTable(language), rest);
   }
-  return DecideBy(FindTerminated<unsigned char>(units1, units2), ByteOrderTable(codeSet, language),
-                  rest);
+  return DecideByDifference(DifferenceOfTerminated<unsigned char>(units1, units2),
+                            ByteOrderTable(codeSet, language), rest);
 }
 
-// An ordinary comparison of two texts of given lengths that are there, in the same form.
-[[gnu::always_inline]] inline int CompareCounted(const Text& text1, const Text& text2,
-                                                 unsigned short cmpOp) {
+// Compares two texts of given lengths that are there, in one byte order, by units.
+[[gnu::always_inline]] inline int CompareCountedUnits(const Text& text1, const Text& text2,
+                                                      unsigned short cmpOp) {
   const auto rest = [&](unsigned passed) {
-    return CompareRest(Text(text1), Text(text2), passed, cmpOp);
+    return CompareWordsFrom(Text(text1), Text(text2), passed, cmpOp);
   };
   const unsigned char* units1 = BeginOf(text1);
   const unsigned char* units2 = BeginOf(text2);
   if (KvIsWideCodeSet(text1.codeSet)) {
-    return DecideBy(
-        FindCounted<unsigned short>(units1, text1.length, units2, text2.length, IsReversed(text1)),
-        WideOrderTable(text1.language), rest);
+    return DecideByDifference(DifferenceOfCounted<unsigned short>(units1, text1.length, units2,
+                                                                  text2.length, IsReversed(text1)),
+                              WideOrderTable(text1.language), rest);
   }
-  return DecideBy(FindCounted<unsigned char>(units1, text1.length, units2, text2.length, false),
-                  ByteOrderTable(text1.codeSet, text1.language), rest);
+  return DecideByDifference(
+      DifferenceOfCounted<unsigned char>(units1, text1.length, units2, text2.length, false),
+      ByteOrderTable(text1.codeSet, text1.language), rest);
 }
 
 }  // namespace kv

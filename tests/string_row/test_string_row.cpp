@@ -438,3 +438,24 @@ TEST_CASE("a pattern narrows to what all its matches begin with") {
   }
   KvString::SetAsterisk(KvChar('\0'));
 }
+
+TEST_CASE("estimates go by the places of letters in the alphabet of the language") {
+  const char16_t* const alphabet[] = {
+      u"a",      u"b", u"c", u"\u010D", u"d", u"e", u"f", u"g", u"h",     u"ch",     u"i",
+      u"j",      u"k", u"l", u"m",      u"n", u"o", u"p", u"q", u"r",     u"\u0159", u"s",
+      u"\u0161", u"t", u"u", u"v",      u"w", u"x", u"y", u"z", u"\u017E"};
+  KvString lower = Make(u"aaaa", 253, 13);
+  KvString upper = Make(u"\u017E\u017E\u017E\u017E", 253, 13);
+  KvIdxBounds range{reinterpret_cast<unsigned char*>(&lower),
+                    reinterpret_cast<unsigned char*>(&upper), sizeof lower, sizeof upper};
+  double place = 0.5;
+  for (const char16_t* letter : alphabet) {
+    CAPTURE(place);
+    KvString constant = Make(std::u16string(letter) + u"n", 253, 13);
+    unsigned short less = kvPredicateLess;
+    const float fraction =
+        KvTypeMgr().EvalAndBound(KvSTRING_T, &range, less, &constant, 8, 1, nullptr, nullptr);
+    CHECK(fraction == doctest::Approx(place / std::size(alphabet)).epsilon(0.01));
+    ++place;
+  }
+}

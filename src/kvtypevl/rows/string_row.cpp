@@ -50,9 +50,9 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
 }
 
 // Any two runs; what is not ordinary among single strings too.
-[[gnu::noinline]] int CompareAnyRuns(unsigned char op, unsigned length1, const void* value1,
-                                     unsigned length2, const void* value2, unsigned short cmpOp,
-                                     unsigned count, int& result) {
+[[gnu::noinline]] int CompareRunsInGeneral(unsigned char op, unsigned length1, const void* value1,
+                                           unsigned length2, const void* value2,
+                                           unsigned short cmpOp, unsigned count, int& result) {
   const Format format{op};
   return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
                                                             format, cmpOp, count, result)
@@ -61,7 +61,7 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
 }
 
 // What the first difference, behind `passed` units, leaves undecided between two whole blocks.
-[[gnu::noinline]] int CompareBlocksRest(const unsigned char* block1, const unsigned char* block2,
+[[gnu::noinline]] int CompareBlockWords(const unsigned char* block1, const unsigned char* block2,
                                         unsigned char op, unsigned short cmpOp, unsigned passed) {
   const bool reversed = Format{op}.IsReversed();
   const bool wide = KvIsWideCodeSet(block1[2]);
@@ -70,7 +70,7 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
             StringBlock::Units(block, wide, reversed),
             static_cast<unsigned char>(reversed ? 2 : 1)};
   };
-  return CompareRest(textOf(block1), textOf(block2), passed, cmpOp);
+  return CompareWordsFrom(textOf(block1), textOf(block2), passed, cmpOp);
 }
 
 // The unit with the lowest order of a code set and language: a text followed by it is the shortest
@@ -138,7 +138,7 @@ namespace {
   result = kvOk;
   const Format format{op};
   if (count != 1) [[unlikely]] {
-    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+    return CompareRunsInGeneral(op, length1, value1, length2, value2, cmpOp, count, result);
   }
   if (format.IsMemory()) {
     return CompareStrings(*static_cast<const KvString*>(value1),
@@ -147,24 +147,24 @@ namespace {
   const auto* block1 = static_cast<const unsigned char*>(value1);
   const auto* block2 = static_cast<const unsigned char*>(value2);
   if (!AreWhole(block1, length1, block2, length2, format) ||
-      !IsOrdinary(block1[2], block1[3], block2[2], block2[3], cmpOp)) [[unlikely]] {
-    return CompareAnyRuns(op, length1, value1, length2, value2, cmpOp, count, result);
+      !ComparesByUnits(block1[2], block1[3], block2[2], block2[3], cmpOp)) [[unlikely]] {
+    return CompareRunsInGeneral(op, length1, value1, length2, value2, cmpOp, count, result);
   }
   const unsigned char codeSet = block1[2];
   const unsigned char language = block1[3];
   const auto rest = [=](unsigned passed) {
-    return CompareBlocksRest(block1, block2, op, cmpOp, passed);
+    return CompareBlockWords(block1, block2, op, cmpOp, passed);
   };
   if (!KvIsWideCodeSet(codeSet)) {
-    const auto difference =
-        FindTerminated<unsigned char>(block1 + StringBlock::kHeader, block2 + StringBlock::kHeader);
-    return DecideBy(difference, ByteOrderTable(codeSet, language), rest);
+    const auto difference = DifferenceOfTerminated<unsigned char>(block1 + StringBlock::kHeader,
+                                                                  block2 + StringBlock::kHeader);
+    return DecideByDifference(difference, ByteOrderTable(codeSet, language), rest);
   }
   const bool reversed = format.IsReversed();
-  const auto difference = FindCounted<unsigned short>(
+  const auto difference = DifferenceOfCounted<unsigned short>(
       block1 + StringBlock::kHeader, StringBlock::Units(block1, true, reversed),
       block2 + StringBlock::kHeader, StringBlock::Units(block2, true, reversed), reversed);
-  return DecideBy(difference, WideOrderTable(language), rest);
+  return DecideByDifference(difference, WideOrderTable(language), rest);
 }
 
 }  // namespace
