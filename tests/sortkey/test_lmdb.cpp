@@ -1,0 +1,137 @@
+// Keys in a real engine that orders bytes and is given no comparator.
+#ifdef KV_TEST_LMDB
+#include <doctest/doctest.h>
+#include <lmdb.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <numeric>
+
+#include "sortkey/sort_keys.h"
+
+namespace {
+
+using namespace sortkey;
+
+// KV_SORTKEY_ENTRIES takes as many as an index has: a million.
+unsigned Entries() {
+  const char* more = std::getenv("KV_SORTKEY_ENTRIES");
+  return more != nullptr ? static_cast<unsigned>(std::atoi(more)) : 20000;
+}
+
+// An LMDB environment in a folder that goes away with it.
+class Store {
+ public:
+  Store() {
+    std::string path = (std::filesystem::temp_directory_path() / "sortkey.XXXXXX").string();
+    REQUIRE(mkdtemp(path.data()) != nullptr);
+    folder_ = path;
+    REQUIRE(mdb_env_create(&environment_) == 0);
+    mdb_env_set_mapsize(environment_, std::size_t{1} << 30);
+    REQUIRE(mdb_env_open(environment_, path.c_str(), MDB_NOSYNC | MDB_NOLOCK, 0600) == 0);
+    REQUIRE(mdb_txn_begin(environment_, nullptr, 0, &transaction_) == 0);
+    REQUIRE(mdb_dbi_open(transaction_, nullptr, 0, &database_) == 0);
+  }
+  ~Store() {
+    mdb_txn_abort(transaction_);
+    mdb_env_close(environment_);
+    std::filesystem::remove_all(folder_);
+  }
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  void Put(Bytes key) {
+    MDB_val data{0, nullptr};
+    MDB_val bytes{key.size(), key.data()};
+    REQUIRE(mdb_put(transaction_, database_, &bytes, &data, 0) == 0);
+  }
+
+  template <class Take>
+  void Walk(Take take) {
+    MDB_cursor* cursor = nullptr;
+    REQUIRE(mdb_cursor_open(transaction_, database_, &cursor) == 0);
+    MDB_val key;
+    MDB_val data;
+    while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) take(key.mv_data, key.mv_size);
+    mdb_cursor_close(cursor);
+  }
+
+ private:
+  std::filesystem::path folder_;
+  MDB_env* environment_ = nullptr;
+  MDB_txn* transaction_ = nullptr;
+  MDB_dbi database_ = 0;
+};
+
+// Puts tuples of a value and its number into the store and walks it: the numbers must come in the
+// order into which the row's comparer sorts them, equal values as they were.
+void CheckWalk(char id, const std::vector<void*>& values, unsigned char options) {
+  const KvSortKeyKind kind{.type = id, .options = options};
+  const KvSortKeyKind number{.type = KvU4B_T};
+  Store store;
+  for (o_u4b i = 0; i < values.size(); ++i) {
+    Bytes key(2000);
+    KvSortKeyWriter tuple(key.data(), key.size());
+    tuple.Add(kind, values[i]);
+    REQUIRE(tuple.Add(number, &i) == kvOk);
+    key.resize(tuple.Size());
+    store.Put(std::move(key));
+  }
+  std::vector<o_u4b> expected(values.size());
+  std::iota(expected.begin(), expected.end(), 0U);
+  std::stable_sort(expected.begin(), expected.end(), [&](o_u4b a, o_u4b b) {
+    const int order = Types().Cmp(id, values[a], values[b], kvCompareExact, 1, 8);
+    return (options & kvSortKeyDescending) != 0 ? order > 0 : order < 0;
+  });
+  std::vector<o_u4b> walked;
+  store.Walk([&](const void* key, std::size_t length) {
+    KvSortKeyReader reader(key, length);
+    o_u4b index = 0;
+    REQUIRE(reader.Skip(kind) == kvOk);
+    REQUIRE(reader.Next(number, &index) == kvOk);
+    walked.push_back(index);
+  });
+  CHECK(walked == expected);
+}
+
+}  // namespace
+
+TEST_CASE("an engine walks German words in their order") {
+  std::vector<std::string> words;
+  std::ifstream file("/usr/share/dict/ngerman");
+  for (std::string line; std::getline(file, line);) words.push_back(line);
+  support::Source source(21);
+  static constexpr const char* kSyllables[] = {"Bä", "de", "fi", "Öl", "ß", "ka", "ü", "zw", "e"};
+  std::vector<KvString> texts;
+  while (texts.size() < Entries()) {
+    std::string word;
+    if (!words.empty()) word = words[source.Below(static_cast<unsigned>(words.size()))];
+    for (auto left = words.empty() ? 4 : source.Below(2); left != 0; --left) {
+      word += kSyllables[source.Below(std::size(kSyllables))];
+    }
+    KvString text(kvCodeSetUnicode, 2);
+    KvMBS2KvString(word.c_str(), text, static_cast<int>(word.size()));
+    if (source.Below(2) == 0) text.SetCodeSetCode(kvCodeSetLatin1);
+    text.SetLanguage(2);
+    texts.push_back(text);
+  }
+  std::vector<void*> values;
+  for (KvString& text : texts) values.push_back(&text);
+  CheckWalk(KvSTRING_T, values, 0);
+}
+
+TEST_CASE("an engine walks dates in their order, the last one first") {
+  support::Source source(22);
+  std::vector<KvDate> dates;
+  while (dates.size() < Entries()) {
+    KvDate date(static_cast<short>(1900 + source.Below(200)),
+                static_cast<char>(1 + source.Below(12)), static_cast<char>(1 + source.Below(28)));
+    if (source.Below(50) == 0) date.SetNullValue();
+    dates.push_back(date);
+  }
+  std::vector<void*> values;
+  for (KvDate& date : dates) values.push_back(&date);
+  CheckWalk(KvDATE_T, values, kvSortKeyDescending);
+}
+#endif
