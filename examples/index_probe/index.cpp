@@ -21,11 +21,6 @@ void Require(int status, const char* doing) {
   }
 }
 
-Stored Copy(const MDB_val& value) {
-  const auto* at = static_cast<const unsigned char*>(value.mv_data);
-  return {at, at + value.mv_size};
-}
-
 std::string MakeFolder() {
   std::string path = (std::filesystem::temp_directory_path() / "index_probe.XXXXXX").string();
   if (mkdtemp(path.data()) == nullptr) {
@@ -36,7 +31,8 @@ std::string MakeFolder() {
 
 }  // namespace
 
-OrderedIndex::OrderedIndex(const Row& row) : row_(row), folder_(MakeFolder()) {
+OrderedIndex::OrderedIndex(const Row& row, const std::vector<Stored>& column, Ordering ordering)
+    : row_(row), column_(column), ordering_(ordering), folder_(MakeFolder()) {
   orderedRow = &row;
   Require(mdb_env_create(&environment_), "made");
   Require(mdb_env_open(environment_, folder_.c_str(), MDB_NOSYNC | MDB_NOLOCK, 0600), "opened");
@@ -48,27 +44,34 @@ OrderedIndex::~OrderedIndex() {
   std::filesystem::remove_all(folder_, ignored);
 }
 
-void OrderedIndex::Fill(const std::vector<Stored>& column, const std::string& columnName) {
+Stored OrderedIndex::KeyOf(const unsigned char* value, unsigned length) const {
+  if (ordering_ == Ordering::kByKeys) return row_.KeyOf(value, length);
+  return {value, value + length};
+}
+
+void OrderedIndex::Fill(const std::string& columnName) {
   // The most that the file may grow to: pages half full, and some room for each key's node.
   std::size_t size = std::size_t{1} << 20;
-  for (const Stored& value : column) size += 4 * (value.size() + 64);
+  for (const Stored& value : column_) size += 4 * (2 * value.size() + 64);
   Require(mdb_env_set_mapsize(environment_, size), "sized");
   MDB_txn* transaction = nullptr;
   Require(mdb_txn_begin(environment_, nullptr, 0, &transaction), "filled");
   Require(
       mdb_dbi_open(transaction, nullptr, MDB_DUPSORT | MDB_DUPFIXED | MDB_INTEGERDUP, &database_),
       "opened");
-  Require(mdb_set_compare(transaction, database_, CompareKeys), "ordered");
+  if (ordering_ == Ordering::kByComparator) {
+    Require(mdb_set_compare(transaction, database_, CompareKeys), "ordered");
+  }
   const auto longest = static_cast<std::size_t>(mdb_env_get_maxkeysize(environment_));
-  for (LineNumber line = 0; line < column.size(); ++line) {
-    Stored value = column[line];
-    if (value.size() > longest) {
+  for (LineNumber line = 0; line < column_.size(); ++line) {
+    Stored bytes = KeyOf(column_[line].data(), static_cast<unsigned>(column_[line].size()));
+    if (bytes.size() > longest) {
       mdb_txn_abort(transaction);
-      throw Failure(columnName + ", line " + std::to_string(line + 1) + ": the value takes " +
-                    std::to_string(value.size()) + " stored bytes, an index key has at most " +
+      throw Failure(columnName + ", line " + std::to_string(line + 1) + ": the key takes " +
+                    std::to_string(bytes.size()) + " bytes, an index key has at most " +
                     std::to_string(longest));
     }
-    MDB_val key{value.size(), value.data()};
+    MDB_val key{bytes.size(), bytes.data()};
     MDB_val data{sizeof line, &line};
     Require(mdb_put(transaction, database_, &key, &data, 0), "filled");
   }
@@ -80,10 +83,10 @@ Stored OrderedIndex::First() const {
   MDB_val key;
   MDB_val data;
   Require(cursor.Get(key, data, MDB_FIRST), "read");
-  const Stored first = Copy(key);
+  const Stored first = column_[LineOf(data)];
   // All nulls are one key.
   if (!row_.IsNull(first) || cursor.Get(key, data, MDB_NEXT_NODUP) != MDB_SUCCESS) return first;
-  return Copy(key);
+  return column_[LineOf(data)];
 }
 
 Stored OrderedIndex::Last() const {
@@ -91,7 +94,7 @@ Stored OrderedIndex::Last() const {
   MDB_val key;
   MDB_val data;
   Require(cursor.Get(key, data, MDB_LAST), "read");
-  return Copy(key);
+  return column_[LineOf(data)];
 }
 
 OrderedIndex::LineNumber OrderedIndex::LineOf(const MDB_val& data) {

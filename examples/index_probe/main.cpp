@@ -15,8 +15,8 @@ constexpr const char* kManual =
     R"(usage: index_probe --type TYPE --file FILE [OPTION...] PREDICATE CONST [PREDICATE CONST]...
        index_probe --demo
 
-Loads a column of values from a text file, one value a line, into an ordered index of stored keys
-(LMDB, with KvTypeMgr::Cmp as its comparator). For each predicate it asks the type what part of the
+Loads a column of values from a text file, one value a line, into an ordered index (LMDB) of their
+sort keys, which order as bytes. For each predicate it asks the type what part of the
 index range that selects (KvTypeMgr::EvalAndBound), then walks the narrowed range of the index where
 the part is small and scans the column where it is not.
 
@@ -26,6 +26,8 @@ the part is small and scans the column where it is not.
                   2024-02-29, 13:05:00 and 2024-02-29T13:05:00, all else in the type's own format
   --language N    the language whose collation orders texts: 1 English (default), 2 German ...
   --limit N       how many hits to show (5)
+  --comparator    an index of stored values with KvTypeMgr::Cmp as its comparator, for data that is
+                  there already; the hits are the same
   --demo          answers predicates on a word list, a column of dates and one of numbers
   --help          this text
 
@@ -43,6 +45,7 @@ struct Options {
   unsigned limit = 5;
   bool demo = false;
   bool help = false;
+  Ordering ordering = Ordering::kByKeys;
   std::vector<std::string> operands;
 };
 
@@ -67,6 +70,10 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
     }
     if (argument == "--demo") {
       options.demo = true;
+      continue;
+    }
+    if (argument == "--comparator") {
+      options.ordering = Ordering::kByComparator;
       continue;
     }
     if (argument == "--help") {
@@ -105,7 +112,7 @@ void ProbeFile(const Options& options) {
   }
   const bool isInput = options.file == "-";
   const std::string name = isInput ? "the standard input" : options.file;
-  const Probe probe(row, ReadLines(isInput ? "/dev/stdin" : options.file), name);
+  const Probe probe(row, ReadLines(isInput ? "/dev/stdin" : options.file), name, options.ordering);
   ShowColumn(probe);
   for (const auto& [predicate, constant] : questions) {
     ShowAnswer(probe, predicate, constant, options.limit);

@@ -44,9 +44,13 @@ Predicate ReadPredicate(const std::string& text) {
   throw Failure("'" + text + "' is no predicate; it is one of < <= = >= >", Failure::kBadUsage);
 }
 
-Probe::Probe(const Row& row, const std::vector<std::string>& lines, std::string name)
-    : row_(row), name_(std::move(name)), column_(ReadColumn(row, lines, name_)), index_(row) {
-  index_.Fill(column_, name_);
+Probe::Probe(const Row& row, const std::vector<std::string>& lines, std::string name,
+             Ordering ordering)
+    : row_(row),
+      name_(std::move(name)),
+      column_(ReadColumn(row, lines, name_)),
+      index_(row, column_, ordering) {
+  index_.Fill(name_);
 }
 
 Answer Probe::Ask(const Predicate& predicate, const Stored& constant) const {
@@ -78,14 +82,15 @@ Answer Probe::Ask(const Predicate& predicate, const Stored& constant) const {
 void Probe::Walk(unsigned short bits, const Stored& constant, const KvIdxBounds& narrowed,
                  Answer& answer) const {
   const auto length = static_cast<unsigned>(constant.size());
-  index_.WalkFrom(narrowed.lower, narrowed.lowerLength, [&](const MDB_val& key, auto line) {
-    const auto keyLength = static_cast<unsigned>(key.mv_size);
-    // No key behind the upper bound can be a hit.
+  index_.WalkFrom(narrowed.lower, narrowed.lowerLength, [&](auto line) {
+    const Stored& value = column_[line];
+    const auto valueLength = static_cast<unsigned>(value.size());
+    // No value behind the upper bound can be a hit.
     if (narrowed.upper != nullptr &&
-        row_.Compare(key.mv_data, keyLength, narrowed.upper, narrowed.upperLength) > 0) {
+        row_.Compare(value.data(), valueLength, narrowed.upper, narrowed.upperLength) > 0) {
       return false;
     }
-    const int order = row_.Compare(key.mv_data, keyLength, constant.data(), length);
+    const int order = row_.Compare(value.data(), valueLength, constant.data(), length);
     if ((bits & BitOf(order)) != 0) answer.hits.push_back(line);
     return true;
   });

@@ -32,7 +32,8 @@ struct Answer {
 class Probe {
  public:
   // One value a line. `name` names the column in messages.
-  Probe(const Row& row, const std::vector<std::string>& lines, std::string name);
+  Probe(const Row& row, const std::vector<std::string>& lines, std::string name,
+        Ordering ordering = Ordering::kByKeys);
 
   Answer Ask(const Predicate& predicate, const Stored& constant) const;
 

@@ -141,6 +141,19 @@ Stored Row::Read(const std::string& text) const {
   return stored;
 }
 
+Stored Row::KeyOf(const void* value, unsigned length) const {
+  const KvSortKeyKind kind{.type = id_, .cmpOp = kKeyOrder};
+  Stored key(KvSortKeyBound(kind, length));
+  std::size_t size = 0;
+  int status = KvSortKey(kind, value, length, kKeyFormat, key.data(), key.size(), size);
+  key.resize(size);
+  if (status == kvBufferShort) {
+    status = KvSortKey(kind, value, length, kKeyFormat, key.data(), key.size(), size);
+  }
+  if (status != kvOk) throw Failure("a value of " + Name() + " has no sort key");
+  return key;
+}
+
 std::string Row::Print(const Stored& stored) const {
   const Value value(types_, id_);
   types_.Load(id_, value.At(), stored.data(), kKeyFormat, 1);

@@ -30,6 +30,10 @@ class Row {
   std::string Print(const Stored& value) const;
   bool IsNull(const Stored& value) const;
 
+  // The sort key of a stored value. Fails for a value that has none. A length of 0 means "one
+  // value".
+  Stored KeyOf(const void* value, unsigned length) const;
+
   // -1, 0 or 1. A length of 0 means "one value".
   int Compare(const void* a, unsigned lengthOfA, const void* b, unsigned lengthOfB) const {
     int status = kvOk;

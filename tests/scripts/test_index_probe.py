@@ -85,6 +85,18 @@ class IndexProbe(unittest.TestCase):
         # Both ways were taken for every predicate that can select much.
         self.assertEqual(len(plans), 9, plans)
 
+    def test_keys_and_comparator_give_the_same_hits(self):
+        for name, lines, constants, _ in COLUMNS:
+            questions = [part for predicate in PREDICATES for constant in constants
+                         for part in (predicate, constant)]
+            arguments = ("--type", name, "--file", "-", "--limit", "100000", *questions)
+            hits = [[(answer[:4], sorted((answer[5] or "").split(", ")))
+                     for answer in ANSWER.findall(probe(*more, *arguments, lines=lines)[1])]
+                    for more in ((), ("--comparator",))]
+            with self.subTest(type=name):
+                self.assertTrue(hits[0])
+                self.assertEqual(*hits)
+
     def test_nulls_and_repeated_values(self):
         lines = ["5", "{NULL}", "-3", "5", "{NULL}", "80"]
         _, output, _ = probe("--type", "KvNull_long", "--file", "-", "=", "{NULL}", "=", "5", "<",
@@ -126,7 +138,9 @@ class IndexProbe(unittest.TestCase):
             (1, "of the format %Y-%m-%dT%H:%M:%S", ("--type", "KvDateTimeN", "--file", "-", "<",
                                                     "2024-01-01T00:00:00.5"), []),
             (1, "an index key has at most 511", ("--type", "KvString", "--file", "-", "<", "m"),
-             ["short", "x" * 507]),
+             ["short", "x" * 509]),
+            (1, "an index key has at most 511", ("--comparator", "--type", "KvString", "--file",
+                                                 "-", "<", "m"), ["short", "x" * 507]),
         ]
         for status, words_of_error, arguments, lines in cases:
             with self.subTest(arguments=arguments):
@@ -136,7 +150,7 @@ class IndexProbe(unittest.TestCase):
                 self.assertEqual(done[2].count("\n"), 1)
         # The longest key that goes in.
         status, output, _ = probe("--type", "KvString", "--file", "-", "=", "m",
-                                  lines=["m", "x" * 505])
+                                  lines=["m", "x" * 508])
         self.assertEqual((status, len(ANSWER.findall(output))), (0, 1))
 
     def test_help_and_demo(self):
