@@ -10,6 +10,9 @@ import os
 import re
 import subprocess
 import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent  # where the commands of a page run
 
 
 def pieces(page):
@@ -33,7 +36,7 @@ def run(command, programs):
     """What a shell command prints, errors included, with the built programs to be found first."""
     environment = {**os.environ, "PATH": programs + os.pathsep + os.environ["PATH"],
                    "LC_ALL": "C.UTF-8"}
-    done = subprocess.run(["bash", "-c", command], env=environment, stdin=subprocess.DEVNULL,
+    done = subprocess.run(["bash", "-c", command], env=environment, stdin=subprocess.DEVNULL, cwd=ROOT,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     return done.stdout.decode("utf-8", "replace")
 

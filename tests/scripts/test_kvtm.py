@@ -470,6 +470,7 @@ class Help(KvtmTest):
             text = self.good("help", name)
             self.assertTrue(text.startswith(f"usage: kvtm {name}"))
             self.assertEqual(self.good(name, "--help"), text)
+            self.assertLessEqual(max(map(len, text.partition("\n\n")[0].splitlines())), 100)
         self.assertLessEqual(max(map(len, manual.splitlines())), 100)
 
 

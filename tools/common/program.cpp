@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t kNameColumn = 12;
 constexpr std::size_t kOptionColumn = 14;
+constexpr std::size_t kColumns = 96;
 
 std::string Indented(const std::string& text, std::size_t blanks) {
   std::string indented;
@@ -46,12 +47,24 @@ std::vector<const Option*> OptionsOf(const Program& program, const Command& comm
   return options;
 }
 
+// The synopsis, in lines that fit a terminal; further ones stand below the first option.
 std::string Synopsis(const Program& program, const Command& command) {
-  std::string synopsis = std::string(program.name) + " " + command.name;
+  std::vector<std::string> parts;
   for (const Option* option : OptionsOf(program, command)) {
-    synopsis += " [" + OptionName(*option) + "]";
+    parts.push_back(" [" + OptionName(*option) + "]");
   }
-  if (*command.operands != '\0') synopsis += std::string(" ") + command.operands;
+  if (*command.operands != '\0') parts.push_back(std::string(" ") + command.operands);
+  std::string synopsis = std::string("usage: ") + program.name + " " + command.name;
+  const std::size_t indentation = synopsis.size();
+  std::size_t width = indentation;
+  for (const std::string& part : parts) {
+    if (width + part.size() > kColumns) {
+      synopsis += "\n" + std::string(indentation, ' ');
+      width = indentation;
+    }
+    synopsis += part;
+    width += part.size();
+  }
   return synopsis;
 }
 
@@ -186,7 +199,7 @@ std::string ManualText(const Program& program) {
 }
 
 std::string HelpText(const Program& program, const Command& command) {
-  std::string text = "usage: " + Synopsis(program, command) + "\n\n" + command.help;
+  std::string text = Synopsis(program, command) + "\n\n" + command.help;
   const std::vector<const Option*> options = OptionsOf(program, command);
   if (!options.empty()) text += "\nOptions:\n";
   for (const Option* option : options) {
