@@ -112,13 +112,14 @@ struct Output {
   }
 };
 
-// Values in memory form, made and freed by the type manager.
+// Values in memory form. Those without storage of their own lie here when they are few; others are
+// made and freed by the type manager.
 class Values {
  public:
-  Values(char id, unsigned count) : id_(id), count_(count), data_(kTypes.Create(id, count)) {
-    if (data_ == nullptr) throw std::bad_alloc();
+  Values(char id, unsigned count);
+  ~Values() {
+    if (data_ != here_) kTypes.Delete(id_, data_, count_);
   }
-  ~Values() { kTypes.Delete(id_, data_, count_); }
   Values(const Values&) = delete;
   Values& operator=(const Values&) = delete;
 
@@ -132,6 +133,7 @@ class Values {
   char id_;
   unsigned count_;
   void* data_;
+  alignas(16) unsigned char here_[32];
 };
 
 // Values in any form to any other; the run has been checked and takes `bytes`.

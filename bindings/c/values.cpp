@@ -17,6 +17,11 @@ void* Changeable(const void* values) {
   return const_cast<void*>(values);
 }
 
+// The length that a comparer is told; 0 lets it take as many bytes as the values have.
+unsigned Told(std::size_t bytes) {
+  return bytes > UINT_MAX ? 0 : static_cast<unsigned>(bytes);
+}
+
 // A default or null value, which `set` makes of a new one.
 template <typename Set>
 std::int32_t WriteMade(std::int32_t type, std::uint32_t form, const Output& out, Set set) {
@@ -100,18 +105,18 @@ int32_t kvc_compare(int32_t type, uint32_t compare, uint32_t form, const void* v
                     size_t length1, const void* values2, size_t length2, uint32_t count,
                     int32_t* order) {
   if (order == nullptr || (compare & ~kCompareBits) != 0) return kvBadArgument;
-  if (const int status = Run{type, form, values1, length1, count}.Check(); status != kvOk) {
-    return status;
-  }
-  if (const int status = Run{type, form, values2, length2, count}.Check(); status != kvOk) {
-    return status;
-  }
-  int status = kvOk;
+  const Run run1{type, form, values1, length1, count};
+  const Run run2{type, form, values2, length2, count};
+  std::size_t bytes1 = 0;
+  std::size_t bytes2 = 0;
+  int status = run1.Check(bytes1);
+  if (status == kvOk) status = run2.Check(bytes2);
+  if (status != kvOk) return status;
   const int found = count == 0
                         ? 0
-                        : kTypes.Cmp(static_cast<char>(type), 0, Changeable(values1), 0,
+                        : kTypes.Cmp(run1.Id(), Told(bytes1), Changeable(values1), Told(bytes2),
                                      Changeable(values2), static_cast<unsigned short>(compare),
-                                     count, static_cast<unsigned char>(form), status);
+                                     count, run1.Format(), status);
   if (status == kvOk) *order = (found > 0) - (found < 0);
   return status;
 }
@@ -120,9 +125,11 @@ int32_t kvc_hash(int32_t type, uint32_t form, const void* values, size_t length,
                  uint32_t* hash) {
   const Run run{type, form, values, length, count};
   if (hash == nullptr) return kvBadArgument;
-  if (const int status = run.Check(); status != kvOk) return status;
-  int status = kvOk;
-  const unsigned found = kTypes.Hash(run.Id(), 0, Changeable(values), count, run.Format(), status);
+  std::size_t bytes = 0;
+  int status = run.Check(bytes);
+  if (status != kvOk) return status;
+  const unsigned found =
+      kTypes.Hash(run.Id(), Told(bytes), Changeable(values), count, run.Format(), status);
   if (status == kvOk) *hash = found;
   return status;
 }
