@@ -6,6 +6,7 @@
 
 #include "catalogue.h"
 #include "failure.h"
+#include "kvchecked.h"
 #include "kvsortkey.h"
 #include "stored.h"
 
@@ -41,6 +42,13 @@ void AppendFieldKey(std::string& key, const SchemaField& field, std::string_view
                    kStoredFormat, field.count, key.data() + before, bound, nullptr, size);
   if (status != kvOk) FailKey(field, status);
   key.resize(before + size);
+}
+
+// ASCII that is not in braces as a null is: what needs neither decoding nor the choice of a code
+// set, which is most of what is loaded.
+bool IsPlain(std::string_view text) {
+  return !text.starts_with('{') && text.size() < KvString::kMaximumBytes &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c > 0; });
 }
 
 }  // namespace
@@ -99,9 +107,16 @@ std::string FieldKey(const SchemaField& field, std::string_view stored) {
 FieldValue::FieldValue(const SchemaField& field)
     : field_(field), run_(std::make_unique<ValueRun>(field.type, field.count)) {
   style_.strings.language = field.language;
+  // A cell of a file is what it is; a backslash in it stands for itself.
+  style_.escapes = false;
 }
 
 void FieldValue::Read(std::string_view text) {
+  if (field_.type == KvSTRING_T && !field_.isRun && IsPlain(text)) {
+    *static_cast<KvString*>(run_->Data()) =
+        StringFromBytes(text, {.codeSet = kvCodeSetLatin1, .language = style_.strings.language});
+    return;
+  }
   if (!field_.isRun) return ReadValue(field_.type, run_->Data(), text, style_);
   const auto values = nlohmann::json::parse(text, nullptr, false);
   if (!values.is_array() || values.size() != field_.count) {
@@ -132,8 +147,12 @@ std::string FieldValue::Text() {
 }
 
 void FieldValue::AppendStored(std::string& bytes) const {
-  const Bytes stored = StoredForm(*run_, kStoredFormat);
-  bytes.append(stored.begin(), stored.end());
+  const std::size_t before = bytes.size();
+  bytes.resize(before + KvStoredSize(Types(), field_.type, run_->Data(), field_.count).bytes);
+  const KvStored stored =
+      KvStoreChecked(Types(), field_.type, bytes.data() + before, bytes.size() - before,
+                     run_->Data(), kStoredFormat, field_.count);
+  if (stored.status != kvOk) FailValue(TypeName(field_.type) + " values cannot be stored");
 }
 
 RecordValues::RecordValues(const Table& table) {
