@@ -14,7 +14,7 @@
 // is too large ends at the blob's end. Nothing outside the blob is read.
 //
 // When memory is short, or a length would pass 2^31 - 1, KvCallMemoryHandler is called with the
-// size wanted and the blob is null afterwards, so that a failed edit never passes for content.
+// size wanted. The blob is null afterwards: a failed edit never passes for content.
 //
 //   KvBlob blob("ab", 2);
 //   blob.Append("cd", 2);
@@ -85,8 +85,8 @@ class KV_EXPORT KvBlob {
   void AllocData(int length);
 
  private:
-  // A text or a number is too easily taken for a run of bytes or a length, so a blob is neither
-  // made from a text by itself nor read as a number.
+  // A text is too easily taken for a run of bytes, and a number for a length. So a blob is not made
+  // from a text alone, and it is not read as a number.
   KvBlob(const char* text) = delete;
   KvBlob& operator=(const char* text) = delete;
   operator short() const = delete;

@@ -52,9 +52,9 @@ inline constexpr unsigned short kvCompareIgnoreVariants = 0x200;  // level 4 doe
 // kvCompareKeyOrder otherwise the difference of the first differing hash keys; at all other times
 // -1, 0 or 1.
 //
-// Wildcards: once KvString::SetAsterisk, SetQuestion or SetEscape has named a character, and unless
-// kvCompareExact or kvCompareKeyOrder is given, that character in `text2` stands for any run of
-// characters, for any one character, or takes the meaning from the wildcard after it. A `text2`
+// Wildcards: KvString::SetAsterisk, SetQuestion and SetEscape name characters. In `text2` such a
+// character stands for any run of characters, for any one character, or takes the meaning from the
+// wildcard after it. With kvCompareExact or kvCompareKeyOrder there are no wildcards. A `text2`
 // with a wildcard that matches the whole of `text1` compares equal; otherwise the two compare as
 // if it had none (and before it when even then equal).
 KV_EXPORT int KvStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,

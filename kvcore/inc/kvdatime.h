@@ -120,9 +120,9 @@ class KV_EXPORT KvNanosecondValue : public KvDistinguishedValues<Value> {
 // To the nanosecond. Totals count from 0000-01-01 00:00:00, the zero value: SetTotalSeconds(-1) is
 // 23:59:59 of -0001-12-31.
 //
-// Days that are added move the date through its day number. Where the date is none that the
-// calendar has, they are counted in months of 30 and years of 12 months, as in a KvTimeSpan, and
-// the year stops at -32768 and 32767.
+// Days that are added move the date through its day number. A date that the calendar does not have
+// counts them in months of 30 days and years of 12 months, as a KvTimeSpan does. Its year stops at
+// -32768 and 32767.
 
 class KV_EXPORT KvDateTimeN : public KvNanosecondValue<KvDateTimeN> {
  public:

@@ -62,8 +62,8 @@ class KV_EXPORT KvInt64 {
     return FromBits(a.Bits() - b.Bits());
   }
   friend constexpr KvInt64 operator*(const KvInt64& a, const KvInt64& b) {
-    // Multiplying by b's magnitude bit by bit and putting its sign back is the product modulo 2^64,
-    // and so are the rules for the most negative value (0 by an even value, itself by an odd one).
+    // Multiplying by b's magnitude bit by bit and putting its sign back is the product modulo 2^64.
+    // So are the rules for the most negative value: 0 by an even value, itself by an odd one.
     return FromBits(a.Bits() * b.Bits());
   }
   friend constexpr KvInt64 operator/(const KvInt64& a, const KvInt64& b) {

@@ -35,7 +35,7 @@ class KvString;
 //   too), 7 where there is none; digit "0" to "9" and on; letter in its case; not decoded 127.
 //
 // With `findAccented` non-zero and an accent in the order, `ch` becomes the first character from
-// 128 to 255 of ISO 8859-1 that has this order in English, and `name`, when not null, receives its
+// 128 to 255 of ISO 8859-1 that has this order in English. `name`, when not null, receives its
 // escape name, such as \'e for 233. When there is no such character, `ch` stays the plain letter
 // and `name` receives the empty text. In all other cases `name` is left alone.
 //
