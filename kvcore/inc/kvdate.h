@@ -326,9 +326,9 @@ static_assert(sizeof(KvDate) == 4 && sizeof(KvTime) == 3);
 // ---------------------------------------------------------------------------------------------
 // The arithmetic of the members above, on plain numbers. Years are astronomical: 0 is the year
 // before 1. Nothing fails or validates: any components and any number give a defined result, and
-// stored data depends on which. That is why a month of 13 is the January of the next year. It is also
-// why the formulas truncate toward zero where a calendar would round down: in years before -4799, and
-// for numbers below -68569.
+// stored data depends on which. That is why a month of 13 is the January of the next year. It is
+// also why the formulas truncate toward zero where a calendar would round down: in years before
+// -4799, and for numbers below -68569.
 
 namespace kv {
 
@@ -430,9 +430,9 @@ constexpr CalendarDate DateOfDayNumber(int number) {
 }
 
 // Day of the week, 0 Monday to 6 Sunday; right from 0000-03-01 to 4600-02-28. The remainder keeps
-// the sign of its dividend, and a negative one counts as Sunday. So after that the days early in each
-// century come out as Sundays, more of them as the years go by. It stays so because texts in the
-// field and applications agree with it.
+// the sign of its dividend, and a negative one counts as Sunday. So after that the days early in
+// each century come out as Sundays, more of them as the years go by. It stays so because texts in
+// the field and applications agree with it.
 constexpr int WeekdayByFormula(int year, int month, int day) {
   const int y = year + (month - 14) / 12;
   const int m = month + 10 - 12 * ((month + 10) / 13);

@@ -255,12 +255,11 @@ class KV_EXPORT KvTypeMgr {
   unsigned Hash(char id, unsigned length, void* value, unsigned count, unsigned char format,
                 int& status) const;
 
-  // The fraction of the index range `bounds` that a predicate on the constant `value` selects. Where
-  // the constant narrows the range and no bound is there yet, it is recorded in `newBounds` (a
-  // KvIdxBounds, or null).
-  // `op` holds predicate bits. `bounds` or a side of it null: no range is known, 0. `data` is
-  // accepted and not used. A wildcard component of a date or time counts as the number -1: scan for
-  // such a constant, what it matches need not lie side by side.
+  // The fraction of the index range `bounds` that a predicate on the constant `value` selects.
+  // Where the constant narrows the range and no bound is there yet, it is recorded in `newBounds`
+  // (a KvIdxBounds, or null). `op` holds predicate bits. `bounds` or a side of it null: no range is
+  // known, 0. `data` is accepted and not used. A wildcard component of a date or time counts as the
+  // number -1: scan for such a constant, what it matches need not lie side by side.
   float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, void* value,
                      unsigned char format, unsigned count, void* newBounds, KvEvalData* data) const;
 
