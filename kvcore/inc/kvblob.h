@@ -80,7 +80,7 @@ class KV_EXPORT KvBlob {
   unsigned char* Seek(int position, int length);
   const unsigned char* Seek(int position, int length) const;
 
-  // A new record of `length` + 1 zero bytes, deliberately one more than asked for: callers put a
+  // A new record of `length` + 1 zero bytes, one more than asked for: callers put a
   // text of `length` characters and its terminator into it.
   void AllocData(int length);
 

@@ -30,7 +30,7 @@ class KV_EXPORT KvBoolean {
     return (a.value != 0) == (b.value != 0);
   }
   // Null is less than every other value. Two others order by their bytes, read as signed, so that
-  // two true values may be equal and still order: indexes keep such bytes apart, deliberately.
+  // two true values may be equal and still order: indexes keep such bytes apart.
   friend constexpr bool operator<(const KvBoolean& a, const KvBoolean& b) {
     if (a.IsNullValue() || b.IsNullValue()) return a.IsNullValue() && !b.IsNullValue();
     return static_cast<char>(a.value) < static_cast<char>(b.value);

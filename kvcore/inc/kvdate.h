@@ -264,7 +264,7 @@ class KV_EXPORT KvTime : public KvDistinguishedValues<KvTime> {
   // and hours are kept modulo 256. Result: this time.
   constexpr KvTime& SetSecondsAbs(int seconds) { return *this = KvTime(seconds); }
 
-  // Move around the clock. Components are 8-bit numbers on the way, deliberately: spans of more
+  // Move around the clock. Components are 8-bit numbers on the way: spans of more
   // than 127 hours wrap, and an hour of exactly -24 becomes 24 (00:00:00 less a day is 24:00:00).
   constexpr KvTime operator+(int seconds) const {
     return FromParts(kv::AddToClock({hour, minute, second}, seconds));
@@ -441,7 +441,7 @@ constexpr int WeekdayByFormula(int year, int month, int day) {
   return r > 0 ? r - 1 : 6;
 }
 
-// Moves a time by seconds, each component an 8-bit number that wraps, deliberately: the hours that
+// Moves a time by seconds, each component an 8-bit number that wraps: the hours that
 // are added count modulo 256, so spans of more than 127 hours go astray, and an hour of exactly -24
 // becomes 24. Results of a day and less are right but for that.
 constexpr ClockTime AddToClock(ClockTime time, int seconds) {

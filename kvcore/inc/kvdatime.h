@@ -17,7 +17,7 @@
 //
 // Distinguished values (null, zero, default) join those of KvDate and KvTime, with 0 nanoseconds.
 // The zero KvTimeSpan has all components 0; its null and its default have the very bytes of those
-// of KvDateTimeN, deliberately.
+// of KvDateTimeN.
 #pragma once
 
 #include "kvbase.h"
@@ -132,7 +132,7 @@ class KV_EXPORT KvDateTimeN : public KvNanosecondValue<KvDateTimeN> {
   constexpr KvDateTimeN(const KvDate& newDate, const KvTime& newTime)
       : date(newDate), time(newTime), nanosecond(0) {}
   constexpr KvDateTimeN(const KvDateTime& other) : KvDateTimeN(other.date, other.time) {}
-  // Year, month and day are all 0: a time without a date. Not the zero date, deliberately.
+  // Year, month and day are all 0: a time without a date, which the zero date is not.
   constexpr KvDateTimeN(const KvTime& newTime) : KvDateTimeN(KvDate(0, 0, 0), newTime) {}
   // As given; nothing is checked.
   constexpr KvDateTimeN(short year, char month, char day, char hour, char minute, char second,

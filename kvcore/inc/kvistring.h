@@ -37,7 +37,7 @@ class KvWeightedString {
 
   // One character; 0 gives the empty value.
   KvWeightedString(char c);
-  // Decimal text. A double has six decimals, unlike KvString's: deliberate.
+  // Decimal text. A double has six decimals, unlike KvString's, as stored texts have it.
   KvWeightedString(short number);
   KvWeightedString(int number);
   KvWeightedString(unsigned int number);
@@ -130,7 +130,7 @@ class KvWeightedString {
   // The whole text becomes `count` times `c`.
   void Fill(unsigned short count, char c);
 
-  // Letters by their Windows-1252 case, with one deliberate exception, on which stored data
+  // Letters by their Windows-1252 case, with one exception, on which stored data
   // depends: 0xFF and 0x9F map the wrong way round, ToLower making 0x9F of 0xFF, ToUpper the
   // reverse.
   void ToLower();

@@ -12,7 +12,7 @@
 //
 // Longer encodings than needed, stray and missing continuation bytes are invalid. Surrogates are
 // characters like any other. Characters here are 16 bits wide, so four bytes and more are read and
-// keep their low 16 bits, deliberately without an error; they are never written.
+// keep their low 16 bits without an error; they are never written.
 //
 //   KvString text;
 //   KvMBS2KvString("caf\xC3\xA9", text, 5);          // 5; four characters, code set 253
@@ -53,7 +53,7 @@ KV_EXPORT int KvMultiByteString2KvString(const char* in, KvString& out, int inBy
 KV_EXPORT int KvMultiByteString2KvString(const KvString& in, KvString& out);
 
 // Bytes that the first `n` characters take in UTF-8. For a text of ASCII in a code set below 6 the
-// result is the length of the whole text whatever `n` is (0 for `n` 0), deliberately.
+// result is the length of the whole text whatever `n` is (0 for `n` 0).
 KV_EXPORT int KvMBSLength(const KvString& s, unsigned short n);
 
 // Encodes into `size` bytes at `buf`. Result: the bytes written, a terminator not counted; it is

@@ -18,7 +18,7 @@
 // Calendar. Unlike KvDate, d_Date counts days by the Julian calendar up to 1582-10-04, which
 // 1582-10-15 follows. Years are astronomical. Counts are true from 0000-03-01 on: they are cut
 // toward zero, so that further back moving by days goes a day astray in years that are no leap
-// years, deliberately.
+// years. Stored dates were counted so.
 //
 // Time zone. hour and minute hold the clock's values *shifted by the zone*: 10:00 in zone 2 is
 // stored as hour 12. The zone bytes are signed numbers, and so are hour and minute, which a zone

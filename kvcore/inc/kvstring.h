@@ -78,7 +78,7 @@ class KV_EXPORT KvString {
 
   KvString& operator<<(const KvString& text);
   KvString& operator<<(char unit);  // 0 appends nothing
-  // To an 8-bit string the decimal number, to a 16-bit string the one character; deliberate.
+  // To an 8-bit string the decimal number, to a 16-bit string the one character.
   KvString& operator<<(unsigned short unit);
   KvString& operator<<(short number);
   KvString& operator<<(int number);
@@ -87,7 +87,7 @@ class KV_EXPORT KvString {
   KvString& operator<<(unsigned long number);
   KvString& operator<<(long long number);
   KvString& operator<<(unsigned long long number);
-  KvString& operator<<(float number);  // printed as the double it widens to, deliberately
+  KvString& operator<<(float number);  // printed as the double it widens to
   KvString& operator<<(double number);
   KvString& operator<<(const char* text);
   KvString& operator<<(const unsigned short* text);
@@ -135,7 +135,7 @@ class KV_EXPORT KvString {
   // Remove leading and trailing blanks (KvChar::IsSpace). RightTrim never looks at the first
   // character, so a text of blanks keeps one, and it walks back from the end of the buffer: each
   // unit that a buffer is longer than its text (CopyMapped) takes a character more away, and where
-  // there are not so many, nothing is. Both are deliberate; Copy gives such a text an exact buffer.
+  // there are not so many, nothing is. Stored texts depend on it; Copy gives an exact buffer.
   void LeftTrim();
   void RightTrim();
   void Trim();
@@ -158,7 +158,7 @@ class KV_EXPORT KvString {
   operator double() const;
 
   // 0, or -1 with `out` 0 when the text does not begin with a digit or "-": blanks and "+" are
-  // refused here, deliberately. Atol and Atoll read decimal, the others tell the radix from the
+  // refused here. Atol and Atoll read decimal, the others tell the radix from the
   // prefix (8-bit text only).
   int Atol(int& out) const;
   int Atoll(long long& out) const;

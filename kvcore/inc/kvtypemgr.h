@@ -157,7 +157,7 @@ class KV_EXPORT KvTypeMgr {
  public:
   // The format version chooses the catalogue: 4 and above the current one (47 rows), below 4 the
   // old one (rows 0 to 27, whose string row writes the old stored form). Numbers of 12 and more
-  // become 4; 11 becomes 3, deliberately; any other is kept.
+  // become 4; 11, a pre-release of the old format, becomes 3; any other is kept.
   explicit KvTypeMgr(unsigned factory = 5);
   void SetFactory(unsigned factory);
   unsigned short FormatVersion() const { return formatVersion_; }
@@ -181,14 +181,14 @@ class KV_EXPORT KvTypeMgr {
   // 1 when every value takes the same number of stored bytes, 0 for strings and blobs.
   unsigned short IsFixed(char id) const;
 
-  // Bytes of `count` values in memory, modulo 65536: the result is 16 bits wide, deliberately.
+  // Bytes of `count` values in memory, modulo 65536: callers keep the result in 16-bit fields.
   unsigned short MemLenGet(char id, unsigned count) const;
 
   // 1 when the type has a null value.
   unsigned short SupportsNullValue(char id) const;
 
-  // Capability 1: has a null value. 2: a whole number that can be stepped (not BlockId nor the
-  // nullable scalars, deliberately). 3: can be made from a time stamp. Any other: 0.
+  // Capability 1: has a null value. 2: a whole number that can be stepped (not BlockId, which
+  // is a name, nor the nullable scalars). 3: can be made from a time stamp. Any other: 0.
   unsigned short SupportsCapability(char id, unsigned short capability) const;
 
   // --- The functions of a row, unchanged; null where the type lacks one. ---
@@ -233,7 +233,7 @@ class KV_EXPORT KvTypeMgr {
 
   // Moves a run between forms. Memory to stored and back convert in the byte order of the stored
   // side. Memory to memory and stored to stored copy; stored to stored does not reorder bytes,
-  // deliberately: it copies the smaller of the two lengths, after clearing a longer destination.
+  // since records are moved so: it copies the smaller length, after clearing a longer destination.
   // Lengths are in bytes and matter for stored to stored only. Result: bytes written.
   unsigned Translate(char id, void* destination, unsigned char destinationFormat,
                      unsigned destinationLength, const void* source, unsigned char sourceFormat,
@@ -346,7 +346,7 @@ struct KvTimeStamp {
 //
 // The record owns its values while it has a type manager: its destructor then frees them through
 // that manager. ConvertTo returns records that own their texts; a record without a manager leaves
-// its values to the caller. A destroyed record reads as the illegal type (100), deliberately.
+// its values to the caller. A destroyed record reads as the illegal type (100).
 //
 //   KvTypeConvertData* texts = types->ConvertTo(Kv4B_T, run, 3);
 //   texts->GetString(0)->StrGet();   // "1"
@@ -361,7 +361,7 @@ class KV_EXPORT KvTypeConvertData {
   KvTypeConvertData& operator=(const KvTypeConvertData&) = delete;
 
   // The text at `index`: null at and past the end, when the record holds no texts, and when it
-  // holds no values. Negative indexes are not refused, deliberately: callers never pass one.
+  // holds no values. Negative indexes are not refused: callers never pass one.
   KvString* GetString(int index) const;
 
   KvTypeMgr* manager;

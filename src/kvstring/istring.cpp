@@ -73,14 +73,14 @@ constexpr unsigned char LowerByte(unsigned char c) {
       (c >= 'A' && c <= 'Z') || (c >= 0xC0 && c <= 0xDE && c != kMultiplicationSign);
   if (letter) return static_cast<unsigned char>(c + kCaseDistance);
   if (c == 0x8C) return 0x9C;
-  return c == 0xFF ? 0x9F : c;  // the wrong way round, deliberately
+  return c == 0xFF ? 0x9F : c;  // the wrong way round, as in stored data
 }
 
 constexpr unsigned char UpperByte(unsigned char c) {
   const bool letter = (c >= 'a' && c <= 'z') || (c >= 0xE0 && c <= 0xFE && c != kDivisionSign);
   if (letter) return static_cast<unsigned char>(c - kCaseDistance);
   if (c == 0x9C) return 0x8C;
-  return c == 0x9F ? 0xFF : c;  // the wrong way round, deliberately
+  return c == 0x9F ? 0xFF : c;  // the wrong way round, as in stored data
 }
 
 template <class Map>

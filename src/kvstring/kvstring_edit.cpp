@@ -193,8 +193,8 @@ void KvString::LeftTrim() {
 }
 
 // Walks back from the last unit of the buffer, which need not be the end of the text, and never
-// looks at the first character: a text of blanks keeps one. Both are deliberate, stored texts and
-// their hashes depend on them.
+// looks at the first character: a text of blanks keeps one. Both stay so, because stored texts
+// and their hashes depend on them.
 void KvString::RightTrim() {
   if (buffer_ == nullptr) return;
   const unsigned width = kv::UnitWidth(codeSet_);

@@ -69,7 +69,7 @@ int ReadInteger32(const KvString& text, int radix) {
 }
 
 // The members that report failure want a digit or a minus sign in front; blanks and "+" are not
-// numbers to them, deliberately.
+// numbers to them, so that a caller can tell a number from a text.
 bool BeginsANumber(const KvString& text) {
   const KvChar first(text.StrGet(), text.GetCodeSet(), text.GetLanguage());
   return first.Value() == '-' || first.IsDigit();

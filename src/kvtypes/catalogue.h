@@ -4,12 +4,14 @@
 
 #include <array>
 
+#include "kvtypeid.h"
 #include "kvtypemgr.h"
 
 namespace kv {
 
-inline constexpr int kRowCount = 47;
-inline constexpr int kIllegalRow = kRowCount - 1;
+// The illegal row is the last one.
+inline constexpr int kIllegalRow = KvRES_T;
+inline constexpr int kRowCount = kIllegalRow + 1;
 inline constexpr int kOldRowCount = 28;
 
 // Format version 4 and above, and below 4. The two share their rows but the string row: the old one

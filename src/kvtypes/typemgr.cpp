@@ -21,7 +21,7 @@ constexpr unsigned short kIntegralCapability = 2;
 constexpr unsigned short kTimeStampCapability = 3;
 
 // Factory numbers beyond the known ones fall back to the last two catalogues. That 11 means 3, the
-// old catalogue, is deliberate: it was a pre-release number of the old format.
+// old catalogue, has a reason: it was a pre-release number of the old format.
 unsigned short ClampFactory(unsigned factory) {
   if (factory >= 12) return 4;
   if (factory == 11) return 3;
@@ -159,7 +159,7 @@ unsigned short KvTypeMgr::IsFixed(char id) const {
 }
 
 unsigned short KvTypeMgr::MemLenGet(char id, unsigned count) const {
-  // Kept to 16 bits, deliberately: the result was never wider.
+  // Kept to 16 bits: callers have the result in 16-bit fields.
   return static_cast<unsigned short>(MemoryWidth(Row(id)) * count);
 }
 
@@ -172,7 +172,7 @@ unsigned short KvTypeMgr::SupportsCapability(char id, unsigned short capability)
     case kNullCapability:
       return Row(id).setNull != nullptr ? 1 : 0;
     case kIntegralCapability:
-      // BlockId and the nullable scalars are not among them, deliberately.
+      // BlockId is a name and a nullable scalar may be no number: neither is stepped by callers.
       switch (id) {
         case Kv1B_T:
         case Kv2B_T:

@@ -68,7 +68,7 @@ constexpr unsigned ReportedSize(o_u8b size) {
 }
 
 // What a stored run takes, by its total.
-unsigned StoredRunSize(const void* stored, bool reversed) {
+unsigned StoredTotal(const void* stored, bool reversed) {
   o_u4b total;
   CopyNumber<kLengthWidth>(reinterpret_cast<unsigned char*>(&total),
                            static_cast<const unsigned char*>(stored), reversed);
@@ -216,7 +216,7 @@ unsigned BlobRow::Load(void* destination, const void* source, unsigned char form
       if (blobs[i].IsNullValue()) return 0;
     }
   }
-  return StoredRunSize(source, reversed);
+  return StoredTotal(source, reversed);
 }
 
 unsigned BlobRow::NullSize(unsigned count) {
@@ -226,7 +226,7 @@ unsigned BlobRow::NullSize(unsigned count) {
 unsigned BlobRow::Size(const void* stored, unsigned char /*extra*/, unsigned char format,
                        unsigned count) {
   if (count == 0 || stored == nullptr) return 0;
-  if (!Format{format}.IsMemory()) return StoredRunSize(stored, Format{format}.IsReversed());
+  if (!Format{format}.IsMemory()) return StoredTotal(stored, Format{format}.IsReversed());
   return ReportedSize(StoredBlobsSize(static_cast<const KvBlob*>(stored), count));
 }
 
@@ -236,7 +236,7 @@ unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned coun
   unsigned char total[kLengthWidth];
   const bool read = file->Read(total, kLengthWidth) == kLengthWidth;
   file->Seek(start);
-  return read ? StoredRunSize(total, Format{format}.IsReversed()) : 0;
+  return read ? StoredTotal(total, Format{format}.IsReversed()) : 0;
 }
 
 float BlobRow::Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,

@@ -28,10 +28,6 @@
 namespace kv {
 namespace {
 
-constexpr int Sign(int difference) {
-  return (difference > 0) - (difference < 0);
-}
-
 // The year that matches anything in the second of two stored dates. The first stored comparison of
 // the process turns it from 65534 into 65535 for good, which is how a stored -1 reads; so stored
 // comparisons never see the earlier number. Other code may look at it, hence the oddity is kept.
@@ -201,7 +197,7 @@ int StepSecond(Date& date, Time& time, const Time& firstOfDay) {
 struct DateRow : KvDateTimeTextRow<KvDate> {
   using Codec = DateCodec;
   static int Order(const KvDate& a, const KvDate& b, unsigned short cmpOp) {
-    return Sign(a.Compare(b, cmpOp));
+    return ThreeWay(a.Compare(b, cmpOp), 0);
   }
   static int OrderStored(const KvDate& a, const KvDate& b, unsigned short cmpOp) {
     return OrderStoredDates(a, b, cmpOp);
@@ -215,7 +211,7 @@ struct DateRow : KvDateTimeTextRow<KvDate> {
 struct TimeRow : KvDateTimeTextRow<KvTime> {
   using Codec = TimeCodec;
   static int Order(const KvTime& a, const KvTime& b, unsigned short cmpOp) {
-    return Sign(a.Compare(b, cmpOp));
+    return ThreeWay(a.Compare(b, cmpOp), 0);
   }
   static int OrderStored(const KvTime& a, const KvTime& b, unsigned short cmpOp) {
     return OrderStoredTimes(a, b, cmpOp);
@@ -229,7 +225,7 @@ struct TimeRow : KvDateTimeTextRow<KvTime> {
 struct DateTimeRow : KvDateTimeTextRow<KvDateTime> {
   using Codec = DateTimeCodec;
   static int Order(const KvDateTime& a, const KvDateTime& b, unsigned short cmpOp) {
-    return Sign(a.Compare(b, cmpOp));
+    return ThreeWay(a.Compare(b, cmpOp), 0);
   }
   static int OrderStored(const KvDateTime& a, const KvDateTime& b, unsigned short cmpOp) {
     return OrderStoredDateTimes(a, b, cmpOp);
@@ -251,7 +247,7 @@ template <class T>
 struct NanosecondRow : KvDateTimeTextRow<T> {
   using Codec = NanosecondCodec<T>;
   static int Order(const T& a, const T& b, unsigned short cmpOp) {
-    return Sign(a.Compare(b, cmpOp));
+    return ThreeWay(a.Compare(b, cmpOp), 0);
   }
   static int OrderStored(const T& a, const T& b, unsigned short cmpOp) {
     const int result = OrderStoredDateTimes(a, b, cmpOp);

@@ -95,13 +95,13 @@ struct ClassIdRow : IdentityRow<KvClassId> {
 
 // The row of an identity class.
 template <class Identity>
-struct RowOf;
+struct IdentityRowOf;
 template <>
-struct RowOf<KvObjId> : RowHandlers<ObjIdRow> {};
+struct IdentityRowOf<KvObjId> : RowHandlers<ObjIdRow> {};
 template <>
-struct RowOf<KvClassId> : RowHandlers<ClassIdRow> {};
+struct IdentityRowOf<KvClassId> : RowHandlers<ClassIdRow> {};
 template <>
-struct RowOf<KvRef> : RowHandlers<RefRow> {};
+struct IdentityRowOf<KvRef> : RowHandlers<RefRow> {};
 
 template struct RowHandlers<ObjIdRow>;
 template struct RowHandlers<ClassIdRow>;
@@ -111,48 +111,48 @@ template struct RowHandlers<RefRow>;
 
 template <class Identity>
 void* KvIdentityRow<Identity>::Create(unsigned count) {
-  return kv::RowOf<Identity>::Create(count);
+  return kv::IdentityRowOf<Identity>::Create(count);
 }
 
 template <class Identity>
 void* KvIdentityRow<Identity>::Delete(void* values, unsigned count) {
-  return kv::RowOf<Identity>::Delete(values, count);
+  return kv::IdentityRowOf<Identity>::Delete(values, count);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::Store(void* destination, const void* source, unsigned char format,
                                         unsigned count) {
-  return kv::RowOf<Identity>::Store(destination, source, format, count);
+  return kv::IdentityRowOf<Identity>::Store(destination, source, format, count);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::Load(void* destination, const void* source, unsigned char format,
                                        unsigned count) {
-  return kv::RowOf<Identity>::Load(destination, source, format, count);
+  return kv::IdentityRowOf<Identity>::Load(destination, source, format, count);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::NullSizeGet(unsigned count) {
-  return kv::RowOf<Identity>::NullSize(count);
+  return kv::IdentityRowOf<Identity>::NullSize(count);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::SizeGet(const void* stored, unsigned char extra,
                                           unsigned char format, unsigned count) {
-  return kv::RowOf<Identity>::Size(stored, extra, format, count);
+  return kv::IdentityRowOf<Identity>::Size(stored, extra, format, count);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::SizeGetFromMemFile(MemFile* file, unsigned char format,
                                                      unsigned count) {
-  return kv::RowOf<Identity>::MemFileSize(file, format, count);
+  return kv::IdentityRowOf<Identity>::MemFileSize(file, format, count);
 }
 
 template <class Identity>
 int KvIdentityRow<Identity>::Compare(unsigned char format, unsigned length1, void* value1,
                                      unsigned length2, void* value2, unsigned short cmpOp,
                                      unsigned count, int& result) {
-  return kv::RowOf<Identity>::Compare(format, length1, value1, length2, value2, cmpOp, count,
+  return kv::IdentityRowOf<Identity>::Compare(format, length1, value1, length2, value2, cmpOp, count,
                                       result);
 }
 
@@ -160,13 +160,13 @@ template <class Identity>
 float KvIdentityRow<Identity>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
                                             unsigned char format, unsigned count,
                                             KvIdxBounds* newBounds) {
-  return kv::RowOf<Identity>::EvalAndBound(bounds, op, value, format, count, newBounds);
+  return kv::IdentityRowOf<Identity>::EvalAndBound(bounds, op, value, format, count, newBounds);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::Hash(unsigned char format, unsigned length, void* value,
                                        unsigned count, int& result) {
-  return kv::RowOf<Identity>::Hash(format, length, value, count, result);
+  return kv::IdentityRowOf<Identity>::Hash(format, length, value, count, result);
 }
 
 template <class Identity>
@@ -174,20 +174,20 @@ unsigned KvIdentityRow<Identity>::Translate(void* destination, unsigned char des
                                             unsigned destinationLength, const void* source,
                                             unsigned char sourceFormat, unsigned sourceLength,
                                             unsigned count) {
-  return kv::RowOf<Identity>::Translate(destination, destinationFormat, destinationLength, source,
+  return kv::IdentityRowOf<Identity>::Translate(destination, destinationFormat, destinationLength, source,
                                         sourceFormat, sourceLength, count);
 }
 
 template <class Identity>
 KvString& KvIdentityRow<Identity>::PrintToString(KvString& out, void* values, const char* format,
                                                  unsigned count) {
-  return kv::RowOf<Identity>::Print(out, values, format, count);
+  return kv::IdentityRowOf<Identity>::Print(out, values, format, count);
 }
 
 template <class Identity>
 void* KvIdentityRow<Identity>::ScanFromString(void* values, KvString& text, const char* format,
                                               unsigned count) {
-  return kv::RowOf<Identity>::Scan(values, text, format, count);
+  return kv::IdentityRowOf<Identity>::Scan(values, text, format, count);
 }
 
 template class KvIdentityRow<KvObjId>;

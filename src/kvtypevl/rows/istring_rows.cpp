@@ -190,7 +190,7 @@ float WeightedFraction(const KvIdxBounds& bounds, unsigned short predicate, cons
 // --- Stored form ---
 
 // Bytes of a stored run; 0 for one that begins with a length of 0, which holds nothing.
-unsigned StoredRunSize(const void* stored, unsigned char format, unsigned count) {
+unsigned StoredTextsSize(const void* stored, unsigned char format, unsigned count) {
   const unsigned first = StringSizeGet(stored, 0, format, 1);
   if (first <= 2) return 0;
   const bool old = static_cast<const unsigned char*>(stored)[first - 1] == 0;
@@ -277,7 +277,7 @@ template <class Weights>
 unsigned WeightedStringRow<Weights>::Load(void* destination, const void* source,
                                           unsigned char format, unsigned count) {
   if (count == 0) return 0;
-  const unsigned size = StoredRunSize(source, format, count);
+  const unsigned size = StoredTextsSize(source, format, count);
   if (size == 0) return 0;
   WeightedRun<Weights> run(Format{format}.AsStored().byte, size, source, count);
   auto* values = static_cast<Value*>(destination);

@@ -148,6 +148,7 @@ constexpr const SortKeyHandlers* kRows[] = {
     /* 45 KvNull_u8b      */ kNullable<KvNull_u8b, NumberKey<o_u8b>>,
 };
 // clang-format on
+static_assert(std::size(kRows) == KvRES_T, "every type has a sort key");
 
 }  // namespace
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "kvtypemgr.h"
-#include "kvtypevl/operations/row.h"
 
 namespace kv {
 
@@ -40,9 +39,7 @@ struct TrivialRow {
   static void* DefaultValue(unsigned, int) { return nullptr; }
   static int Step(void*, unsigned, unsigned char, unsigned char) { return kvNotSupported; }
 
-  static int SetNull(void*) { return kvNotSupported; }
-
-  static constexpr KvTypeDescriptor Slots(Nulls nulls = Nulls::kNo) {
+  static constexpr KvTypeDescriptor Slots() {
     return {
         .typeName = nullptr,
         .typeIdName = nullptr,
@@ -64,7 +61,7 @@ struct TrivialRow {
         .copy = Copy,
         .translate = Translate,
         .isNull = IsNull,
-        .setNull = nulls == Nulls::kYes ? SetNull : nullptr,
+        .setNull = nullptr,
         .format = nullptr,
         .print = Print,
         .scan = Scan,
