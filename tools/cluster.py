@@ -17,6 +17,7 @@ import glob
 import json
 import os
 import pwd
+import random
 import shutil
 import signal
 import socket
@@ -33,13 +34,24 @@ class Missing(Exception):
     """The programs of an engine are not installed."""
 
 
+def is_free(port):
+    with socket.socket() as probe:
+        try:
+            probe.bind(("127.0.0.1", port))
+        except OSError:
+            return False
+    return True
+
+
 def free_ports(count):
-    sockets = [socket.socket() for _ in range(count)]
-    for each in sockets:
-        each.bind(("127.0.0.1", 0))
-    ports = [each.getsockname()[1] for each in sockets]
-    for each in sockets:
-        each.close()
+    """Ports below those that the system gives to outgoing connections: one of these could be taken
+    while a member that is to come back is away."""
+    source = random.SystemRandom()
+    ports = []
+    while len(ports) < count:
+        port = source.randrange(10000, 32000)
+        if port not in ports and is_free(port):
+            ports.append(port)
     return ports
 
 

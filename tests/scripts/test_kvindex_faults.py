@@ -32,6 +32,9 @@ class Load:
     """A load that runs beside the test; knows how many lines it has acknowledged."""
 
     def __init__(self, url, file, *options, limit=None):
+        # A busy machine may keep a server waiting for its disk.
+        options = options or ("--timeout", "60")
+
         def limited():
             if limit is not None:
                 resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
@@ -160,7 +163,7 @@ class Faults(KvIndexTest):
             etcd.kill_member(member)
         begin = time.monotonic()
         status, output, errors = load.end()
-        self.assertLess(time.monotonic() - begin, 10)
+        self.assertLess(time.monotonic() - begin, 15)
         self.assertEqual((status, output), (1, ""))
         self.assertRegex(errors, r"\Akvindex: load: etcd:[^\n]*no answer within 3000 ms[^\n]*\n\Z")
         self.fails(1, "no answer within 2000 ms", "query", url, "id < 5", "--timeout", "2")
