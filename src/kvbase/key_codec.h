@@ -85,6 +85,19 @@ struct NumberKey {
   static T Read(const unsigned char* key) {
     return static_cast<T>(static_cast<Word>(GetWord<Word>(key) ^ kTurned));
   }
+
+  // As many values as eight bytes hold, as their keys, on a little-endian host.
+  static constexpr std::uint64_t KeysOf(std::uint64_t values) {
+    constexpr std::uint64_t kEach = ~std::uint64_t{0} / static_cast<Word>(~Word{0});
+    constexpr std::uint64_t kTurnedEach = kEach * (kTurned >> 8 * (sizeof(T) - 1));
+    constexpr std::uint64_t kLowBytes = 0x00FF00FF00FF00FF;
+    if constexpr (sizeof(T) == 2) {
+      values = (values & kLowBytes) << 8 | (values >> 8 & kLowBytes);
+    } else if constexpr (sizeof(T) != 1) {
+      values = std::rotl(__builtin_bswap64(values), sizeof(T) == 4 ? 32 : 0);
+    }
+    return values ^ kTurnedEach;
+  }
 };
 
 // A floating-point number: negative ones complemented, the sign bit set on the others. All NaNs are

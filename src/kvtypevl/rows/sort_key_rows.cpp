@@ -21,7 +21,15 @@ struct NullInside : Codec {
   static constexpr o_u8b kNullPlace = place;
 };
 
-using DateKey = NullInside<MemberKey<DateCodec>>;
+struct DateKey : NullInside<MemberKey<DateCodec>> {
+  // Two dates at a time on a little-endian host: their years are turned around, and the top bits of
+  // year, month and day.
+  static constexpr std::uint64_t KeysOf(std::uint64_t dates) {
+    constexpr std::uint64_t kLow = 0x000000FF000000FF;
+    const std::uint64_t years = (dates & kLow) << 8 | (dates >> 8 & kLow);
+    return (years | (dates & ~(kLow | kLow << 8))) ^ 0x8080008080800080;
+  }
+};
 using TimeKey = NullInside<MemberKey<TimeCodec>>;
 using DateTimeKey = NullInside<MemberKey<DateTimeCodec>>;
 // Their null has nanoseconds of 0, and those of a neighbour may be negative.
