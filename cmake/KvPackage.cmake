@@ -38,7 +38,9 @@ endmacro()
 kv_package(libraries libkvtypemgr14 libs "values, stored bytes and orders of 47 types"
   "The shared libraries of the type manager. They store, compare, hash, sort and
 print the values of a database.")
-set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+# What a program needs that is linked to libkvc, whose interface has a version of its own.
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_SOURCE_DIR}/packaging/shlibs)
 kv_package(development libkvtypemgr-dev libdevel "headers of the type manager"
   "What one compiles against: the headers, a CMake package and a pkg-config file."
   DEPENDS libraries)
