@@ -62,13 +62,13 @@ int CompareOrders(OrderCursor cursor1, OrderCursor cursor2, bool skipSpaces, Lev
   }
 }
 
-// Two words of which one at least is more than one order, as CompareWeights. kMixed when the texts
+// Two words of which one at least may hold two orders, as CompareWeights. kMixed when the texts
 // have to be compared order by order from here on: one order stands against the first of two, or a
-// unit may be part of a contraction.
+// unit may be in a contraction with its neighbour.
 constexpr int kMixed = 2;
 
 int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
-  if (IsContractionPart(word1) || IsContractionPart(word2)) return kMixed;
+  if (((word1 | word2) & kPairBit) == 0) return CompareWeights(word1, word2, levels);
   const unsigned weight1 = OrderWeight(FirstOrder(word1));
   const unsigned weight2 = OrderWeight(FirstOrder(word2));
   if ((weight1 ^ weight2) >> 16 != 0) return Sign(weight1, weight2);
@@ -77,13 +77,50 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
   return CompareWeights(OrderWeight(SecondOrder(word1)), OrderWeight(SecondOrder(word2)), levels);
 }
 
-// How many of the `passed` units of a text, which another text shares, stand in one run with what
-// follows, so that contractions may reach over its beginning.
+// The present unit of a text among its neighbours.
 template <class Units>
-unsigned RunBefore(const Units& units, unsigned passed) {
-  unsigned run = 0;
-  while (run < passed && IsContractionPart(units.Word(units.Back(run + 1)))) ++run;
-  return run;
+class Place {
+ public:
+  Place(const Text& text, const Units& units)
+      : units_(units), links_(text.language), passed_(units.Passed(text.units)) {}
+
+  bool IsLinked() const {
+    const unsigned word = units_.Word(units_.Get());
+    return IsContractionPart(word) && (LinksBack(word) || links_.Between(word, NextWord()));
+  }
+
+  // How many units before this one stand in one run with it or with `other`, the unit at the same
+  // place of a text that is the same up to here: a contraction may reach over this place.
+  unsigned RunBefore(unsigned other) const {
+    if (!LinksBack(units_.Word(units_.Get())) && !LinksBack(other)) return 0;
+    unsigned run = 1;
+    while (run < passed_ && links_.Between(WordBack(run + 1), WordBack(run))) ++run;
+    return run;
+  }
+
+ private:
+  unsigned WordBack(unsigned units) const { return units_.Word(units_.Back(units)); }
+  bool LinksBack(unsigned word) const { return passed_ != 0 && links_.Between(WordBack(1), word); }
+  unsigned NextWord() const {
+    Units next(units_);
+    next.Advance();
+    return next.Word(next.Get());
+  }
+
+  const Units& units_;
+  ContractionLinks links_;
+  unsigned passed_;
+};
+
+// Two units that differ, one at least of two orders or in contractions; as ComparePairs.
+template <class Units1, class Units2>
+int CompareSpecial(const Text& text1, const Units1& units1, const Text& text2, const Units2& units2,
+                   Levels& levels) {
+  const unsigned word1 = units1.Word(units1.Get());
+  const unsigned word2 = units2.Word(units2.Get());
+  if (IsContractionPart(word1) && Place(text1, units1).IsLinked()) return kMixed;
+  if (IsContractionPart(word2) && Place(text2, units2).IsLinked()) return kMixed;
+  return ComparePairs(WordAlone(word1), WordAlone(word2), levels);
 }
 
 // Walks `units1` and `units2`, which are anywhere in `text1` and `text2`, to the end. What is
@@ -101,15 +138,15 @@ template <class Units1, class Units2>
     }
     const unsigned word1 = units1.Word(unit1);
     const unsigned word2 = units2.Word(unit2);
-    const bool pairs = ((word1 | word2) & kPairBit) != 0;
-    const int sign =
-        pairs ? ComparePairs(word1, word2, levels) : CompareWeights(word1, word2, levels);
+    const bool special = ((word1 | word2) & kPairBit) != 0;
+    const int sign = special ? CompareSpecial(text1, units1, text2, units2, levels)
+                             : CompareWeights(word1, word2, levels);
     if (sign == kMixed) break;
     if (sign != 0) return sign;
     if (unit1 == 0) return levels.Decide();
   }
   const unsigned passed = units1.Passed(text1.units);
-  const unsigned back = sameTable ? RunBefore(units1, passed) : 0;
+  const unsigned back = sameTable ? Place(text1, units1).RunBefore(units2.Word(units2.Get())) : 0;
   return CompareOrders(OrderCursor(RestOf(text1, passed - back)),
                        OrderCursor(RestOf(text2, units2.Passed(text2.units) - back)), false,
                        levels);
@@ -193,15 +230,18 @@ OrderCursor::OrderCursor(const Text& given, unsigned char language)
       isOrders_(given.codeSet == kOrderCodeSet) {}
 
 unsigned short OrderCursor::NextOfRun() {
-  unsigned short orders[4];
-  unsigned count = 0;
+  const ContractionLinks links(language_);
   const unsigned char* begin = position_;
-  for (; count < std::size(orders); position_ += width_) {
-    const unsigned word = Word(Unit());
-    if (!IsContractionPart(word)) break;
-    orders[count++] = FirstOrder(word);
+  unsigned word = Word(Unit());
+  unsigned short orders[4] = {FirstOrder(word)};
+  unsigned count = 1;
+  for (position_ += width_; count < std::size(orders); position_ += width_) {
+    const unsigned next = Word(Unit());
+    if (!links.Between(word, next)) break;
+    orders[count++] = FirstOrder(next);
+    word = next;
   }
-  const Contracted contracted = Contract(language_, orders, count);
+  const Contracted contracted = count > 1 ? Contract(language_, orders, count) : Contracted{};
   position_ = begin + std::max(contracted.units, 1u) * width_;
   pending_ = contracted.orders[1];
   return contracted.units != 0 ? contracted.orders[0] : orders[0];

@@ -547,6 +547,7 @@ def contraction_tables(tailorings):
     """The contractions of all languages in one row, and where those of a letter begin: one list of
     places for each distinct set of contractions, the first of them empty."""
     sets, entries, starts, numbers = [[]], [], [[0] * 33], []
+    followers = [[0] * 32]
     members = {}
     for tailoring in tailorings:
         found = [entry[:2] + (tailoring.mixed_case,) for entry in tailoring.contractions]
@@ -559,6 +560,10 @@ def contraction_tables(tailorings):
             starts.append([first + sum(letters[0] >> 2 & 31 < code for letters, _, _ in found)
                            for code in range(33)])
             entries += found
+            followers.append([0] * 32)
+            for letters, _, _ in found:
+                for first, second in zip(letters, letters[1:]):
+                    followers[-1][first >> 2 & 31] |= 1 << (second >> 2 & 31)
         numbers.append(sets.index(found))
     assert len(entries) < 256
     body = ",\n".join("{{" + ",".join(f"0x{part:04x}" for part in (letters + [0] * 3)[:4]) + "},{" +
@@ -568,7 +573,8 @@ def contraction_tables(tailorings):
     return (f"constinit const Contraction kContractions[] = {{\n{body}}};\n" +
             array(f"constinit const unsigned char kContractionSets[{len(numbers)}]", numbers, 1) +
             array2(f"constinit const unsigned char kContractionStarts[{len(sets)}][33]", starts, 2,
-                   33))
+                   33) +
+            array2(f"constinit const unsigned kContractionFollowers[{len(sets)}][32]", followers, 8))
 
 
 def contraction_names(tailoring):

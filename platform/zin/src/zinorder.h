@@ -58,6 +58,8 @@ struct Contraction {
 extern KV_EXPORT const Contraction kContractions[];
 extern KV_EXPORT const unsigned char kContractionSets[];  // by tailoring
 extern KV_EXPORT const unsigned char kContractionStarts[][33];
+// For each set and letter code a bit for each letter code that follows it in a contraction.
+extern KV_EXPORT const unsigned kContractionFollowers[][32];
 
 // The letters of a tailoring's alphabet, a bit for each letter code and extension: bit n & 31 of
 // word n / 32 for the low seven bits n of an order.
@@ -180,6 +182,30 @@ class Alphabet {
 
 inline bool HasContractions(unsigned char language) {
   return zin::kContractionSets[zin::kTailorings[language]] != 0;
+}
+
+// Which units may stand side by side in a contraction of a language. Between two others a letter
+// ends, whatever is around them.
+class ContractionLinks {
+ public:
+  explicit ContractionLinks(unsigned char language)
+      : followers_(zin::kContractionFollowers[zin::kContractionSets[zin::kTailorings[language]]]) {}
+
+  // Takes the words of two neighbours.
+  bool Between(unsigned word1, unsigned word2) const {
+    return IsContractionPart(word1) && IsContractionPart(word2) &&
+           (followers_[LetterCode(word1)] >> LetterCode(word2) & 1) != 0;
+  }
+
+ private:
+  static unsigned LetterCode(unsigned word) { return word >> 18 & 31; }
+
+  const unsigned* followers_;
+};
+
+// The order word that the unit has where it stands for itself.
+constexpr unsigned WordAlone(unsigned word) {
+  return IsContractionPart(word) ? OrderWeight(FirstOrder(word)) : word;
 }
 
 // What a run of letters contracts to.
