@@ -84,6 +84,7 @@
 
 #include "kvbase.h"
 #include "kvstring.h"
+#include "zbshost.h"
 
 namespace kv {
 
@@ -413,7 +414,6 @@ inline constexpr unsigned kFirstOfJanuary = 306;  // in such a year
 // multiplication: 2939745/2^32 is 4/1461 closely enough for a century, so that the high part is the
 // year and the low part the scaled day.
 constexpr CalendarDate DateOfDayNumber(int number) {
-  static_assert(std::endian::native == std::endian::little);
   constexpr unsigned kMost = 0x3FF00000;
   if (static_cast<unsigned>(number) + 68569u > kMost) [[unlikely]] {
     return DateOfDayNumberByFormula(number);
@@ -426,7 +426,13 @@ constexpr CalendarDate DateOfDayNumber(int number) {
   const unsigned dayOfYear = static_cast<unsigned>(years) / 2939745 / 4;
   const unsigned year = 100 * century + static_cast<unsigned>(years >> 32) +
                         (dayOfYear >= kFirstOfJanuary ? 1 : 0) - 5200;
-  return std::bit_cast<CalendarDate>((year & 0xFFFF) | std::uint32_t{kMarchYear[dayOfYear]} << 16);
+  const unsigned monthAndDay = kMarchYear[dayOfYear];
+  if (kHostIsBig) {
+    return {static_cast<std::int16_t>(year), static_cast<signed char>(monthAndDay & 0xFF),
+            static_cast<signed char>(monthAndDay >> 8)};
+  }
+  // Put together in a register and stored in one piece.
+  return std::bit_cast<CalendarDate>((year & 0xFFFF) | std::uint32_t{monthAndDay} << 16);
 }
 
 // Day of the week, 0 Monday to 6 Sunday; right from 0000-03-01 to 4600-02-28. The remainder keeps

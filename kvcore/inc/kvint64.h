@@ -21,10 +21,9 @@
 #include <type_traits>
 
 #include "kvbase.h"
+#include "zbshost.h"
 
 class KvString;
-
-static_assert(std::endian::native == std::endian::little, "the memory form is little-endian");
 
 class KV_EXPORT KvInt64 {
  public:
@@ -42,7 +41,7 @@ class KV_EXPORT KvInt64 {
   //   1.9999999 -> 2      -2.5 -> -2      123456789.0 -> 123456800      1e30 -> 2^63 - 1
   KvInt64(o_double value);
 
-  constexpr o_8b Get8b() const { return std::bit_cast<o_8b>(*this); }
+  constexpr o_8b Get8b() const { return static_cast<o_8b>(Bits()); }
 
   // The quotient when `wantRemainder` is 0, else the remainder, which has the dividend's sign.
   // Division by zero calls KIVO_assert("KvInt64 divide by zero", "src/kvint64", 746) and gives 0.
@@ -121,9 +120,15 @@ class KV_EXPORT KvInt64 {
   o_4b high = 0;
 
  private:
-  constexpr o_u8b Bits() const { return std::bit_cast<o_u8b>(*this); }
+  // Two words in memory order are one 64-bit number where the low one comes first; elsewhere its
+  // halves change places.
+  static constexpr o_u8b LowWordFirst(o_u8b bits) {
+    return kv::kHostIsBig ? bits << 32 | bits >> 32 : bits;
+  }
+  constexpr o_u8b Bits() const { return LowWordFirst(std::bit_cast<o_u8b>(*this)); }
   // Copied and not cast: what is cast some compilers take apart and store word by word.
-  static constexpr KvInt64 FromBits(o_u8b bits) {
+  static constexpr KvInt64 FromBits(o_u8b number) {
+    const o_u8b bits = LowWordFirst(number);
     if (std::is_constant_evaluated()) return std::bit_cast<KvInt64>(bits);
     KvInt64 value;
     std::memcpy(static_cast<void*>(&value), &bits, sizeof value);

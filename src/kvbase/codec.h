@@ -36,9 +36,13 @@ struct Member {
   MemberKind kind;
   ByteOrder order;
 
+  // Whether the stored bytes run the other way round than in memory. `reversed` says so of those
+  // that go by the format (Format::IsReversed).
   constexpr bool IsTurned(bool reversed) const {
-    return order == ByteOrder::kHighestFirst || (order == ByteOrder::kOfFormat && reversed);
+    return order == ByteOrder::kHighestFirst ? !kHostIsBig
+                                             : order == ByteOrder::kOfFormat && reversed;
   }
+  constexpr bool IsHighestFirst(bool reversed) const { return IsTurned(reversed) != kHostIsBig; }
 };
 
 template <class T>
@@ -179,8 +183,8 @@ struct Codec {
     bool asBytes = true;
     ForEachMember([&](auto constant) {
       constexpr Member member = decltype(constant)::value;
-      const bool unsignedBytes =
-          member.kind == MemberKind::kUnsigned && (member.width == 1 || member.IsTurned(reversed));
+      const bool unsignedBytes = member.kind == MemberKind::kUnsigned &&
+                                 (member.width == 1 || member.IsHighestFirst(reversed));
       asBytes = asBytes && (member.kind == MemberKind::kBytes || unsignedBytes);
     });
     return asBytes;

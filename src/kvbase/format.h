@@ -5,6 +5,8 @@
 // them for memory.
 #pragma once
 
+#include "zbshost.h"
+
 namespace kv {
 
 struct Format {
@@ -16,9 +18,10 @@ struct Format {
   // What translate goes by, and a stored nullable scalar for the place of its indicator.
   constexpr bool HasMemoryBit() const { return (byte & 0x08) != 0; }
 
-  // Low four bits 2: the bytes of each stored multi-byte field run from the most significant down.
-  // Every other code is memory order.
-  constexpr bool IsReversed() const { return (byte & 0x0F) == 2; }
+  // Whether the bytes of each stored multi-byte field run the other way round than in memory. Code
+  // 2 runs from the most significant down, every other code from the least significant up; which
+  // of them is the reverse of memory, the host decides.
+  constexpr bool IsReversed() const { return IsSwapped(byte); }
 
   // The format of stored bytes that were written with this one, for functions that would otherwise
   // take code 8 for memory.

@@ -25,6 +25,7 @@
 
 #include "kvbase.h"
 #include "kvbase/codec.h"
+#include "zbshost.h"
 
 namespace kv {
 
@@ -50,7 +51,7 @@ struct UnsignedOf<8> {
 // Most significant byte first, whatever the host's order is.
 template <std::unsigned_integral Word>
 inline void PutWord(unsigned char* key, Word word) {
-  if constexpr (std::endian::native == std::endian::little) {
+  if constexpr (!kHostIsBig) {
     if constexpr (sizeof word == 2) word = __builtin_bswap16(word);
     if constexpr (sizeof word == 4) word = __builtin_bswap32(word);
     if constexpr (sizeof word == 8) word = __builtin_bswap64(word);
@@ -62,7 +63,7 @@ template <std::unsigned_integral Word>
 inline Word GetWord(const unsigned char* key) {
   Word word;
   std::memcpy(&word, key, sizeof word);
-  if constexpr (std::endian::native == std::endian::little) {
+  if constexpr (!kHostIsBig) {
     if constexpr (sizeof word == 2) word = __builtin_bswap16(word);
     if constexpr (sizeof word == 4) word = __builtin_bswap32(word);
     if constexpr (sizeof word == 8) word = __builtin_bswap64(word);

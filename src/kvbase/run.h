@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zbshost.h"
+
 namespace kv {
 
 // Elements of a run of `count` (at least 1) that a buffer of `length` bytes shows.
@@ -21,10 +23,12 @@ constexpr unsigned VisibleElements(unsigned length, unsigned stride, unsigned co
   return std::min(started, count);
 }
 
+// Eight bytes as a word, the first byte the least significant one on every host: the position of a
+// byte in memory is its position from the bottom of the word.
 inline std::uint64_t LoadWord(const unsigned char* at) {
   std::uint64_t word;
   std::memcpy(&word, at, sizeof word);
-  return word;
+  return kHostIsBig ? __builtin_bswap64(word) : word;
 }
 
 // Whether one of the units that a word holds is zero.
@@ -60,7 +64,5 @@ inline std::size_t FirstDifference(const unsigned char* a, const unsigned char* 
   while (at < size && a[at] == b[at]) ++at;
   return at;
 }
-
-static_assert(std::endian::native == std::endian::little, "stored memory order is little-endian");
 
 }  // namespace kv

@@ -10,6 +10,7 @@
 #include <memory>
 #include <utility>
 
+#include "kvbase/run.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/number_text.h"
 #include "zbs.h"
@@ -456,9 +457,7 @@ inline std::uint64_t DigitPairs(const char* text, std::uint64_t shape) {
   const std::uint64_t isDigit = shape ^ (kOnes * '0');  // 0 in the bytes of digits
   const std::uint64_t separators = ((isDigit + kOnes * 0x7F) >> 7) & kOnes;
   const std::uint64_t margins = kOnes * 118 + separators * 9;
-  std::uint64_t digits;
-  std::memcpy(&digits, text, sizeof digits);
-  digits ^= shape;
+  const std::uint64_t digits = LoadWord(reinterpret_cast<const unsigned char*>(text)) ^ shape;
   if ((((digits + margins) | digits) & (kOnes << 7)) != 0) return kNoPairs;
   return digits * 10 + (digits >> 8);
 }

@@ -166,10 +166,10 @@ int KvSplitList(KvString& list, KvString& item, const KvString& delimiter,
 // ---------------------------------------------------------------------------------------------
 
 int KvChar::Compare(const KvChar& other, unsigned short compareOperation) const {
-  const unsigned short units[2] = {Value(), 0};
-  const unsigned short otherUnits[2] = {other.Value(), 0};
-  return KvStrCmp(codeSet_, language_, reinterpret_cast<const char*>(units), other.codeSet_,
-                  other.language_, reinterpret_cast<const char*>(otherUnits),
+  const kv::UnitText unit(Value(), codeSet_);
+  const kv::UnitText otherUnit(other.Value(), other.codeSet_);
+  return KvStrCmp(codeSet_, language_, reinterpret_cast<const char*>(unit.bytes), other.codeSet_,
+                  other.language_, reinterpret_cast<const char*>(otherUnit.bytes),
                   kv::OperationOrDefault(compareOperation), 1, 1, nullptr);
 }
 
@@ -184,11 +184,11 @@ unsigned short KvStringIterator::GetNextOrder(unsigned short /*flags*/) {
   pendingOrder_ = 0;
   if (IsEOS()) return 0;
   kv::Text text{codeSet_, language_, position_, kv::kToTerminator, byteOrder_};
-  unsigned short unit = 0;
+  kv::UnitText own;
   if (overflow_ != nullptr) {
     const KvChar character(**this);
-    unit = character.Value();
-    text = {character.GetCodeSet(), language_, &unit, 1};
+    own = kv::UnitText(character.Value(), character.GetCodeSet());
+    text = {character.GetCodeSet(), language_, own.bytes, 1};
   }
   kv::OrderCursor orders(text);
   const unsigned short first = orders.Next();

@@ -12,6 +12,7 @@
 #include "kvbase/run.h"
 #include "kvbase/vectors.h"
 #include "zbs.h"
+#include "zbshost.h"
 
 namespace kv {
 namespace {
@@ -66,7 +67,7 @@ class BlockWriter {
 
   void CopyReversed(const void* text, unsigned count) {
     count = std::min(count, room_);
-    ShortStore(at_, text, 2, count);
+    ShortStore(at_, text, kSwapped, count);
     Advance(count);
   }
 

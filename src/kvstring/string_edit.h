@@ -42,6 +42,16 @@ inline void WriteUnit(void* text, bool wide, unsigned index, unsigned short unit
   }
 }
 
+// A text of one unit, with its terminator. A 16-bit variable is no text of an 8-bit unit: where the
+// most significant byte comes first, that byte is its zero.
+struct UnitText {
+  UnitText() = default;
+  UnitText(unsigned short unit, unsigned char codeSet) {
+    WriteUnit(bytes, KvIsWideCodeSet(codeSet), 0, unit);
+  }
+  unsigned char bytes[4] = {};
+};
+
 // Units before the terminator, at most `limit`; nothing past them is read. Null is empty.
 unsigned TextLength(const void* text, bool wide, unsigned limit);
 // The same without a limit, for texts that only their terminator ends.

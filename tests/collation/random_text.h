@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/host.h"
+
 namespace kvtest {
 
 class RandomText {
@@ -56,14 +58,11 @@ class RandomText {
   std::mt19937 engine_;
 };
 
-// ISO 8859-1 as 16-bit units with a terminator, most significant byte first when `reversed`.
+// ISO 8859-1 as 16-bit units with a terminator, the other way round than in memory when `reversed`.
 inline std::vector<unsigned char> Widened(const std::string& text, bool reversed) {
-  std::vector<unsigned char> bytes;
-  for (char unit : text + '\0') {
-    bytes.push_back(reversed ? 0 : static_cast<unsigned char>(unit));
-    bytes.push_back(reversed ? static_cast<unsigned char>(unit) : 0);
-  }
-  return bytes;
+  std::vector<unsigned short> units;
+  for (char unit : text + '\0') units.push_back(static_cast<unsigned char>(unit));
+  return support::StoredBytes(units.data(), units.size(), support::kHostIsBig != reversed);
 }
 
 }  // namespace kvtest

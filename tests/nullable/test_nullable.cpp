@@ -15,6 +15,7 @@
 #include "kvstring.h"
 #include "kvtypemgr.h"
 #include "kvtypevl/rows/nullable_hash.h"
+#include "support/host.h"
 #include "support/types.h"
 
 template <>
@@ -185,9 +186,11 @@ TEST_CASE_TEMPLATE_DEFINE("order and hash follow the scalar's, nulls first", M, 
     int hashed = -1;
     CHECK(Types().Hash(M::kRow, 0, run.data(), count, 8, hashed) == expected);
     CHECK(hashed == kvOk);
-    CheckLanes<M, 16>(run, count);
-    CheckLanes<M, 32>(run, count);
-    CheckLanes<M, 64>(run, count);
+    if constexpr (!support::kHostIsBig) {  // the lanes are those of a little-endian host
+      CheckLanes<M, 16>(run, count);
+      CheckLanes<M, 32>(run, count);
+      CheckLanes<M, 64>(run, count);
+    }
     if (count == run.size()) break;
     expected ^= Types().Hash(M::kRow, 0, &run[count], 1, 8, hashed);
   }

@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include "string/text.h"
+#include "support/host.h"
 
 TEST_CASE("a character refers into the text or holds its value") {
   KvString text("abc");
@@ -50,22 +51,23 @@ TEST_CASE("defaults, widths and byte order of a character") {
   CHECK((++other).IsEOS());
   CHECK(KvStringIterator(pair, 255, 1).GetCodeSet() == 253);
 
-  // The low four bits say the order, as in a format byte.
+  // The low four bits say the order, as in a format byte: 2 for units the other way round than the
+  // host has them in memory.
+  using support::Swapped;
   for (const unsigned char order : std::initializer_list<unsigned char>{2, 0x12, 0xF2}) {
-    unsigned char units[] = {0x26, 0x03, 0x00, 0x41, 0, 0};
+    unsigned short units[] = {Swapped(0x2603), Swapped('A'), 0};
     KvChar reversed(reinterpret_cast<char*>(units), 253, 1, order);
     CHECK(reversed.Value() == 0x2603);
     reversed = static_cast<unsigned short>(0x0142);
-    CHECK(units[0] == 0x01);
-    CHECK(units[1] == 0x42);
+    CHECK(units[0] == Swapped(0x0142));
     reversed = KvChar('\xE9', 9, 1);
-    CHECK(units[0] == 0x04);
-    CHECK(units[1] == 0x39);
+    CHECK(units[0] == Swapped(0x0439));
     KvStringIterator each(reinterpret_cast<char*>(units), 253, 1, order);
     CHECK((*++each).Value() == 'A');
     CHECK((++each).IsEOS());
   }
-  CHECK(KvChar("\x26\x03", 253, 1, 0x20).Value() == 0x0326);
+  const unsigned short plain[] = {0x0326, 0};
+  CHECK(KvChar(reinterpret_cast<const char*>(plain), 253, 1, 0x20).Value() == 0x0326);
 }
 
 TEST_CASE("classification by property order") {

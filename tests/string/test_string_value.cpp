@@ -8,6 +8,7 @@
 
 #include "kvcollate.h"
 #include "string/text.h"
+#include "support/host.h"
 #include "zbs.h"
 
 namespace {
@@ -311,8 +312,11 @@ TEST_CASE("converted texts agree with iconv") {
   } kSets[] = {{2, "CP1252"}, {4, "CP850"}, {9, "CP1251"}, {12, "ISO-8859-9"}};
   Random random(7);
   for (const auto& set : kSets) {
-    iconv_t converter = iconv_open("UTF-16LE", set.name);
-    REQUIRE(converter != reinterpret_cast<iconv_t>(-1));
+    iconv_t converter = iconv_open(support::kUnitsForIconv, set.name);
+    if (converter == reinterpret_cast<iconv_t>(-1)) {
+      MESSAGE("iconv does not know " << set.name << " here: not compared");
+      continue;
+    }
     for (int round = 0; round < 200; ++round) {
       std::string bytes;
       for (unsigned length = random(40); length != 0; --length) {

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "kv.h"
+#include "support/host.h"
 #include "support/types.h"
 
 namespace support {
@@ -37,9 +38,7 @@ inline Bytes Little(o_u8b number, unsigned width) {
 
 template <class T>
 Bytes BitsOf(T value) {
-  Bytes bytes(sizeof value);
-  std::memcpy(bytes.data(), &value, sizeof value);
-  return bytes;
+  return StoredBytes(&value, 1, false);
 }
 
 // `units` without terminator, least significant byte first where the code set is wide.

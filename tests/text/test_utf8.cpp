@@ -9,6 +9,7 @@
 
 #include "kvmbs.h"
 #include "kvstring.h"
+#include "support/host.h"
 #include "text/plain_utf8.h"
 #include "text/random.h"
 
@@ -82,7 +83,7 @@ void CheckDecoders(const std::string& bytes) {
 }  // namespace
 
 TEST_CASE("every 16-bit character encodes and decodes as iconv has it") {
-  const iconv_t encoder = iconv_open("UTF-8", "UCS-2LE");
+  const iconv_t encoder = iconv_open("UTF-8", support::kUnitsForIconv);
   REQUIRE(encoder != reinterpret_cast<iconv_t>(-1));
   for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
     CAPTURE(unit);

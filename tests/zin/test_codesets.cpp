@@ -9,6 +9,7 @@
 #include <iterator>
 #include <string>
 
+#include "support/host.h"
 #include "zin.h"
 
 namespace {
@@ -65,8 +66,8 @@ unsigned CaseOf(unsigned (KvCodeSet::*map)(unsigned short, unsigned short*, unsi
 TEST_CASE("every unit of every 8-bit code set maps both ways as iconv has it") {
   for (const Peer& peer : kPeers) {
     CAPTURE(peer.name);
-    Converter decode("UTF-16LE", peer.name);
-    Converter encode(peer.name, "UTF-16LE");
+    Converter decode(support::kUnitsForIconv, peer.name);
+    Converter encode(peer.name, support::kUnitsForIconv);
     if (!decode.IsOpen() || !encode.IsOpen()) {
       MESSAGE("iconv has no converter for this code set; not compared");
       continue;

@@ -1,5 +1,5 @@
-// Stored forms of the plain scalars. A stored value is its bytes in memory order, or each value's
-// bytes reversed when the byte-order code (the low four bits of the format) is 2:
+// Stored forms of the plain scalars. A stored value is its bytes from the least significant up, or
+// from the most significant down when the byte-order code (the low four bits of the format) is 2:
 //
 //   o_4b 0x01020304    code 1: 04 03 02 01    code 2: 01 02 03 04
 //
@@ -7,18 +7,15 @@
 
 #include "byteswap.h"
 #include "zbs.h"
+#include "zbshost.h"
 
 namespace {
-
-bool IsReversed(unsigned char format) {
-  return (format & 0x0F) == 2;
-}
 
 template <class Word>
 unsigned StoreRun(void* destination, const void* source, unsigned char format, unsigned count) {
   const std::size_t bytes = std::size_t{count} * sizeof(Word);
   if (bytes == 0) return 0;
-  if (IsReversed(format)) {
+  if (kv::IsSwapped(format)) {
     kv::CopyReversed<Word>(destination, source, count);
   } else if (destination != source) {
     std::memcpy(destination, source, bytes);
@@ -30,7 +27,7 @@ template <class Word>
 unsigned StoreOne(void* destination, const void* source, unsigned char format) {
   Word word;
   std::memcpy(&word, source, sizeof(Word));
-  if (IsReversed(format)) word = kv::Reverse(word);
+  if (kv::IsSwapped(format)) word = kv::Reverse(word);
   std::memcpy(destination, &word, sizeof(Word));
   return sizeof(Word);
 }

@@ -28,6 +28,16 @@ inline XorBlock LoadBlock(const unsigned char* at) {
   return block;
 }
 
+// A word of `width` bytes (1, 2, 4 or 8) as the host has it in memory, and its way back.
+inline std::uint64_t LoadMemoryWord(const unsigned char* at, unsigned width) {
+  std::uint64_t word = 0;
+  std::memcpy(reinterpret_cast<unsigned char*>(&word) + (kHostIsBig ? 8 - width : 0), at, width);
+  return word;
+}
+inline const unsigned char* BytesOfMemoryWord(const std::uint64_t& word, unsigned width) {
+  return reinterpret_cast<const unsigned char*>(&word) + (kHostIsBig ? 8 - width : 0);
+}
+
 // XOR of all `width`-byte words (1, 2, 4 or 8) of a buffer of `size` bytes, a multiple of `width`.
 // Four blocks are under way at a time, so that none waits for the one before.
 inline std::uint64_t XorWords(const unsigned char* at, std::size_t size, unsigned width) {
@@ -41,13 +51,9 @@ inline std::uint64_t XorWords(const unsigned char* at, std::size_t size, unsigne
   }
   const XorBlock all = a ^ b ^ c ^ d;
   std::uint64_t folded = all[0] ^ all[1];
-  for (; i + 8 <= size; i += 8) folded ^= LoadWord(at + i);
+  for (; i + 8 <= size; i += 8) folded ^= LoadMemoryWord(at + i, 8);
   for (unsigned bits = 64; bits > 8 * width; bits /= 2) folded ^= folded >> (bits / 2);
-  for (; i < size; i += width) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, at + i, width);
-    folded ^= word;
-  }
+  for (; i < size; i += width) folded ^= LoadMemoryWord(at + i, width);
   return width == 8 ? folded : folded & ((std::uint64_t{1} << (8 * width)) - 1);
 }
 
@@ -67,8 +73,7 @@ unsigned HashRun(unsigned char op, unsigned length, const void* value, unsigned 
                 std::has_single_bit(Codec::kStoredWidth) && Codec::kStoredWidth <= 8) {
     if (visible == 1) return Row::Key(Codec::Read(at, format)) * kHashMultiplier;
     const std::uint64_t folded = XorWords(at, std::size_t{visible} * stride, stride);
-    const auto* bytes = reinterpret_cast<const unsigned char*>(&folded);
-    return Row::Key(Codec::Read(bytes, format)) * kHashMultiplier;
+    return Row::Key(Codec::Read(BytesOfMemoryWord(folded, stride), format)) * kHashMultiplier;
   } else {
     unsigned combined = 0;
     for (unsigned i = 0; i < visible; ++i, at += stride) {

@@ -31,7 +31,7 @@ unsigned StoreRun(void* destination, const void* source, unsigned char format, u
 template <class Codec>
 unsigned LoadRun(void* destination, const void* source, unsigned char format, unsigned count) {
   const bool reversed = Format{format}.IsReversed();
-  const Format byteOrder{static_cast<unsigned char>(reversed ? 2 : 0)};
+  const Format byteOrder{reversed ? kSwapped : kAsInMemory};
   const auto* stored = static_cast<const unsigned char*>(source);
   auto* values = static_cast<typename Codec::Value*>(destination);
   const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;

@@ -163,7 +163,8 @@ unsigned NullablesBeforeLine(const unsigned char* at, unsigned count) {
 
 // As AddNullableLanes, by the widest vectors there are. A few elements are not worth the question.
 template <class Scalar>
-unsigned AddLeadingNullables(NullableHash& hash, const unsigned char* at, unsigned count) {
+unsigned AddLeadingNullables([[maybe_unused]] NullableHash& hash,
+                             [[maybe_unused]] const unsigned char* at, unsigned count) {
   if (count < kNullableStep<Scalar, 16>) return 0;
 #if defined(__x86_64__) || defined(__i386__)
   const unsigned width = WidestVectors();
@@ -173,10 +174,10 @@ unsigned AddLeadingNullables(NullableHash& hash, const unsigned char* at, unsign
   if (width >= 32) return AddNullablesBy32<Scalar>(hash, at, count);
 #endif
 #if defined(__SSE2__) || defined(__aarch64__)
-  return AddNullableLanes<Scalar, 16>(hash, at, count);
-#else
-  return 0;
+  // The kernels know where in a lane a flag lies on a little-endian host.
+  if constexpr (!kHostIsBig) return AddNullableLanes<Scalar, 16>(hash, at, count);
 #endif
+  return 0;
 }
 
 }  // namespace kv

@@ -43,7 +43,7 @@ struct NullableCodec {
     if (format.IsMemory()) {
       std::memcpy(static_cast<void*>(&value), at, sizeof value);
     } else if (format.HasMemoryBit()) {
-      NullableCodec<ScalarCodecType, Indicator::kBehind>::Load(value, at, false);
+      NullableCodec<ScalarCodecType, Indicator::kBehind>::Load(value, at, format.IsReversed());
     } else {
       Load(value, at, format.IsReversed());
     }

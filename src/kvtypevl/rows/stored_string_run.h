@@ -16,7 +16,7 @@ struct StringBlock {
   static constexpr unsigned kLengthField = 2;
   static constexpr unsigned kHeader = 4;  // length, code set, language
   // 00 FF, the terminator and the marker, as a unit of memory order.
-  static constexpr unsigned short kMarker = 0xFF00;
+  static constexpr unsigned short kMarker = kHostIsBig ? 0x00FF : 0xFF00;
   // A cut block with this much of its body left is not an index key but a damaged length.
   static constexpr unsigned kLongestKeyBody = 253;
 

@@ -167,7 +167,8 @@ struct Constant {
     for (unsigned index = 0; index < text.length; ++index) {
       const unsigned short unit = UnitAt(text, index);
       if (unit == 0) return;
-      if (!IsWildcard(OrderCursor({text.codeSet, text.language, &unit, 1}).Next())) continue;
+      const UnitText own(unit, text.codeSet);
+      if (!IsWildcard(OrderCursor({text.codeSet, text.language, own.bytes, 1}).Next())) continue;
       text.length = index;
       isPrefix = true;
       return;

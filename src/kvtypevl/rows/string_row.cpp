@@ -79,7 +79,8 @@ unsigned short LowestUnit(unsigned char codeSet, unsigned char language) {
   unsigned short lowest = 1;
   unsigned lowestOrder = 0xFFFFFFFF;
   for (unsigned short unit = 1; unit < 256; ++unit) {
-    const unsigned order = OrderCursor({codeSet, language, &unit, 1}).Next();
+    const UnitText text(unit, codeSet);
+    const unsigned order = OrderCursor({codeSet, language, text.bytes, 1}).Next();
     if (order != 0 && order < lowestOrder) {
       lowestOrder = order;
       lowest = unit;
@@ -95,9 +96,10 @@ int Successor(KvString& string) {
   }
   const unsigned short length = string.Len();
   if (length >= MaximumLength(string.GetCodeSet())) return kvOverflow;
-  const unsigned short unit = LowestUnit(string.GetCodeSet(), string.GetLanguage());
+  const unsigned char codeSet = string.GetCodeSet();
+  const UnitText unit(LowestUnit(codeSet, string.GetLanguage()), codeSet);
   const bool done = StringAccess::Edit(
-      string, {.position = length, .text = &unit, .codeSet = string.GetCodeSet(), .count = 1});
+      string, {.position = length, .text = unit.bytes, .codeSet = codeSet, .count = 1});
   return done ? kvOk : kvNotSupported;
 }
 

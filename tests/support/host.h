@@ -1,0 +1,35 @@
+// What a test has to know of the host: stored bytes are the same everywhere, memory is the host's.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <vector>
+
+namespace support {
+
+inline constexpr bool kHostIsBig = std::endian::native == std::endian::big;
+
+// What iconv calls 16-bit units as this host has them in memory.
+inline constexpr const char* kUnitsForIconv = kHostIsBig ? "UTF-16BE" : "UTF-16LE";
+
+// The bytes of a run as they are stored: most significant byte of each value first, or last.
+template <class T>
+std::vector<unsigned char> StoredBytes(const T* values, std::size_t count,
+                                       bool mostSignificantFirst) {
+  std::vector<unsigned char> bytes(count * sizeof(T));
+  if (count != 0) std::memcpy(bytes.data(), values, bytes.size());
+  if (mostSignificantFirst == kHostIsBig) return bytes;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(i * sizeof(T));
+    std::reverse(at, at + static_cast<std::ptrdiff_t>(sizeof(T)));
+  }
+  return bytes;
+}
+
+// A 16-bit unit the other way round than this host has it in memory.
+constexpr unsigned short Swapped(unsigned short unit) {
+  return static_cast<unsigned short>(unit << 8 | unit >> 8);
+}
+
+}  // namespace support
