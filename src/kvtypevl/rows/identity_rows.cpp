@@ -152,8 +152,8 @@ template <class Identity>
 int KvIdentityRow<Identity>::Compare(unsigned char format, unsigned length1, void* value1,
                                      unsigned length2, void* value2, unsigned short cmpOp,
                                      unsigned count, int& result) {
-  return kv::IdentityRowOf<Identity>::Compare(format, length1, value1, length2, value2, cmpOp, count,
-                                      result);
+  return kv::IdentityRowOf<Identity>::Compare(format, length1, value1, length2, value2, cmpOp,
+                                              count, result);
 }
 
 template <class Identity>
@@ -174,8 +174,8 @@ unsigned KvIdentityRow<Identity>::Translate(void* destination, unsigned char des
                                             unsigned destinationLength, const void* source,
                                             unsigned char sourceFormat, unsigned sourceLength,
                                             unsigned count) {
-  return kv::IdentityRowOf<Identity>::Translate(destination, destinationFormat, destinationLength, source,
-                                        sourceFormat, sourceLength, count);
+  return kv::IdentityRowOf<Identity>::Translate(destination, destinationFormat, destinationLength,
+                                                source, sourceFormat, sourceLength, count);
 }
 
 template <class Identity>
