@@ -113,8 +113,14 @@ using KvPrintFunc = KvString& (*)(KvString& out, void* values, const char* forma
 using KvScanFunc = void* (*)(void* values, KvString& text, const char* format, unsigned count);
 // A new run of `count` default values. `unused` is passed through and not read.
 using KvDefaultFunc = void* (*)(unsigned count, int unused);
-// Steps a value in place, see KvTypeMgr::GetValue.
+// Steps one value in memory form (`format` with bit 0x08) in place. `op` 'M' and 'N': its
+// successor, 'O': as it is, kvSmallestValue: the smallest value of the type. Result: 0; kvOverflow
+// with the value unchanged past the end; kvNotSupported for another `op`, a stored form, or a type
+// that has no such value. `length` is read for a stored KvString only. See KvTypeMgr::GetValue.
 using KvStepFunc = int (*)(void* value, unsigned length, unsigned char format, unsigned char op);
+
+// The step of a KvStepFunc that makes the smallest value of its type.
+inline constexpr unsigned char kvSmallestValue = 2;
 
 // One catalogue row: 28 machine words. Slots 9, 21, 22 and 23 may be replaced at set-up time
 // through the exchange operations; the rest never changes.
@@ -202,6 +208,12 @@ class KV_EXPORT KvTypeMgr {
   KvSetNullFunc SetNullPtrGet(char id) const;
   KvStoreFunc StorePtrGet(char id) const;
   KvLoadFunc LoadPtrGet(char id) const;
+  // The only way to the smallest value of a type, where an index scan without a lower bound begins;
+  // GetValue refuses that step:
+  //   o_2b first;
+  //   types->StepPtrGet(Kv2B_T)(&first, 0, 8, kvSmallestValue);  // -32768
+  // Infinities, NaN and nulls stand apart; of a KvTimeSpan it is the first year and nothing else.
+  KvStepFunc StepPtrGet(char id) const;
   // Always null: the two-argument compare is gone, and callers that still ask are told so.
   void* ComparePtrGet(char id) const;
 

@@ -236,6 +236,9 @@ KvStoreFunc KvTypeMgr::StorePtrGet(char id) const {
 KvLoadFunc KvTypeMgr::LoadPtrGet(char id) const {
   return Row(id).load;
 }
+KvStepFunc KvTypeMgr::StepPtrGet(char id) const {
+  return Row(id).step;
+}
 void* KvTypeMgr::ComparePtrGet(char) const {
   return nullptr;
 }

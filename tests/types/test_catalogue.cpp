@@ -71,6 +71,57 @@ const Expected kTable[] = {
     {"illegal", "KvRES_T", 0, true, false, "illegal"},
 };
 
+// The first value of each row as it is stored most significant byte first; none: it has no such.
+const char* const kFirst[] = {
+    "80",                            // o_char
+    "8000",                          // o_2b
+    "80000000",                      // o_4b
+    "FFEFFFFFFFFFFFFF",              // o_double: the lowest finite
+    "FF7FFFFF",                      // o_float
+    "0000",                          // o_u2b
+    "00000000",                      // o_u4b
+    "80000000",                      // int
+    "00000000",                      // unsigned
+    "80000000",                      // enum
+    "00",                            // o_u1b
+    "0004010100FF",                  // KvString: no text
+    "80000101",                      // KvDate: 1 January -32768
+    "000000",                        // KvTime
+    "00000000",                      // BlockId
+    "00000000000000010000",          // KvObjId: number 0 is the null
+    "00000000",                      // KvClassId
+    "0000000000000001000000000000",  // KvRef
+    "0000000400000000",              // KvBlob: no bytes
+    "80000101000000",                // KvDateTime
+    "0004010100FF",                  // KvIString
+    "0004010100FF",                  // KvCaseIString
+    "80000101",                      // d_Date
+    "000000000000",                  // d_Time
+    "80000101000000000000",          // d_Timestamp
+    "FF7FFFFF",                      // d_Interval
+    "0000000080000000",              // KvInt64: its low half first
+    "",                              // KvBoolean
+    "0080",                          // KvNull_char and the other nullables: present
+    "0000",
+    "008000",
+    "000000",
+    "0080000000",
+    "0000000000",
+    "0080000000",
+    "0000000000",
+    "00FF7FFFFF",
+    "00FFEFFFFFFFFFFFFF",
+    "000000000080000000",      // KvNull_KvInt64: its low half first
+    "000000000000",            // KvSeal
+    "8000010100000000000000",  // KvDateTimeN
+    "8000000000000000000000",  // KvTimeSpan
+    "8000000000000000",        // o_8b
+    "0000000000000000",        // o_u8b
+    "008000000000000000",
+    "000000000000000000",
+};
+static_assert(std::size(kFirst) == std::size(kTable) - 1);
+
 constexpr char kRows = static_cast<char>(std::size(kTable));
 
 unsigned MemoryHere(char id, const Expected& row) {
@@ -142,6 +193,35 @@ TEST_CASE("capabilities") {
   }
   CHECK(integral == "0 1 2 5 6 7 8 9 10 15 26 42 43 ");
   CHECK(stamped == "12 13 19 22 23 24 40 ");
+}
+
+TEST_CASE("the first value of each type is a step away, and in memory only") {
+  KvTypeMgr types;
+  const auto stored = [&](char id, void* value) {
+    unsigned char bytes[32];
+    std::string hex;
+    const unsigned size = types.Store(id, bytes, value, 2, 1);
+    for (unsigned i = 0; i < size; ++i) {
+      hex += "0123456789ABCDEF"[bytes[i] >> 4];
+      hex += "0123456789ABCDEF"[bytes[i] & 15];
+    }
+    return hex;
+  };
+  for (char id = 0; id < kRows - 1; ++id) {
+    CAPTURE(kTable[static_cast<int>(id)].name);
+    const KvStepFunc step = types.StepPtrGet(id);
+    void* value = types.DefaultValue(id, 1, 0);
+    types.GetValue(id, value, 0, 8, 'M');
+    const std::string before = stored(id, value);
+    CHECK(types.GetValue(id, value, 0, 8, kvSmallestValue) == kvNotSupported);
+    CHECK(step(value, 0, 8, kvSmallestValue + 1) == kvNotSupported);
+    if (id != KvSTRING_T) CHECK(step(value, 0, 0, kvSmallestValue) == kvNotSupported);
+    CHECK(stored(id, value) == before);
+    const std::string first = kFirst[static_cast<int>(id)];
+    CHECK(step(value, 0, 8, kvSmallestValue) == (first.empty() ? kvNotSupported : kvOk));
+    CHECK(stored(id, value) == (first.empty() ? before : first));
+    types.Delete(id, value, 1);
+  }
 }
 
 TEST_CASE("the illegal row answers every operation harmlessly") {

@@ -8,11 +8,12 @@
 
 #include "kvbase.h"
 #include "kvbase/format.h"
+#include "kvtypemgr.h"
 
 namespace kv {
 
 enum class StepOp : unsigned char {
-  kSmallest = 2,
+  kSmallest = kvSmallestValue,
   kSuccessor = 'M',
   kSuccessorToo = 'N',
   kKeep = 'O',
