@@ -56,6 +56,10 @@ class OrderCursor {
       return unit;
     }
     const unsigned word = Word(unit);
+    if ((word & kPairBit) == 0) [[likely]] {
+      position_ += width_;
+      return FirstOrder(word);
+    }
     if (IsContractionPart(word)) return NextOfRun();
     position_ += width_;
     pending_ = SecondOrder(word);

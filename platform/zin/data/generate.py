@@ -529,8 +529,10 @@ def order_file(characters, to_unicode):
     count = len(tailorings)
     text = HEADER.format(what="collation orders", include="zinorder.h") + "namespace kv::zin {\n"
     text += array("constinit const unsigned char kTailorings[256]", numbers, 1, 32)
-    text += array2(f"constinit const unsigned char kByteHalfNumbers[{count} * 12][2]", half_numbers,
-                   2)
+    # By language and not by tailoring: a comparison waits for one table less.
+    by_language = [half_numbers[numbers[language] * len(CODE_SETS) + slot]
+                   for language in range(20) for slot in range(len(CODE_SETS))]
+    text += array2("constinit const unsigned char kByteHalfNumbers[20 * 12][2]", by_language, 2)
     text += array2(f"constinit const unsigned kByteHalves[{len(halves)}][128]", halves, 8, 12)
     text += array2(f"constinit const unsigned kLatinOrders[{count}][512]", latin, 8, 12)
     text += array2(f"constinit const unsigned char kOrderPageIndex[{count}][256]", indexes, 2)

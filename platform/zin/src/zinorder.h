@@ -35,8 +35,8 @@ namespace zin {
 // Generated (platform/zin/data/orders.cpp). Reach them through the order tables below.
 inline constexpr unsigned kByteCodeSets = 12;
 extern KV_EXPORT const unsigned char kTailorings[256];  // by language
-// Halves of 128 units, of which tables have many in common: their numbers by tailoring and code
-// set.
+// Halves of 128 units, of which tables have many in common: their numbers by language and code
+// set. Those of number 0 serve languages of 20 and above too.
 extern KV_EXPORT const unsigned char kByteHalfNumbers[][2];
 extern KV_EXPORT const unsigned kByteHalves[][128];
 extern KV_EXPORT const unsigned kLatinOrders[][512];  // the first units of 16-bit text
@@ -119,7 +119,7 @@ constexpr unsigned ByteCodeSetSlot(unsigned char codeSet) {
 class ByteOrderTable {
  public:
   ByteOrderTable(unsigned char codeSet, unsigned char language)
-      : ByteOrderTable(zin::kByteHalfNumbers[zin::kTailorings[language] * zin::kByteCodeSets +
+      : ByteOrderTable(zin::kByteHalfNumbers[(language < 20u ? language : 0u) * zin::kByteCodeSets +
                                              ByteCodeSetSlot(codeSet)]) {}
   unsigned Word(unsigned char unit) const { return (unit < 128 ? low_ : high_)[unit & 127]; }
   bool operator==(const ByteOrderTable& other) const {
