@@ -76,7 +76,7 @@ class Pipe {
   void End(std::exception_ptr fault) {
     const std::lock_guard lock(mutex_);
     ended_ = true;
-    fault_ = fault;
+    fault_ = std::move(fault);
     changed_.notify_all();
   }
   // Null at the end.

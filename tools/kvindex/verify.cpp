@@ -92,6 +92,7 @@ class Verifier {
 
   void CheckEntriesOfRecords() {
     std::vector<std::string> keys;
+    keys.reserve(expected_.size());
     for (const Expected& expected : expected_) keys.push_back(expected.entry);
     const auto found = snapshot_->GetMany(keys);
     for (std::size_t i = 0; i < found.size(); ++i) {
@@ -126,6 +127,7 @@ class Verifier {
 
   void CheckEntries(std::size_t index, const std::vector<std::string>& entries) {
     std::vector<std::string> keys;
+    keys.reserve(entries.size());
     for (const std::string& entry : entries) keys.push_back(KeyOf(index, entry));
     const auto records = snapshot_->GetMany(keys);
     const std::string name = "index " + table_.Names(table_.indexes[index]) + ": entry ";
