@@ -10,11 +10,11 @@ KvTypeMgr& Types() {
   return *DefaultTypeMgr(nullptr);
 }
 
-int TypeCount() {
-  static const int count = [] {
+char TypeCount() {
+  static const char count = [] {
     char next = 0;
     while (Types().IsValidType(next)) ++next;
-    return int{next};
+    return next;
   }();
   return count;
 }

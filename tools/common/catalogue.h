@@ -11,7 +11,7 @@
 KvTypeMgr& Types();
 
 // Ids 0 to TypeCount() - 1 are the rows of the catalogue.
-int TypeCount();
+char TypeCount();
 // False for the illegal row, which has no values.
 bool HasValues(char id);
 

@@ -36,6 +36,7 @@ std::string CsvLine(const std::vector<std::string>& fields) {
 
 std::vector<std::string> TextsOf(const std::vector<Cell>& row) {
   std::vector<std::string> texts;
+  texts.reserve(row.size());
   for (const Cell& cell : row) texts.push_back(cell.text);
   return texts;
 }

@@ -394,7 +394,7 @@ std::string TextOf(char id, void* value, const ValueStyle& style) {
     }
     case TextKind::kFloat:
     case TextKind::kDouble:
-      if (const std::string nan = NaNText(id, value); !nan.empty()) return nan;
+      if (std::string nan = NaNText(id, value); !nan.empty()) return nan;
       // An interval prints as days, hours, minutes and seconds, without fractions.
       if (id == D_INTERVAL_T) return ShortestText(*static_cast<float*>(value));
       return Printed(id, value, nullptr);

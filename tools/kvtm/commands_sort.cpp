@@ -46,7 +46,7 @@ class Column {
     if (line.ends_with('\r')) line.remove_suffix(1);
     std::size_t fields = 0;
     for (;; ++fields) {
-      const std::string field = TakeField(line);
+      std::string field = TakeField(line);
       if (fields == index_) return field;
       if (line.empty()) break;
       line.remove_prefix(1);
