@@ -258,13 +258,13 @@ class KV_EXPORT KvTypeMgr {
   // status, not the order: 0, or kvBufferShort when the next element would start at or beyond a
   // buffer's end (the order is then 0: all before were equal). An element that starts inside its
   // buffer is read whole. `cmpOp` holds collation options and, for dates, 0x10: no wildcards.
-  int Cmp(char id, unsigned length1, void* value1, unsigned length2, void* value2,
+  int Cmp(char id, unsigned length1, const void* value1, unsigned length2, const void* value2,
           unsigned short cmpOp, unsigned count, unsigned char format, int& result) const;
-  int Cmp(char id, void* value1, void* value2, unsigned short cmpOp, unsigned count,
+  int Cmp(char id, const void* value1, const void* value2, unsigned short cmpOp, unsigned count,
           unsigned char format) const;
 
   // XOR of the elements' keys, then the row's multiplier; the same for a run in any form.
-  unsigned Hash(char id, unsigned length, void* value, unsigned count, unsigned char format,
+  unsigned Hash(char id, unsigned length, const void* value, unsigned count, unsigned char format,
                 int& status) const;
 
   // The fraction of the index range `bounds` that a predicate on the constant `value` selects.
@@ -272,14 +272,14 @@ class KV_EXPORT KvTypeMgr {
   // (a KvIdxBounds, or null). `op` holds predicate bits. `bounds` or a side of it null: no range is
   // known, 0. `data` is accepted and not used. A wildcard component of a date or time counts as the
   // number -1: scan for such a constant, what it matches need not lie side by side.
-  float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, void* value,
+  float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, const void* value,
                      unsigned char format, unsigned count, void* newBounds, KvEvalData* data) const;
 
   // --- Null ---
 
-  int IsNullValue(char id, void* value) const;
+  int IsNullValue(char id, const void* value) const;
   // Always kvNotSupported: whether stored bytes hold a null is told by loading them.
-  int DiskIsNullValue(char id, void* stored) const;
+  int DiskIsNullValue(char id, const void* stored) const;
   // Makes a value null; a type without null becomes what an empty text converts to (0 for
   // numbers). Result: the row's own, else 0.
   int SetNullValue(char id, void* value);
@@ -289,14 +289,14 @@ class KV_EXPORT KvTypeMgr {
   // One value replaces what `out` holds. A run of two and more is appended to it, element by
   // element with "," between; a run of characters prints as one text. Null format: the row's own.
   // When memory is short for a run, `out` stays as it was.
-  KvString& PrintToKvString(char id, KvString& out, void* values, const char* format,
+  KvString& PrintToKvString(char id, KvString& out, const void* values, const char* format,
                             unsigned count) const;
   // Returns `values`, or null when it is null.
-  void* ScanFromKvString(char id, void* values, KvString& text, const char* format,
+  void* ScanFromKvString(char id, void* values, const KvString& text, const char* format,
                          unsigned count) const;
   // Texts of a run, and a run from texts; null when the row has no conversion or memory is short.
   // The record frees its texts when it is deleted.
-  KvTypeConvertData* ConvertTo(char id, void* values, unsigned count);
+  KvTypeConvertData* ConvertTo(char id, const void* values, unsigned count);
   void* ConvertFrom(char id, KvTypeConvertData* record, unsigned count);
 
   // --- Stepping, for index bounds ---
@@ -318,6 +318,7 @@ class KV_EXPORT KvTypeMgr {
 
   // The address of element `index`, null when `count` is not 0 and `index` not below it.
   void* GetArrayElement(char id, void* base, unsigned index, unsigned count) const;
+  const void* GetArrayElement(char id, const void* base, unsigned index, unsigned count) const;
 
   // --- Process-wide ---
 

@@ -290,9 +290,9 @@ int KvOrderStored(const KvTypeMgr& types, char id, const void* stored1, std::siz
   if (standing1 != standing2) return standing1 < standing2 ? -1 : 1;
   if (standing1 == Standing::kByRow) {
     int status = kvOk;
-    const int order = types.Cmp(id, static_cast<unsigned>(length1), const_cast<void*>(stored1),
-                                static_cast<unsigned>(length2), const_cast<void*>(stored2),
-                                kvCompareExact, 1, format, status);
+    const int order =
+        types.Cmp(id, static_cast<unsigned>(length1), stored1, static_cast<unsigned>(length2),
+                  stored2, kvCompareExact, 1, format, status);
     if (order != 0) return order < 0 ? -1 : 1;
   }
   return OrderBytes(stored1, length1, stored2, length2);

@@ -40,6 +40,11 @@ Slot Exchange(Slot& slot, Slot replacement) {
   return previous;
 }
 
+// Slots were typed before const was: those that read take what the methods promise not to change.
+void* ForSlot(const void* values) {
+  return const_cast<void*>(values);
+}
+
 unsigned MemoryWidth(const KvTypeDescriptor& row) {
   return static_cast<unsigned>(row.sizeWord & 0xFFFF);
 }
@@ -299,34 +304,36 @@ unsigned KvTypeMgr::Translate(char id, void* destination, unsigned char destinat
                            sourceLength, count);
 }
 
-int KvTypeMgr::Cmp(char id, unsigned length1, void* value1, unsigned length2, void* value2,
-                   unsigned short cmpOp, unsigned count, unsigned char format, int& result) const {
-  return Row(id).compare(format, length1, value1, length2, value2, cmpOp, count, result);
+int KvTypeMgr::Cmp(char id, unsigned length1, const void* value1, unsigned length2,
+                   const void* value2, unsigned short cmpOp, unsigned count, unsigned char format,
+                   int& result) const {
+  return Row(id).compare(format, length1, ForSlot(value1), length2, ForSlot(value2), cmpOp, count,
+                         result);
 }
 
-int KvTypeMgr::Cmp(char id, void* value1, void* value2, unsigned short cmpOp, unsigned count,
-                   unsigned char format) const {
+int KvTypeMgr::Cmp(char id, const void* value1, const void* value2, unsigned short cmpOp,
+                   unsigned count, unsigned char format) const {
   int status = kvOk;
-  return Row(id).compare(format, 0, value1, 0, value2, cmpOp, count, status);
+  return Row(id).compare(format, 0, ForSlot(value1), 0, ForSlot(value2), cmpOp, count, status);
 }
 
-unsigned KvTypeMgr::Hash(char id, unsigned length, void* value, unsigned count,
+unsigned KvTypeMgr::Hash(char id, unsigned length, const void* value, unsigned count,
                          unsigned char format, int& status) const {
-  return Row(id).hash(format, length, value, count, status);
+  return Row(id).hash(format, length, ForSlot(value), count, status);
 }
 
-float KvTypeMgr::EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, void* value,
+float KvTypeMgr::EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, const void* value,
                               unsigned char format, unsigned count, void* newBounds,
                               KvEvalData* /*data*/) const {
-  return Row(id).evalAndBound(bounds, op, value, format, count,
+  return Row(id).evalAndBound(bounds, op, ForSlot(value), format, count,
                               static_cast<KvIdxBounds*>(newBounds));
 }
 
-int KvTypeMgr::IsNullValue(char id, void* value) const {
-  return Row(id).isNull(value);
+int KvTypeMgr::IsNullValue(char id, const void* value) const {
+  return Row(id).isNull(ForSlot(value));
 }
 
-int KvTypeMgr::DiskIsNullValue(char, void*) const {
+int KvTypeMgr::DiskIsNullValue(char, const void*) const {
   return kvNotSupported;
 }
 
@@ -357,17 +364,19 @@ int KvTypeMgr::SetNullValue(char id, void* value) {
   return kvOk;
 }
 
-KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, void* values, const char* format,
+KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, const void* values, const char* format,
                                      unsigned count) const {
   const KvTypeDescriptor& row = Row(id);
   if (row.print == nullptr) return out;
   if (format == nullptr) format = row.format;
   // A run of characters prints as one text.
-  if (count < 2 || row.print == kv::PrintCharacters) return row.print(out, values, format, count);
+  if (count < 2 || row.print == kv::PrintCharacters) {
+    return row.print(out, ForSlot(values), format, count);
+  }
   // A list that lacks an element reads like another list: when memory is short, `out` stays.
   const unsigned shortages = KvLowMemoryCount();
   KvString list(out);
-  auto* element = static_cast<unsigned char*>(values);
+  auto* element = static_cast<unsigned char*>(ForSlot(values));
   for (unsigned i = 0; i < count && KvLowMemoryCount() == shortages; ++i) {
     KvString text;
     row.print(text, element, format, 1);
@@ -379,16 +388,18 @@ KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, void* values, const
   return out;
 }
 
-void* KvTypeMgr::ScanFromKvString(char id, void* values, KvString& text, const char* format,
+void* KvTypeMgr::ScanFromKvString(char id, void* values, const KvString& text, const char* format,
                                   unsigned count) const {
   const KvTypeDescriptor& row = Row(id);
   if (row.scan == nullptr) return values;
-  return row.scan(values, text, format != nullptr ? format : row.format, count);
+  // Scan functions read their text, though their type does not say so.
+  return row.scan(values, const_cast<KvString&>(text), format != nullptr ? format : row.format,
+                  count);
 }
 
-KvTypeConvertData* KvTypeMgr::ConvertTo(char id, void* values, unsigned count) {
+KvTypeConvertData* KvTypeMgr::ConvertTo(char id, const void* values, unsigned count) {
   const KvConvertToFunc convert = Row(id).convertTo;
-  KvTypeConvertData* record = convert == nullptr ? nullptr : convert(values, count);
+  KvTypeConvertData* record = convert == nullptr ? nullptr : convert(ForSlot(values), count);
   if (record != nullptr) record->manager = this;
   return record;
 }
@@ -431,6 +442,11 @@ void* KvTypeMgr::GetArrayElement(char id, void* base, unsigned index, unsigned c
   const KvTypeDescriptor* row = catalogue_[kv::RowOf(id)];
   if (row == nullptr || (count != 0 && index >= count)) return nullptr;
   return static_cast<unsigned char*>(base) + std::size_t{index} * MemoryWidth(*row);
+}
+
+const void* KvTypeMgr::GetArrayElement(char id, const void* base, unsigned index,
+                                       unsigned count) const {
+  return GetArrayElement(id, ForSlot(base), index, count);
 }
 
 const KvString& KvTypeMgr::GetNullPrintString() {
