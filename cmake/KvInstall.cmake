@@ -33,14 +33,17 @@ install(FILES
   COMPONENT development)
 
 if(KV_ABI32)
-  set(KV_PC_FLAGS "-m32 -msse2 -mfpmath=sse -fsigned-char")
+  set(KV_PC_FLAGS "-m32 -msse2 -mfpmath=sse")
   set(KV_PC_LINK_FLAGS "-m32")
 else()
-  set(KV_PC_FLAGS "-fsigned-char")
+  set(KV_PC_FLAGS "")
   set(KV_PC_LINK_FLAGS "")
 endif()
 # From the file to the prefix: two folders up from lib/pkgconfig, three where lib has one a host.
 file(RELATIVE_PATH KV_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+if(NOT KV_CHAR_IS_SIGNED)
+  string(APPEND KV_PC_FLAGS " -fsigned-char")
+endif()
 configure_file(cmake/kvtypemgr.pc.in ${PROJECT_BINARY_DIR}/kvtypemgr.pc @ONLY)
 configure_file(bindings/c/kvc.pc.in ${PROJECT_BINARY_DIR}/kvc.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kvtypemgr.pc ${PROJECT_BINARY_DIR}/kvc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig

@@ -35,6 +35,9 @@ if(KV_FUZZ)
   target_compile_options(kv_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("static_assert(char(-1) < 0); int main() {}" KV_CHAR_IS_SIGNED)
+
 # kv_shared_library(NAME OUTPUT sources...): one of the three shared libraries.
 function(kv_shared_library name output)
   add_library(${name} SHARED ${ARGN})
@@ -42,8 +45,11 @@ function(kv_shared_library name output)
   set_target_properties(${name} PROPERTIES OUTPUT_NAME ${output})
   target_compile_definitions(${name} PRIVATE KV_BUILDING_LIBRARY)
   target_include_directories(${name} PRIVATE ${PROJECT_BINARY_DIR}/generated)
-  target_compile_features(${name} PUBLIC cxx_std_20)
-  target_compile_options(${name} INTERFACE -fsigned-char)
+  # Programs in C++17 read the headers too (kvstd.h apart), and nobody is told what they know.
+  target_compile_features(${name} PRIVATE cxx_std_20 INTERFACE cxx_std_17)
+  if(NOT KV_CHAR_IS_SIGNED)
+    target_compile_options(${name} INTERFACE -fsigned-char)
+  endif()
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:kv_options>)
   # A library's calls of its own functions are its own: nobody replaces one from outside, so none
   # goes through the procedure linkage table.

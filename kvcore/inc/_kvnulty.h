@@ -49,6 +49,7 @@ class alignas(kvNullableAlignment<Scalar>) KvNullable {
     if (a.IsNullValue() || b.IsNullValue()) return a.IsNullValue() && b.IsNullValue();
     return a.value == b.value;
   }
+  friend constexpr bool operator!=(const KvNullable& a, const KvNullable& b) { return !(a == b); }
   friend constexpr bool operator<(const KvNullable& a, const KvNullable& b) {
     if (a.IsNullValue() || b.IsNullValue()) return a.IsNullValue() && !b.IsNullValue();
     return a.value < b.value;

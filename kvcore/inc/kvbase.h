@@ -29,6 +29,16 @@ using o_double = double;
 static_assert(sizeof(o_2b) == 2 && sizeof(o_4b) == 4 && sizeof(o_8b) == 8);
 static_assert(sizeof(o_float) == 4 && sizeof(o_double) == 8);
 
+namespace kv {
+
+// What later standards of the language have of their own: programs in C++17 read these headers too.
+template <class To, class From>
+constexpr To BitCast(const From& from) {
+  return __builtin_bit_cast(To, from);
+}
+
+}  // namespace kv
+
 // Status codes. Operations return them as plain int and never throw.
 inline constexpr int kvOk = 0;                // success
 inline constexpr int kvNotSupported = -2999;  // not supported, or failed

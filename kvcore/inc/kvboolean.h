@@ -29,6 +29,7 @@ class KV_EXPORT KvBoolean {
     if (a.IsNullValue() || b.IsNullValue()) return a.value == b.value;
     return (a.value != 0) == (b.value != 0);
   }
+  friend constexpr bool operator!=(const KvBoolean& a, const KvBoolean& b) { return !(a == b); }
   // Null is less than every other value. Two others order by their bytes, read as signed, so that
   // two true values may be equal and still order: indexes keep such bytes apart.
   friend constexpr bool operator<(const KvBoolean& a, const KvBoolean& b) {

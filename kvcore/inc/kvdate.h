@@ -79,7 +79,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 
 #include "kvbase.h"
@@ -372,7 +371,7 @@ inline constexpr auto kMonthStarts = [] {
 
 // The same, quick where the formula truncates nothing negative.
 constexpr int DayNumber(int year, int month, int day) {
-  if (year <= -4800 || static_cast<unsigned>(month - 1) > 12) [[unlikely]] {
+  if (__builtin_expect(year <= -4800 || static_cast<unsigned>(month - 1) > 12, 0)) {
     return DayNumberByFormula(year, month, day);
   }
   const MonthStart& start = kMonthStarts[static_cast<unsigned>(month)];
@@ -415,7 +414,7 @@ inline constexpr unsigned kFirstOfJanuary = 306;  // in such a year
 // year and the low part the scaled day.
 constexpr CalendarDate DateOfDayNumber(int number) {
   constexpr unsigned kMost = 0x3FF00000;
-  if (static_cast<unsigned>(number) + 68569u > kMost) [[unlikely]] {
+  if (__builtin_expect(static_cast<unsigned>(number) + 68569u > kMost, 0)) {
     return DateOfDayNumberByFormula(number);
   }
   // Days since -5200-03-01, where a cycle of four centuries begins.
@@ -432,7 +431,7 @@ constexpr CalendarDate DateOfDayNumber(int number) {
             static_cast<signed char>(monthAndDay >> 8)};
   }
   // Put together in a register and stored in one piece.
-  return std::bit_cast<CalendarDate>((year & 0xFFFF) | std::uint32_t{monthAndDay} << 16);
+  return BitCast<CalendarDate>((year & 0xFFFF) | std::uint32_t{monthAndDay} << 16);
 }
 
 // Day of the week, 0 Monday to 6 Sunday; right from 0000-03-01 to 4600-02-28. The remainder keeps

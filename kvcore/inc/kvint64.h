@@ -16,9 +16,7 @@
 //   KvInt64(123456789.0).Get8b()   // 123456800, see the constructor from double
 #pragma once
 
-#include <bit>
 #include <cstring>
-#include <type_traits>
 
 #include "kvbase.h"
 #include "zbshost.h"
@@ -125,11 +123,11 @@ class KV_EXPORT KvInt64 {
   static constexpr o_u8b LowWordFirst(o_u8b bits) {
     return kv::kHostIsBig ? bits << 32 | bits >> 32 : bits;
   }
-  constexpr o_u8b Bits() const { return LowWordFirst(std::bit_cast<o_u8b>(*this)); }
+  constexpr o_u8b Bits() const { return LowWordFirst(kv::BitCast<o_u8b>(*this)); }
   // Copied and not cast: what is cast some compilers take apart and store word by word.
   static constexpr KvInt64 FromBits(o_u8b number) {
     const o_u8b bits = LowWordFirst(number);
-    if (std::is_constant_evaluated()) return std::bit_cast<KvInt64>(bits);
+    if (__builtin_is_constant_evaluated()) return kv::BitCast<KvInt64>(bits);
     KvInt64 value;
     std::memcpy(static_cast<void*>(&value), &bits, sizeof value);
     return value;

@@ -30,7 +30,10 @@ class KV_EXPORT KvSeal {
   // kvNotSupported for a text that is no number; the seal then stays as it is.
   int ScanFromKvString(const KvString& text);
 
-  friend constexpr bool operator==(const KvSeal& a, const KvSeal& b) = default;
+  friend constexpr bool operator==(const KvSeal& a, const KvSeal& b) {
+    return a.high == b.high && a.middle == b.middle && a.low == b.low;
+  }
+  friend constexpr bool operator!=(const KvSeal& a, const KvSeal& b) { return !(a == b); }
 
   o_u2b high = 0;
   o_u2b middle = 0;

@@ -42,6 +42,7 @@ int main(void) {
 PROJECT = """
 cmake_minimum_required(VERSION 3.25)
 project(outside LANGUAGES C CXX)
+set(CMAKE_CXX_STANDARD 17)
 find_package(kvtypemgr 14 REQUIRED)
 add_executable(outside outside.cpp)
 target_link_libraries(outside PRIVATE kvtypemgr::kvtypemgr)
