@@ -95,6 +95,9 @@ class KvWeightedString {
   // bytes when one of them is 0. `maximumLength` is in weights, 0 for the whole texts.
   int Compare(const KvWeightedString& other, unsigned short maximumLength = 0) const;
 
+  // Equal values have equal hashes, whatever their flags. The row hashes all values to 0.
+  unsigned Hash() const;
+
   friend bool operator==(const KvWeightedString& a, const KvWeightedString& b) {
     return a.Compare(b) == 0;
   }

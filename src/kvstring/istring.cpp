@@ -230,6 +230,16 @@ int KvWeightedString<Weights>::Compare(const KvWeightedString& other,
 }
 
 template <class Weights>
+unsigned KvWeightedString<Weights>::Hash() const {
+  if (IsEmpty()) return 0;
+  // Without accents: a text may be equal to one whose flags ask for them.
+  kv::WeightWalk<Weights> walk(kv::TextOf(buffer_, flags_).Measured());
+  unsigned hash = 0;
+  while (const unsigned weight = walk.Next()) hash = 9 * hash + weight;
+  return hash;
+}
+
+template <class Weights>
 int KvWeightedString<Weights>::SubStringPos(const KvWeightedString& text) const {
   const char* found = std::strstr(StrGet(), text.StrGet());
   return found == nullptr ? -1 : static_cast<int>(found - StrGet());
