@@ -5,8 +5,8 @@
 //   op         format of both runs; only the low four bits count. 8 is the memory form, and the
 //              plain scalars read 1 in place as well; 2 is reversed; any other code is memory order
 //   length1/2  bytes of the two buffers; 0 means exactly `count` elements
-//   cmpOp      compare options: dates honour 0x10 (no wildcards), strings the collation options of
-//              kvcollate.h; numbers ignore it
+//   cmpOp      compare options: dates honour kvCompareExact (0x10, no wildcards), strings all
+//              collation options of kvcollate.h; numbers ignore it
 //   count      elements to compare; 0 gives order 0 and touches nothing
 //   result     status, never the order: 0, or kvBufferShort when a buffer ends before the run does
 //
@@ -16,8 +16,13 @@
 //
 //   o_2b a[3] = {1, 2, 3}, b[3] = {1, 2, 4};
 //   int status;
-//   ShortCompare(8, 0, a, 0, b, 0, 3, status);   // -1, status 0
-//   ShortCompare(8, 4, a, 0, b, 0, 3, status);   // 0, status 2101: a's buffer holds two elements
+//   ShortCompare(8, 0, a, 0, b, kvCompareExact, 3, status);   // -1, status 0
+//   ShortCompare(8, 4, a, 0, b, kvCompareExact, 3, status);   // 0, status 2101: two elements in a
+//
+// Sorting, maps and indexes need kvCompareExact. Under operation 0 a component of -1 matches any
+// other, so that a date without a day is equal to two dates that are not equal to each other: no
+// order. A std::map by such a comparison holds some keys twice and does not find others. Operation
+// 0 is for asking whether a value matches a pattern.
 //
 // Floating-point order: NaN, -infinity, every finite value, +infinity; NaNs are equal to each
 // other and -0.0 equals +0.0.

@@ -11,7 +11,7 @@
 //   unsigned char stored[12];
 //   types->Store(Kv4B_T, stored, run, 2, 3);                    // 12, most significant byte first
 //   int status;
-//   types->Cmp(Kv4B_T, 12, stored, 12, stored, 0, 3, 2, status);  // 0, status 0
+//   types->Cmp(Kv4B_T, 12, stored, 12, stored, kvCompareExact, 3, 2, status);  // 0, status 0
 //
 // A value has two forms. The *memory form* is the C++ object. The *stored form* is the bytes in a
 // persistent record; it never depends on the ABI, the compiler or the host. The *format byte* that
@@ -257,7 +257,9 @@ class KV_EXPORT KvTypeMgr {
   // side is null). Lengths are the buffers' bytes, 0 for "exactly count elements". `result` is the
   // status, not the order: 0, or kvBufferShort when the next element would start at or beyond a
   // buffer's end (the order is then 0: all before were equal). An element that starts inside its
-  // buffer is read whole. `cmpOp` holds collation options and, for dates, 0x10: no wildcards.
+  // buffer is read whole. `cmpOp` holds collation options (kvcollate.h). Give kvCompareExact
+  // wherever an order is meant: without it the wildcards of dates and texts match anything
+  // (kvcompare.h).
   int Cmp(char id, unsigned length1, const void* value1, unsigned length2, const void* value2,
           unsigned short cmpOp, unsigned count, unsigned char format, int& result) const;
   int Cmp(char id, const void* value1, const void* value2, unsigned short cmpOp, unsigned count,

@@ -291,7 +291,9 @@ void PrintJson(const ValueRun& run, const std::vector<unsigned>& indexes, const 
 int RunSort(const Arguments& arguments) {
   const char id = FindValueType(arguments[0]);
   const LineReader reader(arguments, id);
-  const unsigned short operation = CompareOperationOf(arguments);
+  // Values with wildcards have an order only as values.
+  const auto operation =
+      static_cast<unsigned short>(CompareOperationOf(arguments) | kvCompareExact);
   const std::string text = ReadText(arguments.Count() > 1 ? arguments[1] : "-");
   const Input input = InputOf(arguments, text);
   const ValueRun run(id, static_cast<unsigned>(std::max<std::size_t>(input.lines.size(), 1)));
