@@ -119,8 +119,8 @@ KV_EXPORT int KvSortKeyLength(const KvSortKeyKind& kind, const void* key, std::s
 // The value of the key at the front of `length` bytes, assigned to `value`, a constructed value in
 // memory form; `size` receives the size of the key. Its key is this key again. What it is:
 //
-//   fixed rows       the value, but -0 comes back as +0, a NaN as the quiet one, a KvRef with
-//                    version 0, and a null of a nullable row with scalar 0
+//   fixed rows       the value, but -0 comes back as +0, a NaN as that of the text "NaN", a KvRef
+//                    with version 0, and a null of a nullable row with scalar 0
 //   KvBlob           the blob
 //   8-bit strings    a text of equal weights, flags 0
 //   KvString         a text of collation orders (code set 254) that compares equal under the kind's

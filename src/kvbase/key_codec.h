@@ -118,7 +118,8 @@ struct FloatingKey {
   }
   static T Read(const unsigned char* key) {
     const Word word = GetWord<Word>(key);
-    if (word == 0) return std::numeric_limits<T>::quiet_NaN();
+    // What the text NaN reads as.
+    if (word == 0) return std::bit_cast<T>(~Word{0} << (std::numeric_limits<T>::digits - 2));
     return std::bit_cast<T>((word & kSign) != 0 ? word & ~kSign : ~word);
   }
 };

@@ -1,0 +1,66 @@
+"""kvtm key and unkey: tuples, options, lines, and what cannot be done."""
+import unittest
+
+from program import KvtmTest
+
+# A type, values in their order, and whether they come back as they were.
+COLUMNS = [
+    ("o_2b", ["-300", "-1", "0", "7"]),
+    ("o_u8b", ["0", "1", "18446744073709551615"]),
+    ("o_double", ["NaN", "-Infinity", "-0.5", "0", "0.5", "Infinity"]),
+    ("KvDate", ["{NULL}", "-0044-03-15", "1999-12-31", "2024-02-29"]),
+    ("KvDateTime", ["{NULL}", "2024-02-29T13:05:00", "2024-02-29T13:05:01"]),
+    ("KvNull_int", ["{NULL}", "-1", "0", "70000"]),
+    ("KvBoolean", ["{NULL}", "FALSE", "TRUE"]),
+    ("KvBlob", ["{NULL}", "", "00", "0001", "61", "6100"]),
+    ("KvString", ["{NULL}", "", "7", "A", "a", "ä", "b", "Straße"]),
+]
+
+
+class Keys(KvtmTest):
+    def keys(self, *arguments):
+        return self.good("key", *arguments).splitlines()
+
+    def test_order_and_return(self):
+        for name, values in COLUMNS:
+            with self.subTest(name):
+                keys = self.keys(name, "--", *values)
+                self.assertEqual(keys, sorted(keys))
+                back = self.good("unkey", name, "--", *keys).splitlines()
+                # ß comes back as the letters that it sorts as.
+                self.assertEqual(back, [value.replace("ß", "ss") for value in values])
+                turned = self.keys(name, "--descending", "--", *values)
+                self.assertEqual(turned, sorted(turned, reverse=True))
+                self.assertEqual(self.good("unkey", name, "--descending", "--", *turned),
+                                 "".join(line + "\n" for line in back))
+                if values[0] == "{NULL}":
+                    last = self.keys(name, "--nulls-last", "--", *values)
+                    self.assertEqual(last[1:] + last[:1], sorted(last))
+
+    def test_tuples_by_schema_and_lines(self):
+        schema = "name:KvString/german, day:KvDate desc nulls-last, n:o_u2b"
+        rows = [("Arm", "2024-02-29", "5"), ("Arm", "1999-01-01", "5"), ("Arm", "{NULL}", "5"),
+                ("arm", "2024-02-29", "1"), ("Ärmel", "{NULL}", "9")]
+        lines = "".join("\t".join(row) + "\n" for row in rows)
+        keys = self.good("key", schema, "--lines", "-", stdin=lines).splitlines()
+        self.assertEqual(keys, sorted(keys))
+        self.assertEqual(keys, self.keys(schema, *[value for row in rows for value in row]))
+        self.assertEqual(self.good("unkey", schema, *keys), lines)
+
+    def test_what_cannot_be_done_is_one_line(self):
+        for status, words, arguments in [
+                (2, "an operand is missing", ("key", "o_4b")),
+                (2, "do not make tuples of 2", ("key", "a:o_4b,b:o_4b", "1")),
+                (2, "not a run", ("key", "a:o_4b[3]", "1")),
+                (2, "there are no keys", ("key", "KvString", "--op", "key-order", "a")),
+                (2, "there are no keys", ("key", "o_4b", "--nulls-first", "--nulls-last", "1")),
+                (1, "has no key", ("key", "KvString", "--codeset", "0", "a")),
+                (1, "no key of o_4b", ("unkey", "o_4b", "8000")),
+                (1, "bytes follow", ("unkey", "o_4b", "8000000000")),
+                (1, "no key of KvString", ("unkey", "KvString", "0178"))]:
+            with self.subTest(arguments=arguments):
+                self.fails(status, words, *arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()
