@@ -60,9 +60,11 @@ int KvCheckType(const KvTypeMgr& types, char id) {
 }
 
 int KvFindType(const KvTypeMgr& types, std::string_view name, char& id) {
-  for (char row = 0; row < RowCount(types); ++row) {
-    if (name == types.NameGet(row, nullptr) || name == types.TypeIdNameGet(row, nullptr)) {
-      id = row;
+  for (int row = 0; row < RowCount(types); ++row) {
+    const auto candidate = static_cast<char>(row);
+    if (name == types.NameGet(candidate, nullptr) ||
+        name == types.TypeIdNameGet(candidate, nullptr)) {
+      id = candidate;
       return kvOk;
     }
   }
