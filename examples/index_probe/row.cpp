@@ -1,12 +1,10 @@
 #include "row.h"
 
-#include <cctype>
-#include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "failure.h"
+#include "kvchecked.h"
 
 namespace {
 
@@ -28,11 +26,10 @@ class Value {
 };
 
 char FindType(const KvTypeMgr& types, const std::string& name) {
-  for (char id = 0; id < KvRES_T; ++id) {
-    if (name == types.NameGet(id, nullptr) || name == types.TypeIdNameGet(id, nullptr) ||
-        name == std::to_string(id)) {
-      return id;
-    }
+  char id = 0;
+  if (KvFindType(types, name, id) == kvOk && KvCheckType(types, id) == kvOk) return id;
+  for (id = 0; id < KvRES_T; ++id) {
+    if (name == std::to_string(id)) return id;
   }
   throw Failure("there is no type '" + name + "'; try KvString, o_4b, o_double or KvDate",
                 Failure::kBadUsage);
@@ -78,33 +75,6 @@ std::string ToUtf8(const KvString& text) {
   return length > 0 ? std::string(bytes, static_cast<std::size_t>(length)) : std::string();
 }
 
-bool IsNumber(const std::string& text, double& number) {
-  char* end = nullptr;
-  number = std::strtod(text.c_str(), &end);
-  return end != text.c_str() && *end == '\0';
-}
-
-// A scan stops where the number ends and saturates where the type does. What it read must be what
-// was written, up to the precision of a float.
-bool IsWhatWasRead(const std::string& text, const std::string& read) {
-  double was;
-  double is;
-  if (!IsNumber(read, is)) return true;
-  if (!IsNumber(text, was)) return false;
-  return was == is || (std::isnan(was) && std::isnan(is)) ||
-         std::fabs(was - is) <= 1e-6 * std::fabs(was);
-}
-
-// A text in lower case without blanks and zeros: a date is also read where it lacks the zeros that
-// it is shown with.
-std::string Essence(const std::string& text) {
-  std::string essence;
-  for (const char c : text) {
-    if (c != ' ' && c != '0') essence += static_cast<char>(std::tolower(c));
-  }
-  return essence;
-}
-
 }  // namespace
 
 Row::Row(const std::string& name, const std::string& format)
@@ -114,29 +84,16 @@ Row::Row(const std::string& name, const std::string& format)
 
 Stored Row::Read(const std::string& text) const {
   const Value value(types_, id_);
-  KvString input = FromUtf8(text);
-  const unsigned width = types_.MemLenGet(id_, 1);
-  const bool isFixed = types_.IsFixed(id_) != 0;
-  if (isFixed) std::memset(value.At(), 0x11, width);
-  types_.ScanFromKvString(id_, value.At(), input, Format(), 1);
-
-  // Two bytes a character, the terminator, and whatever header the row puts before them.
-  Stored stored(2 * text.size() + 64);
-  stored.resize(types_.Store(id_, stored.data(), value.At(), kKeyFormat, 1));
-  bool isRead = !stored.empty();
-  if (isFixed) {
-    // A scan that reads nothing leaves what was there before.
-    const Value other(types_, id_);
-    std::memset(other.At(), 0x22, width);
-    types_.ScanFromKvString(id_, other.At(), input, Format(), 1);
-    Stored again(stored.size());
-    types_.Store(id_, again.data(), other.At(), kKeyFormat, 1);
-    isRead = isRead && again == stored && IsWhatWasRead(text, Print(stored));
+  const KvScanned read = KvScanChecked(types_, id_, value.At(), FromUtf8(text), Format());
+  if (read.status != kvOk) {
+    const std::string wanted = format_.empty() ? "" : " of the format " + format_;
+    throw Failure("'" + text + "' is no " + Name() + " value" + wanted + ": " +
+                  KvStatusText(read.status) + ", at character " + std::to_string(read.position));
   }
-  if (!isRead) throw Failure("'" + text + "' is no " + Name() + " value");
-  // A scan ends where the text no longer matches, and keeps what it has.
-  if (*UsualFormat(id_) != '\0' && Essence(Print(stored)) != Essence(text)) {
-    throw Failure("'" + text + "' is no " + Name() + " value of the format " + format_);
+  Stored stored(KvStoredSize(types_, id_, value.At(), 1).bytes);
+  if (KvStoreChecked(types_, id_, stored.data(), stored.size(), value.At(), kKeyFormat, 1).status !=
+      kvOk) {
+    throw Failure("'" + text + "' cannot be stored");
   }
   return stored;
 }
