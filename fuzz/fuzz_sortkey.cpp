@@ -1,5 +1,6 @@
 // Sort keys of arbitrary stored values, against the row's comparer; and arbitrary bytes into every
 // reader of keys. Input: type id, options, compare bits, then two values of half the rest each.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -36,7 +37,7 @@ bool MakeKey(const KvSortKeyKind& kind, const Bytes& stored, unsigned char forma
   // With room to spare, where other ways are taken.
   Bytes roomy(KvSortKeyBound(kind, stored.size()) + 16, 0xEE);
   Require(KvSortKey(kind, stored.data(), length, format, roomy.data(), roomy.size(), size) == kvOk);
-  Require(size == key.size() && std::memcmp(roomy.data(), key.data(), size) == 0);
+  Require(size == key.size() && std::equal(key.begin(), key.end(), roomy.begin()));
   return true;
 }
 
@@ -69,7 +70,7 @@ void ReadKey(const KvSortKeyKind& kind, const Bytes& bytes) {
     Bytes again(size);
     std::size_t written = 0;
     Require(KvSortKey(kind, value, 0, 8, again.data(), size, written) == kvOk);
-    Require(written == size && std::memcmp(again.data(), bytes.data(), size) == 0);
+    Require(written == size && std::equal(again.begin(), again.end(), bytes.begin()));
   }
   Types().Delete(kind.type, value, 1);
 }
