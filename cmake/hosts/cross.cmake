@@ -5,16 +5,18 @@ set(KV_HOST_ROOT ${CMAKE_CURRENT_LIST_DIR}/../../build/hosts/${KV_HOST})
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KV_HOST)
 
 set(CMAKE_SYSTEM_NAME Linux)
-if(KV_HOST STREQUAL "aarch64")
-  set(CMAKE_SYSTEM_PROCESSOR aarch64)
-elseif(KV_HOST STREQUAL "armhf")
+if(KV_HOST STREQUAL "armhf")
   set(CMAKE_SYSTEM_PROCESSOR armv7l)
+  set(KV_HOST_TRIPLE arm-linux-gnueabihf)
 else()
   set(CMAKE_SYSTEM_PROCESSOR ${KV_HOST})
+  set(KV_HOST_TRIPLE ${KV_HOST}-linux-gnu)
 endif()
 
 set(CMAKE_C_COMPILER ${KV_HOST_ROOT}/bin/gcc)
 set(CMAKE_CXX_COMPILER ${KV_HOST_ROOT}/bin/g++)
+# A C program finds the C++ library that a library of it needs only here.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${KV_HOST_ROOT}/usr/${KV_HOST_TRIPLE}/lib")
 set(CMAKE_CROSSCOMPILING_EMULATOR ${KV_HOST_ROOT}/bin/run)
 
 # Headers without code of their own (doctest) are unpacked beside the C library; nothing else of

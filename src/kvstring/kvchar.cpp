@@ -40,9 +40,10 @@ unsigned short Swapped(unsigned short unit) {
   return static_cast<unsigned short>(unit << 8 | unit >> 8);
 }
 
-// As in a format byte: the low four bits say it.
+// The low four bits say it, as in a format byte. But the order of a text in memory is relative to
+// memory: 2 is the other way round than the host has its units, on every host.
 bool IsReversed(unsigned char byteOrder) {
-  return Format{byteOrder}.IsReversed();
+  return (byteOrder & 0x0F) == 2;
 }
 
 // Hands what a case mapping made beyond the first unit to the iterator.

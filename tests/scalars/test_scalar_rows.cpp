@@ -225,10 +225,12 @@ TEST_CASE_TEMPLATE("values step to their successor", R, KV_SCALAR_ROWS) {
     CHECK(std::memcmp(&kept, &value, sizeof(T)) == 0);
   }
   // A stored value is stepped in memory order, also where its format says reversed.
-  T stored = T(5);
-  CHECK(types.GetValue(R::id, &stored, sizeof(T), 0, 'N') == kvOk);
-  CHECK(stored == (Limits::is_integer ? T(6) : std::nextafter(T(5), T(6))));
-  CHECK(types.GetValue(R::id, &stored, sizeof(T), 2, 'N') == kvOk);
+  const T five(5);
+  const T next = Limits::is_integer ? T(6) : std::nextafter(five, T(6));
+  std::vector<unsigned char> stored = support::StoredBytes(&five, 1, false);
+  CHECK(types.GetValue(R::id, stored.data(), sizeof(T), 0, 'N') == kvOk);
+  CHECK(stored == support::StoredBytes(&next, 1, false));
+  CHECK(types.GetValue(R::id, stored.data(), sizeof(T), 2, 'N') == kvOk);
 }
 
 TEST_CASE_TEMPLATE("lifetime, null and array operations", R, KV_SCALAR_ROWS) {
@@ -284,7 +286,7 @@ TEST_CASE("order at the edges") {
   unsigned char a[] = {1, 0};
   unsigned char b[] = {0, 2};
   CHECK(types.Cmp(Kv2B_T, a, b, 0, 1, 2) == 1);
-  CHECK(types.Cmp(Kv2B_T, a, b, 0, 1, 8) == -1);
+  CHECK(types.Cmp(Kv2B_T, a, b, 0, 1, 8) == (support::kHostIsBig ? 1 : -1));
   CHECK(types.Cmp(Kv2B_T, a, b, 0, 1, 0x12) == 1);  // the upper four bits do not count
 
   const double inf = std::numeric_limits<double>::infinity();

@@ -126,7 +126,7 @@ void InMemoryBlocks(const KeyedRun& run, unsigned storedWidth, Walk walk) {
   }
   constexpr unsigned kBlock = 4096 / sizeof(Value);
   alignas(16) unsigned char block[kBlock * sizeof(Value)];
-  const unsigned char byteOrder = run.format.IsReversed() ? 2 : 0;
+  const unsigned char byteOrder = run.format.IsReversed() ? kSwapped : kAsInMemory;
   const auto* stored = static_cast<const unsigned char*>(run.values);
   for (unsigned done = 0; done < run.count;) {
     const unsigned count = std::min(kBlock, run.count - done);
@@ -178,7 +178,7 @@ struct FixedKeys {
   // theirs, and they would be read again for each key.
   static unsigned char* WriteBlock(unsigned char* key, const unsigned char* values,
                                    unsigned count) {
-    if constexpr (std::endian::native == std::endian::little && requires { Key::KeysOf(0); }) {
+    if constexpr (!kHostIsBig && requires { Key::KeysOf(0); }) {
       constexpr unsigned kValuesAWord = 8 / Key::kWidth;
       for (; count >= kValuesAWord; count -= kValuesAWord, values += 8, key += 8) {
         std::uint64_t word;
