@@ -9,7 +9,7 @@
 #include "kvchecked/calendar.h"
 #include "kvcollate.h"
 #include "kvdate/parts.h"
-#include "kvtypevl/rows/stored_string_run.h"
+#include "kvtypevl/rows/string_runs.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 #include "kvstring/string_edit.h"
 #include "kvtext/number_text.h"
 #include "kvtypes/catalogue.h"
-#include "kvtypevl/rows/blob_text.h"
-#include "kvtypevl/rows/identity_text.h"
-#include "kvtypevl/rows/scalar_text.h"
-#include "kvtypevl/rows/value_text.h"
+#include "kvtypevl/rows/blobs.h"
+#include "kvtypevl/rows/identities.h"
+#include "kvtypevl/rows/scalars.h"
+#include "kvtypevl/rows/values.h"
 
 namespace {
 

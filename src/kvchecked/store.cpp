@@ -6,8 +6,8 @@
 #include "kvblob.h"
 #include "kvchecked.h"
 #include "kvistring.h"
-#include "kvtypevl/rows/blob_row.h"
-#include "kvtypevl/rows/stored_string_run.h"
+#include "kvtypevl/rows/blobs.h"
+#include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
 
 namespace {

@@ -9,15 +9,15 @@
 
 #include "kv.h"
 #include "kvtext/default_formats.h"
-#include "kvtypevl/rows/blob_row.h"
-#include "kvtypevl/rows/date_rows.h"
-#include "kvtypevl/rows/identity_rows.h"
-#include "kvtypevl/rows/istring_rows.h"
-#include "kvtypevl/rows/nullable_rows.h"
-#include "kvtypevl/rows/scalar_rows.h"
-#include "kvtypevl/rows/string_row.h"
+#include "kvtypevl/rows/blobs.h"
+#include "kvtypevl/rows/dates.h"
+#include "kvtypevl/rows/identities.h"
+#include "kvtypevl/rows/istrings.h"
+#include "kvtypevl/rows/nullables.h"
+#include "kvtypevl/rows/scalars.h"
+#include "kvtypevl/rows/strings.h"
 #include "kvtypevl/rows/trivial.h"
-#include "kvtypevl/rows/value_rows.h"
+#include "kvtypevl/rows/values.h"
 
 namespace kv {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <new>
 
-#include "kvtypevl/rows/scalar_rows.h"
+#include "kvtypevl/rows/scalars.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "kvtypes/catalogue.h"
-#include "kvtypevl/rows/date_rows.h"
-#include "kvtypevl/rows/scalar_text.h"
+#include "kvtypevl/rows/dates.h"
+#include "kvtypevl/rows/scalars.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Object ids, class ids and references: arithmetic, order and validity. Their text is in
-// identity_text.cpp, their rows in kvtypevl/identity_rows.cpp.
+// kvtypevl/rows/identities.cpp, with their rows.
 #include "kvbase/three_way.h"
 #include "kvobjid.h"
 #include "kvref.h"

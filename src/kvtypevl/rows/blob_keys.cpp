@@ -1,6 +1,6 @@
 #include "kvtypevl/rows/blob_keys.h"
 
-#include "kvtypevl/rows/blob_row.h"
+#include "kvtypevl/rows/blobs.h"
 
 namespace kv {
 namespace {

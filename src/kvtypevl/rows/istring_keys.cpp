@@ -5,7 +5,7 @@
 
 #include "kvbase/lifetime.h"
 #include "kvstring/istring_weights.h"
-#include "kvtypevl/rows/stored_string_run.h"
+#include "kvtypevl/rows/string_runs.h"
 
 namespace kv {
 namespace {

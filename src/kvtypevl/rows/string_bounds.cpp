@@ -11,9 +11,9 @@
 #include "kvcollate.h"
 #include "kvstorage.h"
 #include "kvtypevl/operations/bounds.h"
-#include "kvtypevl/rows/string_row.h"
-#include "kvtypevl/rows/string_run.h"
+#include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
+#include "kvtypevl/rows/strings.h"
 
 #include "kvstring/string_edit.h"
 

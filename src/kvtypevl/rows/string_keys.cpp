@@ -1,7 +1,7 @@
 #include "kvtypevl/rows/string_keys.h"
 
 #include "kvstring/text_key.h"
-#include "kvtypevl/rows/string_run.h"
+#include "kvtypevl/rows/string_runs.h"
 
 namespace kv {
 namespace {

@@ -9,7 +9,7 @@
 #include "kvstorage.h"
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
-#include "kvtypevl/rows/stored_string_run.h"
+#include "kvtypevl/rows/string_runs.h"
 
 namespace kv {
 namespace {

@@ -1,5 +1,5 @@
 // string_storage.h - the storage slots of both string rows beyond the exported ones.
-// kvcore/inc/kvstorage.h draws the layouts, stored_string_run.h reads them in place.
+// kvcore/inc/kvstorage.h draws the layouts, string_runs.h reads them in place.
 #pragma once
 
 #include "kvbase/format.h"

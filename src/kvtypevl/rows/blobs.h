@@ -1,13 +1,29 @@
-// The row of KvBlob: its slots as the catalogue takes them, and a reader of its stored form, which
-// trusts no length in it.
+// The row of KvBlob: its slots as the catalogue takes them, its text, and a reader of its stored
+// form, which trusts no length in it.
 #pragma once
 
 #include "kvblob.h"
 #include "kvcompare.h"
+#include "kvtext/scan_trace.h"
 #include "kvtypemgr.h"
 #include "kvtypevl/operations/row.h"
 
+class KvBlob;
+class KvString;
+
 namespace kv {
+
+// Directives: %L the length, %X the bytes as pairs of hex digits. "%" and any other character
+// print that character, a "%" that ends the format itself. A null blob prints the null print
+// string.
+KvString& PrintBlob(KvString& out, void* values, const char* format, unsigned count);
+
+// Reads what "%X" prints, whatever the format, which by default shows no content: pairs of hex
+// digits, blanks between them allowed. A text that begins with the null print string is null, an
+// empty one an empty blob. Any other text leaves the blob as it is.
+void* ScanBlob(void* values, KvString& text, const char* format, unsigned count);
+// The same, with a trace. False when memory was short.
+bool TraceBlob(KvBlob& blob, const KvString& text, ScanTrace& trace);
 
 // One blob as it lies in memory or in a stored run.
 struct BlobView {

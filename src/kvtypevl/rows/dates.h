@@ -1,10 +1,10 @@
 // The rows of the date and time types, as the catalogue takes them. Their policies are in
-// date_rows.cpp; the behaviour of the values is in src/kvdate.
+// dates.cpp; the behaviour of the values is in src/kvdate.
 #pragma once
 
 #include "kvcompare.h"
 #include "kvtypevl/operations/row.h"
-#include "kvtypevl/rows/scalar_rows.h"
+#include "kvtypevl/rows/scalars.h"
 
 namespace kv {
 

@@ -3,8 +3,8 @@
 
 #include "kvnull.h"
 #include "kvstring/null_text.h"
-#include "kvtypevl/rows/scalar_rows.h"
-#include "kvtypevl/rows/value_rows.h"
+#include "kvtypevl/rows/scalars.h"
+#include "kvtypevl/rows/values.h"
 
 namespace kv {
 

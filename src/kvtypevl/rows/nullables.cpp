@@ -1,5 +1,5 @@
 // The handlers of the nullable rows, instantiated for the thirteen scalars.
-#include "kvtypevl/rows/nullable_rows.h"
+#include "kvtypevl/rows/nullables.h"
 
 #include "kvtypevl/operations/row_handlers.h"
 #include "kvtypevl/rows/nullable_hash.h"

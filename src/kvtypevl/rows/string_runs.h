@@ -1,15 +1,40 @@
-// stored_string_run.h - stored strings read where they lie, for comparing and hashing.
-// kvcore/inc/kvstorage.h draws the layouts.
+// A run of strings as texts, in memory or stored: MemoryStringRun and StoredStringRun walk alike,
+// so that comparer, hash and evaluator are written once. Nothing is copied and nothing allocated.
+// kvcore/inc/kvstorage.h draws the stored layouts.
 #pragma once
 
 #include <algorithm>
 
 #include "kvbase/codec.h"
 #include "kvbase/format.h"
+#include "kvbase/run.h"
+#include "kvstring.h"
 #include "kvstring/collate_quick.h"
 #include "kvstring/string_edit.h"
 
 namespace kv {
+
+class MemoryStringRun {
+ public:
+  // `length` is in bytes, 0 for "exactly `count` strings"; `count` is at least 1.
+  MemoryStringRun(const void* strings, unsigned length, Format /*format*/, unsigned count)
+      : at_(static_cast<const KvString*>(strings)),
+        left_(VisibleElements(length, sizeof(KvString), count)) {}
+
+  // Takes the next string: 0, or kvBufferShort when the buffer ends before it.
+  int Next(Text& text) {
+    if (left_ == 0) return kvBufferShort;
+    --left_;
+    text = TextOf(*at_++);
+    return kvOk;
+  }
+
+  static constexpr short CutLength() { return -1; }
+
+ private:
+  const KvString* at_;
+  unsigned left_;
+};
 
 // The parts of a block.
 struct StringBlock {

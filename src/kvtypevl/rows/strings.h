@@ -1,4 +1,4 @@
-// string_row.h - the catalogue rows of KvString: the current one, and the old catalogue's, which
+// The catalogue rows of KvString: the current one, and the old catalogue's, which
 // differs in its stored form and has neither a null nor a successor.
 #pragma once
 
@@ -6,7 +6,12 @@
 #include "kvstring.h"
 #include "kvtypevl/operations/row.h"
 
+class KvString;
+
 namespace kv {
+
+KvString& PrintString(KvString& out, void* values, const char* format, unsigned count);
+void* ScanString(void* values, KvString& text, const char* format, unsigned count);
 
 // The row that asks. A text has its length where it is stored, also one without room for a
 // terminator, so that the answers are the same.
@@ -19,6 +24,8 @@ float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& op, void* valu
                              unsigned char format, unsigned count, KvIdxBounds* newBounds);
 struct StringRow;
 struct OldStringRow;
+extern template struct RowHandlers<StringRow>;
+extern template struct RowHandlers<OldStringRow>;
 
 constexpr KvTypeDescriptor StringSlots() {
   return RowHandlers<StringRow>::Slots(Nulls::kYes, StringCompare);

@@ -13,7 +13,7 @@
 //   d_Interval    seconds 4
 //
 // Hash indexes hold the keys: they never change.
-#include "kvtypevl/rows/date_rows.h"
+#include "kvtypevl/rows/dates.h"
 
 #include <algorithm>
 #include <atomic>

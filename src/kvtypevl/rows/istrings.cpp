@@ -1,5 +1,5 @@
 // The rows of KvIString and KvCaseIString: stored form, order, bounds and text.
-#include "kvtypevl/rows/istring_rows.h"
+#include "kvtypevl/rows/istrings.h"
 
 #include <algorithm>
 #include <array>
@@ -11,9 +11,9 @@
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
 #include "kvtypevl/operations/row_handlers.h"
-#include "kvtypevl/rows/stored_string_run.h"
+#include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
-#include "kvtypevl/rows/string_text.h"
+#include "kvtypevl/rows/strings.h"
 
 namespace kv {
 namespace {

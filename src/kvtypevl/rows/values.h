@@ -1,5 +1,5 @@
-// The rows of KvInt64, KvBoolean and KvSeal: their policies, and their slots as the catalogue takes
-// them.
+// The rows of KvInt64, KvBoolean and KvSeal: their text, their policies, and their slots as the
+// catalogue takes them. The rows built on KvInt64 use its text too.
 #pragma once
 
 #include "kvboolean.h"
@@ -7,15 +7,32 @@
 #include "kvint64.h"
 #include "kvseal.h"
 #include "kvtext/default_formats.h"
+#include "kvtext/scan_trace.h"
 #include "kvtypevl/operations/bounds.h"
 #include "kvtypevl/operations/compare.h"
 #include "kvtypevl/operations/hash.h"
 #include "kvtypevl/operations/row.h"
 #include "kvtypevl/operations/step.h"
 #include "kvtypevl/rows/codecs.h"
-#include "kvtypevl/rows/value_text.h"
+
+class KvString;
 
 namespace kv {
+
+// The directives are listed in kvint64.h. A null format is "%S".
+KvString& PrintInt64(KvString& out, void* values, const char* format, unsigned count);
+// Reads what fits the format; a value too large for 64 bits is the nearest end. A text that does
+// not match leaves the value as it is. Text behind what the format asks for is ignored.
+void* ScanInt64(void* values, KvString& text, const char* format, unsigned count);
+bool ScanInt64Text(KvInt64& value, const char* text, const char* format,
+                   ScanTrace* trace = nullptr);
+
+// "TRUE" for the byte 1, the null print string for null, "FALSE" for every other byte: the text
+// tells what a boolean was made as, not whether it counts as true. The format is not used.
+KvString& PrintBoolean(KvString& out, void* values, const char* format, unsigned count);
+// Null when the text begins with the null print string; true for the whole words T, t, TRUE, true
+// and 1; false for everything else.
+void* ScanBoolean(void* values, KvString& text, const char* format, unsigned count);
 
 struct Int64Row {
   using Codec = Int64Codec;
