@@ -18,8 +18,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 set(CPACK_COMPONENTS_ALL "")
 
 configure_file(packaging/copyright.in ${PROJECT_BINARY_DIR}/packaging/copyright @ONLY)
-configure_file(packaging/changelog.in ${PROJECT_BINARY_DIR}/packaging/changelog.Debian @ONLY)
-execute_process(COMMAND gzip -9 -n -k -f ${PROJECT_BINARY_DIR}/packaging/changelog.Debian)
+configure_file(packaging/changelog.in ${PROJECT_BINARY_DIR}/packaging/changelog @ONLY)
+execute_process(COMMAND gzip -9 -n -k -f ${PROJECT_BINARY_DIR}/packaging/changelog)
 
 # kv_package(COMPONENT PACKAGE SECTION SUMMARY TEXT [DEPENDS components...])
 macro(kv_package component package section summary text)
@@ -31,7 +31,7 @@ macro(kv_package component package section summary text)
   set(CPACK_COMPONENT_${upper}_DESCRIPTION "${summary}\n${text}")
   set(CPACK_COMPONENT_${upper}_DEPENDS ${KV_PACKAGE_DEPENDS})
   install(FILES ${PROJECT_BINARY_DIR}/packaging/copyright
-    ${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz
+    ${PROJECT_BINARY_DIR}/packaging/changelog.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
 endmacro()
 
@@ -54,6 +54,18 @@ if(TARGET kvindex)
   kv_package(index kvindex database "typed records in ordered stores"
     "Keeps records of the type manager's types in LMDB, RocksDB, etcd or
 PostgreSQL, and finds them by predicates." DEPENDS libraries)
+endif()
+if(TARGET kvsqlite)
+  kv_package(sqlite libsqlite3-mod-kvsqlite database "stored values in SQL"
+    "An extension that SQLite loads: stored values as text, their sort keys, orders
+and checks." DEPENDS libraries)
+  set(CPACK_DEBIAN_SQLITE_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+endif()
+if(TARGET kvtm_python)
+  kv_package(python python3-kvtm python "stored values in Python"
+    "The package kvtm: stores, loads, compares, hashes and keys the values of the
+type manager's types." DEPENDS libraries)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11)")
 endif()
 
 include(CPack)
