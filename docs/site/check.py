@@ -13,6 +13,7 @@ from html.parser import HTMLParser
 from pathlib import Path
 from urllib.parse import unquote
 
+BROWSERS = ("chromium-headless-shell", "chromium", "chromium-browser", "google-chrome")
 EXPECTED = {"index.html": "For whom", "kvdate_8h.html": "Wildcards"}
 
 
@@ -57,10 +58,9 @@ def missing_texts(folder):
 
 
 def blank_pictures(folder):
-    browser = next(filter(None, map(shutil.which, ("chromium", "chromium-browser",
-                                                   "google-chrome"))), None)
+    browser = next(filter(None, map(shutil.which, BROWSERS)), None)
     if browser is None:
-        print("site: no chromium, so nothing was rendered")
+        print("!! site: NO PAGE WAS RENDERED: that needs chromium-headless-shell", file=sys.stderr)
         return
     for name in EXPECTED:
         picture = folder / f"{name}.png"

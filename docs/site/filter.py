@@ -9,6 +9,7 @@ usage: filter.py FILE
 """
 import re
 import sys
+from collections import Counter
 from pathlib import Path
 
 COMMENT = re.compile(r"^(\s*)//( ?)(.*)$")
@@ -52,11 +53,16 @@ def page(text, stem):
                   "](files.html)", text)
     text = re.sub(r"\]\(#([^)]+)\)", rf"](#{stem}-\1)", text)
     text = re.sub(r"\]\((?:docs/|\.\./)?([\w-]+)\.md#([^)]+)\)", r"](#\1-\2)", text)
-    lines, fenced = [], False
+    lines, fenced, seen = [], False, Counter()
     for line in text.splitlines():
         fenced ^= line.startswith("```")
         heading = re.match(r"^(##+) (.*)$", line) if not fenced else None
-        lines.append(f"{line} {{#{stem}-{anchor(heading[2])}}}" if heading else line)
+        if heading:
+            name = anchor(heading[2])
+            # "In C" and "In C++" have one name: the second gets a number, as hosts have it.
+            line += f" {{#{stem}-{name}{'-%d' % seen[name] if seen[name] else ''}}}"
+            seen[name] += 1
+        lines.append(line)
     return "\n".join(lines) + "\n"
 
 
