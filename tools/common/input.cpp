@@ -24,13 +24,13 @@ constexpr unsigned kStepsDrawn = 200;
             (name == "-" ? "the standard input" : Printable(name)) + ": " + std::strerror(errno));
 }
 
-int TerminalColumns() {
+}  // namespace
+
+int TerminalColumns(int descriptor) {
   struct winsize size {};
-  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
+  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
   return size.ws_col;
 }
-
-}  // namespace
 
 InputFile::InputFile(const std::string& name)
     : name_(name), descriptor_(name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY)) {
@@ -94,9 +94,10 @@ void Progress::Draw() {
   const unsigned long long share = total_ == 0 || done_ > total_ ? 100 : 100 * done_ / total_;
   // The line's other parts, and a column that is left free: a full line would wrap.
   const auto others = static_cast<int>(std::strlen(command_)) + 24;
-  const int width = std::min(kWidestBar, TerminalColumns() - others);
+  const int columns = TerminalColumns(STDERR_FILENO);
+  const int width = std::min(kWidestBar, columns - others);
   if (width < kNarrowestBar) {
-    std::fprintf(stderr, "\r%.*s %3llu%%", std::max(TerminalColumns() - 6, 0), what_, share);
+    std::fprintf(stderr, "\r%.*s %3llu%%", std::max(columns - 6, 0), what_, share);
   } else {
     const int filled = static_cast<int>(share) * width / 100;
     std::fprintf(stderr, "\rkvtm: %s: %-8s [%s%*s] %3llu%%", command_, what_,

@@ -27,6 +27,9 @@ std::string ReadWhole(const std::string& name);
 // The same without the byte order mark that a UTF-8 file may begin with.
 std::string ReadText(const std::string& name);
 
+// How wide the terminal at this descriptor is; 80 where it does not say.
+int TerminalColumns(int descriptor);
+
 // A line on stderr that says how far long work is, drawn only when stderr is a terminal and the
 // work is long enough to wait for. It fits the terminal, whatever its width.
 class Progress {

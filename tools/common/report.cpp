@@ -119,6 +119,36 @@ std::string Aligned(const std::vector<std::vector<std::string>>& rows) {
   return table;
 }
 
+std::size_t WidthOf(std::string_view text) {
+  std::size_t widest = 0;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    widest = std::max(widest, ColumnsOf(text.substr(begin, end - begin)));
+    begin = end + 1;
+  }
+  return widest;
+}
+
+std::string Folded(std::string_view line, std::size_t columns, std::string first,
+                   std::size_t rest) {
+  std::string folded = std::move(first);
+  std::size_t width = ColumnsOf(folded);
+  bool begins = true;
+  while (!line.empty()) {
+    const std::string_view word = line.substr(0, line.find(' '));
+    line.remove_prefix(std::min(word.size() + 1, line.size()));
+    if (!begins && width + 1 + ColumnsOf(word) > columns) {
+      folded += "\n" + std::string(rest, ' ');
+      width = rest;
+      begins = true;
+    }
+    folded += (begins ? "" : " ") + std::string(word);
+    width += (begins ? 0 : 1) + ColumnsOf(word);
+    begins = false;
+  }
+  return folded;
+}
+
 void PrintJsonOrCsv(const Table& table, Output output) {
   if (output == Output::kCsv) return PrintCsv(table);
   std::string json = "[";

@@ -40,3 +40,10 @@ void PrintJsonOrCsv(const Table& table, Output output);
 
 // Aligned columns, two blanks apart.
 std::string Aligned(const std::vector<std::vector<std::string>>& rows);
+
+// How wide the widest line of a text is.
+std::size_t WidthOf(std::string_view text);
+// A line broken between words into lines of at most `columns` without an end of line at the end.
+// The first begins with `first`, the others with as many blanks as `rest`. A longer word stays
+// whole.
+std::string Folded(std::string_view line, std::size_t columns, std::string first, std::size_t rest);

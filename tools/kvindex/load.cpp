@@ -275,19 +275,7 @@ class LoadProgress {
     if (!always && (!onTerminal_ || now < next_)) return;
     next_ = now + std::chrono::milliseconds(200);
     const std::chrono::duration<double> passed = now - start_;
-    const double rate =
-        static_cast<double>(place.counts.lines - begin_.counts.lines) / passed.count();
-    std::string text = "kvindex: load: " + std::to_string(place.counts.lines) + " lines, " +
-                       std::to_string(static_cast<unsigned long long>(rate)) + " a second";
-    if (size_ > 0) {
-      const auto done = static_cast<double>(place.offset - begin_.offset);
-      const auto left = static_cast<double>(size_ - std::min(size_, place.offset));
-      const auto seconds = static_cast<unsigned long long>(left * passed.count() / done);
-      char rest[64];
-      std::snprintf(rest, sizeof rest, ", %3llu %%, %llu:%02llu left", 100 * place.offset / size_,
-                    seconds / 60, seconds % 60);
-      text += rest;
-    }
+    const std::string text = TextOf(place, passed.count());
     std::fputs((onTerminal_ ? "\r\x1b[K" + text : text + "\n").c_str(), stderr);
     std::fflush(stderr);
     drawn_ = onTerminal_;
@@ -298,6 +286,32 @@ class LoadProgress {
   }
 
  private:
+  std::string TextOf(const Place& place, double passed) const {
+    const auto lines = static_cast<double>(place.counts.lines - begin_.counts.lines);
+    const std::string rate =
+        std::to_string(static_cast<unsigned long long>(lines / passed)) + " a second";
+    const std::string start =
+        "kvindex: load: " + std::to_string(place.counts.lines) + " lines, " + rate;
+    if (size_ == 0) return Fitting({start, rate});
+    const auto done = static_cast<double>(place.offset - begin_.offset);
+    const auto left = static_cast<double>(size_ - std::min(size_, place.offset));
+    const auto seconds = static_cast<unsigned long long>(left * passed / done);
+    char rest[64];
+    std::snprintf(rest, sizeof rest, "%3llu %%, %llu:%02llu left", 100 * place.offset / size_,
+                  seconds / 60, seconds % 60);
+    return Fitting({start + ", " + rest, rate + ", " + rest, rest});
+  }
+
+  // The first that leaves a column free, for a full line would wrap; else the last one's beginning.
+  std::string Fitting(const std::vector<std::string>& texts) const {
+    if (!onTerminal_) return texts.front();
+    const auto columns = static_cast<std::size_t>(TerminalColumns(STDERR_FILENO));
+    for (const std::string& text : texts) {
+      if (text.size() < columns) return text;
+    }
+    return texts.back().substr(0, columns - 1);
+  }
+
   Place begin_;
   unsigned long long size_;
   bool lines_;

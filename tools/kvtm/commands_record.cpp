@@ -22,6 +22,7 @@ namespace {
 constexpr std::size_t kShortestBlock = 6;  // of a string: length, code set, language, 00, mark
 constexpr unsigned char kMark = 0xFF;
 constexpr std::size_t kBytesShown = 16;  // of a field, for people
+constexpr std::size_t kIndent = 2;       // of what goes on below its row, on a narrow terminal
 constexpr const char* kColours[] = {"\x1b[36m", "\x1b[33m", "\x1b[35m", "\x1b[32m"};
 constexpr const char* kRemarkColour = "\x1b[1;31m";
 constexpr const char* kNoColour = "\x1b[0m";
@@ -221,31 +222,69 @@ std::string ShownBytes(const Bytes& bytes) {
   return ToHex(bytes.data(), shown) + (shown < bytes.size() ? "..." : "");
 }
 
-// For people: a table whose lines are coloured by field on a terminal.
-void PrintRows(const std::vector<Row>& rows, bool manyRecords) {
-  std::vector<std::vector<std::string>> texts = {
-      {"offset", "bytes", "field", "type", "value", "remarks"}};
+using Texts = std::vector<std::vector<std::string>>;
+
+Texts TextsOf(const std::vector<Row>& rows, bool manyRecords) {
+  Texts texts = {{"offset", "bytes", "field", "type", "value"}};
   for (const Row& row : rows) {
-    texts.push_back({std::to_string(row.offset), ShownBytes(row.bytes), row.field, row.type,
-                     row.value, Joined(row.remarks, "; ")});
+    texts.push_back(
+        {std::to_string(row.offset), ShownBytes(row.bytes), row.field, row.type, row.value});
   }
   if (manyRecords) {
     for (std::size_t i = 0; i < texts.size(); ++i) {
       texts[i].insert(texts[i].begin(), i == 0 ? "record" : std::to_string(rows[i - 1].record));
     }
   }
+  return texts;
+}
+
+std::vector<std::string> SplitLines(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = text.find('\n', begin);
+    lines.push_back(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return lines;
+}
+
+// A text of one or more lines for the head and each row: a table with the remarks as its last
+// column; where a terminal is too narrow for that, with the remarks under their row; and where it
+// is too narrow for the table, the row's parts one behind the other.
+std::vector<std::string> LinesOf(const std::vector<Row>& rows, bool manyRecords) {
+  const Texts texts = TextsOf(rows, manyRecords);
   const std::string table = Aligned(texts);
-  if (!WantsColour()) return Print(table);
-  std::size_t line = 0;
-  std::size_t start = 0;
-  for (std::size_t end; (end = table.find('\n', start)) != std::string::npos; start = end + 1) {
-    const char* colour = kNoColour;
-    if (line > 0) {
-      colour = rows[line - 1].remarks.empty() ? kColours[(line - 1) % std::size(kColours)]
-                                              : kRemarkColour;
+  const auto columns = static_cast<std::size_t>(TerminalColumns(STDOUT_FILENO));
+  Texts remarked = texts;
+  remarked[0].push_back("remarks");
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    remarked[i + 1].push_back(Joined(rows[i].remarks, "; "));
+  }
+  const std::string whole = Aligned(remarked);
+  if (isatty(STDOUT_FILENO) == 0 || WidthOf(whole) <= columns) return SplitLines(whole);
+  std::vector<std::string> lines = SplitLines(table);
+  const bool fits = WidthOf(table) <= columns;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (!fits) lines[i] = Folded(Joined(texts[i], " "), columns, "", kIndent);
+    if (i == 0 || rows[i - 1].remarks.empty()) continue;
+    const std::string indent(kIndent, ' ');
+    lines[i] += "\n" + Folded(Joined(rows[i - 1].remarks, "; "), columns, indent, kIndent);
+  }
+  return lines;
+}
+
+// For people: on a terminal the rows have a colour a field.
+void PrintRows(const std::vector<Row>& rows, bool manyRecords) {
+  const std::vector<std::string> lines = LinesOf(rows, manyRecords);
+  const bool coloured = WantsColour();
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (!coloured || i == 0) {
+      Print(lines[i] + "\n");
+      continue;
     }
-    Print(colour + table.substr(start, end - start) + kNoColour + "\n");
-    ++line;
+    const bool remarked = !rows[i - 1].remarks.empty();
+    const char* const colour = remarked ? kRemarkColour : kColours[(i - 1) % std::size(kColours)];
+    Print(colour + lines[i] + kNoColour + "\n");
   }
 }
 

@@ -1,0 +1,112 @@
+"""What a person sees on a terminal of 30, 80 and 200 columns, by tmux: progress that fits and goes
+away, records in colour, and nothing of either in a pipe."""
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from program import KVTM, kvtm
+
+KVINDEX = Path(KVTM).with_name("kvindex")
+WIDTHS = (30, 80, 200)
+SCHEMA = "id:o_u4b,day:KvDate,name:KvString"
+DAMAGED = "2a000000 07e8021d 0700010153fc6400ff"
+REMARK = "no such date or time; would be 2024-02-29 in the other byte order"
+COLOUR = re.compile(r"\x1b\[[0-9;]*m")
+
+
+@unittest.skipUnless(shutil.which("tmux"), "no tmux")
+class Terminal(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.folder, True)
+        self.environment = {**os.environ, "TMUX_TMPDIR": str(self.folder), "LC_ALL": "C.UTF-8"}
+        self.environment.pop("NO_COLOR", None)
+        self.servers = 0
+
+    def tmux(self, *arguments):
+        return subprocess.run(["tmux", "-u", "-f", "/dev/null", "-L", str(self.servers), *arguments],
+                              env=self.environment, capture_output=True, text=True, timeout=60,
+                              check=True).stdout
+
+    def run_in(self, width, *command, to="", **variables):
+        """Runs a command in a terminal. Returns every byte that it wrote there and the last screen,
+        with its colours."""
+        raw = self.folder / "raw"
+        raw.write_bytes(b"")
+        self.servers += 1  # one that was told to end may still be ending
+        settings = " ".join(f"{name}={value}" for name, value in variables.items())
+        line = f"env {settings} {shlex.join(map(str, command))} {to}"
+        self.tmux("new-session", "-d", "-x", str(width), "-y", "24",
+                  f"tmux wait-for go; {line}; tmux wait-for -S done; sleep 60")
+        try:
+            self.tmux("pipe-pane", f"cat > {shlex.quote(str(raw))}")
+            self.tmux("wait-for", "-S", "go")
+            self.tmux("wait-for", "done")
+            screen = self.tmux("capture-pane", "-e", "-p")
+        finally:
+            self.tmux("kill-server")
+        return raw.read_bytes().decode(), screen.rstrip("\n")
+
+    def drawn(self, raw, width):
+        """The texts of a progress line, each of which must fit the width."""
+        texts = [text.replace("\x1b[K", "").replace("\n", "") for text in raw.split("\r")]
+        for text in filter(None, texts):
+            self.assertLess(len(text), width, text)
+        return [text for text in texts if "%" in text]
+
+    def test_progress_fits_and_goes_away(self):
+        lines = self.folder / "lines"
+        lines.write_text("".join(f"{number * 7919 % 300007}\n" for number in range(300000)))
+        for width in WIDTHS:
+            with self.subTest(width):
+                raw, screen = self.run_in(width, KVTM, "sort", "o_4b", lines, to="> /dev/null")
+                shown = [int(re.search(r"(\d+)%", text)[1]) for text in self.drawn(raw, width)
+                         if "reading" in text]
+                self.assertEqual(shown, sorted(shown))
+                self.assertGreater(shown[-1], 90)
+                self.assertEqual(screen, "")
+
+    @unittest.skipUnless(KVINDEX.exists(), "kvindex is not built")
+    def test_a_load_tells_the_time_left(self):
+        lines = self.folder / "lines.csv"
+        lines.write_text("id\n" + "".join(f"{number}\n" for number in range(300000)))
+        for width in WIDTHS:
+            with self.subTest(width):
+                store = f"lmdb:{self.folder}/{width}"
+                subprocess.run([KVINDEX, "create", store, "--schema", "id:o_u4b", "--key", "id"],
+                               check=True, capture_output=True)
+                raw, screen = self.run_in(width, KVINDEX, "load", store, lines, to="> /dev/null")
+                shown = self.drawn(raw, width)
+                self.assertTrue(shown)
+                for text in shown:
+                    self.assertRegex(text, r"\d+ %, \d+:\d\d left$")
+                self.assertEqual("lines, " in shown[0], width >= 80)
+                self.assertEqual(screen, "")
+
+    def test_records_are_in_colour_and_read_at_every_width(self):
+        for width in WIDTHS:
+            with self.subTest(width):
+                _, screen = self.run_in(width, KVTM, "record", SCHEMA, DAMAGED)
+                lines = screen.splitlines()
+                self.assertLessEqual(max(len(COLOUR.sub("", line)) for line in lines), width)
+                words = " ".join(COLOUR.sub("", screen).split())
+                for text in (REMARK, "-6137-02-29", "0700010153fc6400ff", "Süd"):
+                    self.assertIn(text, words)
+                first, second = (next(line for line in lines if text in line)
+                                 for text in ("2a000000", "07e8021d"))
+                self.assertNotEqual(COLOUR.match(first)[0], COLOUR.match(second)[0])
+
+    def test_no_colour_where_it_is_not_wanted(self):
+        _, screen = self.run_in(200, KVTM, "record", SCHEMA, DAMAGED, NO_COLOR="1")
+        self.assertNotRegex(screen, COLOUR)
+        piped = kvtm("record", SCHEMA, DAMAGED)[1]
+        self.assertEqual(screen, piped.rstrip("\n"))
+
+
+if __name__ == "__main__":
+    unittest.main()
