@@ -1,4 +1,5 @@
 """kvtm key and unkey: tuples, options, lines, and what cannot be done."""
+import json
 import unittest
 
 from program import KvtmTest
@@ -47,9 +48,23 @@ class Keys(KvtmTest):
         self.assertEqual(keys, self.keys(schema, *[value for row in rows for value in row]))
         self.assertEqual(self.good("unkey", schema, *keys), lines)
 
+    def test_for_programs(self):
+        schema = "name:KvString, n:KvNull_int"
+        values = ("Öl", "70000", "b", "{NULL}")
+        lines = [json.loads(line) for line in self.good("key", schema, "--json", *values).splitlines()]
+        keys = [line["key"] for line in lines]
+        self.assertEqual(keys, self.keys(schema, *values))
+        self.assertEqual([json.loads(line) for line in
+                          self.good("unkey", schema, "--json", *keys).splitlines()],
+                         [{"name": "Öl", "n": 70000}, {"name": "b", "n": None}])
+        self.assertEqual(self.good("unkey", schema, "--csv", *keys), "name,n\r\nÖl,70000\r\nb,{NULL}\r\n")
+        rows = json.loads(self.good("unkey", schema, "--json", "--explain", keys[1]))
+        self.assertEqual("".join(row["bytes"] for row in rows), keys[1])
+        self.assertEqual({row["key"] for row in rows}, {keys[1]})
+
     def test_what_cannot_be_done_is_one_line(self):
         for status, words, arguments in [
-                (2, "an operand is missing", ("key", "o_4b")),
+                (2, "VALUE is missing", ("key", "o_4b")),
                 (2, "do not make tuples of 2", ("key", "a:o_4b,b:o_4b", "1")),
                 (2, "not a run", ("key", "a:o_4b[3]", "1")),
                 (2, "there are no keys", ("key", "KvString", "--op", "key-order", "a")),

@@ -241,10 +241,10 @@ class Values(KvtmTest):
 
     def test_diff_tells_the_first_difference(self):
         for expected, *arguments in [
-            (("month", 2, "2", "3", -1), "KvDate", "2024-02-29", "2024-03-29"),
+            (("month", 2, 2, 3, -1), "KvDate", "2024-02-29", "2024-03-29"),
             (("indicator", 0, "null", "a value", -1), "KvNull_int", "{NULL}", "0"),
-            (("value", 1, "5", "-1", 1), "KvNull_short", "5", "-1"),
-            (("high", 0, "1", "2", -1), "KvSeal", "4294967296", "8589934592"),
+            (("value", 1, 5, -1, 1), "KvNull_short", "5", "-1"),
+            (("high", 0, 1, 2, -1), "KvSeal", "4294967296", "8589934592"),
             (("level 1 (letters), character 3", None, "c", "d", -1), "KvString", "abc", "abd"),
             (("level 2 (accents), character 2", None, "ü", "u", 1), "KvString", "Müller", "Muller"),
             (("level 3 (case), character 1", None, "a", "A", 1), "KvString", "abc", "Abc"),
@@ -252,8 +252,9 @@ class Values(KvtmTest):
             (("stored byte", 9, "0x02", "0x03", -1), "KvBlob", "0102", "0103"),
             (("stored byte", 0, "0x05", "0x06", 0), "KvString", "--stored", "0500010161" "00ff",
              "0600fd0161" "0000ff"),
-            (("year", 0, "2024", "2025", -1), "KvDate", "--stored", "--order", "2", "07e8021d",
+            (("year", 0, 2024, 2025, -1), "KvDate", "--stored", "--order", "2", "07e8021d",
              "07e9021d"),
+            (("value", 1, 1.5, "NaN", 1), "KvNull_float", "1.5", "NaN"),
             ((None, None, "", "", 0), "o_4b", "7", "7"),
         ]:
             with self.subTest(arguments):
@@ -405,7 +406,7 @@ class BadInput(KvtmTest):
     def test_a_rest_is_reported(self):
         status, output, error = kvtm("load", "Kv2B_T", "--count", "1", "010002")
         self.assertEqual((status, output), (0, "1\n"))
-        self.assertIn("1 more bytes follow the 1 values asked for, from offset 2", error)
+        self.assertIn("1 more byte follows the 1 value asked for, from offset 2", error)
 
     def test_remarks_tell_the_line(self):
         self.assertEqual(kvtm("load", "KvBoolean", "--lines", "-", stdin="01\n02\n")[2],

@@ -81,7 +81,7 @@ class Record(KvtmTest):
                                        "--csv", "--lines", "-"], input=lines, capture_output=True)
                 self.assertIn(done.returncode, (0, 1), path.stem)
                 faults = [fault for fault in re.findall(r"line (\d+): (.*)", done.stderr.decode())
-                          if "more bytes follow" not in fault[1]]
+                          if "more byte" not in fault[1]]
                 for line, fault in faults:
                     self.assertRegex(fault, r"^field v \(.*\) at offset \d+: ", path.stem)
                     self.assertGreater(int(line), len(whole), fault)

@@ -6,6 +6,10 @@ std::string Printable(std::string_view utf8) {
   return Escaped(utf8, false);
 }
 
+std::string Counted(unsigned long long count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
 std::string Quoted(std::string_view text) {
   constexpr std::size_t kLongest = 40;
   if (text.size() <= kLongest) return "'" + Printable(text) + "'";

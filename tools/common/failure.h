@@ -23,6 +23,9 @@ struct Failure {
   throw Failure{kExitBadUsage, std::move(what)};
 }
 
+// "1 byte follows", "2 bytes follow": how many of what.
+std::string Counted(unsigned long long count, const char* one, const char* many);
+
 // A user's text as it may stand in a message: in quotes, cut to a line's worth, control characters
 // as \xNN.
 std::string Quoted(std::string_view text);

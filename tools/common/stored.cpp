@@ -14,10 +14,10 @@ std::string At(std::size_t offset) {
 [[noreturn]] void FailFixed(char id, std::size_t size, unsigned count) {
   const std::size_t width = Types().DiskLenGet(id, nullptr, 0, 1, 0);
   if (count == 0) {
-    FailValue(std::to_string(size) + " bytes are no whole number of " + TypeName(id) +
+    FailValue(Counted(size, "byte is", "bytes are") + " no whole number of " + TypeName(id) +
               " values, which take " + std::to_string(width) + " each");
   }
-  FailValue(std::to_string(count) + " values take " +
+  FailValue(Counted(count, "value takes", "values take") + " " +
             std::to_string(static_cast<unsigned long long>(count) * width) + " bytes, there are " +
             std::to_string(size));
 }

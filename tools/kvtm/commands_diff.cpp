@@ -14,8 +14,8 @@ constexpr unsigned char kMemoryForm = 8;
 struct Difference {
   std::string where;              // empty: none
   std::size_t offset = kNowhere;  // in the stored bytes
-  std::string a;
-  std::string b;
+  Cell a = TextCell("");
+  Cell b = TextCell("");
   static constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 };
 
@@ -25,7 +25,7 @@ std::size_t FirstDifference(const Bytes& a, const Bytes& b) {
                                              : static_cast<std::size_t>(left - a.begin());
 }
 
-// A field's number, from its stored bytes.
+// An integer field, from its stored bytes.
 std::string FieldText(const StoredField& field, const Bytes& stored, unsigned char order) {
   unsigned long long bits = 0;
   const bool littleEnd = field.turns && order != 2;
@@ -33,18 +33,26 @@ std::string FieldText(const StoredField& field, const Bytes& stored, unsigned ch
     const unsigned at = field.offset + (littleEnd ? field.width - 1 - i : i);
     bits = bits << 8 | stored[at];
   }
-  if (field.kind == 'f') return "0x" + ToHex(stored.data() + field.offset, field.width);
   if (field.kind != 'i') return std::to_string(bits);
   const unsigned unused = 64 - 8 * field.width;
   return std::to_string(static_cast<long long>(bits << unused) >> unused);
 }
 
-Difference InFields(char id, const Bytes& a, const Bytes& b, unsigned char order) {
+Difference InFields(char id, const ValueRun& pair, const Bytes& a, const Bytes& b,
+                    unsigned char order) {
   for (const StoredField& field : FactsOf(id).StoredFields()) {
     const auto at = static_cast<std::ptrdiff_t>(field.offset);
     const auto end = at + static_cast<std::ptrdiff_t>(field.width);
     if (std::equal(a.begin() + at, a.begin() + end, b.begin() + at)) continue;
-    return {field.name, field.offset, FieldText(field, a, order), FieldText(field, b, order)};
+    const auto cell = [&](const Bytes& bytes, unsigned index) -> Cell {
+      if (field.kind != 'f') return NumberCell(FieldText(field, bytes, order));
+      // A float is all that its value has, but for the mark of a null, which leaves its bytes.
+      if (Types().IsNullValue(id, pair.At(index)) != 0) {
+        return TextCell("0x" + ToHex(bytes.data() + field.offset, field.width));
+      }
+      return {TextOf(id, pair.At(index), {}), JsonOf(id, pair.At(index), {})};
+    };
+    return {field.name, field.offset, cell(a, 0), cell(b, 1)};
   }
   return {};
 }
@@ -76,7 +84,7 @@ Difference InLevels(const KvString& a, const KvString& b) {
     while (units < longest && !Differ(a.Copy(0, units), b.Copy(0, units), level.operation)) ++units;
     const auto at = static_cast<unsigned short>(units - 1);
     const auto character = [&](const KvString& text) {
-      return at < text.Len() ? Printable(Utf8FromString(text.Copy(at, 1))) : "the end";
+      return TextCell(at < text.Len() ? Printable(Utf8FromString(text.Copy(at, 1))) : "the end");
     };
     return {std::string(level.name) + ", character " + std::to_string(units), Difference::kNowhere,
             character(a), character(b)};
@@ -91,14 +99,15 @@ Difference InCharacters(char id, const ValueRun& pair) {
   if (Types().Cmp(id, pair.At(0), pair.At(1), kvCompareExact, 1, kMemoryForm) == 0) return {};
   const auto [left, right] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
   const auto at = static_cast<std::size_t>(left - a.begin());
-  return {"text, byte " + std::to_string(at + 1), Difference::kNowhere, a.substr(at), b.substr(at)};
+  return {"text, byte " + std::to_string(at + 1), Difference::kNowhere, TextCell(a.substr(at)),
+          TextCell(b.substr(at))};
 }
 
 Difference InBytes(const Bytes& a, const Bytes& b) {
   const std::size_t at = FirstDifference(a, b);
   if (at == Difference::kNowhere) return {};
   const auto byte = [&](const Bytes& bytes) {
-    return at < bytes.size() ? "0x" + ToHex(&bytes[at], 1) : std::string("the end");
+    return TextCell(at < bytes.size() ? "0x" + ToHex(&bytes[at], 1) : "the end");
   };
   return {"stored byte", at, byte(a), byte(b)};
 }
@@ -108,8 +117,8 @@ Difference Find(char id, const ValueRun& pair, const Bytes& a, const Bytes& b,
   const bool aIsNull = Types().IsNullValue(id, pair.At(0)) != 0;
   const bool bIsNull = Types().IsNullValue(id, pair.At(1)) != 0;
   if (aIsNull != bIsNull) {
-    return {"null", Difference::kNowhere, aIsNull ? "null" : "a value",
-            bIsNull ? "null" : "a value"};
+    return {"null", Difference::kNowhere, TextCell(aIsNull ? "null" : "a value"),
+            TextCell(bIsNull ? "null" : "a value")};
   }
   Difference found;
   switch (FactsOf(id).kind) {
@@ -122,7 +131,7 @@ Difference Find(char id, const ValueRun& pair, const Bytes& a, const Bytes& b,
     case TextKind::kBlob:
       break;
     default:
-      return InFields(id, a, b, order);
+      return InFields(id, pair, a, b, order);
   }
   return found.where.empty() ? InBytes(a, b) : found;
 }
@@ -147,8 +156,8 @@ int RunDiff(const Arguments& arguments) {
   const bool placed = found.offset != Difference::kNowhere;
   PrintCard({{"differ at", "offset", "A", "B", "order"},
              {{found.where.empty() ? NullCell() : TextCell(found.where),
-               placed ? NumberCell(std::to_string(found.offset)) : NullCell(), TextCell(found.a),
-               TextCell(found.b), NumberCell(sign)}}},
+               placed ? NumberCell(std::to_string(found.offset)) : NullCell(), found.a, found.b,
+               NumberCell(sign)}}},
             output);
   return kExitGood;
 }

@@ -1,5 +1,4 @@
 // kvtm key and unkey: the sort keys of values and tuples, and what their bytes are.
-#include <cstdio>
 #include <cstring>
 #include <sstream>
 
@@ -144,8 +143,6 @@ const char* CaseName(unsigned found) {
 
 class Explanation {
  public:
-  Explanation() { rows_.push_back({"offset", "bytes", "what"}); }
-
   void Add(const Part& part, const Bytes& key, std::size_t begin) {
     std::size_t count = 0;
     const unsigned char* const bytes = key.data() + begin;
@@ -158,13 +155,22 @@ class Explanation {
       const KvSortKeyPiece& last = pieces[next - 1];
       const std::size_t from = pieces[i].offset;
       const std::size_t size = last.offset + last.size - from;
-      rows_.push_back({std::to_string(begin + from), ToHex(bytes + from, size),
-                       name_ + Words(part, bytes, pieces, i, next)});
+      rows_.push_back({NumberCell(std::to_string(begin + from)),
+                       TextCell(ToHex(bytes + from, size)),
+                       TextCell(name_ + Words(part, bytes, pieces, i, next))});
       i = next;
     }
   }
 
-  void Print() const { ::Print(Aligned(rows_)); }
+  // For programs each row has the key that it is about.
+  void Print(const Bytes& key, Output output) const {
+    Table table{{"offset", "bytes", "what"}, rows_};
+    if (output != Output::kText) {
+      table.columns.insert(table.columns.begin(), "key");
+      for (auto& row : table.rows) row.insert(row.begin(), TextCell(ToHex(key)));
+    }
+    PrintTable(table, output);
+  }
 
  private:
   // Level 1 is one line.
@@ -228,13 +234,20 @@ class Explanation {
     return Printable(TextOf(id, value.Data(), part.style));
   }
 
-  std::vector<std::vector<std::string>> rows_;
+  std::vector<std::vector<Cell>> rows_;
   std::string name_;
 };
 
 // ---------------------------------------------------------------------------------------------
 
-void PrintKey(const std::vector<Part>& parts, const std::vector<std::string>& texts, bool explain) {
+// With room behind it, for a value that is read without its length.
+Bytes Padded(Bytes key) {
+  key.resize(key.size() + 32);
+  return key;
+}
+
+void PrintKey(const std::vector<Part>& parts, const std::vector<std::string>& texts, bool explain,
+              Output output) {
   Bytes key;
   std::vector<std::size_t> begins;
   for (std::size_t i = 0; i < parts.size(); ++i) {
@@ -242,12 +255,16 @@ void PrintKey(const std::vector<Part>& parts, const std::vector<std::string>& te
     const Bytes part = KeyOf(parts[i], texts[i]);
     key.insert(key.end(), part.begin(), part.end());
   }
-  Print(ToHex(key) + "\n");
+  if (output == Output::kText) {
+    Print(ToHex(key) + "\n");
+  } else if (!explain) {
+    PrintCard({{"key"}, {{TextCell(ToHex(key))}}}, output);
+  }
   if (!explain) return;
-  key.resize(key.size() + 32);
+  const Bytes padded = Padded(key);
   Explanation explanation;
-  for (std::size_t i = 0; i < parts.size(); ++i) explanation.Add(parts[i], key, begins[i]);
-  explanation.Print();
+  for (std::size_t i = 0; i < parts.size(); ++i) explanation.Add(parts[i], padded, begins[i]);
+  explanation.Print(key, output);
 }
 
 // A text of collation orders with the characters that they are of.
@@ -276,19 +293,18 @@ std::string TextOfOrders(const KvString& orders) {
   return text;
 }
 
-std::string PartText(const Part& part, void* value) {
+Cell PartCell(const Part& part, void* value) {
   if (part.kind.type == KvSTRING_T && Types().IsNullValue(KvSTRING_T, value) == 0) {
     const auto& string = *static_cast<const KvString*>(value);
-    if (string.GetCodeSet() == 254) return TextOfOrders(string);
+    if (string.GetCodeSet() == 254) return TextCell(TextOfOrders(string));
   }
-  return TextOf(part.kind.type, value, part.style);
+  return {TextOf(part.kind.type, value, part.style), JsonOf(part.kind.type, value, part.style)};
 }
 
-void PrintValues(const std::vector<Part>& parts, const Bytes& key, bool explain) {
-  std::string line;
-  Bytes padded = key;
-  padded.resize(key.size() + 32);
-  Explanation explanation;
+// The values of a key, and its explanation.
+Table ValuesOfKey(const std::vector<Part>& parts, const Bytes& key, Explanation& explanation) {
+  Table table{{}, {{}}};
+  const Bytes padded = Padded(key);
   KvSortKeyReader reader(key.data(), key.size());
   for (const Part& part : parts) {
     const void* begin = nullptr;
@@ -302,64 +318,32 @@ void PrintValues(const std::vector<Part>& parts, const Bytes& key, bool explain)
     const auto offset =
         static_cast<std::size_t>(static_cast<const unsigned char*>(begin) - key.data());
     explanation.Add(part, padded, offset);
-    line += (line.empty() && &part == &parts.front() ? "" : "\t") +
-            Printable(PartText(part, value.Data()));
+    table.columns.push_back(part.name.empty() ? "value" : part.name);
+    table.rows[0].push_back(PartCell(part, value.Data()));
   }
   if (!reader.AtEnd()) FailValue("bytes follow the key");
-  Print(line + "\n");
-  if (explain) explanation.Print();
+  return table;
 }
 
-// Runs `one` on every line of --lines; what cannot be read is reported with its number.
-template <class One>
-int ForEachLine(const char* command, const Arguments& arguments, One one) {
-  if (arguments.Count() != 1) FailUsage("--lines takes the place of the operands behind the type");
-  std::istringstream lines(ReadWhole(arguments.Value("lines")));
-  int exitStatus = kExitGood;
-  unsigned number = 0;
-  for (std::string line; std::getline(lines, line);) {
-    ++number;
-    try {
-      one(line);
-    } catch (const Failure& failure) {
-      if (failure.exitStatus != kExitBadValue) throw;
-      std::fprintf(stderr, "kvtm: %s: line %u: %s\n", command, number, failure.what.c_str());
-      exitStatus = kExitBadValue;
+void PrintValues(const std::vector<Part>& parts, const Bytes& key, bool explain, Output output) {
+  Explanation explanation;
+  const Table values = ValuesOfKey(parts, key, explanation);
+  if (output == Output::kText) {
+    std::string line;
+    for (std::size_t i = 0; i < values.columns.size(); ++i) {
+      line += (i == 0 ? "" : "\t") + Printable(values.rows[0][i].text);
     }
+    Print(line + "\n");
+  } else if (!explain) {
+    PrintCard(values, output);
   }
-  return exitStatus;
-}
-
-std::vector<std::string> SplitTabs(const std::string& line) {
-  std::vector<std::string> texts(1);
-  for (const char c : line) {
-    if (c == '\t') {
-      texts.emplace_back();
-    } else {
-      texts.back() += c;
-    }
-  }
-  return texts;
+  if (explain) explanation.Print(key, output);
 }
 
 }  // namespace
 
 int RunKey(const Arguments& arguments) {
   const std::vector<Part> parts = PartsOf(arguments);
-  const bool explain = arguments.Has("explain");
-  const auto one = [&](const std::vector<std::string>& texts) {
-    if (texts.size() != parts.size()) {
-      FailValue(std::to_string(texts.size()) + " values for " + std::to_string(parts.size()) +
-                " parts");
-    }
-    PrintKey(parts, texts, explain);
-  };
-  if (arguments.Has("lines")) {
-    return ForEachLine("key", arguments, [&](const std::string& line) {
-      one(parts.size() == 1 ? std::vector<std::string>{line} : SplitTabs(line));
-    });
-  }
-  if (arguments.Count() < 2) FailUsage("an operand is missing");
   const std::vector<std::string> texts = arguments.From(1);
   if (texts.size() % parts.size() != 0) {
     FailUsage(std::to_string(texts.size()) + " values do not make tuples of " +
@@ -367,7 +351,7 @@ int RunKey(const Arguments& arguments) {
   }
   for (auto at = texts.begin(); at != texts.end();) {
     const auto end = at + static_cast<std::ptrdiff_t>(parts.size());
-    one({at, end});
+    PrintKey(parts, {at, end}, arguments.Has("explain"), OutputOf(arguments));
     at = end;
   }
   return kExitGood;
@@ -375,14 +359,10 @@ int RunKey(const Arguments& arguments) {
 
 int RunUnkey(const Arguments& arguments) {
   const std::vector<Part> parts = PartsOf(arguments);
-  const bool explain = arguments.Has("explain");
-  const auto one = [&](const std::string& hex) {
+  for (const std::string& hex : arguments.From(1)) {
     Bytes key;
-    AppendHex(hex, key);
-    PrintValues(parts, key, explain);
-  };
-  if (arguments.Has("lines")) return ForEachLine("unkey", arguments, one);
-  if (arguments.Count() < 2) FailUsage("an operand is missing");
-  for (const std::string& hex : arguments.From(1)) one(hex == "-" ? ReadWhole("-") : hex);
+    AppendHex(hex == "-" ? ReadWhole("-") : hex, key);
+    PrintValues(parts, key, arguments.Has("explain"), OutputOf(arguments));
+  }
   return kExitGood;
 }

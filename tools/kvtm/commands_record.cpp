@@ -321,7 +321,7 @@ int RunRecord(const Arguments& arguments) {
   }
   Show(arguments, rows, many);
   if (!reader.AtEnd()) {
-    Note(std::to_string(reader.Left()) + " more bytes follow, from offset " +
+    Note(Counted(reader.Left(), "more byte follows", "more bytes follow") + ", from offset " +
          std::to_string(reader.Place()));
   }
   return kExitGood;

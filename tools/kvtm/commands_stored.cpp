@@ -29,8 +29,8 @@ unsigned CountOf(const Arguments& arguments) {
 
 void NoteRest(std::size_t given, std::size_t used, unsigned count) {
   if (given <= used) return;
-  Note(std::to_string(given - used) + " more bytes follow the " + std::to_string(count) +
-       " values asked for, from offset " + std::to_string(used));
+  Note(Counted(given - used, "more byte follows", "more bytes follow") + " the " +
+       Counted(count, "value", "values") + " asked for, from offset " + std::to_string(used));
 }
 
 // A format byte: a number, or "memory", "stored", "reversed".

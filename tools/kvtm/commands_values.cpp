@@ -189,7 +189,7 @@ int RunOrder(const Arguments& arguments) {
     while (at == begin && !at.IsEOS()) {
       const unsigned short order = at.GetNextOrder(0);
       table.rows.push_back({{Printable(character), JsonText(character)},
-                            TextCell(Hex16(order)),
+                            {Hex16(order), std::to_string(order)},
                             TextCell(OrderInWords(order, text.GetLanguage()))});
       character.clear();
     }

@@ -206,7 +206,8 @@ A SCHEMA makes keys of tuples, one for as many values as it has fields:
 nulls-first and plain-bytes for that field alone.
 
 With --lines each line of FILE is a value, or the values of a tuple with tabs between
-them. --explain shows below each key what its bytes are.
+them. --explain shows below each key what its bytes are; for programs (--json, --csv) it
+writes that alone, with the key in each row.
 
 Examples:
   $ kvtm key Kv4B_T 1 -1
@@ -224,8 +225,9 @@ Examples:
   9       00            case: capital at 1
   10      30            end
 )",
-     "descending nulls-last nulls-first plain-bytes op format codeset language lines explain", 1,
-     kAnyNumber, RunKey},
+     "descending nulls-last nulls-first plain-bytes op format codeset language lines explain json "
+     "csv",
+     2, kAnyNumber, RunKey},
     {"unkey", "TYPE|SCHEMA HEX...", "read values out of sort keys",
      R"(Writes the value of each key; of a tuple, its values with tabs between them. The options
 are those that the key was made with. A string's key holds its collation orders and not its
@@ -237,8 +239,9 @@ Examples:
   $ kvtm unkey "name:KvString, n:Kv2B_T desc" 019cb4999984ab00c700307ffe | tr '\t' ,
   Müller,1
 )",
-     "descending nulls-last nulls-first plain-bytes op format codeset language lines explain", 1,
-     kAnyNumber, RunUnkey},
+     "descending nulls-last nulls-first plain-bytes op format codeset language lines explain json "
+     "csv",
+     2, kAnyNumber, RunUnkey},
     {"bounds", "TYPE PREDICATE CONST LOW HIGH", "estimate what a predicate selects",
      R"(Asks the type which fraction of the index range LOW to HIGH a comparison with CONST
 selects, and which bounds it sets. PREDICATE is one of < <= = >= > and wants quotes in a
