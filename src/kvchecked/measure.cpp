@@ -1,6 +1,7 @@
 // Stored bytes from strangers: walked by their length fields, against the bytes that are there,
 // before anybody follows one of them.
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include "kvchecked/calendar.h"
 #include "kvcollate.h"
 #include "kvdate/parts.h"
+#include "kvtypes/catalogue.h"
 #include "kvtypevl/rows/string_runs.h"
 
 namespace {
@@ -97,7 +99,41 @@ bool MeasureBlock(KvMeasured& run, const Bytes& bytes, unsigned body, bool wideA
   return true;
 }
 
+// Passes the leading blocks in which nothing is wrong, at most `count` and not beyond 4 GiB. Where
+// a block begins follows from the length of the one before, so that a walk is as fast as it gets
+// from a length to the next: the place is a pointer of its own, and one addition moves it on.
+template <bool reversed, bool wideAllowed>
+void PassSoundBlocks(KvMeasured& run, const Bytes& bytes, unsigned count) {
+  constexpr std::ptrdiff_t kField = StringBlock::kLengthField;
+  constexpr std::ptrdiff_t kLeast = StringBlock::kHeader;
+  const unsigned char* const begin = bytes.begin;
+  const unsigned char* const end = begin + std::min<std::uint64_t>(bytes.size, kLongestRun);
+  const unsigned char* block = begin;
+  unsigned passed = 0;
+  for (; passed < count && end - block >= kField + kLeast; ++passed) {
+    const auto body = static_cast<std::ptrdiff_t>(StringBlock::ReadLength(block, reversed));
+    if (body < kLeast || body > end - block - kField || block[body + 1] != kBlockMark) break;
+    if (!wideAllowed && KvIsWideCodeSet(block[2])) break;
+    block += kField + body;
+  }
+  run.count = passed;
+  run.bytes = static_cast<std::size_t>(block - begin);
+}
+
+void PassSoundBlocks(KvMeasured& run, const Bytes& bytes, unsigned count, bool wideAllowed) {
+  const unsigned most = count != 0 ? count : UINT_MAX;
+  if (bytes.format.IsReversed()) {
+    wideAllowed ? PassSoundBlocks<true, true>(run, bytes, most)
+                : PassSoundBlocks<true, false>(run, bytes, most);
+  } else {
+    wideAllowed ? PassSoundBlocks<false, true>(run, bytes, most)
+                : PassSoundBlocks<false, false>(run, bytes, most);
+  }
+}
+
 bool MeasureStrings(KvMeasured& run, const Bytes& bytes, unsigned count, bool wideAllowed) {
+  PassSoundBlocks(run, bytes, count, wideAllowed);
+  if (run.count != 0 && (count != 0 ? run.count == count : run.bytes == bytes.size)) return true;
   do {
     if (!Holds(run, bytes, run.bytes, StringBlock::kLengthField, "a block length")) return false;
     const unsigned body =
@@ -231,6 +267,51 @@ void TellStrange(KvMeasured& run, const KvTypeMgr& types, char id, const void* s
   }
 }
 
+// --- Loading ---
+
+// The stored widths of the current catalogue's rows, 0 where they vary. Read from the rows when the
+// library is loaded; an initialiser that runs before it sees zeros and is answered by a walk.
+const std::array<unsigned char, kv::kRowCount> storedWidths = [] {
+  std::array<unsigned char, kv::kRowCount> widths{};
+  for (std::size_t row = 0; row < kv::kIllegalRow; ++row) {
+    const KvTypeDescriptor& slots = *kv::currentCatalogue[row];
+    const bool isFixed = slots.sizeWord >> 16 != 0;
+    if (isFixed) widths[row] = static_cast<unsigned char>(slots.nullSize(1));
+  }
+  return widths;
+}();
+
+// The size of a run that is checked by arithmetic alone, with sound arguments; 0 for every other.
+// It takes a nanosecond, where loading a thousand numbers takes thirty.
+[[gnu::always_inline]] inline std::size_t FixedExtent(const KvTypeMgr& types, char id,
+                                                      const void* values, const void* stored,
+                                                      std::size_t length, unsigned char format,
+                                                      unsigned count) {
+  const auto row = static_cast<unsigned char>(id);
+  if (row >= kv::kIllegalRow || types.FormatVersion() < 4) return 0;
+  const std::uint64_t bytes = std::uint64_t{storedWidths[row]} * count;
+  const bool isSound = !Format{format}.HasMemoryBit() && stored != nullptr && values != nullptr;
+  return isSound && bytes <= length && bytes <= kLongestRun ? static_cast<std::size_t>(bytes) : 0;
+}
+
+[[gnu::noinline]] KvMeasured LoadMeasured(const KvTypeMgr& types, char id, void* values,
+                                          const void* stored, std::size_t length,
+                                          unsigned char format, unsigned count) {
+  KvMeasured run;
+  if (count == 0) {
+    run.status = KvCheckType(types, id);
+    return run;
+  }
+  run = Measure(types, id, stored, length, format, count);
+  if (run.status != kvOk) return run;
+  if (values == nullptr) {
+    Fail(run, kvBadArgument, 0, "no values to load over");
+  } else if (types.Load(id, values, stored, format, count) == 0) {
+    Fail(run, kvNoMemory, 0, KvStatusText(kvNoMemory));
+  }
+  return run;
+}
+
 // --- A total order of stored values ---
 
 int OrderBytes(const void* bytes1, std::size_t length1, const void* bytes2, std::size_t length2) {
@@ -268,18 +349,12 @@ KvMeasured KvMeasureStored(const KvTypeMgr& types, char id, const void* stored, 
 
 KvMeasured KvLoadChecked(const KvTypeMgr& types, char id, void* values, const void* stored,
                          std::size_t length, unsigned char format, unsigned count) {
+  const std::size_t bytes = FixedExtent(types, id, values, stored, length, format, count);
+  if (bytes == 0) return LoadMeasured(types, id, values, stored, length, format, count);
   KvMeasured run;
-  if (count == 0) {
-    run.status = KvCheckType(types, id);
-    return run;
-  }
-  run = Measure(types, id, stored, length, format, count);
-  if (run.status != kvOk) return run;
-  if (values == nullptr) {
-    Fail(run, kvBadArgument, 0, "no values to load over");
-  } else if (types.Load(id, values, stored, format, count) == 0) {
-    Fail(run, kvNoMemory, 0, KvStatusText(kvNoMemory));
-  }
+  run.count = count;
+  run.bytes = bytes;
+  kv::currentCatalogue[static_cast<unsigned char>(id)]->load(values, stored, format, count);
   return run;
 }
 
