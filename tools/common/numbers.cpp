@@ -1,15 +1,9 @@
 #include "numbers.h"
 
-#include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
-#include <limits>
 
 namespace {
-
-// The quiet NaN that the library scans "NaN" into.
-constexpr unsigned long long kScannedNaN = 0xFFF8000000000000ULL;
 
 char LowerAscii(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
@@ -58,41 +52,6 @@ NumberFault ReadInteger(std::string_view text, long long least, unsigned long lo
   if (negative ? magnitude > leastMagnitude : magnitude > greatest) return NumberFault::kOutOfRange;
   bits = negative ? 0ULL - magnitude : magnitude;
   return NumberFault::kNone;
-}
-
-NumberFault ReadDouble(std::string_view text, double& value) {
-  text = TrimBlanks(text);
-  if (EqualsIgnoringCase(text, "NaN")) {
-    value = std::bit_cast<double>(kScannedNaN);
-    return NumberFault::kNone;
-  }
-  const bool negative = TakeSign(text);
-  if (EqualsIgnoringCase(text, "Infinity")) {
-    value = std::numeric_limits<double>::infinity();
-  } else {
-    if (text.empty() || !(IsDigit(text.front()) || text.front() == '.')) {
-      return NumberFault::kNotANumber;
-    }
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (end != text.data() + text.size() || error == std::errc::invalid_argument) {
-      return NumberFault::kNotANumber;
-    }
-    // from_chars does not tell too large from too small; strtod gives the nearest double.
-    if (error == std::errc::result_out_of_range) {
-      value = std::strtod(std::string(text).c_str(), nullptr);
-      if (std::isinf(value)) return NumberFault::kOutOfRange;
-    }
-  }
-  if (negative) value = -value;
-  return NumberFault::kNone;
-}
-
-NumberFault ReadFloat(std::string_view text, float& value) {
-  double wide = 0;
-  const NumberFault fault = ReadDouble(text, wide);
-  if (fault != NumberFault::kNone) return fault;
-  value = static_cast<float>(wide);
-  return std::isinf(value) && !std::isinf(wide) ? NumberFault::kOutOfRange : NumberFault::kNone;
 }
 
 std::string ShortestText(float number) {

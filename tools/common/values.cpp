@@ -34,37 +34,11 @@ const std::string& NullText() {
   FailValue(Quoted(text) + " is no " + TypeName(id) + " value" + reason);
 }
 
-// The number, and that it is present where the type can be null.
+// The bits of a number, and that it is present where the type can be null.
 void WriteNumber(char id, void* value, const void* number) {
   const TypeFacts& facts = FactsOf(id);
   std::memcpy(value, number, facts.Width());
   if (facts.IsNullableScalar()) static_cast<unsigned char*>(value)[facts.Width()] = 0;
-}
-
-void RequireNumber(NumberFault fault, char id, std::string_view text) {
-  if (fault == NumberFault::kNotANumber) FailReading(id, text, ": not a number");
-  if (fault == NumberFault::kNone) return;
-  const TypeFacts& facts = FactsOf(id);
-  if (facts.kind == TextKind::kFloat || facts.kind == TextKind::kDouble) {
-    FailReading(id, text, ": out of range");
-  }
-  FailReading(id, text,
-              ": out of range, " + std::to_string(facts.Least()) + " to " +
-                  std::to_string(facts.Greatest()));
-}
-
-void ReadWhole(char id, void* value, std::string_view text) {
-  std::string_view digits = text;
-  if (id == KvBLOCKID_T && digits.starts_with('#')) digits.remove_prefix(1);
-  const TypeFacts& facts = FactsOf(id);
-  unsigned long long bits = 0;
-  RequireNumber(ReadInteger(digits, facts.Least(), facts.Greatest(), bits), id, text);
-  if (id == KvSEAL_T) return static_cast<KvSeal*>(value)->ConvertFrom(static_cast<o_8b>(bits));
-  if constexpr (std::endian::native == std::endian::big) {
-    bits <<= 64 - 8 * facts.Width();
-    if (facts.StoredFields().back().name == "high") bits = std::rotl(bits, 32);  // low word first
-  }
-  WriteNumber(id, value, &bits);
 }
 
 constexpr std::string_view kNaNBits = "NaN(0x";
@@ -115,27 +89,52 @@ std::string ByteText(char id, const void* value) {
   return std::to_string(isSigned ? static_cast<signed char>(byte) : byte);
 }
 
-void ReadCharacter(char id, void* value, std::string_view text, const ValueStyle& style) {
-  if (style.number) return ReadWhole(id, value, text);
-  unsigned char byte = 0;
-  if (text.size() == 1 && text[0] >= 0x20 && text[0] <= 0x7E) {
-    byte = static_cast<unsigned char>(text[0]);
-  } else {
-    Bytes bytes;
-    if (text.size() == 4 && text.starts_with("0x")) AppendHex(text.substr(2), bytes);
-    if (bytes.size() != 1) {
-      FailReading(id, text,
-                  ": neither one character nor a byte as 0xNN; --number takes it as a number");
-    }
-    byte = bytes[0];
-  }
-  WriteNumber(id, value, &byte);
-}
-
 // Reads by the row. A null has its own text, which has been told already.
 int Scan(char id, void* value, std::string_view text, const char* format) {
   const int status = KvScanChecked(Types(), id, value, StringFromUtf8(text, {}), format).status;
   return status == kvOk && Types().IsNullValue(id, value) ? kvNothingRead : status;
+}
+
+void RequireNumber(int status, char id, std::string_view text) {
+  if (status == kvOk) return;
+  if (status != kvOutOfRange) FailReading(id, text, ": not a number");
+  const TypeFacts& facts = FactsOf(id);
+  if (facts.kind == TextKind::kFloat || facts.kind == TextKind::kDouble) {
+    FailReading(id, text, ": out of range");
+  }
+  FailReading(id, text,
+              ": out of range, " + std::to_string(facts.Least()) + " to " +
+                  std::to_string(facts.Greatest()));
+}
+
+void ReadNumber(char id, void* value, std::string_view text) {
+  // An interval is its seconds here, a float, and not the days and hours of its row's format.
+  int status = Scan(id == D_INTERVAL_T ? KvFLOAT_T : id, value, text, nullptr);
+  // A name of a block is a number as well.
+  if (status == kvMismatch && id == KvBLOCKID_T) status = Scan(id, value, text, "%u");
+  RequireNumber(status, id, text);
+}
+
+// A character by its number, which no format of its row reads.
+void ReadCode(char id, void* value, std::string_view text) {
+  const TypeFacts& facts = FactsOf(id);
+  o_2b code = 0;
+  int status = Scan(Kv2B_T, &code, text, nullptr);
+  if (status == kvOk && (code < facts.Least() || code > static_cast<int>(facts.Greatest()))) {
+    status = kvOutOfRange;
+  }
+  RequireNumber(status, id, text);
+  const auto byte = static_cast<unsigned char>(code);
+  WriteNumber(id, value, &byte);
+}
+
+void ReadCharacter(char id, void* value, std::string_view text, const ValueStyle& style) {
+  if (style.number) return ReadCode(id, value, text);
+  // Other characters than these have no byte of their own in every code set.
+  const bool isPlain = text.size() == 1 && text[0] >= 0x20 && text[0] <= 0x7E;
+  if ((isPlain || text.starts_with("0x")) && Scan(id, value, text, nullptr) == kvOk) return;
+  FailReading(id, text,
+              ": neither one character nor a byte as 0xNN; --number takes it as a number");
 }
 
 std::string Printed(char id, void* value, const char* format) {
@@ -346,19 +345,10 @@ void ReadValue(char id, void* value, std::string_view text, const ValueStyle& st
     case TextKind::kCharacter:
       return ReadCharacter(id, value, text, style);
     case TextKind::kInteger:
-      return ReadWhole(id, value, text);
-    case TextKind::kFloat: {
-      if (ReadNaN(id, value, text)) return;
-      float number = 0;
-      RequireNumber(ReadFloat(text, number), id, text);
-      return WriteNumber(id, value, &number);
-    }
-    case TextKind::kDouble: {
-      if (ReadNaN(id, value, text)) return;
-      double number = 0;
-      RequireNumber(ReadDouble(text, number), id, text);
-      return WriteNumber(id, value, &number);
-    }
+      return ReadNumber(id, value, text);
+    case TextKind::kFloat:
+    case TextKind::kDouble:
+      return ReadNaN(id, value, text) ? void() : ReadNumber(id, value, text);
     case TextKind::kBoolean:
       if (Scan(id, value, text, nullptr) == kvOk) return;
       FailReading(id, text, ": neither TRUE nor FALSE");
