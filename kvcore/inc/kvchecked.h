@@ -107,10 +107,10 @@ KV_EXPORT KvMeasured KvLoadChecked(const KvTypeMgr& types, char id, void* values
                                    unsigned count);
 
 // A total order of stored values, for the comparator of an index whose keys may be damaged: -1, 0
-// or
-// 1. Each side is one value, exactly `length` bytes. Sound values come first, in the order of Cmp
-// with kvCompareExact, and values that are equal there by their bytes, so that only equal bytes are
-// equal. What is not sound comes after, by its bytes. A type without values orders all by bytes.
+// or 1. Each side is one value, exactly `length` bytes. Sound values come first, in the order of
+// Cmp with kvCompareExact, and values that are equal there by their bytes, so that only equal bytes
+// are equal. What is not sound comes after, by its bytes. A type without values orders all by
+// bytes.
 KV_EXPORT int KvOrderStored(const KvTypeMgr& types, char id, const void* stored1,
                             std::size_t length1, const void* stored2, std::size_t length2,
                             unsigned char format);
@@ -145,9 +145,8 @@ struct KvScanned {
   // kvNothingRead  the text is empty or blank, and the type has no value that prints so
   // kvMismatch     at `position` stands what the format does not ask for
   // kvOutOfRange   the number before `position` does not fit the type, or the text names a day or
-  // an
-  //                hour that there is not; for 8-bit strings, the character at `position` has no
-  //                place in their code set
+  //                an hour that there is not; for 8-bit strings, the character at `position` has
+  //                no place in their code set
   // kvNotSupported the type has no values, or its scan function was exchanged for one that says
   //                nothing of what it reads
   // kvNoSuchType, kvBadArgument, kvNoMemory

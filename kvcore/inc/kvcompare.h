@@ -21,8 +21,9 @@
 //
 // Sorting, maps and indexes need kvCompareExact. Under operation 0 a component of -1 matches any
 // other, so that a date without a day is equal to two dates that are not equal to each other: no
-// order. A std::map by such a comparison holds some keys twice and does not find others. Operation
-// 0 is for asking whether a value matches a pattern.
+// order. A std::map by such a comparison holds some keys twice and does not find others: of 39 dates
+// it found 31 (docs/using.md has the program). Operation 0 is for asking whether a value matches a
+// pattern.
 //
 // Floating-point order: NaN, -infinity, every finite value, +infinity; NaNs are equal to each
 // other and -0.0 equals +0.0.

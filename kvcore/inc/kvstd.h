@@ -5,8 +5,8 @@
 //
 //   std::map<KvDateTimeN, KvBlob> log;                      // <, <=> and ==
 //   std::unordered_set<KvString> names;                     // std::hash
-//   std::set<KvString, KvStrongLess> exact;                 // an order without wildcards and
-//   options std::cout << KvDate(2024, 2, 29) << '\n';               // 2024-02-29
+//   std::set<KvString, KvStrongLess> exact;                 // no wildcards, no options
+//   std::cout << KvDate(2024, 2, 29) << '\n';               // 2024-02-29
 //   std::optional<KvString> name = KvFromUtf8("Łódź");
 //   std::string text = KvToUtf8(*name);
 //   auto day = KvToChrono(KvDate(2024, 2, 29));             // std::optional<std::chrono::sys_days>
