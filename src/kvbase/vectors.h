@@ -7,6 +7,8 @@
 #include <cstring>
 #include <utility>
 
+#include "zbsvectors.h"
+
 namespace kv {
 
 template <class Lane, unsigned width>
@@ -19,15 +21,6 @@ template <unsigned width>
 using SignedLanes = typename LanesOf<int, width>::Type;
 template <unsigned width>
 using HalfLanes = typename LanesOf<unsigned short, width>::Type;
-
-// Bytes in the widest vectors that this processor multiplies and shuffles by lanes.
-inline unsigned WidestVectors() {
-#if defined(__x86_64__) || defined(__i386__)
-  if (__builtin_cpu_supports("avx512bw") != 0) return 64;
-  if (__builtin_cpu_supports("avx2") != 0) return 32;
-#endif
-  return 16;
-}
 
 template <unsigned width>
 [[gnu::always_inline]] inline void LoadLanes(Lanes<width>& loaded, const unsigned char* at) {

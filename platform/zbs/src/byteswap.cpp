@@ -2,6 +2,8 @@
 
 #include "byteswap.h"
 
+#include "zbsvectors.h"
+
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
 #endif
@@ -58,8 +60,9 @@ constexpr std::size_t kBlock = 128;
 
 std::size_t CopyReversedBlocks(unsigned char* out, const unsigned char* in, std::size_t bytes,
                                unsigned width) {
-  if (__builtin_cpu_supports("avx2")) return CopyWithAvx2(out, in, bytes, width);
-  if (__builtin_cpu_supports("ssse3")) return CopyWithSsse3(out, in, bytes, width);
+  const VectorSet set = Vectors();
+  if (set >= VectorSet::kAvx2) return CopyWithAvx2(out, in, bytes, width);
+  if (set >= VectorSet::kSsse3) return CopyWithSsse3(out, in, bytes, width);
   return 0;
 }
 #else
