@@ -1,7 +1,6 @@
-// Text beside the C library and what one would use instead: UTF-8 against iconv and ICU, numbers
-// against printf, strtod and <charconv>, the 8-bit strings against strcasecmp in a Latin-1 locale.
+// Text beside the C library and what one would use instead: numbers against printf, strtod and
+// <charconv>, the 8-bit strings against strcasecmp in a Latin-1 locale.
 
-#include <iconv.h>
 #include <locale.h>
 #include <strings.h>
 
@@ -15,88 +14,7 @@
 #include "kv.h"
 #include "pair.h"
 
-#ifdef KV_BENCH_ICU
-#include <unicode/ustring.h>
-#endif
-
 namespace {
-
-// --- UTF-8 ---
-
-constexpr std::size_t kTextBytes = 24000;
-
-std::string AsciiText() {
-  const std::string sentence = "The quick brown fox jumps over the lazy dog, again and again. ";
-  std::string text;
-  while (text.size() < kTextBytes) text += sentence;
-  return text;
-}
-
-// German, French, Polish and Greek by turns: a tenth to a half of the characters are no ASCII.
-std::string EuropeanText() {
-  const std::string sentences =
-      "Zw\xC3\xB6lf Boxk\xC3\xA4mpfer jagen Viktor quer \xC3\xBC"
-      "ber den gro\xC3\x9F"
-      "en Sylter Deich. "
-      "Voix ambigu\xC3\xAB d'un c\xC5\x93ur qui au z\xC3\xA9phyr pr\xC3\xA9"
-      "f\xC3\xA8re les jattes de kiwis. "
-      "Za\xC5\xBC\xC3\xB3\xC5\x82\xC4\x87 g\xC4\x99\xC5\x9Bl\xC4\x85 ja\xC5\xBA\xC5\x84. "
-      "\xCE\x9E\xCE\xB5\xCF\x83\xCE\xBA\xCE\xB5\xCF\x80\xCE\xAC\xCE\xB6\xCF\x89 "
-      "\xCF\x84\xCE\xB7\xCE\xBD. ";
-  std::string text;
-  while (text.size() < kTextBytes) text += sentences;
-  return text;
-}
-
-void RegisterUtf8(const std::string& name, const std::string& text, double goal) {
-  const auto bytes = std::make_shared<std::string>(text);
-  const auto units = std::make_shared<std::vector<unsigned short>>(text.size());
-  const auto encoded = std::make_shared<std::vector<char>>(2 * text.size());
-  const iconv_t decoder = iconv_open("UTF-16LE", "UTF-8");
-  const iconv_t encoder = iconv_open("UTF-8", "UTF-16LE");
-  const auto run = [](iconv_t converter, const void* from, std::size_t fromSize, void* to,
-                      std::size_t toSize) {
-    char* in = static_cast<char*>(const_cast<void*>(from));
-    char* out = static_cast<char*>(to);
-    benchmark::DoNotOptimize(iconv(converter, &in, &fromSize, &out, &toSize));
-    benchmark::ClobberMemory();
-  };
-  const auto decode = [=] {
-    KvString out;
-    benchmark::DoNotOptimize(KvMBS2KvString(bytes->data(), out, static_cast<int>(bytes->size())));
-  };
-  const auto string = std::make_shared<KvString>();
-  KvMBS2KvString(bytes->data(), *string, static_cast<int>(bytes->size()));
-  const auto encode = [=] {
-    benchmark::DoNotOptimize(
-        KvString2KvMBS(*string, encoded->data(), static_cast<int>(encoded->size())));
-    benchmark::ClobberMemory();
-  };
-  const std::string decoding = "UTF-8 to KvString, " + name;
-  const std::string encoding = "KvString to UTF-8, " + name;
-  bench::Pair(decoding, "iconv to UTF-16", goal, decode, [=] {
-    run(decoder, bytes->data(), bytes->size(), units->data(), 2 * units->size());
-  });
-  bench::Pair(encoding, "iconv from UTF-16", goal, encode, [=] {
-    run(encoder, string->StrGet(), 2 * string->Len(), encoded->data(), encoded->size());
-  });
-#ifdef KV_BENCH_ICU
-  bench::Pair(decoding, "u_strFromUTF8", 0, decode, [=] {
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t length;
-    u_strFromUTF8(reinterpret_cast<UChar*>(units->data()), static_cast<int32_t>(units->size()),
-                  &length, bytes->data(), static_cast<int32_t>(bytes->size()), &status);
-    benchmark::ClobberMemory();
-  });
-  bench::Pair(encoding, "u_strToUTF8", 0, encode, [=] {
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t length;
-    u_strToUTF8(encoded->data(), static_cast<int32_t>(encoded->size()), &length,
-                reinterpret_cast<const UChar*>(string->StrGet()), string->Len(), &status);
-    benchmark::ClobberMemory();
-  });
-#endif
-}
 
 // --- Numbers ---
 
@@ -235,8 +153,6 @@ void RegisterCompare(const std::string& name, const std::string& a, const std::s
 }
 
 const bool registered = [] {
-  RegisterUtf8("ASCII", AsciiText(), 5);
-  RegisterUtf8("European", EuropeanText(), 1.5);
   RegisterNumbers();
   const std::string prefix = "donaudampfschifffahrtselektrizit\xE4tenhauptbetriebswerkbau";
   RegisterCompare("59 bytes alike", prefix + "unterbeamter", prefix + "oberbeamter", 3);

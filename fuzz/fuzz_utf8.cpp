@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "../tests/support/vector_sets.h"
 #include "../tests/text/plain_utf8.h"
 #include "kvmbs.h"
 #include "kvstring.h"
@@ -13,9 +14,7 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+void Check(const unsigned char* data, std::size_t size) {
   const auto* bytes = reinterpret_cast<const char*>(data);
   const int count = static_cast<int>(size);
 
@@ -41,5 +40,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   Require(KvString2KvMBS(text, out.data(), static_cast<int>(out.size())) ==
           static_cast<int>(out.size()));
   Require(std::equal(out.begin(), out.end(), encoded.begin()));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  support::WithEachVectorSet([&] { Check(data, size); });
   return 0;
 }

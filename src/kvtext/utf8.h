@@ -3,12 +3,14 @@
 // give character by character.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "kvbase/run.h"
+#include "kvtext/utf8_blocks.h"
 
 namespace kv::utf8 {
 
@@ -126,20 +128,14 @@ inline bool IsAscii(const char* text, std::size_t length) {
 
 // --- Runs ---
 
-struct Progress {
-  std::size_t read = 0;
-  std::size_t written = 0;
-  bool complete = true;  // false: stopped at invalid bytes, or at the end of the room
-};
-
 enum class OnZero : bool { kEnd, kTake };  // at a unit that is zero: end before it, or take it
 
 // Decodes the characters that begin before `stop`, at most `room` of them, from `available` bytes
 // (`stop` <= `available`). Under kEnd no byte before `stop` may be zero, but a long sequence whose
 // low 16 bits are zero still may come.
 template <OnZero onZero>
-inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t available,
-                       unsigned short* out, std::size_t room) {
+inline Progress DecodePlainly(const unsigned char* in, std::size_t stop, std::size_t available,
+                              unsigned short* out, std::size_t room) {
   Progress progress;
   std::size_t& at = progress.read;
   std::size_t& count = progress.written;
@@ -177,8 +173,35 @@ inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t av
   return progress;
 }
 
+// The same by vectors. They stop at what is unusual, and go on behind the stretch that holds it.
+template <OnZero onZero>
+inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t available,
+                       unsigned short* out, std::size_t room) {
+  if (!HasBlocks()) return DecodePlainly<onZero>(in, stop, available, out, room);
+  constexpr std::size_t kStretch = 64;
+  Progress progress;
+  while (progress.read < stop && progress.written < room) {
+    const auto take = [&](const Progress& part) {
+      progress.read += part.read;
+      progress.written += part.written;
+    };
+    take(DecodeBlocks(in + progress.read, stop - progress.read, out + progress.written,
+                      room - progress.written));
+    const std::size_t stretch = std::min(stop - progress.read, kStretch);
+    const Progress part =
+        DecodePlainly<onZero>(in + progress.read, stretch, available - progress.read,
+                              out + progress.written, room - progress.written);
+    take(part);
+    progress.complete = part.complete;
+    if (!part.complete || part.read < stretch) return progress;
+  }
+  progress.complete = progress.read >= stop;
+  return progress;
+}
+
 // Encodes up to `count` units, ending at a zero, into at most `size` bytes, whole characters only.
-inline Progress Encode(const unsigned short* in, std::size_t count, char* out, std::size_t size) {
+inline Progress EncodePlainly(const unsigned short* in, std::size_t count, char* out,
+                              std::size_t size) {
   Progress progress;
   std::size_t& at = progress.read;
   std::size_t& written = progress.written;
@@ -202,25 +225,21 @@ inline Progress Encode(const unsigned short* in, std::size_t count, char* out, s
   return progress;
 }
 
+// The same by vectors, which leave the last stretch to it.
+inline Progress Encode(const unsigned short* in, std::size_t count, char* out, std::size_t size) {
+  const Progress blocks = EncodeBlocks(in, count, out, size);
+  Progress rest = EncodePlainly(in + blocks.read, count - blocks.read, out + blocks.written,
+                                size - blocks.written);
+  rest.read += blocks.read;
+  rest.written += blocks.written;
+  return rest;
+}
+
 // The bytes that Encode writes given the room.
 inline std::size_t EncodedLength(const unsigned short* in, std::size_t count) {
   std::size_t length = 0;
   for (std::size_t at = 0; at < count && in[at] != 0; ++at) length += EncodedLength(in[at]);
   return length;
-}
-
-// Bytes that begin a character, or would.
-inline std::size_t CountLeads(const unsigned char* in, std::size_t length) {
-  constexpr std::uint64_t kEachByte = 0x0101010101010101;
-  std::size_t leads = length;
-  std::size_t at = 0;
-  for (; length - at >= 8; at += 8) {
-    const std::uint64_t word = LoadWord(in + at);
-    const std::uint64_t continuations = (word >> 7) & ~(word >> 6) & kEachByte;
-    leads -= static_cast<std::size_t>(continuations * kEachByte >> 56);
-  }
-  for (; at < length; ++at) leads -= IsContinuation(in[at]) ? 1 : 0;
-  return leads;
 }
 
 }  // namespace kv::utf8

@@ -10,6 +10,7 @@
 #include "kvmbs.h"
 #include "kvstring.h"
 #include "support/host.h"
+#include "support/vector_sets.h"
 #include "text/plain_utf8.h"
 #include "text/random.h"
 
@@ -80,6 +81,39 @@ void CheckDecoders(const std::string& bytes) {
   }
 }
 
+// Random texts, mostly of one script, into buffers of every size.
+void CheckEncoder(Random& random) {
+  for (int round = 0; round < 300; ++round) {
+    std::vector<unsigned short> units(random() % 100 + 1);
+    const unsigned usual = random() % 3 == 0 ? 7 : random() % 2 == 0 ? 11 : 16;
+    std::string whole;
+    std::vector<std::size_t> ends{0};
+    for (unsigned short& unit : units) {
+      const unsigned bits = random() % 40 == 0 ? 16 : random() % 9 == 0 ? 7 : usual;
+      unit = static_cast<unsigned short>((random() >> (32 - bits)) | 1);
+      whole += plain::Encode(unit);
+      ends.push_back(whole.size());
+    }
+    const KvString text(units.data(), static_cast<unsigned short>(units.size()));
+    CHECK(KvMBSLength(text, 65535) == static_cast<int>(whole.size()));
+    for (std::size_t n = 0; n < ends.size(); ++n) {
+      CHECK(KvMBSLength(text, static_cast<unsigned short>(n)) == static_cast<int>(ends[n]));
+    }
+    for (std::size_t size = 0; size < whole.size() + 3; ++size) {
+      CAPTURE(size);
+      const auto buffer = std::make_unique<char[]>(size);
+      std::memset(buffer.get(), '#', size);
+      const int result = KvString2KvMBS(text, buffer.get(), static_cast<int>(size));
+      const std::size_t fit = *std::prev(std::upper_bound(ends.begin(), ends.end(), size));
+      const bool complete = size >= whole.size();
+      CHECK(result == static_cast<int>(complete ? fit : 0) - static_cast<int>(complete ? 0 : fit));
+      CHECK(std::memcmp(buffer.get(), whole.data(), fit) == 0);
+      if (complete && size > whole.size()) CHECK(buffer[whole.size()] == 0);
+      if (!complete && fit < size) CHECK(buffer[fit] == '#');
+    }
+  }
+}
+
 }  // namespace
 
 TEST_CASE("every 16-bit character encodes and decodes as iconv has it") {
@@ -133,9 +167,11 @@ TEST_CASE("one character: the table's rules for every pair of bytes and for long
 
 TEST_CASE("runs decode as their characters do one by one") {
   Random random(2);
-  for (int round = 0; round < 3000; ++round) {
-    CheckDecoders(RandomBytes(random, random() % 400, round % 3 == 0 ? 0 : 200));
-  }
+  support::WithEachVectorSet([&random] {
+    for (int round = 0; round < 3000; ++round) {
+      CheckDecoders(RandomBytes(random, random() % 400, round % 3 == 0 ? 0 : 200));
+    }
+  });
   // Damage and a zero byte at every place of a block.
   for (std::size_t at = 0; at < 40; ++at) {
     for (const char* piece : {"\x80", "\xC3\xA9", "\xE9", "\xF0\x90\x80\x80", "\xFF", "\xC3"}) {
@@ -146,6 +182,46 @@ TEST_CASE("runs decode as their characters do one by one") {
     zero[at] = 0;
     CheckDecoders(zero);
   }
+}
+
+TEST_CASE("a piece of any script, or damage, at every place of the widest block") {
+  // By their last character: well formed, cut, without a lead, overlong, of four bytes.
+  constexpr const char* kPieces[] = {"\xC3\xA9",
+                                     "\xDF\xBF",
+                                     "\xE2\x82\xAC",
+                                     "\xED\xA0\x80",
+                                     "\xEF\xBF\xBF",
+                                     "\xE0\xA0\x80",
+                                     "\xC3",
+                                     "\xE2\x82",
+                                     "\xE2",
+                                     "\xE2"
+                                     "A",
+                                     "\xE2\x82"
+                                     "A",
+                                     "\xE2\xE2\x82\xAC",
+                                     "\x80",
+                                     "\xBF\xBF",
+                                     "\xC0\x80",
+                                     "\xC1\xBF",
+                                     "\xE0\x80\x80",
+                                     "\xE0\x9F\xBF",
+                                     "\xF0\x9F\x98\x80",
+                                     "\xF8\x88\x80\x80\x80",
+                                     "\xFF"};
+  support::WithEachVectorSet([&] {
+    for (const char* filler : {"a", "\xC3\xA4", "\xE4\xB8\xAD"}) {
+      for (const char* piece : kPieces) {
+        for (std::size_t before = 0; before <= 67; ++before) {
+          std::string bytes;
+          while (bytes.size() < before) bytes += before - bytes.size() < 3 ? "a" : filler;
+          CheckDecoders(bytes += piece);
+          while (bytes.size() < before + 66) bytes += filler;
+          CheckDecoders(bytes);
+        }
+      }
+    }
+  });
 }
 
 TEST_CASE("a string takes 32,767 bytes and holds 32,765 characters") {
@@ -178,34 +254,7 @@ TEST_CASE("empty and null input, and a string decoded into itself") {
 
 TEST_CASE("encoding into buffers of every size splits no character") {
   Random random(3);
-  for (int round = 0; round < 300; ++round) {
-    std::vector<unsigned short> units(random() % 40 + 1);
-    std::string whole;
-    std::vector<std::size_t> ends{0};
-    for (unsigned short& unit : units) {
-      const unsigned bits = random() % 4 == 0 ? 16 : random() % 3 == 0 ? 11 : 7;
-      unit = static_cast<unsigned short>((random() >> (32 - bits)) | 1);
-      whole += plain::Encode(unit);
-      ends.push_back(whole.size());
-    }
-    const KvString text(units.data(), static_cast<unsigned short>(units.size()));
-    CHECK(KvMBSLength(text, 65535) == static_cast<int>(whole.size()));
-    for (std::size_t n = 0; n < ends.size(); ++n) {
-      CHECK(KvMBSLength(text, static_cast<unsigned short>(n)) == static_cast<int>(ends[n]));
-    }
-    for (std::size_t size = 0; size < whole.size() + 3; ++size) {
-      CAPTURE(size);
-      const auto buffer = std::make_unique<char[]>(size);
-      std::memset(buffer.get(), '#', size);
-      const int result = KvString2KvMBS(text, buffer.get(), static_cast<int>(size));
-      const std::size_t fit = *std::prev(std::upper_bound(ends.begin(), ends.end(), size));
-      const bool complete = size >= whole.size();
-      CHECK(result == static_cast<int>(complete ? fit : 0) - static_cast<int>(complete ? 0 : fit));
-      CHECK(std::memcmp(buffer.get(), whole.data(), fit) == 0);
-      if (complete && size > whole.size()) CHECK(buffer[whole.size()] == 0);
-      if (!complete && fit < size) CHECK(buffer[fit] == '#');
-    }
-  }
+  support::WithEachVectorSet([&] { CheckEncoder(random); });
 }
 
 TEST_CASE("ASCII in an 8-bit code set goes as it is") {
