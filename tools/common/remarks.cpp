@@ -18,7 +18,7 @@ std::string HexByte(unsigned char byte) {
 }
 
 void OnBlock(const KvString& text, const Bytes& stored, std::optional<unsigned char> language,
-             std::vector<std::string>& remarks) {
+             std::size_t place, std::vector<std::string>& remarks) {
   const unsigned char last = stored.back();
   // An old block of one text has one zero, its end; a present one whose mark is zero has another.
   if (last == 0 && std::count(stored.begin() + 2, stored.end(), 0) == 1) {
@@ -27,7 +27,7 @@ void OnBlock(const KvString& text, const Bytes& stored, std::optional<unsigned c
   }
   if (last != kMark) {
     remarks.push_back("damaged mark " + HexByte(last) + " at offset " +
-                      std::to_string(stored.size() - 1) + ", 0xff belongs there");
+                      std::to_string(place + stored.size() - 1) + ", 0xff belongs there");
   }
   const unsigned char ought = language.value_or(kDefaultLanguage);
   if (!text.IsNullValue() &&
@@ -63,16 +63,16 @@ void OnIndicator(const Bytes& stored, std::vector<std::string>& remarks) {
 }  // namespace
 
 std::vector<std::string> RemarksOn(char id, void* value, const Bytes& stored, unsigned char order,
-                                   std::optional<unsigned char> language) {
+                                   std::optional<unsigned char> language, std::size_t place) {
   std::vector<std::string> remarks;
   if (stored.empty()) return remarks;
   const TypeFacts& facts = FactsOf(id);
   switch (facts.kind) {
     case TextKind::kString:
-      OnBlock(*static_cast<KvString*>(value), stored, language, remarks);
+      OnBlock(*static_cast<KvString*>(value), stored, language, place, remarks);
       break;
     case TextKind::kPlainString:
-      OnBlock(KvString(), stored, kDefaultLanguage, remarks);
+      OnBlock(KvString(), stored, kDefaultLanguage, place, remarks);
       break;
     case TextKind::kBoolean:
       if (stored[0] > 1 && stored[0] != 0xFF) {

@@ -18,8 +18,8 @@ std::string At(std::size_t offset) {
               " values, which take " + std::to_string(width) + " each");
   }
   FailValue(Counted(count, "value takes", "values take") + " " +
-            std::to_string(static_cast<unsigned long long>(count) * width) + " bytes, there are " +
-            std::to_string(size));
+            Counted(static_cast<unsigned long long>(count) * width, "byte", "bytes") +
+            ", there are " + std::to_string(size));
 }
 
 [[noreturn]] void FailMeasuring(char id, const KvMeasured& run, std::size_t size, unsigned count,

@@ -124,7 +124,7 @@ class RecordReader {
       ValueRun value(field.type, 1);
       LoadValue(field.type, value.Data(), stored, order_);
       Show(row, field, value, 0);
-      row.remarks = RemarksOn(field.type, value.Data(), row.bytes, order_, field.language);
+      row.remarks = RemarksOn(field.type, value.Data(), row.bytes, order_, field.language, at_);
       rows.push_back(std::move(row));
       at_ += stored.size();
     }
