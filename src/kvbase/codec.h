@@ -18,6 +18,7 @@
 
 #include "kvbase/format.h"
 #include "kvbase/three_way.h"
+#include "kvbase/unit.h"
 
 namespace kv {
 
@@ -106,24 +107,11 @@ constexpr bool CanBeStored(Member member) {
 // One number from form to form.
 template <unsigned width>
 inline void CopyNumber(unsigned char* destination, const unsigned char* source, bool turned) {
-  static_assert(width == 1 || width == 2 || width == 4 || width == 8, "no number is so wide");
-  if (!turned || width == 1) {
+  if (turned) {
+    const auto word = ReadUnit<typename UnsignedOf<width>::Type>(source, true);
+    std::memcpy(destination, &word, width);
+  } else {
     std::memcpy(destination, source, width);
-  } else if constexpr (width == 2) {
-    std::uint16_t word;
-    std::memcpy(&word, source, 2);
-    word = __builtin_bswap16(word);
-    std::memcpy(destination, &word, 2);
-  } else if constexpr (width == 4) {
-    std::uint32_t word;
-    std::memcpy(&word, source, 4);
-    word = __builtin_bswap32(word);
-    std::memcpy(destination, &word, 4);
-  } else if constexpr (width == 8) {
-    std::uint64_t word;
-    std::memcpy(&word, source, 8);
-    word = __builtin_bswap64(word);
-    std::memcpy(destination, &word, 8);
   }
 }
 

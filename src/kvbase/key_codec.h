@@ -25,50 +25,21 @@
 
 #include "kvbase.h"
 #include "kvbase/codec.h"
+#include "kvbase/unit.h"
 #include "zbshost.h"
 
 namespace kv {
 
-template <unsigned width>
-struct UnsignedOf;
-template <>
-struct UnsignedOf<1> {
-  using Type = std::uint8_t;
-};
-template <>
-struct UnsignedOf<2> {
-  using Type = std::uint16_t;
-};
-template <>
-struct UnsignedOf<4> {
-  using Type = std::uint32_t;
-};
-template <>
-struct UnsignedOf<8> {
-  using Type = std::uint64_t;
-};
-
 // Most significant byte first, whatever the host's order is.
 template <std::unsigned_integral Word>
 inline void PutWord(unsigned char* key, Word word) {
-  if constexpr (!kHostIsBig) {
-    if constexpr (sizeof word == 2) word = __builtin_bswap16(word);
-    if constexpr (sizeof word == 4) word = __builtin_bswap32(word);
-    if constexpr (sizeof word == 8) word = __builtin_bswap64(word);
-  }
+  if constexpr (!kHostIsBig) word = Reversed(word);
   std::memcpy(key, &word, sizeof word);
 }
 
 template <std::unsigned_integral Word>
 inline Word GetWord(const unsigned char* key) {
-  Word word;
-  std::memcpy(&word, key, sizeof word);
-  if constexpr (!kHostIsBig) {
-    if constexpr (sizeof word == 2) word = __builtin_bswap16(word);
-    if constexpr (sizeof word == 4) word = __builtin_bswap32(word);
-    if constexpr (sizeof word == 8) word = __builtin_bswap64(word);
-  }
-  return word;
+  return ReadUnit<Word>(key, !kHostIsBig);
 }
 
 // A whole number.
@@ -95,7 +66,7 @@ struct NumberKey {
     if constexpr (sizeof(T) == 2) {
       values = (values & kLowBytes) << 8 | (values >> 8 & kLowBytes);
     } else if constexpr (sizeof(T) != 1) {
-      values = std::rotl(__builtin_bswap64(values), sizeof(T) == 4 ? 32 : 0);
+      values = std::rotl(Reversed(values), sizeof(T) == 4 ? 32 : 0);
     }
     return values ^ kTurnedEach;
   }

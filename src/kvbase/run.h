@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kvbase/unit.h"
 #include "zbshost.h"
 
 namespace kv {
@@ -26,9 +27,7 @@ constexpr unsigned VisibleElements(unsigned length, unsigned stride, unsigned co
 // Eight bytes as a word, the first byte the least significant one on every host: the position of a
 // byte in memory is its position from the bottom of the word.
 inline std::uint64_t LoadWord(const unsigned char* at) {
-  std::uint64_t word;
-  std::memcpy(&word, at, sizeof word);
-  return kHostIsBig ? __builtin_bswap64(word) : word;
+  return ReadUnit<std::uint64_t>(at, kHostIsBig);
 }
 
 // Whether one of the units that a word holds is zero.

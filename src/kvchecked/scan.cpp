@@ -208,7 +208,7 @@ unsigned FirstWithoutPlace(const KvString& text) {
   if (!KvIsWideCodeSet(text.GetCodeSet())) return length;
   const unsigned char plain = KvString::GetDefault8CodeSet();
   for (unsigned i = 0; i < length; ++i) {
-    const unsigned short unit = kv::ReadUnit(text.StrGet(), true, i);
+    const unsigned short unit = kv::UnitAt(text.StrGet(), true, i);
     unsigned char byte[2] = {};
     unsigned short back[2] = {};
     kv::ConvertUnits(byte, plain, &unit, text.GetCodeSet(), 1);

@@ -156,7 +156,7 @@ template <class Units1, class Units2>
 int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp, unsigned passed = 0) {
   Levels levels(cmpOp);
   const bool skipSpaces = (cmpOp & kvCompareSkipSpaces) != 0;
-  if (skipSpaces || text1.codeSet == kOrderCodeSet || text2.codeSet == kOrderCodeSet) {
+  if (skipSpaces || text1.codeSet == kvCodeSetOrders || text2.codeSet == kvCodeSetOrders) {
     return CompareOrders(OrderCursor(text1), OrderCursor(text2), skipSpaces, levels);
   }
   return WithUnits(text1, text2, [&](auto units1, auto units2) {
@@ -227,7 +227,7 @@ OrderCursor::OrderCursor(const Text& given, unsigned char language)
       language_(language),
       width_(KvIsWideCodeSet(given.codeSet) ? 2 : 1),
       isReversed_(IsReversed(given)),
-      isOrders_(given.codeSet == kOrderCodeSet) {}
+      isOrders_(given.codeSet == kvCodeSetOrders) {}
 
 unsigned short OrderCursor::NextOfRun() {
   const ContractionLinks links(language_);

@@ -4,8 +4,7 @@
 // are compared and hashed where they lie.
 #pragma once
 
-#include <cstring>
-
+#include "kvbase/unit.h"
 #include "zinorder.h"
 
 class KvString;
@@ -21,8 +20,20 @@ struct Text {
   unsigned length = kToTerminator;  // units; a zero unit ends the text before that
   unsigned char byteOrder = 1;      // 2: 16-bit units are reversed
 
-  bool IsNull() const { return language == 254 || (codeSet == 254 && language == 0); }
+  bool IsNull() const {
+    return language == kvLanguageNull || (codeSet == kvCodeSetOrders && language == 0);
+  }
 };
+
+// Whether 16-bit units lie the other way round than the host has them. The low four bits of a byte
+// order say it, as in a format byte, but the order of a text in memory is relative to memory: on
+// every host 2 is reversed.
+constexpr bool IsReversed(unsigned char byteOrder) {
+  return (byteOrder & 0x0F) == 2;
+}
+constexpr bool IsReversed(const Text& text) {
+  return IsReversed(text.byteOrder);
+}
 
 // The sort class of a language as every code set has it.
 constexpr unsigned char SortClassOf(unsigned char language) {
@@ -103,9 +114,7 @@ class OrderCursor {
   unsigned short Unit() const {
     if (position_ == end_) return 0;
     if (width_ == 1) return *position_;
-    unsigned short unit;
-    std::memcpy(&unit, position_, 2);
-    return isReversed_ ? __builtin_bswap16(unit) : unit;
+    return ReadUnit<unsigned short>(position_, isReversed_);
   }
 
   const unsigned char* position_;

@@ -16,19 +16,12 @@ namespace kv {
 // Whether the process has named any wildcard.
 extern bool wildcardsInUse;
 
-// Texts whose units are collation orders.
-inline constexpr unsigned char kOrderCodeSet = 254;
-
 // As CompareTexts, for any two texts.
 int CompareInGeneral(const Text& text1, const Text& text2, unsigned short cmpOp,
                      unsigned short maxLength);
 // Goes on by order words in two resolved texts that compare by units and whose first `passed` units
 // are the same: -1, 0 or 1.
 int CompareWordsFrom(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp);
-
-inline bool IsReversed(const Text& text) {
-  return (text.byteOrder & 0x0F) == 2;
-}
 
 inline const unsigned char* BeginOf(const Text& text) {
   return static_cast<const unsigned char*>(text.units);
@@ -44,7 +37,7 @@ inline int Sign(unsigned value1, unsigned value2) {
 inline bool ComparesByUnits(unsigned char codeSet1, unsigned char language1, unsigned char codeSet2,
                             unsigned char language2, unsigned short cmpOp) {
   return codeSet1 == codeSet2 && language1 == language2 && codeSet1 != kvCodeSetBytes &&
-         codeSet1 < kOrderCodeSet && language1 < 254 &&
+         codeSet1 < kvCodeSetOrders && language1 < 254 &&
          (cmpOp & (kvCompareSkipSpaces | kvCompareKeyOrder)) == 0 && !wildcardsInUse;
 }
 
@@ -56,13 +49,6 @@ struct Difference {
   Unit unit2;
 };
 
-template <class Unit>
-inline Unit LoadUnit(const unsigned char* text, std::size_t at) {
-  Unit unit;
-  std::memcpy(&unit, text + at * sizeof unit, sizeof unit);
-  return unit;
-}
-
 // In texts that only their terminators end, which may not be read in words.
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> DifferenceOfTerminated(const unsigned char* text1,
@@ -70,8 +56,8 @@ template <class Unit>
   Unit unit1;
   Unit unit2;
   const auto same = [&](std::size_t at) {
-    unit1 = LoadUnit<Unit>(text1, at);
-    unit2 = LoadUnit<Unit>(text2, at);
+    unit1 = ReadUnit<Unit>(text1 + at * sizeof(Unit));
+    unit2 = ReadUnit<Unit>(text2 + at * sizeof(Unit));
     return unit1 == unit2 && unit1 != 0;
   };
   std::size_t at = 0;
@@ -86,17 +72,12 @@ template <class Unit>
                                                                    const unsigned char* text2,
                                                                    unsigned length2,
                                                                    bool reversed) {
-  const auto inOrder = [=](Unit unit) -> Unit {
-    if constexpr (sizeof unit == 2) {
-      if (reversed) return __builtin_bswap16(unit);
-    }
-    return unit;
-  };
+  const auto inOrder = [=](Unit unit) { return reversed ? Reversed(unit) : unit; };
   Unit unit1;
   Unit unit2;
   const auto same = [&](std::size_t at) {
-    unit1 = LoadUnit<Unit>(text1, at);
-    unit2 = LoadUnit<Unit>(text2, at);
+    unit1 = ReadUnit<Unit>(text1 + at * sizeof(Unit));
+    unit2 = ReadUnit<Unit>(text2 + at * sizeof(Unit));
     return unit1 == unit2 && unit1 != 0;
   };
   const std::size_t shared = std::min(length1, length2);
@@ -113,8 +94,8 @@ template <class Unit>
   for (; at < shared; ++at) {
     if (!same(at)) return {at, inOrder(unit1), inOrder(unit2)};
   }
-  unit1 = at < length1 ? LoadUnit<Unit>(text1, at) : Unit{0};
-  unit2 = at < length2 ? LoadUnit<Unit>(text2, at) : Unit{0};
+  unit1 = at < length1 ? ReadUnit<Unit>(text1 + at * sizeof(Unit)) : Unit{0};
+  unit2 = at < length2 ? ReadUnit<Unit>(text2 + at * sizeof(Unit)) : Unit{0};
   return {at, inOrder(unit1), inOrder(unit2)};
 }
 

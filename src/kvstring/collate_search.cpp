@@ -126,7 +126,7 @@ Beginning BeginsWithWords(Units1 text, Units2 pattern, unsigned mask) {
 // have too, at the same place.
 bool IsPlainPattern(const Text& text, const Text& pattern, unsigned short cmpOp) {
   if ((cmpOp & kvCompareSkipSpaces) != 0) return false;
-  if (text.codeSet == kOrderCodeSet || pattern.codeSet == kOrderCodeSet) return false;
+  if (text.codeSet == kvCodeSetOrders || pattern.codeSet == kvCodeSetOrders) return false;
   return (cmpOp & kNoWildcards) != 0 || !wildcardsInUse || !HasWildcard(pattern);
 }
 
@@ -156,7 +156,8 @@ class FirstUnits {
       if (isShort_ && !IsReversed(text)) position = Skip(BeginOf(text), position, length);
       const unsigned last = std::min(length, position + kBlock);
       for (; position < last; ++position) {
-        if (Has(UnitAt(text, position))) return position;
+        if (Has(ReadUnit<Unit>(BeginOf(text) + position * sizeof(Unit), IsReversed(text))))
+          return position;
       }
     }
     return length;
@@ -168,15 +169,6 @@ class FirstUnits {
   static constexpr unsigned kLast =
       sizeof(Unit) == 1 ? 255 : 511;  // the rest counts as one of them
   static constexpr unsigned kWorthwhile = 4 * kBlock + kLast;
-
-  static Unit UnitAt(const Text& text, unsigned position) {
-    Unit unit;
-    std::memcpy(&unit, BeginOf(text) + position * sizeof(Unit), sizeof unit);
-    if constexpr (sizeof unit == 2) {
-      if (IsReversed(text)) return __builtin_bswap16(unit);
-    }
-    return unit;
-  }
 
   // Fills the list, unless there are too many.
   void List() {

@@ -80,14 +80,7 @@ class Units {
   }
 
  private:
-  Unit Load(const unsigned char* at) const {
-    Unit unit;
-    std::memcpy(&unit, at, sizeof unit);
-    if constexpr (sizeof unit == 2) {
-      if (isReversed_) return __builtin_bswap16(unit);
-    }
-    return unit;
-  }
+  Unit Load(const unsigned char* at) const { return ReadUnit<Unit>(at, isReversed_); }
 
   const unsigned char* position_;
   Table table_;

@@ -36,16 +36,6 @@ unsigned char* Writable(const void* text) {
   return const_cast<unsigned char*>(static_cast<const unsigned char*>(text));
 }
 
-unsigned short Swapped(unsigned short unit) {
-  return static_cast<unsigned short>(unit << 8 | unit >> 8);
-}
-
-// The low four bits say it, as in a format byte. But the order of a text in memory is relative to
-// memory: 2 is the other way round than the host has its units, on every host.
-bool IsReversed(unsigned char byteOrder) {
-  return (byteOrder & 0x0F) == 2;
-}
-
 // Hands what a case mapping made beyond the first unit to the iterator.
 KvChar WithOverflow(const unsigned short* mapped, unsigned count, const KvChar& source,
                     KvStringIterator* overflow) {
@@ -120,8 +110,8 @@ KvChar KvChar::Detached() {
 unsigned short KvChar::Value() const {
   if (position_ == nullptr) return value_;
   const bool wide = KvIsWideCodeSet(codeSet_);
-  const unsigned short unit = kv::ReadUnit(position_, wide);
-  return wide && kv::IsReversed(byteOrder_) ? kv::Swapped(unit) : unit;
+  const unsigned short unit = kv::UnitAt(position_, wide);
+  return wide && kv::IsReversed(byteOrder_) ? kv::Reversed(unit) : unit;
 }
 
 KvChar& KvChar::operator=(const KvChar& source) {
@@ -148,7 +138,7 @@ KvChar& KvChar::operator=(unsigned short unit) {
     value_ = wide ? unit : static_cast<unsigned char>(unit);
   } else if (position_ != kv::kEmptyText) {
     const bool isReversed = wide && kv::IsReversed(byteOrder_);
-    kv::WriteUnit(position_, wide, 0, isReversed ? kv::Swapped(unit) : unit);
+    kv::WriteUnit(position_, wide, 0, isReversed ? kv::Reversed(unit) : unit);
   }
   return *this;
 }
@@ -170,26 +160,26 @@ unsigned short KvChar::PropertyOrder() const {
 }
 
 bool KvChar::IsSpace() const {
-  return PropertyOrder() < 80;
+  return PropertyOrder() < kv::kFirstSymbolOrder;
 }
 
 bool KvChar::IsSymbol() const {
   const unsigned short order = PropertyOrder();
-  return order >= 80 && order < 16128;
+  return order >= kv::kFirstSymbolOrder && order < kv::kFirstDigitOrder;
 }
 
 bool KvChar::IsDigit() const {
   const unsigned short order = PropertyOrder();
-  return order >= 16128 && order < 16384;
+  return order >= kv::kFirstDigitOrder && order < kv::kFirstLetterOrder;
 }
 
 bool KvChar::IsAlpha() const {
   const unsigned short order = PropertyOrder();
-  return order >= 16384 && order < 32768;
+  return order >= kv::kFirstLetterOrder && order < kv::kFirstOtherOrder;
 }
 
 bool KvChar::IsHan() const {
-  return PropertyOrder() >= 32768;
+  return PropertyOrder() >= kv::kFirstOtherOrder;
 }
 
 KvChar KvChar::ToLower(KvStringIterator* overflow) const {
@@ -386,7 +376,7 @@ void KvStringIterator::Step(unsigned short forward) {
 
 bool KvStringIterator::IsEOS() const {
   if (overflow_ != nullptr) return false;
-  return position_ == nullptr || kv::ReadUnit(position_, Width() == 2) == 0;
+  return position_ == nullptr || kv::UnitAt(position_, Width() == 2) == 0;
 }
 
 void KvStringIterator::SetOverflow(KvWCharList* list, unsigned char codeSet) {

@@ -236,11 +236,11 @@ unsigned short KvString::Len() const {
 
 bool KvString::IsEmpty() const {
   return bufferSize_ < kv::UnitWidth(codeSet_) ||
-         kv::ReadUnit(buffer_, KvIsWideCodeSet(codeSet_)) == 0;
+         kv::UnitAt(buffer_, KvIsWideCodeSet(codeSet_)) == 0;
 }
 
 bool KvString::IsNullValue() const {
-  return language_ == kvLanguageNull || (codeSet_ == 254 && language_ == 0);
+  return language_ == kvLanguageNull || (codeSet_ == kvCodeSetOrders && language_ == 0);
 }
 
 const char* KvString::StrGet() const {

@@ -66,7 +66,7 @@ bool MapsInPlace(const KvString& text, unsigned length, const UnitMapper& mapper
     const unsigned blockEnd = std::min(index + 2 * kAsciiBlock / width, length);
     for (; index < blockEnd; ++index) {
       unsigned short mapped[3];
-      const unsigned short unit = ReadUnit(units, wide, index);
+      const unsigned short unit = UnitAt(units, wide, index);
       if (unit >= 0x80 && mapper.Map(unit, mapped) != 1) return false;
     }
   }
@@ -89,7 +89,7 @@ void MapCaseInPlace(KvString& text, unsigned length, const UnitMapper& mapper) {
     const unsigned blockEnd = std::min(index + kAsciiBlock / width, length);
     for (; index < blockEnd; ++index) {
       unsigned short mapped[3];
-      mapper.Map(ReadUnit(units, wide, index), mapped);
+      mapper.Map(UnitAt(units, wide, index), mapped);
       WriteUnit(units, wide, index, mapped[0]);
     }
   }

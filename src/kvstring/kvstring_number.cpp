@@ -36,7 +36,7 @@ struct NarrowNumber {
   explicit NarrowNumber(const char* units) {
     unsigned length = 0;
     unsigned index = 0;
-    const auto unit = [&] { return ReadUnit(units, true, index); };
+    const auto unit = [&] { return UnitAt(units, true, index); };
     while (IsBlank(unit())) ++index;
     if (unit() == '-' || unit() == '+') {
       text[length++] = static_cast<char>(unit());

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "kvstring.h"
+#include "zinorder.h"
 
 namespace kv {
 
@@ -13,16 +14,13 @@ namespace {
 
 enum class OrderClass { kSpace, kSymbol, kDigit, kLetter, kIdeographic };
 
-constexpr unsigned kFirstSymbol = 80;
-constexpr unsigned kFirstDigit = 16128;
-constexpr unsigned kFirstLetter = 16384;
 constexpr unsigned kUndefinedIndicator = 13;
 
 OrderClass Classify(unsigned short order, unsigned char language) {
-  if (order >= 0x8000 || (language & 0x7F) >= 20) return OrderClass::kIdeographic;
-  if (order >= kFirstLetter) return OrderClass::kLetter;
-  if (order >= kFirstDigit) return OrderClass::kDigit;
-  return order >= kFirstSymbol ? OrderClass::kSymbol : OrderClass::kSpace;
+  if (order >= kFirstOtherOrder || (language & 0x7F) >= 20) return OrderClass::kIdeographic;
+  if (order >= kFirstLetterOrder) return OrderClass::kLetter;
+  if (order >= kFirstDigitOrder) return OrderClass::kDigit;
+  return order >= kFirstSymbolOrder ? OrderClass::kSymbol : OrderClass::kSpace;
 }
 
 struct Letter {
@@ -35,7 +33,7 @@ struct Letter {
 // kvBadArgument when the order is negative as a signed number. Every other order decodes, whether
 // it is a letter's or not.
 int DecodeLetter(unsigned short order, Letter& letter) {
-  if (order >= 0x8000) return kvBadArgument;
+  if (order >= kFirstOtherOrder) return kvBadArgument;
   letter.isUpper = (order >> 12 & 3) == 0;
   letter.accent = order >> 7 & 31;
   letter.character = static_cast<unsigned char>((order >> 2 & 31) + 62 + (letter.isUpper ? 0 : 32));
@@ -165,7 +163,7 @@ unsigned char FindAccented(unsigned short order) {
 }
 
 unsigned DigitOf(unsigned short order) {
-  return ((order & 0xFFFEu) - kFirstDigit) / 10;
+  return ((order & 0xFFFEu) - kFirstDigitOrder) / 10;
 }
 
 void ConvertLetter(unsigned short order, unsigned char& ch, bool findAccented, const char** name) {
@@ -189,7 +187,7 @@ void DescribeLetter(unsigned short order, KvString& text) {
 
 void DescribeSymbol(unsigned short order, KvString& text) {
   text = "symbol ";
-  const Symbol* symbol = FindSymbol(order - kFirstSymbol);
+  const Symbol* symbol = FindSymbol(order - kFirstSymbolOrder);
   if (symbol != nullptr) text << symbol->name;
 }
 
@@ -220,7 +218,7 @@ int KvConvertOrderToChar(unsigned short order, unsigned char language, unsigned 
       ch = ' ';
       break;
     case kv::OrderClass::kSymbol: {
-      const kv::Symbol* symbol = kv::FindSymbol(order - kv::kFirstSymbol);
+      const kv::Symbol* symbol = kv::FindSymbol(order - kv::kFirstSymbolOrder);
       if (symbol != nullptr) ch = static_cast<unsigned char>(symbol->character);
       break;
     }
@@ -257,14 +255,14 @@ int KvConvertOrderToString(unsigned short order, unsigned char language, KvStrin
 }
 
 int KvExtractDigitFromOrder(unsigned short order, unsigned short& digit, unsigned short& expand) {
-  if (order < kv::kFirstDigit || order >= kv::kFirstLetter) return kvBadArgument;
+  if (order < kv::kFirstDigitOrder || order >= kv::kFirstLetterOrder) return kvBadArgument;
   digit = static_cast<unsigned short>(kv::DigitOf(order));
   expand = order & 1;
   return kvOk;
 }
 
 int KvExtractSymbolFromOrder(unsigned short order, unsigned short& symbol) {
-  if (order < kv::kFirstSymbol || order >= kv::kFirstDigit) return kvBadArgument;
-  symbol = static_cast<unsigned short>(order - kv::kFirstSymbol);
+  if (order < kv::kFirstSymbolOrder || order >= kv::kFirstDigitOrder) return kvBadArgument;
+  symbol = static_cast<unsigned short>(order - kv::kFirstSymbolOrder);
   return kvOk;
 }

@@ -48,7 +48,7 @@ unsigned WideLength(const unsigned char* text, unsigned limit) {
   while (index + kUnitsAWord <= limit && !HasZeroUnit<unsigned short>(LoadWord(text + 2 * index))) {
     index += kUnitsAWord;
   }
-  while (index < limit && ReadUnit(text, true, index) != 0) ++index;
+  while (index < limit && UnitAt(text, true, index) != 0) ++index;
   return index;
 }
 
@@ -111,11 +111,11 @@ void PlaceSource(BlockWriter& writer, const StringEdit& edit, unsigned char targ
   const bool asItIs = wide == KvIsWideCodeSet(targetCodeSet) &&
                       (edit.codeSet == targetCodeSet || edit.codeSet == 0);
   if (edit.repeat != 1) {
-    unsigned short unit = ReadUnit(source, wide);
+    unsigned short unit = UnitAt(source, wide);
     if (!asItIs) {
       unsigned short mapped = 0;
       ConvertUnits(&mapped, targetCodeSet, source, edit.codeSet, 1);
-      unit = ReadUnit(&mapped, KvIsWideCodeSet(targetCodeSet));
+      unit = UnitAt(&mapped, KvIsWideCodeSet(targetCodeSet));
     }
     writer.Fill(unit, edit.repeat);
   } else if (!asItIs) {
@@ -158,7 +158,7 @@ unsigned TextLength(const void* text, bool wide) {
   if (text == nullptr) return 0;
   if (!wide) return static_cast<unsigned>(std::strlen(static_cast<const char*>(text)));
   unsigned length = 0;
-  while (ReadUnit(text, true, length) != 0) ++length;
+  while (UnitAt(text, true, length) != 0) ++length;
   return length;
 }
 
@@ -168,7 +168,7 @@ unsigned ConvertUnits(void* target, unsigned char targetCodeSet, const void* sou
   const bool wideTarget = KvIsWideCodeSet(targetCodeSet);
   const KvCodeSet* codeSet = KvLanguageContext::QueryCodeSet(targetCodeSet);
   for (unsigned index = 0; index < count; ++index) {
-    unsigned short unit = ReadUnit(source, wideSource, index);
+    unsigned short unit = UnitAt(source, wideSource, index);
     if (unit == 0) return index;
     // Every code set begins with ASCII.
     if (unit >= 0x80) unit = codeSet->MapFrom(unit, sourceCodeSet);
@@ -209,7 +209,7 @@ void StringAccess::Replace(KvString& string, unsigned char* buffer, unsigned siz
 bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
   // A put of no units may point at the end of a buffer: nothing is read from it.
   if (edit.mode != EditMode::kPut &&
-      (edit.text == nullptr || ReadUnit(edit.text, KvIsWideCodeSet(edit.codeSet)) == 0)) {
+      (edit.text == nullptr || UnitAt(edit.text, KvIsWideCodeSet(edit.codeSet)) == 0)) {
     return true;
   }
 

@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "kvbase/unit.h"
 #include "kvstring.h"
 #include "kvstring/collate.h"
 
@@ -26,12 +27,10 @@ constexpr unsigned MaximumLength(unsigned char codeSet) {
 // What stands for the text of a string without a buffer. Never written to.
 alignas(8) inline constexpr unsigned char kEmptyText[8] = {};
 
-// One unit of a text that need not be aligned.
-inline unsigned short ReadUnit(const void* text, bool wide, unsigned index = 0) {
-  if (!wide) return static_cast<const unsigned char*>(text)[index];
-  unsigned short unit;
-  std::memcpy(&unit, static_cast<const unsigned char*>(text) + 2 * index, 2);
-  return unit;
+// One unit of a text of either width, which need not be aligned.
+inline unsigned short UnitAt(const void* text, bool wide, unsigned index = 0) {
+  const auto* bytes = static_cast<const unsigned char*>(text);
+  return wide ? ReadUnit<unsigned short>(bytes + 2 * index) : bytes[index];
 }
 
 inline void WriteUnit(void* text, bool wide, unsigned index, unsigned short unit) {

@@ -22,7 +22,7 @@ constexpr auto kByteCodes = [] {
     }
   };
   add(1, 190);
-  add(kDigitOrder, kBytePrimaries - 1);
+  add(kFirstDigitOrder, kBytePrimaries - 1);
   return codes;
 }();
 
@@ -132,7 +132,7 @@ class TextKeyWriter {
   // The leading byte and level 1, but for what an order from 8000 on waits for at the end.
   void PutBeginning() {
     sink_.Put(0x01);
-    const bool isByUnits = text_.codeSet != kOrderCodeSet && (cmpOp_ & kvCompareSkipSpaces) == 0;
+    const bool isByUnits = text_.codeSet != kvCodeSetOrders && (cmpOp_ & kvCompareSkipSpaces) == 0;
     if (!isByUnits) return AddOrders(text_);
     if (KvIsWideCodeSet(text_.codeSet)) {
       AddUnits(WidesOf(text_));
@@ -192,7 +192,7 @@ class TextKeyWriter {
   void Add(unsigned weight) {
     const unsigned primary = weight >> 16;
     AddPrimary(primary);
-    if (!IsPlain(weight) || primary >= kOtherScripts) Note(weight);
+    if (!IsPlain(weight) || primary >= kFirstOtherOrder) Note(weight);
     before_ = primary;
     ++position_;
   }
@@ -204,7 +204,7 @@ class TextKeyWriter {
       waiting_ = 0;
       if (following == Following::kFirstHalf || following == Following::kSecondHalf) return;
     }
-    if (primary >= kOtherScripts) {
+    if (primary >= kFirstOtherOrder) {
       waiting_ = primary;
     } else if (primary < kBytePrimaries && kByteCodes[primary] != 0) {
       sink_.Put(kByteCodes[primary]);
@@ -321,7 +321,7 @@ template <class Units, class EightFrom>
 
 unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key,
                             const unsigned char* room) {
-  if (text.codeSet != kOrderCodeSet && (cmpOp & kvCompareSkipSpaces) == 0) {
+  if (text.codeSet != kvCodeSetOrders && (cmpOp & kvCompareSkipSpaces) == 0) {
     unsigned char* const quick =
         KvIsWideCodeSet(text.codeSet)
             ? WriteQuickly(text, WidesOf(text), EightWideUnits, cmpOp, key, room)

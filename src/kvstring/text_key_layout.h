@@ -41,8 +41,7 @@ struct LevelOneCode {
 };
 
 inline constexpr unsigned char kLevelOneEnd = 0x00;
-inline constexpr unsigned kFirstLetter = 0x400C;  // A
-inline constexpr unsigned kOtherScripts = 0x8000;
+inline constexpr unsigned kOrderOfA = 0x400C;
 inline constexpr unsigned kFarScripts = 0x8B80;
 
 // A lead with the number of a code behind it.
@@ -55,8 +54,10 @@ struct LevelOneLead {
 
 // Where the codes are that do not follow from a formula, by primary half.
 inline constexpr LevelOneLead kLevelOneLeads[] = {
-    {0x01, 2, 1, 8},    {0x04, 2, 11, 13},    {0x06, 2, 15, 32},      {0x08, 2, 34, 66},
-    {0x0A, 2, 68, 111}, {0x5A, 2, 191, 2238}, {0x62, 3, 2239, 16127}, {0x77, 2, 0x4000, 0x400B},
+    {0x01, 2, 1, 8},        {0x04, 2, 11, 13},
+    {0x06, 2, 15, 32},      {0x08, 2, 34, 66},
+    {0x0A, 2, 68, 111},     {0x5A, 2, 191, 2238},
+    {0x62, 3, 2239, 16127}, {0x77, 2, kFirstLetterOrder, 0x400B},
 };
 struct LevelOneByte {
   unsigned char byte;
@@ -67,7 +68,6 @@ inline constexpr LevelOneByte kLevelOneBytes[] = {
     {0x02, 9, 10}, {0x05, 14, 14}, {0x07, 33, 33}, {0x09, 67, 67}, {0x0B, 112, 190},
 };
 inline constexpr unsigned char kDigitByte = 0x63;
-inline constexpr unsigned kDigitOrder = 0x3F00;
 inline constexpr unsigned char kLetterByte = 0x78;
 inline constexpr unsigned char kNearScriptByte = 0xCF;
 inline constexpr unsigned char kFarScriptByte = 0xFD;
@@ -79,7 +79,7 @@ constexpr LevelOneCode CountedCode(unsigned lead, unsigned size, unsigned number
 }
 
 constexpr LevelOneCode DigitCode(unsigned primary) {
-  const unsigned number = primary - kDigitOrder;
+  const unsigned number = primary - kFirstDigitOrder;
   const unsigned digit = number / 10 < 9 ? number / 10 : 9;
   const auto lead = static_cast<unsigned char>(kDigitByte + 2 * digit);
   if (number == 10 * digit) return {{lead, 0, 0}, 1};
@@ -88,11 +88,11 @@ constexpr LevelOneCode DigitCode(unsigned primary) {
 
 // The code of a primary half between 1 and 7FFF.
 constexpr LevelOneCode CodeOf(unsigned primary) {
-  if (primary >= kFirstLetter) {
-    const unsigned letter = (primary - kFirstLetter) >> 2 & 0x1F;
+  if (primary >= kOrderOfA) {
+    const unsigned letter = (primary - kOrderOfA) >> 2 & 0x1F;
     return {{static_cast<unsigned char>(kLetterByte + 3 * letter + (primary & 3)), 0, 0}, 1};
   }
-  if (primary >= kDigitOrder && primary < 0x4000) return DigitCode(primary);
+  if (primary >= kFirstDigitOrder && primary < kFirstLetterOrder) return DigitCode(primary);
   for (const LevelOneByte& entry : kLevelOneBytes) {
     if (primary >= entry.first && primary <= entry.last) {
       return {{static_cast<unsigned char>(entry.byte + primary - entry.first), 0, 0}, 1};
@@ -110,15 +110,15 @@ constexpr LevelOneCode CodeOf(unsigned primary) {
 enum class Following : unsigned char { kLess, kFirstHalf, kSecondHalf, kMore };
 
 constexpr Following FollowingOf(unsigned primary) {
-  if (primary < kOtherScripts) return Following::kLess;
-  if (primary == kOtherScripts) return Following::kFirstHalf;
-  return primary == kOtherScripts + 2 ? Following::kSecondHalf : Following::kMore;
+  if (primary < kFirstOtherOrder) return Following::kLess;
+  if (primary == kFirstOtherOrder) return Following::kFirstHalf;
+  return primary == kFirstOtherOrder + 2 ? Following::kSecondHalf : Following::kMore;
 }
 
 constexpr LevelOneCode ScriptCode(unsigned primary, Following following) {
   const auto next = static_cast<unsigned>(following);
   if (primary < kFarScripts) {
-    return CountedCode(kNearScriptByte, 2, 4 * (primary - kOtherScripts) + next);
+    return CountedCode(kNearScriptByte, 2, 4 * (primary - kFirstOtherOrder) + next);
   }
   return CountedCode(kFarScriptByte, 3, 4 * (primary - kFarScripts) + next);
 }
@@ -173,13 +173,13 @@ constexpr bool IsVariant(unsigned weight) {
   return (weight & kExtensionBits) != 0;
 }
 constexpr bool IsLetter(unsigned primary) {
-  return primary >= 0x4000 && primary < 0x8000;
+  return primary >= kFirstLetterOrder && primary < kFirstOtherOrder;
 }
 
 // Scripts with capitals, by the first order of their characters; elsewhere what has no case is the
 // rule. (Latin Extended-B, Greek to Armenian, Latin Extended Additional and Greek Extended.)
 constexpr bool IsCasedScript(unsigned primary) {
-  const unsigned character = 2 * (primary - kOtherScripts);
+  const unsigned character = 2 * (primary - kFirstOtherOrder);
   return (character >= 0x0180 && character < 0x0250) ||
          (character >= 0x0370 && character < 0x0590) || (character >= 0x1E00 && character < 0x2000);
 }
@@ -190,8 +190,8 @@ constexpr bool IsCasedScript(unsigned primary) {
 constexpr unsigned PlainCase(unsigned weight, unsigned before) {
   const unsigned primary = weight >> 16;
   if (IsLetter(primary)) return AccentOf(weight) >= 28 ? 3 : 1;
-  const bool isSecond = primary == kOtherScripts || primary == kOtherScripts + 2;
-  return isSecond && before >= kOtherScripts && IsCasedScript(before) ? 1 : 0;
+  const bool isSecond = primary == kFirstOtherOrder || primary == kFirstOtherOrder + 2;
+  return isSecond && before >= kFirstOtherOrder && IsCasedScript(before) ? 1 : 0;
 }
 
 }  // namespace kv

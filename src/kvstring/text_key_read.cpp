@@ -43,7 +43,7 @@ class LevelOneReader {
     if (byte >= kNearScriptByte) return DecodeScript(byte, primary);
     if (byte >= kLetterByte) {
       const unsigned number = byte - kLetterByte;
-      primary = kFirstLetter + number / 3 * 4 + number % 3;
+      primary = kOrderOfA + number / 3 * 4 + number % 3;
       return true;
     }
     if (byte >= kDigitByte && byte < 0x77) return DecodeDigit(byte - kDigitByte, primary);
@@ -63,30 +63,30 @@ class LevelOneReader {
       if (!TakeNumber(entry.size - 1, number)) return false;
       primary = entry.first + number;
       // Extension 3 is never primary.
-      return primary <= entry.last && !(primary >= 0x4000 && (primary & 3) == 3);
+      return primary <= entry.last && !(primary >= kFirstLetterOrder && (primary & 3) == 3);
     }
     return false;
   }
 
   bool DecodeDigit(unsigned step, unsigned& primary) {
     const unsigned digit = step / 2;
-    primary = kDigitOrder + 10 * digit;
+    primary = kFirstDigitOrder + 10 * digit;
     if (step % 2 == 0) return true;
     unsigned number = 0;
     if (!TakeNumber(1, number)) return false;
     primary += 2 * (number + 1);
-    return primary < (digit == 9 ? 0x4000 : kDigitOrder + 10 * (digit + 1));
+    return primary < (digit == 9 ? kFirstLetterOrder : kFirstDigitOrder + 10 * (digit + 1));
   }
 
   bool DecodeScript(unsigned char byte, unsigned& primary) {
     const bool isFar = byte >= kFarScriptByte;
     unsigned number = byte - (isFar ? kFarScriptByte : kNearScriptByte);
     if (!TakeNumber(isFar ? 2 : 1, number)) return false;
-    primary = (isFar ? kFarScripts : kOtherScripts) + number / 4;
+    primary = (isFar ? kFarScripts : kFirstOtherOrder) + number / 4;
     if (primary > 0xFFFF || primary == 0x8001 || primary == 0x8003) return false;
     wanted_ = static_cast<Following>(number % 4);
-    if (wanted_ == Following::kFirstHalf) pending_ = kOtherScripts;
-    if (wanted_ == Following::kSecondHalf) pending_ = kOtherScripts + 2;
+    if (wanted_ == Following::kFirstHalf) pending_ = kFirstOtherOrder;
+    if (wanted_ == Following::kSecondHalf) pending_ = kFirstOtherOrder + 2;
     if (pending_ != 0) wanted_ = Following::kFirstHalf;
     return true;
   }
@@ -201,7 +201,7 @@ class Orders {
 
  private:
   bool Counts(unsigned short ignoring) const { return (cmpOp_ & ignoring) == 0; }
-  static bool IsHalf(unsigned order) { return (order & 0xFFFC) == kOtherScripts; }
+  static bool IsHalf(unsigned order) { return (order & 0xFFFC) == kFirstOtherOrder; }
 
   // Gives every order the plain case, once the accents are known.
   void MakePlain() {
@@ -231,7 +231,7 @@ class Orders {
   }
 
   static bool SetVariant(unsigned short& order) {
-    const bool isDigit = order >= kDigitOrder && order < 0x4000;
+    const bool isDigit = order >= kFirstDigitOrder && order < kFirstLetterOrder;
     const bool isLetter = IsLetter(order) && (order & kExtensionBits) == 0;
     order = static_cast<unsigned short>(order | (isDigit ? 1u : kExtensionBits));
     return isDigit || isLetter;
@@ -296,7 +296,7 @@ int ReadTextKey(KeySource& source, unsigned short cmpOp, KvString* value) {
   KeySource marks = source;
   if (!PassMarks(source, count)) return kvBadArgument;
   if (value == nullptr) return kvOk;
-  if (count > MaximumLength(kOrderCodeSet)) return kvOverflow;
+  if (count > MaximumLength(kvCodeSetOrders)) return kvOverflow;
 
   const std::size_t bytes = (std::size_t{count} + 1) * sizeof(unsigned short);
   const std::unique_ptr<unsigned short, FreeOrders> orders(
@@ -319,8 +319,9 @@ int ReadTextKey(KeySource& source, unsigned short cmpOp, KvString* value) {
     if (!text.Apply(mark)) return kvBadArgument;
   } while (mark.about != Mark::About::kEnd);
   const auto language = static_cast<unsigned char>(mark.value);
-  const bool done = StringAccess::Assign(*value, kOrderCodeSet, language,
-                                         count != 0 ? orders.get() : nullptr, kOrderCodeSet, count);
+  const bool done =
+      StringAccess::Assign(*value, kvCodeSetOrders, language, count != 0 ? orders.get() : nullptr,
+                           kvCodeSetOrders, count);
   return done ? kvOk : kvNotSupported;
 }
 

@@ -296,7 +296,7 @@ std::string TextOfOrders(const KvString& orders) {
 Cell PartCell(const Part& part, void* value) {
   if (part.kind.type == KvSTRING_T && Types().IsNullValue(KvSTRING_T, value) == 0) {
     const auto& string = *static_cast<const KvString*>(value);
-    if (string.GetCodeSet() == 254) return TextCell(TextOfOrders(string));
+    if (string.GetCodeSet() == kvCodeSetOrders) return TextCell(TextOfOrders(string));
   }
   return {TextOf(part.kind.type, value, part.style), JsonOf(part.kind.type, value, part.style)};
 }

@@ -31,6 +31,7 @@ inline constexpr bool KvIsWideCodeSet(unsigned char codeSet) {
 inline constexpr unsigned char kvCodeSetBytes = 0;
 inline constexpr unsigned char kvCodeSetLatin1 = 1;
 inline constexpr unsigned char kvCodeSetUnicode = 253;
+inline constexpr unsigned char kvCodeSetOrders = 254;  // the marker of texts of collation orders
 inline constexpr unsigned char kvLanguageEnglish = 1;
 inline constexpr unsigned char kvLanguageNull = 254;
 

@@ -31,6 +31,13 @@
 
 namespace kv {
 
+// The first order of each class of characters; before the symbols are the spaces, and behind the
+// letters is everything else. They belong to the layout that kvorder.h draws.
+inline constexpr unsigned kFirstSymbolOrder = 80;
+inline constexpr unsigned kFirstDigitOrder = 0x3F00;
+inline constexpr unsigned kFirstLetterOrder = 0x4000;
+inline constexpr unsigned kFirstOtherOrder = 0x8000;
+
 namespace zin {
 // Generated (platform/zin/data/orders.cpp). Reach them through the order tables below.
 inline constexpr unsigned kByteCodeSets = 12;
@@ -97,14 +104,14 @@ constexpr unsigned short SecondOrder(unsigned word) {
 // of a character outside the Latin letters (0x8000 to 0x8003, which is never a first one) keeps
 // its case in bit 0; here it moves to where the case of a letter is.
 constexpr unsigned OrderWeight(unsigned order) {
-  if (order >= 0x8000) {
+  if (order >= kFirstOtherOrder) {
     return order <= 0x8003 ? (order & 0xFFFE) << 16 | (order & 1) << 12 : order << 16;
   }
-  if (order >= 0x4000) {
+  if (order >= kFirstLetterOrder) {
     const unsigned primary = (order & kExtensionBits) == kPartExtension ? 0x407C : 0x407F;
     return (order & primary) << 16 | (order & ~primary & 0x3FFF);
   }
-  if (order >= 0x3F00) return (order & 0xFFFE) << 16 | (order & 1);
+  if (order >= kFirstDigitOrder) return (order & 0xFFFE) << 16 | (order & 1);
   return order << 16;
 }
 

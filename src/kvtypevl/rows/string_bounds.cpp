@@ -56,20 +56,23 @@ class Digits {
   explicit Digits(unsigned char language) : alphabet_(language) {}
 
   unsigned Of(unsigned weight) const {
-    if (weight < 80) return 0;
-    if (weight < 16128) return std::min(kFirstSymbolDigit + weight - 80, kFirstNumberDigit - 1);
-    if (weight < 16384) return kFirstNumberDigit + std::min((weight - 16128) / 10, 9u);
-    if (weight < 32768) return kFirstLetterDigit + alphabet_.PlaceOf(weight);
-    return kFirstOtherDigit + weight - 32768;
+    if (weight < kFirstSymbolOrder) return 0;
+    if (weight < kFirstDigitOrder)
+      return std::min(kFirstSymbolDigit + weight - kFirstSymbolOrder, kFirstNumberDigit - 1);
+    if (weight < kFirstLetterOrder)
+      return kFirstNumberDigit + std::min((weight - kFirstDigitOrder) / 10, 9u);
+    if (weight < kFirstOtherOrder) return kFirstLetterDigit + alphabet_.PlaceOf(weight);
+    return kFirstOtherDigit + weight - kFirstOtherOrder;
   }
 
   // The digits that may stand where this weight does.
   DigitRange ClassOf(unsigned weight) const {
     const unsigned digit = Of(weight);
-    if (weight < 80) return {0, 0};
-    if (weight < 16128) return {kFirstSymbolDigit, kFirstNumberDigit - 1};
-    if (weight < 16384) return {kFirstNumberDigit, kFirstLetterDigit - 1};
-    if (weight < 32768) return {kFirstLetterDigit, kFirstLetterDigit + alphabet_.Count() - 1};
+    if (weight < kFirstSymbolOrder) return {0, 0};
+    if (weight < kFirstDigitOrder) return {kFirstSymbolDigit, kFirstNumberDigit - 1};
+    if (weight < kFirstLetterOrder) return {kFirstNumberDigit, kFirstLetterDigit - 1};
+    if (weight < kFirstOtherOrder)
+      return {kFirstLetterDigit, kFirstLetterDigit + alphabet_.Count() - 1};
     // Scripts come in stretches; 32 orders are 64 characters.
     return {digit & ~31u, digit | 31u};
   }
@@ -145,10 +148,10 @@ class Scale {
 
 // ---------------------------------------------------------------------------------------------
 
-unsigned short UnitAt(const Text& text, unsigned index) {
+unsigned short UnitOf(const Text& text, unsigned index) {
   const bool wide = KvIsWideCodeSet(text.codeSet);
-  const unsigned short unit = ReadUnit(text.units, wide, index);
-  return wide && IsReversed(text) ? __builtin_bswap16(unit) : unit;
+  const unsigned short unit = UnitAt(text.units, wide, index);
+  return wide && IsReversed(text) ? Reversed(unit) : unit;
 }
 
 bool IsWildcard(unsigned short order) {
@@ -165,7 +168,7 @@ struct Constant {
 
   explicit Constant(const Text& whole) : text(whole) {
     for (unsigned index = 0; index < text.length; ++index) {
-      const unsigned short unit = UnitAt(text, index);
+      const unsigned short unit = UnitOf(text, index);
       if (unit == 0) return;
       const UnitText own(unit, text.codeSet);
       if (!IsWildcard(OrderCursor({text.codeSet, text.language, own.bytes, 1}).Next())) continue;

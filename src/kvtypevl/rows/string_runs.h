@@ -46,14 +46,12 @@ struct StringBlock {
   static constexpr unsigned kLongestKeyBody = 253;
 
   static unsigned ReadLength(const unsigned char* stored, bool reversed) {
-    unsigned short length;
-    CopyNumber<2>(reinterpret_cast<unsigned char*>(&length), stored, reversed);
-    return length;
+    return ReadUnit<unsigned short>(stored, reversed);
   }
 
   // Texts of collation orders carry a flag in the language's top bit.
   static constexpr unsigned char LanguageOf(unsigned char codeSet, unsigned char stored) {
-    return codeSet == 254 && stored >= 128 ? stored & 0x7F : stored;
+    return codeSet == kvCodeSetOrders && stored >= 128 ? stored & 0x7F : stored;
   }
 
   // Units of text in a whole block of length `body`: without header, terminator and marker.
@@ -78,7 +76,7 @@ struct StringBlock {
   const unsigned body1 = StringBlock::ReadLength(block1, reversed);
   const unsigned body2 = StringBlock::ReadLength(block2, reversed);
   const auto ends = [](const unsigned char* block, unsigned body) {
-    return LoadUnit<unsigned short>(block + body, 0) == StringBlock::kMarker;
+    return ReadUnit<unsigned short>(block + body) == StringBlock::kMarker;
   };
   return body1 >= StringBlock::kHeader && body2 >= StringBlock::kHeader && body1 < length1 - 1 &&
          body2 < length2 - 1 && ends(block1, body1) && ends(block2, body2);

@@ -364,15 +364,15 @@ void AppendOrders(LimitedText& out, const KvString& value, char directive) {
   bool decoded = false;
   bool other = false;
   for (unsigned index = 0; index < length; ++index) {
-    const unsigned short order = ReadUnit(value.StrGet(), true, index);
-    if (order >= 0x8000) other = true;
-    if (order >= 80 && order < 0x8000) decoded = true;
+    const unsigned short order = UnitAt(value.StrGet(), true, index);
+    if (order >= kFirstOtherOrder) other = true;
+    if (order >= kFirstSymbolOrder && order < kFirstOtherOrder) decoded = true;
   }
   if (decoded && other) out.Append("[MIX]");
   const char* separator = directive == '3' ? ", " : directive == '4' ? " " : "";
   for (unsigned index = 0; index < length; ++index) {
     if (index != 0) out.Append(separator);
-    AppendOrder(out, ReadUnit(value.StrGet(), true, index), value.GetLanguage(), directive);
+    AppendOrder(out, UnitAt(value.StrGet(), true, index), value.GetLanguage(), directive);
   }
 }
 
@@ -407,7 +407,7 @@ KvString& PrintString(KvString& out, void* values, const char* format, unsigned 
   const auto& value = *static_cast<const KvString*>(values);
   if (value.IsNullValue()) {
     PrintNull(out);
-  } else if (value.GetCodeSet() == kOrderCodeSet && !value.IsEmpty()) {
+  } else if (value.GetCodeSet() == kvCodeSetOrders && !value.IsEmpty()) {
     PrintOrders(out, KvString(value), format);
   } else if (IsDefaultFormat(format)) {
     out = value;
