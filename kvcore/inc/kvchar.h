@@ -43,7 +43,7 @@ class KV_EXPORT KvChar {
   // A held character takes over everything of `source`. A character that refers maps `source` into
   // its own code set and writes it in its own byte order.
   KvChar& operator=(const KvChar& source);
-  // Writes one byte, or sets the held value.
+  // Writes one byte, of a 16-bit unit the least significant one in memory; or sets the held value.
   KvChar& operator=(char unit);
   // Writes one 16-bit unit in this character's byte order. A character of an 8-bit code set takes
   // the low byte: its neighbour is not its own to write.

@@ -10,6 +10,7 @@
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "zbs.h"
+#include "zbshost.h"
 
 namespace kv {
 namespace {
@@ -127,7 +128,9 @@ KvChar& KvChar::operator=(char unit) {
   if (position_ == nullptr) {
     value_ = static_cast<unsigned char>(unit);
   } else if (position_ != kv::kEmptyText) {
-    *position_ = static_cast<unsigned char>(unit);
+    // Of a 16-bit unit the low byte as the host has it: what is written is the same everywhere.
+    const bool lowIsSecond = kv::kHostIsBig && KvIsWideCodeSet(codeSet_);
+    position_[lowIsSecond ? 1 : 0] = static_cast<unsigned char>(unit);
   }
   return *this;
 }
