@@ -3,8 +3,9 @@ import os
 import subprocess
 import unittest
 
-EMULATOR = [word for word in [os.environ.get("KV_EMULATOR")] if word]
 KVTM = os.environ.get("KVTM", "kvtm")
+# The order in which the machine that kvtm was built for has values in memory.
+MEMORY_ORDER = "big" if os.environ.get("KV_BYTE_ORDER") == "BIG_ENDIAN" else "little"
 SOURCE = os.environ.get("KV_SOURCE_DIR", ".")
 
 
@@ -12,7 +13,7 @@ def kvtm(*arguments, stdin=b""):
     """Runs kvtm; returns (exit status, output, error output), the last two as text."""
     if isinstance(stdin, str):
         stdin = stdin.encode()
-    done = subprocess.run([*EMULATOR, KVTM, *arguments], input=stdin, capture_output=True, timeout=120)
+    done = subprocess.run([KVTM, *arguments], input=stdin, capture_output=True, timeout=120)
     return done.returncode, done.stdout.decode("utf-8", "replace"), done.stderr.decode()
 
 

@@ -6,9 +6,9 @@ import struct
 import subprocess
 import unittest
 
-from program import KVTM, KvtmTest, kvtm
+from program import KVTM, MEMORY_ORDER, KvtmTest, kvtm
 
-# TYPE, values, stored bytes in memory order, and in reversed order.
+# TYPE, values, stored bytes least significant first, and most significant first.
 STORED = [
     ("Kv1B_T", ["A", "0x80"], "4180", "4180"),
     ("Kv2B_T", ["-2", "258"], "feff0201", "fffe0102"),
@@ -45,10 +45,14 @@ STORED = [
 ]
 
 
+def in_memory(width, *numbers):
+    return b"".join(number.to_bytes(width, MEMORY_ORDER) for number in numbers).hex()
+
+
 class Values(KvtmTest):
     def test_stored_bytes_and_back(self):
-        for type_name, values, memory_order, reversed_order in STORED:
-            for order, expected in (("1", memory_order), ("2", reversed_order)):
+        for type_name, values, least_first, most_first in STORED:
+            for order, expected in (("1", least_first), ("2", most_first)):
                 with self.subTest(type_name, order=order):
                     stored = self.good("store", type_name, "--order", order, "--", *values)
                     self.assertEqual(stored.strip(), expected)
@@ -59,22 +63,22 @@ class Values(KvtmTest):
 
     def test_translate_between_all_forms(self):
         fixed = {row["idName"] for row in json.loads(self.good("types", "--json")) if row["fixed"]}
-        for type_name, _, memory_order, reversed_order in STORED:
+        for type_name, _, least_first, most_first in STORED:
             if type_name not in fixed:
                 continue
             with self.subTest(type_name):
                 memory = self.good("translate", type_name, "--from", "stored", "--to", "memory",
-                                   memory_order).strip()
+                                   least_first).strip()
                 self.assertEqual(self.good("translate", type_name, "--from", "memory", "--to",
-                                           "reversed", memory), reversed_order + "\n")
+                                           "reversed", memory), most_first + "\n")
 
     def test_text_of_loaded_values(self):
         """Most values load as the text they were given as; these have a text of their own."""
         own_text = {"KvFLOAT_T": ["-0.10000000149011612"], "KvBLOCKID_T": ["#7", "#8"],
                     "KvDATIME_N_T": ["2024-02-29T13:05:09.500"]}
-        for type_name, values, memory_order, _ in STORED:
+        for type_name, values, least_first, _ in STORED:
             with self.subTest(type_name):
-                loaded = self.good("load", type_name, memory_order).split("\n")[:-1]
+                loaded = self.good("load", type_name, least_first).split("\n")[:-1]
                 self.assertEqual(loaded, own_text.get(type_name, values))
 
     def test_times_say_all_of_their_bytes(self):
@@ -126,8 +130,8 @@ class Values(KvtmTest):
             ("2024-03-01", "step", "KvDATE_T", "2024-02-29"),
             ("(2-0#7)", "step", "KvOBJID_T", "(1-4294967295#7)"),
             ("0000000100000002", "translate", "Kv4B_T", "--from", "8", "--to", "2",
-             "0100000002000000"),
-            ("0100000002000000", "translate", "Kv4B_T", "--from", "reversed", "--to", "memory",
+             in_memory(4, 1, 2)),
+            (in_memory(4, 1, 2), "translate", "Kv4B_T", "--from", "reversed", "--to", "memory",
              "0000000100000002"),
             ("0201", "translate", "Kv2B_T", "--from", "0", "--to", "2", "--reorder", "0102"),
             ("0007010161626300ff", "translate", "KvSTRING_T", "--from", "stored", "--to", "big",
@@ -282,14 +286,15 @@ class Values(KvtmTest):
             memory, reverse = (bytes.fromhex(self.good(
                 "translate", row["name"], "--from", source, "--to", "memory", stored.hex()))
                 for source in ("stored", "reversed"))
+            alike, turned = (memory, reverse) if MEMORY_ORDER == "little" else (reverse, memory)
             for field in card["fields"]:
                 here = slice(field["offset"], field["offset"] + field["bytes"])
                 there = slice(field["memoryOffset"], field["memoryOffset"] + field["bytes"])
                 if not field["turns"]:
                     self.assertEqual(memory[there], reverse[there], (row["name"], field))
                     continue
-                self.assertEqual(memory[there], stored[here], (row["name"], field))
-                self.assertEqual(reverse[there], stored[here][::-1], (row["name"], field))
+                self.assertEqual(alike[there], stored[here], (row["name"], field))
+                self.assertEqual(turned[there], stored[here][::-1], (row["name"], field))
 
     def test_operands_and_options_mix(self):
         for arguments in [("store", "--order", "2", "Kv2B_T", "-1"), ("store", "Kv2B_T", "-1", "--order=2"),

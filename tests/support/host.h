@@ -10,8 +10,9 @@ namespace support {
 
 inline constexpr bool kHostIsBig = std::endian::native == std::endian::big;
 
-// What iconv calls 16-bit units as this host has them in memory.
-inline constexpr const char* kUnitsForIconv = kHostIsBig ? "UTF-16BE" : "UTF-16LE";
+// What iconv calls 16-bit units as this host has them in memory: the name that the C library knows
+// without files, which are not there under emulation.
+inline constexpr const char* kUnitsForIconv = kHostIsBig ? "UCS-2BE" : "UCS-2LE";
 
 // The bytes of a run as they are stored: most significant byte of each value first, or last.
 template <class T>

@@ -30,6 +30,14 @@ inline Bytes operator+(Bytes a, const Bytes& b) {
   return a;
 }
 
+// One behind the other, made in this order: + leaves it to the compiler which of two it makes
+// first, and random values would be others on other hosts.
+inline Bytes Joined(std::initializer_list<Bytes> parts) {
+  Bytes all;
+  for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
 inline Bytes Little(o_u8b number, unsigned width) {
   Bytes bytes;
   for (unsigned i = 0; i < width; ++i) bytes.push_back(static_cast<unsigned char>(number >> 8 * i));
@@ -60,7 +68,10 @@ class Source {
   explicit Source(unsigned seed) : engine_(seed) {}
 
   unsigned Below(unsigned bound) { return static_cast<unsigned>(engine_() % bound); }
-  o_u8b Random() { return o_u8b{engine_()} << 32 | engine_(); }
+  o_u8b Random() {
+    const o_u8b high = engine_();
+    return high << 32 | engine_();
+  }
   template <class T>
   T Pick(std::initializer_list<T> from) {
     return from.begin()[Below(static_cast<unsigned>(from.size()))];
@@ -167,23 +178,23 @@ inline Bytes NextValue(char id, Source& source) {
     case KvTIME_T:
       return source.Clock();
     case KvDATIME_T:
-      return source.Date() + source.Clock();
+      return Joined({source.Date(), source.Clock()});
     case KvDATIME_N_T:
     case KvTIMESPAN_T:
-      return source.Date() + source.Clock() + source.Nanoseconds();
+      return Joined({source.Date(), source.Clock(), source.Nanoseconds()});
     case D_TIME_T:
       return source.ZonedClock();
     case D_TIMESTAMP_T:
-      return source.Date() + source.ZonedClock();
+      return Joined({source.Date(), source.ZonedClock()});
     case KvOBJID_T:
-      return source.Integer(4) + source.Integer(4) + source.Integer(2);
+      return Joined({source.Integer(4), source.Integer(4), source.Integer(2)});
     case KvREF_T:
-      return source.Integer(4) + source.Integer(4) + source.Integer(2) + source.Integer(2) +
-             source.Integer(2);
+      return Joined({source.Integer(4), source.Integer(4), source.Integer(2), source.Integer(2),
+                     source.Integer(2)});
     case KvCLID_T:
-      return source.Integer(2) + source.Integer(2);
+      return Joined({source.Integer(2), source.Integer(2)});
     case KvSEAL_T:
-      return source.Integer(2) + source.Integer(2) + source.Integer(2);
+      return Joined({source.Integer(2), source.Integer(2), source.Integer(2)});
     case Kv4B_T:
     case KvU4B_T:
     case KvINT_T:

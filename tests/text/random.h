@@ -8,7 +8,10 @@ class Random {
  public:
   explicit Random(unsigned seed) : engine_(seed) {}
   unsigned operator()() { return static_cast<unsigned>(engine_()); }
-  std::uint64_t Wide() { return static_cast<std::uint64_t>((*this)()) << 32 | (*this)(); }
+  std::uint64_t Wide() {
+    const std::uint64_t high = (*this)();
+    return high << 32 | (*this)();
+  }
 
  private:
   std::mt19937 engine_;
