@@ -11,6 +11,7 @@
 #include <limits>
 #include <system_error>
 
+#include "kvtext/decimal.h"
 #include "kvtext/number_text.h"
 
 namespace kv {
@@ -80,7 +81,7 @@ inline const char* ReadFloatText(const char* text, double& value) {
   if (*number == '-' || *number == '+') ++number;
   if (!IsDigit(*number) && !(*number == '.' && IsDigit(number[1]))) return nullptr;
   double magnitude = 0;
-  const auto result = std::from_chars(number, number + std::strlen(number), magnitude);
+  const auto result = ReadDouble(number, number + std::strlen(number), magnitude);
   if (result.ec == std::errc::result_out_of_range) {
     magnitude = IsTooLarge(number) ? std::numeric_limits<double>::infinity() : 0.0;
   }

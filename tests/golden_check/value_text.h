@@ -6,6 +6,7 @@
 #pragma once
 
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
@@ -41,7 +42,8 @@ void PutNumber(const std::string& text, unsigned char* memory) {
       const Bits bits = static_cast<Bits>(std::stoull(text.substr(5), nullptr, 16));
       std::memcpy(&value, &bits, sizeof value);
     } else {
-      std::from_chars(text.data(), text.data() + text.size(), value);
+      value = static_cast<T>(sizeof(T) == 4 ? std::strtof(text.c_str(), nullptr)
+                                            : std::strtod(text.c_str(), nullptr));
     }
   } else {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);

@@ -2,6 +2,8 @@
 #include <doctest/doctest.h>
 
 #include <bit>
+#include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +11,7 @@
 #include <limits>
 #include <vector>
 
+#include "kvtext/decimal.h"
 #include "text/random.h"
 #include "text/rows.h"
 
@@ -200,33 +203,55 @@ TEST_CASE("a double's default text is the C library's and reads back to the same
   CHECK(Print(KvDOUBLE_T, -0.0) == "-0");
 }
 
+// What is hard to read: ends of the range, points and exponents with nothing before or behind them.
+constexpr const char* kDoubleTexts[] = {"1e999",
+                                        "-1e999",
+                                        "1e-999",
+                                        "4.9e-324",
+                                        "2e-324",
+                                        "3e-324",
+                                        "-1e-320",
+                                        "+5",
+                                        ".5",
+                                        "5.",
+                                        ".",
+                                        "-",
+                                        " \t\n7",
+                                        "1e",
+                                        "1e+",
+                                        "1e5x",
+                                        "0.0000001e-320",
+                                        "1e99999999999999999999",
+                                        "0e99999999999999999999",
+                                        "1000000000000000000000e-400",
+                                        "0.00000000000000000001e330",
+                                        "179769313486231580793728971405301e276",
+                                        "1.7976931348623159e308",
+                                        "--5",
+                                        "",
+                                        "x"};
+
+// A digit decides after so many that no reader keeps them all.
+std::string FarFromHalfway(unsigned zeros, const char* rest) {
+  return "9007199254740993." + std::string(zeros, '0') + rest;
+}
+
+#if defined(__cpp_lib_to_chars)
+void CheckDigits(const std::string& text) {
+  CAPTURE(text);
+  const char* last = text.data() + text.size();
+  double expected = 9;
+  double read = 9;
+  const auto [expectedEnd, expectedError] = std::from_chars(text.data(), last, expected);
+  const auto [end, error] = kv::ReadDoubleByDigits(text.data(), last, read);
+  CHECK(end == expectedEnd);
+  CHECK(error == expectedError);
+  CHECK(std::bit_cast<std::uint64_t>(read) == std::bit_cast<std::uint64_t>(expected));
+}
+#endif
+
 TEST_CASE("texts read as doubles as strtod reads them") {
-  for (const char* text : {"1e999",
-                           "-1e999",
-                           "1e-999",
-                           "4.9e-324",
-                           "2e-324",
-                           "3e-324",
-                           "-1e-320",
-                           "+5",
-                           ".5",
-                           "5.",
-                           ".",
-                           "-",
-                           " \t\n7",
-                           "1e",
-                           "1e+",
-                           "1e5x",
-                           "0.0000001e-320",
-                           "1e99999999999999999999",
-                           "0e99999999999999999999",
-                           "1000000000000000000000e-400",
-                           "0.00000000000000000001e330",
-                           "179769313486231580793728971405301e276",
-                           "1.7976931348623159e308",
-                           "--5",
-                           "",
-                           "x"}) {
+  for (const char* text : kDoubleTexts) {
     CAPTURE(text);
     CHECK(std::bit_cast<std::uint64_t>(Scan(KvDOUBLE_T, text, 9.0)) ==
           std::bit_cast<std::uint64_t>(std::strtod(text, nullptr)));
@@ -239,6 +264,36 @@ TEST_CASE("texts read as doubles as strtod reads them") {
     REQUIRE(Scan(KvDOUBLE_T, text.c_str(), 9.0) == std::strtod(text.c_str(), nullptr));
   }
 }
+
+TEST_CASE("a double that is a halfway point but for one far digit is rounded by that digit") {
+  for (const unsigned zeros : {0u, 750u, 751u, 752u, 753u, 2000u}) {
+    CHECK(Scan(KvDOUBLE_T, FarFromHalfway(zeros, "").c_str(), 9.0) == 9007199254740992.0);
+    CHECK(Scan(KvDOUBLE_T, FarFromHalfway(zeros, "1").c_str(), 9.0) == 9007199254740994.0);
+    CHECK(Scan(KvDOUBLE_T, FarFromHalfway(zeros, "1e-99999").c_str(), 9.0) == 0.0);
+  }
+}
+
+#if defined(__cpp_lib_to_chars)
+TEST_CASE("doubles are read by their digits as the standard library reads them") {
+  for (const char* text : kDoubleTexts) {
+    if (std::isdigit(text[0]) != 0 || (text[0] == '.' && text[1] != 0)) CheckDigits(text);
+  }
+  for (const unsigned zeros : {0u, 751u, 752u, 2000u}) {
+    for (const char* rest : {"", "0", "1", "2e-20"}) CheckDigits(FarFromHalfway(zeros, rest));
+  }
+  Random random(44);
+  for (int round = 0; round < 30000; ++round) {
+    const double value = std::abs(std::bit_cast<double>(random.Wide()));
+    if (!std::isfinite(value)) continue;
+    CheckDigits(CLibrary("%.*e", static_cast<int>(random() % 20), value));
+    CheckDigits(CLibrary("%.*f", static_cast<int>(random() % 600), value));
+  }
+}
+#else
+TEST_CASE("doubles are read by their digits as the standard library reads them") {
+  MESSAGE("this standard library reads no doubles: strtod alone is the measure");
+}
+#endif
 
 TEST_CASE("the words for infinities and NaN") {
   CHECK(Print(KvDOUBLE_T, kInfinity) == "Infinity");
