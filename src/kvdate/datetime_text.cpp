@@ -5,15 +5,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
 
 #include "kvbase/run.h"
 #include "kvstring/string_edit.h"
+#include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
-#include "zbs.h"
 
 namespace kv {
 namespace {
@@ -73,52 +72,22 @@ constexpr bool Begins(const char* text, const char (&start)[size]) {
 // Groups may be nested without end; those beyond this depth count as part of the group around them.
 constexpr unsigned kGroupDepth = 8;
 
+// Takes the "(" that makes a directive "%?" the beginning of a group.
+inline bool BeginsGroup(FormatPieces& pieces) {
+  if (!pieces.IsDirective('?') || *pieces.Rest() != '(') return false;
+  ++pieces.Rest();
+  return true;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Printing.
 
-// The bytes of a text under construction. They move to the heap when they outgrow their first
-// place, and stop at what a KvString holds at most.
-class TextBuffer {
- public:
-  // What one element of a format takes at most: a number of 64 bits, a name, seconds with fraction,
-  // a plain date and clock.
-  static constexpr unsigned kElement = 24;
+// What one element of a format takes at most: a number of 64 bits, a name, seconds with fraction, a
+// plain date and clock.
+constexpr unsigned kElement = 24;
 
-  TextBuffer() = default;
-  TextBuffer(const TextBuffer&) = delete;
-  TextBuffer& operator=(const TextBuffer&) = delete;
-  ~TextBuffer() {
-    if (begin_ != own_) std::free(begin_);
-  }
-
-  char* Begin() { return begin_; }
-  bool HasRoom(const char* at) const { return static_cast<std::size_t>(limit_ - at) >= kElement; }
-
-  // Makes room for one more element behind the text that ends at `at`. Result: its end where it
-  // now stands, or null when the text is full or memory is short.
-  char* Grow(char* at) {
-    const auto size = static_cast<unsigned>(at - begin_);
-    if (size >= KvString::kMaximumBytes) return nullptr;
-    const unsigned capacity = std::min(2 * size + kElement, KvString::kMaximumBytes) + kElement;
-    auto* bytes = static_cast<char*>(std::realloc(begin_ == own_ ? nullptr : begin_, capacity));
-    if (bytes == nullptr) {
-      failed_ = true;
-      KvCallMemoryHandler(capacity);
-      return nullptr;
-    }
-    if (begin_ == own_) std::memcpy(bytes, own_, size);
-    begin_ = bytes;
-    limit_ = bytes + capacity;
-    return bytes + size;
-  }
-  bool Failed() const { return failed_; }
-
- private:
-  char own_[512];
-  char* begin_ = own_;
-  char* limit_ = own_ + sizeof own_;
-  bool failed_ = false;
-};
+// A text of any length that a string may have, and the element that reaches beyond.
+using DateTimeText = char[kMaximumBytes + kElement];
 
 constexpr auto kDigitPairs = [] {
   std::array<char, 200> pairs{};
@@ -160,8 +129,8 @@ inline char* PutNumber(char* at, int value, unsigned digits) {
 // compiler keeps it in a register, which it could not do with a member beside stores of char.
 class Formatter {
  public:
-  Formatter(TextBuffer& out, const DateTimeParts& parts, const char* format)
-      : out_(out), parts_(parts), format_(format) {}
+  Formatter(DateTimeText& text, const DateTimeParts& parts, const char* format)
+      : text_(text), parts_(parts), format_(format) {}
 
   // Result: the end of the text.
   char* Run(char* at) {
@@ -177,30 +146,34 @@ class Formatter {
     bool printed;
   };
 
+  // Stops where the text is full.
   char* Walk(const char* format, char* at) {
-    while (const char c = *format++) {
-      if (!out_.HasRoom(at)) {
-        char* const moved = out_.Grow(at);
-        if (moved == nullptr) return at;
-        at = moved;
-      }
-      if (c == ')' && depth_ > 0) {
-        at = CloseGroup(at);
-      } else if (c != '%' || *format == '\0') {
-        *at++ = c;
-      } else if (format[0] == '?' && format[1] == '(') {
+    const char* const last = text_ + kMaximumBytes;
+    for (FormatPieces pieces(format); at <= last && pieces.Next();) {
+      if (!pieces.IsDirective()) {
+        if (pieces.Character() == ')' && depth_ > 0) {
+          at = CloseGroup(at);
+        } else {
+          *at++ = pieces.Character();
+        }
+      } else if (BeginsGroup(pieces)) {
         OpenGroup(at);
-        format += 2;
       } else {
-        char* const behind = PutPlain(at, format);
-        at = behind != at ? behind : Directive(*format++, at);
+        const char* letter = pieces.Rest() - 1;
+        char* const behind = PutPlain(at, letter);
+        if (behind == at) {
+          at = Directive(pieces.Character(), at);
+        } else {
+          at = behind;
+          pieces.Rest() = letter;
+        }
       }
     }
     return at;
   }
 
   void OpenGroup(char* at) {
-    if (depth_ < kGroupDepth) groups_[depth_] = {at - out_.Begin(), false};
+    if (depth_ < kGroupDepth) groups_[depth_] = {at - text_, false};
     ++depth_;
   }
 
@@ -208,7 +181,7 @@ class Formatter {
   char* CloseGroup(char* at) {
     if (--depth_ >= kGroupDepth) return at;
     const Group& group = groups_[depth_];
-    if (!group.printed) return out_.Begin() + group.start;
+    if (!group.printed) return text_ + group.start;
     if (depth_ > 0) groups_[depth_ - 1].printed = true;
     return at;
   }
@@ -409,15 +382,13 @@ class Formatter {
 
   // Whether %p or %P stands anywhere in the format.
   bool NamesHalfOfDay() const {
-    for (const char* at = format_; *at != '\0'; ++at) {
-      if (*at != '%') continue;
-      if (*++at == 'p' || *at == 'P') return true;
-      if (*at == '\0') return false;
+    for (FormatPieces pieces(format_); pieces.Next();) {
+      if (pieces.IsDirective('p') || pieces.IsDirective('P')) return true;
     }
     return false;
   }
 
-  TextBuffer& out_;
+  char* text_;
   const DateTimeParts& parts_;
   const char* format_;
   Group groups_[kGroupDepth];
@@ -500,31 +471,30 @@ class Scanner {
   // Walks `format`; `after` is what the format goes on with behind an expansion. False at the
   // mismatch that ends the scan.
   bool Walk(const char* format, const char* after) {
+    FormatPieces pieces(format);
     for (;;) {
-      format = SkipBlanks(format);
+      pieces.Rest() = SkipBlanks(pieces.Rest());
       SkipTextBlanks();
-      const char c = *format;
-      if (c == '\0') return true;
-      ++format;
+      if (!pieces.Next()) return true;
       bool matches = true;
-      if (c == ')' && depth_ > 0) {
-        --depth_;
-      } else if (c != '%' || *format == '\0') {
-        matches = Literal(c);
-      } else if (format[0] == '?' && format[1] == '(') {
-        OpenGroup();
-        format += 2;
-      } else {
-        const char* const behind = ReadPlain(format - 1);
-        if (behind != format - 1) {
-          format = behind;
-          continue;
+      if (!pieces.IsDirective()) {
+        if (pieces.Character() == ')' && depth_ > 0) {
+          --depth_;
+        } else {
+          matches = Literal(pieces.Character());
         }
-        const char directive = *format++;
-        matches = Directive(directive, format, after);
+      } else if (BeginsGroup(pieces)) {
+        OpenGroup();
+      } else {
+        const char* const directive = pieces.Rest() - 2;
+        const char* const behind = ReadPlain(directive);
+        if (behind == directive) {
+          matches = Directive(pieces.Character(), pieces.Rest(), after);
+        } else {
+          pieces.Rest() = behind;
+        }
       }
-      if (matches) continue;
-      if (!LeaveGroup(format)) return false;
+      if (!matches && !LeaveGroup(pieces.Rest())) return false;
     }
   }
 
@@ -562,18 +532,12 @@ class Scanner {
 
   // Behind the ")" that closes the last of `open` groups, or the end of the format.
   static const char* EndOfGroups(const char* format, unsigned open) {
-    for (; *format != '\0' && open > 0; ++format) {
-      if (*format == ')') {
-        --open;
-      } else if (*format == '%' && format[1] != '\0') {
-        ++format;
-        if (*format == '?' && format[1] == '(') {
-          ++format;
-          ++open;
-        }
-      }
+    FormatPieces pieces(format);
+    while (open > 0 && pieces.Next()) {
+      if (pieces.IsLiteral(')')) --open;
+      if (BeginsGroup(pieces)) ++open;
     }
-    return format;
+    return pieces.Rest();
   }
 
   bool Directive(char directive, const char* format, const char* after) {
@@ -616,18 +580,13 @@ class Scanner {
 
   // Whether a number follows in the format without anything that would separate it.
   bool FollowsNumber(const char* format, const char* after) const {
-    for (;;) {
-      if (*format == '\0' && *after != '\0') {
-        format = after;
-        after = "";
-      } else if (format[0] == '%' && format[1] == '?' && format[2] == '(') {
-        format += 3;
-      } else if (*format == ')' && depth_ > 0) {
-        ++format;
-      } else {
-        return format[0] == '%' && IsNumeric(format[1]);
+    for (const char* part : {format, after}) {
+      for (FormatPieces pieces(part); pieces.Next();) {
+        if (BeginsGroup(pieces) || (pieces.IsLiteral(')') && depth_ > 0)) continue;
+        return pieces.IsDirective() && IsNumeric(pieces.Character());
       }
     }
+    return false;
   }
 
   int& ComponentOf(char directive) {
@@ -850,13 +809,11 @@ class Scanner {
 }  // namespace
 
 KvString& FormatDateTime(KvString& out, const DateTimeParts& parts, const char* format, char sign) {
-  TextBuffer text;
-  char* at = text.Begin();
+  DateTimeText text;
+  char* at = text;
   if (sign != 0) *at++ = sign;
   at = Formatter(text, parts, format).Run(at);
-  if (!text.Failed()) {
-    AssignDefault8(out, text.Begin(), static_cast<unsigned>(at - text.Begin()));
-  }
+  AssignDefault8(out, text, static_cast<unsigned>(at - text));
   return out;
 }
 

@@ -10,6 +10,7 @@
 #include "kvbase/unit.h"
 #include "kvstring.h"
 #include "kvstring/collate.h"
+#include "kvtext/text_sink.h"
 
 namespace kv {
 
@@ -138,6 +139,18 @@ inline bool AssignDefault8(KvString& target, const void* text, unsigned count) {
   const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
   return StringAccess::Assign(target, codeSet, KvLanguageContext::GetDefaultLanguage(), text,
                               codeSet, count);
+}
+
+// Storage for a text as long as a string can be, to print into. It is not cleared, so a short text
+// costs what its own bytes cost.
+using LongestText = char[kMaximumBytes];
+
+// Assigns a text that was printed. What was cut off is an overflow, as wherever a text would grow
+// beyond a string.
+inline KvString& AssignPrinted(KvString& target, const TextSink& text) {
+  if (text.IsCut()) LimitBufferSize(kMaximumBytes + 1);
+  AssignDefault8(target, text.Text(), text.Length());
+  return target;
 }
 
 }  // namespace kv

@@ -14,7 +14,9 @@
 #include <cstring>
 #include <memory>
 
+#include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
+#include "kvtext/text_sink.h"
 
 namespace kv {
 namespace {
@@ -83,37 +85,35 @@ unsigned ReadModifier(const char*& at) {
 // Walks a format; after Next() the piece is in `literal` or `conversion`.
 class FormatReader {
  public:
-  explicit FormatReader(const char* format) : at_(format) {}
+  explicit FormatReader(const char* format) : pieces_(format) {}
 
   Piece Next() {
-    if (*at_ == 0) return Piece::kEnd;
-    literal = *at_++;
-    if (literal != '%') return Piece::kLiteral;
-    if (*at_ == '%') {
-      ++at_;
-      return Piece::kPercent;
-    }
-    return ReadConversion() ? Piece::kConversion : Piece::kRefused;
+    if (!pieces_.Next()) return Piece::kEnd;
+    literal = pieces_.Character();
+    if (pieces_.IsDirective('%')) return Piece::kPercent;
+    // A "%" that ends a format begins a conversion without a letter.
+    if (pieces_.IsLiteral('%')) return Piece::kRefused;
+    if (!pieces_.IsDirective()) return Piece::kLiteral;
+    return ReadConversion(pieces_.Rest()) ? Piece::kConversion : Piece::kRefused;
   }
 
   char literal = 0;
   Conversion conversion;
 
  private:
-  bool ReadConversion() {
+  // Of a directive whose letter stands before `at`. Moves `at` behind the conversion.
+  bool ReadConversion(const char*& at) {
+    --at;
     // Made in place: one that is copied here waits for its own fields to be written.
     std::construct_at(&conversion);
-    ReadFlags();
-    conversion.width = ReadCount();
-    if (*at_ == '.') {
-      ++at_;
-      conversion.precision = std::max(ReadCount(), 0);
-    }
-    conversion.narrow = ReadModifier(at_);
-    conversion.letter = *at_;
+    ReadFlags(at);
+    conversion.width = ReadCount(at);
+    if (*at == '.') conversion.precision = std::max(ReadCount(++at), 0);
+    conversion.narrow = ReadModifier(at);
+    conversion.letter = *at;
     conversion.kind = KindOf(conversion.letter);
     if (conversion.kind == Kind::kUnknown) return false;
-    ++at_;
+    ++at;
     return true;
   }
 
@@ -121,21 +121,21 @@ class FormatReader {
     return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0';
   }
 
-  void ReadFlags() {
+  void ReadFlags(const char*& at) {
     unsigned count = 0;
-    for (; IsFlag(*at_); ++at_) {
-      if (std::strchr(conversion.flags, *at_) == nullptr) conversion.flags[count++] = *at_;
+    for (; IsFlag(*at); ++at) {
+      if (std::strchr(conversion.flags, *at) == nullptr) conversion.flags[count++] = *at;
     }
   }
 
-  int ReadCount() {
-    if (!IsDigit(*at_)) return -1;
+  static int ReadCount(const char*& at) {
+    if (!IsDigit(*at)) return -1;
     int count = 0;
-    for (; IsDigit(*at_); ++at_) count = std::min(count * 10 + (*at_ - '0'), kLargestWidth);
+    for (; IsDigit(*at); ++at) count = std::min(count * 10 + (*at - '0'), kLargestWidth);
     return count;
   }
 
-  const char* at_;
+  FormatPieces pieces_;
 };
 
 // The formats that integers nearly always have: "%d" or "%u" alone, with or without a modifier.
@@ -163,43 +163,6 @@ bool Takes(const char* format, ConversionList list) {
   }
   return true;
 }
-
-// A text that grows in a fixed buffer and is cut at its end.
-class CutText {
- public:
-  explicit CutText(ScalarBuffer& text) : text_(text) { text_[0] = 0; }
-
-  void Append(char c) {
-    if (Room() <= 1) return;
-    text_[length_++] = c;
-    text_[length_] = 0;
-  }
-
-  template <class Value>
-  void AppendFormatted(const char* checkedFormat, Value value) {
-    Advance(std::snprintf(text_ + length_, Room(), checkedFormat, value));
-  }
-
-  template <class Value>
-  void AppendDecimal(Value value) {
-    char digits[24];
-    const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    const unsigned length = std::min(static_cast<unsigned>(end - digits), Room() - 1);
-    std::memcpy(text_ + length_, digits, length);
-    length_ += length;
-    text_[length_] = 0;
-  }
-
- private:
-  unsigned Room() const { return kScalarBufferSize - length_; }
-
-  void Advance(int wanted) {
-    if (wanted > 0) length_ += std::min(static_cast<unsigned>(wanted), Room() - 1);
-  }
-
-  char* text_;
-  unsigned length_ = 0;
-};
 
 // The conversion as the C library is given it: only what has a meaning for its kind.
 class CheckedConversion {
@@ -263,25 +226,25 @@ unsigned BitsOf(const Conversion& conversion, unsigned rowBits) {
   return conversion.narrow != 0 ? conversion.narrow : rowBits;
 }
 
-void PrintConversion(CutText& text, const Conversion& conversion, const ScalarArguments& values) {
+void PrintConversion(TextSink& text, const Conversion& conversion, const ScalarArguments& values) {
   const unsigned bits = BitsOf(conversion, values.integerBits);
   if (conversion.flags[0] == 0 && conversion.width < 0 && conversion.precision < 0) {
     if (conversion.kind == Kind::kSigned) {
-      return text.AppendDecimal(CutToSignedBits(values.integer, bits));
+      return text.PutNumber(CutToSignedBits(values.integer, bits));
     }
-    if (conversion.letter == 'u') return text.AppendDecimal(CutToBits(values.integer, bits));
+    if (conversion.letter == 'u') return text.PutNumber(CutToBits(values.integer, bits));
   }
   const CheckedConversion checked(conversion);
   switch (conversion.kind) {
     case Kind::kFloating:
-      return text.AppendFormatted(checked.Text(), values.floating);
+      return text.PutFormatted(checked.Text(), values.floating);
     case Kind::kCharacter:
-      return text.AppendFormatted(checked.Text(),
-                                  static_cast<int>(static_cast<unsigned char>(values.integer)));
+      return text.PutFormatted(checked.Text(),
+                               static_cast<int>(static_cast<unsigned char>(values.integer)));
     case Kind::kSigned:
-      return text.AppendFormatted(checked.Text(), CutToSignedBits(values.integer, bits));
+      return text.PutFormatted(checked.Text(), CutToSignedBits(values.integer, bits));
     default:
-      return text.AppendFormatted(checked.Text(), CutToBits(values.integer, bits));
+      return text.PutFormatted(checked.Text(), CutToBits(values.integer, bits));
   }
 }
 
@@ -388,16 +351,18 @@ unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarA
 
 bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values) {
-  CutText out(text);
+  text[0] = 0;
   if (!Takes(format, list)) return false;
+  TextSink out(text);
   FormatReader reader(format);
   for (Piece piece = reader.Next(); piece != Piece::kEnd; piece = reader.Next()) {
     if (piece == Piece::kConversion) {
       PrintConversion(out, reader.conversion, values);
     } else {
-      out.Append(reader.literal);
+      out.Put(reader.literal);
     }
   }
+  out.Terminate();
   return true;
 }
 

@@ -10,8 +10,8 @@
 #include "kvbase/fold.h"
 #include "kvblob.h"
 #include "kvstring/null_text.h"
-#include "kvstring/text_sink.h"
 #include "kvtext/default_formats.h"
+#include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
 #include "kvtypevl/operations/row_handlers.h"
 
@@ -335,15 +335,16 @@ const char* ReadHex(KvBlob& blob, const char* text) {
 KvString& PrintBlob(KvString& out, void* values, const char* format, unsigned /*count*/) {
   const KvBlob& blob = *static_cast<const KvBlob*>(values);
   if (blob.IsNullValue()) return PrintNull(out);
-  TextSink sink(out);
-  for (const char* at = format != nullptr ? format : default_format::kBlob; *at != 0; ++at) {
-    if (*at == '%' && at[1] != 0) {
-      PutDirective(sink, blob, *++at);
+  LongestText text;
+  TextSink sink(text);
+  for (FormatPieces pieces(format != nullptr ? format : default_format::kBlob); pieces.Next();) {
+    if (pieces.IsDirective()) {
+      PutDirective(sink, blob, pieces.Character());
     } else {
-      sink.Put(*at);
+      sink.Put(pieces.Character());
     }
   }
-  return sink.Finish();
+  return AssignPrinted(out, sink);
 }
 
 bool TraceBlob(KvBlob& blob, const KvString& text, ScanTrace& trace) {

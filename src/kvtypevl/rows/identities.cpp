@@ -2,8 +2,8 @@
 #include "kvtypevl/rows/identities.h"
 
 #include "kvstring/null_text.h"
-#include "kvstring/text_sink.h"
 #include "kvtext/default_formats.h"
+#include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
 #include "kvtypevl/operations/row_handlers.h"
 #include "kvtypevl/rows/codecs.h"
@@ -11,110 +11,86 @@
 namespace kv {
 namespace {
 
-// One step through a format.
-struct Directive {
-  enum class Kind { kEnd, kLiteral, kField } kind;
-  char literal;        // kLiteral: the character it stands for
-  o_u4b KvRef::*wide;  // kField: one of these two, or neither for a field that is always 0
-  o_u2b KvRef::*narrow;
+// A field that a directive names: one of these two, or neither for one that is always 0.
+struct Field {
+  o_u4b KvRef::*wide = nullptr;
+  o_u2b KvRef::*narrow = nullptr;
 };
 
-class FormatWalker {
+// Tells the fields that the directives of a format name. %h and %l are the older printf forms and
+// name no field: of %hu, %lu, %lu the first is the high part, the second the low one, the third
+// the block. The character behind their letter says nothing.
+class FieldNames {
  public:
-  explicit FormatWalker(const char* format) : at_(format) {}
-
-  Directive Next() {
-    if (*at_ == 0) return {Directive::Kind::kEnd, 0, nullptr, nullptr};
-    if (*at_ != '%') return Literal(*at_++);
-    ++at_;
-    if (*at_ == 0) return Literal('%');
-    switch (const char letter = *at_++) {
+  // False for a directive that names none; its letter is ordinary text.
+  bool Find(FormatPieces& pieces, Field& field) {
+    switch (pieces.Character()) {
       case 'B':
-        return Wide(&KvRef::block);
+        return field = {.wide = &KvRef::block}, true;
       case 'L':
-        return Wide(&KvRef::low);
+        return field = {.wide = &KvRef::low}, true;
       case 'H':
-        return Narrow(&KvRef::high);
+        return field = {.narrow = &KvRef::high}, true;
       case 'D':
-        return Narrow(&KvRef::database);
+        return field = {.narrow = &KvRef::database}, true;
       case 'C':
-        return Narrow(&KvRef::classNo);
+        return field = {.narrow = &KvRef::classNo}, true;
       case 'V':
-        return Narrow(&KvRef::version);
+        return field = {.narrow = &KvRef::version}, true;
       case 'h':
-        return Short();
       case 'l':
-        return Long();
+        return field = ByPlace(pieces), true;
       default:
-        return Literal(letter);
+        return false;
     }
   }
 
  private:
-  static Directive Literal(char character) {
-    return {Directive::Kind::kLiteral, character, nullptr, nullptr};
-  }
-  static Directive Wide(o_u4b KvRef::*field) {
-    return {Directive::Kind::kField, 0, field, nullptr};
-  }
-  static Directive Narrow(o_u2b KvRef::*field) {
-    return {Directive::Kind::kField, 0, nullptr, field};
+  Field ByPlace(FormatPieces& pieces) {
+    if (*pieces.Rest() != 0) ++pieces.Rest();
+    ++place_;
+    if (pieces.Character() == 'h') return {.narrow = place_ == 1 ? &KvRef::high : nullptr};
+    return {.wide = place_ == 2 ? &KvRef::low : place_ == 3 ? &KvRef::block : nullptr};
   }
 
-  // The older printf forms name no field: %hu, %lu, %lu are high, low and block by their place.
-  Directive Short() {
-    SkipConversion();
-    return ++position_ == 1 ? Narrow(&KvRef::high) : Narrow(nullptr);
-  }
-  Directive Long() {
-    SkipConversion();
-    ++position_;
-    if (position_ == 2) return Wide(&KvRef::low);
-    return position_ == 3 ? Wide(&KvRef::block) : Wide(nullptr);
-  }
-  void SkipConversion() {
-    if (*at_ != 0) ++at_;
-  }
-
-  const char* at_;
-  unsigned position_ = 0;
+  unsigned place_ = 0;
 };
 
-o_u4b ValueOf(const Directive& directive, const KvRef& fields) {
-  if (directive.wide != nullptr) return fields.*directive.wide;
-  return directive.narrow != nullptr ? fields.*directive.narrow : 0u;
+o_u4b ValueOf(const Field& field, const KvRef& fields) {
+  if (field.wide != nullptr) return fields.*field.wide;
+  return field.narrow != nullptr ? fields.*field.narrow : 0u;
 }
 
 // False when `number` does not fit the field.
-bool Assign(const Directive& directive, KvRef& fields, o_u4b number) {
-  if (directive.wide != nullptr) fields.*directive.wide = number;
-  if (directive.narrow == nullptr) return true;
-  fields.*directive.narrow = static_cast<o_u2b>(number);
+bool Assign(const Field& field, KvRef& fields, o_u4b number) {
+  if (field.wide != nullptr) fields.*field.wide = number;
+  if (field.narrow == nullptr) return true;
+  fields.*field.narrow = static_cast<o_u2b>(number);
   return number <= 0xFFFF;
 }
 
-bool ScanField(const Directive& directive, KvRef& fields, const char*& text, const char* end,
+bool ScanField(const Field& field, KvRef& fields, const char*& text, const char* end,
                ScanTrace& trace) {
   o_u4b number = 0;
   const auto [behind, error] = std::from_chars(text, end, number);
   if (error == std::errc::invalid_argument) return false;
   text = behind;
   trace.any = true;
-  trace.outOfRange = error != std::errc() || !Assign(directive, fields, number);
+  trace.outOfRange = error != std::errc() || !Assign(field, fields, number);
   return !trace.outOfRange;
 }
 
 // False at what the format does not ask for, where `at` is left.
 bool ScanFields(KvRef& fields, const char*& at, const char* format, ScanTrace& trace) {
   const char* end = at + std::strlen(at);
-  FormatWalker walker(format);
-  for (Directive directive = walker.Next(); directive.kind != Directive::Kind::kEnd;
-       directive = walker.Next()) {
+  FieldNames names;
+  Field field;
+  for (FormatPieces pieces(format); pieces.Next();) {
     at = SkipBlanks(at);
-    if (directive.kind == Directive::Kind::kField) {
-      if (!ScanField(directive, fields, at, end, trace)) return false;
-    } else if (!IsBlank(directive.literal)) {
-      if (*at != directive.literal) return false;
+    if (pieces.IsDirective() && names.Find(pieces, field)) {
+      if (!ScanField(field, fields, at, end, trace)) return false;
+    } else if (!IsBlank(pieces.Character())) {
+      if (*at != pieces.Character()) return false;
       ++at;
     }
   }
@@ -124,17 +100,18 @@ bool ScanFields(KvRef& fields, const char*& at, const char* format, ScanTrace& t
 }  // namespace
 
 KvString& PrintIdentity(KvString& out, const KvRef& fields, const char* format) {
-  TextSink sink(out);
-  FormatWalker walker(format);
-  for (Directive directive = walker.Next(); directive.kind != Directive::Kind::kEnd;
-       directive = walker.Next()) {
-    if (directive.kind == Directive::Kind::kLiteral) {
-      sink.Put(directive.literal);
+  LongestText text;
+  TextSink sink(text);
+  FieldNames names;
+  Field field;
+  for (FormatPieces pieces(format); pieces.Next();) {
+    if (pieces.IsDirective() && names.Find(pieces, field)) {
+      sink.PutNumber(ValueOf(field, fields));
     } else {
-      sink.PutNumber(ValueOf(directive, fields));
+      sink.Put(pieces.Character());
     }
   }
-  return sink.Finish();
+  return AssignPrinted(out, sink);
 }
 
 ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format,

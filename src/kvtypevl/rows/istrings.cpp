@@ -10,6 +10,7 @@
 #include "kvstring/istring_weights.h"
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
+#include "kvtext/format_pieces.h"
 #include "kvtypevl/operations/row_handlers.h"
 #include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
@@ -215,9 +216,10 @@ int CompareInMemory(const KvWeightedString<Weights>* values1,
 
 // A "%" with nothing behind it makes a format unknown.
 bool EndsInPercent(const char* format) {
-  unsigned run = 0;
-  for (; *format != 0; ++format) run = *format == '%' ? run + 1 : 0;
-  return run % 2 != 0;
+  FormatPieces pieces(format);
+  while (pieces.Next()) {
+  }
+  return pieces.IsLiteral('%');
 }
 
 }  // namespace

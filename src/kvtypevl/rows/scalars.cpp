@@ -12,7 +12,6 @@
 #include "kvstring.h"
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
-#include "kvstring/text_sink.h"
 #include "kvtext/default_formats.h"
 #include "kvtext/float_text.h"
 #include "kvtext/scalar_format.h"
@@ -23,7 +22,6 @@ namespace {
 
 // What `out = text` does, for a text whose length is known: printing is mostly this.
 KvString& SetText(KvString& out, const char* text, unsigned length) {
-  if (length == 0) return out = "";
   AssignDefault8(out, text, length);
   return out;
 }
@@ -208,7 +206,8 @@ void* ScanFloatingRow(void* values, const KvString& text, const char* format,
 
 KvString& PrintCharacters(KvString& out, void* values, const char* format, unsigned count) {
   if (values == nullptr) return out = "";
-  TextSink text(out);
+  LongestText storage;
+  TextSink text(storage);
   if (format == nullptr) format = default_format::kCharacter;
   const char* bytes = static_cast<const char*>(values);
   // Every byte prints at least one character, so what lies beyond cannot show.
@@ -223,7 +222,7 @@ KvString& PrintCharacters(KvString& out, void* values, const char* format, unsig
       text.Put(piece);
     }
   }
-  return text.Finish();
+  return AssignPrinted(out, text);
 }
 
 void* ScanCharacters(void* values, KvString& text, const char* format, unsigned count) {

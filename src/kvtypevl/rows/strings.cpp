@@ -17,8 +17,6 @@
 #include "kvtypevl/rows/strings.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 #include "kvhash.h"
 #include "kvorder.h"
@@ -26,6 +24,7 @@
 #include "kvstring/collate_quick.h"
 #include "kvstring/null_text.h"
 #include "kvstring/string_edit.h"
+#include "kvtext/format_pieces.h"
 #include "kvtypemgr.h"
 #include "kvtypevl/operations/row_handlers.h"
 #include "kvtypevl/rows/string_runs.h"
@@ -303,63 +302,39 @@ bool AppendField(KvString& out, const KvString& value, const char*& at) {
 // False when the format does not parse.
 bool AppendByFormat(KvString& out, const KvString& value, const char* format) {
   bool printed = false;
-  for (const char* at = format; *at != 0;) {
-    const char* literal = at;
-    while (*at != 0 && *at != '%') ++at;
-    AppendLiteral(out, literal, at);
-    if (*at == 0) break;
-    ++at;
-    // A "%" at the very end prints itself, as does "%%".
-    if (*at == '%' || *at == 0) {
-      out << '%';
-      if (*at != 0) ++at;
-    } else {
-      if (printed || !AppendField(out, value, at)) return false;
-      printed = true;
-    }
+  const char* literal = format;
+  FormatPieces pieces(format);
+  while (pieces.Next()) {
+    if (!pieces.IsDirective()) continue;
+    const char* letter = pieces.Rest() - 1;
+    AppendLiteral(out, literal, letter - 1);
+    literal = letter;
+    if (pieces.IsDirective('%')) continue;  // the second one is literal
+    if (printed || !AppendField(out, value, letter)) return false;
+    printed = true;
+    literal = pieces.Rest() = letter;
   }
+  AppendLiteral(out, literal, pieces.Rest());
   return true;
 }
 
 // ---------------------------------------------------------------------------------------------
 
-// A text that grows up to the string limit and no further.
-class LimitedText {
- public:
-  LimitedText() : text_(reinterpret_cast<char*>(AllocateText(kMaximumBytes))) {}
-  ~LimitedText() { std::free(text_); }
-  LimitedText(const LimitedText&) = delete;
-  LimitedText& operator=(const LimitedText&) = delete;
-
-  void Append(const char* text) {
-    if (text_ == nullptr) return;
-    for (; *text != 0 && length_ + 1 < kMaximumBytes; ++text) text_[length_++] = *text;
-  }
-  // Null when memory was short.
-  const char* Text() const { return text_; }
-
- private:
-  char* text_;
-  unsigned length_ = 0;
-};
-
-void AppendOrder(LimitedText& out, unsigned short order, unsigned char language, char directive) {
+void AppendOrder(TextSink& out, unsigned short order, unsigned char language, char directive) {
   if (directive == '3') {
     KvString words;
     KvConvertOrderToString(order, language, words);
-    out.Append(words.StrGet());
+    out.Put(words.StrGet());
   } else if (directive == '4') {
-    char digits[8];
-    std::snprintf(digits, sizeof digits, "%04x", static_cast<unsigned>(order));
-    out.Append(digits);
+    out.PutFormatted("%04x", static_cast<unsigned>(order));
   } else {
     unsigned char character[2] = {};
     KvConvertOrderToChar(order, language, character[0], directive == '2', nullptr);
-    out.Append(reinterpret_cast<const char*>(character));
+    out.Put(reinterpret_cast<const char*>(character));
   }
 }
 
-void AppendOrders(LimitedText& out, const KvString& value, char directive) {
+void AppendOrders(TextSink& out, const KvString& value, char directive) {
   const unsigned length = value.Len();
   bool decoded = false;
   bool other = false;
@@ -368,35 +343,38 @@ void AppendOrders(LimitedText& out, const KvString& value, char directive) {
     if (order >= kFirstOtherOrder) other = true;
     if (order >= kFirstSymbolOrder && order < kFirstOtherOrder) decoded = true;
   }
-  if (decoded && other) out.Append("[MIX]");
+  if (decoded && other) out.Put("[MIX]");
   const char* separator = directive == '3' ? ", " : directive == '4' ? " " : "";
   for (unsigned index = 0; index < length; ++index) {
-    if (index != 0) out.Append(separator);
+    if (index != 0) out.Put(separator);
     AppendOrder(out, UnitAt(value.StrGet(), true, index), value.GetLanguage(), directive);
   }
 }
 
-bool IsOrderDirective(const char* at) {
-  return at[0] == '%' && at[1] >= '1' && at[1] <= '4' && at[2] == 'M';
+bool IsOrderDirective(FormatPieces& pieces) {
+  return pieces.IsDirective() && pieces.Character() >= '1' && pieces.Character() <= '4' &&
+         *pieces.Rest() == 'M';
 }
 
 void PrintOrders(KvString& out, const KvString& value, const char* format) {
-  LimitedText text;
+  LongestText storage;
+  TextSink text(storage);
   bool printed = false;
-  for (const char* at = IsDefaultFormat(format) ? "" : format; *at != 0;) {
-    if (IsOrderDirective(at)) {
-      AppendOrders(text, value, at[1]);
+  for (FormatPieces pieces(IsDefaultFormat(format) ? "" : format); pieces.Next();) {
+    if (IsOrderDirective(pieces)) {
+      AppendOrders(text, value, pieces.Character());
       printed = true;
-      at += 3;
+      ++pieces.Rest();
     } else {
-      const char literal[2] = {*at, 0};
-      text.Append(literal);
-      at += at[0] == '%' && at[1] == '%' ? 2 : 1;
+      if (pieces.IsDirective() && !pieces.IsDirective('%')) text.Put('%');
+      text.Put(pieces.Character());
     }
   }
-  LimitedText plain;
-  if (!printed) AppendOrders(plain, value, '2');
-  out = printed ? text.Text() : plain.Text();
+  if (!printed) {
+    text = TextSink(storage);
+    AppendOrders(text, value, '2');
+  }
+  AssignDefault8(out, text.Text(), text.Length());
   // The characters of orders are those of ISO 8859-1.
   out.SetCodeSetCode(kvCodeSetLatin1);
 }

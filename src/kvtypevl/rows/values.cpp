@@ -8,8 +8,8 @@
 #include "kvboolean.h"
 #include "kvseal.h"
 #include "kvstring/null_text.h"
-#include "kvstring/text_sink.h"
 #include "kvtext/default_formats.h"
+#include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
 #include "kvtypevl/operations/row_handlers.h"
 
@@ -46,12 +46,12 @@ constexpr Conversion ConversionOf(char letter) {
 // behind it, whatever it is.
 template <class Convert, class Literal>
 bool WalkInt64Format(const char* format, Convert convert, Literal literal) {
-  for (const char* at = format != nullptr ? format : default_format::kInt64; *at != 0; ++at) {
-    if (*at != '%' || at[1] == 0) {
-      if (!literal(*at)) return false;
-    } else if (const Conversion conversion = ConversionOf(*++at); conversion.radix != 0) {
+  for (FormatPieces pieces(format != nullptr ? format : default_format::kInt64); pieces.Next();) {
+    const char character = pieces.Character();
+    const Conversion conversion = pieces.IsDirective() ? ConversionOf(character) : Conversion{0};
+    if (conversion.radix != 0) {
       if (!convert(conversion)) return false;
-    } else if (!literal('%') || !literal(*at)) {
+    } else if ((pieces.IsDirective() && !literal('%')) || !literal(character)) {
       return false;
     }
   }
@@ -64,13 +64,12 @@ void PutInt64(TextSink& sink, const KvInt64& value, Conversion conversion) {
   const auto magnitude = static_cast<o_u8b>(value.Abs().Get8b());
   if (conversion.radix == 8 && magnitude != 0) sink.Put('0');
   char digits[65];
-  char* end = std::to_chars(digits, digits + 64, magnitude, conversion.radix).ptr;
-  *end = 0;
+  char* end = std::to_chars(digits, digits + sizeof digits, magnitude, conversion.radix).ptr;
   if (conversion.letters == Letters::kUpper) {
     std::transform(digits, end, digits,
                    [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
   }
-  sink.Put(digits);
+  sink.Put(digits, static_cast<std::size_t>(end - digits));
 }
 
 // Hexadecimal behind 0x, also where the conversion is decimal; a 0 alone never makes a decimal
@@ -96,7 +95,8 @@ bool ReadInt64(KvInt64& value, const char*& text, const char* end, int radix, Sc
 
 KvString& PrintInt64(KvString& out, void* values, const char* format, unsigned /*count*/) {
   const KvInt64 value = *static_cast<const KvInt64*>(values);
-  TextSink sink(out);
+  LongestText text;
+  TextSink sink(text);
   WalkInt64Format(
       format,
       [&](Conversion conversion) {
@@ -107,7 +107,7 @@ KvString& PrintInt64(KvString& out, void* values, const char* format, unsigned /
         sink.Put(character);
         return true;
       });
-  return sink.Finish();
+  return AssignPrinted(out, sink);
 }
 
 bool ScanInt64Text(KvInt64& value, const char* text, const char* format, ScanTrace* trace) {
