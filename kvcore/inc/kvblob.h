@@ -50,8 +50,8 @@ class KV_EXPORT KvBlob {
   static void Destroy(KvBlob& blob) { blob.SetNullValue(); }
 
   bool operator==(const KvBlob& other) const { return (*this != other) == 0; }
-  // Deliberately a three-way comparison. Unsigned bytes decide, then the lengths: -1, 0 or 1.
-  // -2 when only this blob is null, 2 when only the other one is.
+  // A three-way comparison, as sorting callers use it. Unsigned bytes decide, then the lengths: -1,
+  // 0 or 1. -2 when only this blob is null, 2 when only the other one is.
   int operator!=(const KvBlob& other) const;
 
   // Replaces the content by a copy of `length` bytes, which may lie in this blob.

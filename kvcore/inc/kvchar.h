@@ -175,7 +175,7 @@ class KV_EXPORT KvStringIterator {
                    unsigned char byteOrder = 255);
   KvStringIterator(const unsigned short* text, unsigned char codeSet, unsigned char language,
                    unsigned char byteOrder = 255);
-  // Over one character, of which it keeps a copy.
+  // Over one character; it keeps a copy.
   explicit KvStringIterator(const KvChar& character);
 
   // Copies go on from the same place by themselves, pending overflow characters included.

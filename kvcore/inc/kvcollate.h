@@ -45,7 +45,7 @@ inline constexpr unsigned short kvCompareIgnoreVariants = 0x200;  // level 4 doe
 // Null texts (language 254, or code set 254 with language 0): two are equal, a present text is
 // after a null one. A null `text1` before a present one gives -1 when `cmpOp` has kvCompareExact or
 // kvCompareKeyOrder; without either its characters are compared, so that an empty one equals an
-// empty present text. Deliberate: stored indexes depend on it.
+// empty present text: the order of stored indexes depends on it.
 //
 // Two texts of code set 0 compare byte by byte, unsigned, under kvCompareExact or
 // kvCompareKeyOrder. The result is then the difference of the first differing bytes; under

@@ -45,11 +45,11 @@ class KV_EXPORT KvIdentityRow {
                           unsigned count);
   static unsigned SizeGetFromMemFile(MemFile* file, unsigned char format, unsigned count);
   static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result);
-  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                     void* value2, unsigned short cmpOp, unsigned count, int& status);
+  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                             unsigned char format, unsigned count, KvIdxBounds* newBounds);
   static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result);
+                       int& status);
   static unsigned Translate(void* destination, unsigned char destinationFormat,
                             unsigned destinationLength, const void* source,
                             unsigned char sourceFormat, unsigned sourceLength, unsigned count);
@@ -74,7 +74,7 @@ class KV_EXPORT KvObjId : public KvIdentityRow<KvObjId> {
   KvObjId& operator+=(short count);
 
   bool operator==(const KvObjId& other) const { return (*this != other) == 0; }
-  // Deliberately a three-way comparison: -1, 0 or 1 by object number, then block.
+  // A three-way comparison, as sorting callers use it: -1, 0 or 1 by object number, then block.
   int operator!=(const KvObjId& other) const;
 
   constexpr o_u8b ObjectNumber() const { return o_u8b{high} << 32 | low; }
@@ -104,8 +104,8 @@ class KV_EXPORT KvClassId : public KvIdentityRow<KvClassId> {
   o_u2b version = 65535;
 
   bool operator==(const KvClassId& other) const { return (*this != other) == 0; }
-  // Deliberately a three-way comparison: -1, 0 or 1 by class, then version. The highest class id
-  // orders before every other.
+  // A three-way comparison, as sorting callers use it: -1, 0 or 1 by class, then version. The
+  // highest class id orders before every other.
   int operator!=(const KvClassId& other) const;
   bool operator>(const KvClassId& other) const { return (*this != other) == 1; }
 

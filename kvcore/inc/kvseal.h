@@ -26,7 +26,7 @@ class KV_EXPORT KvSeal {
 
   // The value in decimal, replacing what `text` holds. Result: `text`.
   KvString& PrintToKvString(KvString& text) const;
-  // A decimal number, of which the low 48 bits are kept; an empty text gives 0. Result: 0, or
+  // A decimal number; its low 48 bits are kept. An empty text gives 0. Result: 0, or
   // kvNotSupported for a text that is no number; the seal then stays as it is.
   int ScanFromKvString(const KvString& text);
 

@@ -86,13 +86,13 @@ using KvMemFileSizeFunc = unsigned (*)(MemFile* file, unsigned char format, unsi
 // Orders two runs, see KvTypeMgr::Cmp. The return value is the order, `result` the status.
 using KvCompareFunc = int (*)(unsigned char format, unsigned length1, void* value1,
                               unsigned length2, void* value2, unsigned short cmpOp, unsigned count,
-                              int& result);
+                              int& status);
 // Selected fraction of an index range, see KvTypeMgr::EvalAndBound.
-using KvEvalFunc = float (*)(KvIdxBounds* bounds, unsigned short& op, void* value,
+using KvEvalFunc = float (*)(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                              unsigned char format, unsigned count, KvIdxBounds* newBounds);
 // Hash of a run, see KvTypeMgr::Hash.
 using KvHashFunc = unsigned (*)(unsigned char format, unsigned length, void* value, unsigned count,
-                                int& result);
+                                int& status);
 using KvConvertToFunc = KvTypeConvertData* (*)(void* values, unsigned count);
 using KvConvertFromFunc = void* (*)(KvTypeConvertData* record, unsigned count);
 // Constructs `count` values over raw memory, or destroys them in place. `unused` is passed through
@@ -113,11 +113,13 @@ using KvPrintFunc = KvString& (*)(KvString& out, void* values, const char* forma
 using KvScanFunc = void* (*)(void* values, KvString& text, const char* format, unsigned count);
 // A new run of `count` default values. `unused` is passed through and not read.
 using KvDefaultFunc = void* (*)(unsigned count, int unused);
-// Steps one value in memory form (`format` with bit 0x08) in place. `op` 'M' and 'N': its
+// Steps one value in memory form (`format` with bit 0x08) in place. `stepOp` 'M' and 'N': its
 // successor, 'O': as it is, kvSmallestValue: the smallest value of the type. Result: 0; kvOverflow
-// with the value unchanged past the end; kvNotSupported for another `op`, a stored form, or a type
-// that has no such value. `length` is read for a stored KvString only. See KvTypeMgr::GetValue.
-using KvStepFunc = int (*)(void* value, unsigned length, unsigned char format, unsigned char op);
+// with the value unchanged past the end; kvNotSupported for another `stepOp`, a stored form, or a
+// type that has no such value. `length` is read for a stored KvString only. See
+// KvTypeMgr::GetValue.
+using KvStepFunc = int (*)(void* value, unsigned length, unsigned char format,
+                           unsigned char stepOp);
 
 // The step of a KvStepFunc that makes the smallest value of its type.
 inline constexpr unsigned char kvSmallestValue = 2;
@@ -254,14 +256,14 @@ class KV_EXPORT KvTypeMgr {
   // --- Order and hash ---
 
   // Orders two runs of `count` values, both in `format`: -1, 0 or +1 (KvBlob: -2 or +2 when one
-  // side is null). Lengths are the buffers' bytes, 0 for "exactly count elements". `result` is the
+  // side is null). Lengths are the buffers' bytes, 0 for "exactly count elements". `status` is the
   // status, not the order: 0, or kvBufferShort when the next element would start at or beyond a
   // buffer's end (the order is then 0: all before were equal). An element that starts inside its
   // buffer is read whole. `cmpOp` holds collation options (kvcollate.h). Give kvCompareExact
   // wherever an order is meant: without it the wildcards of dates and texts match anything
   // (kvcompare.h).
   int Cmp(char id, unsigned length1, const void* value1, unsigned length2, const void* value2,
-          unsigned short cmpOp, unsigned count, unsigned char format, int& result) const;
+          unsigned short cmpOp, unsigned count, unsigned char format, int& status) const;
   int Cmp(char id, const void* value1, const void* value2, unsigned short cmpOp, unsigned count,
           unsigned char format) const;
 
@@ -271,10 +273,10 @@ class KV_EXPORT KvTypeMgr {
 
   // The fraction of the index range `bounds` that a predicate on the constant `value` selects.
   // Where the constant narrows the range and no bound is there yet, it is recorded in `newBounds`
-  // (a KvIdxBounds, or null). `op` holds predicate bits. `bounds` or a side of it null: no range is
-  // known, 0. `data` is accepted and not used. A wildcard component of a date or time counts as the
-  // number -1: scan for such a constant, what it matches need not lie side by side.
-  float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, const void* value,
+  // (a KvIdxBounds, or null). `predicate` holds its bits. `bounds` or a side of it null: no range
+  // is known, 0. `data` is accepted and not used. A wildcard component of a date or time counts as
+  // the number -1: scan for such a constant, what it matches need not lie side by side.
+  float EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& predicate, const void* value,
                      unsigned char format, unsigned count, void* newBounds, KvEvalData* data) const;
 
   // --- Null ---
@@ -303,15 +305,16 @@ class KV_EXPORT KvTypeMgr {
 
   // --- Stepping, for index bounds ---
 
-  // 'M' and 'N' replace the value by its successor, 'O' leaves it; any other op: kvNotSupported.
-  // Past the end: kvOverflow, the value unchanged. `length` is the buffer's bytes.
+  // `stepOp` 'M' and 'N' replace the value by its successor, 'O' leaves it; any other gives
+  // kvNotSupported. Past the end: kvOverflow, the value unchanged. `length` is the buffer's bytes.
   // Format 8 is memory, every other byte (0x88, too) is stored form.
   // A stored value is loaded, stepped and stored back with its format reduced to 0x80 and 0x01,
   // so a *reversed* value is stepped as if it were in memory order: translate it first. A stored
   // text grows by its successor: kvOverflow where `length` has no room for that, as a length of 0
   // has not. Blobs have no successor, and a KvIString, KvCaseIString or KvBlob that does not lie
   // within `length` gives kvNotSupported.
-  int GetValue(char id, void* value, unsigned length, unsigned char format, unsigned char op) const;
+  int GetValue(char id, void* value, unsigned length, unsigned char format,
+               unsigned char stepOp) const;
 
   // Stores a point in time (a KvTimeStamp) as KvDate, KvTime, KvDateTime, KvDateTimeN, d_Date,
   // d_Time or d_Timestamp. Result: bytes written; kvNotSupported for a null stamp or another type,

@@ -719,7 +719,7 @@ class Scanner {
     return true;
   }
 
-  // Seconds and, behind a point, a fraction of which nine digits count. More digits, points and
+  // Seconds and, behind a point, a fraction whose first nine digits count. More digits, points and
   // signs that follow are taken with them and say nothing.
   bool ReadSeconds() {
     if (*text_ == '*') {

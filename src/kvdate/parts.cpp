@@ -23,7 +23,7 @@ void PutTime(DateTimeParts& parts, const KvTime& time) {
   parts.second = time.second;
 }
 
-// The bytes of the ODMG classes are unsigned numbers of which 255 is the wildcard.
+// The bytes of the ODMG classes are unsigned numbers; 255 is the wildcard.
 void PutDate(DateTimeParts& parts, const d_Date& date) {
   parts.year = date.year;
   parts.month = static_cast<char>(date.month);

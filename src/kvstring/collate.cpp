@@ -29,7 +29,9 @@ class Levels {
   }
 
   // The order of two texts that are equal at the primary level.
-  int Decide() const { return first1_ == first2_ ? 0 : Sign(Ranked(first1_), Ranked(first2_)); }
+  int Decide() const {
+    return first1_ == first2_ ? 0 : OrderOfUnequal(Ranked(first1_), Ranked(first2_));
+  }
 
  private:
   // Accents above case; an order has them the other way round.
@@ -45,7 +47,7 @@ class Levels {
 // -1 or 1 when two weights differ at the primary level, else 0, with lower differences noted.
 int CompareWeights(unsigned weight1, unsigned weight2, Levels& levels) {
   if (weight1 == weight2) return 0;
-  if ((weight1 ^ weight2) >> 16 != 0) return Sign(weight1, weight2);
+  if ((weight1 ^ weight2) >> 16 != 0) return OrderOfUnequal(weight1, weight2);
   levels.Note(weight1, weight2);
   return 0;
 }
@@ -71,7 +73,7 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
   if (((word1 | word2) & kPairBit) == 0) return CompareWeights(word1, word2, levels);
   const unsigned weight1 = OrderWeight(FirstOrder(word1));
   const unsigned weight2 = OrderWeight(FirstOrder(word2));
-  if ((weight1 ^ weight2) >> 16 != 0) return Sign(weight1, weight2);
+  if ((weight1 ^ weight2) >> 16 != 0) return OrderOfUnequal(weight1, weight2);
   if ((word1 & word2 & kPairBit) == 0) return kMixed;
   levels.Note(weight1, weight2);
   return CompareWeights(OrderWeight(SecondOrder(word1)), OrderWeight(SecondOrder(word2)), levels);
@@ -176,7 +178,7 @@ int CompareLevelsAndClass(const Text& text1, const Text& text2, unsigned short c
   OrderCursor cursor(text1);
   const bool skipSpaces = (cmpOp & kvCompareSkipSpaces) != 0;
   const bool isEmpty = (skipSpaces ? cursor.NextVisible() : cursor.Next()) == 0;
-  return isEmpty ? 0 : Sign(class1, class2);
+  return isEmpty ? 0 : OrderOfUnequal(class1, class2);
 }
 
 int CompareBytes(const Text& text1, const Text& text2) {

@@ -27,7 +27,8 @@ inline const unsigned char* BeginOf(const Text& text) {
   return static_cast<const unsigned char*>(text.units);
 }
 
-inline int Sign(unsigned value1, unsigned value2) {
+// Of two values that differ.
+inline int OrderOfUnequal(unsigned value1, unsigned value2) {
   return value1 < value2 ? -1 : 1;
 }
 
@@ -109,7 +110,7 @@ template <class Unit, class Table, class Rest>
   const unsigned word1 = table.Word(difference.unit1);
   const unsigned word2 = table.Word(difference.unit2);
   const bool isDecided = ((word1 | word2) & kPairBit) == 0 && (word1 ^ word2) >> 16 != 0;
-  return isDecided ? Sign(word1, word2) : rest(static_cast<unsigned>(difference.at));
+  return isDecided ? OrderOfUnequal(word1, word2) : rest(static_cast<unsigned>(difference.at));
 }
 
 // Compares two terminated texts in memory order by units.

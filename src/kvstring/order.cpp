@@ -162,7 +162,7 @@ unsigned char FindAccented(unsigned short order) {
   return 0;
 }
 
-unsigned DigitOf(unsigned short order) {
+unsigned DigitOfOrder(unsigned short order) {
   return ((order & 0xFFFEu) - kFirstDigitOrder) / 10;
 }
 
@@ -193,7 +193,7 @@ void DescribeSymbol(unsigned short order, KvString& text) {
 
 void DescribeDigit(unsigned short order, KvString& text) {
   text = "digit ";
-  text << DigitOf(order);
+  text << DigitOfOrder(order);
   if ((order & 1) != 0) text << " with expand";
 }
 
@@ -223,7 +223,7 @@ int KvConvertOrderToChar(unsigned short order, unsigned char language, unsigned 
       break;
     }
     case kv::OrderClass::kDigit:
-      ch = static_cast<unsigned char>('0' + kv::DigitOf(order));
+      ch = static_cast<unsigned char>('0' + kv::DigitOfOrder(order));
       break;
     case kv::OrderClass::kLetter:
       kv::ConvertLetter(order, ch, findAccented != 0, name);
@@ -256,7 +256,7 @@ int KvConvertOrderToString(unsigned short order, unsigned char language, KvStrin
 
 int KvExtractDigitFromOrder(unsigned short order, unsigned short& digit, unsigned short& expand) {
   if (order < kv::kFirstDigitOrder || order >= kv::kFirstLetterOrder) return kvBadArgument;
-  digit = static_cast<unsigned short>(kv::DigitOf(order));
+  digit = static_cast<unsigned short>(kv::DigitOfOrder(order));
   expand = order & 1;
   return kvOk;
 }

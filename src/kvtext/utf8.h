@@ -211,7 +211,7 @@ inline Progress EncodePlainly(const unsigned short* in, std::size_t count, char*
       written += 8;
       continue;
     }
-    // Up to eight characters one by one: text that is no ASCII seldom is again at once.
+    // Up to eight characters one by one: characters beyond ASCII come in groups.
     for (const std::size_t end = count - at < 8 ? count : at + 8; at < end; ++at) {
       const unsigned short unit = in[at];
       if (unit == 0) return progress;

@@ -101,7 +101,7 @@ constexpr char kZeroText[] = "0";
 // Steps a stored value of a variable row, which must lie within `length` bytes (0: it is trusted
 // and has no room). The value that comes out is at most so many bytes longer.
 int StepVariable(const KvTypeDescriptor& row, void* value, unsigned length, unsigned char format,
-                 unsigned char op) {
+                 unsigned char stepOp) {
   constexpr unsigned kWidestLengthField = 4;
   constexpr unsigned kLonger = 16;
   if (length != 0 && length < kWidestLengthField) return kvNotSupported;
@@ -110,8 +110,8 @@ int StepVariable(const KvTypeDescriptor& row, void* value, unsigned length, unsi
   void* temporary = row.create(1);
   if (temporary == nullptr) return kvNotSupported;
   int status = kvNotSupported;
-  if (row.load(temporary, value, format, 1) != 0) status = row.step(temporary, 0, 8, op);
-  if (status == kvOk && op != 'O') {
+  if (row.load(temporary, value, format, 1) != 0) status = row.step(temporary, 0, 8, stepOp);
+  if (status == kvOk && stepOp != 'O') {
     auto* stored = static_cast<unsigned char*>(std::malloc(std::size_t{size} + kLonger));
     if (stored == nullptr) KvCallMemoryHandler(size + kLonger);
     const unsigned written = stored == nullptr ? 0 : row.store(stored, temporary, format, 1);
@@ -306,9 +306,9 @@ unsigned KvTypeMgr::Translate(char id, void* destination, unsigned char destinat
 
 int KvTypeMgr::Cmp(char id, unsigned length1, const void* value1, unsigned length2,
                    const void* value2, unsigned short cmpOp, unsigned count, unsigned char format,
-                   int& result) const {
+                   int& status) const {
   return Row(id).compare(format, length1, ForSlot(value1), length2, ForSlot(value2), cmpOp, count,
-                         result);
+                         status);
 }
 
 int KvTypeMgr::Cmp(char id, const void* value1, const void* value2, unsigned short cmpOp,
@@ -322,10 +322,10 @@ unsigned KvTypeMgr::Hash(char id, unsigned length, const void* value, unsigned c
   return Row(id).hash(format, length, ForSlot(value), count, status);
 }
 
-float KvTypeMgr::EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& op, const void* value,
-                              unsigned char format, unsigned count, void* newBounds,
-                              KvEvalData* /*data*/) const {
-  return Row(id).evalAndBound(bounds, op, ForSlot(value), format, count,
+float KvTypeMgr::EvalAndBound(char id, KvIdxBounds* bounds, unsigned short& predicate,
+                              const void* value, unsigned char format, unsigned count,
+                              void* newBounds, KvEvalData* /*data*/) const {
+  return Row(id).evalAndBound(bounds, predicate, ForSlot(value), format, count,
                               static_cast<KvIdxBounds*>(newBounds));
 }
 
@@ -411,21 +411,21 @@ void* KvTypeMgr::ConvertFrom(char id, KvTypeConvertData* record, unsigned count)
 }
 
 int KvTypeMgr::GetValue(char id, void* value, unsigned length, unsigned char format,
-                        unsigned char op) const {
-  if (op != 'M' && op != 'N' && op != 'O') return kvNotSupported;
+                        unsigned char stepOp) const {
+  if (stepOp != 'M' && stepOp != 'N' && stepOp != 'O') return kvNotSupported;
   const KvTypeDescriptor& row = Row(id);
   // The string row steps both forms itself.
-  if (format == 8 || id == KvSTRING_T) return row.step(value, length, format, op);
+  if (format == 8 || id == KvSTRING_T) return row.step(value, length, format, stepOp);
   // Only these two bits survive, so the byte order is lost: a reversed value is stepped as if it
   // were not. Callers translate reversed values first.
   const auto reduced = static_cast<unsigned char>(format & 0x81);
-  if (IsFixedRow(row) == 0) return StepVariable(row, value, length, reduced, op);
+  if (IsFixedRow(row) == 0) return StepVariable(row, value, length, reduced, stepOp);
 
   void* temporary = row.create(1);
   if (temporary == nullptr) return kvNotSupported;
   int status = kvNotSupported;
   if (row.load(temporary, value, reduced, 1) != 0) {
-    status = row.step(temporary, 0, 8, op);
+    status = row.step(temporary, 0, 8, stepOp);
     if (status == kvOk && Store(id, value, temporary, reduced, 1) == 0) status = kvNotSupported;
   }
   row.destroy(temporary, 1);

@@ -115,7 +115,7 @@ TEST_CASE("null texts") {
   }
   CHECK(compare(254, 1, 0x10) == -1);
   CHECK(compare(254, 1, 0x100) == -1);
-  CHECK(compare(254, 1, 0) == 0);  // an empty null equals the empty text, deliberately
+  CHECK(compare(254, 1, 0) == 0);  // an empty null equals the empty text, as indexes have it
   CHECK(KvStrCmp(254, 0, nullptr, 1, 1, "", kvCompareExact, -1, 1, nullptr) == -1);
 }
 

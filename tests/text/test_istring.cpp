@@ -338,7 +338,7 @@ TEST_CASE("parts and edits") {
   CHECK(edited([](KvIString& v) { v[1] = '\0'; }) == "a");
 }
 
-TEST_CASE("case mapping over all bytes, with its deliberate exceptions") {
+TEST_CASE("case mapping over all bytes, with its exceptions") {
   for (int c = 1; c < 256; ++c) {
     CAPTURE(c);
     KvIString lower(static_cast<char>(c)), upper(static_cast<char>(c));

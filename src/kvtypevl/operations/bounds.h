@@ -144,10 +144,10 @@ float FractionOf(unsigned short predicate, const typename Row::Codec::Value& con
 // measured; the bound records the whole constant.
 template <class Row>
 float EvalAndBoundRun(const KvIdxBounds* bounds, unsigned short predicate, const void* value,
-                      unsigned char op, unsigned count, KvIdxBounds* newBounds) {
+                      unsigned char formatByte, unsigned count, KvIdxBounds* newBounds) {
   using Codec = typename Row::Codec;
   if (count == 0 || value == nullptr) return 0;
-  const Format format{static_cast<unsigned char>(op & 0x0F)};
+  const Format format{static_cast<unsigned char>(formatByte & 0x0F)};
   const unsigned stride = Codec::Stride(format);
   float fraction = 0;
   if (HasRange(bounds, stride)) {

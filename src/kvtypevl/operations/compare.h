@@ -56,7 +56,7 @@ inline int OrderElements(const unsigned char* a, const unsigned char* b, Format 
 template <class Row>
 [[gnu::noinline]] int CompareElements(Format format, unsigned length1, const unsigned char* a,
                                       unsigned length2, const unsigned char* b,
-                                      unsigned short cmpOp, unsigned count, int& result) {
+                                      unsigned short cmpOp, unsigned count, int& status) {
   const unsigned stride = Row::Codec::Stride(format);
   const unsigned visible =
       std::min(VisibleElements(length1, stride, count), VisibleElements(length2, stride, count));
@@ -80,21 +80,22 @@ template <class Row>
     pass(1);
   }
   const int order = OrderElements<Row>(a, b, format, cmpOp);
-  if (order == 0 && visible < count) result = kvBufferShort;
+  if (order == 0 && visible < count) status = kvBufferShort;
   return order;
 }
 
 template <class Row>
-inline int CompareRun(unsigned char op, unsigned length1, const void* value1, unsigned length2,
-                      const void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  const Format format{static_cast<unsigned char>(op & 0x0F)};
+inline int CompareRun(unsigned char formatByte, unsigned length1, const void* value1,
+                      unsigned length2, const void* value2, unsigned short cmpOp, unsigned count,
+                      int& status) {
+  const Format format{static_cast<unsigned char>(formatByte & 0x0F)};
   const auto* a = static_cast<const unsigned char*>(value1);
   const auto* b = static_cast<const unsigned char*>(value2);
-  result = kvOk;
+  status = kvOk;
   // A single element, the index probe, is never tested against the buffer ends.
   if (count == 1) return OrderElements<Row>(a, b, format, cmpOp);
   if (count == 0) return 0;
-  return CompareElements<Row>(format, length1, a, length2, b, cmpOp, count, result);
+  return CompareElements<Row>(format, length1, a, length2, b, cmpOp, count, status);
 }
 
 }  // namespace kv

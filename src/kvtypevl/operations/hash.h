@@ -58,16 +58,16 @@ inline std::uint64_t XorWords(const unsigned char* at, std::size_t size, unsigne
 }
 
 template <class Row>
-unsigned HashRun(unsigned char op, unsigned length, const void* value, unsigned count,
-                 int& result) {
+unsigned HashRun(unsigned char formatByte, unsigned length, const void* value, unsigned count,
+                 int& status) {
   using Codec = typename Row::Codec;
-  const Format format{static_cast<unsigned char>(op & 0x0F)};
+  const Format format{static_cast<unsigned char>(formatByte & 0x0F)};
   const auto* at = static_cast<const unsigned char*>(value);
-  result = kvOk;
+  status = kvOk;
   if (count == 0) return 0;
   const unsigned stride = Codec::Stride(format);
   const unsigned visible = VisibleElements(length, stride, count);
-  if (visible < count) result = kvBufferShort;
+  if (visible < count) status = kvBufferShort;
 
   if constexpr (requires { Row::kKeyIsLinear; } && Codec::kSameLayout &&
                 std::has_single_bit(Codec::kStoredWidth) && Codec::kStoredWidth <= 8) {

@@ -44,11 +44,11 @@ struct RowHandlers {
                        unsigned count);
   static unsigned MemFileSize(MemFile* file, unsigned char format, unsigned count);
   static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result);
-  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+                     void* value2, unsigned short cmpOp, unsigned count, int& status);
+  static float EvalAndBound(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                             unsigned char format, unsigned count, KvIdxBounds* newBounds);
   static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result);
+                       int& status);
   static KvTypeConvertData* ConvertTo(void* values, unsigned count);
   static void* ConvertFrom(KvTypeConvertData* record, unsigned count);
   static void Construct(void* values, unsigned count, unsigned unused);
@@ -63,7 +63,7 @@ struct RowHandlers {
   static KvString& Print(KvString& out, void* values, const char* format, unsigned count);
   static void* Scan(void* values, KvString& text, const char* format, unsigned count);
   static void* DefaultValue(unsigned count, int unused);
-  static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
+  static int Step(void* value, unsigned length, unsigned char format, unsigned char stepOp);
 
   // The row without its names, format and size, which the catalogue table adds. A comparer that is
   // exported under a name of its own stands in the slot itself.

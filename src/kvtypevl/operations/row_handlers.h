@@ -75,33 +75,33 @@ unsigned RowHandlers<Row>::MemFileSize(MemFile* file, unsigned char format, unsi
 template <class Row>
 int RowHandlers<Row>::Compare(unsigned char format, unsigned length1, void* value1,
                               unsigned length2, void* value2, unsigned short cmpOp, unsigned count,
-                              int& result) {
+                              int& status) {
   if constexpr (requires {
-                  Row::Compare(format, length1, value1, length2, value2, cmpOp, count, result);
+                  Row::Compare(format, length1, value1, length2, value2, cmpOp, count, status);
                 }) {
-    return Row::Compare(format, length1, value1, length2, value2, cmpOp, count, result);
+    return Row::Compare(format, length1, value1, length2, value2, cmpOp, count, status);
   } else {
-    return CompareRun<Row>(format, length1, value1, length2, value2, cmpOp, count, result);
+    return CompareRun<Row>(format, length1, value1, length2, value2, cmpOp, count, status);
   }
 }
 
 template <class Row>
-float RowHandlers<Row>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
+float RowHandlers<Row>::EvalAndBound(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                                      unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  if constexpr (requires { Row::Evaluate(bounds, op, value, format, count, newBounds); }) {
-    return Row::Evaluate(bounds, op, value, format, count, newBounds);
+  if constexpr (requires { Row::Evaluate(bounds, predicate, value, format, count, newBounds); }) {
+    return Row::Evaluate(bounds, predicate, value, format, count, newBounds);
   } else {
-    return EvalAndBoundRun<Row>(bounds, op, value, format, count, newBounds);
+    return EvalAndBoundRun<Row>(bounds, predicate, value, format, count, newBounds);
   }
 }
 
 template <class Row>
 unsigned RowHandlers<Row>::Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                                int& result) {
-  if constexpr (requires { Row::Hash(format, length, value, count, result); }) {
-    return Row::Hash(format, length, value, count, result);
+                                int& status) {
+  if constexpr (requires { Row::Hash(format, length, value, count, status); }) {
+    return Row::Hash(format, length, value, count, status);
   } else {
-    return HashRun<Row>(format, length, value, count, result);
+    return HashRun<Row>(format, length, value, count, status);
   }
 }
 
@@ -189,12 +189,12 @@ void* RowHandlers<Row>::DefaultValue(unsigned count, int /*unused*/) {
 template <class Row>
 int RowHandlers<Row>::Step([[maybe_unused]] void* value, [[maybe_unused]] unsigned length,
                            [[maybe_unused]] unsigned char format,
-                           [[maybe_unused]] unsigned char op) {
+                           [[maybe_unused]] unsigned char stepOp) {
   using Value = typename Row::Codec::Value;
-  if constexpr (requires { Row::Step(value, length, format, op); }) {
-    return Row::Step(value, length, format, op);
+  if constexpr (requires { Row::Step(value, length, format, stepOp); }) {
+    return Row::Step(value, length, format, stepOp);
   } else if constexpr (requires(Value & v) { Row::Successor(v); }) {
-    return StepValue<Row>(value, length, format, op);
+    return StepValue<Row>(value, length, format, stepOp);
   } else {
     return kvNotSupported;
   }

@@ -22,10 +22,10 @@ enum class StepOp : unsigned char {
 // A row policy supplies Successor(value), a status that leaves the value unchanged unless 0, and
 // Smallest().
 template <class Row>
-int StepValue(void* value, unsigned /*length*/, unsigned char format, unsigned char op) {
+int StepValue(void* value, unsigned /*length*/, unsigned char format, unsigned char stepOp) {
   auto& current = *static_cast<typename Row::Codec::Value*>(value);
   if (!Format{format}.IsMemory()) return kvNotSupported;
-  switch (static_cast<StepOp>(op)) {
+  switch (static_cast<StepOp>(stepOp)) {
     case StepOp::kSuccessor:
     case StepOp::kSuccessorToo:
       return Row::Successor(current);

@@ -35,9 +35,9 @@ void WriteLength(unsigned char*& at, o_u4b length, bool reversed) {
 // Blobs in memory or in a stored run, one after the other.
 class BlobRun {
  public:
-  BlobRun(unsigned char op, unsigned length, const void* values, unsigned count)
-      : isMemory_(Format{op}.IsMemory()),
-        stored_(isMemory_ ? nullptr : values, length, Format{op}.IsReversed()),
+  BlobRun(unsigned char format, unsigned length, const void* values, unsigned count)
+      : isMemory_(Format{format}.IsMemory()),
+        stored_(isMemory_ ? nullptr : values, length, Format{format}.IsReversed()),
         at_(static_cast<const KvBlob*>(values)),
         left_(isMemory_ ? VisibleElements(length, sizeof(KvBlob), count) : 0) {}
 
@@ -163,13 +163,13 @@ struct BlobRow {
                        unsigned count);
   static unsigned MemFileSize(MemFile* file, unsigned char format, unsigned count);
   static constexpr KvCompareFunc Compare = BlobCompare;
-  static float Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,
-                        unsigned count, KvIdxBounds* newBounds);
+  static float Evaluate(KvIdxBounds* bounds, unsigned short& predicate, void* value,
+                        unsigned char format, unsigned count, KvIdxBounds* newBounds);
   static unsigned Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result);
+                       int& status);
   // A blob's successor is one byte longer, for which a stored blob has no room: only 'O' and the
   // smallest value, the empty blob, are supported.
-  static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
+  static int Step(void* value, unsigned length, unsigned char format, unsigned char stepOp);
 
   static bool IsNull(const KvBlob& blob) { return blob.IsNullValue() != 0; }
   static int SetNull(KvBlob& blob) { return blob.SetNullValue(); }
@@ -245,8 +245,8 @@ unsigned BlobRow::MemFileSize(MemFile* file, unsigned char format, unsigned coun
   return read ? StoredTotal(total, Format{format}.IsReversed()) : 0;
 }
 
-float BlobRow::Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,
-                        unsigned count, KvIdxBounds* newBounds) {
+float BlobRow::Evaluate(KvIdxBounds* bounds, unsigned short& predicate, void* value,
+                        unsigned char format, unsigned count, KvIdxBounds* newBounds) {
   if (count == 0 || value == nullptr) return 0;
   const auto form = static_cast<unsigned char>(format & 0x0F);
   float fraction = 0;
@@ -254,38 +254,38 @@ float BlobRow::Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, un
   if (bounds != nullptr && BlobRun(form, 0, value, 1).Next(constant) == kvOk) {
     const BlobView lower = BoundOf(bounds->lower, bounds->lowerLength, form);
     const BlobView upper = BoundOf(bounds->upper, bounds->upperLength, form);
-    fraction = std::min(FractionOf<BlobPrefix>(op, constant, lower, upper), 1.0f);
+    fraction = std::min(FractionOf<BlobPrefix>(predicate, constant, lower, upper), 1.0f);
   }
   // The memory form of a bound is the handle alone: it is good for as long as the constant lives.
   const o_u8b size =
       Format{form}.IsMemory() ? o_u8b{count} * sizeof(KvBlob) : Size(value, 0, form, count);
-  RecordBounds(newBounds, op, value, static_cast<unsigned>(std::min<o_u8b>(size, UINT_MAX)));
+  RecordBounds(newBounds, predicate, value, static_cast<unsigned>(std::min<o_u8b>(size, UINT_MAX)));
   return fraction;
 }
 
 unsigned BlobRow::Hash(unsigned char format, unsigned length, void* value, unsigned count,
-                       int& result) {
-  result = kvOk;
+                       int& status) {
+  status = kvOk;
   if (count == 0) return 0;
   unsigned combined = 0;
   BlobRun run(format, length, value, count);
   BlobView blob;
   for (unsigned i = 0; i < count; ++i) {
-    result = run.Next(blob);
-    if (result != kvOk) break;
+    status = run.Next(blob);
+    if (status != kvOk) break;
     combined ^= blob.null ? kNullHash : HashBytes(blob.bytes, blob.available);
     if (blob.IsCut()) {
-      result = kvBufferShort;
+      status = kvBufferShort;
       break;
     }
   }
   return combined * kHashMultiplier;
 }
 
-int BlobRow::Step(void* value, unsigned /*length*/, unsigned char format, unsigned char op) {
+int BlobRow::Step(void* value, unsigned /*length*/, unsigned char format, unsigned char stepOp) {
   if (!Format{format}.IsMemory()) return kvNotSupported;
-  if (op == static_cast<unsigned char>(StepOp::kKeep)) return kvOk;
-  if (op != static_cast<unsigned char>(StepOp::kSmallest)) return kvNotSupported;
+  if (stepOp == static_cast<unsigned char>(StepOp::kKeep)) return kvOk;
+  if (stepOp != static_cast<unsigned char>(StepOp::kSmallest)) return kvNotSupported;
   static_cast<KvBlob*>(value)->SetTo(nullptr, 0);
   return kvOk;
 }
@@ -373,22 +373,22 @@ void* ScanBlob(void* values, KvString& text, const char* /*format*/, unsigned /*
 
 }  // namespace kv
 
-int BlobCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                unsigned short /*cmpOp*/, unsigned count, int& result) {
-  result = kvOk;
+int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short /*cmpOp*/, unsigned count, int& status) {
+  status = kvOk;
   if (count == 0) return 0;
-  kv::BlobRun left(op, length1, value1, count);
-  kv::BlobRun right(op, length2, value2, count);
+  kv::BlobRun left(format, length1, value1, count);
+  kv::BlobRun right(format, length2, value2, count);
   kv::BlobView a;
   kv::BlobView b;
-  for (unsigned i = 0; i < count && result == kvOk; ++i) {
-    result = left.Next(a);
-    if (result == kvOk) result = right.Next(b);
-    if (result != kvOk) break;
+  for (unsigned i = 0; i < count && status == kvOk; ++i) {
+    status = left.Next(a);
+    if (status == kvOk) status = right.Next(b);
+    if (status != kvOk) break;
     const int order = kv::OrderBlobs(a, b);
     if (order != 0) return order;
     // Equal as far as they go, but one of them ends before its length does.
-    if (a.IsCut() || b.IsCut()) result = kvBufferShort;
+    if (a.IsCut() || b.IsCut()) status = kvBufferShort;
   }
   return 0;
 }

@@ -440,30 +440,32 @@ unsigned short KvDate::AnyYear() {
   return kv::anyYear.load(std::memory_order_relaxed);
 }
 
-int KvDateCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::DateRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int KvDateCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::DateRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                     status);
 }
 
-int KvTimeCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::TimeRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int KvTimeCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::TimeRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                     status);
 }
 
-int d_DateCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::OdmgDateRow>(op, length1, value1, length2, value2, cmpOp, count,
-                                         result);
+int d_DateCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::OdmgDateRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                         status);
 }
 
-int d_TimeCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::OdmgTimeRow>(op, length1, value1, length2, value2, cmpOp, count,
-                                         result);
+int d_TimeCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::OdmgTimeRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                         status);
 }
 
-int d_TimestampCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
-                       void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::OdmgTimestampRow>(op, length1, value1, length2, value2, cmpOp, count,
-                                              result);
+int d_TimestampCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                       void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::OdmgTimestampRow>(format, length1, value1, length2, value2, cmpOp,
+                                              count, status);
 }

@@ -372,22 +372,23 @@ unsigned KvIdentityRow<Identity>::SizeGetFromMemFile(MemFile* file, unsigned cha
 template <class Identity>
 int KvIdentityRow<Identity>::Compare(unsigned char format, unsigned length1, void* value1,
                                      unsigned length2, void* value2, unsigned short cmpOp,
-                                     unsigned count, int& result) {
+                                     unsigned count, int& status) {
   return kv::IdentityRowOf<Identity>::Compare(format, length1, value1, length2, value2, cmpOp,
-                                              count, result);
+                                              count, status);
 }
 
 template <class Identity>
-float KvIdentityRow<Identity>::EvalAndBound(KvIdxBounds* bounds, unsigned short& op, void* value,
-                                            unsigned char format, unsigned count,
+float KvIdentityRow<Identity>::EvalAndBound(KvIdxBounds* bounds, unsigned short& predicate,
+                                            void* value, unsigned char format, unsigned count,
                                             KvIdxBounds* newBounds) {
-  return kv::IdentityRowOf<Identity>::EvalAndBound(bounds, op, value, format, count, newBounds);
+  return kv::IdentityRowOf<Identity>::EvalAndBound(bounds, predicate, value, format, count,
+                                                   newBounds);
 }
 
 template <class Identity>
 unsigned KvIdentityRow<Identity>::Hash(unsigned char format, unsigned length, void* value,
-                                       unsigned count, int& result) {
-  return kv::IdentityRowOf<Identity>::Hash(format, length, value, count, result);
+                                       unsigned count, int& status) {
+  return kv::IdentityRowOf<Identity>::Hash(format, length, value, count, status);
 }
 
 template <class Identity>

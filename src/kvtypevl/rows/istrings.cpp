@@ -27,10 +27,10 @@ class WeightedRun {
  public:
   using Value = KvWeightedString<Weights>;
 
-  WeightedRun(unsigned char op, unsigned length, const void* values, unsigned count)
-      : memory_(Format{op}.IsMemory() ? static_cast<const Value*>(values) : nullptr),
+  WeightedRun(unsigned char format, unsigned length, const void* values, unsigned count)
+      : memory_(Format{format}.IsMemory() ? static_cast<const Value*>(values) : nullptr),
         visible_(count == 0 ? 0 : VisibleElements(length, sizeof(Value), count)),
-        stored_(memory_ != nullptr ? nullptr : values, length, Format{op}, count) {}
+        stored_(memory_ != nullptr ? nullptr : values, length, Format{format}, count) {}
 
   // 0; kvBufferShort when the buffer ends before the next text, kvNotSupported when its stored
   // length cannot be right.
@@ -201,7 +201,7 @@ unsigned StoredTextsSize(const void* stored, unsigned char format, unsigned coun
 template <class Weights>
 int CompareInMemory(const KvWeightedString<Weights>* values1,
                     const KvWeightedString<Weights>* values2, unsigned length1, unsigned length2,
-                    unsigned count, int& result) {
+                    unsigned count, int& status) {
   constexpr unsigned kStride = sizeof(KvWeightedString<Weights>);
   if (count == 0) return 0;
   const unsigned visible =
@@ -210,7 +210,7 @@ int CompareInMemory(const KvWeightedString<Weights>* values1,
     const int order = values1[i].Compare(values2[i]);
     if (order != 0) return ThreeWay(order, 0);
   }
-  if (visible < count) result = kvBufferShort;
+  if (visible < count) status = kvBufferShort;
   return 0;
 }
 
@@ -238,12 +238,12 @@ struct WeightedStringRow {
   static constexpr KvSizeFunc Size = StringSizeGet;
   static constexpr KvMemFileSizeFunc MemFileSize = StringMemFileSize;
   static int Compare(unsigned char format, unsigned length1, const void* value1, unsigned length2,
-                     const void* value2, unsigned short cmpOp, unsigned count, int& result);
-  static float Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value, unsigned char format,
-                        unsigned count, KvIdxBounds* newBounds);
+                     const void* value2, unsigned short cmpOp, unsigned count, int& status);
+  static float Evaluate(KvIdxBounds* bounds, unsigned short& predicate, void* value,
+                        unsigned char format, unsigned count, KvIdxBounds* newBounds);
   // Values that compare equal have many texts, so all share one bucket.
-  static unsigned Hash(unsigned char, unsigned, void*, unsigned, int& result) {
-    result = kvOk;
+  static unsigned Hash(unsigned char, unsigned, void*, unsigned, int& status) {
+    status = kvOk;
     return 0;
   }
   // The lowest weight of all is that of byte 1.
@@ -298,20 +298,20 @@ unsigned WeightedStringRow<Weights>::Load(void* destination, const void* source,
 template <class Weights>
 int WeightedStringRow<Weights>::Compare(unsigned char format, unsigned length1, const void* value1,
                                         unsigned length2, const void* value2,
-                                        unsigned short /*cmpOp*/, unsigned count, int& result) {
-  result = kvOk;
+                                        unsigned short /*cmpOp*/, unsigned count, int& status) {
+  status = kvOk;
   if (Format{format}.IsMemory()) {
     return CompareInMemory<Weights>(static_cast<const Value*>(value1),
                                     static_cast<const Value*>(value2), length1, length2, count,
-                                    result);
+                                    status);
   }
   WeightedRun<Weights> run1(format, length1, value1, count);
   WeightedRun<Weights> run2(format, length2, value2, count);
   for (unsigned i = 0; i < count; ++i) {
     WeightedText text1, text2;
-    result = run1.Next(text1);
-    if (result == kvOk) result = run2.Next(text2);
-    if (result != kvOk) return 0;
+    status = run1.Next(text1);
+    if (status == kvOk) status = run2.Next(text2);
+    if (status != kvOk) return 0;
     const int order = CompareWeighted<Weights>(text1, text2);
     if (order != 0) return ThreeWay(order, 0);
   }
@@ -319,17 +319,17 @@ int WeightedStringRow<Weights>::Compare(unsigned char format, unsigned length1, 
 }
 
 template <class Weights>
-float WeightedStringRow<Weights>::Evaluate(KvIdxBounds* bounds, unsigned short& op, void* value,
-                                           unsigned char format, unsigned count,
+float WeightedStringRow<Weights>::Evaluate(KvIdxBounds* bounds, unsigned short& predicate,
+                                           void* value, unsigned char format, unsigned count,
                                            KvIdxBounds* newBounds) {
   if (count == 0 || value == nullptr) return 0;
   const float fraction =
-      bounds == nullptr ? 0 : WeightedFraction<Weights>(*bounds, op, value, format);
+      bounds == nullptr ? 0 : WeightedFraction<Weights>(*bounds, predicate, value, format);
   // A bound in memory form shares the constant's text and is good for as long as that lives.
   const bool inMemory = Format{format}.IsMemory();
   const unsigned size = inMemory ? std::min(count, 256u) * static_cast<unsigned>(sizeof(Value))
                                  : StringSizeGet(value, 0, format, count);
-  RecordBounds(newBounds, op, value, size);
+  RecordBounds(newBounds, predicate, value, size);
   return fraction;
 }
 
@@ -348,14 +348,14 @@ template struct RowHandlers<WeightedStringRow<KvCaseIStringWeights>>;
 
 }  // namespace kv
 
-int KvIStringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::WeightedStringRow<KvIStringWeights>::Compare(op, length1, value1, length2, value2,
-                                                          cmpOp, count, result);
+int KvIStringCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                     void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::WeightedStringRow<KvIStringWeights>::Compare(format, length1, value1, length2, value2,
+                                                          cmpOp, count, status);
 }
 
-int KvCaseIStringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
-                         void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::WeightedStringRow<KvCaseIStringWeights>::Compare(op, length1, value1, length2, value2,
-                                                              cmpOp, count, result);
+int KvCaseIStringCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                         void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::WeightedStringRow<KvCaseIStringWeights>::Compare(format, length1, value1, length2,
+                                                              value2, cmpOp, count, status);
 }

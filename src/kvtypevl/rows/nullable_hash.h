@@ -37,7 +37,7 @@ inline constexpr unsigned kNullableStep = width / (sizeof(Scalar) == 1 ? 2 : 4);
 //   KvInt64          low high flag, three loads
 //   4-byte scalars   key flag, two loads
 //
-// Which lane an element gets is no matter, as long as key and flag get the same.
+// An element may go to any lane, as long as its key and its flag go to the same one.
 template <class Scalar, unsigned width>
 [[gnu::always_inline]] inline void LoadNullableLanes(Lanes<width>& keys, Lanes<width>& flags,
                                                      const unsigned char* at) {
@@ -148,7 +148,7 @@ template <class Scalar>
 #endif
 
 // The elements in front of the first one that starts a cache line. Vectors as wide as a line take
-// twice the time when each reaches into the next one; 0 where that is no matter.
+// twice the time when each reaches into the next one; 0 where lines do not matter.
 template <class Scalar>
 unsigned NullablesBeforeLine(const unsigned char* at, unsigned count) {
   constexpr unsigned kLine = 64;

@@ -23,15 +23,15 @@ unsigned NullableRow<ScalarRowType>::Load(void* destination, const void* source,
 }
 
 template <class ScalarRowType>
-unsigned NullableRow<ScalarRowType>::Hash(unsigned char op, unsigned length, const void* value,
-                                          unsigned count, int& result) {
-  const Format format{static_cast<unsigned char>(op & 0x0F)};
+unsigned NullableRow<ScalarRowType>::Hash(unsigned char formatByte, unsigned length,
+                                          const void* value, unsigned count, int& status) {
+  const Format format{static_cast<unsigned char>(formatByte & 0x0F)};
   const auto* at = static_cast<const unsigned char*>(value);
-  result = kvOk;
+  status = kvOk;
   if (count == 0) return 0;
   const unsigned stride = Codec::Stride(format);
   const unsigned visible = VisibleElements(length, stride, count);
-  if (visible < count) result = kvBufferShort;
+  if (visible < count) status = kvBufferShort;
   NullableHash hash;
   Scalar scalar = ScalarCodecType::Blank();
   if (format.IsMemory()) {

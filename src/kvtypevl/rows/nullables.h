@@ -79,8 +79,8 @@ struct NullableRow {
 
   // XOR of the elements' own hashes: a present one hashes as its scalar alone does, multiplier and
   // all, and the total is not multiplied again.
-  static unsigned Hash(unsigned char op, unsigned length, const void* value, unsigned count,
-                       int& result);
+  static unsigned Hash(unsigned char format, unsigned length, const void* value, unsigned count,
+                       int& status);
 
   static double Position(const Value& value) { return ScalarRowType::Position(value.value); }
 

@@ -336,65 +336,73 @@ unsigned TranslateEnum(void* destination, unsigned char destinationFormat,
 
 }  // namespace kv
 
-int ByteCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::ByteRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int ByteCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::ByteRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                     status);
 }
 
-int CharCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::CharRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int CharCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::CharRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                     status);
 }
 
-int ShortCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                 unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::ShortRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int ShortCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                 void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::ShortRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                      status);
 }
 
-int WordCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::WordRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int WordCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::WordRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                     status);
 }
 
-int LongCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::LongRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int LongCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::LongRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                     status);
 }
 
-int DwordCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                 unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::DwordRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int DwordCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                 void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::DwordRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                      status);
 }
 
-int IntCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-               unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::IntRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int IntCompare(unsigned char format, unsigned length1, void* value1, unsigned length2, void* value2,
+               unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::IntRow>(format, length1, value1, length2, value2, cmpOp, count, status);
 }
 
-int UnsignedCompare(unsigned char op, unsigned length1, void* value1, unsigned length2,
-                    void* value2, unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::UnsignedIntRow>(op, length1, value1, length2, value2, cmpOp, count,
-                                            result);
+int UnsignedCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                    void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::UnsignedIntRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                            status);
 }
 
-int O_8BCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::EightByteRow>(op, length1, value1, length2, value2, cmpOp, count,
-                                          result);
+int O_8BCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::EightByteRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                          status);
 }
 
-int O_U8BCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                 unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::UnsignedEightByteRow>(op, length1, value1, length2, value2, cmpOp,
-                                                  count, result);
+int O_U8BCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                 void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::UnsignedEightByteRow>(format, length1, value1, length2, value2, cmpOp,
+                                                  count, status);
 }
 
-int FloatCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                 unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::FloatRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int FloatCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                 void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::FloatRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                      status);
 }
 
-int DoubleCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::DoubleRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int DoubleCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::DoubleRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                       status);
 }

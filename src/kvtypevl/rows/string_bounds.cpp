@@ -277,7 +277,7 @@ void RecordPrefix(unsigned char*& bound, unsigned char& length, const Text& pref
   RecordStored(bound, length, stored, format, 1);
 }
 
-float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short op, const void* value,
+float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short predicate, const void* value,
                              unsigned char format, unsigned count, KvIdxBounds* newBounds,
                              StringRowFlag /*row*/) {
   if (count == 0 || value == nullptr) return 0;
@@ -291,11 +291,11 @@ float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short op, const
   Text upper;
   if (bounds != nullptr && ReadBound(bounds->lower, bounds->lowerLength, form, lower) &&
       ReadBound(bounds->upper, bounds->upperLength, form, upper)) {
-    fraction = SelectedFraction(op, constant, lower, upper);
+    fraction = SelectedFraction(predicate, constant, lower, upper);
   }
   if (newBounds == nullptr) return fraction;
-  const bool narrowsLower = (op & kvPredicateLess) == 0;
-  const bool narrowsUpper = (op & kvPredicateGreater) == 0;
+  const bool narrowsLower = (predicate & kvPredicateLess) == 0;
+  const bool narrowsUpper = (predicate & kvPredicateGreater) == 0;
   if (constant.isPrefix) {
     // Matches of a pattern have no greatest one that could be written down.
     if (narrowsLower) RecordPrefix(newBounds->lower, newBounds->lowerLength, constant.text, form);
@@ -308,15 +308,16 @@ float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short op, const
 
 }  // namespace
 
-float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                           unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  return EvalAndBoundAnyStrings(bounds, op, value, format, count, newBounds,
+  return EvalAndBoundAnyStrings(bounds, predicate, value, format, count, newBounds,
                                 StringRowFlag::kCurrent);
 }
 
-float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                              unsigned char format, unsigned count, KvIdxBounds* newBounds) {
-  return EvalAndBoundAnyStrings(bounds, op, value, format, count, newBounds, StringRowFlag::kOld);
+  return EvalAndBoundAnyStrings(bounds, predicate, value, format, count, newBounds,
+                                StringRowFlag::kOld);
 }
 
 }  // namespace kv

@@ -35,14 +35,14 @@ namespace {
 
 template <class Run>
 unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned count,
-                   int& result) {
+                   int& status) {
   Run run(values, length, format, count);
   unsigned combined = 0;
   for (unsigned index = 0; index < count; ++index) {
     Text text;
-    result = run.Next(text);
-    if (result == kvNotSupported) return 0;
-    if (result != kvOk) break;
+    status = run.Next(text);
+    if (status == kvNotSupported) return 0;
+    if (status != kvOk) break;
     // A string that its buffer cuts short hashes as many orders as it has units.
     combined ^= HashText(text, run.CutLength());
   }
@@ -51,7 +51,7 @@ unsigned HashRunOf(const void* values, unsigned length, Format format, unsigned 
 
 template <class Run>
 int CompareRunsOf(const void* values1, unsigned length1, const void* values2, unsigned length2,
-                  Format format, unsigned short cmpOp, unsigned count, int& result) {
+                  Format format, unsigned short cmpOp, unsigned count, int& status) {
   Run run1(values1, length1, format, count);
   Run run2(values2, length2, format, count);
   unsigned index = 0;
@@ -59,9 +59,9 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
   for (; index < count; ++index) {
     Text text1;
     Text text2;
-    result = run1.Next(text1);
-    if (result == kvOk) result = run2.Next(text2);
-    if (result != kvOk) return 0;
+    status = run1.Next(text1);
+    if (status == kvOk) status = run2.Next(text2);
+    if (status != kvOk) return 0;
     const int order = CompareTexts(text1, text2, cmpOp);
     if (order != 0) return ThreeWay(order, 0);
   }
@@ -69,20 +69,21 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
 }
 
 // Any two runs; what is not ordinary among single strings too.
-[[gnu::noinline]] int CompareRunsInGeneral(unsigned char op, unsigned length1, const void* value1,
-                                           unsigned length2, const void* value2,
-                                           unsigned short cmpOp, unsigned count, int& result) {
-  const Format format{op};
+[[gnu::noinline]] int CompareRunsInGeneral(unsigned char formatByte, unsigned length1,
+                                           const void* value1, unsigned length2, const void* value2,
+                                           unsigned short cmpOp, unsigned count, int& status) {
+  const Format format{formatByte};
   return format.IsMemory() ? CompareRunsOf<MemoryStringRun>(value1, length1, value2, length2,
-                                                            format, cmpOp, count, result)
+                                                            format, cmpOp, count, status)
                            : CompareRunsOf<StoredStringRun>(value1, length1, value2, length2,
-                                                            format, cmpOp, count, result);
+                                                            format, cmpOp, count, status);
 }
 
 // What the first difference, behind `passed` units, leaves undecided between two whole blocks.
 [[gnu::noinline]] int CompareBlockWords(const unsigned char* block1, const unsigned char* block2,
-                                        unsigned char op, unsigned short cmpOp, unsigned passed) {
-  const bool reversed = Format{op}.IsReversed();
+                                        unsigned char format, unsigned short cmpOp,
+                                        unsigned passed) {
+  const bool reversed = Format{format}.IsReversed();
   const bool wide = KvIsWideCodeSet(block1[2]);
   const auto textOf = [=](const unsigned char* block) -> Text {
     return {block[2], block[3], block + StringBlock::kHeader,
@@ -122,8 +123,8 @@ int Successor(KvString& string) {
   return done ? kvOk : kvNotSupported;
 }
 
-int StepInMemory(KvString& string, unsigned char op) {
-  switch (static_cast<StepOp>(op)) {
+int StepInMemory(KvString& string, unsigned char stepOp) {
+  switch (static_cast<StepOp>(stepOp)) {
     case StepOp::kSuccessor:
     case StepOp::kSuccessorToo:
       return Successor(string);
@@ -137,25 +138,25 @@ int StepInMemory(KvString& string, unsigned char op) {
 }
 
 unsigned HashAnyStrings(unsigned char format, unsigned length, const void* values, unsigned count,
-                        int& result, StringRowFlag /*row*/) {
-  result = kvOk;
+                        int& status, StringRowFlag /*row*/) {
+  status = kvOk;
   if (count == 0) return 0;
   const Format form{format};
-  return form.IsMemory() ? HashRunOf<MemoryStringRun>(values, length, form, count, result)
-                         : HashRunOf<StoredStringRun>(values, length, form, count, result);
+  return form.IsMemory() ? HashRunOf<MemoryStringRun>(values, length, form, count, status)
+                         : HashRunOf<StoredStringRun>(values, length, form, count, status);
 }
 
 // An index probe compares single strings; those take no detour through a run. Everything out of the
 // ordinary is called at the end and only there, with what was given, so that it costs them nothing.
-[[gnu::always_inline]] inline int CompareAnyStrings(unsigned char op, unsigned length1,
+[[gnu::always_inline]] inline int CompareAnyStrings(unsigned char formatByte, unsigned length1,
                                                     const void* value1, unsigned length2,
                                                     const void* value2, unsigned short cmpOp,
-                                                    unsigned count, int& result,
+                                                    unsigned count, int& status,
                                                     StringRowFlag /*row*/) {
-  result = kvOk;
-  const Format format{op};
+  status = kvOk;
+  const Format format{formatByte};
   if (count != 1) [[unlikely]] {
-    return CompareRunsInGeneral(op, length1, value1, length2, value2, cmpOp, count, result);
+    return CompareRunsInGeneral(formatByte, length1, value1, length2, value2, cmpOp, count, status);
   }
   if (format.IsMemory()) {
     return CompareStrings(*static_cast<const KvString*>(value1),
@@ -165,12 +166,12 @@ unsigned HashAnyStrings(unsigned char format, unsigned length, const void* value
   const auto* block2 = static_cast<const unsigned char*>(value2);
   if (!AreWhole(block1, length1, block2, length2, format) ||
       !ComparesByUnits(block1[2], block1[3], block2[2], block2[3], cmpOp)) [[unlikely]] {
-    return CompareRunsInGeneral(op, length1, value1, length2, value2, cmpOp, count, result);
+    return CompareRunsInGeneral(formatByte, length1, value1, length2, value2, cmpOp, count, status);
   }
   const unsigned char codeSet = block1[2];
   const unsigned char language = block1[3];
   const auto rest = [=](unsigned passed) {
-    return CompareBlockWords(block1, block2, op, cmpOp, passed);
+    return CompareBlockWords(block1, block2, formatByte, cmpOp, passed);
   };
   if (!KvIsWideCodeSet(codeSet)) {
     const auto difference = DifferenceOfTerminated<unsigned char>(block1 + StringBlock::kHeader,
@@ -207,12 +208,12 @@ struct StringRow : StringTexts {
   static constexpr KvCompareFunc Compare = StringCompare;
   static constexpr KvEvalFunc Evaluate = EvalAndBoundStrings;
   static unsigned Hash(unsigned char format, unsigned length, void* values, unsigned count,
-                       int& result) {
-    return HashAnyStrings(format, length, values, count, result, StringRowFlag::kCurrent);
+                       int& status) {
+    return HashAnyStrings(format, length, values, count, status, StringRowFlag::kCurrent);
   }
   static bool IsNull(const KvString& string) { return string.IsNullValue() != 0; }
   static int SetNull(KvString& string) { return string.SetNullValue(); }
-  static int Step(void* value, unsigned length, unsigned char format, unsigned char op);
+  static int Step(void* value, unsigned length, unsigned char format, unsigned char stepOp);
 };
 
 struct OldStringRow : StringTexts {
@@ -220,25 +221,25 @@ struct OldStringRow : StringTexts {
   static constexpr KvSizeFunc Size = OldStringSize;
   static constexpr KvMemFileSizeFunc MemFileSize = OldStringMemFileSize;
   static int Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
-                     void* value2, unsigned short cmpOp, unsigned count, int& result) {
-    return CompareAnyStrings(format, length1, value1, length2, value2, cmpOp, count, result,
+                     void* value2, unsigned short cmpOp, unsigned count, int& status) {
+    return CompareAnyStrings(format, length1, value1, length2, value2, cmpOp, count, status,
                              StringRowFlag::kOld);
   }
   static constexpr KvEvalFunc Evaluate = EvalAndBoundOldStrings;
   static unsigned Hash(unsigned char format, unsigned length, void* values, unsigned count,
-                       int& result) {
-    return HashAnyStrings(format, length, values, count, result, StringRowFlag::kOld);
+                       int& status) {
+    return HashAnyStrings(format, length, values, count, status, StringRowFlag::kOld);
   }
 };
 
 // A stored string is stepped in its own byte order and stored back where it fits.
-int StringRow::Step(void* value, unsigned length, unsigned char format, unsigned char op) {
+int StringRow::Step(void* value, unsigned length, unsigned char format, unsigned char stepOp) {
   // By the whole byte, as KvTypeMgr::GetValue tells the forms of every other row.
-  if (format == kMemory.byte) return StepInMemory(*static_cast<KvString*>(value), op);
-  if (static_cast<StepOp>(op) == StepOp::kKeep) return kvOk;
+  if (format == kMemory.byte) return StepInMemory(*static_cast<KvString*>(value), stepOp);
+  if (static_cast<StepOp>(stepOp) == StepOp::kKeep) return kvOk;
   KvString string;
   if (StringLoad(&string, value, format, 1) == 0) return kvNotSupported;
-  const int status = StepInMemory(string, op);
+  const int status = StepInMemory(string, stepOp);
   if (status != kvOk) return status;
   // Without a buffer length the present block is all the room there is.
   const unsigned room = length != 0 ? length : StringSizeGet(value, 0, format, 1);
@@ -418,8 +419,8 @@ void* ScanString(void* values, KvString& text, const char* /*format*/, unsigned 
 
 }  // namespace kv
 
-int StringCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                  unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareAnyStrings(op, length1, value1, length2, value2, cmpOp, count, result,
+int StringCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                  void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareAnyStrings(format, length1, value1, length2, value2, cmpOp, count, status,
                                kv::StringRowFlag::kCurrent);
 }

@@ -18,9 +18,9 @@ void* ScanString(void* values, KvString& text, const char* format, unsigned coun
 enum class StringRowFlag : unsigned short { kCurrent = 0, kOld = 1 };
 
 // string_bounds.cpp
-float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+float EvalAndBoundStrings(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                           unsigned char format, unsigned count, KvIdxBounds* newBounds);
-float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& op, void* value,
+float EvalAndBoundOldStrings(KvIdxBounds* bounds, unsigned short& predicate, void* value,
                              unsigned char format, unsigned count, KvIdxBounds* newBounds);
 struct StringRow;
 struct OldStringRow;

@@ -13,16 +13,16 @@ struct TrivialRow {
   static unsigned Size(const void*, unsigned char, unsigned char, unsigned) { return 0; }
   static unsigned MemFileSize(MemFile*, unsigned char, unsigned) { return 0; }
   static int Compare(unsigned char, unsigned, void*, unsigned, void*, unsigned short, unsigned,
-                     int& result) {
-    result = kvOk;
+                     int& status) {
+    status = kvOk;
     return 0;
   }
   static float EvalAndBound(KvIdxBounds*, unsigned short&, void*, unsigned char, unsigned,
                             KvIdxBounds*) {
     return 0;
   }
-  static unsigned Hash(unsigned char, unsigned, void*, unsigned, int& result) {
-    result = kvOk;
+  static unsigned Hash(unsigned char, unsigned, void*, unsigned, int& status) {
+    status = kvOk;
     return 0;
   }
   static KvTypeConvertData* ConvertTo(void*, unsigned) { return nullptr; }

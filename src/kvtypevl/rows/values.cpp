@@ -219,12 +219,14 @@ int KvSeal::ScanFromKvString(const KvString& text) {
   return status;
 }
 
-int Int64Compare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                 unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::Int64Row>(op, length1, value1, length2, value2, cmpOp, count, result);
+int Int64Compare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                 void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::Int64Row>(format, length1, value1, length2, value2, cmpOp, count,
+                                      status);
 }
 
-int BooleanCompare(unsigned char op, unsigned length1, void* value1, unsigned length2, void* value2,
-                   unsigned short cmpOp, unsigned count, int& result) {
-  return kv::CompareRun<kv::BooleanRow>(op, length1, value1, length2, value2, cmpOp, count, result);
+int BooleanCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
+                   void* value2, unsigned short cmpOp, unsigned count, int& status) {
+  return kv::CompareRun<kv::BooleanRow>(format, length1, value1, length2, value2, cmpOp, count,
+                                        status);
 }
