@@ -39,15 +39,15 @@ constexpr std::size_t kRequestBytes = 1572864;
 // One operation of each batch is the writer's number, and the deepest one counts as one more. A key
 // stands in its condition and again in its write; the rest of the request is what frames them.
 constexpr std::size_t kBatchWrites = kOperations - 2;
-constexpr std::size_t kKeyBytes = 2048;
 constexpr std::size_t kBatchBytes = 1250000;
 constexpr std::size_t kValueBytes = 1000000;
-static_assert(kBatchBytes + kOperations * (kKeyBytes + 256) < kRequestBytes);
+static_assert(kBatchBytes + kOperations * (kEtcdKeyBytes + 256) < kRequestBytes);
 
 constexpr std::size_t kPageBytes = std::size_t{1} << 20;
 constexpr std::size_t kFirstPage = 256;
 constexpr std::size_t kLargestPage = 16384;
 
+constexpr unsigned kMostKeyByKey = 1024;
 constexpr unsigned kLeaseSeconds = 24 * 3600;
 
 // Codes of the gateway's answers.
@@ -389,7 +389,7 @@ class EtcdStore : public OrderedStore {
   }
 
   Limits GetLimits() const override {
-    return {.keyBytes = kKeyBytes,
+    return {.keyBytes = kEtcdKeyBytes,
             .valueBytes = kValueBytes,
             .batchWrites = kBatchWrites,
             .batchBytes = kBatchBytes,
@@ -439,21 +439,38 @@ class EtcdStore : public OrderedStore {
     return "{\"requestPut\":" + key + ",\"value\":" + Quoted64(*write.value) + "}}";
   }
 
+  // The conditions of a batch. Absent keys next to each other in the order of keys, as those of a
+  // load of rising keys are, may have one for all of them, which asks for more than they do: that
+  // nothing is between the first and the last. It costs the members as much as a single key's.
+  std::string Conditions(std::span<const Write* const> batch, bool together) const {
+    std::string conditions;
+    const Write* first = nullptr;
+    const Write* last = nullptr;
+    for (const Write* write : batch) {
+      if (together && write->when == When::kAbsent) {
+        first = first == nullptr ? write : first;
+        last = write;
+      } else if (write->when != When::kAlways) {
+        conditions += "," + Condition(*write);
+      }
+    }
+    if (first == nullptr) return conditions;
+    return conditions + ",{\"key\":" + Quoted64(prefix_ + first->key) +
+           ",\"range_end\":" + Quoted64(prefix_ + last->key + '\0') +
+           ",\"target\":\"VERSION\",\"version\":\"0\"}";
+  }
+
   // If the number stands where it was left and the conditions hold, the batch and the number's
   // move. Else, if it stands there still, it moves to say that the batch was refused; else it is
   // read, and tells what an earlier try did.
-  std::string Request(std::span<const Write* const> batch, const std::string& done,
+  std::string Request(std::span<const Write* const> batch, bool together, const std::string& done,
                       const std::string& refused) const {
-    std::string compare = MarkCondition();
     std::string success = PutMark(done);
-    for (const Write* write : batch) {
-      if (write->when != When::kAlways) compare += "," + Condition(*write);
-      success += "," + Operation(*write);
-    }
-    return "{\"compare\":[" + compare + "],\"success\":[" + success +
-           "],\"failure\":[{\"requestTxn\":{\"compare\":[" + MarkCondition() + "],\"success\":[" +
-           PutMark(refused) + "],\"failure\":[{\"requestRange\":{\"key\":" + Quoted64(writer_) +
-           "}}]}}]}";
+    for (const Write* write : batch) success += "," + Operation(*write);
+    return "{\"compare\":[" + MarkCondition() + Conditions(batch, together) + "],\"success\":[" +
+           success + "],\"failure\":[{\"requestTxn\":{\"compare\":[" + MarkCondition() +
+           "],\"success\":[" + PutMark(refused) +
+           "],\"failure\":[{\"requestRange\":{\"key\":" + Quoted64(writer_) + "}}]}}]}";
   }
 
   // A batch whose outcome stays unknown may yet arrive: its writer has no future.
@@ -467,14 +484,33 @@ class EtcdStore : public OrderedStore {
     }
   }
 
-  // True when the batch was applied, false when a condition refused it.
+  // True when the batch was applied, false when a condition refused it. After a batch that was
+  // refused for what is between its keys, the next ones, ever more of them, go key by key at once.
   bool Send(std::span<const Write* const> batch) {
+    const auto absent = std::count_if(batch.begin(), batch.end(), [](const Write* write) {
+      return write->when == When::kAbsent;
+    });
+    if (absent > 1 && keyByKey_ == 0) {
+      if (SendWith(batch, true)) {
+        nextKeyByKey_ = 1;
+        return true;
+      }
+      keyByKey_ = nextKeyByKey_;
+      nextKeyByKey_ = std::min(2 * nextKeyByKey_, kMostKeyByKey);
+    } else if (absent > 1) {
+      --keyByKey_;
+    }
+    return SendWith(batch, false);
+  }
+
+  bool SendWith(std::span<const Write* const> batch, bool together) {
     if (writer_.empty() || Clock::now() > renewAt_) BecomeWriter();
     for (unsigned tries = 0;; ++tries) {
       const std::string done = std::to_string(++number_);
       const std::string refused = done + "-";
       bool unknown = false;
-      const Answer answer = channel_.Ask("/v3/kv/txn", Request(batch, done, refused), unknown);
+      const Answer answer =
+          channel_.Ask("/v3/kv/txn", Request(batch, together, done, refused), unknown);
       if (answer.code == kNotFound && !unknown && tries == 0) {  // the lease is gone
         BecomeWriter();
         continue;
@@ -527,7 +563,9 @@ class EtcdStore : public OrderedStore {
   std::string lease_;
   Clock::time_point renewAt_;
   unsigned long long number_ = 0;
-  std::string mark_;  // what stands at that key, empty: nothing
+  std::string mark_;           // what stands at that key, empty: nothing
+  unsigned keyByKey_ = 0;      // batches that ask for each absent key
+  unsigned nextKeyByKey_ = 1;  // how many will after the next that is refused
 };
 
 }  // namespace

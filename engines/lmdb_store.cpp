@@ -17,6 +17,7 @@ namespace engines {
 namespace {
 
 constexpr std::size_t kLargestMap = std::size_t{1} << 40;
+constexpr std::size_t kLeastSpace = 1 << 16;
 constexpr std::size_t kSmallestMap = std::size_t{1} << 30;
 
 MDB_val AsValue(std::string_view bytes) {
@@ -47,6 +48,12 @@ Fault FaultOf(int status) {
   }
 }
 
+bool IsFull(const std::string& place) {
+  std::error_code error;
+  const auto space = std::filesystem::space(place, error);
+  return !error && space.available < kLeastSpace;
+}
+
 // A transaction that is gone with the object unless it was committed.
 class Transaction {
  public:
@@ -62,6 +69,8 @@ class Transaction {
   MDB_txn* Handle() const { return handle_; }
   void Require(int status) const {
     if (status == MDB_SUCCESS) return;
+    // A page of which the disk took only a part is an input/output error to the engine.
+    if (status == EIO && IsFull(place_)) status = ENOSPC;
     throw StoreError(FaultOf(status), "lmdb:" + place_ + ": " + mdb_strerror(status));
   }
   void Commit() { Require(mdb_txn_commit(std::exchange(handle_, nullptr))); }

@@ -13,6 +13,7 @@ struct Engine {
   const char* package;  // what its library is called where it is missing
   const char* place;    // what stands behind the colon
   Open open;            // null: not built here
+  std::size_t longestKey;
 };
 
 #ifdef KV_HAVE_LMDB
@@ -37,15 +38,15 @@ constexpr Open kOpenPostgreSql = nullptr;
 #endif
 
 constexpr std::array<Engine, 4> kEngines{{
-    {"lmdb", "liblmdb-dev", "PATH", kOpenLmdb},
-    {"rocksdb", "librocksdb-dev", "PATH", kOpenRocksDb},
-    {"etcd", "libcurl4-openssl-dev and nlohmann-json3-dev", "HOST:PORT,...", kOpenEtcd},
-    {"postgresql", "libpq-dev", "CONNINFO", kOpenPostgreSql},
+    {"lmdb", "liblmdb-dev", "PATH", kOpenLmdb, kLmdbKeyBytes},
+    {"rocksdb", "librocksdb-dev", "PATH", kOpenRocksDb, kRocksDbKeyBytes},
+    {"etcd", "libcurl4-openssl-dev and nlohmann-json3-dev", "HOST:PORT,...", kOpenEtcd,
+     kEtcdKeyBytes},
+    {"postgresql", "libpq-dev", "CONNINFO", kOpenPostgreSql, kPostgreSqlKeyBytes},
 }};
 
-}  // namespace
-
-std::unique_ptr<OrderedStore> OpenStore(const std::string& url, const OpenOptions& options) {
+// The engine that a URL names. Fails when it is not built here or the URL does not say where.
+const Engine& EngineOf(const std::string& url) {
   const std::size_t colon = url.find(':');
   const std::string name = url.substr(0, colon);
   std::string known;
@@ -61,9 +62,19 @@ std::unique_ptr<OrderedStore> OpenStore(const std::string& url, const OpenOption
       throw StoreError(Fault::kBadUrl,
                        "'" + url + "' does not say where; it is " + name + ":" + engine.place);
     }
-    return engine.open(url.substr(colon + 1), options);
+    return engine;
   }
   throw StoreError(Fault::kBadUrl, "'" + url + "' names no engine; a store is one of " + known);
+}
+
+}  // namespace
+
+std::unique_ptr<OrderedStore> OpenStore(const std::string& url, const OpenOptions& options) {
+  return EngineOf(url).open(url.substr(url.find(':') + 1), options);
+}
+
+std::size_t LongestKey(const std::string& url) {
+  return EngineOf(url).longestKey;
 }
 
 std::vector<std::string> BuiltEngines() {

@@ -156,6 +156,10 @@ struct OpenOptions {
 // Opens the store that a URL names.
 std::unique_ptr<OrderedStore> OpenStore(const std::string& url, const OpenOptions& options);
 
+// The longest key that the engine of a URL takes, known without opening a store. Faults as
+// OpenStore.
+std::size_t LongestKey(const std::string& url);
+
 // The engines that this program was built with, by the beginning of their URLs ("lmdb").
 std::vector<std::string> BuiltEngines();
 

@@ -25,8 +25,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// An index row takes at most 2,704 bytes; 8 are its header and 4 the length of the key.
-constexpr std::size_t kKeyBytes = 2692;
 constexpr std::size_t kBatchBytes = std::size_t{256} << 20;  // a statement has at most 1 GB
 constexpr std::size_t kValueBytes = std::size_t{128} << 20;
 
@@ -405,7 +403,7 @@ class PostgreSqlStore : public OrderedStore {
   }
 
   Limits GetLimits() const override {
-    return {.keyBytes = kKeyBytes,
+    return {.keyBytes = kPostgreSqlKeyBytes,
             .valueBytes = kValueBytes,
             .batchWrites = kUnlimited,
             .batchBytes = kBatchBytes,

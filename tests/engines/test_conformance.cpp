@@ -194,6 +194,25 @@ TEST_CASE("a snapshot stays as it was, over many pages and while others write") 
   });
 }
 
+TEST_CASE("absent keys of a batch are asked for, and not what is between them") {
+  OverAllStores([](OrderedStore& store, const std::string&) {
+    const auto absent = [](const char* key) {
+      return Write{.key = key, .value = "v", .when = When::kAbsent};
+    };
+    for (unsigned round = 0; round < 3; ++round) {
+      store.Put("m", "between");
+      CHECK_FALSE(store.Apply({absent("a"), absent("z")}).has_value());
+      CHECK_FALSE(
+          store.Apply({absent("n"), absent("o"), {.key = "m", .value = "again"}}).has_value());
+      CHECK(store.Apply({absent("b"), absent("m"), absent("y")}) == 1);
+      CHECK(store.Apply({absent("b"), absent("z")}) == 1);
+      CHECK(Scanned(store, {}) ==
+            Entries{{"a", "v"}, {"m", "again"}, {"n", "v"}, {"o", "v"}, {"z", "v"}});
+      for (const char* key : {"a", "m", "n", "o", "z"}) store.Erase(key);
+    }
+  });
+}
+
 TEST_CASE("of writers that expect the same, one wins") {
   OverAllStores([](OrderedStore& store, const std::string& url) {
     constexpr unsigned kThreads = 4;
@@ -231,8 +250,9 @@ TEST_CASE("of writers that expect the same, one wins") {
 }
 
 TEST_CASE("what is too large or senseless is refused before anything is written") {
-  OverAllStores([](OrderedStore& store, const std::string&) {
+  OverAllStores([](OrderedStore& store, const std::string& url) {
     const engines::Limits limits = store.GetLimits();
+    CHECK(engines::LongestKey(url) == limits.keyBytes);
     // Bytes that no engine can make shorter.
     std::string longest(limits.keyBytes, '\0');
     std::mt19937 random{7};

@@ -319,6 +319,7 @@ class BadInput(KvIndexTest):
         for status, words, *arguments in cases:
             with self.subTest(arguments=arguments):
                 self.fails(status, words, *arguments)
+        self.assertFalse(os.path.exists(self.path("other")))
         self.assertEqual(self.good("verify", self.url), "0 records, 0 entries, 0 faults\n")
         self.fails(1, "the first line names columns, but not 'name'", "load", self.url, "-",
                    stdin="id,day\n1,2024-01-01\n")

@@ -125,6 +125,8 @@ int RunCreate(const Arguments& arguments) {
     }
     const Table table =
         MakeTable(arguments.Value("schema"), arguments.Value("key"), arguments.Values("index"));
+    // Before the store is made, so that nothing is left of one that cannot hold the table.
+    RequireRoom(table, engines::LongestKey(arguments[0]));
     SaveTable(*Open(arguments, true), table);
     return kExitGood;
   });

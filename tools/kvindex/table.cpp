@@ -100,13 +100,15 @@ Table MakeTable(const std::string& schema, const std::string& key,
   return table;
 }
 
-void SaveTable(engines::OrderedStore& store, const Table& table) {
-  const std::size_t limit = store.GetLimits().keyBytes;
-  RequireRoom(table, table.key, limit);
+void RequireRoom(const Table& table, std::size_t longestKey) {
+  RequireRoom(table, table.key, longestKey);
   for (Fields fields : table.indexes) {
     fields.insert(fields.end(), table.key.begin(), table.key.end());
-    RequireRoom(table, fields, limit);
+    RequireRoom(table, fields, longestKey);
   }
+}
+
+void SaveTable(engines::OrderedStore& store, const Table& table) {
   Json indexes = Json::array();
   for (const Fields& fields : table.indexes) indexes.push_back(table.Names(fields));
   const Json saved{{"version", kTableVersion},

@@ -40,7 +40,10 @@ struct Table {
 Table MakeTable(const std::string& schema, const std::string& key,
                 const std::vector<std::string>& indexes);
 
-// Fails where there is a table already, and where a key of fixed size is too long for the engine.
+// Fails (usage) where a key of fixed size is longer than the engine takes.
+void RequireRoom(const Table& table, std::size_t longestKey);
+
+// Fails where there is a table already.
 void SaveTable(engines::OrderedStore& store, const Table& table);
 // Fails where there is none, and where it was made by a later version.
 Table LoadTable(engines::OrderedStore& store);
