@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Loads and queries of kvindex beside plain programs that move the same bytes.
 
-    run.py BUILD [RECORDS [ETCD_RECORDS]]
+    run.py BUILD [RECORDS [ETCD_RECORDS [PART...]]]
 
-Every figure is the best of three, taken in turn; etcd, which writes every batch to the disks of
-three members, gets fewer records and one turn.
+PART is lmdb, rocksdb, postgresql or etcd; without one, all of them. Every figure is the best of some
+turns; etcd, which writes every batch to the disks of three members, gets fewer records.
 """
 import os
 import random
@@ -20,7 +20,9 @@ import cluster  # noqa: E402
 BUILD = sys.argv[1]
 RECORDS = int(sys.argv[2]) if len(sys.argv) > 2 else 1000000
 ETCD_RECORDS = int(sys.argv[3]) if len(sys.argv) > 3 else 20000
+PARTS = sys.argv[4:] or ["lmdb", "rocksdb", "postgresql", "etcd"]
 KVINDEX = os.path.join(BUILD, "bin", "kvindex")
+KVTM = os.path.join(BUILD, "bin", "kvtm")
 PLAIN = os.path.join(BUILD, "bin", "kv_plain")
 SCHEMA = ("--schema", "id:o_u4b,day:KvDate,name:KvString/german", "--key", "id", "--index", "day")
 
@@ -57,62 +59,80 @@ def in_turn(turns, *works):
     return best
 
 
-def main():
-    folder = tempfile.mkdtemp(prefix="bench.", dir=BUILD)
-    at = {name: os.path.join(folder, name) for name in ("rows", "pairs", "fewrows", "fewpairs")}
-    write_rows(at["rows"], RECORDS)
-    write_rows(at["fewrows"], ETCD_RECORDS)
-    print(f"{'':34} {'plain':>10} {'kvindex':>10} {'':>21} {'ratio':>8}")
+class Bench:
+    def __init__(self, folder):
+        self.folder = folder
 
-    def fresh(name):
-        path = os.path.join(folder, name)
-        shutil.rmtree(path, ignore_errors=True)
-        os.mkdir(path)
-        return path
+    def path(self, name):
+        return os.path.join(self.folder, name)
 
-    def load(url, rows):
+    def fresh(self, name):
+        shutil.rmtree(self.path(name), ignore_errors=True)
+        os.mkdir(self.path(name))
+        return self.path(name)
+
+    def load(self, url, rows):
         run(KVINDEX, "create", url, *SCHEMA)
         return run(KVINDEX, "load", url, rows)[0]
 
-    load("lmdb:" + fresh("export"), at["rows"])
-    run(PLAIN, "export", "lmdb:" + os.path.join(folder, "export"), at["pairs"])
-    for engine in ("lmdb", "rocksdb"):
-        plain, ours = in_turn(
-            3, lambda: run(PLAIN, engine, fresh("plain"), at["pairs"])[0],
-            lambda: load(f"{engine}:{fresh(engine)}", at["rows"]))
-        show(f"load, {engine}", plain, ours, RECORDS)
-    lmdb = "lmdb:" + os.path.join(folder, "lmdb")
-    day = "02" + run(os.path.join(BUILD, "bin", "kvtm"), "key", "KvDate", "2020-01-01")[1].strip()
-    plain, ours = in_turn(
-        3, lambda: run(PLAIN, "walk", os.path.join(folder, "lmdb"), day)[0],
-        lambda: run(KVINDEX, "query", lmdb, "day >= 2020-01-01", "--count")[0])
-    count = int(run(KVINDEX, "query", lmdb, "day >= 2020-01-01", "--count")[1])
-    show("range query, lmdb", plain, ours, count)
+    def write(self, name, count):
+        """Rows, and the pairs that they are in a store."""
+        write_rows(self.path(name), count)
+        self.load("lmdb:" + self.fresh("export"), self.path(name))
+        run(PLAIN, "export", "lmdb:" + self.path("export"), self.path(name + ".pairs"))
+        return self.path(name), self.path(name + ".pairs")
 
-    with cluster.Running(["etcd", "postgresql"], folder) as running:
-        server = running.clusters.get("postgresql")
-        if server is not None:
-            def empty():
-                server.run("psql", "-X", "-q", "-d", server.conninfo(0, "one"), "-c",
-                           "DROP TABLE IF EXISTS kv_store")
-            def ours():
-                empty()
-                return load(server.one_url, at["rows"])
-            plain, mine = in_turn(
-                2, lambda: run(PLAIN, "postgresql", server.conninfo(0, "one"), at["pairs"])[0],
-                ours)
-            show("load, postgresql", plain, mine, RECORDS)
-            show("load, postgresql, two shards", plain, load(server.url, at["rows"]), RECORDS)
-        etcd = running.clusters.get("etcd")
-        if etcd is not None:
-            load("lmdb:" + fresh("export"), at["fewrows"])
-            run(PLAIN, "export", "lmdb:" + os.path.join(folder, "export"), at["fewpairs"])
-            member = f"127.0.0.1:{etcd.clients[0]}"
-            plain, mine = in_turn(1, lambda: run(PLAIN, "etcd", member, at["fewpairs"])[0],
-                                  lambda: load(etcd.url, at["fewrows"]))
-            show("load, etcd, three members", plain, mine, ETCD_RECORDS)
-    sizes = os.path.join(folder, "lmdb", "data.mdb")
-    print(f"\nlmdb: {os.path.getsize(sizes) / RECORDS:.0f} bytes a record with its entry")
+    def embedded(self, engine, rows, pairs):
+        plain, ours = in_turn(3, lambda: run(PLAIN, engine, self.fresh("plain"), pairs)[0],
+                              lambda: self.load(f"{engine}:{self.fresh(engine)}", rows))
+        show(f"load, {engine}", plain, ours, RECORDS)
+
+    def query(self):
+        url = "lmdb:" + self.path("lmdb")
+        day = "02" + run(KVTM, "key", "KvDate", "2020-01-01")[1].strip()
+        words = KVINDEX, "query", url, "day >= 2020-01-01", "--count"
+        plain, ours = in_turn(5, lambda: run(PLAIN, "walk", self.path("lmdb"), day)[0],
+                              lambda: run(*words)[0])
+        show("range query, lmdb", plain, ours, int(run(*words)[1]))
+        size = os.path.getsize(os.path.join(self.path("lmdb"), "data.mdb"))
+        print(f"lmdb: {size / RECORDS:.0f} bytes a record with its entry")
+
+    def postgresql(self, server, rows, pairs):
+        def ours():
+            server.run("psql", "-X", "-q", "-d", server.conninfo(0, "one"), "-c",
+                       "DROP TABLE IF EXISTS kv_store")
+            return self.load(server.one_url, rows)
+        plain, mine = in_turn(
+            2, lambda: run(PLAIN, "postgresql", server.conninfo(0, "one"), pairs)[0], ours)
+        show("load, postgresql", plain, mine, RECORDS)
+        show("load, postgresql, two shards", plain, self.load(server.url, rows), RECORDS)
+
+    def etcd(self, server):
+        rows, pairs = self.write("fewrows", ETCD_RECORDS)
+        member = f"127.0.0.1:{server.clients[0]}"
+        names = iter(range(100))
+        plain, mine = in_turn(2, lambda: run(PLAIN, "etcd", member, pairs)[0],
+                              lambda: self.load(f"{server.url}/{next(names)}", rows))
+        show("load, etcd, three members", plain, mine, ETCD_RECORDS)
+
+
+def main():
+    folder = tempfile.mkdtemp(prefix="bench.", dir=BUILD)
+    bench = Bench(folder)
+    print(f"{'':34} {'plain':>10} {'kvindex':>10} {'':>21} {'ratio':>8}")
+    if PARTS != ["etcd"]:
+        rows, pairs = bench.write("rows", RECORDS)
+    for engine in ("lmdb", "rocksdb"):
+        if engine in PARTS:
+            bench.embedded(engine, rows, pairs)
+    if "lmdb" in PARTS:
+        bench.query()
+    servers = [name for name in ("etcd", "postgresql") if name in PARTS]
+    with cluster.Running(servers, folder) as running:
+        if "postgresql" in running.clusters:
+            bench.postgresql(running.clusters["postgresql"], rows, pairs)
+        if "etcd" in running.clusters:
+            bench.etcd(running.clusters["etcd"])
     shutil.rmtree(folder)
 
 
