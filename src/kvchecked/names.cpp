@@ -1,6 +1,4 @@
 // What statuses and types are called.
-#include <cstring>
-#include <iterator>
 
 #include "kvchecked.h"
 #include "kvtypes/catalogue.h"

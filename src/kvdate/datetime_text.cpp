@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "kvbase/run.h"
+#include "kvdate/calendar.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"

@@ -5,7 +5,6 @@
 // 0 where it has nothing, and takes back what fits its fields.
 #pragma once
 
-#include "kvdate/calendar.h"
 #include "kvstring.h"
 
 namespace kv {

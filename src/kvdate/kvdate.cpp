@@ -1,6 +1,7 @@
 // KvDate and KvTime: what is not plain arithmetic.
 #include "kvdate.h"
 
+#include "kvdate/calendar.h"
 #include "kvdate/distinguished.h"
 #include "kvdate/parts.h"
 #include "zbs.h"

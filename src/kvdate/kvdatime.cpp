@@ -2,6 +2,7 @@
 // carry chain: nanoseconds, seconds, minutes, hours, days.
 #include "kvdatime.h"
 
+#include <bit>
 #include <chrono>
 
 #include "kvdate/calendar.h"

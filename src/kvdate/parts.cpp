@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "kvdate/odmg.h"
+#include "kvstring/null_text.h"
 #include "kvtext/number_text.h"
 
 namespace kv {

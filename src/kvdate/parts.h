@@ -5,7 +5,6 @@
 #include "kvdate/datetime_text.h"
 #include "kvdatime.h"
 #include "kvodmg.h"
-#include "kvstring/null_text.h"
 #include "kvtext/default_formats.h"
 #include "kvtext/scan_trace.h"
 

@@ -2,7 +2,6 @@
 // exactly the size it needs.
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>

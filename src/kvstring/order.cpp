@@ -2,8 +2,8 @@
 // The spelling "o_double" in three of them is how they have always read, and callers compare them.
 #include "kvorder.h"
 
-#include <array>
 #include <cstdio>
+#include <iterator>
 
 #include "kvstring.h"
 #include "zinorder.h"

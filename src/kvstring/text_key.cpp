@@ -1,6 +1,5 @@
 #include "kvstring/text_key.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "kvbase/key_bytes.h"

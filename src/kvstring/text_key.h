@@ -23,7 +23,6 @@
 // capitals and before variants.
 #pragma once
 
-#include <array>
 #include <cstddef>
 
 #include "kvsortkey.h"

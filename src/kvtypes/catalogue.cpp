@@ -90,7 +90,7 @@ constexpr Entry kEntries[] = {
     {44, "KvNull_8b",       "KvNULL_8B_T",       sizeof(KvNull_8b),       16, kFixed,    kEightByte,          NullableSlots<EightByteRow>()},
     {45, "KvNull_u8b",      "KvNULL_U8B_T",      sizeof(KvNull_u8b),      16, kFixed,    kUnsignedEightByte,  NullableSlots<UnsignedEightByteRow>()},
     // Ids 100 to 127
-    {46, "illegal",         "KvRES_T",           0,                        0, kFixed,    "illegal",           TrivialRow::Slots()},
+    {46, "illegal",         "KvRES_T",           0,                        0, kFixed,    "illegal",           TrivialSlots()},
 };
 // clang-format on
 

@@ -10,7 +10,6 @@
 #include "kvbase.h"
 #include "kvbase/codec.h"
 #include "kvbase/run.h"
-#include "kvbase/three_way.h"
 
 namespace kv {
 

@@ -32,6 +32,42 @@ namespace kv {
 
 enum class Nulls : bool { kNo, kYes };
 
+// The only list of the slots: the row of these handlers without its names, format and size, which
+// the catalogue table adds.
+template <class Handlers>
+constexpr KvTypeDescriptor SlotsOf() {
+  return {
+      .typeName = nullptr,
+      .typeIdName = nullptr,
+      .create = Handlers::Create,
+      .destroy = Handlers::Delete,
+      .store = Handlers::Store,
+      .load = Handlers::Load,
+      .nullSize = Handlers::NullSize,
+      .size = Handlers::Size,
+      .memFileSize = Handlers::MemFileSize,
+      .compare = Handlers::Compare,
+      .evalAndBound = Handlers::EvalAndBound,
+      .hash = Handlers::Hash,
+      .convertTo = Handlers::ConvertTo,
+      .convertFrom = Handlers::ConvertFrom,
+      .construct = Handlers::Construct,
+      .destruct = Handlers::Destruct,
+      .assign = Handlers::Assign,
+      .copy = Handlers::Copy,
+      .translate = Handlers::Translate,
+      .isNull = Handlers::IsNull,
+      .setNull = Handlers::SetNull,
+      .format = nullptr,
+      .print = Handlers::Print,
+      .scan = Handlers::Scan,
+      .sizeWord = 0,
+      .defaultValue = Handlers::DefaultValue,
+      .step = Handlers::Step,
+      .reserved = nullptr,
+  };
+}
+
 template <class Row>
 struct RowHandlers {
   static void* Create(unsigned count);
@@ -65,39 +101,12 @@ struct RowHandlers {
   static void* DefaultValue(unsigned count, int unused);
   static int Step(void* value, unsigned length, unsigned char format, unsigned char stepOp);
 
-  // The row without its names, format and size, which the catalogue table adds. A comparer that is
-  // exported under a name of its own stands in the slot itself.
+  // A comparer that is exported under a name of its own stands in the slot itself.
   static constexpr KvTypeDescriptor Slots(Nulls nulls, KvCompareFunc compare = Compare) {
-    return {
-        .typeName = nullptr,
-        .typeIdName = nullptr,
-        .create = Create,
-        .destroy = Delete,
-        .store = Store,
-        .load = Load,
-        .nullSize = NullSize,
-        .size = Size,
-        .memFileSize = MemFileSize,
-        .compare = compare,
-        .evalAndBound = EvalAndBound,
-        .hash = Hash,
-        .convertTo = ConvertTo,
-        .convertFrom = ConvertFrom,
-        .construct = Construct,
-        .destruct = Destruct,
-        .assign = Assign,
-        .copy = Copy,
-        .translate = Translate,
-        .isNull = IsNull,
-        .setNull = nulls == Nulls::kYes ? SetNull : nullptr,
-        .format = nullptr,
-        .print = Print,
-        .scan = Scan,
-        .sizeWord = 0,
-        .defaultValue = DefaultValue,
-        .step = Step,
-        .reserved = nullptr,
-    };
+    KvTypeDescriptor slots = SlotsOf<RowHandlers>();
+    slots.compare = compare;
+    if (nulls == Nulls::kNo) slots.setNull = nullptr;
+    return slots;
   }
 };
 

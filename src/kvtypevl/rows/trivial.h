@@ -1,7 +1,7 @@
 // The shared trivial functions: what the illegal row answers to every operation, harmlessly.
 #pragma once
 
-#include "kvtypemgr.h"
+#include "kvtypevl/operations/row.h"
 
 namespace kv {
 
@@ -9,6 +9,7 @@ struct TrivialRow {
   static void* Create(unsigned) { return nullptr; }
   static void* Delete(void*, unsigned) { return nullptr; }
   static unsigned Store(void*, const void*, unsigned char, unsigned) { return 0; }
+  static constexpr KvLoadFunc Load = Store;
   static unsigned NullSize(unsigned) { return 0; }
   static unsigned Size(const void*, unsigned char, unsigned char, unsigned) { return 0; }
   static unsigned MemFileSize(MemFile*, unsigned char, unsigned) { return 0; }
@@ -27,50 +28,24 @@ struct TrivialRow {
   }
   static KvTypeConvertData* ConvertTo(void*, unsigned) { return nullptr; }
   static void* ConvertFrom(KvTypeConvertData*, unsigned) { return nullptr; }
-  static void Lifetime(void*, unsigned, unsigned) {}
+  static void Construct(void*, unsigned, unsigned) {}
+  static constexpr KvLifetimeFunc Destruct = Construct;
   static void Copy(void*, void*, unsigned, int) {}
+  static constexpr KvCopyFunc Assign = Copy;
   static unsigned Translate(void*, unsigned char, unsigned, const void*, unsigned char, unsigned,
                             unsigned) {
     return 0;
   }
   static int IsNull(void*) { return 0; }
+  static constexpr KvSetNullFunc SetNull = nullptr;
   static KvString& Print(KvString& out, void*, const char*, unsigned) { return out; }
   static void* Scan(void*, KvString&, const char*, unsigned) { return nullptr; }
   static void* DefaultValue(unsigned, int) { return nullptr; }
   static int Step(void*, unsigned, unsigned char, unsigned char) { return kvNotSupported; }
-
-  static constexpr KvTypeDescriptor Slots() {
-    return {
-        .typeName = nullptr,
-        .typeIdName = nullptr,
-        .create = Create,
-        .destroy = Delete,
-        .store = Store,
-        .load = Store,
-        .nullSize = NullSize,
-        .size = Size,
-        .memFileSize = MemFileSize,
-        .compare = Compare,
-        .evalAndBound = EvalAndBound,
-        .hash = Hash,
-        .convertTo = ConvertTo,
-        .convertFrom = ConvertFrom,
-        .construct = Lifetime,
-        .destruct = Lifetime,
-        .assign = Copy,
-        .copy = Copy,
-        .translate = Translate,
-        .isNull = IsNull,
-        .setNull = nullptr,
-        .format = nullptr,
-        .print = Print,
-        .scan = Scan,
-        .sizeWord = 0,
-        .defaultValue = DefaultValue,
-        .step = Step,
-        .reserved = nullptr,
-    };
-  }
 };
+
+constexpr KvTypeDescriptor TrivialSlots() {
+  return SlotsOf<TrivialRow>();
+}
 
 }  // namespace kv
