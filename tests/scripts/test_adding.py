@@ -1,0 +1,96 @@
+"""docs/adding.md is true to the sources: its blocks, put where they say, compile with what is there,
+and the compiler misses each that it is said to miss."""
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(os.environ.get("KV_SOURCE_DIR", ".")).resolve()
+BUILD = Path(os.environ.get("KV_BUILD_DIR", "build/native")).resolve()
+ABI = ["-m32", "-msse2", "-mfpmath=sse"] if os.environ.get("KV_ABI32") == "ON" else []
+FOLDERS = ["kvcore/inc", "src", "platform/zin/src", "platform/zin/inc", "platform/zbs/inc"]
+HANDLERS = "src/kvtypevl/operations/row_handlers.h"
+NULLS = "src/kvtypevl/operations/count_nulls.h"
+# What each block goes in front of; at the end of a file where nothing is named.
+PLACES = {
+    "kvcore/inc/kvtypeid.h": "inline constexpr char KvRES_T",
+    "kvcore/inc/kvobjid.h": None,
+    "src/kvtypevl/rows/codecs.h": "}  // namespace kv",
+    "src/kvtypevl/rows/identities.h": "}  // namespace kv",
+    "src/kvtypevl/rows/identities.cpp": "template struct RowHandlers<ObjIdRow>",
+    "src/kvtypes/catalogue.cpp": '    {46, "illegal"',
+    "src/kvchecked/scan.cpp": "  return table;",
+    "src/kvtypevl/rows/sort_key_rows.cpp": "};\n// clang-format on",
+    "src/kvtypevl/operations/row.h": "  static int Step(",
+    HANDLERS: "template <class Row>\nint RowHandlers<Row>::Step(",
+}
+
+
+def blocks():
+    page = (SOURCE / "docs" / "adding.md").read_text(encoding="utf-8")
+    return dict(re.findall(r"^```cpp\n// (\S+)\n(.*?)^```", page, re.S | re.M))
+
+
+class Adding(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.folder)
+        for name in FOLDERS:
+            shutil.copytree(SOURCE / name, self.folder / name)
+
+    def put(self, name, block):
+        path = self.folder / name
+        text = path.read_text(encoding="utf-8")
+        if name.endswith("kvtypeid.h"):
+            text = re.sub(r"inline constexpr char KvRES_T.*\n", "", text)
+            path.write_text(text + block, encoding="utf-8")
+            return
+        at = len(text) if PLACES[name] is None else text.rindex(PLACES[name])
+        text = text[:at] + block + text[at:]
+        path.write_text(text.replace('{46, "illegal"', '{47, "illegal"'), encoding="utf-8")
+
+    def complaint(self, name):
+        """What the compiler has against a file."""
+        command = [os.environ.get("CXX", "c++"), "-std=c++20", "-fsyntax-only", "-fsigned-char", *ABI,
+                   f"-I{BUILD / 'generated'}", *(f"-I{each}" for each in FOLDERS), name]
+        done = subprocess.run(command, cwd=self.folder, capture_output=True, text=True, timeout=300)
+        return done.stderr if done.returncode else ""
+
+    def test_a_type(self):
+        type_blocks = {name: block for name, block in blocks().items() if "/operations/" not in name}
+        missed = {
+            "src/kvtypes/catalogue.cpp": "kEntries",
+            "src/kvchecked/scan.cpp": "every type can be scanned",
+            "src/kvtypevl/rows/sort_key_rows.cpp": "every type has a sort key",
+        }
+        for name, block in type_blocks.items():
+            if name not in missed:
+                self.put(name, block)
+        for name, message in missed.items():
+            with self.subTest(missing=name):
+                self.assertIn(message, self.complaint(name))
+                self.put(name, type_blocks[name])
+                self.assertEqual(self.complaint(name), "")
+        self.assertEqual(self.complaint("src/kvtypevl/rows/identities.cpp"), "")
+
+    def test_an_operation(self):
+        given = blocks()
+        (self.folder / NULLS).write_text(
+            '#pragma once\n#include "kvbase/format.h"\n#include "kvbase/run.h"\nnamespace kv {\n'
+            + given[NULLS] + "}  // namespace kv\n", encoding="utf-8")
+        for name in ("src/kvtypevl/operations/row.h", HANDLERS):
+            self.put(name, given[name])
+        handlers = self.folder / HANDLERS
+        handlers.write_text(handlers.read_text(encoding="utf-8").replace(
+            "#pragma once\n", '#pragma once\n#include "kvtypevl/operations/count_nulls.h"\n'),
+            encoding="utf-8")
+        for fixed in ("dates", "identities", "nullables"):
+            self.assertEqual(self.complaint(f"src/kvtypevl/rows/{fixed}.cpp"), "")
+        self.assertIn("StringRow", self.complaint("src/kvtypevl/rows/strings.cpp"))
+
+
+if __name__ == "__main__":
+    unittest.main()
