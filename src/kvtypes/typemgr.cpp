@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "kvbase/format.h"
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "kvtypes/catalogue.h"
@@ -110,7 +111,8 @@ int StepVariable(const KvTypeDescriptor& row, void* value, unsigned length, unsi
   void* temporary = row.create(1);
   if (temporary == nullptr) return kvNotSupported;
   int status = kvNotSupported;
-  if (row.load(temporary, value, format, 1) != 0) status = row.step(temporary, 0, 8, stepOp);
+  if (row.load(temporary, value, format, 1) != 0)
+    status = row.step(temporary, 0, kv::kMemory.byte, stepOp);
   if (status == kvOk && stepOp != 'O') {
     auto* stored = static_cast<unsigned char*>(std::malloc(std::size_t{size} + kLonger));
     if (stored == nullptr) KvCallMemoryHandler(size + kLonger);
@@ -415,7 +417,8 @@ int KvTypeMgr::GetValue(char id, void* value, unsigned length, unsigned char for
   if (stepOp != 'M' && stepOp != 'N' && stepOp != 'O') return kvNotSupported;
   const KvTypeDescriptor& row = Row(id);
   // The string row steps both forms itself.
-  if (format == 8 || id == KvSTRING_T) return row.step(value, length, format, stepOp);
+  if (format == kv::kMemory.byte || id == KvSTRING_T)
+    return row.step(value, length, format, stepOp);
   // Only these two bits survive, so the byte order is lost: a reversed value is stepped as if it
   // were not. Callers translate reversed values first.
   const auto reduced = static_cast<unsigned char>(format & 0x81);
@@ -425,7 +428,7 @@ int KvTypeMgr::GetValue(char id, void* value, unsigned length, unsigned char for
   if (temporary == nullptr) return kvNotSupported;
   int status = kvNotSupported;
   if (row.load(temporary, value, reduced, 1) != 0) {
-    status = row.step(temporary, 0, 8, stepOp);
+    status = row.step(temporary, 0, kv::kMemory.byte, stepOp);
     if (status == kvOk && Store(id, value, temporary, reduced, 1) == 0) status = kvNotSupported;
   }
   row.destroy(temporary, 1);

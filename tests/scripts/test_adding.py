@@ -18,7 +18,6 @@ NULLS = "src/kvtypevl/operations/count_nulls.h"
 PLACES = {
     "kvcore/inc/kvtypeid.h": "inline constexpr char KvRES_T",
     "kvcore/inc/kvobjid.h": None,
-    "src/kvtypevl/rows/codecs.h": "}  // namespace kv",
     "src/kvtypevl/rows/identities.h": "}  // namespace kv",
     "src/kvtypevl/rows/identities.cpp": "template struct RowHandlers<ObjIdRow>",
     "src/kvtypes/catalogue.cpp": '    {46, "illegal"',

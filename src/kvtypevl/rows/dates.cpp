@@ -23,7 +23,6 @@
 #include "kvdate/odmg.h"
 #include "kvdate/parts.h"
 #include "kvtypevl/operations/row_handlers.h"
-#include "kvtypevl/rows/codecs.h"
 
 namespace kv {
 namespace {

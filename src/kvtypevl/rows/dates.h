@@ -2,11 +2,39 @@
 // dates.cpp; the behaviour of the values is in src/kvdate.
 #pragma once
 
+#include "kvbase/codec.h"
 #include "kvcompare.h"
+#include "kvdatime.h"
+#include "kvodmg.h"
 #include "kvtypevl/operations/row.h"
 #include "kvtypevl/rows/scalars.h"
 
 namespace kv {
+
+// The members in stored order; kvcore/inc draws them.
+using DateCodec = Codec<KvDate, At<&KvDate::year>, At<&KvDate::month>, At<&KvDate::day>>;
+using TimeCodec = Codec<KvTime, At<&KvTime::hour>, At<&KvTime::minute>, At<&KvTime::second>>;
+
+// The types that have a date and a time.
+template <class T, class... More>
+using DateAndTimeCodec =
+    Codec<T, At<&T::date, &KvDate::year>, At<&T::date, &KvDate::month>, At<&T::date, &KvDate::day>,
+          At<&T::time, &KvTime::hour>, At<&T::time, &KvTime::minute>, At<&T::time, &KvTime::second>,
+          More...>;
+using DateTimeCodec = DateAndTimeCodec<KvDateTime>;
+template <class T>
+using NanosecondCodec = DateAndTimeCodec<T, At<&T::nanosecond>>;
+
+using OdmgDateCodec = Codec<d_Date, At<&d_Date::year>, At<&d_Date::month>, At<&d_Date::day>>;
+using OdmgTimeCodec = Codec<d_Time, At<&d_Time::tzHour>, At<&d_Time::tzMinute>, At<&d_Time::hour>,
+                            At<&d_Time::minute>, At<&d_Time::second>, At<&d_Time::hundredth>>;
+using OdmgTimestampCodec =
+    Codec<d_Timestamp, At<&d_Timestamp::date, &d_Date::year>,
+          At<&d_Timestamp::date, &d_Date::month>, At<&d_Timestamp::date, &d_Date::day>,
+          At<&d_Timestamp::time, &d_Time::tzHour>, At<&d_Timestamp::time, &d_Time::tzMinute>,
+          At<&d_Timestamp::time, &d_Time::hour>, At<&d_Timestamp::time, &d_Time::minute>,
+          At<&d_Timestamp::time, &d_Time::second>, At<&d_Timestamp::time, &d_Time::hundredth>>;
+using IntervalCodec = Codec<d_Interval, At<&d_Interval::seconds>>;
 
 struct DateRow;
 struct TimeRow;

@@ -6,7 +6,6 @@
 #include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
 #include "kvtypevl/operations/row_handlers.h"
-#include "kvtypevl/rows/codecs.h"
 
 namespace kv {
 namespace {

@@ -7,6 +7,7 @@
 // scan as the fields of a KvRef. The directives are listed in kvobjid.h.
 #pragma once
 
+#include "kvbase/codec.h"
 #include "kvobjid.h"
 #include "kvref.h"
 #include "kvtext/scan_trace.h"
@@ -30,6 +31,13 @@ ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format
 int TraceIdentity(KvObjId& id, const KvString& text, const char* format, ScanTrace& trace);
 int TraceIdentity(KvClassId& id, const KvString& text, const char* format, ScanTrace& trace);
 int TraceIdentity(KvRef& reference, const KvString& text, const char* format, ScanTrace& trace);
+
+// The members in stored order; kvcore/inc draws them.
+using ObjIdCodec = Codec<KvObjId, At<&KvObjId::block>, At<&KvObjId::low>, At<&KvObjId::high>>;
+using ClassIdCodec = Codec<KvClassId, At<&KvClassId::classNo>, At<&KvClassId::version>>;
+// The stored form leaves the version out.
+using RefCodec = Codec<KvRef, At<&KvRef::block>, At<&KvRef::low>, At<&KvRef::high>,
+                       At<&KvRef::database>, At<&KvRef::classNo>>;
 
 struct ObjIdRow;
 struct ClassIdRow;

@@ -5,9 +5,11 @@
 
 #include "kv.h"
 #include "kvtypevl/rows/blob_keys.h"
-#include "kvtypevl/rows/codecs.h"
+#include "kvtypevl/rows/dates.h"
+#include "kvtypevl/rows/identities.h"
 #include "kvtypevl/rows/istring_keys.h"
 #include "kvtypevl/rows/string_keys.h"
+#include "kvtypevl/rows/values.h"
 
 namespace kv {
 namespace {

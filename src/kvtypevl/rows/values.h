@@ -2,6 +2,7 @@
 // catalogue takes them. The rows built on KvInt64 use its text too.
 #pragma once
 
+#include "kvbase/codec.h"
 #include "kvboolean.h"
 #include "kvcompare.h"
 #include "kvint64.h"
@@ -13,7 +14,6 @@
 #include "kvtypevl/operations/hash.h"
 #include "kvtypevl/operations/row.h"
 #include "kvtypevl/operations/step.h"
-#include "kvtypevl/rows/codecs.h"
 
 class KvString;
 
@@ -33,6 +33,15 @@ KvString& PrintBoolean(KvString& out, void* values, const char* format, unsigned
 // Null when the text begins with the null print string; true for the whole words T, t, TRUE, true
 // and 1; false for everything else.
 void* ScanBoolean(void* values, KvString& text, const char* format, unsigned count);
+
+// The members in stored order; kvcore/inc draws them.
+
+// Two words, each in the byte order of the format; the low one always comes first.
+using Int64Codec = Codec<KvInt64, At<&KvInt64::low>, At<&KvInt64::high>>;
+using BooleanCodec = Codec<KvBoolean, At<&KvBoolean::value>>;
+// Most significant byte first in either byte order.
+using SealCodec = Codec<KvSeal, HighestFirst<&KvSeal::high>, HighestFirst<&KvSeal::middle>,
+                        HighestFirst<&KvSeal::low>>;
 
 struct Int64Row {
   using Codec = Int64Codec;
