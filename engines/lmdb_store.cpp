@@ -100,13 +100,15 @@ class LmdbSnapshot : public Snapshot {
       : database_(database), transaction_(environment, MDB_RDONLY, place) {}
 
   std::optional<std::string> Get(std::string_view key) override {
-    MDB_val wanted = AsValue(key);
-    MDB_val value;
-    const int status = mdb_get(transaction_.Handle(), database_, &wanted, &value);
-    // A key that is too long for the engine is in no store.
-    if (status == MDB_NOTFOUND || status == MDB_BAD_VALSIZE) return std::nullopt;
-    transaction_.Require(status);
-    return std::string(AsView(value));
+    std::string_view value;
+    return Find(key, value) ? std::optional<std::string>(value) : std::nullopt;
+  }
+
+  void GetEach(const std::vector<std::string>& keys, const VisitFound& visit) override {
+    std::string_view value;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      if (!visit(i, Find(keys[i], value) ? &value : nullptr)) return;
+    }
   }
 
   void Scan(const Range& range, const Visit& visit) override {
@@ -126,6 +128,17 @@ class LmdbSnapshot : public Snapshot {
   }
 
  private:
+  bool Find(std::string_view key, std::string_view& value) const {
+    MDB_val wanted = AsValue(key);
+    MDB_val found;
+    const int status = mdb_get(transaction_.Handle(), database_, &wanted, &found);
+    // A key that is too long for the engine is in no store.
+    if (status == MDB_NOTFOUND || status == MDB_BAD_VALSIZE) return false;
+    transaction_.Require(status);
+    value = AsView(found);
+    return true;
+  }
+
   static int First(const Cursor& cursor, const Range& range, MDB_val& key, MDB_val& value) {
     key = AsValue(range.from);
     return mdb_cursor_get(cursor.Handle(), &key, &value,

@@ -18,6 +18,14 @@ std::vector<std::optional<std::string>> Snapshot::GetMany(const std::vector<std:
   return values;
 }
 
+void Snapshot::GetEach(const std::vector<std::string>& keys, const VisitFound& visit) {
+  const auto values = GetMany(keys);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const std::string_view value = values[i] ? std::string_view(*values[i]) : std::string_view();
+    if (!visit(i, values[i] ? &value : nullptr)) return;
+  }
+}
+
 void OrderedStore::CheckSizes(const std::vector<Write>& batch) const {
   const Limits limits = GetLimits();
   const auto tooLarge = [](const char* what, std::size_t is, std::size_t most) {

@@ -98,6 +98,10 @@ struct Limits {
 // Takes an entry of a scan; false ends the scan. The bytes live until it returns.
 using Visit = std::function<bool(std::string_view key, std::string_view value)>;
 
+// Takes what stands under one of many keys: the key's place among them, and its value, null for
+// none. False ends it. The bytes live until it returns.
+using VisitFound = std::function<bool(std::size_t place, const std::string_view* value)>;
+
 // The store at one moment. Holds resources of the engine (old pages, a transaction): not to be kept
 // longer than needed.
 class Snapshot {
@@ -106,6 +110,9 @@ class Snapshot {
   virtual std::optional<std::string> Get(std::string_view key) = 0;
   // A value for each key, in the order of the keys. One trip to the engine where it is far.
   virtual std::vector<std::optional<std::string>> GetMany(const std::vector<std::string>& keys);
+  // The same without copies where the engine has the values at hand. `visit` may do what it may in
+  // a scan.
+  virtual void GetEach(const std::vector<std::string>& keys, const VisitFound& visit);
   // Calls `visit` for the entries of the range in order, in memory of a fixed size. `visit` may
   // read from this snapshot and write to the store.
   virtual void Scan(const Range& range, const Visit& visit) = 0;

@@ -419,7 +419,9 @@ class PostgreSqlStore : public OrderedStore {
     const bool onlyNew = std::all_of(batch.begin(), batch.end(), [](const Write* write) {
       return write->value && write->when != When::kEqual;
     });
-    bool hopeful = onlyNew;
+    // Over servers there is no statement that puts a row in another one's place.
+    const bool overwrites = std::any_of(batch.begin(), batch.end(), MayOverwrite);
+    bool hopeful = onlyNew && !(isSpread_ && overwrites);
     return server_.Persist([&] {
       auto connection = server_.Borrow();
       try {
@@ -435,7 +437,14 @@ class PostgreSqlStore : public OrderedStore {
   }
 
  private:
-  // One transaction. A hopeful one takes the keys for new and meets kUniqueViolation where not.
+  // A value that goes where there may be one, as the place of a load does with every batch. Without
+  // a value there is nothing to change, so that such a key is mostly a new one.
+  static bool MayOverwrite(const Write* write) {
+    return write->when == When::kAlways && write->value && !write->value->empty();
+  }
+
+  // One transaction. A hopeful one takes the keys for new, but for those that it may overwrite, and
+  // meets kUniqueViolation where they are not.
   std::optional<std::size_t> Try(Connection& connection, Batch batch, bool hopeful) {
     const Result begun = connection.Run(begin_);
     const std::string transaction(Field(begun.get(), 0, 0));
@@ -446,7 +455,7 @@ class PostgreSqlStore : public OrderedStore {
       }
       EraseAll(connection, batch);
     }
-    InsertAll(connection, batch);
+    InsertAll(connection, batch, hopeful);
     try {
       connection.Run("COMMIT");
     } catch (const SqlError& error) {
@@ -508,21 +517,29 @@ class PostgreSqlStore : public OrderedStore {
     connection.Run("DELETE FROM kv_store WHERE k = ANY ($1)", {keys}, kByteaArray);
   }
 
-  void InsertAll(Connection& connection, Batch batch) const {
+  void InsertAll(Connection& connection, Batch batch, bool hopeful) const {
     std::vector<const Write*> puts;
+    std::vector<const Write*> replacing;
     for (const Write* write : batch) {
-      if (write->value) puts.push_back(write);
+      if (!write->value) continue;
+      (hopeful && MayOverwrite(write) ? replacing : puts).push_back(write);
     }
-    if (puts.empty()) return;
+    InsertRows(connection, replacing, " ON CONFLICT (k) DO UPDATE SET v = excluded.v");
     if (!isSpread_ && puts.size() > 16) {
       connection.Copy("COPY kv_store FROM STDIN (FORMAT binary)", CopyBytes(puts));
       return;
     }
+    InsertRows(connection, puts, "");
+  }
+
+  static void InsertRows(Connection& connection, const std::vector<const Write*>& puts,
+                         const std::string& conflicts) {
+    if (puts.empty()) return;
     const std::string keys =
         ByteaArray(puts, [](const Write* write) -> const std::string& { return write->key; });
     const std::string values =
         ByteaArray(puts, [](const Write* write) -> const std::string& { return *write->value; });
-    connection.Run("INSERT INTO kv_store SELECT * FROM unnest($1, $2)", {keys, values},
+    connection.Run("INSERT INTO kv_store SELECT * FROM unnest($1, $2)" + conflicts, {keys, values},
                    kByteaArray);
   }
 

@@ -221,6 +221,18 @@ class Faults(KvIndexTest):
             self.good("load", server.url, file, "--replace")
             self.check(server.url, 8000)
 
+    def test_new_records_meet_no_conflict_in_postgresql(self):
+        """Every batch overwrites the place of the load, which must not cost it its quick way."""
+        server = self.server("postgresql")
+        log = os.path.join(server.folder, "postgresql-0.log")
+        url = self.table(server.one_url)
+        before = os.path.getsize(log)
+        self.good("load", url, self.write("load.csv", lines(60000)))
+        with open(log, encoding="utf-8") as file:
+            file.seek(before)
+            self.assertNotIn("duplicate key", file.read())
+        self.check(url, 60000)
+
     def fill(self, url, file, limit=None):
         load = Load(url, file, limit=limit)
         status, output, errors = load.end()

@@ -396,17 +396,16 @@ class IndexWalk {
 
  private:
   bool Fetch() {
-    const auto records = snapshot_.GetMany(keys_);
-    for (std::size_t i = 0; i < records.size(); ++i) {
-      if (!records[i]) continue;  // an entry that a crash left
-      const StoredRecord record(table_, *records[i]);
-      if (!Matches(table_, query_, record)) continue;
+    snapshot_.GetEach(keys_, [&](std::size_t place, const std::string_view* stored) {
+      if (stored == nullptr) return true;  // an entry that a crash left
+      record_.Read(*stored);
+      if (!Matches(table_, query_, record_)) return true;
       // An entry of what the record was before would show it a second time.
-      if (EntryKey(table_, index_, record, keys_[i]) != entries_[i]) continue;
+      if (EntryKey(table_, index_, record_, keys_[place]) != entries_[place]) return true;
       ++walked_.hits;
-      goesOn_ = goesOn_ && take_(record);
-      if (!goesOn_) break;
-    }
+      goesOn_ = take_(record_);
+      return goesOn_;
+    });
     entries_.clear();
     keys_.clear();
     return goesOn_;
@@ -417,6 +416,7 @@ class IndexWalk {
   const Query& query_;
   std::size_t index_;
   const std::function<bool(const StoredRecord&)>& take_;
+  StoredRecord record_{table_};
   std::vector<std::string> entries_;
   std::vector<std::string> keys_;
   Walked walked_;

@@ -19,8 +19,8 @@ std::size_t MeasureField(const SchemaField& field, std::string_view bytes) {
     if (size > bytes.size()) FailValue("the record ends in field " + Quoted(field.name));
     return size;
   }
-  const Bytes copy(bytes.begin(), bytes.end());
-  return MeasureStored(field.type, copy, kStoredFormat, field.count).bytes;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
+  return MeasureStored(field.type, begin, bytes.size(), kStoredFormat, field.count, 0).bytes;
 }
 
 KvSortKeyKind KindOf(const SchemaField& field) {
@@ -53,9 +53,10 @@ bool IsPlain(std::string_view text) {
 
 }  // namespace
 
-StoredRecord::StoredRecord(const Table& table, std::string_view bytes) {
-  fields_.reserve(table.schema.fields.size());
-  for (const SchemaField& field : table.schema.fields) {
+void StoredRecord::Read(std::string_view bytes) {
+  fields_.clear();
+  fields_.reserve(table_.schema.fields.size());
+  for (const SchemaField& field : table_.schema.fields) {
     const std::size_t size = MeasureField(field, bytes);
     fields_.push_back(bytes.substr(0, size));
     bytes.remove_prefix(size);

@@ -15,12 +15,16 @@ inline constexpr unsigned char kStoredFormat = 0;
 // Stored bytes, one span a field. Made from bytes that nobody vouches for.
 class StoredRecord {
  public:
+  explicit StoredRecord(const Table& table) : table_(table) {}
+  StoredRecord(const Table& table, std::string_view bytes) : table_(table) { Read(bytes); }
+
   // Fails (Failure) when the bytes are not those of a record of this table.
-  StoredRecord(const Table& table, std::string_view bytes);
+  void Read(std::string_view bytes);
 
   std::string_view Field(std::size_t position) const { return fields_[position]; }
 
  private:
+  const Table& table_;
   std::vector<std::string_view> fields_;
 };
 
