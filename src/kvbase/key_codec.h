@@ -8,6 +8,7 @@
 //
 // A key codec has
 //   Value               the type in memory form
+//   Members             its members in the order of the key, as a codec's list (kvbase/key_run.h)
 //   kWidth              bytes of a key
 //   Write(key, value)   Read(key) -> value
 // and, when the row has a null,
@@ -46,6 +47,7 @@ inline Word GetWord(const unsigned char* key) {
 template <std::integral T>
 struct NumberKey {
   using Value = T;
+  using Members = ScalarCodec<T>;
   using Word = typename UnsignedOf<sizeof(T)>::Type;
   static constexpr unsigned kWidth = sizeof(T);
   static constexpr Word kTurned =
@@ -57,19 +59,6 @@ struct NumberKey {
   static T Read(const unsigned char* key) {
     return static_cast<T>(static_cast<Word>(GetWord<Word>(key) ^ kTurned));
   }
-
-  // As many values as eight bytes hold, as their keys, on a little-endian host.
-  static constexpr std::uint64_t KeysOf(std::uint64_t values) {
-    constexpr std::uint64_t kEach = ~std::uint64_t{0} / static_cast<Word>(~Word{0});
-    constexpr std::uint64_t kTurnedEach = kEach * (kTurned >> 8 * (sizeof(T) - 1));
-    constexpr std::uint64_t kLowBytes = 0x00FF00FF00FF00FF;
-    if constexpr (sizeof(T) == 2) {
-      values = (values & kLowBytes) << 8 | (values >> 8 & kLowBytes);
-    } else if constexpr (sizeof(T) != 1) {
-      values = std::rotl(Reversed(values), sizeof(T) == 4 ? 32 : 0);
-    }
-    return values ^ kTurnedEach;
-  }
 };
 
 // A floating-point number: negative ones complemented, the sign bit set on the others. All NaNs are
@@ -77,6 +66,7 @@ struct NumberKey {
 template <std::floating_point T>
 struct FloatingKey {
   using Value = T;
+  using Members = ScalarCodec<T>;
   using Word = typename UnsignedOf<sizeof(T)>::Type;
   static constexpr unsigned kWidth = sizeof(T);
   static constexpr Word kSign = Word{1} << (8 * sizeof(T) - 1);
@@ -119,6 +109,7 @@ struct MemberKey;
 template <class T, class... Entries>
 struct MemberKey<Codec<T, Entries...>> {
   using Value = T;
+  using Members = Codec<T, Entries...>;
   template <class Entry>
   using KeyOf = KeyOfMember<std::remove_cvref_t<decltype(Entry::In(std::declval<T&>()))>>;
   static constexpr unsigned kWidth = (KeyOf<Entries>::kWidth + ... + 0u);

@@ -2,8 +2,10 @@
 #include <doctest/doctest.h>
 
 #include <cstdlib>
+#include <cstring>
 
 #include "sortkey/sort_keys.h"
+#include "zbsvectors.h"
 
 namespace {
 
@@ -199,6 +201,49 @@ TEST_CASE("the keys of a run are the keys of its values") {
         if (format == 8) continue;
         CHECK(KvSortKeyRun(kind, from, length - 1, format, values.Count(), keys.data(),
                            expected.size(), nullptr, size) == kvBadArgument);
+      }
+    }
+  }
+}
+
+// Vectors make the keys of long runs, and very long ones go past the caches: both against the plain
+// loops over one part of a run that repeats itself.
+TEST_CASE("keys of runs longer than the caches are those of the plain loops") {
+  constexpr std::size_t kLong = 5 << 20;  // bytes of keys
+  for (char id = 0; id < kRowCount; ++id) {
+    const KvSortKeyKind kind{.type = id};
+    const bool isNullable = (id >= KvNULL_1B_T && id <= KvNULL_KVINT64_T) || id >= KvNULL_8B_T;
+    if (!Types().IsFixed(id) || isNullable) continue;
+    const Values values(id, ValuesFor(id));
+    const std::size_t width = KvSortKeyBound(kind, 0, 1);
+    const std::size_t part = width * values.Count();
+    if (part == 0) continue;
+    const auto repeats = static_cast<unsigned>(kLong / part + 1);
+    for (const unsigned char format : kForms) {
+      CAPTURE(int(id));
+      CAPTURE(int(format));
+      const std::size_t memory = std::size_t{Types().MemLenGet(id, 1)} * values.Count();
+      const Bytes once = format == 8 ? Bytes(static_cast<const unsigned char*>(values[0]),
+                                             static_cast<const unsigned char*>(values[0]) + memory)
+                                     : values.Stored(format, 0, values.Count());
+      Bytes run;
+      for (unsigned i = 0; i < repeats; ++i) run.insert(run.end(), once.begin(), once.end());
+      std::size_t size = 0;
+      Bytes expected(part);
+      const kv::VectorSet before = kv::LimitVectors(kv::VectorSet::kPlain);
+      KvSortKeyRun(kind, once.data(), 0, format, values.Count(), expected.data(), part, nullptr,
+                   size);
+      kv::LimitVectors(before);
+      for (const std::size_t skew : {0, 1}) {
+        Bytes keys(repeats * part + skew + 1, 0xEE);
+        REQUIRE(KvSortKeyRun(kind, run.data(), 0, format, repeats * values.Count(),
+                             keys.data() + skew, repeats * part, nullptr, size) == kvOk);
+        CHECK(keys.back() == 0xEE);
+        unsigned equal = 0;
+        for (unsigned i = 0; i < repeats; ++i) {
+          equal += std::memcmp(keys.data() + skew + i * part, expected.data(), part) == 0;
+        }
+        CHECK(equal == repeats);
       }
     }
   }

@@ -12,6 +12,7 @@
 #include "kvbase/codec.h"
 #include "kvbase/key_bytes.h"
 #include "kvbase/key_codec.h"
+#include "kvbase/key_run.h"
 #include "kvsortkey.h"
 #include "kvtypemgr.h"
 
@@ -30,6 +31,13 @@ struct KeyedRun {
   std::size_t capacity = 0;  // of the buffer for the keys
 
   bool IsMemory() const { return format.IsMemory(); }
+  // What is left of the run behind `skipped` values, which take `bytes`.
+  KeyedRun Behind(std::size_t bytes, unsigned skipped) const {
+    KeyedRun rest = *this;
+    rest.values = static_cast<const unsigned char*>(values) + bytes;
+    rest.count -= skipped;
+    return rest;
+  }
   unsigned char NullByte() const { return nullsHigh ? 0xFF : 0x00; }
 };
 
@@ -149,22 +157,25 @@ inline int CheckExtent(const KeyedRun& run, unsigned memoryWidth, unsigned store
   return run.length == 0 || width * run.count <= run.length ? kvOk : kvBadArgument;
 }
 
-// A fixed row whose keys have one width. `storedWidth` is that of the values.
-template <class Key, unsigned storedWidth = Key::kWidth>
+// A fixed row whose keys have one width, over the codec of its stored form.
+template <class Key, class Codec>
 struct FixedKeys {
   using Value = typename Key::Value;
 
   static o_u8b Bound(o_u8b, unsigned count) { return o_u8b{count} * Key::kWidth; }
   static int Check(const KeyedRun& run, o_u8b&) {
-    return CheckExtent(run, sizeof(Value), storedWidth);
+    return CheckExtent(run, sizeof(Value), Codec::kStoredWidth);
   }
   static o_u8b Measure(const KeyedRun& run) { return Bound(0, run.count); }
 
   static std::size_t Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
-    unsigned char* key = keys;
-    InMemoryBlocks<Value>(run, storedWidth, [&](const unsigned char* values, unsigned count) {
-      key = WriteBlock(key, values, count);
-    });
+    const auto* const values = static_cast<const unsigned char*>(run.values);
+    const unsigned leading =
+        run.count > 1 ? WriteLeadingKeys(keys, values, run.count, Map(run)) : 0;
+    unsigned char* key = keys + std::size_t{leading} * Key::kWidth;
+    InMemoryBlocks<Value>(
+        run.Behind(leading * std::size_t{Codec::Stride(run.format)}, leading), Codec::kStoredWidth,
+        [&](const unsigned char* block, unsigned count) { key = WriteBlock(key, block, count); });
     if constexpr (HasNull<Key>) {
       if (run.nullsHigh) {
         for (unsigned char* at = keys; at != key; at += Key::kWidth) MoveNullHigh<Key>(at);
@@ -174,19 +185,18 @@ struct FixedKeys {
     return static_cast<std::size_t>(key - keys);
   }
 
+  static const KeyMap& Map(const KeyedRun& run) {
+    static constexpr KeyMap kFromMemory = MapOf<Key, Codec>(kMemory);
+    static constexpr KeyMap kFromStored = MapOf<Key, Codec>({kAsInMemory});
+    static constexpr KeyMap kFromSwapped = MapOf<Key, Codec>({kSwapped});
+    if (run.IsMemory()) return kFromMemory;
+    return run.format.IsReversed() ? kFromSwapped : kFromStored;
+  }
+
   // The places are values of their own here: behind a reference every byte written could be one of
   // theirs, and they would be read again for each key.
   static unsigned char* WriteBlock(unsigned char* key, const unsigned char* values,
                                    unsigned count) {
-    if constexpr (!kHostIsBig && requires { Key::KeysOf(0); }) {
-      constexpr unsigned kValuesAWord = 8 / Key::kWidth;
-      for (; count >= kValuesAWord; count -= kValuesAWord, values += 8, key += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, values, 8);
-        word = Key::KeysOf(word);
-        std::memcpy(key, &word, 8);
-      }
-    }
     for (; count != 0; --count, values += sizeof(Value), key += Key::kWidth) {
       Key::Write(key, ValueAt<Value>(values, 0));
     }
@@ -262,7 +272,7 @@ struct NullableKeys {
     Nullable read;
     if (indicator == 1) {
       typename Key::Value scalar;
-      const int status = FixedKeys<Key>::Read(source, kind, false, &scalar);
+      const int status = FixedKeys<Key, typename Key::Members>::Read(source, kind, false, &scalar);
       if (status != kvOk) return status;
       read = scalar;
     } else if (indicator != (nullsHigh ? 0xFF : 0x00)) {

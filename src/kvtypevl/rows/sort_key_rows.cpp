@@ -23,15 +23,7 @@ struct NullInside : Codec {
   static constexpr o_u8b kNullPlace = place;
 };
 
-struct DateKey : NullInside<MemberKey<DateCodec>> {
-  // Two dates at a time on a little-endian host: their years are turned around, and the top bits of
-  // year, month and day.
-  static constexpr std::uint64_t KeysOf(std::uint64_t dates) {
-    constexpr std::uint64_t kLow = 0x000000FF000000FF;
-    const std::uint64_t years = (dates & kLow) << 8 | (dates >> 8 & kLow);
-    return (years | (dates & ~(kLow | kLow << 8))) ^ 0x8080008080800080;
-  }
-};
+using DateKey = NullInside<MemberKey<DateCodec>>;
 using TimeKey = NullInside<MemberKey<TimeCodec>>;
 using DateTimeKey = NullInside<MemberKey<DateTimeCodec>>;
 // Their null has nanoseconds of 0, and those of a neighbour may be negative.
@@ -57,6 +49,8 @@ struct RefKey : MemberKey<Codec<KvRef, At<&KvRef::high>, At<&KvRef::low>, At<&Kv
 // The null has the largest number of all and comes first, so the numbers are moved by one.
 struct ClassIdKey {
   using Value = KvClassId;
+  using Members = ClassIdCodec;
+  static constexpr KeyStep kStep = KeyStep::kPlusOne;
   static constexpr unsigned kWidth = 4;
   static constexpr unsigned kNullWidth = 4;
   static constexpr o_u8b kNullPlace = 0;
@@ -72,18 +66,13 @@ struct ClassIdKey {
 // ---------------------------------------------------------------------------------------------
 // Small values.
 
-struct Int64Key {
-  using Value = KvInt64;
-  static constexpr unsigned kWidth = 8;
-  static void Write(unsigned char* key, const Value& value) {
-    NumberKey<o_8b>::Write(key, value.Get8b());
-  }
-  static Value Read(const unsigned char* key) { return NumberKey<o_8b>::Read(key); }
-};
+using Int64Key = MemberKey<Codec<KvInt64, At<&KvInt64::high>, At<&KvInt64::low>>>;
 
 // Signed bytes, but null (255, which is -1) before all; the numbers below it move up by one.
 struct BooleanKey {
   using Value = KvBoolean;
+  using Members = BooleanCodec;
+  static constexpr KeyStep kStep = KeyStep::kBoolean;
   static constexpr unsigned kWidth = 1;
   static constexpr unsigned kNullWidth = 1;
   static constexpr o_u8b kNullPlace = 0;
@@ -102,8 +91,9 @@ struct BooleanKey {
 
 // ---------------------------------------------------------------------------------------------
 
-template <class Key, unsigned storedWidth = Key::kWidth>
-constexpr const SortKeyHandlers* kFixed = &FixedKeys<Key, storedWidth>::kHandlers;
+// The codec of the row says where the members are in its stored form.
+template <class Key, class Codec = typename Key::Members>
+constexpr const SortKeyHandlers* kFixed = &FixedKeys<Key, Codec>::kHandlers;
 
 template <class Nullable, class Key>
 constexpr const SortKeyHandlers* kNullable = &NullableKeys<Nullable, Key>::kHandlers;
@@ -125,9 +115,9 @@ constexpr const SortKeyHandlers* kRows[] = {
     /* 12 KvDate          */ kFixed<DateKey>,
     /* 13 KvTime          */ kFixed<TimeKey>,
     /* 14 BlockId         */ kFixed<NumberKey<o_u4b>>,
-    /* 15 KvObjId         */ kFixed<ObjIdKey>,
+    /* 15 KvObjId         */ kFixed<ObjIdKey, ObjIdCodec>,
     /* 16 KvClassId       */ kFixed<ClassIdKey>,
-    /* 17 KvRef           */ kFixed<RefKey>,
+    /* 17 KvRef           */ kFixed<RefKey, RefCodec>,
     /* 18 KvBlob          */ &BlobKeys::kHandlers,
     /* 19 KvDateTime      */ kFixed<DateTimeKey>,
     /* 20 KvIString       */ &WeightedKeys<KvIStringWeights>::kHandlers,
@@ -136,7 +126,7 @@ constexpr const SortKeyHandlers* kRows[] = {
     /* 23 d_Time          */ kFixed<MemberKey<OdmgTimeCodec>>,
     /* 24 d_Timestamp     */ kFixed<MemberKey<OdmgTimestampCodec>>,
     /* 25 d_Interval      */ kFixed<MemberKey<IntervalCodec>>,
-    /* 26 KvInt64         */ kFixed<Int64Key>,
+    /* 26 KvInt64         */ kFixed<Int64Key, Int64Codec>,
     /* 27 KvBoolean       */ kFixed<BooleanKey>,
     /* 28 KvNull_char     */ kNullable<KvNull_char, NumberKey<o_char>>,
     /* 29 KvNull_uchar    */ kNullable<KvNull_uchar, NumberKey<o_u1b>>,
