@@ -1,10 +1,13 @@
 // Sort keys: runs of fixed rows beside memcpy of as many bytes, words beside ICU's sort keys
-// (ucol_getSortKey, tertiary, German), and sorting words by keys beside sorting them by comparing.
+// (ucol_getSortKey, tertiary, German), sorting words by keys beside sorting them by comparing, and
+// lookups in LMDB beside lookups of bytes that are there already.
 // Without the word list (Debian's wngerman) words are made up.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <numeric>
@@ -16,6 +19,9 @@
 #include "pair.h"
 #ifdef KV_BENCH_ICU
 #include <unicode/ucol.h>
+#endif
+#ifdef KV_BENCH_LMDB
+#include <lmdb.h>
 #endif
 
 namespace {
@@ -142,12 +148,103 @@ void RegisterTexts() {
               SortByComparing(many));
 }
 
+#ifdef KV_BENCH_LMDB
+
+// Moments under their sort keys, which are bytes like any others to LMDB.
+class KeyedIndex {
+ public:
+  static constexpr unsigned kKeys = 200000;
+  static constexpr unsigned kLookups = 1024;
+  static constexpr unsigned kWidth = 11;
+
+  KeyedIndex() : keys_(kKeys * kWidth) {
+    std::string folder = (std::filesystem::temp_directory_path() / "bench_key.XXXXXX").string();
+    if (mkdtemp(folder.data()) == nullptr) std::abort();
+    std::minstd_rand random(1);
+    for (unsigned i = 0; i < kKeys; ++i) {
+      const unsigned second = static_cast<unsigned>(random());
+      moments_.push_back(KvDateTimeN(static_cast<short>(1900 + second % 200),
+                                     static_cast<char>(second / 200 % 12 + 1),
+                                     static_cast<char>(second / 2400 % 28 + 1), 12, 30, 15,
+                                     static_cast<int>(random() % 1000000000)));
+      Write(i, &keys_[i * kWidth]);
+    }
+    mdb_env_create(&environment_);
+    mdb_env_set_mapsize(environment_, std::size_t{1} << 28);
+    mdb_env_open(environment_, folder.c_str(), MDB_NOSYNC | MDB_NOLOCK, 0600);
+    mdb_txn_begin(environment_, nullptr, 0, &transaction_);
+    mdb_dbi_open(transaction_, nullptr, 0, &database_);
+    for (unsigned i = 0; i < kKeys; ++i) {
+      MDB_val key{kWidth, &keys_[i * kWidth]};
+      MDB_val data{sizeof i, &i};
+      mdb_put(transaction_, database_, &key, &data, 0);
+    }
+    mdb_txn_commit(transaction_);
+    mdb_txn_begin(environment_, nullptr, MDB_RDONLY, &transaction_);
+    // The file stays mapped without its name.
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+  }
+  ~KeyedIndex() {
+    mdb_txn_abort(transaction_);
+    mdb_env_close(environment_);
+  }
+  KeyedIndex(const KeyedIndex&) = delete;
+  KeyedIndex& operator=(const KeyedIndex&) = delete;
+
+  void LookUpMoments() {
+    unsigned char key[kWidth];
+    for (unsigned i = 0; i < kLookups; ++i, next_ = (next_ + 7919) % kKeys) {
+      Write(next_, key);
+      LookUp(key);
+    }
+  }
+  void LookUpBytes() {
+    for (unsigned i = 0; i < kLookups; ++i, next_ = (next_ + 7919) % kKeys) {
+      LookUp(&keys_[next_ * kWidth]);
+    }
+  }
+
+ private:
+  void Write(unsigned moment, unsigned char* key) const {
+    std::size_t size;
+    KvSortKey({.type = KvDATIME_N_T}, &moments_[moment], 0, 8, key, kWidth, size);
+  }
+  void LookUp(unsigned char* bytes) {
+    MDB_val key{kWidth, bytes};
+    MDB_val data;
+    if (mdb_get(transaction_, database_, &key, &data) != MDB_SUCCESS) std::abort();
+    benchmark::DoNotOptimize(data.mv_data);
+  }
+
+  std::vector<KvDateTimeN> moments_;
+  std::vector<unsigned char> keys_;
+  unsigned next_ = 0;
+  MDB_env* environment_ = nullptr;
+  MDB_txn* transaction_ = nullptr;
+  MDB_dbi database_ = 0;
+};
+
+void RegisterLookups() {
+  const auto made = std::make_shared<std::unique_ptr<KeyedIndex>>();
+  // Filled when first looked at, so that a filtered run does not wait for it.
+  const auto index = [made]() -> KeyedIndex& {
+    if (*made == nullptr) *made = std::make_unique<KeyedIndex>();
+    return **made;
+  };
+  bench::Pair(
+      "LMDB lookup of a KvDateTimeN, its key made", "by the bytes of the key", 0.95,
+      [=] { index().LookUpMoments(); }, [=] { index().LookUpBytes(); }, KeyedIndex::kLookups);
+}
+
+#endif
+
 void RegisterFixed(char id, const char* name) {
   const std::size_t width = KvSortKeyBound({.type = id}, 0, 1);
   const auto count = static_cast<unsigned>(kBeyondCaches / width / 4);
   const std::size_t bytes = count * width;
   const std::size_t memory = std::size_t{DefaultTypeMgr(nullptr)->MemLenGet(id, 1)} * count;
-  auto values = std::make_shared<std::vector<unsigned char>>(memory, static_cast<unsigned char>(5));
+  const auto values = std::make_shared<std::vector<unsigned char>>(memory);
   auto keys = std::make_shared<std::vector<unsigned char>>(bytes);
   const auto ours = [=] {
     std::size_t size;
@@ -164,10 +261,14 @@ void RegisterFixed(char id, const char* name) {
 
 const bool registered = [] {
   RegisterTexts();
-  RegisterFixed(Kv4B_T, "o_4b");
-  RegisterFixed(Kv8B_T, "o_8b");
-  RegisterFixed(KvDOUBLE_T, "o_double");
-  RegisterFixed(KvDATE_T, "KvDate");
+#ifdef KV_BENCH_LMDB
+  RegisterLookups();
+#endif
+  // Nullables have values here and no nulls: a flag of zero.
+  const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+  for (char id = 0; id < KvRES_T; ++id) {
+    if (types.IsFixed(id)) RegisterFixed(id, types.NameGet(id, nullptr));
+  }
   return true;
 }();
 
