@@ -42,7 +42,9 @@ int KeyOf(const kvc_key_kind* given, std::uint32_t form, const void* value, std:
   KvSortKeyKind kind;
   if (const int status = KindOf(given, kind); status != kvOk) return status;
   const Run run{given->type, form, value, length, 1};
-  if (const int status = run.Check(); status != kvOk) return status;
+  if (!run.IsPlain()) {
+    if (const int status = run.Check(); status != kvOk) return status;
+  }
   if (out.buffer == nullptr && out.capacity != 0) return kvBadArgument;
   std::size_t size = 0;
   const int status =

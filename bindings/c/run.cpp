@@ -1,7 +1,5 @@
 #include "run.h"
 
-#include <array>
-
 namespace kvc {
 
 namespace {
@@ -45,24 +43,32 @@ std::uint32_t AlignmentOf(char id) {
   }
 }
 
-std::array<TypeFacts, kTypeCount> MakeFacts() {
-  std::array<TypeFacts, kTypeCount> all{};
+void MakeFacts() {
   for (char id = 0; id < kTypeCount; ++id) {
-    TypeFacts& facts = all[static_cast<std::size_t>(id)];
+    TypeFacts& facts = kFacts[static_cast<std::size_t>(id)];
     facts.hasValues = KvCheckType(kTypes, id) == kvOk;
     if (!facts.hasValues) continue;
     if (kTypes.IsFixed(id)) facts.storedWidth = kTypes.DiskLenGet(id, nullptr, 0, 1, 0);
     facts.memoryAlignment = AlignmentOf(id);
     if (facts.memoryAlignment != 0) facts.memoryWidth = kTypes.MemLenGet(id, 1);
+    for (std::uint32_t form = 0; form <= KVC_MEMORY; ++form) {
+      if (!IsForm(form)) continue;
+      const bool inMemory = form == KVC_MEMORY;
+      facts.widths[form] =
+          static_cast<std::uint8_t>(inMemory ? facts.memoryWidth : facts.storedWidth);
+      if (inMemory && facts.memoryAlignment != 0) {
+        facts.unaligned[form] = static_cast<std::uint8_t>(facts.memoryAlignment - 1);
+      }
+    }
   }
-  return all;
 }
 
 }  // namespace
 
 const KvTypeMgr kTypes;
-static const std::array<TypeFacts, kTypeCount> allFacts = MakeFacts();
-const TypeFacts* const kFacts = allFacts.data();
+TypeFacts kFacts[kTypeCount];
+// Before the first call, as the library is loaded.
+[[maybe_unused]] static const bool factsAreThere = (MakeFacts(), true);
 
 int Run::CheckVarying(std::size_t& bytes) const {
   bytes = 0;

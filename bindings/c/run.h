@@ -2,6 +2,7 @@
 // a run that a stranger describes.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -22,10 +23,15 @@ struct TypeFacts {
   std::uint32_t memoryWidth;  // 0: the memory form is a C++ object with storage of its own
   std::uint32_t memoryAlignment;
   bool hasValues;
+  // By form, so that one look tells whether type and form are such that arithmetic is all the check
+  // there is: the width, 0 where that varies or the form is none; and the bits of an address that
+  // have to be zero.
+  std::uint8_t widths[KVC_MEMORY + 1];
+  std::uint8_t unaligned[KVC_MEMORY + 1];
 };
 
 extern const KvTypeMgr kTypes;
-extern const TypeFacts* const kFacts;
+extern TypeFacts kFacts[kTypeCount];
 
 inline int CheckType(std::int32_t type) {
   if (static_cast<std::uint32_t>(type) < kTypeCount && kFacts[type].hasValues) return kvOk;
@@ -52,6 +58,12 @@ struct Run {
   unsigned char Format() const { return static_cast<unsigned char>(form); }
   const TypeFacts& Facts() const { return kFacts[type]; }
 
+  // Whether the run is sound, and that was told at a glance: values of one width, or one string of
+  // the present form. Of any other run, sound or not, Check tells.
+  bool IsPlain() const { return IsPlainFixed() || PlainStringSize() != 0; }
+  bool IsPlainFixed() const;
+  std::size_t PlainStringSize() const;
+
   // kvOk when all values lie within the length and may be given to the type manager; `bytes` is
   // then what they take.
   int Check(std::size_t& bytes) const;
@@ -64,12 +76,50 @@ struct Run {
   int CheckVarying(std::size_t& bytes) const;
 };
 
+inline bool Run::IsPlainFixed() const {
+  if (static_cast<std::uint32_t>(type) >= kTypeCount || form > KVC_MEMORY) return false;
+  const TypeFacts& facts = kFacts[type];
+  const std::uint64_t size = std::uint64_t{facts.widths[form]} * count;
+  const bool isAligned = (reinterpret_cast<std::uintptr_t>(values) & facts.unaligned[form]) == 0;
+  return size != 0 && size <= length && values != nullptr && isAligned;
+}
+
+// The same of two runs of one type, form and count.
+inline bool ArePlain(const Run& run1, const Run& run2) {
+  if (run1.PlainStringSize() != 0) return run2.PlainStringSize() != 0;
+  const Run shorter{run1.type, run1.form, run1.values, std::min(run1.length, run2.length),
+                    run1.count};
+  const auto address2 = reinterpret_cast<std::uintptr_t>(run2.values);
+  return shorter.IsPlainFixed() && run2.values != nullptr &&
+         (address2 & kFacts[run2.type].unaligned[run2.form]) == 0;
+}
+
+// The size of one string, 0 where it takes more than a look: a block as kvstorage.h draws it, with
+// the length of the rest, code set and language, the text with its zero, the mark.
+inline std::size_t Run::PlainStringSize() const {
+  constexpr std::size_t kField = 2;
+  constexpr std::size_t kLeastBody = 4;
+  constexpr unsigned char kMark = 0xFF;
+  if (type != KvSTRING_T || form > KVC_REVERSED || count != 1 || values == nullptr) return 0;
+  if (length < kField + kLeastBody) return 0;
+  const auto* const block = static_cast<const unsigned char*>(values);
+  const bool highFirst = form == KVC_REVERSED;
+  const std::size_t body =
+      static_cast<std::size_t>(block[highFirst ? 0 : 1]) << 8 | block[highFirst ? 1 : 0];
+  if (body < kLeastBody || body > length - kField || block[body + 1] != kMark) return 0;
+  return kField + body;
+}
+
 inline int Run::Check(std::size_t& bytes) const {
   if (const int status = CheckType(type); status != kvOk) return status;
   if (!IsForm(form)) return kvBadArgument;
   const bool inMemory = form == KVC_MEMORY;
   const std::uint32_t width = inMemory ? Facts().memoryWidth : Facts().storedWidth;
-  if (width == 0) return inMemory ? kvNotSupported : CheckVarying(bytes);
+  if (width == 0) {
+    if (inMemory) return kvNotSupported;
+    bytes = PlainStringSize();
+    return bytes != 0 ? kvOk : CheckVarying(bytes);
+  }
   const std::uint64_t size = std::uint64_t{width} * count;
   if (size > length) return kvBufferShort;
   if (size != 0 && values == nullptr) return kvBadArgument;
