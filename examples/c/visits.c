@@ -31,38 +31,28 @@ static void lmdb(int status, const char* what) {
   must(status, what, mdb_strerror(status));
 }
 
-/* Appends a value, given as text, to a record. */
-static void append(unsigned char* record, size_t capacity, size_t* size, int32_t type,
-                   const char* text) {
-  size_t taken;
-  kvc(kvc_scan(type, type == STRING ? &swedish : NULL, text, strlen(text), KVC_STORED,
-               record + *size, capacity - *size, &taken, NULL),
+/* Writes the stored bytes of a value that is given as text; where they end. */
+static unsigned char* store(unsigned char* at, size_t room, int32_t type, const char* text) {
+  size_t size;
+  kvc(kvc_scan(type, type == STRING ? &swedish : NULL, text, strlen(text), KVC_STORED, at, room,
+               &size, NULL),
       text);
-  *size += taken;
+  return at + size;
 }
 
 /* A record is a name, a day and a number; its key is made of the first two as they are stored. */
 static void put(MDB_txn* transaction, MDB_dbi table, const char* name, const char* day,
                 const char* minutes) {
   unsigned char record[512], key[511];
-  size_t size = 0, name_size, day_end, key_size;
-  kvc_part parts[2] = {{sizeof(kvc_part), KVC_STORED, &name_keys, NULL, 0},
-                       {sizeof(kvc_part), KVC_STORED, &day_keys, NULL, 0}};
-  MDB_val at, what;
-  append(record, sizeof record, &size, STRING, name);
-  name_size = size;
-  append(record, sizeof record, &size, DATE, day);
-  day_end = size;
-  append(record, sizeof record, &size, NUMBER, minutes);
-  parts[0].value = record;
-  parts[0].length = name_size;
-  parts[1].value = record + name_size;
-  parts[1].length = day_end - name_size;
-  kvc(kvc_key_tuple(parts, 2, key, sizeof key, &key_size), name);
-  at.mv_data = key;
-  at.mv_size = key_size;
-  what.mv_data = record;
-  what.mv_size = size;
+  size_t size;
+  unsigned char* const day_at = store(record, 400, STRING, name);
+  unsigned char* const minutes_at = store(day_at, 50, DATE, day);
+  unsigned char* const end = store(minutes_at, 50, NUMBER, minutes);
+  const kvc_part parts[2] = {
+      {sizeof(kvc_part), KVC_STORED, &name_keys, record, (size_t)(day_at - record)},
+      {sizeof(kvc_part), KVC_STORED, &day_keys, day_at, (size_t)(minutes_at - day_at)}};
+  kvc(kvc_key_tuple(parts, 2, key, sizeof key, &size), name);
+  MDB_val at = {size, key}, what = {(size_t)(end - record), record};
   lmdb(mdb_put(transaction, table, &at, &what, 0), name);
 }
 
@@ -80,17 +70,13 @@ static void print(const unsigned char** record, size_t* left, int32_t type) {
 
 static void walk(MDB_txn* transaction, MDB_dbi table, const char* beginning) {
   unsigned char stored[256], lower[512], upper[512];
-  size_t size = 0, lower_size, upper_size;
+  size_t lower_size, upper_size;
   MDB_cursor* cursor;
-  MDB_val at, what, end;
-  append(stored, sizeof stored, &size, STRING, beginning);
+  const size_t size = (size_t)(store(stored, sizeof stored, STRING, beginning) - stored);
   kvc(kvc_key_range(&name_keys, KVC_RANGE_BEGINNING, KVC_STORED, stored, size, sizeof lower, lower,
                     &lower_size, upper, &upper_size),
       beginning);
-  at.mv_data = lower;
-  at.mv_size = lower_size;
-  end.mv_data = upper;
-  end.mv_size = upper_size;
+  MDB_val at = {lower_size, lower}, what, end = {upper_size, upper};
   lmdb(mdb_cursor_open(transaction, table, &cursor), "cursor");
   while (mdb_cursor_get(cursor, &at, &what, at.mv_data == lower ? MDB_SET_RANGE : MDB_NEXT) == 0 &&
          mdb_cmp(transaction, table, &at, &end) < 0) {
