@@ -54,6 +54,15 @@ BAD_UTF8 = [b"\xc0\x80", b"\xe0\x80\x80", b"\xed\xa0\x80", b"\xf8\x88\x80\x80\x8
 SCHEMAS = ["id:o_u4b, day:KvDate, name:KvString/german, marks:o_2b[4]", "a:2", "a:KvBLOB_T[65535]",
            "\u00e4:KvString/de", "a:2,a:2", "a:KvString/", "a:2[0]", ":2", "a:46", "a : 2 [ 1 ]",
            "a:2,"]
+CSV_FILES = ["id,name\n1,Anna\n2,\"Bo, jr.\"\n", "a\r\n\r\n\"two\nlines\",x\r\nlast,line", "\ufeffid,day\n1,2\n",
+             "a,\"never closed\nb,c\nd,e\n", "a\"b,c\n1,2\n", "\"\"\"\",\"\"\n,\n", " blank , kept \n",
+             "1,a\r2,b\n3,\"c\rd\"\n", "1,a\r\"b\n2,c\n3,d\n",
+             "\n\n\n", ",", "1\t\"2\t3\n\n4\t5\t6", "x" * 300 + ",y\n"]
+QUERIES = ["id = 1", "id >= 255 and id < 65536", "name = 'it''s'", "name like 'Ann%'",
+           "name like '%n_'", "name like '100\\%' and id > 0", "day = *-*-*", "day < 2000-02-29",
+           "mark = {NULL}", "mark > 0 and size <= 2.5", "size = nan", "size > -Infinity AND size < 1e301",
+           "day >= 1999-12-31 and mark = 0 and name <= z", "name = Ann\u00e4", "id = 1 and",
+           "id like '1'", "nobody = 1", "name = 'open", "name like ''", "mark<=5 and mark>=5"]
 HEX_NOISE = ["", "0", "0x", "0100 0000", "zz", "FFFFFFFF", "04 00 00 00 ff ff ff ff"]
 
 
@@ -139,6 +148,12 @@ def fuzz_collate(_golden, _old):
         yield bytes([left, 1, right, 2, 0, 0, 0, len(a), 0, 0]) + a + b
 
 
+def fuzz_csv(_golden, _old):
+    for i, text in enumerate(CSV_FILES):
+        for delimiter in (0, 1) if i % 2 else (0,):
+            yield bytes([delimiter]) + text.encode()
+
+
 def fuzz_datetime_text(golden, _):
     for i, (format, text) in enumerate(DATE_TEXTS * 2):
         row = i % len(DATE_ROWS)
@@ -178,6 +193,11 @@ def fuzz_nullable(golden, _):
             a, b = golden[id].pairs(1, form)[0]
             yield bytes([form]) + a + b
         yield bytes([0]) + golden[id].run[0] * 2
+
+
+def fuzz_query(_golden, _old):
+    for query in QUERIES:
+        yield query.encode()
 
 
 def fuzz_scalar_format(golden, _):

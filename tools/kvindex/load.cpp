@@ -19,7 +19,7 @@
 #include <utility>
 
 #include "changes.h"
-#include "csv.h"
+#include "csv_reader.h"
 #include "failure.h"
 
 namespace {

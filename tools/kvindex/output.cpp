@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "catalogue.h"
-#include "csv.h"
+#include "csv_reader.h"
 #include "program.h"
 
 namespace {

@@ -37,7 +37,8 @@ class CsvReader {
  private:
   bool TakeLine(std::string& line);
   bool ReadLine(std::string& line);
-  // Feeds a line; true when it ends a record.
+  bool Parse(std::string_view text);
+  // Feeds a line; true when it ends a record or fails.
   bool Feed(std::string_view line, CsvLine& to);
   void StartParser();
   static void OnCell(void* data, std::size_t size, void* to);

@@ -1,4 +1,4 @@
-#include "csv.h"
+#include "csv_reader.h"
 
 #include <algorithm>
 #include <cctype>
@@ -79,10 +79,18 @@ void CsvReader::OnRow(int, void* to) {
   static_cast<CsvReader*>(to)->rowEnded_ = true;
 }
 
+bool CsvReader::Parse(std::string_view text) {
+  return csv_parse(&parser_, text.data(), text.size(), OnCell, OnRow, this) == text.size();
+}
+
 bool CsvReader::Feed(std::string_view line, CsvLine& to) {
   cells_ = &to.cells;
   rowEnded_ = false;
-  failed_ = csv_parse(&parser_, line.data(), line.size(), OnCell, OnRow, this) != line.size();
+  const std::string_view body = line.substr(0, line.find_last_not_of("\r\n") + 1);
+  // The parser takes a carriage return alone as the end of a row, and begins another behind it.
+  failed_ = !Parse(body) || rowEnded_;
+  if (failed_) return true;
+  failed_ = !Parse(line.substr(body.size()));
   if (!failed_ && !rowEnded_ && !line.ends_with('\n')) {  // the file ends without a line end
     failed_ = csv_fini(&parser_, OnCell, OnRow, this) != 0;
   }
@@ -119,7 +127,9 @@ bool CsvReader::Next(CsvLine& line) {
     csv_free(&parser_);
     StartParser();
     line.cells.clear();
-    line.fault = size > kLongestRecord ? "a record of more than 1 MiB" : "wrong quoting";
+    line.fault = size > kLongestRecord  ? "a record of more than 1 MiB"
+                 : failed_ && rowEnded_ ? "a carriage return within a line"
+                                        : "wrong quoting";
     again_.insert(again_.begin(), further.begin(), further.end());
   }
   line.end = offset_;
