@@ -24,6 +24,7 @@ import random
 import re
 import resource
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -31,15 +32,18 @@ import tomllib
 import xml.etree.ElementTree
 from pathlib import Path
 
+import together
+
 ROOT = Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutate"
 TREE = WORK / "tree"
 LAST = WORK / "last.json"
 KNOWN = ROOT / "tests" / "without_effect.toml"
 FOLDERS = ("src/", "kvcore/", "platform/", "tools/", "engines/")
-GENERATED = ("platform/zin/data/",)
+GENERATED = ("platform/zin/data/", "tools/mutants/")
 QUICK_SECONDS = 3
 ATTEMPTS = 12  # at faults that do not compile, for one that does
+SPARE = 3  # faults of a stretch that are built together, should the first not compile
 
 TOKEN = re.compile(r"""
     (?P<skip>  //[^\n]* | /\*.*?\*/ | ^[ \t]*\#(?:[^\n]*\\\n)*[^\n]*
@@ -74,10 +78,11 @@ class Fault:
     line: int
     before: str
     after: str
+    above: str  # the line before it
 
     @property
     def key(self):
-        return self.file, self.before, self.after
+        return self.file, self.before, self.after, self.above
 
 
 class Source:
@@ -189,8 +194,9 @@ class Source:
         last = self.text.find("\n", end)
         before = " ".join(self.text[first:last].split())
         after = " ".join((self.text[first:start] + new + self.text[end:last]).split())
+        above = self.text[:first].rstrip().rpartition("\n")[2]
         return Fault(self.file, start, end, new, kind, self.text.count("\n", 0, start) + 1, before,
-                     after)
+                     after, " ".join(above.split()))
 
     def code_lines(self):
         return sorted({self.text.count("\n", 0, token.start()) + 1 for token in self.tokens})
@@ -242,22 +248,55 @@ def spread(sources, kinds, count, dice):
     return stretches
 
 
-def known_faults():
-    """(file, before, after) of the faults that were found to be without effect."""
-    if not KNOWN.exists():
-        return set()
-    entries = tomllib.loads(KNOWN.read_text()).get("fault", [])
-    for entry in entries:
+class Known:
+    """The faults that were found to be without effect: by file, line before and line after; by the
+    line above too where the file has such a line more than once."""
+
+    def __init__(self):
+        entries = tomllib.loads(KNOWN.read_text()).get("fault", []) if KNOWN.exists() else []
+        self.keys = set()
+        for entry in entries:
+            self.check(entry)
+            self.keys.add((entry["file"], entry["before"], entry["after"], entry.get("above")))
+
+    @staticmethod
+    def check(entry):
+        file = ROOT / entry["file"]
+        text = " ".join(file.read_text().split()) if file.exists() else ""
         if not entry["why"].strip():
             sys.exit(f"mutate: {KNOWN.name}: no reason for {entry['after']!r}")
-        file = ROOT / entry["file"]
-        if not file.exists() or entry["before"] not in " ".join(file.read_text().split()):
-            print(f"mutate: {KNOWN.name}: {entry['file']} no longer has: {entry['before']}",
+        count = text.count((entry["above"] + " " if "above" in entry else "") + entry["before"])
+        if count != 1:
+            print(f"mutate: {KNOWN.name}: {entry['file']} has {count} times: {entry['before']}",
                   file=sys.stderr)
-    return {(entry["file"], entry["before"], entry["after"]) for entry in entries}
+
+    def __contains__(self, fault):
+        return fault.key in self.keys or (*fault.key[:3], None) in self.keys
 
 
 # --- Building and testing --------------------------------------------------------------------------
+
+
+def copy(tree, files, changed):
+    """Makes a copy of the tree, but for the files whose text is in `changed`. What is equal keeps its
+    time, so it is not rebuilt."""
+    tree.mkdir(parents=True, exist_ok=True)
+    wanted = set(files)
+    for folder, names, found in os.walk(tree):
+        if Path(folder) == tree and "build" in names:
+            names.remove("build")
+        for name in found:
+            path = Path(folder) / name
+            if str(path.relative_to(tree)) not in wanted:
+                path.unlink()
+    for name in files:
+        source, target = ROOT / name, tree / name
+        content = changed[name].encode() if name in changed else source.read_bytes()
+        if target.exists() and target.read_bytes() == content:
+            continue
+        target.parent.mkdir(parents=True, exist_ok=True)
+        target.write_bytes(content)
+        shutil.copymode(source, target)
 
 
 class Workshop:
@@ -269,25 +308,6 @@ class Workshop:
         self.hashes = {}
         self.sound = {}
         self.quick, self.slow, self.limit = [], [], 0
-
-    def copy(self, files):
-        """Makes the copy equal to the tree. What is equal keeps its time, so it is not rebuilt."""
-        TREE.mkdir(parents=True, exist_ok=True)
-        wanted = set(files)
-        for folder, names, found in os.walk(TREE):
-            if Path(folder) == TREE and "build" in names:
-                names.remove("build")
-            for name in found:
-                path = Path(folder) / name
-                if str(path.relative_to(TREE)) not in wanted:
-                    path.unlink()
-        for name in files:
-            source, target = ROOT / name, TREE / name
-            if target.exists() and target.read_bytes() == source.read_bytes():
-                continue
-            target.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copyfile(source, target)
-            shutil.copymode(source, target)
 
     def configure(self):
         # A test is not linked anew because a shared library has changed.
@@ -391,17 +411,20 @@ def say(message, lasting=True):
 
 
 def show(results, seed):
-    survivors = [result for result in results if result["outcome"] == "survives"]
+    survivors = [result for result in results if result["outcome"] in ("survives", "unreached")]
     for result in survivors:
-        print(f"{result['file']}:{result['line']}: {result['kind']}\n"
+        unreached = ", reached by no test" if result["outcome"] == "unreached" else ""
+        print(f"{result['file']}:{result['line']}: {result['kind']}{unreached}\n"
               f"  - {result['before']}\n  + {result['after']}")
     count = {outcome: sum(result["outcome"] == outcome for result in results)
-             for outcome in ("seen", "survives", "same code", "known")}
+             for outcome in ("seen", "survives", "same code", "known", "unreached")}
     effective = count["seen"] + count["survives"]
     share = f", {100 * count['seen'] / effective:.0f} % of those with effect are seen" \
         if effective else ""
     print(f"{len(results)} faults (seed {seed}): {count['seen']} seen, {count['survives']} survive, "
           f"{count['same code'] + count['known']} without effect{share}")
+    if count["unreached"]:
+        print(f"{count['unreached']} are reached by no test of this build")
     return survivors
 
 
@@ -410,7 +433,12 @@ def arguments():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("count", nargs="?", default="20", metavar="N",
                         help="faults to try (20), or 'all'")
-    parser.add_argument("seed", nargs="?", type=int, help="which ones (the clock)")
+    parser.add_argument("seeds", nargs="*", type=int, metavar="SEED",
+                        help="which ones (the clock); with --together more than one sample")
+    parser.add_argument("--together", action="store_true",
+                        help="build all faults at once and switch on one after the other")
+    parser.add_argument("--only-together", action="store_true",
+                        help="as --together, but build none alone that cannot be switched")
     parser.add_argument("--kind", action="append", choices=KINDS, help="only faults of this kind")
     parser.add_argument("--under", action="append", metavar="PATH",
                         help="only in files whose path begins so, as src/kvstring/")
@@ -425,14 +453,20 @@ def arguments():
     options = parser.parse_args()
     if options.count != "all" and not (options.count.isdigit() and int(options.count) > 0):
         parser.error(f"'{options.count}' is no number of faults")
+    options.together |= options.only_together
+    if options.together and (options.preset != "native" or options.test):
+        parser.error("--together has a build and a choice of tests of its own")
+    if len(options.seeds) > 1 and not options.together:
+        parser.error("more than one seed needs --together")
+    options.seeds = options.seeds or [int(time.time()) % 100000]
     return options
 
 
 def choose(options, files, seed):
     sources = [Source(name) for name in hand_written(files, options.under or [""])]
     if options.again:
-        last = {(each["file"], each["before"], each["after"]) for each in
-                json.loads(LAST.read_text())["faults"] if each["outcome"] == "survives"} \
+        last = {(each["file"], each["before"], each["after"], each["above"]) for each in
+                json.loads(LAST.read_text())["faults"] if each["outcome"] in ("survives", "unreached")} \
             if LAST.exists() else set()
         return [[fault] for source in sources for fault in source.faults() if fault.key in last]
     count = None if options.count == "all" else int(options.count)
@@ -443,30 +477,18 @@ def try_one(workshop, stretch, known):
     """The result of the first fault of a stretch that compiles, None when none does."""
     for fault in stretch[:ATTEMPTS]:
         began = time.monotonic()
-        outcome, seen_by = ("known", []) if fault.key in known else workshop.judge(fault)
+        outcome, seen_by = ("known", []) if fault in known else workshop.judge(fault)
         if outcome != "no build":
             return {**dataclasses.asdict(fault), "outcome": outcome, "seen_by": seen_by,
                     "seconds": round(time.monotonic() - began, 1)}
     return None
 
 
-def main():
-    options = arguments()
-    seed = options.seed if options.seed is not None else int(time.time()) % 100000
-    files = tracked_files()
-    stretches = [stretch for stretch in choose(options, files, seed) if stretch]
-    if options.list:
-        for stretch in stretches:
-            fault = stretch[0]
-            print(f"{fault.file}:{fault.line}: {fault.kind}\n  - {fault.before}\n  + {fault.after}")
-        return 0
-    if not stretches:
-        print("mutate: there is no such fault to try")
-        return 0
-    known = known_faults()
+def one_by_one(options, files, stretches, known):
+    """Builds and tries a fault of each stretch alone."""
     workshop = Workshop(options.preset, options.jobs, options.exclude, options.test)
-    say("building and testing without a fault", lasting=True)
-    workshop.copy(files)
+    say("building and testing without a fault")
+    copy(TREE, files, {})
     workshop.prepare()
     results = []
     for i, stretch in enumerate(stretches):
@@ -477,12 +499,106 @@ def main():
         results.append(result)
         say(f"{i + 1} of {len(stretches)}: {result['file']}:{result['line']} {result['kind']}: "
             f"{result['outcome']} {' '.join(result['seen_by'])}".rstrip())
-    report = {"seed": seed, "count": options.count, "faults": results}
+    return results
+
+
+def all_together(options, files, stretches, known):
+    """Tries a fault of each stretch, all of them in one build; alone only what cannot be so tried:
+    what no test reaches may be computed by the compiler, and a survivor may be the same code."""
+    candidates = [stretch[:SPARE] for stretch in stretches]
+    faults = sorted({fault for stretch in candidates for fault in stretch if fault not in known},
+                    key=lambda fault: (fault.file, fault.start, fault.new))
+    number = together.numbered(faults)
+    fault_of = {number[fault]: fault for fault in faults}
+    work = together.Together(WORK / "together", options.jobs, options.exclude, say)
+    say(f"building with {len(faults)} faults")
+    sources = [Source(name) for name in sorted({fault.file for fault in faults})]
+    lost = work.prepare(files, sources, fault_of, copy)
+    say("testing without a fault")
+    work.measure(fault_of)
+    outcomes = {fault: ("known", [], 0) for stretch in candidates for fault in stretch
+                if fault in known}
+    outcomes |= {fault_of[each]: ("no build", [], 0) for each in lost}
+    try:
+        try_in_turn(work, candidates, number, fault_of, outcomes)
+    except KeyboardInterrupt:
+        say("interrupted; this is what was tried")
+        return [result for stretch in candidates if (result := chosen(stretch, outcomes))]
+    results = [chosen(stretch, outcomes) for stretch in candidates]
+    results = [result for result in results if result]
+    if not options.only_together:
+        results = try_rest_alone(options, files, results)
+    return results
+
+
+def try_in_turn(work, candidates, number, fault_of, outcomes):
+    """Tries the first fault of each stretch, and the next one where that was none that compiles."""
+    for place in range(SPARE):
+        wanted = {number[stretch[place]] for stretch in candidates if len(stretch) > place
+                  and stretch[place] not in outcomes
+                  and all(outcomes[each][0] == "no build" for each in stretch[:place])}
+        try_together(work, wanted, fault_of, outcomes)
+
+
+def try_together(work, wanted, fault_of, outcomes):
+    def done(number, outcome, seen_by):
+        fault = fault_of[number]
+        outcomes[fault] = outcome, seen_by, time.monotonic() - began
+        say(f"{len(finished) + 1} of {len(wanted)}: {fault.file}:{fault.line} {fault.kind}: {outcome} "
+            f"{' '.join(seen_by)}".rstrip())
+        finished.append(number)
+
+    finished, began = [], time.monotonic()
+    work.judge_all(sorted(wanted), done)
+
+
+def chosen(stretch, outcomes):
+    for fault in stretch:
+        outcome, seen_by, _ = outcomes.get(fault, ("no build", [], 0))
+        if outcome != "no build":
+            return {**dataclasses.asdict(fault), "outcome": outcome, "seen_by": seen_by}
+    return None
+
+
+def try_rest_alone(options, files, results):
+    rest = [result for result in results if result["outcome"] in ("survives", "unreached")]
+    if not rest:
+        return results
+    stretches = [[Fault(**{field.name: result[field.name] for field in dataclasses.fields(Fault)})]
+                 for result in rest]
+    alone = {(each["file"], each["start"], each["new"]): each
+             for each in one_by_one(options, files, stretches, set())}
+    # What does not even compile alone was no fault; the compiler saw it.
+    kept = [result for result in results if result not in rest]
+    return kept + [alone[key] for result in rest
+                   if (key := (result["file"], result["start"], result["new"])) in alone]
+
+
+def main():
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    options = arguments()
+    files = tracked_files()
+    samples = {seed: [stretch for stretch in choose(options, files, seed) if stretch]
+               for seed in options.seeds}
+    stretches = [stretch for sample in samples.values() for stretch in sample]
+    if options.list:
+        for stretch in stretches:
+            fault = stretch[0]
+            print(f"{fault.file}:{fault.line}: {fault.kind}\n  - {fault.before}\n  + {fault.after}")
+        return 0
+    if not stretches:
+        print("mutate: there is no such fault to try")
+        return 0
+    attempt = all_together if options.together else one_by_one
+    results = attempt(options, files, stretches, Known())
+    seeds = ", ".join(map(str, options.seeds))
+    report = {"seed": seeds, "count": options.count, "faults": results}
+    LAST.parent.mkdir(parents=True, exist_ok=True)
     LAST.write_text(json.dumps(report, indent=1) + "\n")
     if options.json:
         print(json.dumps(report, indent=1))
-        return int(any(result["outcome"] == "survives" for result in results))
-    return 1 if show(results, seed) else 0
+        return int(any(result["outcome"] in ("survives", "unreached") for result in results))
+    return 1 if show(results, seeds) else 0
 
 
 if __name__ == "__main__":
