@@ -155,6 +155,18 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
   }
 }
 
+TEST_CASE("a null pointer takes no value, and an empty text is the null when that prints empty") {
+  CHECK(KvScanChecked(Types(), Kv4B_T, nullptr, "5", nullptr).status == kvBadArgument);
+  KvString text("before");
+  KvTypeMgr::SetNullPrintString(KvString(""));
+  const int status = KvScanChecked(Types(), KvSTRING_T, &text, "", nullptr).status;
+  KvTypeMgr::SetNullPrintString(KvString("{NULL}"));
+  CHECK(status == kvOk);
+  CHECK(text.IsNullValue());
+  CHECK(KvScanChecked(Types(), KvSTRING_T, &text, "", nullptr).status == kvOk);
+  CHECK_FALSE(text.IsNullValue());
+}
+
 TEST_CASE("a 16-bit text is read as its characters are, or refused by its first stranger") {
   KvString text(kvCodeSetUnicode, 1);
   text << "2024-02-29";

@@ -153,6 +153,7 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
       {KvBLOB_T, "07 00 00 00 01 00 00 00 41 00 00", 1, kvOk, 0, 1},
       {KvBLOB_T, "07 00 00 00 01 00 00 00 41 00 00", 0, kvDamaged, 9, 1},
       {KvBLOB_T, "00 00 00 00", 0, kvDamaged, 4, 0},
+      {KvBLOB_T, "FD FF FF FF FF FF FF FF", 1, kvOutOfRange, 0, 0},
       // Fixed widths.
       {Kv4B_T, "01 00 00 00 02", 0, kvBufferShort, 4, 1},
       {Kv4B_T, "", 0, kvBufferShort, 0, 0},
@@ -294,6 +295,8 @@ TEST_CASE("the memory form is no stored bytes, and a null pointer no buffer") {
   CHECK(KvLoadChecked(Types(), KvDATE_T, nullptr, stored, 4, 0, 1).status == kvBadArgument);
   CHECK(KvStoreChecked(Types(), KvDATE_T, nullptr, 4, &day, 0, 1).status == kvBadArgument);
   CHECK(KvLoadChecked(Types(), KvDATE_T, &other, nullptr, 0, 0, 0).status == kvOk);
+  CHECK(KvStoredSize(Types(), KvDATE_T, nullptr, 1).status == kvBadArgument);
+  CHECK(KvStoredSize(Types(), KvDATE_T, nullptr, 0).status == kvOk);
 }
 
 TEST_CASE("a status has its name") {

@@ -240,6 +240,22 @@ TEST_CASE("finding among characters that share an order, and in plain bytes") {
   CHECK(bytes.Find(pattern, 0, kvCompareExact) == 6);
   CHECK(bytes.Find(pattern, 7, kvCompareExact) == -1);
   CHECK(bytes.Find(pattern, 0, 0) == 6);
+  const KvString nothing(kvCodeSetBytes, kvLanguageEnglish);
+  CHECK(bytes.Find(nothing, 4, kvCompareExact) == 4);
+  CHECK(bytes.Find(nothing, 9, kvCompareExact) == 9);
+  CHECK(bytes.Find(nothing, 10, kvCompareExact) == -1);
+}
+
+TEST_CASE("a null is found nowhere, and nothing in a null") {
+  KvString null;
+  null.SetNullValue();
+  const KvString text("ab");
+  for (const int option : {0, int{kvCompareExact}}) {
+    const auto cmpOp = static_cast<unsigned short>(option);
+    CHECK(text.Find(null, 0, cmpOp) == -1);
+    CHECK(null.Find(text, 0, cmpOp) == -1);
+  }
+  CHECK(null.Find(KvString(""), 0, kvCompareExact) == -1);
 }
 
 TEST_CASE("the wildcards of the process count in a pattern that is searched for") {

@@ -152,6 +152,14 @@ TEST_CASE("d_Date counts by the Julian calendar until 1582-10-04 and by the Greg
   CHECK(kv::CountOfDate(2000, 1, 1) == 2451544);
 }
 
+TEST_CASE("a real number is cut toward zero and ends at the ends of 64 bits") {
+  CHECK(kv::TruncateSaturating(-2.9) == -2);
+  CHECK(kv::TruncateSaturating(9223372036854774784.0) == 9223372036854774784);
+  CHECK(kv::TruncateSaturating(9223372036854775808.0) == INT64_MAX);
+  CHECK(kv::TruncateSaturating(-1e300) == INT64_MIN);
+  CHECK(kv::TruncateSaturating(NAN) == 0);
+}
+
 TEST_CASE("the integers of the d_Date count are the real formulas, truncated") {
   int wrong = 0;
   for (int y = -33000; y <= 33000; ++y) {

@@ -271,6 +271,9 @@ TEST_CASE("scanning: what does not match, what is missing, what is too large") {
   }
   CHECK(Scanned<KvDate>("99999999999 300 -300", "%Y %m %d") == KvDate(32767, 127, -128));
   CHECK(Scanned<KvDate>("Sepia 4", "%b %d", kvNotSupported) == KvDate(0, 9, 1));
+  CHECK(Scanned<KvDate>("2001 Foo 4", "%Y %B %d", kvNotSupported) == KvDate(2001, 1, 1));
+  CHECK(Scanned<KvTime>("7 xm 5", "%I %p %M", kvNotSupported) == KvTime(7, 0, 0));
+  CHECK(Scanned<KvTime>("pm", "%p%H", kvNotSupported) == KvTime(0, 0, 0));
 }
 
 TEST_CASE("nulls print and read as the null print string") {

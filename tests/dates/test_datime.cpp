@@ -316,10 +316,11 @@ TEST_CASE("zones: local time and UTC, and a zone that is not known") {
   KvDateTime value(KvDate(2000, 3, 1));
   KvDateTimeN valueN(value);
   KvTime time(1, 2, 3);
-  CHECK(value.ToLocalTime() == kvNoTimeZone);
-  CHECK(valueN.ToUTCTime() == kvNoTimeZone);
-  CHECK(time.ToUTCTime() == kvNoTimeZone);
+  CHECK((value.ToLocalTime() == kvNoTimeZone && value.ToUTCTime() == kvNoTimeZone));
+  CHECK((valueN.ToLocalTime() == kvNoTimeZone && valueN.ToUTCTime() == kvNoTimeZone));
+  CHECK((time.ToLocalTime() == kvNoTimeZone && time.ToUTCTime() == kvNoTimeZone));
   CHECK((value == KvDateTime(KvDate(2000, 3, 1)) && time == KvTime(1, 2, 3)));
+  CHECK(valueN.Compare(KvDateTimeN(value), 0x10) == 0);
 }
 
 TEST_CASE("clocks agree with the C++ library's") {

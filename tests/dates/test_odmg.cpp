@@ -192,6 +192,10 @@ TEST_CASE("d_Timestamp moves exactly, days and zone kept") {
     CHECK((moved -= Seconds(static_cast<float>(move))) == before);
   }
   d_Timestamp stamp(2000, 1, 1, 0, 0, 0.0f);
+  for (const float endless : {INFINITY, -INFINITY, NAN}) {
+    CHECK(stamp + Seconds(endless) == stamp);
+    CHECK(stamp - Seconds(endless) == stamp);
+  }
   CHECK(Print(D_TIMESTAMP_T, stamp - Seconds(0.29f), "%X") == "1999-12-31T23:59:59.710");
   CHECK(stamp + Seconds(0.29f) > stamp);
   stamp = d_Date(1999, 1, 1);

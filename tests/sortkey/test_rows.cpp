@@ -345,6 +345,11 @@ TEST_CASE("kinds that have no keys are refused, and nothing is written") {
     CHECK(size == 0);
     CHECK(std::count(key, key + sizeof key, 0xEE) == sizeof key);
     CHECK(KvSortKeyBound(kind, 4) == 0);
+    std::size_t upper = 9;
+    CHECK(KvSortKeyLength(kind, key, sizeof key, size) == expected);
+    CHECK(KvSortKeyRange(kind, kvSortKeyBeginning, &number, 0, 8, sizeof key, key, size, key,
+                         upper) == expected);
+    CHECK((size == 0 && upper == 0));
   };
   check({.type = 47}, kvBadArgument);
   check({.type = -1}, kvBadArgument);
@@ -360,6 +365,21 @@ TEST_CASE("kinds that have no keys are refused, and nothing is written") {
   check({.type = Kv4B_T}, kvNotSupported);
   Types().ExchangeKvTypeCmpFunc(Kv4B_T, own);
   CHECK(KvSortKeyCheck({.type = Kv4B_T}) == kvOk);
+}
+
+TEST_CASE("a range says what is wrong with it, and how much room it takes") {
+  const KvString text("abc");
+  const o_4b number = 1;
+  unsigned char lower[64], upper[64];
+  std::size_t size = 9, upperSize = 9;
+  const auto range = [&](char id, unsigned char kind, const void* value, std::size_t capacity) {
+    return KvSortKeyRange({.type = id}, kind, value, 0, 8, capacity, lower, size, upper, upperSize);
+  };
+  CHECK(range(KvSTRING_T, 2, &text, sizeof lower) == kvBadArgument);
+  CHECK(range(Kv4B_T, kvSortKeyBeginning, &number, sizeof lower) == kvNotSupported);
+  CHECK((size == 0 && upperSize == 0));
+  CHECK(range(KvSTRING_T, kvSortKeyBeginning, &text, 1) == kvBufferShort);
+  CHECK((size > 3 && upperSize == size));
 }
 
 TEST_CASE("8-bit strings with flags and 16-bit ones have no keys") {

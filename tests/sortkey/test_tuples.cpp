@@ -109,7 +109,8 @@ TEST_CASE("a tuple that does not fit says how large it is") {
   CHECK(Hex(Bytes(buffer, buffer + tuple.Size())) == "800000056162");
   CHECK(tuple.Add({.type = 99}, &number) == kvBadArgument);
   CHECK(tuple.Add({.type = Kv4B_T}, &number) == kvBadArgument);
-  CHECK(tuple.Status() == kvBadArgument);
+  CHECK(tuple.AddBytes("ab", 2) == kvBadArgument);
+  CHECK((tuple.Status() == kvBadArgument && tuple.Size() == 6));
 }
 
 TEST_CASE("a reader stays where the bytes are no key") {
@@ -118,6 +119,10 @@ TEST_CASE("a reader stays where the bytes are no key") {
   KvNull_char part;
   CHECK(reader.Skip({.type = Kv4B_T}) == kvOk);
   CHECK(reader.Next({.type = KvNULL_1B_T}, &part) == kvBadArgument);
+  const void* skipped = &part;
+  std::size_t length = 9;
+  CHECK(reader.Skip({.type = KvNULL_1B_T}, &skipped, &length) == kvBadArgument);
+  CHECK((skipped == &part && length == 9));
   CHECK(!reader.AtEnd());
   CHECK(reader.Skip({.type = KvU1B_T}) == kvOk);
   CHECK(reader.AtEnd());

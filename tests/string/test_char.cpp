@@ -109,6 +109,8 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   copy.SetOverflow(pending, 253);
   CHECK(!copy.IsEOS());
   KvStringIterator withPending = copy;
+  KvStringIterator& itself = withPending;
+  withPending = itself;
   CHECK((*copy).GetCodeSet() == 253);
   CHECK((*withPending).Value() == 0x20AC);
   copy.Step(0);

@@ -134,6 +134,34 @@ TEST_CASE("a zero unit fills with zeros, whatever its width") {
   }
 }
 
+TEST_CASE("what adds nothing, and a text put into itself, change nothing") {
+  for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
+    CAPTURE(int{codeSet});
+    KvString text = Make(u"abc", codeSet);
+    const KvString before(text);
+    KvString& itself = text;
+    const char* const buffer = text.StrGet();
+    text = itself;
+    text.Destruct(itself);
+    text << '\0';
+    if (codeSet == 253) text << static_cast<unsigned short>(0);  // a number in 8-bit text
+    text.Expand(2, static_cast<unsigned short>('x'));
+    text.Expand(3, static_cast<unsigned short>('x'));
+    CHECK(text.MapToCodeSet(codeSet) == kvOk);
+    CHECK(text.MapToCodeSet(0) == kvBadArgument);
+    CHECK(text.CopyMapped(text, 1, -1) == kvBadArgument);
+    CHECK(text.StrGet() == buffer);  // no new block either
+    CHECK((Bytes(text) == Bytes(before) && text.GetCodeSet() == codeSet));
+  }
+  KvString empty;
+  empty.LeftTrim();
+  CHECK((empty.GetBufferSize() == 0 && empty.Len() == 0));
+  empty << '\0' << KvString("") << "";
+  CHECK(empty.IsEmpty());
+  CHECK(KvString("abc", 0).GetBufferSize() == 0);
+  CHECK(KvString(reinterpret_cast<const unsigned short*>(u"abc"), 0).GetBufferSize() == 0);
+}
+
 TEST_CASE("positions past the text do nothing, counts are clamped") {
   KvString text("abc");
   text.Replace(KvString("XYZW"), 1);

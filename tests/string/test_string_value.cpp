@@ -292,6 +292,8 @@ TEST_CASE("numbers are read as the C library reads them, within 32 and 64 bits")
   CHECK(KvString("+5").Atol(number) == -1);
   CHECK(number == 0);
   CHECK(KvString(" 5").Strtol(number) == -1);
+  CHECK(KvString("x").Strtoll(wide) == -1);
+  CHECK(wide == 0);
   CHECK(KvString().Atoll(wide) == -1);
   CHECK(KvString("-5").Atol(number) == 0);
   CHECK(number == -5);

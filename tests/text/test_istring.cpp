@@ -338,6 +338,30 @@ TEST_CASE("parts and edits") {
   CHECK(edited([](KvIString& v) { v[1] = '\0'; }) == "a");
 }
 
+TEST_CASE_TEMPLATE("what adds nothing leaves the very text", String, KvIString, KvCaseIString) {
+  String text("abc");
+  String& itself = text;
+  const char* const buffer = text.StrGet();
+  text = itself;
+  text += String("");
+  text.Insert(String(""), 1);
+  text.Cut(3, 1);
+  text.Cut(4, 1);
+  text.Replace(String("xy"), 3);
+  text.Expand(3, 'x');
+  text.Expand(2, 'x');
+  text.Expand(9, '\0');
+  CHECK(text.StrGet() == buffer);
+  CHECK(std::strcmp(text.StrGet(), "abc") == 0);
+  String empty;
+  empty.ToUpper();
+  empty.ToLower();
+  empty.Cut(0, 1);
+  empty.Fill(0, 'x');
+  empty.Fill(3, '\0');
+  CHECK((empty.IsEmpty() && std::strcmp(empty.StrGet(), "") == 0));
+}
+
 TEST_CASE("case mapping over all bytes, with its exceptions") {
   for (int c = 1; c < 256; ++c) {
     CAPTURE(c);
