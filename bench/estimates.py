@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Estimates of index bounds beside the truth: for rows of many kinds a column spread evenly over
 its range is loaded into index_probe, which is asked for its lowest tenth, its upper half and its
-highest fifth.
+highest fifth. Columns of words follow, by the lists that are installed, asked at every tenth.
 
   bench/estimates.py [BUILD_DIR]
 
-prints the table of docs/index-bounds.md. Exit status 1 when an estimate is further than a tenth of
+prints the tables of docs/index-bounds.md. Exit status 1 when an estimate is further than a tenth of
 the truth from it."""
 import datetime
 import os
@@ -13,6 +13,10 @@ import random
 import re
 import subprocess
 import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../platform/zin/data"))
+import generate  # noqa: E402
+import word_marks  # noqa: E402
 
 COUNT = 40000
 PLACES = [("<", 0.1), (">=", 0.5), (">", 0.8)]
@@ -81,18 +85,54 @@ ROWS = [
     ("KvCaseIString", "six letters", word(LETTERS, 6)),
 ]
 
+WORDS = 20000
+
 ANSWER = re.compile(r"  (\S+) (.*)\n    estimate  (\S+) %,.*\n    truth     (\S+) %,")
 
 
-def ask(program, row, value):
-    places = random.Random(row)
-    column = [value(places.random()) for _ in range(COUNT)] + [value(0), value(1)]
-    questions = [part for predicate, place in PLACES for part in (predicate, value(place))]
-    done = subprocess.run([program, "--type", row, "--file", "-", *questions], text=True,
+def ask(program, column, questions, *options):
+    done = subprocess.run([program, *options, "--file", "-", *questions], text=True,
                           input="\n".join(column) + "\n", capture_output=True, check=False)
     if done.returncode != 0:
         sys.exit(done.stderr.strip())
     return ANSWER.findall(done.stdout)
+
+
+def ask_evenly(program, row, value):
+    places = random.Random(row)
+    column = [value(places.random()) for _ in range(COUNT)] + [value(0), value(1)]
+    questions = [part for predicate, place in PLACES for part in (predicate, value(place))]
+    return ask(program, column, questions, "--type", row)
+
+
+def ask_words(program, kvtm, language):
+    """(estimate, truth) in percent at every tenth of a language's words; nothing without a list."""
+    words = sorted(word_marks.words_of("/usr/share", language.code))
+    if not words:
+        return []
+    words = random.Random(language.code).sample(words, min(WORDS, len(words)))
+    number = str(language.number)
+    words = subprocess.run([kvtm, "sort", "KvString", "--language", number], text=True, check=True,
+                           input="\n".join(words) + "\n", capture_output=True).stdout.splitlines()
+    questions = [part for tenth in range(1, 10) for part in ("<", words[len(words) * tenth // 10])]
+    answers = ask(program, words, questions, "--type", "KvString", "--language", number)
+    return [(float(estimate), float(truth)) for _, _, estimate, truth in answers]
+
+
+def print_words(program, kvtm):
+    """Returns how many estimates are too far off."""
+    print("\n| language | mean | furthest off | relatively |\n|---|---:|---:|---:|")
+    bad = 0
+    for language in generate.LANGUAGES:
+        answers = ask_words(program, kvtm, language)
+        if not answers:
+            continue
+        points = [abs(estimate - truth) for estimate, truth in answers]
+        relative = [abs(estimate / truth - 1) for estimate, truth in answers]
+        bad += sum(part > WORST for part in relative)
+        print(f"| {language.name} | {sum(points) / len(points):.2f} | {max(points):.1f} points "
+              f"| {100 * max(relative):.1f} % |")
+    return bad
 
 
 def main():
@@ -102,11 +142,12 @@ def main():
     print("|---|---|---|---:|---:|---:|")
     bad = 0
     for row, column, value in ROWS:
-        for predicate, constant, estimate, truth in ask(program, row, value):
+        for predicate, constant, estimate, truth in ask_evenly(program, row, value):
             off = float(estimate) / float(truth) - 1
             bad += abs(off) > WORST
             print(f"| {row} | {column} | {predicate} {constant} | {estimate} % | {truth} % "
                   f"| {100 * off:+.1f} % |")
+    bad += print_words(program, os.path.join(build, "bin", "kvtm"))
     if bad:
         sys.exit(f"{bad} estimates are off by more than {WORST:.0%}")
 

@@ -79,40 +79,17 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
   return CompareWeights(OrderWeight(SecondOrder(word1)), OrderWeight(SecondOrder(word2)), levels);
 }
 
-// The present unit of a text among its neighbours.
+// Whether the present unit of a text, which has this word, may be in a contraction with the one
+// before it or, where `forward` is 1, behind it. Most comparisons of a language with contractions
+// ask this once, of letters that cannot be foreseen, so it is computed and does not branch on them.
 template <class Units>
-class Place {
- public:
-  Place(const Text& text, const Units& units)
-      : units_(units), links_(text.language), passed_(units.Passed(text.units)) {}
-
-  bool IsLinked() const {
-    const unsigned word = units_.Word(units_.Get());
-    return IsContractionPart(word) && (LinksBack(word) || links_.Between(word, NextWord()));
-  }
-
-  // How many units before this one stand in one run with it or with `other`, the unit at the same
-  // place of a text that is the same up to here: a contraction may reach over this place.
-  unsigned RunBefore(unsigned other) const {
-    if (!LinksBack(units_.Word(units_.Get())) && !LinksBack(other)) return 0;
-    unsigned run = 1;
-    while (run < passed_ && links_.Between(WordBack(run + 1), WordBack(run))) ++run;
-    return run;
-  }
-
- private:
-  unsigned WordBack(unsigned units) const { return units_.Word(units_.Back(units)); }
-  bool LinksBack(unsigned word) const { return passed_ != 0 && links_.Between(WordBack(1), word); }
-  unsigned NextWord() const {
-    Units next(units_);
-    next.Advance();
-    return next.Word(next.Get());
-  }
-
-  const Units& units_;
-  ContractionLinks links_;
-  unsigned passed_;
-};
+unsigned IsLinked(const ContractionLinks& links, const Text& text, const Units& units,
+                  unsigned word, unsigned forward) {
+  const unsigned before = units.Position() != text.units ? units.Word(units.Back(1)) : 0;
+  Units next(units);
+  next.Advance(units.Get() != 0);
+  return links.Bit(before, word) | (links.Bit(word, units.Word(next.Get())) & forward);
+}
 
 // Two units that differ, one at least of two orders or in contractions; as ComparePairs.
 template <class Units1, class Units2>
@@ -120,9 +97,27 @@ int CompareSpecial(const Text& text1, const Units1& units1, const Text& text2, c
                    Levels& levels) {
   const unsigned word1 = units1.Word(units1.Get());
   const unsigned word2 = units2.Word(units2.Get());
-  if (IsContractionPart(word1) && Place(text1, units1).IsLinked()) return kMixed;
-  if (IsContractionPart(word2) && Place(text2, units2).IsLinked()) return kMixed;
-  return ComparePairs(WordAlone(word1), WordAlone(word2), levels);
+  const ContractionLinks links1(text1.language);
+  const ContractionLinks links2(text2.language);
+  const unsigned forward = links1.MayMove(word1, word2) | links2.MayMove(word1, word2);
+  const unsigned linked = IsLinked(links1, text1, units1, word1, forward) |
+                          IsLinked(links2, text2, units2, word2, forward);
+  return linked != 0 ? kMixed : ComparePairs(WordAlone(word1), WordAlone(word2), levels);
+}
+
+// How many units before the present one stand in one run with it or with `other`, the word at the
+// same place of a text that is the same up to here: a contraction may reach over this place.
+template <class Units>
+unsigned RunBefore(const Text& text, const Units& units, unsigned other) {
+  const ContractionLinks links(text.language);
+  const unsigned passed = units.Passed(text.units);
+  const auto wordBack = [&](unsigned count) { return units.Word(units.Back(count)); };
+  if (passed == 0 || (links.Bit(wordBack(1), wordBack(0)) | links.Bit(wordBack(1), other)) == 0) {
+    return 0;
+  }
+  unsigned run = 1;
+  while (run < passed && links.Bit(wordBack(run + 1), wordBack(run)) != 0) ++run;
+  return run;
 }
 
 // Walks `units1` and `units2`, which are anywhere in `text1` and `text2`, to the end. What is
@@ -148,7 +143,7 @@ template <class Units1, class Units2>
     if (unit1 == 0) return levels.Decide();
   }
   const unsigned passed = units1.Passed(text1.units);
-  const unsigned back = sameTable ? Place(text1, units1).RunBefore(units2.Word(units2.Get())) : 0;
+  const unsigned back = sameTable ? RunBefore(text1, units1, units2.Word(units2.Get())) : 0;
   return CompareOrders(OrderCursor(RestOf(text1, passed - back)),
                        OrderCursor(RestOf(text2, units2.Passed(text2.units) - back)), false,
                        levels);

@@ -16,6 +16,8 @@
 
 namespace {
 
+using kvtest::kLists;
+using kvtest::List;
 using kvtest::Words;
 
 constexpr std::size_t kWords = 20000;
@@ -66,14 +68,12 @@ bool DiffersBelow(const std::u16string& word, std::string_view code) {
 
 // Some kWords words spread over the list; lines of dictionaries end at their flags.
 Words SomeWords(const std::string& path, std::string_view code) {
-  std::vector<std::string> lines;
-  std::ifstream file(path);
-  for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
+  const std::vector<std::string> lines = kvtest::ReadLines(path);
   Words words;
   const std::size_t step = lines.size() / kWords + 1;
   for (std::size_t first = 0; first < step && words.size() < kWords; ++first) {
     for (std::size_t i = first; i < lines.size() && words.size() < kWords; i += step) {
-      std::u16string word = kvtest::FromUtf8(lines[i].substr(0, lines[i].find_first_of("/\t ")));
+      std::u16string word = kvtest::FromUtf8(kvtest::WordOf(lines[i]));
       if (!IsExempt(word, code)) words.push_back(std::move(word));
     }
   }
@@ -113,34 +113,6 @@ Disagreements Compared(Words& words, unsigned char number, const char* code) {
   return found;
 }
 
-struct List {
-  unsigned char number;
-  const char* code;
-  const char* path;
-};
-
-// Finnish has no list: its hard words must do.
-constexpr List kLists[] = {
-    {1, "en", "dict/american-english"},
-    {2, "de", "dict/ngerman"},
-    {3, "fr", "dict/french"},
-    {4, "es", "dict/spanish"},
-    {5, "it", "dict/italian"},
-    {6, "pt", "dict/portuguese"},
-    {7, "nl", "dict/dutch"},
-    {8, "da", "dict/danish"},
-    {9, "no", "dict/bokmaal"},
-    {10, "sv", "dict/swedish"},
-    {12, "pl", "dict/polish"},
-    {13, "cs", "hunspell/cs_CZ.dic"},
-    {14, "hu", "hunspell/hu_HU.dic"},
-    {15, "tr", "hunspell/tr_TR.dic"},
-    {16, "sk", "hunspell/sk_SK.dic"},
-    {17, "hr", "hunspell/hr_HR.dic"},
-    {18, "ro", "hunspell/ro_RO.dic"},
-    {19, "is", "hunspell/is_IS.dic"},
-};
-
 }  // namespace
 
 TEST_CASE("the hard words are in the order of the collator") {
@@ -159,7 +131,7 @@ TEST_CASE("the hard words are in the order of the collator") {
 TEST_CASE("no word of a word list is out of place") {
   std::string missing;
   for (const List& list : kLists) {
-    Words words = SomeWords(std::string("/usr/share/") + list.path, list.code);
+    Words words = SomeWords(kvtest::PathOf(list), list.code);
     if (words.empty()) {
       missing += std::string(" ") + list.path;
       continue;

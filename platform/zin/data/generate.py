@@ -6,7 +6,7 @@
 Reads UnicodeData.txt and SpecialCasing.txt of the public Unicode character data (on Debian the
 package unicode-data, in /usr/share/unicode) and Python's own codecs for the 8-bit code sets, and
 writes codesets.cpp, orders.cpp, languages.cpp, properties.cpp and casemap.cpp beside itself, and
-the lists of languages into the pages that have one. With --check it writes nothing and fails when a
+the lists of languages into the pages that have one. Where words stand is read from word_marks.txt. With --check it writes nothing and fails when a
 committed file differs from what it would write; with data of another version than theirs it says so
 and compares nothing.
 
@@ -17,6 +17,7 @@ change here is a change of format: characters that have an order keep it for eve
 """
 
 import argparse
+import bisect
 import os
 import re
 import sys
@@ -150,6 +151,10 @@ CATEGORIES = ["Cn", "Lu", "Ll", "Lt", "Lm", "Lo", "Mn", "Mc", "Me", "Nd", "Nl", 
               "Cs", "Co"]
 IDEOGRAPHS = [(0x3006, 0x3007), (0x3021, 0x3029), (0x3038, 0x303A), (0x3400, 0x4DBF),
               (0x4E00, 0x9FFF), (0xF900, 0xFAD9)]
+# Estimates know where words stand by this many beginnings of words a language, of this many letters.
+WORD_MARKS, MARK_LETTERS = 191, 5
+WORD_MARKS_FILE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "word_marks.txt")
+
 PROPERTY_FIELDS, FIELD_CATEGORY, FIELD_DIGIT, FIELD_ORDER = 48, 0, 1, 40
 
 # ------------------------------------------------------------------------------------------------
@@ -474,6 +479,7 @@ class Tailoring:
     def word(self, code):
         orders = self.orders(code)
         member = has_case(orders[0]) and orders[0] & ~0x3000 in self.members
+        assert not member or len(orders) > 1 or orders[0] & 3 != PART
         return pack(orders, member and len(orders) == 1)
 
 
@@ -542,6 +548,7 @@ def order_file(characters, to_unicode):
     masks = [sum(1 << place for place in tailoring.alphabet) for tailoring in tailorings]
     text += array2(f"constinit const unsigned kAlphabets[{count}][4]",
                    [[mask >> shift & 0xFFFFFFFF for shift in (0, 32, 64, 96)] for mask in masks], 8)
+    text += word_mark_table(languages)
     return text + "}  // namespace kv::zin\n", languages, tailorings
 
 
@@ -567,6 +574,8 @@ def contraction_tables(tailorings):
                 for first, second in zip(letters, letters[1:]):
                     followers[-1][first >> 2 & 31] |= 1 << (second >> 2 & 31)
         numbers.append(sets.index(found))
+    stay = [all((orders[0] ^ letters[0]) & 0x7C == 0 for letters, orders, _ in found)
+            for found in sets]
     assert len(entries) < 256
     body = ",\n".join("{{" + ",".join(f"0x{part:04x}" for part in (letters + [0] * 3)[:4]) + "},{" +
                       ",".join(f"0x{order:04x}" for order in (orders + [0])[:2]) +
@@ -576,6 +585,7 @@ def contraction_tables(tailorings):
             array(f"constinit const unsigned char kContractionSets[{len(numbers)}]", numbers, 1) +
             array2(f"constinit const unsigned char kContractionStarts[{len(sets)}][33]", starts, 2,
                    33) +
+            array(f"constinit const unsigned char kContractionsStay[{len(sets)}]", stay, 1) +
             array2(f"constinit const unsigned kContractionFollowers[{len(sets)}][32]", followers, 8))
 
 
@@ -588,6 +598,48 @@ def contraction_names(tailoring):
             cases.append((1, text[:-1] + text[-1].upper()))
         names += [(orders[0] | case << 12, spelled) for case, spelled in cases]
     return names
+
+
+def word_places(tailoring, word):
+    """The first MARK_LETTERS letters of a word as digits, 1 for the first letter of the alphabet, 0
+    from the first character on that is no letter, and how many characters they are."""
+    alphabet, text = sorted(tailoring.alphabet), word.lower()
+    runs = sorted(((spelled, orders) for _, orders, spelled in tailoring.contractions),
+                  key=lambda run: -len(run[0]))
+    places, at = [], 0
+    while at < len(text) and len(places) < MARK_LETTERS:
+        run = next((run for run in runs if text.startswith(run[0], at)), None)
+        orders = run[1] if run else tailoring.orders(min(ord(text[at]), 0xFFFF))
+        if not has_case(orders[0]):
+            break
+        at += len(run[0]) if run else 1
+        for order in orders:
+            place = order & (0x7C if order & 3 == PART else 0x7F)
+            places.append(max(bisect.bisect_right(alphabet, place), 1))
+    return (places + [0] * MARK_LETTERS)[:MARK_LETTERS], at
+
+
+def read_word_marks():
+    """Language code -> beginnings of words."""
+    if not os.path.exists(WORD_MARKS_FILE):
+        return {}
+    with open(WORD_MARKS_FILE, encoding="utf-8") as file:
+        return {line.split()[0]: line.split()[1:] for line in file}
+
+
+def word_mark_table(languages):
+    """The marks as numbers of MARK_LETTERS digits, by language; number 0 is as English."""
+    marks, lists = read_word_marks(), []
+    for language, tailoring in languages[:1] + languages:
+        numbers = []
+        for beginning in marks[language.code]:
+            number = 0
+            for place in word_places(tailoring, beginning)[0]:
+                number = number * (len(tailoring.alphabet) + 1) + place
+            numbers.append(number)
+        assert len(numbers) == WORD_MARKS and numbers == sorted(numbers), language.name
+        lists.append(numbers)
+    return array2(f"constinit const unsigned kWordMarks[{len(lists)}][kWordMarkCount]", lists, 7)
 
 
 def language_file(languages, tailorings):

@@ -65,12 +65,20 @@ struct Contraction {
 extern KV_EXPORT const Contraction kContractions[];
 extern KV_EXPORT const unsigned char kContractionSets[];  // by tailoring
 extern KV_EXPORT const unsigned char kContractionStarts[][33];
+// Whether all contractions of a set are letters right behind their own first one.
+extern KV_EXPORT const unsigned char kContractionsStay[];
 // For each set and letter code a bit for each letter code that follows it in a contraction.
 extern KV_EXPORT const unsigned kContractionFollowers[][32];
 
 // The letters of a tailoring's alphabet, a bit for each letter code and extension: bit n & 31 of
 // word n / 32 for the low seven bits n of an order.
 extern KV_EXPORT const unsigned kAlphabets[][4];
+
+// Beginnings of words that part the words of a language, 1 to 19 and 0 as 1, into stretches of as
+// many words each: numbers of kWordMarkLetters digits, see WordPlaces.
+inline constexpr unsigned kWordMarkCount = 191;
+inline constexpr unsigned kWordMarkLetters = 5;
+extern KV_EXPORT const unsigned kWordMarks[20][kWordMarkCount];
 }  // namespace zin
 
 inline constexpr unsigned kPairBit = 0x80000000u;  // two orders, or a part of a contraction
@@ -167,6 +175,7 @@ class Alphabet {
       : letters_(zin::kAlphabets[zin::kTailorings[language]]) {}
 
   unsigned Count() const { return Below(128); }
+  bool Has(unsigned order) const { return (letters_[order >> 5 & 3] >> (order & 31) & 1) != 0; }
   // The place of a letter order, from 0 on; of a letter that is not in the alphabet the place of
   // the letter before it.
   unsigned PlaceOf(unsigned order) const {
@@ -196,23 +205,36 @@ inline bool HasContractions(unsigned char language) {
 class ContractionLinks {
  public:
   explicit ContractionLinks(unsigned char language)
-      : followers_(zin::kContractionFollowers[zin::kContractionSets[zin::kTailorings[language]]]) {}
+      : ContractionLinks(zin::kContractionSets + zin::kTailorings[language]) {}
 
-  // Takes the words of two neighbours.
-  bool Between(unsigned word1, unsigned word2) const {
-    return IsContractionPart(word1) && IsContractionPart(word2) &&
-           (followers_[LetterCode(word1)] >> LetterCode(word2) & 1) != 0;
+  // Takes the words of two neighbours; 1 or 0, without a branch.
+  unsigned Bit(unsigned word1, unsigned word2) const {
+    const unsigned areParts = IsContractionPart(word1) & IsContractionPart(word2);
+    return followers_[LetterCode(word1)] >> LetterCode(word2) & areParts;
+  }
+  bool Between(unsigned word1, unsigned word2) const { return Bit(word1, word2) != 0; }
+
+  // 0 where a letter before other letters has its place whether they contract or not: between units
+  // of these words, which differ in more than an extension, as in Hungarian sz and t. Else 1.
+  unsigned MayMove(unsigned word1, unsigned word2) const {
+    return (stay_ & (((word1 ^ word2) & 0x407C0000u) != 0)) ^ 1u;
   }
 
  private:
+  explicit ContractionLinks(const unsigned char* set)
+      : followers_(zin::kContractionFollowers[*set]), stay_(zin::kContractionsStay[*set]) {}
+
   static unsigned LetterCode(unsigned word) { return word >> 18 & 31; }
 
   const unsigned* followers_;
+  unsigned stay_;
 };
 
-// The order word that the unit has where it stands for itself.
+// The order word that the unit has where it stands for itself. Parts of contractions are letters
+// and no parts of combined characters.
 constexpr unsigned WordAlone(unsigned word) {
-  return IsContractionPart(word) ? OrderWeight(FirstOrder(word)) : word;
+  const unsigned letter = (word >> 16 & 0x407F) << 16 | (word >> 16 & (kAccentBits | kCaseBits));
+  return IsContractionPart(word) ? letter : word;
 }
 
 // What a run of letters contracts to.

@@ -1,16 +1,14 @@
 // The evaluator of KvString's rows (slot 10): how much of an index range a predicate on a string
 // selects, and the string as a new bound.
 //
-// A text's place in a range is worked out digit by digit, as that of a number: each collation order
-// is a digit, and the base at a position is as large as the classes of characters that constant and
-// bounds have there (10 for digits, the letters of the alphabet, ...). What both bounds begin with
-// is left out first. Estimates only; the order itself is the comparer's business.
+// How far up in a range a text lies is told by string_places.h. Estimates only; the order itself is
+// the comparer's business.
 
 #include <algorithm>
 
-#include "kvcollate.h"
 #include "kvstorage.h"
 #include "kvtypevl/operations/bounds.h"
+#include "kvtypevl/rows/string_places.h"
 #include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
 #include "kvtypevl/rows/strings.h"
@@ -19,132 +17,6 @@
 
 namespace kv {
 namespace {
-
-// Orders looked at: what both bounds share, and the digits behind it.
-constexpr unsigned kDepth = 64;
-constexpr double kFinest = 1e15;  // bases multiply up to here
-
-// What a text is made of, at the level where characters differ by what they are. 0 is its end.
-struct Weights {
-  unsigned weight[kDepth] = {};
-  unsigned count = 0;
-
-  explicit Weights(const Text& text) {
-    for (OrderCursor cursor(text); count < kDepth;) {
-      const unsigned short order = cursor.Next();
-      if (order == 0) break;
-      weight[count++] = OrderWeight(order) >> 16;
-    }
-  }
-  unsigned At(unsigned index) const { return index < kDepth ? weight[index] : 0; }
-};
-
-// The digits that weights of one class stand for lie side by side, classes in their order.
-struct DigitRange {
-  unsigned first;
-  unsigned last;
-};
-
-constexpr unsigned kFirstSymbolDigit = 1;
-constexpr unsigned kFirstNumberDigit = 160;
-constexpr unsigned kFirstLetterDigit = 170;
-constexpr unsigned kFirstOtherDigit = 234;
-
-// The digits of a language: spaces 0, symbols 1 to 159, numbers, its letters, everything else.
-class Digits {
- public:
-  explicit Digits(unsigned char language) : alphabet_(language) {}
-
-  unsigned Of(unsigned weight) const {
-    if (weight < kFirstSymbolOrder) return 0;
-    if (weight < kFirstDigitOrder)
-      return std::min(kFirstSymbolDigit + weight - kFirstSymbolOrder, kFirstNumberDigit - 1);
-    if (weight < kFirstLetterOrder)
-      return kFirstNumberDigit + std::min((weight - kFirstDigitOrder) / 10, 9u);
-    if (weight < kFirstOtherOrder) return kFirstLetterDigit + alphabet_.PlaceOf(weight);
-    return kFirstOtherDigit + weight - kFirstOtherOrder;
-  }
-
-  // The digits that may stand where this weight does.
-  DigitRange ClassOf(unsigned weight) const {
-    const unsigned digit = Of(weight);
-    if (weight < kFirstSymbolOrder) return {0, 0};
-    if (weight < kFirstDigitOrder) return {kFirstSymbolDigit, kFirstNumberDigit - 1};
-    if (weight < kFirstLetterOrder) return {kFirstNumberDigit, kFirstLetterDigit - 1};
-    if (weight < kFirstOtherOrder)
-      return {kFirstLetterDigit, kFirstLetterDigit + alphabet_.Count() - 1};
-    // Scripts come in stretches; 32 orders are 64 characters.
-    return {digit & ~31u, digit | 31u};
-  }
-
- private:
-  Alphabet alphabet_;
-};
-
-// Places of several texts on one line from 0 to 1. A text that does not begin as the bounds do
-// lies before or behind them all.
-class Scale {
- public:
-  Scale(const Digits& digits, const Weights& lower, const Weights& upper, const Weights& constant)
-      : digits_(digits), shared_(0) {
-    while (shared_ < lower.count && shared_ < upper.count &&
-           lower.At(shared_) == upper.At(shared_)) {
-      ++shared_;
-    }
-    double steps = 1;
-    for (unsigned index = shared_; index < kDepth && steps < kFinest; ++index) {
-      DigitRange range{~0u, 0};
-      for (const Weights* text : {&lower, &upper, &constant}) Widen(range, text->At(index));
-      if (range.first > range.last) break;
-      first_[depth_] = range.first;
-      base_[depth_] = range.last - range.first + 1;
-      steps *= base_[depth_++];
-    }
-    begin_ = &lower;
-  }
-
-  // `weights` up to `count`; the rest of the text does not matter.
-  double Place(const Weights& weights, unsigned count) const {
-    for (unsigned index = 0; index < std::min(shared_, count); ++index) {
-      if (weights.At(index) != begin_->At(index)) {
-        return weights.At(index) < begin_->At(index) ? -1 : 2;
-      }
-    }
-    double place = 0;
-    double unit = 1;
-    for (unsigned index = 0; index < depth_ && shared_ + index < count; ++index) {
-      const unsigned weight = weights.At(shared_ + index);
-      if (weight == 0) break;
-      unit /= base_[index];
-      place += unit * (digits_.Of(weight) - first_[index]);
-    }
-    return place;
-  }
-
-  // How much of the line the texts take that begin with `count` orders.
-  double Extent(unsigned count) const {
-    double unit = 1;
-    for (unsigned index = 0; index < depth_ && shared_ + index < count; ++index) {
-      unit /= base_[index];
-    }
-    return unit;
-  }
-
- private:
-  void Widen(DigitRange& range, unsigned weight) const {
-    if (weight == 0) return;
-    const DigitRange own = digits_.ClassOf(weight);
-    range.first = std::min(range.first, own.first);
-    range.last = std::max(range.last, own.last);
-  }
-
-  Digits digits_;
-  const Weights* begin_;
-  unsigned shared_;
-  unsigned depth_ = 0;
-  unsigned first_[kDepth];
-  unsigned base_[kDepth];
-};
 
 // ---------------------------------------------------------------------------------------------
 
@@ -179,28 +51,39 @@ struct Constant {
   }
 };
 
+struct Places {
+  IndexRange range;
+  ConstantInterval constant;
+};
+
+template <class Scale>
+Places PlacesOn(const Scale& scale, const TextWeights& lower, const TextWeights& upper,
+                const TextWeights& constant, bool isPrefix) {
+  Places places{{scale.Place(lower), scale.Place(upper)}, {scale.Place(constant), 0}};
+  places.constant.last = isPrefix ? scale.PlaceBehind(constant) : places.constant.first;
+  return places;
+}
+
 float SelectedFraction(unsigned short predicate, const Constant& constant, const Text& lower,
                        const Text& upper) {
   if (lower.IsNull() || upper.IsNull()) return 0;
   if (constant.text.IsNull()) return (predicate & kvPredicateGreater) != 0 ? 1.0f : 0.0f;
-  const Weights lowerWeights(lower);
-  const Weights upperWeights(upper);
-  const Weights weights(constant.text);
+  const TextWeights from(lower);
+  const TextWeights to(upper);
+  const TextWeights weights(constant.text);
   const unsigned char language =
       lower.language == 255 ? KvLanguageContext::GetDefaultLanguage() : lower.language;
-  const Scale scale(Digits(language), lowerWeights, upperWeights, weights);
+  const WordPlaces words(language);
+  const Places places =
+      words.AreBetween(from, to)
+          ? PlacesOn(words, from, to, weights, constant.isPrefix)
+          : PlacesOn(EvenPlaces(language, from, to, weights), from, to, weights, constant.isPrefix);
 
-  const IndexRange range{scale.Place(lowerWeights, kDepth), scale.Place(upperWeights, kDepth)};
-  ConstantInterval interval{scale.Place(weights, weights.count), 0};
-  interval.last = interval.first;
-  if (constant.isPrefix && interval.first >= 0 && interval.first <= 1) {
-    interval.last += scale.Extent(weights.count);
-  }
-  const double width = range.upper - range.lower;
+  const double width = places.range.upper - places.range.lower;
   if (width < 0) return 0;
   // One value is as small a part as the floating rows take it to be, or all of a range of one.
   const double unit = width > 0 ? width * FLT_EPSILON : 1;
-  const double measure = RangeMeasure(predicate, interval, range, unit);
+  const double measure = RangeMeasure(predicate, places.constant, places.range, unit);
   return static_cast<float>(std::clamp(measure / (width > 0 ? width : 1), 0.0, 1.0));
 }
 
