@@ -1,12 +1,14 @@
 // Collated compare of dictionary words, beside ICU (ucol_strcoll at its default strength) and the C
 // library (strcoll_l), all for German. Two pairings of the word list: each word with its neighbour,
 // which share a long beginning, and with a word from anywhere, which mostly differs in the first
-// letter. Without the list (Debian's wngerman) words are made up; without a German locale, which
+// letter. Without the list (Debian's wngerman) words are made up; languages with contractions
+// follow by the dictionaries of hunspell, where those are installed; without a German locale, which
 // ./dev bench makes where it can, the C library has nothing to collate by and its line says so.
 #include <benchmark/benchmark.h>
 #include <string.h>
 
 #include <locale.h>
+#include <algorithm>
 #include <deque>
 #include <fstream>
 #include <memory>
@@ -16,14 +18,31 @@
 
 #include "kv.h"
 #include "pair.h"
+#include "zin.h"
 #ifdef KV_BENCH_ICU
 #include <unicode/ucol.h>
 #endif
 
 namespace {
 
-constexpr unsigned char kGerman = 2;
 constexpr unsigned kPairs = 1 << 10;
+
+struct Language {
+  const char* name;
+  const char* code;
+  const char* list;
+  unsigned char number;
+  unsigned char codeSet;  // of bytes
+};
+
+constexpr Language kGerman = {"", "de", "/usr/share/dict/ngerman", 2, 1};
+constexpr Language kContracting[] = {
+    {"Czech ", "cs", "/usr/share/hunspell/cs_CZ.dic", 13, 7},
+    {"Slovak ", "sk", "/usr/share/hunspell/sk_SK.dic", 16, 7},
+    {"Hungarian ", "hu", "/usr/share/hunspell/hu_HU.dic", 14, 7},
+    {"Croatian ", "hr", "/usr/share/hunspell/hr_HR.dic", 17, 7},
+    {"Danish ", "da", "/usr/share/dict/danish", 8, 1},
+};
 
 using WideText = std::u16string;
 
@@ -41,10 +60,23 @@ WideText Decode(const std::string& utf8) {
   return text;
 }
 
-std::vector<WideText> LoadWords() {
+// Lines of dictionaries have flags behind the word.
+std::vector<WideText> ReadWords(const Language& language) {
   std::vector<WideText> words;
-  std::ifstream file("/usr/share/dict/ngerman");
-  for (std::string line; std::getline(file, line);) words.push_back(Decode(line));
+  std::ifstream file(language.list);
+  for (std::string line; std::getline(file, line);) {
+    words.push_back(Decode(line.substr(0, line.find_first_of("/\t "))));
+  }
+  std::sort(words.begin(), words.end(), [&](const WideText& a, const WideText& b) {
+    return KvStrCmp(kvCodeSetUnicode, language.number, reinterpret_cast<const char*>(a.c_str()),
+                    kvCodeSetUnicode, language.number, reinterpret_cast<const char*>(b.c_str()), 0,
+                    -1, 1, nullptr) < 0;
+  });
+  return words;
+}
+
+std::vector<WideText> LoadWords(const Language& language) {
+  std::vector<WideText> words = ReadWords(language);
   std::minstd_rand random(1);
   while (words.size() < 2 * kPairs) {
     WideText word;
@@ -61,21 +93,27 @@ struct WordPairs {
   std::vector<std::string> utf8[2];
 };
 
-std::string Narrow(const WideText& text, bool asUtf8) {
+using SharedPairs = std::shared_ptr<const WordPairs>;
+
+std::string InBytes(const WideText& text, unsigned char codeSet) {
   std::string bytes;
   for (char16_t unit : text) {
-    if (asUtf8 && unit >= 0x80) {
-      bytes += static_cast<char>(0xC0 | unit >> 6);
-      bytes += static_cast<char>(0x80 | (unit & 0x3F));
-    } else {
-      bytes += static_cast<char>(unit);
-    }
+    bytes += static_cast<char>(KvCodeSet(codeSet).FromUnicode(unit));
   }
   return bytes;
 }
 
-WordPairs MakePairs(bool neighbours) {
-  const std::vector<WideText> words = LoadWords();
+std::string Utf8(const WideText& text) {
+  std::string bytes;
+  for (char16_t unit : text) {
+    if (unit >= 0x80) bytes += static_cast<char>(0xC0 | unit >> 6);
+    bytes += static_cast<char>(unit >= 0x80 ? 0x80 | (unit & 0x3F) : unit);
+  }
+  return bytes;
+}
+
+SharedPairs MakePairs(const Language& language, const std::vector<WideText>& words,
+                      bool neighbours) {
   std::minstd_rand random(2);
   WordPairs pairs;
   for (unsigned i = 0; i < kPairs; ++i) {
@@ -84,18 +122,16 @@ WordPairs MakePairs(bool neighbours) {
     for (int side = 0; side < 2; ++side) {
       const WideText& word = words[side == 0 ? first : second];
       pairs.wide[side].push_back(word);
-      pairs.latin[side].push_back(Narrow(word, false));
-      pairs.utf8[side].push_back(Narrow(word, true));
+      pairs.latin[side].push_back(InBytes(word, language.codeSet));
+      pairs.utf8[side].push_back(Utf8(word));
     }
   }
-  return pairs;
+  return std::make_shared<const WordPairs>(std::move(pairs));
 }
 
 const char* Bytes(const WideText& text) {
   return reinterpret_cast<const char*>(text.c_str());
 }
-
-using SharedPairs = std::shared_ptr<const WordPairs>;
 
 // Every comparison of the pairs, once.
 template <class Compare>
@@ -107,34 +143,34 @@ auto OverAll(Compare compare) {
   };
 }
 
-auto OursIn1(SharedPairs pairs) {
-  return OverAll([pairs](unsigned i) {
-    return KvStrCmp(1, kGerman, pairs->latin[0][i].c_str(), 1, kGerman, pairs->latin[1][i].c_str(),
-                    0, -1, 1, nullptr);
+auto OursInBytes(const Language& language, SharedPairs pairs) {
+  return OverAll([=](unsigned i) {
+    return KvStrCmp(language.codeSet, language.number, pairs->latin[0][i].c_str(), language.codeSet,
+                    language.number, pairs->latin[1][i].c_str(), 0, -1, 1, nullptr);
   });
 }
 
-auto OursIn253(SharedPairs pairs) {
-  return OverAll([pairs](unsigned i) {
-    return KvStrCmp(253, kGerman, Bytes(pairs->wide[0][i]), 253, kGerman, Bytes(pairs->wide[1][i]),
-                    0, -1, 1, nullptr);
+auto OursIn253(const Language& language, SharedPairs pairs) {
+  return OverAll([=](unsigned i) {
+    return KvStrCmp(253, language.number, Bytes(pairs->wide[0][i]), 253, language.number,
+                    Bytes(pairs->wide[1][i]), 0, -1, 1, nullptr);
   });
 }
 
 #ifdef KV_BENCH_ICU
 // The zero-terminated form, as ours are, and the one with lengths, which suits it better.
-auto IcuTerminated(SharedPairs pairs) {
+auto IcuTerminated(const Language& language, SharedPairs pairs) {
   UErrorCode status = U_ZERO_ERROR;
-  UCollator* collator = ucol_open("de", &status);  // for the life of the program
+  UCollator* collator = ucol_open(language.code, &status);  // for the life of the program
   return OverAll([=](unsigned i) {
     return static_cast<int>(
         ucol_strcoll(collator, pairs->wide[0][i].c_str(), -1, pairs->wide[1][i].c_str(), -1));
   });
 }
 
-auto IcuCounted(SharedPairs pairs) {
+auto IcuCounted(const Language& language, SharedPairs pairs) {
   UErrorCode status = U_ZERO_ERROR;
-  UCollator* collator = ucol_open("de", &status);
+  UCollator* collator = ucol_open(language.code, &status);
   return OverAll([=](unsigned i) {
     const WideText& a = pairs->wide[0][i];
     const WideText& b = pairs->wide[1][i];
@@ -194,25 +230,41 @@ void RegisterStored(const SharedPairs& pairs, const char* operation, unsigned ch
               over(&Values::inMemory, 8), kPairs);
 }
 
-void Register(const std::string& operation, bool neighbours) {
-  const SharedPairs pairs = std::make_shared<const WordPairs>(MakePairs(neighbours));
-  const std::string in1 = operation + ", code set 1";
-  const std::string in253 = operation + ", code set 253";
+void RegisterIcu(const Language& language, const SharedPairs& pairs, const std::string& operation,
+                 double goal) {
 #ifdef KV_BENCH_ICU
-  bench::Pair(in1, "ucol_strcoll", 3, OursIn1(pairs), IcuTerminated(pairs), kPairs);
-  bench::Pair(in253, "ucol_strcoll", 3, OursIn253(pairs), IcuTerminated(pairs), kPairs);
-  bench::Pair(in1, "ucol_strcoll, counted", 3, OursIn1(pairs), IcuCounted(pairs), kPairs);
-  bench::Pair(in253, "ucol_strcoll, counted", 3, OursIn253(pairs), IcuCounted(pairs), kPairs);
+  const std::string bytes = operation + ", code set " + std::to_string(unsigned{language.codeSet});
+  const std::string wide = operation + ", code set 253";
+  const auto ours = OursInBytes(language, pairs);
+  const auto oursWide = OursIn253(language, pairs);
+  bench::Pair(bytes, "ucol_strcoll", goal, ours, IcuTerminated(language, pairs), kPairs);
+  bench::Pair(wide, "ucol_strcoll", goal, oursWide, IcuTerminated(language, pairs), kPairs);
+  bench::Pair(bytes, "ucol_strcoll, counted", goal, ours, IcuCounted(language, pairs), kPairs);
+  bench::Pair(wide, "ucol_strcoll, counted", goal, oursWide, IcuCounted(language, pairs), kPairs);
+#else
+  (void)language, (void)pairs, (void)operation, (void)goal;
 #endif
+}
+
+void RegisterGerman(const SharedPairs& pairs, const std::string& operation) {
+  RegisterIcu(kGerman, pairs, operation, 3);
   const char* library = GermanLocale() != nullptr ? "strcoll_l, German" : "strcoll_l, byte order";
-  bench::Pair(in1, library, 0, OursIn1(pairs), Strcoll(pairs), kPairs);
+  bench::Pair(operation + ", code set 1", library, 0, OursInBytes(kGerman, pairs), Strcoll(pairs),
+              kPairs);
   RegisterStored(pairs, (operation + ", stored bytes").c_str(), 1);
   RegisterStored(pairs, (operation + ", stored reversed 16-bit").c_str(), 2);
 }
 
 const bool registered = [] {
-  Register("collate neighbours", true);
-  Register("collate any two words", false);
+  const std::vector<WideText> words = LoadWords(kGerman);
+  RegisterGerman(MakePairs(kGerman, words, true), "collate neighbours");
+  RegisterGerman(MakePairs(kGerman, words, false), "collate any two words");
+  for (const Language& each : kContracting) {
+    const std::vector<WideText> list = LoadWords(each);
+    const std::string name = std::string("collate ") + each.name;
+    RegisterIcu(each, MakePairs(each, list, true), name + "neighbours", 2);
+    RegisterIcu(each, MakePairs(each, list, false), name + "any two words", 2);
+  }
   return true;
 }();
 
