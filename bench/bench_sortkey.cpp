@@ -60,7 +60,7 @@ KvString StringOf(const std::u16string& word, unsigned char codeSet) {
   return string;
 }
 
-auto KeysOfWords(std::shared_ptr<std::vector<KvString>> words) {
+[[maybe_unused]] auto KeysOfWords(std::shared_ptr<std::vector<KvString>> words) {
   std::size_t bytes = 0;
   for (const KvString& word : *words) bytes += word.GetBufferSize();
   const auto count = static_cast<unsigned>(words->size());

@@ -167,6 +167,7 @@ std::size_t VectorsIn(std::size_t bytes, std::size_t step) {
 unsigned WriteLeadingKeys(unsigned char* keys, const unsigned char* values, unsigned count,
                           const KeyMap& map) {
   const std::size_t each = map.valuesAVector;
+  if (each == 0) return 0;
   const std::size_t vectors =
       std::min(VectorsIn(std::size_t{count} * map.valueWidth, each * map.valueWidth),
                VectorsIn(std::size_t{count} * map.keyWidth, each * map.keyWidth));

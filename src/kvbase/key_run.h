@@ -27,7 +27,7 @@ struct KeyMap {
 
   unsigned valueWidth = 0;
   unsigned keyWidth = 0;
-  unsigned valuesAVector = 0;
+  unsigned valuesAVector = 0;  // none of a row that is wider than a vector
   KeyStep step = KeyStep::kTurn;
   // For each byte of the keys of a vector, the place in the vector of values that it comes from.
   // For the other steps each key is a number of the host, which is turned around behind them.
@@ -95,10 +95,11 @@ constexpr KeyMap MapOfOne(Format form) {
         member.kind == MemberKind::kBytes ||
         (isMemory ? kHostIsBig
                   : MemberAtOffset<Codec>(member.offset).IsHighestFirst(form.IsReversed()));
-    if (member.kind == MemberKind::kSigned) map.turned[to] = 0x80;
+    if (member.kind == MemberKind::kSigned && to < KeyMap::kVector) map.turned[to] = 0x80;
     for (unsigned i = 0; i < member.width; ++i) {
       const unsigned byte = highestFirst ? i : member.width - 1 - i;
-      map.from[to++] = static_cast<unsigned char>(place + byte);
+      if (to < KeyMap::kVector) map.from[to] = static_cast<unsigned char>(place + byte);
+      ++to;
     }
   });
   return map;
@@ -109,7 +110,6 @@ constexpr KeyMap MapOf(Format form) {
   const KeyMap one = MapOfOne<Key, Codec>(form);
   KeyMap map = one;
   const unsigned widest = one.valueWidth > one.keyWidth ? one.valueWidth : one.keyWidth;
-  static_assert(Key::kWidth <= KeyMap::kVector && Codec::kMemoryWidth <= KeyMap::kVector);
   map.valuesAVector = KeyMap::kVector / widest;
   map.from.fill(KeyMap::kNowhere);
   for (unsigned value = 0; value < map.valuesAVector; ++value) {
