@@ -11,7 +11,7 @@
 //
 // Stored form: an indicator byte, 1 for null, then the scalar in its own stored form. Stored with
 // the format bit 0x08 (formats 8 to 15) the scalar comes first and the indicator byte behind it,
-// without padding; so comparers and hashes read formats 9 to 15.
+// without padding. So comparers and hashes read formats 9 to 15.
 #pragma once
 
 #include "kvbase.h"

@@ -12,7 +12,7 @@
 //   copy = 'Z';                    // text is unchanged
 //
 // Code sets above 224 have 16-bit units, all others bytes. In every constructor here 255 as code
-// set or language means the process's default; as the code set of a string it is a 16-bit one like
+// set or language means the process's default. As the code set of a string it is a 16-bit one like
 // any other above 224.
 #pragma once
 
@@ -212,7 +212,7 @@ class KV_EXPORT KvStringIterator {
   // KvString::Transform stays as it is.
   void GiveUp() { gaveUp_ = true; }
 
-  // The next collation order of the text, 0 at its end; a character that expands gives two, and
+  // The next collation order of the text, 0 at its end. A character that expands gives two, and
   // units that the language sorts as one letter (Czech ch) give theirs together. Moves over the
   // character, or all units of that letter, with its last order. `flags` is reserved: pass 0.
   unsigned short GetNextOrder(unsigned short flags);

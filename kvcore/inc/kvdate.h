@@ -446,9 +446,9 @@ constexpr int WeekdayByFormula(int year, int month, int day) {
   return r > 0 ? r - 1 : 6;
 }
 
-// Moves a time by seconds, each component an 8-bit number that wraps: the hours that
-// are added count modulo 256, so spans of more than 127 hours go astray, and an hour of exactly -24
-// becomes 24. Results of a day and less are right but for that.
+// Moves a time by seconds, each component an 8-bit number that wraps. The hours that are added
+// count modulo 256, so spans of more than 127 hours go astray. An hour of exactly -24 becomes 24.
+// Results of a day and less are right but for that.
 constexpr ClockTime AddToClock(ClockTime time, int seconds) {
   const auto byte = [](int number) { return static_cast<char>(number); };  // modulo 256
   char second = byte(time.second + seconds % 60);

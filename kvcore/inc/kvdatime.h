@@ -171,8 +171,8 @@ class KV_EXPORT KvDateTimeN : public KvNanosecondValue<KvDateTimeN> {
 // A duration: date.year, date.month and date.day are numbers of years, months and days, time and
 // nanosecond go with them. A month is 30 days and a year 12 months, so 360 days.
 //
-// Only the highest components of a negative span are negative: -5 days are (0, 0, -5), but -35 days
-// are -2 months and 25 days, and a second less than nothing is -1 day and 23:59:59. Years stop at
+// Only the highest components of a negative span are negative. So -5 days are (0, 0, -5), but -35
+// days are -2 months and 25 days. A second less than nothing is -1 day and 23:59:59. Years stop at
 // -32768 and 32767.
 
 class KV_EXPORT KvTimeSpan : public KvNanosecondValue<KvTimeSpan> {

@@ -1,6 +1,6 @@
 // kvhash.h - hashes of texts.
 //
-// HashString agrees with comparison: two texts that compare equal under compare operation 0 have
+// HashString agrees with comparison. Two texts that compare equal under compare operation 0 have
 // the same hash, whatever code sets they are in (plain bytes, code set 0, hash by their bytes).
 // HashKvString and HashKvString7 are fast and know nothing of collation: same units, same hash.
 //

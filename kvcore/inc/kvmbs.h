@@ -44,9 +44,9 @@ KV_EXPORT int KvMultiByteStr2WCharStr(unsigned short* out, int outCount, const c
 // Decodes into a string of code set 253; the language of `out` stays (so a null string stays null).
 // Decoding ends at a character that is zero in its 16 bits, which is not counted. Result: the bytes
 // consumed; -1 for invalid bytes; -2 once 32,768 bytes have been consumed. Whatever was decoded
-// before is in `out`, which holds 32,765 characters and is cut there as every string is: 32,766 and
-// 32,767 bytes of ASCII are a success with the last characters cut. When memory is short `out` is
-// left empty and the result is -1.
+// before is in `out`, which holds 32,765 characters and is cut there as every string is. So 32,766
+// and 32,767 bytes of ASCII are a success with the last characters cut. When memory is short `out`
+// is left empty and the result is -1.
 KV_EXPORT int KvMBS2KvString(const char* in, KvString& out, int inBytes);
 KV_EXPORT int KvMultiByteString2KvString(const char* in, KvString& out, int inBytes);
 // Decodes the bytes of an 8-bit string, which may be `out` itself.

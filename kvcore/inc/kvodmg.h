@@ -105,7 +105,7 @@ class KV_EXPORT d_Date {
   d_Date operator--(int);
   // By the whole days of the interval; what is left of it is dropped. An interval that is as near
   // to a whole number of days as its float can be (half a unit in the last place, the half
-  // included) is that number: d_Interval(24859) has no float of its own.
+  // included) is that number. d_Interval(24859) has no float of its own.
   d_Date& operator+=(const d_Interval& interval);
   d_Date& operator-=(const d_Interval& interval) { return *this += -interval; }
   friend d_Date operator+(d_Date date, const d_Interval& interval) { return date += interval; }

@@ -5,8 +5,8 @@
 //                                       10 database (2)   12 classNo (2)   14 version (2)
 //               stored form, 14 bytes    block, low, high, database, classNo
 //
-// The version is not stored and takes no part in equality, order or hash, so that a
-// reference that was stored and loaded again equals itself; loading sets it to 0.
+// The version is not stored and takes no part in equality, order or hash, so that a reference that
+// was stored and loaded again equals itself. Loading sets it to 0.
 //
 //   KvRef reference{7, 5, 1, 2, 40, 1};
 //   reference.IsValid();              // 1

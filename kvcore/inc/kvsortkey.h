@@ -1,8 +1,8 @@
 // kvsortkey.h - sort keys: the order of every row as plain bytes.
 //
 // Stored bytes do not order as their values do (-1 is stored as FFFFFFFF). A sort key does: memcmp
-// of two keys has the sign of KvTypeMgr::Cmp of the values, so that engines that order bytes and
-// take no comparator hold indexes on any row. docs/sort-keys.md draws every key byte by byte.
+// of two keys has the sign of KvTypeMgr::Cmp of the values. So engines that order bytes and take no
+// comparator hold indexes on any row. docs/sort-keys.md draws every key byte by byte.
 //
 //   KvDate day(2024, 2, 29);
 //   unsigned char key[16];

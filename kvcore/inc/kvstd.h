@@ -25,8 +25,8 @@
 // wildcards are in use == is no equality to hash by.
 //
 // What would compile into nonsense through the numbers that dates and times convert to does not,
-// once this header is included: a date compared with a time, a sum of two dates, a product of a
-// date.
+// once this header is included. That is a date compared with a time, a sum of two dates, a product
+// of a date.
 #pragma once
 
 #include <chrono>

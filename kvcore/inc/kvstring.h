@@ -133,9 +133,9 @@ class KV_EXPORT KvString {
   void Fill(unsigned short count, unsigned short unit);
 
   // Remove leading and trailing blanks (KvChar::IsSpace). RightTrim never looks at the first
-  // character, so a text of blanks keeps one, and it walks back from the end of the buffer: each
-  // unit that a buffer is longer than its text (CopyMapped) takes a character more away, and where
-  // there are not so many, nothing is. Stored texts depend on it; Copy gives an exact buffer.
+  // character, so a text of blanks keeps one. It walks back from the end of the buffer: each unit
+  // that a buffer is longer than its text (CopyMapped) takes a character more away, and where there
+  // are not so many, nothing is. Stored texts depend on it; Copy gives an exact buffer.
   void LeftTrim();
   void RightTrim();
   void Trim();
