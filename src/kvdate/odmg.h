@@ -99,7 +99,6 @@ inline int OrderOdmg(const d_Timestamp& a, const d_Timestamp& b, ComponentOrder 
 // The order of the class, where earlier is less: the zone first, then hour and minute as the clock
 // has them. Stored, the hours that a zone west of Greenwich makes negative come behind all others.
 inline int OrderByClock(const d_Time& a, const d_Time& b) {
-  if (a.tzHour != b.tzHour || a.tzMinute != b.tzMinute) return OrderOdmg(a, b, kStrictOrder);
   const auto unshifted = [](d_Time time) {
     time.hour = static_cast<unsigned char>(time.hour - time.tzHour);
     time.minute = static_cast<unsigned char>(time.minute - time.tzMinute);

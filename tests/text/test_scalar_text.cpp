@@ -113,6 +113,7 @@ TEST_CASE("a format that does not parse prints by the default and scans nothing"
   CHECK(Print(KvDOUBLE_T, 0.5, "ldexp(%d,%g)") == "0.5");
   CHECK(Print(Kv4B_T, o_4b{5}, "100%% sure") == "100% sure");
   CHECK(Print(Kv4B_T, o_4b{5}, "") == "");
+  CHECK(Print(Kv4B_T, o_4b{5}, "xd") == "xd");
 }
 
 TEST_CASE("texts are cut at 1039 characters") {
@@ -172,6 +173,11 @@ TEST_CASE("what does not match leaves the destination alone") {
   CHECK(Scan(Kv4B_T, "x5", o_4b{9}, " x%d") == 5);
   CHECK(Scan(Kv4B_T, "A", o_4b{9}, "%c") == 'A');
   CHECK(Scan(Kv4B_T, "0xg", o_4b{9}, "%i") == 0);
+  CHECK(Scan(Kv4B_T, "", o_4b{9}, "%c") == 9);
+  CHECK(Scan(KvDOUBLE_T, "x", 9.0, "%g") == 9.0);
+  // Beyond the range without an exponent.
+  CHECK(std::isinf(Scan(KvDOUBLE_T, std::string(400, '9').c_str(), 9.0)));
+  CHECK(Scan(KvDOUBLE_T, ("0." + std::string(400, '0') + "1").c_str(), 9.0) == 0.0);
   KvString text("5");
   CHECK(Types().ScanFromKvString(Kv4B_T, nullptr, text, nullptr, 1) == nullptr);
   CHECK(Types().ScanFromKvString(Kv1B_T, nullptr, text, nullptr, 1) == nullptr);
