@@ -61,12 +61,8 @@ struct Int64Row {
     return status;
   }
   static KvInt64 Smallest() { return LLONG_MIN; }
-  static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {
-    return PrintInt64(out, values, format, count);
-  }
-  static void* Scan(void* values, KvString& text, const char* format, unsigned count) {
-    return ScanInt64(values, text, format, count);
-  }
+  static constexpr KvPrintFunc Print = PrintInt64;
+  static constexpr KvScanFunc Scan = ScanInt64;
 };
 
 struct BooleanRow {
@@ -86,12 +82,8 @@ struct BooleanRow {
   static bool IsNull(const KvBoolean& truth) { return truth.IsNullValue() != 0; }
   static int SetNull(KvBoolean& truth) { return truth.SetNullValue(); }
   static KvBoolean Default() { return {}; }
-  static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {
-    return PrintBoolean(out, values, format, count);
-  }
-  static void* Scan(void* values, KvString& text, const char* format, unsigned count) {
-    return ScanBoolean(values, text, format, count);
-  }
+  static constexpr KvPrintFunc Print = PrintBoolean;
+  static constexpr KvScanFunc Scan = ScanBoolean;
 };
 
 struct SealRow {
@@ -122,17 +114,11 @@ struct SealRow {
 };
 
 constexpr KvTypeDescriptor Int64Slots() {
-  KvTypeDescriptor slots = RowHandlers<Int64Row>::Slots(Nulls::kNo, Int64Compare);
-  slots.print = PrintInt64;
-  slots.scan = ScanInt64;
-  return slots;
+  return RowHandlers<Int64Row>::Slots(Nulls::kNo, Int64Compare);
 }
 
 constexpr KvTypeDescriptor BooleanSlots() {
-  KvTypeDescriptor slots = RowHandlers<BooleanRow>::Slots(Nulls::kYes, BooleanCompare);
-  slots.print = PrintBoolean;
-  slots.scan = ScanBoolean;
-  return slots;
+  return RowHandlers<BooleanRow>::Slots(Nulls::kYes, BooleanCompare);
 }
 
 constexpr KvTypeDescriptor SealSlots() {
