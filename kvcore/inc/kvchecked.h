@@ -140,7 +140,7 @@ KV_EXPORT KvStored KvStoreChecked(const KvTypeMgr& types, char id, void* destina
 
 // What a scan came to.
 struct KvScanned {
-  // kvOk           the value was read, and the whole text with it but for blanks at its end
+  // kvOk           the value was read, and only blanks stand behind it
   // kvTextLeft     the value was read; the text goes on at `position`
   // kvNothingRead  the text is empty or blank, and the type has no value that prints so
   // kvMismatch     at `position` stands what the format does not ask for
@@ -157,8 +157,8 @@ struct KvScanned {
 };
 
 // Reads one value from `text` by `format`, null for the row's own. The value is set for kvOk and
-// kvTextLeft and stays as it was otherwise. What is read is what ScanFromKvString reads, but for
-// what that takes silently: numbers that saturate or wrap, words that are none, rests of a text.
+// kvTextLeft and stays as it was otherwise. It reads what ScanFromKvString reads, and refuses what
+// that takes silently: numbers that saturate or wrap, words that are none, rests of a text.
 // The null print string is the null value of a type that has one. A character row reads one
 // character, or a byte as 0x and two hex digits, as it prints it.
 //

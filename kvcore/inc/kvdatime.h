@@ -178,8 +178,8 @@ class KV_EXPORT KvDateTimeN : public KvNanosecondValue<KvDateTimeN> {
 class KV_EXPORT KvTimeSpan : public KvNanosecondValue<KvTimeSpan> {
  public:
   constexpr KvTimeSpan() : date(0, 0, 0), time(0, 0, 0), nanosecond(0) {}  // zero
-  // Days are split into years, months and days; the others are kept as given, modulo 256 but for
-  // the nanoseconds.
+  // Days are split into years, months and days; the others are kept as given, modulo 256; the
+  // nanoseconds are kept whole.
   KvTimeSpan(int days, int hours, int minutes, int seconds, int nanoseconds);
   // As AddSeconds has them.
   explicit KvTimeSpan(double seconds);

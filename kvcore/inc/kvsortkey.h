@@ -184,8 +184,8 @@ inline constexpr unsigned char kvSortKeySameBase = 1;
 
 // The range of keys that one of the two above stands for, of KvString, the 8-bit strings and
 // KvBlob (for which both count bytes and weights as they are); other rows are kvNotSupported. Both
-// buffers have room for `capacity` bytes, of which KvSortKeyBound is enough. A null value has the
-// range of null alone.
+// buffers have room for `capacity` bytes; KvSortKeyBound is enough. A null value has the range of
+// null alone.
 KV_EXPORT int KvSortKeyRange(const KvSortKeyKind& kind, unsigned char range, const void* value,
                              unsigned length, unsigned char format, std::size_t capacity,
                              void* lower, std::size_t& lowerSize, void* upper,

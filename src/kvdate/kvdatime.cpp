@@ -269,8 +269,8 @@ void KvDateTime::AddSeconds(int seconds) {
 
 namespace {
 
-// Shifts by minutes of which no more than a day's worth is carried: a zone is some hours. One that
-// a host made up may be anything; hours keep their low 8 bits.
+// Shifts by minutes and carries one day at most: a zone is some hours. A host may give any number;
+// hours keep their low 8 bits.
 void ShiftByMinutes(KvDateTime& dateTime, std::int64_t zone) {
   const std::int64_t minutes = dateTime.time.hour * 60 + dateTime.time.minute + zone;
   std::int64_t hour = minutes / 60;

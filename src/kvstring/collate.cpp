@@ -64,9 +64,9 @@ int CompareOrders(OrderCursor cursor1, OrderCursor cursor2, bool skipSpaces, Lev
   }
 }
 
-// Two words of which one at least may hold two orders, as CompareWeights. kMixed when the texts
-// have to be compared order by order from here on: one order stands against the first of two, or a
-// unit may be in a contraction with its neighbour.
+// As CompareWeights, for two words when at least one of them may hold two orders. kMixed when the
+// texts have to be compared order by order from here on: one order stands against the first of two,
+// or a unit may be in a contraction with its neighbour.
 constexpr int kMixed = 2;
 
 int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
@@ -305,7 +305,7 @@ namespace {
 
 }  // namespace
 
-// The terminators are all that is needed here, but for a null buffer.
+// Strings end at their terminators; only a null buffer has none.
 int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp) {
   const unsigned char codeSet = string1.GetCodeSet();
   const unsigned char language = string1.GetLanguage();

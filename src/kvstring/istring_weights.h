@@ -41,7 +41,7 @@ inline constexpr unsigned char kSmallLetters[32] = {
     0x41, 0x4E, 0x5A, 0x5C, 0x60, 0x64, 0x6E, 0x70, 0x72, 0x74, 0x7E, 0x80, 0x82, 0x84, 0x86, 0x8A,
     0x96, 0x98, 0x9A, 0x9C, 0x9E, 0xA0, 0xAA, 0xAC, 0xAE, 0xB0, 0xB6, 0x47, 0x48, 0x49, 0x4A, 0x4B};
 
-// 0xC0 to 0xDF, but for the sharp s of KvCaseIString.
+// 0xC0 to 0xDF. KvCaseIString has its own sharp s.
 inline constexpr Weight kAccentedCapitals[32] = {
     {0x54, 3}, {0x54, 2}, {0x54, 4}, {0x54, 5}, {0x54, 1}, {0xBD, 0}, {0xB9, 0}, {0x5E, 1},
     {0x69, 3}, {0x69, 2}, {0x69, 4}, {0x69, 1}, {0x79, 3}, {0x79, 2}, {0x79, 4}, {0x79, 1},
@@ -195,7 +195,7 @@ constexpr std::uint64_t ZeroBytes(std::uint64_t word) {
   return (word - kEachByte) & ~word & kTopBits;
 }
 
-// Whether two words are the same but for the case of ASCII letters.
+// Whether two words differ in the case of ASCII letters and in nothing else.
 constexpr bool DifferInCaseOnly(std::uint64_t a, std::uint64_t b) {
   constexpr std::uint64_t kCaseBits = 0x20 * kEachByte;
   const std::uint64_t difference = a ^ b;

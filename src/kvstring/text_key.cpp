@@ -128,7 +128,8 @@ class TextKeyWriter {
     sink_.Put(isOther ? kTextKeyEndOfClass20 : kTextKeyEnd);
   }
 
-  // The leading byte and level 1, but for what an order from 8000 on waits for at the end.
+  // The leading byte and level 1. An order from 8000 on that still waits for the next one is left
+  // out.
   void PutBeginning() {
     sink_.Put(0x01);
     const bool isByUnits = text_.codeSet != kvCodeSetOrders && (cmpOp_ & kvCompareSkipSpaces) == 0;
@@ -242,8 +243,8 @@ class TextKeyWriter {
 };
 
 // ---------------------------------------------------------------------------------------------
-// The quick way, for texts of which every unit has one order and that a code of one byte: nothing
-// leaves the registers but what is written. Whatever else there is sends the text the other way.
+// The quick way, for texts whose every unit has one order with a code of one byte: all but the key
+// itself stays in registers. Any other unit sends the text the other way.
 
 // Marks of one level; few texts have more.
 class FewMarks {

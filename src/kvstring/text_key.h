@@ -59,8 +59,8 @@ unsigned char* WriteTextKeyBase(const Text& text, unsigned short cmpOp, unsigned
 
 // Takes the rest of a key whose leading byte, 01, is passed. `value`, unless null, becomes a text
 // of collation orders that has this key under `cmpOp`. kvOk; kvBadArgument for bytes that are no
-// key, of which only the end is looked for when `value` is null; kvOverflow for more orders than a
-// string holds; kvNotSupported when memory is short. `value` changes only with kvOk.
+// key (when `value` is null only its end is looked for); kvOverflow for more orders than a string
+// holds; kvNotSupported when memory is short. `value` changes only with kvOk.
 int ReadTextKey(KeySource& source, unsigned short cmpOp, KvString* value);
 // The same walk, for its pieces. kvOk or kvBadArgument.
 int ReadTextKeyPieces(KeySource& source, unsigned short cmpOp, void* taker, TakePiece take);

@@ -176,7 +176,7 @@ struct FreeOrders {
   void operator()(unsigned short* orders) const { std::free(orders); }
 };
 
-// The orders of a text, of which so far the primary halves are known.
+// The orders of a text. At first only their primary halves are known.
 class Orders {
  public:
   Orders(unsigned short* orders, unsigned count, unsigned short cmpOp)

@@ -22,8 +22,8 @@ constexpr bool IsContinuation(unsigned char byte) {
 
 // --- One character ---
 
-// Decodes the character at `in`, of which `available` (at least 1) bytes may be read. Result: the
-// bytes used, 0 when they are invalid.
+// Decodes the character at `in`. `available` bytes may be read there, at least 1. Result: the bytes
+// used, 0 when they are invalid.
 constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
                               unsigned short& unit) {
   constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000, 0x200000, 0x4000000};

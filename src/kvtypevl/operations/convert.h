@@ -62,7 +62,7 @@ KvTypeConvertData* ConvertRunToText(const void* values, unsigned count) {
 }
 
 // A run of `count` values, owned by the caller; null when memory is short. A text that is missing
-// (also for want of a record) or null reads as an empty one.
+// or null reads as an empty one, and so do all texts when there is no record.
 template <class Row>
 void* ConvertRunFromText(const KvTypeConvertData* record, unsigned count) {
   using Value = typename Row::Codec::Value;

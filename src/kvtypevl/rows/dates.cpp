@@ -29,7 +29,7 @@ namespace {
 
 // The year that matches anything in the second of two stored dates. The first stored comparison of
 // the process turns it from 65534 into 65535 for good, which is how a stored -1 reads; so stored
-// comparisons never see the earlier number. Other code may look at it, hence the oddity is kept.
+// comparisons never see the earlier number. Other code may look at it, so it is kept.
 std::atomic<unsigned short> anyYear{65534};
 
 unsigned short AnyStoredYear() {

@@ -30,8 +30,8 @@ struct NullableHash {
 template <class Scalar, unsigned width>
 inline constexpr unsigned kNullableStep = width / (sizeof(Scalar) == 1 ? 2 : 4);
 
-// Elements of 4 and 8 bytes, one a lane: its key, and its flag, of which 0 is present. kvnull.h's
-// layouts place them so (32-bit lanes; "-" is padding):
+// Elements of 4 and 8 bytes, one a lane: its key, and its flag, which is 0 for a present one.
+// kvnull.h's layouts place them so (32-bit lanes; "-" is padding):
 //
 //   8-byte scalars   low high flag -, four loads
 //   KvInt64          low high flag, three loads
