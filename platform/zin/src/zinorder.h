@@ -209,7 +209,8 @@ class ContractionLinks {
 
   // Takes the words of two neighbours; 1 or 0, without a branch.
   unsigned Bit(unsigned word1, unsigned word2) const {
-    const unsigned areParts = IsContractionPart(word1) & IsContractionPart(word2);
+    const unsigned areParts =
+        unsigned{IsContractionPart(word1)} & unsigned{IsContractionPart(word2)};
     return followers_[LetterCode(word1)] >> LetterCode(word2) & areParts;
   }
   bool Between(unsigned word1, unsigned word2) const { return Bit(word1, word2) != 0; }
