@@ -6,6 +6,7 @@
 #include "kvstring/collate_units.h"
 #include "kvstring/text_key_layout.h"
 #include "kvstring/text_key_runs.h"
+#include "zbshost.h"
 
 namespace kv {
 namespace {
@@ -281,7 +282,7 @@ template <class Units, class EightFrom>
                                                           EightFrom eightFrom, unsigned short cmpOp,
                                                           unsigned char* key,
                                                           const unsigned char* room) {
-  const bool inRuns = std::endian::native == std::endian::little && !IsReversed(text) &&
+  const bool inRuns = !kHostIsBig && !IsReversed(text) &&
                       !HasContractions(text.language);
   const bool caseCounts = (cmpOp & kvCompareIgnoreCase) == 0;
   const unsigned mask = LevelMask(cmpOp);

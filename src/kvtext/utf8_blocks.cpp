@@ -243,15 +243,16 @@ bool HasBlocks() {
   return Vectors() == VectorSet::kVbmi2;
 }
 
-Progress DecodeBlocks(const unsigned char* in, std::size_t stop, unsigned short* out,
-                      std::size_t room) {
+Progress DecodeBlocks([[maybe_unused]] const unsigned char* in, [[maybe_unused]] std::size_t stop,
+                      [[maybe_unused]] unsigned short* out, [[maybe_unused]] std::size_t room) {
 #if defined(__x86_64__) || defined(__i386__)
   if (Vectors() == VectorSet::kVbmi2) return DecodeByVbmi2(in, stop, out, room);
 #endif
   return {};
 }
 
-Progress EncodeBlocks(const unsigned short* in, std::size_t count, char* out, std::size_t size) {
+Progress EncodeBlocks([[maybe_unused]] const unsigned short* in, [[maybe_unused]] std::size_t count,
+                      [[maybe_unused]] char* out, [[maybe_unused]] std::size_t size) {
 #if defined(__x86_64__) || defined(__i386__)
   if (Vectors() == VectorSet::kVbmi2) return EncodeByVbmi2(in, count, out, size);
 #endif
