@@ -5,7 +5,8 @@
 #include <cerrno>
 #include <cstdlib>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Sanitizers bring an allocator of their own, and other C libraries have no names for theirs.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__GLIBC__)
 #define KV_SANITIZED
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
@@ -19,6 +20,16 @@ namespace {
 long live = 0;
 bool armed = false;
 unsigned until = 0;  // allocations until one is refused; 0: none will be
+
+// The first exception of a thread takes a block for good in some standard libraries: before anybody
+// counts.
+[[maybe_unused]] const bool hasThrown = [] {
+  try {
+    throw 0;
+  } catch (int) {
+    return true;
+  }
+}();
 
 #ifndef KV_SANITIZED
 bool Refused() {
@@ -73,6 +84,7 @@ extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
 KV_EXPORT void* malloc(std::size_t size) {
@@ -90,6 +102,18 @@ KV_EXPORT void* realloc(void* block, std::size_t size) {
   if (block == nullptr) Counted(moved);
   if (block != nullptr && size == 0) --live;
   return moved;
+}
+
+// What clang's standard library takes exceptions from.
+KV_EXPORT void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  return Refused() ? nullptr : Counted(__libc_memalign(alignment, size));
+}
+
+KV_EXPORT int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+  void* aligned = aligned_alloc(alignment, size);
+  if (aligned == nullptr) return ENOMEM;
+  *block = aligned;
+  return 0;
 }
 
 KV_EXPORT void free(void* block) {

@@ -71,12 +71,13 @@ class Pages(KvtmTest):
 
     def run_program(self, source, language):
         """Compiles a program of a page against the built libraries, and runs it."""
-        flags = ["-m32"] if os.environ.get("KV_ABI32") == "ON" else []
+        flags = ["-fsigned-char"] + (["-m32"] if os.environ.get("KV_ABI32") == "ON" else [])
         if os.environ.get("KV_SANITIZE"):
             flags += [f"-fsanitize={os.environ['KV_SANITIZE']}"]
         libraries = str(Path(os.environ["KV_BUILD_DIR"]) / "lib")
         compiler = os.environ.get("CXX", "c++")
-        command = [compiler, "-std=c++20"] if language == "cpp" else [
+        command = [compiler, "-std=c++20", *os.environ.get("KV_CXX_FLAGS", "").split()] if (
+            language == "cpp") else [
             compiler.replace("clang++", "clang").replace("g++", "gcc").replace("c++", "cc"),
             "-std=c99", "-pedantic-errors", "-x", "c"]
         links = ["-lZM140Ztm142", "-lZM140Zbs142", "-lZM140Zin142"]

@@ -54,7 +54,7 @@ int main() {
 
 
 def compile_with(compiler, standard, source, *more):
-    command = [compiler, f"-std=c++{standard}", *ABI, *WARNINGS, *(f"-I{each}" for each in FOLDERS),
+    command = [compiler, f"-std=c++{standard}", "-fsigned-char", *ABI, *WARNINGS, *(f"-I{each}" for each in FOLDERS),
                str(source), *more]
     return subprocess.run(command, capture_output=True, text=True, timeout=300)
 

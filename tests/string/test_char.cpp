@@ -62,12 +62,17 @@ TEST_CASE("defaults, widths and byte order of a character") {
     CHECK(units[0] == Swapped(0x0142));
     reversed = KvChar('\xE9', 9, 1);
     CHECK(units[0] == Swapped(0x0439));
+    reversed = 'Q';
+    CHECK(reversed.Value() == 0x5139);  // the byte that is low in memory
     KvStringIterator each(reinterpret_cast<char*>(units), 253, 1, order);
     CHECK((*++each).Value() == 'A');
     CHECK((++each).IsEOS());
   }
-  const unsigned short plain[] = {0x0326, 0};
-  CHECK(KvChar(reinterpret_cast<const char*>(plain), 253, 1, 0x20).Value() == 0x0326);
+  unsigned short plain[] = {0x0326, 0};
+  KvChar inMemoryOrder(reinterpret_cast<const char*>(plain), 253, 1, 0x20);
+  CHECK(inMemoryOrder.Value() == 0x0326);
+  inMemoryOrder = 'Q';
+  CHECK(plain[0] == 0x0351);
 }
 
 TEST_CASE("classification by property order") {

@@ -65,8 +65,11 @@ TEST_CASE("whole numbers print as the C library prints them") {
     REQUIRE(Print(KvUNSIGNED_T, value, format.ours.c_str()) == CLibrary(format.c32, value));
     REQUIRE(Print(Kv2B_T, half, format.ours.c_str()) == CLibrary(format.c32, int{half}));
     REQUIRE(Print(KvU2B_T, half, format.ours.c_str()) == CLibrary(format.c32, int{half}));
-    if (format.ours.back() == 'c') continue;
-    REQUIRE(Print(Kv8B_T, wide, format.ours.c_str()) == CLibrary(format.c64, wide));
+    // The C library is given what its conversion reads, no more: elsewhere that is another
+    // argument.
+    const bool readsWide = format.c64.find("ll") != std::string::npos;
+    REQUIRE(Print(Kv8B_T, wide, format.ours.c_str()) ==
+            (readsWide ? CLibrary(format.c64, wide) : CLibrary(format.c64, value)));
   }
   CHECK(Print(Kv2B_T, o_2b{-1}, "%x") == "ffffffff");
   CHECK(Print(Kv2B_T, o_2b{-1}, "%hx") == "ffff");

@@ -3,16 +3,23 @@
 // grows.
 
 #include <dlfcn.h>
-#include <malloc.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 namespace {
 
+// Only the GNU C library tells; elsewhere loading and unloading are tried, the heap is not.
 std::size_t HeapInUse() {
+#if defined(__GLIBC__)
   return mallinfo2().uordblks;
+#else
+  return 0;
+#endif
 }
 
 bool LoadOnce(const char* path) {
