@@ -7,14 +7,14 @@ host=${1:?host}
 folder=${2:?folder}
 
 case $host in
-  s390x) triple=s390x-linux-gnu machine=s390x ;;
-  armhf) triple=arm-linux-gnueabihf machine=arm ;;
-  aarch64) triple=aarch64-linux-gnu machine=aarch64 ;;
+  s390x) triple=s390x-linux-gnu machine=s390x debian=s390x ;;
+  armhf) triple=arm-linux-gnueabihf machine=arm debian=armhf ;;
+  aarch64) triple=aarch64-linux-gnu machine=aarch64 debian=arm64 ;;
   *) printf 'unpack.sh: no such host: %s (s390x, armhf, aarch64)\n' "$host" >&2; exit 2 ;;
 esac
 
 [[ -x $folder/bin/run ]] && exit 0
-if [[ $(dpkg --print-architecture) == "$host" ]]; then
+if [[ $(dpkg --print-architecture) == "$debian" ]]; then
   printf 'unpack.sh: this machine is %s itself: build natively\n' "$host" >&2
   exit 2
 fi
