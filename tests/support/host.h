@@ -3,10 +3,17 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 namespace support {
+
+// Of so many rounds those that there is time for: KV_TEST_SHARE=20, for an emulator, is one in 20.
+inline int Rounds(int all) {
+  const char* share = std::getenv("KV_TEST_SHARE");
+  return share != nullptr ? all / std::max(1, std::atoi(share)) : all;
+}
 
 inline constexpr bool kHostIsBig = std::endian::native == std::endian::big;
 
