@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/host.h"
+#include "support/vector_sets.h"
 #include "zbs.h"
 
 namespace {
@@ -69,6 +70,31 @@ TEST_CASE("scalar runs of every length store and load in both byte orders") {
       REQUIRE(family.nullSize(count) == count * family.width);
     }
   }
+}
+
+TEST_CASE("long runs are reversed alike with all vectors, at every address, and in place") {
+  support::WithEachVectorSet([] {
+    for (const Family& family : kFamilies) {
+      CAPTURE(family.name);
+      std::vector<unsigned char> block(1400);
+      for (unsigned offset = 0; offset <= 66; ++offset) {
+        CAPTURE(offset);
+        const unsigned count = (1200 + 7 * offset % 130) / family.width - offset % 9;
+        std::vector<unsigned char> memory(count * family.width);
+        std::iota(memory.begin(), memory.end(), static_cast<unsigned char>(offset));
+        std::vector<unsigned char> expected(block.size(), 0xEE);
+        const auto reversed = ReversedByHand(memory, family.width);
+        std::copy(reversed.begin(), reversed.end(), expected.begin() + offset);
+        const unsigned char format = support::kHostIsBig ? 1 : 2;
+        std::fill(block.begin(), block.end(), 0xEE);
+        family.store(block.data() + offset, memory.data(), format, count);
+        REQUIRE(block == expected);
+        std::copy(memory.begin(), memory.end(), block.begin() + offset);
+        family.store(block.data() + offset, block.data() + offset, format, count);
+        REQUIRE(block == expected);
+      }
+    }
+  });
 }
 
 TEST_CASE("a run converts in place, and single values like runs of one") {

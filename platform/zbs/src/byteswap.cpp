@@ -15,6 +15,11 @@ namespace {
 
 constexpr std::size_t kBlock = 128;
 
+// The lowest `count` bits, at most 64.
+constexpr std::uint64_t LowBits(std::size_t count) {
+  return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+}
+
 // The shuffle that reverses fields of `width` bytes: byte i of a 16-byte lane comes from the place
 // mirrored within its field.
 [[gnu::target("ssse3")]] __m128i LaneShuffle(unsigned width) {
@@ -42,6 +47,51 @@ constexpr std::size_t kBlock = 128;
   return at;
 }
 
+// Reverses the fields of one vector, or of its first `bytes`.
+[[gnu::target("avx512bw")]] inline void CopyVector(unsigned char* out, const unsigned char* in,
+                                                   std::size_t bytes, const __m512i& shuffle) {
+  const __mmask64 taken = LowBits(bytes);
+  const __m512i fields = _mm512_maskz_loadu_epi8(taken, in);
+  _mm512_mask_storeu_epi8(out, taken, _mm512_shuffle_epi8(fields, shuffle));
+}
+
+// Vectors as wide as a cache line store at full speed only where a line begins, and a load that
+// comes behind a store waits where their addresses look alike: hence eight loads, then the stores.
+[[gnu::target("avx512bw")]] inline void CopyEightVectors(unsigned char* out,
+                                                         const unsigned char* in,
+                                                         const __m512i& shuffle) {
+  const __m512i a = _mm512_shuffle_epi8(_mm512_loadu_si512(in), shuffle);
+  const __m512i b = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 64), shuffle);
+  const __m512i c = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 128), shuffle);
+  const __m512i d = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 192), shuffle);
+  const __m512i e = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 256), shuffle);
+  const __m512i f = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 320), shuffle);
+  const __m512i g = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 384), shuffle);
+  const __m512i h = _mm512_shuffle_epi8(_mm512_loadu_si512(in + 448), shuffle);
+  _mm512_storeu_si512(out, a);
+  _mm512_storeu_si512(out + 64, b);
+  _mm512_storeu_si512(out + 128, c);
+  _mm512_storeu_si512(out + 192, d);
+  _mm512_storeu_si512(out + 256, e);
+  _mm512_storeu_si512(out + 320, f);
+  _mm512_storeu_si512(out + 384, g);
+  _mm512_storeu_si512(out + 448, h);
+}
+
+[[gnu::target("avx512bw")]] std::size_t CopyWithAvx512(unsigned char* out, const unsigned char* in,
+                                                       std::size_t bytes, unsigned width) {
+  const __m512i shuffle = _mm512_maskz_broadcast_i32x4(0xFFFF, LaneShuffle(width));
+  const std::size_t toLine = -reinterpret_cast<std::uintptr_t>(out) % 64;
+  std::size_t at = 0;
+  if (toLine % width == 0 && toLine <= bytes) {
+    CopyVector(out, in, toLine, shuffle);
+    at = toLine;
+  }
+  for (; bytes - at >= 512; at += 512) CopyEightVectors(out + at, in + at, shuffle);
+  for (; at < bytes; at += 64) CopyVector(out + at, in + at, bytes - at, shuffle);
+  return bytes;
+}
+
 [[gnu::target("ssse3")]] std::size_t CopyWithSsse3(unsigned char* out, const unsigned char* in,
                                                    std::size_t bytes, unsigned width) {
   const __m128i shuffle = LaneShuffle(width);
@@ -61,6 +111,7 @@ constexpr std::size_t kBlock = 128;
 std::size_t CopyReversedBlocks(unsigned char* out, const unsigned char* in, std::size_t bytes,
                                unsigned width) {
   const VectorSet set = Vectors();
+  if (set >= VectorSet::kAvx512) return CopyWithAvx512(out, in, bytes, width);
   if (set >= VectorSet::kAvx2) return CopyWithAvx2(out, in, bytes, width);
   if (set >= VectorSet::kSsse3) return CopyWithSsse3(out, in, bytes, width);
   return 0;

@@ -29,8 +29,8 @@ inline void CopyReversedPlainly(unsigned char* out, const unsigned char* in, std
   }
 }
 
-// Reverses the fields (2, 4 or 8 bytes wide) of as many whole 128-byte blocks as `bytes` holds,
-// with the widest shuffle at hand. Result: the bytes done, a multiple of 128, or 0.
+// Reverses the fields (2, 4 or 8 bytes wide) of whole 128-byte blocks, or of all `bytes`, with the
+// widest shuffle at hand. Result: the bytes done, whole fields, or 0.
 std::size_t CopyReversedBlocks(unsigned char* out, const unsigned char* in, std::size_t bytes,
                                unsigned width);
 
