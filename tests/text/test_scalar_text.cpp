@@ -85,6 +85,57 @@ TEST_CASE("default formats") {
   CHECK(Print(KvU8B_T, o_u8b{ULLONG_MAX}) == "18446744073709551615");
 }
 
+// A format that is given is parsed, the row's own is known: both must read and print alike.
+template <class Integer>
+void CheckOwnFormat(char type, const char* own, Random& random) {
+  std::vector<std::string> texts = {"",
+                                    "-",
+                                    "+",
+                                    "--5",
+                                    "+-5",
+                                    " \t-7",
+                                    "12x",
+                                    "x12",
+                                    "017",
+                                    "0x1F",
+                                    " 1 2",
+                                    "-0",
+                                    "\n+42",
+                                    "1.5",
+                                    "00000000012",
+                                    "999999999",
+                                    "1000000000",
+                                    "2147483648",
+                                    "-2147483649",
+                                    "4294967296",
+                                    "999999999999999999",
+                                    "-9999999999999999999"};
+  for (unsigned length = 1; length < 25; ++length) {
+    std::string text = random() % 2 == 0 ? "-" : " ";
+    for (unsigned i = 0; i < length; ++i) text += static_cast<char>('0' + random() % 10);
+    texts.push_back(text);
+  }
+  for (const std::string& text : texts) {
+    CAPTURE(text);
+    const Integer value = Scan(type, text.c_str(), Integer{9});
+    CHECK(value == Scan(type, text.c_str(), Integer{9}, own));
+    CHECK(Print(type, value) == Print(type, value, own));
+  }
+}
+
+TEST_CASE("the rows' own formats read and print as the same formats given") {
+  Random random(6);
+  CheckOwnFormat<o_2b>(Kv2B_T, "%hd", random);
+  CheckOwnFormat<o_u2b>(KvU2B_T, "%hu", random);
+  CheckOwnFormat<o_4b>(Kv4B_T, "%ld", random);
+  CheckOwnFormat<o_u4b>(KvU4B_T, "%lu", random);
+  CheckOwnFormat<o_u4b>(KvBLOCKID_T, "#%lu", random);
+  CheckOwnFormat<int>(KvINT_T, "%d", random);
+  CheckOwnFormat<unsigned>(KvUNSIGNED_T, "%u", random);
+  CheckOwnFormat<o_8b>(Kv8B_T, "%I64d", random);
+  CheckOwnFormat<o_u8b>(KvU8B_T, "%I64u", random);
+}
+
 TEST_CASE("capital conversions and values that are not there") {
   for (const char* format : {"%A", "%E", "%G", "%a", "%e", "%g", "%f", "%F"}) {
     CAPTURE(format);

@@ -6,14 +6,17 @@
 #include "kvtypevl/rows/scalars.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "kvstring.h"
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/default_formats.h"
 #include "kvtext/float_text.h"
+#include "kvtext/number_text.h"
 #include "kvtext/scalar_format.h"
 #include "kvtypevl/operations/row_handlers.h"
 
@@ -43,12 +46,19 @@ ScalarArguments ArgumentsOf(Integer value) {
   return arguments;
 }
 
-template <class Integer>
+// With its row's own format an integer is nothing but its digits, of the type `Printed`.
+template <class Integer, class Printed = Integer>
 KvString& PrintInteger(KvString& out, const void* values, const char* format,
                        const char* rowFormat) {
   if (values == nullptr) return out = "";
   Integer value;
   std::memcpy(&value, values, sizeof value);
+  if (!std::is_void_v<Printed> && format == rowFormat) {
+    using Digits = std::conditional_t<std::is_void_v<Printed>, Integer, Printed>;
+    char digits[24];
+    const char* end = std::to_chars(digits, digits + sizeof digits, static_cast<Digits>(value)).ptr;
+    return SetText(out, digits, static_cast<unsigned>(end - digits));
+  }
   const ScalarArguments arguments = ArgumentsOf(value);
   ScalarBuffer text;
   if (format == nullptr) format = rowFormat;
@@ -60,10 +70,37 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
   return SetText(out, text);
 }
 
+// Reads what nearly all texts are: blanks, a sign, and not so many digits that they could overflow.
+// False, and nothing read, for any other text.
 template <class Integer>
-void* ScanInteger(void* values, const KvString& text, const char* format,
-                  ScanTrace* trace = nullptr) {
+bool ReadShortInteger(const char* text, Integer& value) {
+  constexpr unsigned kDigits = sizeof(Integer) == 8 ? 18 : 9;
+  text = SkipBlanks(text);
+  const bool negative = *text == '-';
+  if (negative || *text == '+') ++text;
+  std::conditional_t<sizeof(Integer) == 8, unsigned long long, unsigned> magnitude = 0;
+  unsigned read = 0;
+  for (; IsDigit(text[read]); ++read) {
+    if (read == kDigits) return false;
+    magnitude = magnitude * 10 + static_cast<unsigned>(text[read] - '0');
+  }
+  value = static_cast<Integer>(negative ? 0 - magnitude : magnitude);
+  return read != 0;
+}
+
+// `plain` and `plainUnsigned` are formats of rows that show nothing but the digits.
+template <class Integer>
+void* ScanInteger(void* values, const KvString& text, const char* format, const char* plain,
+                  const char* plainUnsigned, ScanTrace* trace = nullptr) {
   if (values == nullptr || format == nullptr) return values;
+  if ((format == plain || format == plainUnsigned) && trace == nullptr &&
+      !KvIsWideCodeSet(text.GetCodeSet())) {
+    Integer value;
+    if (ReadShortInteger(text.StrGet(), value)) {
+      std::memcpy(values, &value, sizeof value);
+      return values;
+    }
+  }
   ScalarArguments arguments = ArgumentsOf(Integer{});
   if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments, trace) ==
       1) {
@@ -247,41 +284,42 @@ KvString& PrintShort(KvString& out, void* values, const char* format, unsigned /
   return PrintInteger<o_2b>(out, values, format, default_format::kShort);
 }
 KvString& PrintWord(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_2b>(out, values, format, default_format::kWord);
+  return PrintInteger<o_2b, o_u2b>(out, values, format, default_format::kWord);
 }
 KvString& PrintLong(KvString& out, void* values, const char* format, unsigned /*count*/) {
   return PrintInteger<o_4b>(out, values, format, default_format::kLong);
 }
 KvString& PrintDword(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_4b>(out, values, format, default_format::kDword);
+  return PrintInteger<o_4b, o_u4b>(out, values, format, default_format::kDword);
 }
 KvString& PrintBlockId(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_4b>(out, values, format, default_format::kBlockId);
+  return PrintInteger<o_4b, void>(out, values, format, default_format::kBlockId);
 }
 KvString& PrintInt(KvString& out, void* values, const char* format, unsigned /*count*/) {
   return PrintInteger<int>(out, values, format, default_format::kInt);
 }
 KvString& PrintUnsigned(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<int>(out, values, format, default_format::kUnsigned);
+  return PrintInteger<int, unsigned>(out, values, format, default_format::kUnsigned);
 }
 KvString& Print8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
   return PrintInteger<o_8b>(out, values, format, default_format::kEightByte);
 }
 KvString& PrintU8b(KvString& out, void* values, const char* format, unsigned /*count*/) {
-  return PrintInteger<o_8b>(out, values, format, default_format::kUnsignedEightByte);
+  return PrintInteger<o_8b, o_u8b>(out, values, format, default_format::kUnsignedEightByte);
 }
 
 void* ScanShort(void* values, KvString& text, const char* format, unsigned /*count*/) {
-  return ScanInteger<o_2b>(values, text, format);
+  return ScanInteger<o_2b>(values, text, format, default_format::kShort, default_format::kWord);
 }
 void* ScanLong(void* values, KvString& text, const char* format, unsigned /*count*/) {
-  return ScanInteger<o_4b>(values, text, format);
+  return ScanInteger<o_4b>(values, text, format, default_format::kLong, default_format::kDword);
 }
 void* ScanInt(void* values, KvString& text, const char* format, unsigned /*count*/) {
-  return ScanInteger<int>(values, text, format);
+  return ScanInteger<int>(values, text, format, default_format::kInt, default_format::kUnsigned);
 }
 void* Scan8b(void* values, KvString& text, const char* format, unsigned /*count*/) {
-  return ScanInteger<o_8b>(values, text, format);
+  return ScanInteger<o_8b>(values, text, format, default_format::kEightByte,
+                           default_format::kUnsignedEightByte);
 }
 
 KvString& PrintDouble(KvString& out, void* values, const char* format, unsigned /*count*/) {
@@ -298,13 +336,13 @@ void* ScanFloat(void* values, KvString& text, const char* format, unsigned /*cou
 }
 
 void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace) {
-  ScanInteger<o_2b>(value, text, format, &trace);
+  ScanInteger<o_2b>(value, text, format, nullptr, nullptr, &trace);
 }
 void TraceLong(void* value, const KvString& text, const char* format, ScanTrace& trace) {
-  ScanInteger<o_4b>(value, text, format, &trace);
+  ScanInteger<o_4b>(value, text, format, nullptr, nullptr, &trace);
 }
 void Trace8b(void* value, const KvString& text, const char* format, ScanTrace& trace) {
-  ScanInteger<o_8b>(value, text, format, &trace);
+  ScanInteger<o_8b>(value, text, format, nullptr, nullptr, &trace);
 }
 void TraceFloat(void* value, const KvString& text, const char* format, ScanTrace& trace) {
   ScanFloatingRow<float>(value, text, format, &trace);
