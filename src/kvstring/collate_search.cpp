@@ -1,9 +1,11 @@
 // collate_search.cpp - whether and where a text matches a pattern by collation orders: the
 // process's wildcards, the test for a beginning, and the search for a place.
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "kvstring/collate_units.h"
+#include "kvstring/unit_scan.h"
 
 namespace kv {
 
@@ -153,8 +155,10 @@ class FirstUnits {
   unsigned Next(const Text& text, unsigned position, unsigned length) {
     if (length - position >= kWorthwhile && !listed_) List();
     while (position < length) {
-      if (isShort_ && !IsReversed(text)) position = Skip(BeginOf(text), position, length);
-      const unsigned last = std::min(length, position + kBlock);
+      if (isShort_ && !IsReversed(text)) {
+        position += PassOver(BeginOf(text) + position * sizeof(Unit), length - position, wanted_);
+      }
+      const unsigned last = std::min(length, position + kStop);
       for (; position < last; ++position) {
         if (Has(ReadUnit<Unit>(BeginOf(text) + position * sizeof(Unit), IsReversed(text))))
           return position;
@@ -164,49 +168,36 @@ class FirstUnits {
   }
 
  private:
-  static constexpr unsigned kListed = 4;
-  static constexpr unsigned kBlock = 32;
-  static constexpr unsigned kLast =
-      sizeof(Unit) == 1 ? 255 : 511;  // the rest counts as one of them
-  static constexpr unsigned kWorthwhile = 4 * kBlock + kLast;
+  static constexpr unsigned kWorthwhile = 256;  // what listing costs
 
   // Fills the list, unless there are too many.
   void List() {
+    constexpr unsigned kMost = WantedUnits<Unit>::kMost;
     listed_ = true;
     unsigned count = 0;
-    for (unsigned unit = 1; unit <= kLast; ++unit) {
-      if (!Has(static_cast<Unit>(unit))) continue;
-      if (count == kListed) return;
-      list_[count++] = static_cast<Unit>(unit);
+    const auto take = [&](unsigned unit) {
+      if (unit == 0 || !Has(static_cast<Unit>(unit))) return;
+      if (count < kMost) wanted_.units[count] = static_cast<Unit>(unit);
+      ++count;
+    };
+    for (unsigned row = 0; row <= WantedUnits<Unit>::kLast; row += 64) {
+      std::uint64_t found = WordsOfWeight(table_.RowOf64(row), mask_, PairMask(), weight_);
+      for (; found != 0; found &= found - 1) {
+        take(row + static_cast<unsigned>(std::countr_zero(found)));
+      }
     }
-    if (count == 0) return;
-    std::fill(list_ + count, list_ + kListed, list_[0]);
+    if (count == 0 || count > kMost) return;
+    std::fill(wanted_.units + count, wanted_.units + kMost, wanted_.units[0]);
+    wanted_.isSingle = count == 1;
     isShort_ = true;
-    isSingle_ = count == 1;
   }
 
-  // Passes over what has none of the listed units and nothing beyond kLast.
-  unsigned Skip(const unsigned char* text, unsigned position, unsigned length) const {
-    if (sizeof(Unit) == 1 && isSingle_) {
-      const void* found = std::memchr(text + position, list_[0], length - position);
-      if (found == nullptr) return length;
-      return static_cast<unsigned>(static_cast<const unsigned char*>(found) - text);
-    }
-    while (length - position >= kBlock && !BlockHasOne(text + position * sizeof(Unit))) {
-      position += kBlock;
-    }
-    return position;
-  }
-
-  bool BlockHasOne(const unsigned char* text) const {
-    Unit block[kBlock];
-    std::memcpy(block, text, sizeof block);
-    Unit hit = 0;
-    for (Unit unit : block) {
-      hit = static_cast<Unit>(hit | (unit == list_[0]) | (unit == list_[1]) | (unit == list_[2]) |
-                              (unit == list_[3]) | (unit > kLast));
-    }
-    return hit != 0;
+  // Where the first of two orders can be told from the pattern's without taking it apart: of two
+  // letters both words have the letter code at the same place.
+  unsigned PairMask() const {
+    constexpr unsigned kLetter = 0x40000000;
+    const bool isLetter = (weight_ & 0xC0000000) == kLetter;
+    return isLetter && !hasParts_ ? kLetter | 0x007C0000 : 0;
   }
 
   Table table_;
@@ -214,9 +205,8 @@ class FirstUnits {
   unsigned mask_;
   bool hasParts_;
   bool listed_ = false;
-  bool isShort_ = false;   // list_ has them all, up to kLast
-  bool isSingle_ = false;  // and they are one
-  Unit list_[kListed] = {};
+  bool isShort_ = false;  // wanted_ has them all, up to its last
+  WantedUnits<Unit> wanted_;
 };
 
 // Plain bytes, by value.

@@ -9,7 +9,9 @@
 #include <utility>
 
 #include "kvstring/string_edit.h"
+#include "kvstring/unit_scan.h"
 #include "kvtext/float_text.h"
+#include "zbs.h"
 
 namespace kv {
 namespace {
@@ -58,6 +60,24 @@ KvString& AppendDecimal(KvString& target, const DecimalText& number) {
   return Append(target, number.Text(), KvLanguageContext::GetDefault8CodeSet(), number.Length());
 }
 
+// Gives a string without a buffer the text of another one of its code set.
+void CopyLongText(KvString& target, const KvString& source) {
+  const unsigned width = UnitWidth(source.GetCodeSet());
+  const unsigned size = source.GetBufferSize() / width * width;
+  auto* block = static_cast<unsigned char*>(std::malloc(size));
+  if (block == nullptr) {
+    KvCallMemoryHandler(size);
+    return;
+  }
+  const unsigned length =
+      CopyToZero(block, StringAccess::Buffer(source), width == 2, size / width - 1);
+  const unsigned exact = (length + 1) * width;
+  WriteUnit(block, width == 2, length, 0);
+  void* shrunk = exact == size ? block : std::realloc(block, exact);
+  StringAccess::Replace(target, shrunk != nullptr ? static_cast<unsigned char*>(shrunk) : block,
+                        exact);
+}
+
 }  // namespace
 }  // namespace kv
 
@@ -75,6 +95,13 @@ KvString::KvString() {
 }
 
 KvString::KvString(const KvString& source) : KvString(source.codeSet_, source.language_) {
+  // A long text is copied and measured in one walk. Most fill their buffer, so that its size is
+  // right for the copy.
+  constexpr unsigned kLong = 512;
+  if (source.bufferSize_ >= kLong) {
+    kv::CopyLongText(*this, source);
+    return;
+  }
   StringAccess::Assign(*this, codeSet_, language_, source.buffer_, codeSet_, source.Len());
 }
 

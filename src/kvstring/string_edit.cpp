@@ -251,7 +251,7 @@ bool StringAccess::PutUnits(KvString& target, const void* units, unsigned bytes)
     std::memcpy(block, units, bytes);
     Replace(target, block, bytes + width);
   }
-  std::memset(block + bytes, 0, width);
+  WriteUnit(block, width == 2, bytes / width, 0);
   return true;
 }
 

@@ -137,6 +137,10 @@ class ByteOrderTable {
       : ByteOrderTable(zin::kByteHalfNumbers[(language < 20u ? language : 0u) * zin::kByteCodeSets +
                                              ByteCodeSetSlot(codeSet)]) {}
   unsigned Word(unsigned char unit) const { return (unit < 128 ? low_ : high_)[unit & 127]; }
+  // The words of the 64 units from `unit` on, a multiple of 64.
+  const unsigned* RowOf64(unsigned unit) const {
+    return (unit < 128 ? low_ : high_) + (unit & 127);
+  }
   bool operator==(const ByteOrderTable& other) const {
     return low_ == other.low_ && high_ == other.high_;
   }
@@ -156,6 +160,8 @@ class WideOrderTable {
       : latin_(zin::kLatinOrders[zin::kTailorings[language]]),
         pageIndex_(zin::kOrderPageIndex[zin::kTailorings[language]]) {}
   unsigned Word(unsigned short unit) const { return unit < 512 ? latin_[unit] : PageWord(unit); }
+  // The words of the 64 units from `unit` on, a multiple of 64 below 512.
+  const unsigned* RowOf64(unsigned unit) const { return latin_ + unit; }
   bool operator==(const WideOrderTable& other) const { return latin_ == other.latin_; }
 
  private:
