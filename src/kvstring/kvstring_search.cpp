@@ -1,11 +1,14 @@
 // KvString: comparing, searching and what is built on searching; the wildcard characters.
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 
 #include "kvcollate.h"
 #include "kvstring.h"
 #include "kvstring/collate.h"
 #include "kvstring/string_edit.h"
+#include "zbs.h"
 
 namespace kv {
 namespace {
@@ -30,8 +33,97 @@ Text CountedTextOf(const KvString& string) {
 // The position of `pattern` in `text` from `start` on as a plain number; -1 when it is not there.
 int FindPosition(const KvString& text, const Text& pattern, unsigned start,
                  unsigned short operation) {
-  if (text.IsEmpty() || start > text.Len()) return -1;
+  if (text.IsEmpty()) return -1;
   return FindText(CountedTextOf(text), pattern, OperationOrDefault(operation), start);
+}
+
+// Replaces match by match, as far as the text may grow: what the limit cuts off is not searched.
+void ReplaceOneByOne(KvString& text, const Text& wanted, const KvString& replacement,
+                     unsigned from) {
+  const unsigned short added = replacement.Len();
+  for (;;) {
+    const int found = FindPosition(text, wanted, from, kDefaultOperation);
+    if (found < 0) return;
+    const auto position = static_cast<unsigned short>(found);
+    text.Cut(position, static_cast<unsigned short>(wanted.length));
+    text.Insert(replacement, position);
+    from = position + added;
+  }
+}
+
+// The units of a text that is written anew.
+class NewText {
+ public:
+  NewText(unsigned char* block, unsigned room, unsigned width)
+      : block_(block), room_(room), width_(width) {}
+
+  // False when they do not fit.
+  bool Add(const unsigned char* units, unsigned count) {
+    if (room_ - length_ < count) return false;
+    if (count != 0) std::memcpy(block_ + length_ * width_, units, count * width_);
+    length_ += count;
+    return true;
+  }
+  unsigned Length() const { return length_; }
+
+ private:
+  unsigned char* block_;
+  unsigned room_;
+  unsigned width_;
+  unsigned length_ = 0;
+};
+
+// Writes `text` with its matches replaced, the first of which is `found`. False when it is too
+// long.
+bool WriteReplaced(NewText& out, const Text& text, const Text& wanted, const Text& replacement,
+                   int found) {
+  const unsigned width = UnitWidth(text.codeSet);
+  const unsigned short operation = OperationOrDefault(kDefaultOperation);
+  const auto* units = static_cast<const unsigned char*>(text.units);
+  unsigned from = 0;
+  for (; found >= 0; found = FindText(text, wanted, operation, from)) {
+    const auto position = static_cast<unsigned>(found);
+    if (!out.Add(units + from * width, position - from)) return false;
+    if (!out.Add(static_cast<const unsigned char*>(replacement.units), replacement.length)) {
+      return false;
+    }
+    from = position + wanted.length;
+  }
+  return out.Add(units + from * width, text.length - from);
+}
+
+enum class Rewriting { kDone, kTooLong };
+
+// Replaces all matches in one pass, unless the text would become longer than a text may be.
+Rewriting RewriteMatches(KvString& text, const Text& wanted, const KvString& replacement,
+                         unsigned start) {
+  const Text own = CountedTextOf(text);
+  const int found = FindPosition(text, wanted, start, kDefaultOperation);
+  if (found < 0) return Rewriting::kDone;
+  KvString converted(own.codeSet, own.language);
+  const bool asItIs = own.codeSet == replacement.GetCodeSet();
+  if (!asItIs) converted << replacement;
+  const Text put = CountedTextOf(asItIs ? replacement : converted);
+  if (put.length != replacement.Len()) return Rewriting::kTooLong;
+  const unsigned width = UnitWidth(own.codeSet);
+  const unsigned growth = put.length > wanted.length ? put.length - wanted.length : 0;
+  const unsigned most = own.length + own.length / wanted.length * growth;
+  const unsigned room = std::min(most, MaximumLength(own.codeSet));
+  auto* block = static_cast<unsigned char*>(std::malloc((room + 1) * width));
+  if (block == nullptr) {
+    KvCallMemoryHandler((room + 1) * width);
+    return Rewriting::kDone;
+  }
+  NewText out(block, room, width);
+  if (!WriteReplaced(out, own, wanted, put, found)) {
+    std::free(block);
+    return Rewriting::kTooLong;
+  }
+  WriteUnit(block, width == 2, out.Length(), 0);
+  const unsigned size = (out.Length() + 1) * width;
+  void* exact = std::realloc(block, size);
+  StringAccess::Replace(text, exact != nullptr ? static_cast<unsigned char*>(exact) : block, size);
+  return Rewriting::kDone;
 }
 
 int SetWildcard(Wildcard wildcard, const KvChar& character) {
@@ -112,16 +204,8 @@ void KvString::ReplaceAll(const KvString& pattern, const KvString& replacement,
   }
   const kv::Text wanted = kv::CountedTextOf(pattern);
   if (wanted.length == 0) return;
-  const unsigned short added = replacement.Len();
-  unsigned from = start;
-  for (;;) {
-    const int found = kv::FindPosition(*this, wanted, from, kv::kDefaultOperation);
-    if (found < 0) return;
-    const auto position = static_cast<unsigned short>(found);
-    Cut(position, static_cast<unsigned short>(wanted.length));
-    Insert(replacement, position);
-    from = position + added;
-  }
+  const kv::Rewriting done = kv::RewriteMatches(*this, wanted, replacement, start);
+  if (done == kv::Rewriting::kTooLong) kv::ReplaceOneByOne(*this, wanted, replacement, start);
 }
 
 void KvString::ReplaceAll(char from, char to, unsigned short start) {

@@ -5,6 +5,7 @@
 
 #include "kvcollate.h"
 #include "string/text.h"
+#include "support/vector_sets.h"
 
 namespace {
 
@@ -51,6 +52,74 @@ TEST_CASE("unlike strings give the result of their comparison as it is") {
   CHECK((a != c) == -1);
   CHECK((high != plain) == 0xE0 - 'a');
   KvLanguageContext::SetDefaultCmpOp(0);
+}
+
+TEST_CASE("long texts are searched alike with all vectors, wherever the pattern stands") {
+  struct Case {
+    const char16_t* pattern;
+    const char16_t* present;  // what stands in the text for it
+    unsigned short operation;
+  };
+  constexpr Case kCases[] = {
+      {u"Z", u"Z", 0},
+      {u"Z", u"z", kvCompareIgnoreCase},
+      {u"\u00E9t", u"E\u0054", kvCompareIgnoreCase | kvCompareIgnoreAccents},
+      {u"\u00DF", u"\u00DF", 0},  // of two orders
+      {u"9", u"\u00B9", kvCompareIgnoreVariants},
+  };
+  support::WithEachVectorSet([&] {
+    Random random(4);
+    for (const unsigned char codeSet : {static_cast<unsigned char>(1), kvCodeSetUnicode}) {
+      for (const Case& each : kCases) {
+        for (unsigned round = 0; round < 150; ++round) {
+          std::u16string units(300 + random(120), u'a');
+          for (char16_t& unit : units) unit = static_cast<char16_t>(u'b' + random(3));
+          const unsigned place = random(static_cast<unsigned>(units.size()));
+          const KvString without = Make(units, codeSet);
+          const KvString with = Make(units.insert(place, each.present), codeSet);
+          const KvString pattern = Make(each.pattern, codeSet);
+          const auto start = static_cast<unsigned short>(random(40));
+          const bool isOne = each.pattern[0] != u'9';  // a superscript one is no nine
+          const bool isBehind = start <= place && isOne;
+          CHECK(without.Find(pattern, start, each.operation) == -1);
+          CHECK(with.Find(pattern, start, each.operation) ==
+                (isBehind ? static_cast<short>(place) : -1));
+        }
+      }
+    }
+  });
+}
+
+TEST_CASE("all matches are replaced as a plain walk replaces them, up to the limit") {
+  Random random(5);
+  for (unsigned round = 0; round < 600; ++round) {
+    const auto text = [&random](unsigned most) {
+      std::u16string units(random(most), u'a');
+      for (char16_t& unit : units) unit = static_cast<char16_t>(u'a' + random(3));
+      return units;
+    };
+    std::u16string units = text(60);
+    const std::u16string pattern = text(3) + u'a';
+    const std::u16string replacement = text(5);
+    const unsigned start = random(5);
+    const unsigned char codeSets[] = {1, kvCodeSetUnicode};
+    KvString ours = Make(units, codeSets[random(2)]);
+    ours.ReplaceAll(Make(pattern, codeSets[random(2)]), Make(replacement, codeSets[random(2)]),
+                    static_cast<unsigned short>(start));
+    for (std::size_t at = start; (at = units.find(pattern, at)) != std::u16string::npos;) {
+      units.replace(at, pattern.size(), replacement);
+      at += replacement.size();
+    }
+    CHECK((Units(ours) == units));
+    CHECK(ours.GetBufferSize() ==
+          (ours.StrGet() == KvString().StrGet()
+               ? 0
+               : (units.size() + 1) * (KvIsWideCodeSet(ours.GetCodeSet()) ? 2 : 1)));
+  }
+  KvString full = Make(std::u16string(33000, u'a'), 1);
+  full.ReplaceAll("a", "bc");
+  CHECK(full.Len() == KvString::kMaximumBytes - 1);
+  CHECK(full.StrGet()[0] == 'b');
 }
 
 TEST_CASE("characters compare as one-character texts") {
