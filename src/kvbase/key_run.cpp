@@ -28,70 +28,86 @@ KV_KEYS inline __m128i LoadVector(const void* at) {
   return _mm_loadu_si128(static_cast<const __m128i*>(at));
 }
 
+// Two vectors side by side.
+KV_KEYS inline __m256i LoadPair(const unsigned char* at, std::size_t step) {
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadVector(at)), LoadVector(at + step), 1);
+}
+
 // Numbers of `width` bytes with their bytes the other way round.
 template <unsigned width>
-KV_KEYS inline __m128i TurnAround(__m128i numbers) {
+KV_KEYS inline __m256i TurnAround(__m256i numbers) {
   static constexpr std::array<unsigned char, kVector> kFrom = [] {
     std::array<unsigned char, kVector> from{};
     for (unsigned i = 0; i < kVector; ++i) from[i] = static_cast<unsigned char>(i ^ (width - 1));
     return from;
   }();
-  return _mm_shuffle_epi8(numbers, LoadVector(kFrom.data()));
+  return _mm256_shuffle_epi8(numbers, LoadPair(kFrom.data(), 0));
+}
+
+// The word of a floating number: `negative` has all bits of the negative ones set, -0 not among
+// them.
+KV_KEYS inline __m256i WordOf(__m256i bits, __m256i sign, __m256i negative, __m256i isNan) {
+  const __m256i word =
+      _mm256_or_si256(_mm256_andnot_si256(negative, sign), _mm256_xor_si256(bits, negative));
+  return _mm256_andnot_si256(isNan, word);
 }
 
 template <KeyStep step>
-KV_KEYS inline __m128i Take(__m128i bytes, __m128i turned) {
+KV_KEYS inline __m256i Take(__m256i bytes, __m256i turned) {
+  const __m256i zero = _mm256_setzero_si256();
   if constexpr (step == KeyStep::kTurn) {
-    return _mm_xor_si128(bytes, turned);
+    return _mm256_xor_si256(bytes, turned);
   } else if constexpr (step == KeyStep::kFloat) {
-    // As signed numbers: the sign bit alone, which is -0, is the least of them and stays as it is.
-    const __m128i sign = _mm_set1_epi32(INT32_MIN);
-    const __m128i negative =
-        _mm_andnot_si128(_mm_cmpeq_epi32(bytes, sign), _mm_cmpgt_epi32(_mm_setzero_si128(), bytes));
-    const __m128i isNan =
-        _mm_cmpgt_epi32(_mm_andnot_si128(sign, bytes), _mm_set1_epi32(0x7F800000));
-    const __m128i word =
-        _mm_or_si128(_mm_andnot_si128(negative, sign), _mm_xor_si128(bytes, negative));
-    return TurnAround<4>(_mm_andnot_si128(isNan, word));
+    const __m256i sign = _mm256_set1_epi32(INT32_MIN);
+    const __m256i negative =
+        _mm256_andnot_si256(_mm256_cmpeq_epi32(bytes, sign), _mm256_cmpgt_epi32(zero, bytes));
+    const __m256i isNan =
+        _mm256_cmpgt_epi32(_mm256_andnot_si256(sign, bytes), _mm256_set1_epi32(0x7F800000));
+    return TurnAround<4>(WordOf(bytes, sign, negative, isNan));
   } else if constexpr (step == KeyStep::kDouble) {
-    const __m128i sign = _mm_set1_epi64x(INT64_MIN);
-    const __m128i negative =
-        _mm_andnot_si128(_mm_cmpeq_epi64(bytes, sign), _mm_cmpgt_epi64(_mm_setzero_si128(), bytes));
-    const __m128i isNan =
-        _mm_cmpgt_epi64(_mm_andnot_si128(sign, bytes), _mm_set1_epi64x(0x7FF0000000000000));
-    const __m128i word =
-        _mm_or_si128(_mm_andnot_si128(negative, sign), _mm_xor_si128(bytes, negative));
-    return TurnAround<8>(_mm_andnot_si128(isNan, word));
+    const __m256i sign = _mm256_set1_epi64x(INT64_MIN);
+    const __m256i negative =
+        _mm256_andnot_si256(_mm256_cmpeq_epi64(bytes, sign), _mm256_cmpgt_epi64(zero, bytes));
+    const __m256i isNan = _mm256_cmpgt_epi64(_mm256_andnot_si256(sign, bytes),
+                                             _mm256_set1_epi64x(0x7FF0000000000000));
+    return TurnAround<8>(WordOf(bytes, sign, negative, isNan));
   } else if constexpr (step == KeyStep::kPlusOne) {
-    return TurnAround<4>(_mm_add_epi32(bytes, _mm_set1_epi32(1)));
+    return TurnAround<4>(_mm256_add_epi32(bytes, _mm256_set1_epi32(1)));
   } else {
     // Comparisons give -1, which is taken away.
-    const __m128i key = _mm_xor_si128(bytes, _mm_set1_epi8(INT8_MIN));
-    const __m128i isNegative = _mm_cmpgt_epi8(_mm_setzero_si128(), bytes);
-    const __m128i isNull = _mm_cmpeq_epi8(bytes, _mm_set1_epi8(-1));
-    return _mm_andnot_si128(isNull, _mm_sub_epi8(key, isNegative));
+    const __m256i key = _mm256_xor_si256(bytes, _mm256_set1_epi8(INT8_MIN));
+    const __m256i isNegative = _mm256_cmpgt_epi8(zero, bytes);
+    const __m256i isNull = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(-1));
+    return _mm256_andnot_si256(isNull, _mm256_sub_epi8(key, isNegative));
   }
 }
 
 enum class Way : bool { kThroughCache, kPastCache };
 
-// Each vector is written whole: what is behind its keys is written over by the next one. Past the
-// cache goes only what fills its vectors and is aligned.
+template <Way way>
+KV_KEYS inline void PutVector(unsigned char* keys, __m128i vector) {
+  auto* const to = reinterpret_cast<__m128i*>(keys);
+  if constexpr (way == Way::kPastCache) {
+    _mm_stream_si128(to, vector);
+  } else {
+    _mm_storeu_si128(to, vector);
+  }
+}
+
+// An even number of vectors. Each is written whole: what is behind its keys is written over by the
+// next one. Past the cache goes only what fills its vectors and is aligned.
 template <KeyStep step, Way way>
 KV_KEYS void WriteVectors(unsigned char* keys, const unsigned char* values, std::size_t vectors,
                           const KeyMap& map) {
-  const __m128i from = LoadVector(map.from.data());
-  const __m128i turned = LoadVector(map.turned.data());
+  const __m256i from = LoadPair(map.from.data(), 0);
+  const __m256i turned = LoadPair(map.turned.data(), 0);
   const std::size_t valueStep = std::size_t{map.valuesAVector} * map.valueWidth;
   const std::size_t keyStep = way == Way::kPastCache ? kVector : map.valuesAVector * map.keyWidth;
-  for (; vectors != 0; --vectors, values += valueStep, keys += keyStep) {
-    const __m128i bytes = _mm_shuffle_epi8(LoadVector(values), from);
-    auto* const to = reinterpret_cast<__m128i*>(keys);
-    if constexpr (way == Way::kPastCache) {
-      _mm_stream_si128(to, Take<step>(bytes, turned));
-    } else {
-      _mm_storeu_si128(to, Take<step>(bytes, turned));
-    }
+  for (; vectors != 0; vectors -= 2, values += 2 * valueStep, keys += 2 * keyStep) {
+    const __m256i bytes = _mm256_shuffle_epi8(LoadPair(values, valueStep), from);
+    const __m256i pair = Take<step>(bytes, turned);
+    PutVector<way>(keys, _mm256_castsi256_si128(pair));
+    PutVector<way>(keys + keyStep, _mm256_extracti128_si256(pair, 1));
   }
 }
 
@@ -170,7 +186,8 @@ unsigned WriteLeadingKeys(unsigned char* keys, const unsigned char* values, unsi
   if (each == 0) return 0;
   const std::size_t vectors =
       std::min(VectorsIn(std::size_t{count} * map.valueWidth, each * map.valueWidth),
-               VectorsIn(std::size_t{count} * map.keyWidth, each * map.keyWidth));
+               VectorsIn(std::size_t{count} * map.keyWidth, each * map.keyWidth)) /
+      2 * 2;
   if (vectors == 0 || Vectors() < VectorSet::kAvx2) return 0;
   if (vectors >= kStreamed / kVector) {
     WritePastCache(keys, values, vectors, map);
