@@ -148,6 +148,19 @@ def fuzz_collate(_golden, _old):
         yield bytes([left, 1, right, 2, 0, 0, 0, len(a), 0, 0]) + a + b
 
 
+def fuzz_contraction(_golden, _old):
+    letters = "szSZcChHdD\u017e\u017dgyYlLjnNtaA\u00e1"
+    pairs = [("sssszz", "sssz"), ("ssz", "szsz"), ("zsz", "zss"), ("ddzsddz", "dzs"), ("chcC", "ch"),
+             ("HcHChCH", "Ch"), ("d\u017eD\u017dd\u017d", "\u017e"), ("Ljnjlnj", "nj"), ("aaaAAaA", "aa"),
+             ("a\u00e1aa", "a"), ("sz" * 60 + "s", "zz"), ("ggyggggy", "ggy")]
+    for i, (left, right) in enumerate(pairs):
+        for language in (i % 6, 3):
+            text = [letters.index(each) for each in left + right]
+            yield bytes([language, 0, len(left)] + text)
+    for orders in ((0x4010, 0x4411), (0x8000, 0x8003), (13, 0x3F01), (0x7FFF, 0x407F)):
+        yield bytes([3, 1, 1]) + struct.pack("<2H", *orders)
+
+
 def fuzz_csv(_golden, _old):
     for i, text in enumerate(CSV_FILES):
         for delimiter in (0, 1) if i % 2 else (0,):

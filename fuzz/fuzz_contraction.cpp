@@ -1,0 +1,157 @@
+// Letters that contract, against the plain walk: what comparing, hashing and searching say of two
+// texts must follow from the orders that KvStringIterator yields one by one, in both widths and
+// byte orders. Texts lie in buffers of exactly their size, with halves of contractions at their
+// ends.
+//
+// Bytes: language, options, length of the first text, then letters, by number in a short alphabet;
+// 16-bit orders where the options ask for code set 254.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <vector>
+
+#include "kv.h"
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+using Units = std::vector<unsigned short>;
+
+constexpr unsigned char kLanguages[] = {8, 9, 13, 14, 16, 17};
+constexpr unsigned short kLetters[] = {'s', 'z', 'S',   'Z',   'c', 'C', 'h', 'H',
+                                       'd', 'D', 0x17E, 0x17D, 'g', 'y', 'Y', 'l',
+                                       'L', 'j', 'n',   'N',   't', 'a', 'A', 0xE1};
+constexpr unsigned char kEastLatin = 7;
+
+// A terminated text with no byte to spare.
+class Form {
+ public:
+  Form(const Units& units, unsigned char codeSet, bool reversed) : codeSet_(codeSet) {
+    const std::size_t width = KvIsWideCodeSet(codeSet) ? 2 : 1;
+    bytes_.reset(new char[(units.size() + 1) * width]());
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      const unsigned short unit = width == 1 ? KvCodeSet(codeSet).FromUnicode(units[i]) : units[i];
+      bytes_[i * width] = static_cast<char>(unit & 0xFF);
+      if (width == 2) bytes_[2 * i + 1] = static_cast<char>(unit >> 8);
+      if (reversed) std::swap(bytes_[2 * i], bytes_[2 * i + 1]);
+    }
+    byteOrder_ = reversed ? 2 : 1;
+  }
+  unsigned char codeSet_;
+  unsigned char byteOrder_;
+  std::unique_ptr<char[]> bytes_;
+};
+
+Units OrdersOf(const Form& form, unsigned char language) {
+  Units orders;
+  KvStringIterator each(form.bytes_.get(), form.codeSet_, language, form.byteOrder_);
+  while (!each.IsEOS()) orders.push_back(static_cast<unsigned short>(each.GetNextOrder(0)));
+  return orders;
+}
+
+int SignOf(int value) {
+  return (value > 0) - (value < 0);
+}
+
+// Letter orders level by level.
+int CompareOrders(const Units& a, const Units& b) {
+  for (const unsigned bits : {0x407Fu, 0x0F80u, 0x3000u}) {
+    const auto less = [bits](unsigned x, unsigned y) { return (x & bits) < (y & bits); };
+    if (std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), less)) return -1;
+    if (std::lexicographical_compare(b.begin(), b.end(), a.begin(), a.end(), less)) return 1;
+  }
+  return 0;
+}
+
+int FindPlainly(const Units& text, const Units& pattern, unsigned char language) {
+  const Units wanted = OrdersOf(Form(pattern, 253, false), language);
+  for (std::size_t at = 0; at + pattern.size() <= text.size(); ++at) {
+    const Units rest(text.begin() + static_cast<std::ptrdiff_t>(at), text.end());
+    const Units found = OrdersOf(Form(rest, 253, false), language);
+    if (found.size() >= wanted.size() && std::equal(wanted.begin(), wanted.end(), found.begin())) {
+      return static_cast<int>(at);
+    }
+  }
+  return -1;
+}
+
+KvString Make(const Units& units, unsigned char codeSet, unsigned char language) {
+  Units terminated(units);
+  terminated.push_back(0);
+  KvString string(terminated.data());
+  string.SetLanguage(language);
+  string.MapToCodeSet(codeSet);
+  return string;
+}
+
+void TryLetters(const Units& a, const Units& b, unsigned char language) {
+  const Units ordersA = OrdersOf(Form(a, 253, false), language);
+  const int expected = CompareOrders(ordersA, OrdersOf(Form(b, 253, false), language));
+  const unsigned hash = HashString(253, language, Form(a, 253, false).bytes_.get(), -1, 1);
+  for (const unsigned char codeSet : {kEastLatin, kvCodeSetUnicode}) {
+    for (const bool reversed : {false, true}) {
+      if (reversed && codeSet == kEastLatin) continue;
+      const Form formA(a, codeSet, reversed);
+      const Form formB(b, codeSet, reversed);
+      Require(OrdersOf(formA, language) == ordersA);
+      Require(SignOf(KvStrCmp(codeSet, language, formA.bytes_.get(), codeSet, language,
+                              formB.bytes_.get(), 0, -1, formA.byteOrder_, nullptr)) == expected);
+      Require(HashString(codeSet, language, formA.bytes_.get(), -1, formA.byteOrder_) == hash);
+    }
+  }
+}
+
+void TrySearch(const Units& text, const Units& pattern, unsigned char language) {
+  if (text.empty() || pattern.empty()) return;
+  const int expected = FindPlainly(text, pattern, language);
+  for (const unsigned char codeSet : {kEastLatin, kvCodeSetUnicode}) {
+    const KvString in = Make(text, codeSet, language);
+    Require(in.Find(Make(pattern, kvCodeSetUnicode, language), 0, 0) == expected);
+    Require(in.Find(Make(pattern, codeSet, language), 0, 0) == expected);
+  }
+}
+
+// Texts of any orders are taken as they are.
+void TryOrders(const Units& a, const Units& b, unsigned char language) {
+  const Form formA(a, 254, false);
+  const Form formB(b, 254, false);
+  const int order = SignOf(KvStrCmp(254, language, formA.bytes_.get(), 254, language,
+                                    formB.bytes_.get(), 0, -1, 1, nullptr));
+  Require(order == -SignOf(KvStrCmp(254, language, formB.bytes_.get(), 254, language,
+                                    formA.bytes_.get(), 0, -1, 1, nullptr)));
+  const bool sameHash = HashString(254, language, formA.bytes_.get(), -1, 1) ==
+                        HashString(254, language, formB.bytes_.get(), -1, 1);
+  Require(order != 0 || sameHash);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 3 || size > 400) return 0;
+  const unsigned char language = kLanguages[data[0] % std::size(kLanguages)];
+  const bool asOrders = (data[1] & 1) != 0;
+  Units units;
+  for (std::size_t i = 3; i < size; ++i) {
+    if (!asOrders) {
+      units.push_back(kLetters[data[i] % std::size(kLetters)]);
+    } else if (i + 1 < size && (data[i] | data[i + 1]) != 0) {
+      units.push_back(static_cast<unsigned short>(data[i] | data[i + 1] << 8));
+      ++i;
+    }
+  }
+  const auto middle = units.begin() + static_cast<std::ptrdiff_t>(data[2] % (units.size() + 1));
+  const Units a(units.begin(), middle);
+  const Units b(middle, units.end());
+  if (asOrders) {
+    TryOrders(a, b, language);
+    return 0;
+  }
+  TryLetters(a, b, language);
+  TrySearch(a, b, language);
+  return 0;
+}
