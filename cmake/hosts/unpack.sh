@@ -23,7 +23,16 @@ mkdir -p "$folder/packages" "$folder/bin"
 folder=$(cd "$folder" && pwd)
 
 # The compiler, and of what it depends on all that is of the other machine or of the compiler.
-compiler=$(apt-cache depends "g++-$triple" | sed -n "s/^ *Depends: \(g++-[0-9]*-$triple\)$/\1/p")
+known_compiler() {
+  apt-cache depends "g++-$triple" 2>/dev/null |
+    sed -n "s/^ *Depends: \(g++-[0-9]*-$triple\)$/\1/p" || true
+}
+compiler=$(known_compiler)
+if [[ -z $compiler ]]; then  # apt has no lists yet
+  apt-get update -q >/dev/null 2>&1 || true
+  compiler=$(known_compiler)
+fi
+[[ -n $compiler ]] || { printf 'unpack.sh: apt does not know g++-%s\n' "$triple" >&2; exit 1; }
 version=${compiler#g++-}
 version=${version%%-*}
 mapfile -t packages < <(
@@ -31,7 +40,7 @@ mapfile -t packages < <(
     --no-replaces --no-enhances "$compiler" |
     grep -E "^[a-z].*(-cross$|$triple$)" | sort -u
 )
-[[ ${#packages[@]} -gt 8 ]] || { printf 'unpack.sh: apt does not know %s\n' "$compiler" >&2; exit 1; }
+[[ ${#packages[@]} -gt 8 ]] || { printf 'unpack.sh: apt lacks parts of %s\n' "$compiler" >&2; exit 1; }
 (cd "$folder/packages" && apt-get download -q "${packages[@]}" doctest-dev >/dev/null 2>&1) || {
   printf 'unpack.sh: the packages of %s could not be downloaded\n' "$compiler" >&2
   exit 1
