@@ -288,7 +288,12 @@ TEST_CASE("hashes by hand") {
   CHECK(HashString(1, 1, "a", -1, 1) == key(a));
   CHECK(HashString(1, 1, "a\xDF", -1, 1) == (key(a) * 9 + key(s)) * 9 + key(s));
   CHECK(HashString(1, 1, "a\xDF", 2, 1) == key(a) * 9 + key(s));  // a step is an order
-  CHECK(HashString(1, 1, "a", 3, 1) == key(a) * 81);              // the end yields orders of 0
+  for (const short length : std::initializer_list<short>{-1, 0, 2}) {
+    CHECK(HashString(1, 254, "ab", length, 1) == kvNullHash);
+    CHECK(HashString(254, 0, "ab", length, 1) == kvNullHash);
+    CHECK(HashString(0, 1, nullptr, length, 1) == 0);
+  }
+  CHECK(HashString(1, 1, "a", 3, 1) == key(a) * 81);  // the end yields orders of 0
   CHECK(HashString(1, 20, "a", -1, 1) == (20u << 24 | a << 8));
   CHECK(HashString(1, 1, "!", -1, 1) == (1u << 24 | 120u << 8));
   CHECK(HashString(0, 1,
