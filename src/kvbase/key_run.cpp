@@ -19,7 +19,8 @@ namespace {
 
 constexpr unsigned kVector = KeyMap::kVector;
 constexpr unsigned kLine = 64;
-constexpr unsigned kBlock = 4096;
+// Short, so that the processor reads the next block while the lines of one are on their way.
+constexpr unsigned kBlock = 512;
 // From here on keys go past the caches: they are more than a core has of its own, and a store that
 // goes through reads each line before it is written.
 constexpr std::size_t kStreamed = std::size_t{1} << 22;
@@ -139,7 +140,7 @@ KV_KEYS void StreamLines(unsigned char* to, const unsigned char* from, std::size
 // By way of a block that stays in the cache; what fills no line of it begins the next one.
 void WriteByBlocks(unsigned char* keys, const unsigned char* values, std::size_t vectors,
                    const KeyMap& map) {
-  alignas(kLine) unsigned char block[kLine + kBlock + kVector];
+  alignas(kLine) unsigned char block[kLine + kBlock + kLine];
   const std::size_t keyStep = std::size_t{map.valuesAVector} * map.keyWidth;
   std::size_t toLine = -reinterpret_cast<std::uintptr_t>(keys) % kLine;
   std::size_t held = 0;
@@ -151,13 +152,17 @@ void WriteByBlocks(unsigned char* keys, const unsigned char* values, std::size_t
     held += taken * keyStep;
     const std::size_t lead = std::min(toLine, held);
     const std::size_t lines = (held - lead) / kLine;
-    std::memcpy(keys, block, lead);
+    if (lead != 0) std::memcpy(keys, block, lead);
     StreamLines(keys + lead, block + lead, lines);
     const std::size_t done = lead + lines * kLine;
     keys += done;
     held -= done;
     toLine -= lead;
-    std::memmove(block, block + done, held);
+    if (done >= kLine) {
+      std::memcpy(block, block + done, kLine);  // of which `held` bytes matter
+    } else {
+      std::memmove(block, block + done, held);
+    }
   }
   std::memcpy(keys, block, held);
 }
