@@ -282,8 +282,7 @@ template <class Units, class EightFrom>
                                                           EightFrom eightFrom, unsigned short cmpOp,
                                                           unsigned char* key,
                                                           const unsigned char* room) {
-  const bool inRuns = !kHostIsBig && !IsReversed(text) &&
-                      !HasContractions(text.language);
+  const bool inRuns = !kHostIsBig && !IsReversed(text) && !HasContractions(text.language);
   const bool caseCounts = (cmpOp & kvCompareIgnoreCase) == 0;
   const unsigned mask = LevelMask(cmpOp);
   const unsigned length = text.length;
