@@ -202,9 +202,13 @@ def with_faults(source, numbered):
     """The text of a source with these (number, fault) written in, and its lines that they touch."""
     writer, lines = Writer(source), defaultdict(list)
     for number, fault in numbered:
+        edits = len(writer.around)
         writer.add(fault, number)
-        last = fault.line + source.text.count("\n", fault.start, fault.end)
-        for line in range(fault.line, last + 1):
+        # An operand may begin lines before its sign and end lines behind it.
+        begin = min([fault.start, *(edit[0] for edit in writer.around[edits:])])
+        end = max([fault.end, *(edit[1] for edit in writer.around[edits:])])
+        first = source.text.count("\n", 0, begin) + 1
+        for line in range(first, first + source.text.count("\n", begin, end) + 1):
             lines[line].append(number)
     return writer.written(), lines
 
