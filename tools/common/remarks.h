@@ -8,8 +8,8 @@
 #include "hex.h"
 
 // In words, nothing for an ordinary value. `value` is the value in memory form, `stored` the bytes
-// it was read from, which began at offset `place` of the whole; `language` is what a KvString's ought
-// to be, where a schema says so.
+// it was read from, which began at offset `place` of the whole; `language` is what a KvString's
+// ought to be, where a schema says so.
 //
 //   no such date or time; would be 2024-02-29 in the other byte order
 //   code set 253, language 10
