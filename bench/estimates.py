@@ -7,6 +7,7 @@ highest fifth. Columns of words follow, by the lists that are installed, asked a
 
 prints the tables of docs/index-bounds.md. Exit status 1 when an estimate is further than a tenth of
 the truth from it."""
+import argparse
 import datetime
 import os
 import random
@@ -136,7 +137,10 @@ def print_words(program, kvtm):
 
 
 def main():
-    build = sys.argv[1] if len(sys.argv) > 1 else "build/native"
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", metavar="BUILD_DIR", nargs="?", default="build/native")
+    build = parser.parse_args().build
     program = os.path.join(build, "bin", "index_probe")
     print("| row | column | predicate | estimate | truth | off by |")
     print("|---|---|---|---:|---:|---:|")

@@ -7,11 +7,11 @@ of its subject is run, as one does while working.
 Needs an up-to-date build/native. A source counts as changed by its time; ccache is not asked, as it
 would not know a real change. Every time is told, then the median.
 """
+import argparse
 import os
 import random
 import statistics
 import subprocess
-import sys
 import time
 from pathlib import Path
 
@@ -53,8 +53,12 @@ def seconds_from_change_to_green(source):
 
 
 def main():
-    count = int(sys.argv[1]) if len(sys.argv) > 1 else 9
-    dice = random.Random(int(sys.argv[2]) if len(sys.argv) > 2 else int(time.time()))
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("count", metavar="N", nargs="?", type=int, default=9)
+    parser.add_argument("seed", metavar="SEED", nargs="?", type=int, default=int(time.time()))
+    asked = parser.parse_args()
+    count, dice = asked.count, random.Random(asked.seed)
     found = sources()
     times = []
     for source in dice.sample(found, min(count, len(found))):
