@@ -1,6 +1,7 @@
 // Keys of the rows against the rows' own comparers, which know nothing of keys.
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -171,7 +172,8 @@ TEST_CASE("the keys of a run are the keys of its values") {
       const KvSortKeyKind kind{.type = id, .options = options};
       // Blocks of loaded values are 4096 bytes: more than one of them.
       std::vector<Bytes> stored = ValuesFor(id);
-      while (stored.size() < 2500) stored.push_back(Bytes(stored[stored.size() % 97]));
+      const std::size_t period = std::min<std::size_t>(stored.size(), 97);
+      while (stored.size() < 2500) stored.push_back(Bytes(stored[stored.size() % period]));
       const Values values(id, std::move(stored));
       Bytes expected;
       std::vector<std::size_t> begins;

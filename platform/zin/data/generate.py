@@ -98,6 +98,8 @@ class Language:
 
     def __init__(self, number, code, name, letters="", others="", contractions="", doubled=None,
                  mixed_case=False, case=None):
+        # Languages from 20 on are ideographic: they have no letters of their own, but a sort class.
+        assert 0 < number < 20, f"{name} cannot have the number {number}"
         self.number, self.code, self.name = number, code, name
         self.letters, self.others, self.contractions = letters, others, contractions
         self.doubled, self.mixed_case, self.case = doubled, mixed_case, case or {}
