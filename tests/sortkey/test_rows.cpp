@@ -236,7 +236,7 @@ TEST_CASE("keys of runs longer than the caches are those of the plain loops") {
       KvSortKeyRun(kind, once.data(), 0, format, values.Count(), expected.data(), part, nullptr,
                    size);
       kv::LimitVectors(before);
-      for (const std::size_t skew : {0, 1}) {
+      for (const std::size_t skew : {std::size_t{0}, std::size_t{1}}) {
         Bytes keys(repeats * part + skew + 1, 0xEE);
         REQUIRE(KvSortKeyRun(kind, run.data(), 0, format, repeats * values.Count(),
                              keys.data() + skew, repeats * part, nullptr, size) == kvOk);
