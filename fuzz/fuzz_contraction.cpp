@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <vector>
@@ -28,7 +29,7 @@ constexpr unsigned short kLetters[] = {'s', 'z', 'S',   'Z',   'c', 'C', 'h', 'H
                                        'L', 'j', 'n',   'N',   't', 'a', 'A', 0xE1};
 constexpr unsigned char kEastLatin = 7;
 
-// A terminated text with no byte to spare.
+// A terminated text with no byte to spare, in the byte order of the host or the other one.
 class Form {
  public:
   Form(const Units& units, unsigned char codeSet, bool reversed) : codeSet_(codeSet) {
@@ -36,8 +37,11 @@ class Form {
     bytes_.reset(new char[(units.size() + 1) * width]());
     for (std::size_t i = 0; i < units.size(); ++i) {
       const unsigned short unit = width == 1 ? KvCodeSet(codeSet).FromUnicode(units[i]) : units[i];
-      bytes_[i * width] = static_cast<char>(unit & 0xFF);
-      if (width == 2) bytes_[2 * i + 1] = static_cast<char>(unit >> 8);
+      if (width == 1) {
+        bytes_[i] = static_cast<char>(unit);
+      } else {
+        std::memcpy(&bytes_[2 * i], &unit, 2);
+      }
       if (reversed) std::swap(bytes_[2 * i], bytes_[2 * i + 1]);
     }
     byteOrder_ = reversed ? 2 : 1;
