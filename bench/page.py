@@ -11,7 +11,6 @@ import sys
 from pathlib import Path
 
 PAGE = Path(__file__).resolve().parent.parent / "docs" / "performance.md"
-HEAD = "| operation |"
 
 
 def key(line):
@@ -19,9 +18,9 @@ def key(line):
     return cells[0], cells[2]
 
 
-def table(lines):
-    """The first and the last line of the table, the two lines of its head included."""
-    first = next(number for number, line in enumerate(lines) if line.startswith(HEAD))
+def table(lines, head):
+    """The first and the last line of the table with this head, whose two lines are included."""
+    first = lines.index(head)
     last = first
     while last + 1 < len(lines) and lines[last + 1].startswith("|"):
         last += 1
@@ -45,10 +44,11 @@ def merged(old, new):
 
 def main():
     printed = Path(sys.argv[1]).read_text(encoding="utf-8").splitlines()
-    first, last = table(printed)
+    head = next(line for line in printed if line.startswith("|"))
+    first, last = table(printed, head)
     new = printed[first + 2:last + 1]
     page = PAGE.read_text(encoding="utf-8").splitlines()
-    begin, end = table(page)
+    begin, end = table(page, head)
     rows = merged(page[begin + 2:end + 1], new) if "--some" in sys.argv else new
     PAGE.write_text("\n".join(page[:begin + 2] + rows + page[end + 1:]) + "\n", encoding="utf-8")
     print(f"docs/performance.md: {len(new)} lines of {len(rows)} measured anew")
