@@ -109,12 +109,13 @@ int CompareSpecial(const Text& text1, const Units1& units1, const Text& text2, c
 // same place of a text that is the same up to here: a contraction may reach over this place.
 template <class Units>
 unsigned RunBefore(const Text& text, const Units& units, unsigned other) {
-  const ContractionLinks links(text.language);
   const unsigned passed = units.Passed(text.units);
+  if (passed == 0) return 0;
+  const ContractionLinks links(text.language);
   const auto wordBack = [&](unsigned count) { return units.Word(units.Back(count)); };
-  if (passed == 0 || (links.Bit(wordBack(1), wordBack(0)) | links.Bit(wordBack(1), other)) == 0) {
-    return 0;
-  }
+  // The present place may be the end of the text, with no unit to read.
+  const unsigned present = units.Word(units.Get());
+  if ((links.Bit(wordBack(1), present) | links.Bit(wordBack(1), other)) == 0) return 0;
   unsigned run = 1;
   while (run < passed && links.Bit(wordBack(run + 1), wordBack(run)) != 0) ++run;
   return run;
