@@ -67,6 +67,18 @@ constexpr Operation kOperations[] = {
        int status;
        return all.types.Hash(Kv4B_T, 4, &all.number, 1, 8, status);
      }},
+    {"sort key of one o_4b",
+     [](Values& all) -> long long {
+       std::size_t size;
+       KvSortKey({.type = Kv4B_T}, &all.number, 4, 8, all.place, sizeof all.place, size);
+       return static_cast<long long>(size);
+     }},
+    {"sort key of a KvString of 20",
+     [](Values& all) -> long long {
+       std::size_t size;
+       KvSortKey({.type = KvSTRING_T}, &all.text, 0, 8, all.place, sizeof all.place, size);
+       return static_cast<long long>(size);
+     }},
     {"print of o_4b",
      [](Values& all) -> long long {
        return all.types.PrintToKvString(Kv4B_T, all.out, &all.number, nullptr, 1).IsEmpty();

@@ -32,19 +32,24 @@ unsigned Length(std::size_t length) {
   return static_cast<unsigned>(std::min<std::size_t>(length, UINT_MAX));
 }
 
+// Whether the kind is one in whose numbers nothing has to be looked up; its type is the run's.
+bool IsPlainKind(const kvc_key_kind* given) {
+  if (!IsStructure(given)) return false;
+  return ((given->options & ~kOptionBits) | given->compare >> 16 | given->version >> 8) == 0;
+}
+
 int Told(int status, std::size_t size, const Output& out) {
   if (out.needed != nullptr && (status == kvOk || status == kvBufferShort)) *out.needed = size;
   return status;
 }
 
-int KeyOf(const kvc_key_kind* given, std::uint32_t form, const void* value, std::size_t length,
-          const Output& out) {
+// Apart, so that the usual call saves no registers for it.
+[[gnu::noinline]] int KeyOf(const kvc_key_kind* given, std::uint32_t form, const void* value,
+                            std::size_t length, const Output& out) {
   KvSortKeyKind kind;
   if (const int status = KindOf(given, kind); status != kvOk) return status;
   const Run run{given->type, form, value, length, 1};
-  if (!run.IsPlain()) {
-    if (const int status = run.Check(); status != kvOk) return status;
-  }
+  if (const int status = run.Check(); status != kvOk) return status;
   if (out.buffer == nullptr && out.capacity != 0) return kvBadArgument;
   std::size_t size = 0;
   const int status =
@@ -67,9 +72,17 @@ size_t kvc_key_bound(const kvc_key_kind* kind, size_t bytes, uint32_t count) {
 
 int32_t kvc_key(const kvc_key_kind* kind, uint32_t form, const void* value, size_t length,
                 void* key, size_t capacity, size_t* needed) {
-  const Output out{key, capacity, needed};
-  out.Clear();
-  return KeyOf(kind, form, value, length, out);
+  const bool isPlain = IsPlainKind(kind) && key != nullptr && needed != nullptr;
+  if (!isPlain || !Run{kind->type, form, value, length, 1}.IsPlain()) {
+    const Output out{key, capacity, needed};
+    out.Clear();
+    return KeyOf(kind, form, value, length, out);
+  }
+  const KvSortKeyKind own{static_cast<char>(kind->type), static_cast<unsigned char>(kind->options),
+                          static_cast<unsigned short>(kind->compare),
+                          static_cast<unsigned char>(kind->version)};
+  return KvSortKey(own, value, Length(length), static_cast<unsigned char>(form), key, capacity,
+                   *needed);
 }
 
 int32_t kvc_key_run(const kvc_key_kind* kind, uint32_t form, const void* values, size_t length,

@@ -80,18 +80,18 @@ inline bool Run::IsPlainFixed() const {
   if (static_cast<std::uint32_t>(type) >= kTypeCount || form > KVC_MEMORY) return false;
   const TypeFacts& facts = kFacts[type];
   const std::uint64_t size = std::uint64_t{facts.widths[form]} * count;
-  const bool isAligned = (reinterpret_cast<std::uintptr_t>(values) & facts.unaligned[form]) == 0;
-  return size != 0 && size <= length && values != nullptr && isAligned;
+  if (size == 0 || size > length || values == nullptr) return false;
+  return (reinterpret_cast<std::uintptr_t>(values) & facts.unaligned[form]) == 0;
 }
 
 // The same of two runs of one type, form and count.
 inline bool ArePlain(const Run& run1, const Run& run2) {
-  if (run1.PlainStringSize() != 0) return run2.PlainStringSize() != 0;
+  if (run1.type == KvSTRING_T) return run1.PlainStringSize() != 0 && run2.PlainStringSize() != 0;
   const Run shorter{run1.type, run1.form, run1.values, std::min(run1.length, run2.length),
                     run1.count};
+  if (!shorter.IsPlainFixed() || run2.values == nullptr) return false;
   const auto address2 = reinterpret_cast<std::uintptr_t>(run2.values);
-  return shorter.IsPlainFixed() && run2.values != nullptr &&
-         (address2 & kFacts[run2.type].unaligned[run2.form]) == 0;
+  return (address2 & kFacts[run2.type].unaligned[run2.form]) == 0;
 }
 
 // The size of one string, 0 where it takes more than a look: a block as kvstorage.h draws it, with

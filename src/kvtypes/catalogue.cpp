@@ -151,9 +151,13 @@ constexpr std::array<KvTypeDescriptor*, kOldRowCount> PointAtOldRows() {
 
 }  // namespace
 
-KvCompareFunc OwnCompare(int row) {
-  return kEntries[row].slots.compare;
-}
+constinit const std::array<KvCompareFunc, kRowCount> ownCompare = [] {
+  std::array<KvCompareFunc, kRowCount> compares{};
+  for (std::size_t row = 0; row < compares.size(); ++row) {
+    compares[row] = kEntries[row].slots.compare;
+  }
+  return compares;
+}();
 
 KvScanFunc OwnScan(int row) {
   return kEntries[row].slots.scan;

@@ -19,8 +19,9 @@ inline constexpr int kOldRowCount = 28;
 extern const std::array<KvTypeDescriptor*, kRowCount> currentCatalogue;
 extern const std::array<KvTypeDescriptor*, kOldRowCount> oldCatalogue;
 
-// The comparer and the scan function that a row had before anybody exchanged them.
-KvCompareFunc OwnCompare(int row);
+// The comparer and the scan function that a row had before anybody exchanged them. The comparers
+// are an array: each single sort key asks for one.
+extern const std::array<KvCompareFunc, kRowCount> ownCompare;
 KvScanFunc OwnScan(int row);
 
 // The row of a type id. Ids below 100 are their own row, also where there is none (47 to 99 and

@@ -31,9 +31,17 @@ bool HasRow(char id) {
   return id >= 0 && (id >= 100 || id < kRowCount);
 }
 
+bool AreOptions(unsigned char options) {
+  return (options & ~kOptions) == 0 && (options & kNullPlaces) != kNullPlaces;
+}
+
+// Nobody exchanged the row's comparer.
+bool HasOwnOrder(unsigned row) {
+  return currentCatalogue[row]->compare == ownCompare[row];
+}
+
 int CheckKind(const KvSortKeyKind& kind) {
-  if (!HasRow(kind.type) || kind.version != kvSortKeyVersion || (kind.options & ~kOptions) != 0 ||
-      (kind.options & kNullPlaces) == kNullPlaces) {
+  if (!HasRow(kind.type) || kind.version != kvSortKeyVersion || !AreOptions(kind.options)) {
     return kvBadArgument;
   }
   const int row = RowOf(kind.type);
@@ -42,8 +50,16 @@ int CheckKind(const KvSortKeyKind& kind) {
     if ((kind.cmpOp & kvCompareExact) == 0) return kvBadArgument;
     if ((kind.cmpOp & kvCompareKeyOrder) != 0) return kvNotSupported;
   }
-  return currentCatalogue[static_cast<unsigned>(row)]->compare == OwnCompare(row) ? kvOk
-                                                                                  : kvNotSupported;
+  return HasOwnOrder(static_cast<unsigned>(row)) ? kvOk : kvNotSupported;
+}
+
+// Where one key of a kind is made; null where nothing tells so at a glance. Other compare bits than
+// those of texts are not looked at.
+const OneKey* OneKeyOf(const KvSortKeyKind& kind) {
+  const auto row = static_cast<unsigned char>(kind.type);
+  const bool isSound = row < sortKeyRows.size() && kind.version == kvSortKeyVersion &&
+                       AreOptions(kind.options) && HasOwnOrder(row);
+  return isSound ? &sortKeyRows[row]->one : nullptr;
 }
 
 std::size_t Saturated(o_u8b size) {
@@ -51,7 +67,8 @@ std::size_t Saturated(o_u8b size) {
   return size < kLargest ? static_cast<std::size_t>(size) : kLargest;
 }
 
-void Complement(unsigned char* bytes, std::size_t size) {
+// A call of its own: keys are ascending as a rule, and one key is made without a loop.
+[[gnu::noinline]] void Complement(unsigned char* bytes, std::size_t size) {
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
 }
 
@@ -96,7 +113,15 @@ std::size_t KvSortKeyBound(const KvSortKeyKind& kind, std::size_t bytes, unsigne
 
 int KvSortKey(const KvSortKeyKind& kind, const void* value, unsigned length, unsigned char format,
               void* key, std::size_t capacity, std::size_t& size) {
-  return KvSortKeyRun(kind, value, length, format, 1, key, capacity, nullptr, size);
+  // A lookup makes one key: what a run is asked takes longer than the key of a number.
+  const kv::OneKey* const one = kv::OneKeyOf(kind);
+  if (one == nullptr || !one->Takes(length, kv::Format{format}, capacity)) {
+    return KvSortKeyRun(kind, value, length, format, 1, key, capacity, nullptr, size);
+  }
+  size = one->write(static_cast<const unsigned char*>(value), kv::Format{format},
+                    kv::NullsHigh(kind), static_cast<unsigned char*>(key));
+  if (kv::IsDescending(kind)) kv::Complement(static_cast<unsigned char*>(key), size);
+  return kvOk;
 }
 
 int KvSortKeyRun(const KvSortKeyKind& kind, const void* values, unsigned length,

@@ -41,6 +41,23 @@ struct KeyedRun {
   unsigned char NullByte() const { return nullsHigh ? 0xFF : 0x00; }
 };
 
+// How wide the values of a fixed row are, and where one key is made without looking at a run.
+struct OneKey {
+  unsigned memoryWidth = 0;
+  unsigned storedWidth = 0;
+  unsigned largest = 0;  // key
+  // Writes the key of one value into room for the largest. Null for rows of varying width. Result:
+  // the size of the key.
+  std::size_t (*write)(const unsigned char* value, Format form, bool nullsHigh,
+                       unsigned char* key) = nullptr;
+
+  // Whether the value lies in its buffer and the room is enough for any key. `length` 0: trusted.
+  bool Takes(unsigned length, Format form, std::size_t room) const {
+    const unsigned width = form.IsMemory() ? memoryWidth : storedWidth;
+    return write != nullptr && room >= largest && (length == 0 || length >= width);
+  }
+};
+
 // What one row does.
 struct SortKeyHandlers {
   unsigned width;  // of every key, 0 when they differ
@@ -59,6 +76,7 @@ struct SortKeyHandlers {
   // of a run have in common, and what the keys of all that have its base do. Null for other rows.
   std::size_t (*writeBeginning)(const KeyedRun& run, unsigned char* key) = nullptr;
   std::size_t (*writeSameBase)(const KeyedRun& run, unsigned char* key) = nullptr;
+  OneKey one = {};
 };
 
 // Where the keys of a run begin, for a caller who asked.
@@ -203,6 +221,15 @@ struct FixedKeys {
     return key;
   }
 
+  static std::size_t WriteOne(const unsigned char* value, Format form,
+                              [[maybe_unused]] bool nullsHigh, unsigned char* key) {
+    Key::Write(key, Codec::Read(value, form));
+    if constexpr (HasNull<Key>) {
+      if (nullsHigh) MoveNullHigh<Key>(key);
+    }
+    return Key::kWidth;
+  }
+
   // A key that the value read from it does not have is none: floating-point rows leave out what
   // would be other NaNs and the negative zero.
   static int Read(KeySource& source, const KvSortKeyKind&, [[maybe_unused]] bool nullsHigh,
@@ -220,13 +247,21 @@ struct FixedKeys {
     return kvOk;
   }
 
-  static constexpr SortKeyHandlers kHandlers{Key::kWidth, Bound, Check, Measure, Write, Read};
+  static constexpr SortKeyHandlers kHandlers{
+      .width = Key::kWidth,
+      .bound = Bound,
+      .check = Check,
+      .measure = Measure,
+      .write = Write,
+      .read = Read,
+      .one = {sizeof(Value), Codec::kStoredWidth, Key::kWidth, WriteOne}};
 };
 
 // A nullable row: an indicator, 00 (or FF) for null, 01 before the scalar's key.
-template <class Nullable, class Key>
+template <class Key, class Codec>
 struct NullableKeys {
-  static constexpr unsigned kStoredWidth = sizeof(typename Key::Value) + 1;
+  using Nullable = typename Codec::Value;
+  static constexpr unsigned kStoredWidth = Codec::kStoredWidth;
 
   static o_u8b Bound(o_u8b, unsigned count) { return o_u8b{count} * (Key::kWidth + 1); }
   static int Check(const KeyedRun& run, o_u8b&) {
@@ -257,13 +292,25 @@ struct NullableKeys {
                                    unsigned char nullByte, OffsetList& begins) {
     for (unsigned i = 0; i < count; ++i) {
       begins.Add(key);
-      const auto value = ValueAt<Nullable>(values, i);
-      *key++ = value.IsNullValue() ? nullByte : 1;
-      if (value.IsNullValue()) continue;
-      Key::Write(key, value.value);
-      key += Key::kWidth;
+      key = WriteKey(key, ValueAt<Nullable>(values, i), nullByte);
     }
     return key;
+  }
+
+  static unsigned char* WriteKey(unsigned char* key, const Nullable& value,
+                                 unsigned char nullByte) {
+    *key++ = value.IsNullValue() ? nullByte : 1;
+    if (value.IsNullValue()) return key;
+    Key::Write(key, value.value);
+    return key + Key::kWidth;
+  }
+
+  // Formats 9 to 15 are stored forms in memory order here, not those with the indicator behind.
+  static std::size_t WriteOne(const unsigned char* value, Format form, bool nullsHigh,
+                              unsigned char* key) {
+    const Format stored{form.IsReversed() ? kSwapped : kAsInMemory};
+    const Nullable read = Codec::Read(value, form.IsMemory() ? kMemory : stored);
+    return static_cast<std::size_t>(WriteKey(key, read, nullsHigh ? 0xFF : 0x00) - key);
   }
 
   static int Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
@@ -282,7 +329,14 @@ struct NullableKeys {
     return kvOk;
   }
 
-  static constexpr SortKeyHandlers kHandlers{0, Bound, Check, Measure, Write, Read};
+  static constexpr SortKeyHandlers kHandlers{
+      .width = 0,
+      .bound = Bound,
+      .check = Check,
+      .measure = Measure,
+      .write = Write,
+      .read = Read,
+      .one = {sizeof(Nullable), kStoredWidth, Key::kWidth + 1, WriteOne}};
 };
 
 }  // namespace kv

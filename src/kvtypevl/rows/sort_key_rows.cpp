@@ -1,13 +1,12 @@
 // The key codecs of the fixed rows, and the table of all rows' keys. docs/sort-keys.md draws them.
 #include "kvtypevl/rows/sort_key_rows.h"
 
-#include <iterator>
-
 #include "kv.h"
 #include "kvtypevl/rows/blob_keys.h"
 #include "kvtypevl/rows/dates.h"
 #include "kvtypevl/rows/identities.h"
 #include "kvtypevl/rows/istring_keys.h"
+#include "kvtypevl/rows/nullables.h"
 #include "kvtypevl/rows/string_keys.h"
 #include "kvtypevl/rows/values.h"
 
@@ -95,11 +94,13 @@ struct BooleanKey {
 template <class Key, class Codec = typename Key::Members>
 constexpr const SortKeyHandlers* kFixed = &FixedKeys<Key, Codec>::kHandlers;
 
-template <class Nullable, class Key>
-constexpr const SortKeyHandlers* kNullable = &NullableKeys<Nullable, Key>::kHandlers;
+template <class Key, class Codec = typename Key::Members>
+constexpr const SortKeyHandlers* kNullable = &NullableKeys<Key, NullableCodec<Codec>>::kHandlers;
+
+}  // namespace
 
 // clang-format off
-constexpr const SortKeyHandlers* kRows[] = {
+constexpr std::array<const SortKeyHandlers*, KvRES_T> sortKeyRows = {
     /*  0 o_char          */ kFixed<NumberKey<o_char>>,
     /*  1 o_2b            */ kFixed<NumberKey<o_2b>>,
     /*  2 o_4b            */ kFixed<NumberKey<o_4b>>,
@@ -128,32 +129,26 @@ constexpr const SortKeyHandlers* kRows[] = {
     /* 25 d_Interval      */ kFixed<MemberKey<IntervalCodec>>,
     /* 26 KvInt64         */ kFixed<Int64Key, Int64Codec>,
     /* 27 KvBoolean       */ kFixed<BooleanKey>,
-    /* 28 KvNull_char     */ kNullable<KvNull_char, NumberKey<o_char>>,
-    /* 29 KvNull_uchar    */ kNullable<KvNull_uchar, NumberKey<o_u1b>>,
-    /* 30 KvNull_short    */ kNullable<KvNull_short, NumberKey<o_2b>>,
-    /* 31 KvNull_ushort   */ kNullable<KvNull_ushort, NumberKey<o_u2b>>,
-    /* 32 KvNull_int      */ kNullable<KvNull_int, NumberKey<int>>,
-    /* 33 KvNull_unsigned */ kNullable<KvNull_unsigned, NumberKey<unsigned>>,
-    /* 34 KvNull_long     */ kNullable<KvNull_long, NumberKey<o_4b>>,
-    /* 35 KvNull_ulong    */ kNullable<KvNull_ulong, NumberKey<o_u4b>>,
-    /* 36 KvNull_float    */ kNullable<KvNull_float, FloatingKey<o_float>>,
-    /* 37 KvNull_double   */ kNullable<KvNull_double, FloatingKey<o_double>>,
-    /* 38 KvNull_KvInt64  */ kNullable<KvNull_KvInt64, Int64Key>,
+    /* 28 KvNull_char     */ kNullable<NumberKey<o_char>>,
+    /* 29 KvNull_uchar    */ kNullable<NumberKey<o_u1b>>,
+    /* 30 KvNull_short    */ kNullable<NumberKey<o_2b>>,
+    /* 31 KvNull_ushort   */ kNullable<NumberKey<o_u2b>>,
+    /* 32 KvNull_int      */ kNullable<NumberKey<int>>,
+    /* 33 KvNull_unsigned */ kNullable<NumberKey<unsigned>>,
+    /* 34 KvNull_long     */ kNullable<NumberKey<o_4b>>,
+    /* 35 KvNull_ulong    */ kNullable<NumberKey<o_u4b>>,
+    /* 36 KvNull_float    */ kNullable<FloatingKey<o_float>>,
+    /* 37 KvNull_double   */ kNullable<FloatingKey<o_double>>,
+    /* 38 KvNull_KvInt64  */ kNullable<Int64Key, Int64Codec>,
     /* 39 KvSeal          */ kFixed<MemberKey<SealCodec>>,
     /* 40 KvDateTimeN     */ kFixed<NanosecondKey<KvDateTimeN>>,
     /* 41 KvTimeSpan      */ kFixed<NanosecondKey<KvTimeSpan>>,
     /* 42 o_8b            */ kFixed<NumberKey<o_8b>>,
     /* 43 o_u8b           */ kFixed<NumberKey<o_u8b>>,
-    /* 44 KvNull_8b       */ kNullable<KvNull_8b, NumberKey<o_8b>>,
-    /* 45 KvNull_u8b      */ kNullable<KvNull_u8b, NumberKey<o_u8b>>,
+    /* 44 KvNull_8b       */ kNullable<NumberKey<o_8b>>,
+    /* 45 KvNull_u8b      */ kNullable<NumberKey<o_u8b>>,
 };
 // clang-format on
-static_assert(std::size(kRows) == KvRES_T, "every type has a sort key");
-
-}  // namespace
-
-const SortKeyHandlers* SortKeysOf(int row) {
-  return row >= 0 && row < static_cast<int>(std::size(kRows)) ? kRows[row] : nullptr;
-}
+static_assert(sortKeyRows.back() != nullptr, "every type has a sort key");
 
 }  // namespace kv
