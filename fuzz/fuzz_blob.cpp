@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kv.h"
+#include "twins.h"
 
 namespace {
 
@@ -34,8 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const unsigned count = 1 + data[0] % 4;
   const unsigned char format = data[0] & 0x10 ? 2 : 0;
   const std::size_t split = std::min<std::size_t>(data[1], size - 2);
-  const Stored a{{data + 2, data + 2 + split}};
-  const Stored b{{data + 2 + split, data + size}};
+  const Twins runs(data + 2, size - 2, split, (data[0] & 0x80) != 0);
+  const Stored a{runs.first};
+  const Stored b{runs.second};
   if (a.bytes.empty() || b.bytes.empty()) return 0;
 
   const KvTypeMgr& types = *DefaultTypeMgr(nullptr);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kv.h"
+#include "twins.h"
 
 namespace {
 
@@ -117,8 +118,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const std::size_t cut = std::min<std::size_t>(data[4], size - 6);
   data += 6;
   size -= 6;
-  const Block first(data, cut);
-  const Block second(data + cut, size - cut);
+  const Twins runs(data, size, cut, (data[-1] & 1) != 0);
+  const Block first(runs.first.data(), runs.first.size());
+  const Block second(runs.second.data(), runs.second.size());
   TryStored(ask, first);
   TryStored(ask, second);
   TryOrder(ask, first, second);

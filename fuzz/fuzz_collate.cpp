@@ -1,12 +1,13 @@
 // KvStrCmp, HashString and KvString::Find on arbitrary bytes in buffers of exactly their size: the
 // address sanitizer sees any read outside. Comparison must be antisymmetric, the same in both byte
 // orders of 16-bit text, and equal texts must hash equal.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include "kv.h"
+#include "twins.h"
 
 namespace {
 
@@ -17,11 +18,11 @@ void Require(bool holds) {
 // A terminated text on the heap, with no byte to spare.
 class ExactText {
  public:
-  ExactText(unsigned char codeSet, const std::uint8_t* bytes, std::size_t size)
+  ExactText(unsigned char codeSet, const Twins::Bytes& bytes)
       : width_(KvIsWideCodeSet(codeSet) ? 2 : 1),
-        units_(size / width_),
+        units_(bytes.size() / width_),
         bytes_(new char[(units_ + 1) * width_]()) {
-    std::memcpy(bytes_.get(), bytes, units_ * width_);
+    std::copy_n(bytes.begin(), units_ * width_, bytes_.get());
   }
   const char* Get() const { return bytes_.get(); }
 
@@ -92,11 +93,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size < kControls) return 0;
   const auto cmpOp = static_cast<unsigned short>(data[4] | data[5] << 8);
   const auto maxLength = static_cast<short>(data[6] < 200 ? -1 : data[6] - 200);
-  const std::uint8_t* bytes = data + kControls;
   const std::size_t left = size - kControls;
-  const std::size_t first = data[7] % (left + 1);
-  Side a{data[0], data[1], ExactText(data[0], bytes, first)};
-  Side b{data[2], data[3], ExactText(data[2], bytes + first, left - first)};
+  const Twins texts(data + kControls, left, data[7] % (left + 1), (data[8] & 0x80) != 0);
+  Side a{data[0], data[1], ExactText(data[0], texts.first)};
+  Side b{data[2], data[3], ExactText(data[2], texts.second)};
 
   SetWildcards(0);
   CheckOrder(a, b, cmpOp, maxLength);

@@ -1,10 +1,10 @@
 // Letters that contract, against the plain walk: what comparing, hashing and searching say of two
 // texts must follow from the orders that KvStringIterator yields one by one, in both widths and
 // byte orders. Texts lie in buffers of exactly their size, with halves of contractions at their
-// ends.
+// ends; stored ones may be cut short as well.
 //
-// Bytes: language, options, length of the first text, then letters, by number in a short alphabet;
-// 16-bit orders where the options ask for code set 254.
+// Bytes: language; options: 1 for code set 254, 2 for twins, from 4 on how much of the stored texts
+// is cut; length of the first text; then letters, by number in a short alphabet, or 16-bit orders.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "kv.h"
+#include "twins.h"
 
 namespace {
 
@@ -23,11 +24,15 @@ void Require(bool holds) {
 
 using Units = std::vector<unsigned short>;
 
-constexpr unsigned char kLanguages[] = {8, 9, 13, 14, 16, 17};
+// Those with contractions come first.
+constexpr unsigned char kLanguages[] = {8, 9, 13, 14, 16, 17, 1,  2,  3, 4,
+                                        5, 6, 7,  10, 11, 12, 15, 18, 19};
 constexpr unsigned short kLetters[] = {'s', 'z', 'S',   'Z',   'c', 'C', 'h', 'H',
                                        'd', 'D', 0x17E, 0x17D, 'g', 'y', 'Y', 'l',
                                        'L', 'j', 'n',   'N',   't', 'a', 'A', 0xE1};
 constexpr unsigned char kEastLatin = 7;
+constexpr unsigned char kMemoryOrder = 0;
+constexpr unsigned char kReversed = 2;
 
 // A terminated text with no byte to spare, in the byte order of the host or the other one.
 class Form {
@@ -93,7 +98,46 @@ KvString Make(const Units& units, unsigned char codeSet, unsigned char language)
   return string;
 }
 
-void TryLetters(const Units& a, const Units& b, unsigned char language) {
+// A stored text in a block of its very size, or of `cut` bytes less than that.
+struct Stored {
+  Stored(const KvString& text, unsigned char format, unsigned cut) {
+    const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+    std::vector<unsigned char> whole(text.GetBufferSize() + 8u);
+    size = types.Store(KvSTRING_T, whole.data(), &text, format, 1);
+    size -= std::min(cut, size);
+    bytes = std::make_unique<unsigned char[]>(size);
+    std::copy_n(whole.begin(), size, bytes.get());
+  }
+  unsigned size;
+  std::unique_ptr<unsigned char[]> bytes;
+};
+
+// What is cut has no order that was promised, but the same one from both sides.
+void TryStored(const Units& a, const Units& b, unsigned char language, unsigned cut, int expected) {
+  constexpr unsigned short strict = 0x10;
+  const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+  for (const unsigned char codeSet : {kEastLatin, kvCodeSetUnicode}) {
+    const KvString textA = Make(a, codeSet, language);
+    const KvString textB = Make(b, codeSet, language);
+    for (const unsigned char format : {kMemoryOrder, kReversed}) {
+      for (const auto& [cutA, cutB] : {std::pair(0u, 0u), std::pair(cut, 0u), std::pair(0u, cut)}) {
+        const Stored left(textA, format, cutA);
+        const Stored right(textB, format, cutB);
+        if (left.size == 0 || right.size == 0) continue;
+        int status = 0;
+        int back = 0;
+        const int order = SignOf(types.Cmp(KvSTRING_T, left.size, left.bytes.get(), right.size,
+                                           right.bytes.get(), strict, 1, format, status));
+        const int reverse = SignOf(types.Cmp(KvSTRING_T, right.size, right.bytes.get(), left.size,
+                                             left.bytes.get(), strict, 1, format, back));
+        if (status == kvOk && back == kvOk) Require(order == -reverse);
+        if (cutA + cutB == 0 && expected != 0) Require(order == expected);
+      }
+    }
+  }
+}
+
+void TryLetters(const Units& a, const Units& b, unsigned char language, unsigned cut) {
   const Units ordersA = OrdersOf(Form(a, 253, false), language);
   const int expected = CompareOrders(ordersA, OrdersOf(Form(b, 253, false), language));
   const unsigned hash = HashString(253, language, Form(a, 253, false).bytes_.get(), -1, 1);
@@ -108,6 +152,7 @@ void TryLetters(const Units& a, const Units& b, unsigned char language) {
       Require(HashString(codeSet, language, formA.bytes_.get(), -1, formA.byteOrder_) == hash);
     }
   }
+  TryStored(a, b, language, cut, expected);
 }
 
 void TrySearch(const Units& text, const Units& pattern, unsigned char language) {
@@ -133,29 +178,34 @@ void TryOrders(const Units& a, const Units& b, unsigned char language) {
   Require(order != 0 || sameHash);
 }
 
+// Letters by number, or orders.
+Units UnitsOf(const Twins::Bytes& bytes, bool asOrders) {
+  Units units;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (!asOrders) {
+      units.push_back(kLetters[bytes[i] % std::size(kLetters)]);
+    } else if (i + 1 < bytes.size() && (bytes[i] | bytes[i + 1]) != 0) {
+      units.push_back(static_cast<unsigned short>(bytes[i] | bytes[i + 1] << 8));
+      ++i;
+    }
+  }
+  return units;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 3 || size > 400) return 0;
   const unsigned char language = kLanguages[data[0] % std::size(kLanguages)];
   const bool asOrders = (data[1] & 1) != 0;
-  Units units;
-  for (std::size_t i = 3; i < size; ++i) {
-    if (!asOrders) {
-      units.push_back(kLetters[data[i] % std::size(kLetters)]);
-    } else if (i + 1 < size && (data[i] | data[i + 1]) != 0) {
-      units.push_back(static_cast<unsigned short>(data[i] | data[i + 1] << 8));
-      ++i;
-    }
-  }
-  const auto middle = units.begin() + static_cast<std::ptrdiff_t>(data[2] % (units.size() + 1));
-  const Units a(units.begin(), middle);
-  const Units b(middle, units.end());
+  const Twins texts(data + 3, size - 3, data[2] % (size - 2), (data[1] & 2) != 0);
+  const Units a = UnitsOf(texts.first, asOrders);
+  const Units b = UnitsOf(texts.second, asOrders);
   if (asOrders) {
     TryOrders(a, b, language);
     return 0;
   }
-  TryLetters(a, b, language);
+  TryLetters(a, b, language, data[1] / 4u);
   TrySearch(a, b, language);
   return 0;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kv.h"
+#include "twins.h"
 
 namespace {
 
@@ -86,10 +87,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       static_cast<unsigned short>(kvCompareExact | (data[2] & 0x07) << 5 | (data[2] & 0x08) << 6);
   if (KvSortKeyCheck(kind) != kvOk) return 0;
   const Bytes rest(data + 3, data + size);
-  const auto half = static_cast<std::ptrdiff_t>(rest.size() / 2);
+  const bool alike = (data[2] & 0x40) != 0;
+  const std::size_t changes = std::min<std::size_t>(rest.size(), 3);
+  const Twins values(rest.data(), rest.size(), rest.size() - (alike ? changes : rest.size() / 2),
+                     alike);
   const unsigned char format = (data[2] & 0x80) != 0 ? 2 : 0;
   ReadKey(kind, rest);
-  CompareKeys(kind, Bytes(rest.begin(), rest.begin() + half),
-              Bytes(rest.begin() + half, rest.end()), format);
+  CompareKeys(kind, values.first, values.second, format);
   return 0;
 }

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "kv.h"
+#include "twins.h"
 
 namespace {
 
@@ -34,9 +35,10 @@ struct Run {
   KvMeasured measured;  // of no values when the bytes are no run
 };
 
-Run MakeRun(const Row& row, const unsigned char* data, std::size_t size, unsigned char format) {
+Run MakeRun(const Row& row, const Twins::Bytes& bytes, unsigned char format) {
+  const std::size_t size = bytes.size();
   Run run{std::make_unique<unsigned char[]>(size), static_cast<unsigned>(size), {}};
-  std::copy_n(data, size, run.bytes.get());
+  std::copy_n(bytes.data(), size, run.bytes.get());
   const KvTypeMgr types(row.factory);
   run.measured = KvMeasureStored(types, row.id, run.bytes.get(), size, format, 0);
   if (run.measured.status != kvOk) run.measured = {};
@@ -116,11 +118,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const unsigned count = data[1] / 2 % 4 + 1;
   const auto operation = static_cast<unsigned short>(data[2] * 8);
   const KvTypeMgr types(row.factory);
-  data += 4;
-  size -= 4;
-  const std::size_t first = std::min<std::size_t>(data[-1], size);
-  const Run a = MakeRun(row, data, first, format);
-  const Run b = MakeRun(row, data + first, size - first, format);
+  const std::size_t first = std::min<std::size_t>(data[3], size - 4);
+  const Twins runs(data + 4, size - 4, first, (data[1] & 8) != 0);
+  const Run a = MakeRun(row, runs.first, format);
+  const Run b = MakeRun(row, runs.second, format);
   if (a.size != 0 && b.size != 0) CheckWalk(types, row.id, a, b, format, operation, count);
   if (a.measured.count != 0 && b.measured.count != 0) CheckLoaded(types, row.id, a, b, format);
   return 0;

@@ -9,6 +9,7 @@
 #include "kvstorage.h"
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "twins.h"
 
 namespace {
 
@@ -18,9 +19,7 @@ void Require(bool holds) {
 
 // A copy that ends where the allocation does.
 struct Exact {
-  Exact(const unsigned char* data, std::size_t size) : bytes(data, data + size) {
-    bytes.shrink_to_fit();
-  }
+  explicit Exact(const std::vector<unsigned char>& text) : bytes(text.begin(), text.end()) {}
   std::vector<unsigned char> bytes;
   unsigned Length() const { return static_cast<unsigned>(bytes.size()); }
 };
@@ -50,8 +49,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const unsigned count = 1 + data[1] % 4;
   const auto operation = static_cast<unsigned short>(data[2] << 4);
   const std::size_t half = 3 + data[0] % (size - 2);
-  Exact left(data + 3, half - 3);
-  Exact right(data + half, size - half);
+  const Twins runs(data + 3, size - 3, half - 3, (data[1] & 0x80) != 0);
+  Exact left(runs.first);
+  Exact right(runs.second);
   KvTypeMgr* types = DefaultTypeMgr(nullptr);
   int status = 0;
   if (left.Length() != 0 && right.Length() != 0) {

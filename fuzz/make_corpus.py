@@ -63,6 +63,10 @@ QUERIES = ["id = 1", "id >= 255 and id < 65536", "name = 'it''s'", "name like 'A
            "mark = {NULL}", "mark > 0 and size <= 2.5", "size = nan", "size > -Infinity AND size < 1e301",
            "day >= 1999-12-31 and mark = 0 and name <= z", "name = Ann\u00e4", "id = 1 and",
            "id like '1'", "nobody = 1", "name = 'open", "name like ''", "mark<=5 and mark>=5"]
+# What a language sorts as one letter.
+RUNS = {8: "aa", 9: "aA", 13: "ch", 14: "ggyszdzs", 16: "chd\u017e", 17: "ljd\u017enj"}
+LANGUAGES = range(1, 20)
+EAST_LATIN, UNICODE = 7, 253
 HEX_NOISE = ["", "0", "0x", "0100 0000", "zz", "FFFFFFFF", "04 00 00 00 ff ff ff ff"]
 
 
@@ -107,6 +111,35 @@ def units(code_set, text):
     return text.encode("utf-16-le") if code_set == 253 else text.encode("latin-1", "replace")
 
 
+def stored_string(code_set, language, text, form):
+    """The stored block of one text, up to the marker at its end."""
+    encoded = text.encode("iso8859-2" if code_set == EAST_LATIN else ("utf-16-le", "utf-16-be")[form])
+    block = bytes([code_set, language]) + encoded + b"\x00\xff"
+    return struct.pack("<>"[form] + "H", len(block)) + block
+
+
+def less(bytes_of, of_first=False):
+    """What makes twins: that much less at the end of one of them, and no other difference."""
+    return bytes([2 * bytes_of + of_first])
+
+
+def runs():
+    """(number, language, a text, how much of it is cut): within what sorts as one, where there is."""
+    cases = [(language, RUNS[language], cut) for language in RUNS for cut in (1, 2, 3, 5)]
+    cases += [(language, "chllaa", 3) for language in LANGUAGES if language not in RUNS]
+    for i, (language, run, cut) in enumerate(cases):
+        yield i, language, "x" * (i % 2) + run * (6 // len(run) + 1), cut
+
+
+def stored_twins():
+    """(form, stored text, what makes its twin)."""
+    for i, language, text, cut in runs():
+        form, code_set = i % 2, (EAST_LATIN, UNICODE)[i // 2 % 2]
+        # The end and its marker are two bytes.
+        size = 2 + (2 if code_set == UNICODE else 1) * cut
+        yield form, stored_string(code_set, language, text, form), less(size, i % 3 == 0)
+
+
 # --- One function a target: its inputs ------------------------------------------------------------
 
 
@@ -116,6 +149,7 @@ def fuzz_blob(golden, _):
             yield bytes([bit, len(a)]) + a + b
         run = golden[BLOB].run[form]
         yield bytes([2 | bit, len(run)]) + run + run
+        yield bytes([0x80 | 2 | bit, len(run)]) + run + less(1 + bit // 8)
 
 
 def fuzz_checked(golden, old):
@@ -133,6 +167,8 @@ def fuzz_checked(golden, old):
     for i, id in enumerate(SCALAR_ROWS):
         text = (FLOAT_TEXTS if id in (3, 4) else INTEGER_TEXTS)[i % 9][1]
         yield bytes([1, id, 0, 1, len(text), 0]) + text
+    for form, text, change in list(stored_twins())[::3]:
+        yield bytes([1, STRING, 2 * form, 1, len(text), 1]) + text + change
 
 
 def fuzz_collate(_golden, _old):
@@ -146,6 +182,10 @@ def fuzz_collate(_golden, _old):
     for left, right in ((1, 253), (253, 0), (254, 254), (240, 1)):
         a, b = units(left, "Zebra"), units(right, "zebra")
         yield bytes([left, 1, right, 2, 0, 0, 0, len(a), 0, 0]) + a + b
+    for i, language, text, cut in list(runs())[::2]:
+        text = stored_string(UNICODE, language, text, 0)[4:-2]
+        head = bytes([UNICODE, language, UNICODE, language, 0, 0, 0, len(text), 0x80, 0])
+        yield head + text + less(2 * cut, i % 3 == 0)
 
 
 def fuzz_contraction(_golden, _old):
@@ -157,6 +197,11 @@ def fuzz_contraction(_golden, _old):
         for language in (i % 6, 3):
             text = [letters.index(each) for each in left + right]
             yield bytes([language, 0, len(left)] + text)
+    numbers_of = [8, 9, 13, 14, 16, 17, 1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 15, 18, 19]
+    for i, language, text, cut in list(runs())[::2]:
+        text = [letters.index(each) for each in text.replace("x", "t")]
+        head = bytes([numbers_of.index(language), 2 | 4 * (2 + cut), len(text)])
+        yield head + bytes(text) + less(cut % 2, i % 3 == 0)
     for orders in ((0x4010, 0x4411), (0x8000, 0x8003), (13, 0x3F01), (0x7FFF, 0x407F)):
         yield bytes([3, 1, 1]) + struct.pack("<2H", *orders)
 
@@ -238,6 +283,9 @@ def fuzz_sortkey(golden, _):
             path = next((GOLDEN / "keys").glob(f"{id:02}_*.txt"))
             for key in sort_keys(path)[1:4]:
                 yield bytes([id, 0, 0]) + key
+    for form, text, _ in list(stored_twins())[::3]:
+        # Three bytes of changes: none cut, one place.
+        yield bytes([STRING, form, 0x40 | 0x80 * form]) + text + bytes([0, len(text) - 4, ord("z")])
 
 
 def fuzz_stored_walk(golden, old):
@@ -248,6 +296,11 @@ def fuzz_stored_walk(golden, old):
                 yield bytes([row, form, 2, len(a)]) + a + b
             run = file.run[form]
             yield bytes([row, form | 2 * 2, 2, len(run)]) + run + run
+            yield bytes([row, form | 8, 2, len(run)]) + run + less(4, form == 0)
+    for form, text, change in stored_twins():
+        yield bytes([0, form | 8, 2, len(text)]) + text + change
+    text = b"old " * 9 + b"\0"
+    yield bytes([1, 8, 2, len(text) + 2]) + numbers(len(text)) + text + less(3, True)
 
 
 def fuzz_string_edit(_golden, _old):
@@ -272,6 +325,11 @@ def fuzz_string_stored(golden, _):
             code = next((n for n in range(256) if n % 3 == 2 * form and n % (size - 2) == len(a)), None)
             if code is not None:
                 yield bytes([code, 0, 1]) + a + b
+    for form, text, change in stored_twins():
+        size = 3 + len(text) + len(change)
+        code = next((n for n in range(256) if n % 3 == 2 * form and n % (size - 2) == len(text)), None)
+        if code is not None:
+            yield bytes([code, 0x80, 1]) + text + change
 
 
 def fuzz_utf8(_golden, _old):
