@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "key_order.h"
 #include "kv.h"
 #include "pair.h"
 #ifdef KV_BENCH_ICU
@@ -89,13 +90,7 @@ auto IcuKeys(std::shared_ptr<std::vector<std::u16string>> words) {
 }
 #endif
 
-// An index of words, as kvtm sort has one.
-std::vector<unsigned> Indexes(std::size_t count) {
-  std::vector<unsigned> indexes(count);
-  std::iota(indexes.begin(), indexes.end(), 0U);
-  return indexes;
-}
-
+// As kvtm sort does it.
 auto SortByKeys(std::shared_ptr<std::vector<KvString>> words) {
   return [words] {
     const auto count = static_cast<unsigned>(words->size());
@@ -106,18 +101,15 @@ auto SortByKeys(std::shared_ptr<std::vector<KvString>> words) {
     std::size_t size;
     KvSortKeyRun({.type = KvSTRING_T}, words->data(), 0, 8, count, keys.data(), keys.size(),
                  offsets.data(), size);
-    std::vector<unsigned> indexes = Indexes(count);
-    std::sort(indexes.begin(), indexes.end(), [&](unsigned a, unsigned b) {
-      const std::size_t length = std::min(offsets[a + 1] - offsets[a], offsets[b + 1] - offsets[b]);
-      return std::memcmp(&keys[offsets[a]], &keys[offsets[b]], length) < 0;
-    });
-    benchmark::DoNotOptimize(indexes.data());
+    const std::vector<unsigned> order = OrderOfKeys(keys.data(), offsets);
+    benchmark::DoNotOptimize(order.data());
   };
 }
 
 auto SortByComparing(std::shared_ptr<std::vector<KvString>> words) {
   return [words] {
-    std::vector<unsigned> indexes = Indexes(words->size());
+    std::vector<unsigned> indexes(words->size());
+    std::iota(indexes.begin(), indexes.end(), 0U);
     const KvCompareFunc compare = DefaultTypeMgr(nullptr)->CmpFuncPtrGet(KvSTRING_T);
     std::sort(indexes.begin(), indexes.end(), [&](unsigned a, unsigned b) {
       int status;

@@ -13,6 +13,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "input.h"
+#include "key_order.h"
 
 namespace {
 
@@ -201,63 +202,55 @@ class ValueOrder {
   KvCompareFunc compare_;
 };
 
-// The order of values by their sort keys.
-class KeyOrder {
+// The sort keys of values, one behind the other.
+class KeyList {
  public:
-  // Of the values at `indexes`. Has() is false when one of them has no key.
-  KeyOrder(const ValueRun& run, unsigned short operation, const std::vector<unsigned>& indexes) {
-    const KvSortKeyKind kind{.type = run.Id(), .cmpOp = operation};
-    if (KvSortKeyCheck(kind) != kvOk) return;
-    offsets_.resize(run.Count() + std::size_t{1});
-    for (const unsigned index : indexes) {
-      if (!Add(kind, run.At(index), index)) return;
+  // False when the value has no key.
+  bool Add(const KvSortKeyKind& kind, const void* value) {
+    const std::size_t begin = offsets_.back();
+    for (std::size_t room = 64;; room *= 2) {
+      if (keys_.size() < begin + room) keys_.resize(2 * begin + room);
+      std::size_t size = 0;
+      const int status =
+          KvSortKey(kind, value, 0, kMemoryForm, &keys_[begin], keys_.size() - begin, size);
+      if (status == kvOk) {
+        offsets_.push_back(begin + size);
+        return true;
+      }
+      if (status != kvBufferShort) return false;
+      room = std::max(room, size);
     }
-    has_ = true;
   }
 
-  bool Has() const { return has_; }
-
-  int operator()(unsigned left, unsigned right) const {
-    const std::string_view a = KeyOf(left);
-    const std::string_view b = KeyOf(right);
-    // No key is the beginning of another one.
-    return std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+  std::vector<unsigned> Order(bool reverse) const {
+    return OrderOfKeys(keys_.data(), offsets_, reverse);
   }
 
  private:
-  struct Place {
-    std::size_t begin = 0;
-    std::size_t size = 0;
-  };
-
-  bool Add(const KvSortKeyKind& kind, const void* value, unsigned index) {
-    const std::size_t begin = keys_.size();
-    std::size_t room = 64;
-    for (;;) {
-      keys_.resize(begin + room);
-      std::size_t size = 0;
-      const int status = KvSortKey(kind, value, 0, kMemoryForm, &keys_[begin], room, size);
-      if (status != kvOk && status != kvBufferShort) return false;
-      offsets_[index] = {begin, size};
-      if (status == kvOk) break;
-      room = size;
-    }
-    keys_.resize(begin + offsets_[index].size);
-    return true;
-  }
-
-  std::string_view KeyOf(unsigned index) const {
-    return {&keys_[offsets_[index].begin], offsets_[index].size};
-  }
-
-  std::string keys_;
-  std::vector<Place> offsets_;
-  bool has_ = false;
+  std::vector<unsigned char> keys_;
+  std::vector<std::size_t> offsets_{0};
 };
 
-template <class Order>
-void SortIndexes(std::vector<unsigned>& indexes, const Order& order, bool reverse,
-                 Progress& progress) {
+// Sorts the indexes of values by their sort keys. False when the type, the operation or one of the
+// values has none; the indexes are then as they were.
+bool SortByKeys(std::vector<unsigned>& indexes, const ValueRun& run, unsigned short operation,
+                bool reverse, Progress& progress) {
+  const KvSortKeyKind kind{.type = run.Id(), .cmpOp = operation};
+  if (KvSortKeyCheck(kind) != kvOk) return false;
+  progress.Begin("sorting", indexes.size(), kLinesWorthProgress * 10);
+  KeyList keys;
+  for (std::size_t i = 0; i < indexes.size(); ++i) {
+    if (!keys.Add(kind, run.At(indexes[i]))) return false;
+    if (i % kProgressEvery == 0) progress.Advance(kProgressEvery);
+  }
+  std::vector<unsigned> sorted = keys.Order(reverse);
+  for (unsigned& place : sorted) place = indexes[place];
+  indexes = std::move(sorted);
+  return true;
+}
+
+void SortByComparing(std::vector<unsigned>& indexes, const ValueOrder& order, bool reverse,
+                     Progress& progress) {
   const double count = static_cast<double>(indexes.size());
   const double comparisons = count < 2 ? 0 : count * std::log2(count);
   progress.Begin("sorting", static_cast<unsigned long long>(comparisons), kLinesWorthProgress * 10);
@@ -304,11 +297,8 @@ int RunSort(const Arguments& arguments) {
     good = ParseLines(input, run, reader, progress);
     const bool reverse = arguments.Has("reverse");
     // Keys are exact; without 0x10 a comparison may differ in what a null equals.
-    const KeyOrder byKeys(run, operation | kvCompareExact, good);
-    if (byKeys.Has()) {
-      SortIndexes(good, byKeys, reverse, progress);
-    } else {
-      SortIndexes(good, order, reverse, progress);
+    if (!SortByKeys(good, run, operation | kvCompareExact, reverse, progress)) {
+      SortByComparing(good, order, reverse, progress);
     }
   }
   const bool allRead = good.size() == input.lines.size();
