@@ -52,7 +52,7 @@ Keys RandomKeys(unsigned count, std::size_t longest, unsigned letters) {
 TEST_CASE("keys are ordered as texts, and equal ones stay as they came") {
   for (const bool reverse : {false, true}) {
     CAPTURE(reverse);
-    for (const std::size_t longest : {0, 1, 6, 7, 8, 15, 40}) {
+    for (const std::size_t longest : {0U, 1U, 6U, 7U, 8U, 15U, 40U}) {
       CAPTURE(longest);
       for (const unsigned letters : {2U, 200U}) {
         const Keys keys = RandomKeys(3000, longest, letters);
@@ -66,7 +66,7 @@ TEST_CASE("keys are ordered as texts, and equal ones stay as they came") {
 
 TEST_CASE("keys that differ behind a long beginning") {
   for (const bool reverse : {false, true}) {
-    for (const std::size_t alike : {500, 511, 512, 513, 5000}) {
+    for (const std::size_t alike : {500U, 511U, 512U, 513U, 5000U}) {
       CAPTURE(alike);
       Keys keys = RandomKeys(300, 12, 2);
       for (std::string& key : keys) key.insert(0, alike, 'x');
