@@ -7,9 +7,9 @@
 #include <cstring>
 
 #include "kvchecked.h"
-#include "kvchecked/calendar.h"
 #include "kvcollate.h"
 #include "kvdate/parts.h"
+#include "kvdate/real.h"
 #include "kvtypes/catalogue.h"
 #include "kvtypevl/rows/string_runs.h"
 

@@ -6,6 +6,7 @@
 
 #include "kvtypeid.h"
 #include "kvtypemgr.h"
+#include "kvtypevl/operations/row.h"
 
 namespace kv {
 
@@ -19,10 +20,19 @@ inline constexpr int kOldRowCount = 28;
 extern const std::array<KvTypeDescriptor*, kRowCount> currentCatalogue;
 extern const std::array<KvTypeDescriptor*, kOldRowCount> oldCatalogue;
 
-// The comparer and the scan function that a row had before anybody exchanged them. The comparers
-// are an array: each single sort key asks for one.
+// The comparer and the scan function that a row had before anybody exchanged them.
 extern const std::array<KvCompareFunc, kRowCount> ownCompare;
-KvScanFunc OwnScan(int row);
+extern const std::array<KvScanFunc, kRowCount> ownScan;
+
+// What checked scans and sort keys go by.
+extern const std::array<CheckedScanFunc, kIllegalRow> checkedScans;
+extern const std::array<const SortKeyHandlers*, kIllegalRow> sortKeyRows;
+
+// Null for the illegal row, whose values have no bytes to order.
+inline const SortKeyHandlers* SortKeysOf(int row) {
+  return static_cast<unsigned>(row) < sortKeyRows.size() ? sortKeyRows[static_cast<unsigned>(row)]
+                                                         : nullptr;
+}
 
 // The row of a type id. Ids below 100 are their own row, also where there is none (47 to 99 and
 // negative ones: callers ask IsValidType). Ids from 100 on that have no row yet are

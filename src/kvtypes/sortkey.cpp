@@ -6,7 +6,7 @@
 
 #include "kvstring/text_key.h"
 #include "kvtypes/catalogue.h"
-#include "kvtypevl/rows/sort_key_rows.h"
+#include "kvtypevl/operations/sort_key.h"
 
 namespace kv {
 namespace {

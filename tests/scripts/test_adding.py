@@ -18,19 +18,23 @@ NULLS = "src/kvtypevl/operations/count_nulls.h"
 PLACES = {
     "kvcore/inc/kvtypeid.h": "inline constexpr char KvRES_T",
     "kvcore/inc/kvobjid.h": None,
-    "src/kvtypevl/rows/identities.h": "}  // namespace kv",
     "src/kvtypevl/rows/identities.cpp": "template struct RowHandlers<ObjIdRow>",
     "src/kvtypes/catalogue.cpp": '    {46, "illegal"',
-    "src/kvchecked/scan.cpp": "  return table;",
-    "src/kvtypevl/rows/sort_key_rows.cpp": "};\n// clang-format on",
     "src/kvtypevl/operations/row.h": "  static int Step(",
     HANDLERS: "template <class Row>\nint RowHandlers<Row>::Step(",
 }
 
 
+POLICY_NAME = "struct UuidRow;"  # stands at the head of the catalogue
+
+
 def blocks():
+    """The blocks of the page by the file that they stand in; those of one file one behind another."""
     page = (SOURCE / "docs" / "adding.md").read_text(encoding="utf-8")
-    return dict(re.findall(r"^```cpp\n// (\S+)\n(.*?)^```", page, re.S | re.M))
+    found = {}
+    for name, block in re.findall(r"^```cpp\n// (\S+)\n(.*?)^```", page, re.S | re.M):
+        found[name] = found.get(name, "") + block
+    return found
 
 
 class Adding(unittest.TestCase):
@@ -47,6 +51,9 @@ class Adding(unittest.TestCase):
             text = re.sub(r"inline constexpr char KvRES_T.*\n", "", text)
             path.write_text(text + block, encoding="utf-8")
             return
+        if block.startswith(POLICY_NAME):
+            text = text.replace("\nnamespace {", f"{POLICY_NAME}\n\nnamespace {{", 1)
+            block = block.removeprefix(POLICY_NAME + "\n")
         at = len(text) if PLACES[name] is None else text.rindex(PLACES[name])
         text = text[:at] + block + text[at:]
         path.write_text(text.replace('{46, "illegal"', '{47, "illegal"'), encoding="utf-8")
@@ -60,20 +67,21 @@ class Adding(unittest.TestCase):
 
     def test_a_type(self):
         type_blocks = {name: block for name, block in blocks().items() if "/operations/" not in name}
-        missed = {
-            "src/kvtypes/catalogue.cpp": "kEntries",
-            "src/kvchecked/scan.cpp": "every type can be scanned",
-            "src/kvtypevl/rows/sort_key_rows.cpp": "every type has a sort key",
-        }
+        line, family = "src/kvtypes/catalogue.cpp", "src/kvtypevl/rows/identities.cpp"
         for name, block in type_blocks.items():
-            if name not in missed:
+            if name not in (line, family):
                 self.put(name, block)
-        for name, message in missed.items():
-            with self.subTest(missing=name):
-                self.assertIn(message, self.complaint(name))
-                self.put(name, type_blocks[name])
-                self.assertEqual(self.complaint(name), "")
-        self.assertEqual(self.complaint("src/kvtypevl/rows/identities.cpp"), "")
+        self.assertIn("kEntries", self.complaint(line))
+        self.put(line, type_blocks[line])
+        self.assertEqual(self.complaint(line), "")
+        before = (self.folder / family).read_text(encoding="utf-8")
+        for missing in ("Key", "Position", "Print", "Trace"):
+            with self.subTest(missing=missing):
+                self.put(family, re.sub(rf"\b{missing}\(", "Other(", type_blocks[family]))
+                self.assertRegex(self.complaint(family), rf"{missing}.*UuidRow")
+                (self.folder / family).write_text(before, encoding="utf-8")
+        self.put(family, type_blocks[family])
+        self.assertEqual(self.complaint(family), "")
 
     def test_an_operation(self):
         given = blocks()

@@ -6,10 +6,11 @@
 
 #include <type_traits>
 #include <utility>
-#include "kvbase/lifetime.h"
 
+#include "kvbase/lifetime.h"
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "kvtypevl/operations/scan.h"
 
 namespace kv {
 
@@ -28,7 +29,7 @@ void TextToValue(Value& value, KvString& text) {
   if constexpr (requires { Row::FromText(value, text); }) {
     Row::FromText(value, text);
   } else {
-    Row::Scan(&value, text, Row::kFormat, 1);
+    ScanValue<Row>(&value, text, Row::kFormat, 1);
   }
 }
 

@@ -11,8 +11,13 @@
 //   Codec                        the list of the type's members (codec.h)
 //   Key(value)                   32-bit hash key; kKeyIsLinear (true) when it is linear over XOR
 //   Position(value)              place on the number line as a double, and kPositionIsFloating
-//   Print, Scan                  slot functions (22, 23)
+//   Print                        slot function (22)
+//   Trace(value, text, format, trace)   reads one value and notes how that went (scan_trace.h)
 // and may have
+//   Scan                         slot function (23), where it reads otherwise than Trace does
+//   ScanChecked                  a checked scan of its own (scan.h), in place of Trace
+//   SortKey                      key codec (key_codec.h), where a value's sort key is not that of
+//                                its members; or SortKeys, whole functions of its own (sort_key.h)
 //   Store, Load, NullSize, Size, MemFileSize, Compare, Hash, Step, and Evaluate (EvalAndBound)
 //                                slot functions of its own, in place of the generic ones
 //   Order(a, b, cmpOp)           -1, 0, +1 of two values in memory form, where it is not the order
@@ -28,7 +33,21 @@
 
 #include "kvtypemgr.h"
 
+struct KvScanned;
+
 namespace kv {
+
+struct SortKeyHandlers;
+
+// A function behind KvScanChecked, which has seen to the pointers.
+using CheckedScanFunc = KvScanned (*)(void* value, const KvString& text, const char* format);
+
+// The functions of a row as a line of the catalogue brings them: those of the slots, and those that
+// exported functions reach without one. Null where a row has no values.
+struct RowSlots : KvTypeDescriptor {
+  const SortKeyHandlers* sortKeys = nullptr;
+  CheckedScanFunc checkedScan = nullptr;
+};
 
 enum class Nulls : bool { kNo, kYes };
 
@@ -101,9 +120,12 @@ struct RowHandlers {
   static void* DefaultValue(unsigned count, int unused);
   static int Step(void* value, unsigned length, unsigned char format, unsigned char stepOp);
 
+  static const SortKeyHandlers kSortKeys;
+  static KvScanned ScanChecked(void* value, const KvString& text, const char* format);
+
   // A comparer that is exported under a name of its own stands in the slot itself.
-  static constexpr KvTypeDescriptor Slots(Nulls nulls, KvCompareFunc compare = Compare) {
-    KvTypeDescriptor slots = SlotsOf<RowHandlers>();
+  static constexpr RowSlots Slots(Nulls nulls, KvCompareFunc compare = Compare) {
+    RowSlots slots{SlotsOf<RowHandlers>(), &kSortKeys, ScanChecked};
     slots.compare = compare;
     if (nulls == Nulls::kNo) slots.setNull = nullptr;
     return slots;

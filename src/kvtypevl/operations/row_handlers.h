@@ -9,6 +9,8 @@
 #include "kvtypevl/operations/convert.h"
 #include "kvtypevl/operations/hash.h"
 #include "kvtypevl/operations/row.h"
+#include "kvtypevl/operations/scan.h"
+#include "kvtypevl/operations/sort_key.h"
 #include "kvtypevl/operations/step.h"
 #include "kvtypevl/operations/storage.h"
 
@@ -171,7 +173,7 @@ KvString& RowHandlers<Row>::Print(KvString& out, void* values, const char* forma
 
 template <class Row>
 void* RowHandlers<Row>::Scan(void* values, KvString& text, const char* format, unsigned count) {
-  return Row::Scan(values, text, format, count);
+  return ScanValue<Row>(values, text, format, count);
 }
 
 template <class Row>
@@ -197,6 +199,29 @@ int RowHandlers<Row>::Step([[maybe_unused]] void* value, [[maybe_unused]] unsign
     return StepValue<Row>(value, length, format, stepOp);
   } else {
     return kvNotSupported;
+  }
+}
+
+template <class Row>
+constexpr SortKeyHandlers SortKeysOfPolicy() {
+  if constexpr (requires { typename Row::SortKeys; }) {
+    return Row::SortKeys::kHandlers;
+  } else if constexpr (requires { typename Row::SortKey; }) {
+    return FixedKeys<typename Row::SortKey, typename Row::Codec>::kHandlers;
+  } else {
+    return FixedKeys<MemberKey<typename Row::Codec>, typename Row::Codec>::kHandlers;
+  }
+}
+
+template <class Row>
+constinit const SortKeyHandlers RowHandlers<Row>::kSortKeys = SortKeysOfPolicy<Row>();
+
+template <class Row>
+KvScanned RowHandlers<Row>::ScanChecked(void* value, const KvString& text, const char* format) {
+  if constexpr (requires { Row::ScanChecked(value, text, format); }) {
+    return Row::ScanChecked(value, text, format);
+  } else {
+    return kv::ScanChecked<Row>(value, text, format);
   }
 }
 

@@ -141,6 +141,13 @@ concept HasNull = requires {
   Key::kNullWidth;
 };
 
+// The key of a value whose null is the one with `place` in its first `width` bytes.
+template <class Key, o_u8b place = 0, unsigned width = Key::kWidth>
+struct NullInside : Key {
+  static constexpr unsigned kNullWidth = width;
+  static constexpr o_u8b kNullPlace = place;
+};
+
 // ---------------------------------------------------------------------------------------------
 
 // Calls `walk(values, count)` with the run in memory form, block by block where it is stored.

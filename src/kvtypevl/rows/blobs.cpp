@@ -14,6 +14,7 @@
 #include "kvtext/format_pieces.h"
 #include "kvtext/number_text.h"
 #include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/blob_keys.h"
 
 namespace kv {
 namespace {
@@ -150,6 +151,7 @@ struct BlobRow {
   struct Codec {
     using Value = KvBlob;
   };
+  using SortKeys = BlobKeys;
 
   // Bytes written; 0 when the run is too long for its 4-byte total.
   static unsigned Store(void* destination, const void* source, unsigned char format,
@@ -177,6 +179,7 @@ struct BlobRow {
 
   static constexpr KvPrintFunc Print = PrintBlob;
   static constexpr KvScanFunc Scan = ScanBlob;
+  static KvScanned ScanChecked(void* value, const KvString& text, const char* format);
   // For conversion: the bytes in hex.
   static void ToText(KvString& text, const KvBlob& blob) {
     PrintBlob(text, const_cast<KvBlob*>(&blob), "%X", 1);
@@ -288,6 +291,12 @@ int BlobRow::Step(void* value, unsigned /*length*/, unsigned char format, unsign
   if (stepOp != static_cast<unsigned char>(StepOp::kSmallest)) return kvNotSupported;
   static_cast<KvBlob*>(value)->SetTo(nullptr, 0);
   return kvOk;
+}
+
+KvScanned BlobRow::ScanChecked(void* value, const KvString& text, const char* /*format*/) {
+  ScanTrace trace;
+  if (!TraceBlob(*static_cast<KvBlob*>(value), text, trace)) return {kvNoMemory, 0};
+  return Outcome(trace, text);
 }
 
 template struct RowHandlers<BlobRow>;

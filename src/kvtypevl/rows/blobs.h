@@ -59,10 +59,4 @@ class StoredBlobs {
 // Bytes that storing a run of blobs in memory takes.
 o_u8b StoredBlobsSize(const KvBlob* blobs, unsigned count);
 
-struct BlobRow;
-
-constexpr KvTypeDescriptor BlobSlots() {
-  return RowHandlers<BlobRow>::Slots(Nulls::kYes, BlobCompare);
-}
-
 }  // namespace kv

@@ -22,6 +22,7 @@
 
 #include "kvdate/odmg.h"
 #include "kvdate/parts.h"
+#include "kvdate/real.h"
 #include "kvtypevl/operations/row_handlers.h"
 
 namespace kv {
@@ -68,6 +69,15 @@ int OrderStoredDateTimes(const T& a, const T& b, unsigned short cmpOp) {
 
 constexpr double kSecondsOfDay = 86400;
 
+template <class T>
+bool IsRealOrNull(const T& value) {
+  if constexpr (requires { value.IsNullValue(); }) {
+    if (value.IsNullValue()) return true;
+  }
+  if constexpr (requires { IsReal(value); }) return IsReal(value);
+  return true;
+}
+
 // Text and conversions of a row, all of them through the class's own.
 template <class T>
 struct DateTimeTextRow {
@@ -79,6 +89,11 @@ struct DateTimeTextRow {
   static void* Scan(void* values, KvString& text, const char* format, unsigned) {
     if (values != nullptr) ScanDateTimeText(*static_cast<T*>(values), text, format);
     return values;
+  }
+  // What a calendar or a clock does not have is read, and told.
+  static void Trace(T& value, const KvString& text, const char* format, ScanTrace& trace) {
+    ScanDateTimeText(value, text, format, &trace);
+    if (trace.complete && !IsRealOrNull(value)) trace.outOfRange = true;
   }
   // A text from which nothing can be read is the zero value.
   static void FromText(T& value, const KvString& text) {
@@ -193,8 +208,34 @@ int StepSecond(Date& date, Time& time, const Time& firstOfDay) {
 // ---------------------------------------------------------------------------------------------
 // Rows.
 
+// The members in stored order
+using DateCodec = Codec<KvDate, At<&KvDate::year>, At<&KvDate::month>, At<&KvDate::day>>;
+using TimeCodec = Codec<KvTime, At<&KvTime::hour>, At<&KvTime::minute>, At<&KvTime::second>>;
+
+// The types that have a date and a time.
+template <class T, class... More>
+using DateAndTimeCodec =
+    Codec<T, At<&T::date, &KvDate::year>, At<&T::date, &KvDate::month>, At<&T::date, &KvDate::day>,
+          At<&T::time, &KvTime::hour>, At<&T::time, &KvTime::minute>, At<&T::time, &KvTime::second>,
+          More...>;
+using DateTimeCodec = DateAndTimeCodec<KvDateTime>;
+template <class T>
+using NanosecondCodec = DateAndTimeCodec<T, At<&T::nanosecond>>;
+
+using OdmgDateCodec = Codec<d_Date, At<&d_Date::year>, At<&d_Date::month>, At<&d_Date::day>>;
+using OdmgTimeCodec = Codec<d_Time, At<&d_Time::tzHour>, At<&d_Time::tzMinute>, At<&d_Time::hour>,
+                            At<&d_Time::minute>, At<&d_Time::second>, At<&d_Time::hundredth>>;
+using OdmgTimestampCodec =
+    Codec<d_Timestamp, At<&d_Timestamp::date, &d_Date::year>,
+          At<&d_Timestamp::date, &d_Date::month>, At<&d_Timestamp::date, &d_Date::day>,
+          At<&d_Timestamp::time, &d_Time::tzHour>, At<&d_Timestamp::time, &d_Time::tzMinute>,
+          At<&d_Timestamp::time, &d_Time::hour>, At<&d_Timestamp::time, &d_Time::minute>,
+          At<&d_Timestamp::time, &d_Time::second>, At<&d_Timestamp::time, &d_Time::hundredth>>;
+using IntervalCodec = Codec<d_Interval, At<&d_Interval::seconds>>;
+
 struct DateRow : KvDateTimeTextRow<KvDate> {
   using Codec = DateCodec;
+  using SortKey = NullInside<MemberKey<Codec>>;
   static int Order(const KvDate& a, const KvDate& b, unsigned short cmpOp) {
     return ThreeWay(a.Compare(b, cmpOp), 0);
   }
@@ -209,6 +250,7 @@ struct DateRow : KvDateTimeTextRow<KvDate> {
 
 struct TimeRow : KvDateTimeTextRow<KvTime> {
   using Codec = TimeCodec;
+  using SortKey = NullInside<MemberKey<Codec>>;
   static int Order(const KvTime& a, const KvTime& b, unsigned short cmpOp) {
     return ThreeWay(a.Compare(b, cmpOp), 0);
   }
@@ -223,6 +265,7 @@ struct TimeRow : KvDateTimeTextRow<KvTime> {
 
 struct DateTimeRow : KvDateTimeTextRow<KvDateTime> {
   using Codec = DateTimeCodec;
+  using SortKey = NullInside<MemberKey<Codec>>;
   static int Order(const KvDateTime& a, const KvDateTime& b, unsigned short cmpOp) {
     return ThreeWay(a.Compare(b, cmpOp), 0);
   }
@@ -245,6 +288,8 @@ struct DateTimeRow : KvDateTimeTextRow<KvDateTime> {
 template <class T>
 struct NanosecondRow : KvDateTimeTextRow<T> {
   using Codec = NanosecondCodec<T>;
+  // Their null has nanoseconds of 0, and those of a neighbour may be negative.
+  using SortKey = NullInside<MemberKey<Codec>, 0x80000000>;
   static int Order(const T& a, const T& b, unsigned short cmpOp) {
     return ThreeWay(a.Compare(b, cmpOp), 0);
   }

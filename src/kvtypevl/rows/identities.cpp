@@ -1,4 +1,10 @@
 // The identities: their format walker, their policies, and the members of the classes over both.
+//
+// They order and hash by value and the same in every form. The stored bytes in memory order would
+// not do for that: they begin with the least significant byte.
+//
+// Text: one walker over formats for KvObjId, KvClassId, KvRef and KvLocalRef, which all print and
+// scan as the fields of a KvRef. The directives are listed in kvobjid.h.
 #include "kvtypevl/rows/identities.h"
 
 #include "kvstring/null_text.h"
@@ -96,8 +102,7 @@ bool ScanFields(KvRef& fields, const char*& at, const char* format, ScanTrace& t
   return true;
 }
 
-}  // namespace
-
+// Replaces what `out` holds. Whether a value is null is the caller's to tell.
 KvString& PrintIdentity(KvString& out, const KvRef& fields, const char* format) {
   LongestText text;
   TextSink sink(text);
@@ -113,6 +118,11 @@ KvString& PrintIdentity(KvString& out, const KvRef& fields, const char* format) 
   return AssignPrinted(out, sink);
 }
 
+enum class ScanOutcome { kNull, kPresent, kMismatch };
+
+// Reads the fields that the format names into `fields`, which keeps the others. An empty text, and
+// one that begins with the null print string, is null; `fields` is then left alone, as it is on a
+// mismatch. Text behind what the format asks for is ignored.
 ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format,
                          ScanTrace& trace) {
   const NarrowText narrow(text);
@@ -130,8 +140,6 @@ ScanOutcome ScanIdentity(KvRef& fields, const KvString& text, const char* format
   fields = scanned;
   return ScanOutcome::kPresent;
 }
-
-namespace {
 
 constexpr const char* kObjIdFormat = default_format::kObjId;
 constexpr const char* kClassIdFormat = default_format::kClassId;
@@ -162,8 +170,7 @@ int ScanOver(Identity& identity, KvRef fields, const KvString& text, const char*
   return kvOk;
 }
 
-}  // namespace
-
+// What ScanFromKvString of the identity does, with a trace. Null formats are the row's.
 int TraceIdentity(KvObjId& id, const KvString& text, const char* format, ScanTrace& trace) {
   return ScanOver(id, FieldsOf(id), text, format ? format : kObjIdFormat, trace,
                   [](KvObjId& taken, const KvRef& fields) {
@@ -183,6 +190,41 @@ int TraceIdentity(KvRef& reference, const KvString& text, const char* format, Sc
                   [](KvRef& taken, const KvRef& fields) { taken = fields; });
 }
 
+// The members in stored order; kvcore/inc draws them.
+using ObjIdCodec = Codec<KvObjId, At<&KvObjId::block>, At<&KvObjId::low>, At<&KvObjId::high>>;
+using ClassIdCodec = Codec<KvClassId, At<&KvClassId::classNo>, At<&KvClassId::version>>;
+// The stored form leaves the version out.
+using RefCodec = Codec<KvRef, At<&KvRef::block>, At<&KvRef::low>, At<&KvRef::high>,
+                       At<&KvRef::database>, At<&KvRef::classNo>>;
+
+// Sort keys have the number before the block. Nulls are those of object number 0, whatever block
+// they name.
+using ObjIdKey = NullInside<
+    MemberKey<Codec<KvObjId, At<&KvObjId::high>, At<&KvObjId::low>, At<&KvObjId::block>>>, 0, 6>;
+using RefKey =
+    NullInside<MemberKey<Codec<KvRef, At<&KvRef::high>, At<&KvRef::low>, At<&KvRef::block>,
+                               At<&KvRef::database>, At<&KvRef::classNo>>>,
+               0, 6>;
+
+// The null has the largest number of all and comes first, so the numbers are moved by one.
+struct ClassIdKey {
+  using Value = KvClassId;
+  using Members = ClassIdCodec;
+  static constexpr KeyStep kStep = KeyStep::kPlusOne;
+  static constexpr unsigned kWidth = 4;
+  static constexpr unsigned kNullWidth = 4;
+  static constexpr o_u8b kNullPlace = 0;
+  static void Write(unsigned char* key, const Value& id) {
+    PutWord(key, (std::uint32_t{id.classNo} << 16 | id.version) + 1);
+  }
+  static Value Read(const unsigned char* key) {
+    const std::uint32_t number = GetWord<std::uint32_t>(key) - 1;
+    return {static_cast<o_u2b>(number >> 16), static_cast<o_u2b>(number)};
+  }
+};
+
+}  // namespace
+
 // What the three share: nulls and text are the value's own affair.
 template <class Identity>
 struct IdentityRow {
@@ -195,9 +237,8 @@ struct IdentityRow {
   static KvString& Print(KvString& out, void* values, const char* format, unsigned /*count*/) {
     return static_cast<const Identity*>(values)->PrintToKvString(out, format);
   }
-  static void* Scan(void* values, KvString& text, const char* format, unsigned /*count*/) {
-    if (values != nullptr) static_cast<Identity*>(values)->ScanFromKvString(text, format);
-    return values;
+  static void Trace(Identity& id, const KvString& text, const char* format, ScanTrace& trace) {
+    TraceIdentity(id, text, format, trace);
   }
 };
 
@@ -222,6 +263,7 @@ struct NumberedRow : IdentityRow<Identity> {
 
 struct ObjIdRow : NumberedRow<KvObjId> {
   using Codec = ObjIdCodec;
+  using SortKey = ObjIdKey;
 
   static int Order(const KvObjId& a, const KvObjId& b, unsigned short) { return a != b; }
   static unsigned Key(const KvObjId& id) { return id.block ^ id.low ^ id.high; }
@@ -229,6 +271,7 @@ struct ObjIdRow : NumberedRow<KvObjId> {
 
 struct RefRow : NumberedRow<KvRef> {
   using Codec = RefCodec;
+  using SortKey = RefKey;
 
   static int Order(const KvRef& a, const KvRef& b, unsigned short) {
     if (const int order = ThreeWay(a.ObjectNumber(), b.ObjectNumber())) return order;
@@ -246,6 +289,7 @@ struct RefRow : NumberedRow<KvRef> {
 struct ClassIdRow : IdentityRow<KvClassId> {
   static constexpr bool kKeyIsLinear = true;
   using Codec = ClassIdCodec;
+  using SortKey = ClassIdKey;
 
   static int Order(const KvClassId& a, const KvClassId& b, unsigned short) { return a != b; }
   static unsigned Key(const KvClassId& id) { return Number(id); }

@@ -1,17 +1,20 @@
-// The rows of KvIString and KvCaseIString: stored form, order, bounds and text.
-#include "kvtypevl/rows/istrings.h"
-
+// The rows of KvIString and KvCaseIString, from one template: stored form, order, bounds and text.
+//
+// They are stored in the new form of KvString (kvstorage.h) with the default 8-bit code set and the
+// default language; flags are not stored. Both stored forms are read, whoever wrote them.
 #include <algorithm>
 #include <array>
 #include <cstring>
 
 #include "kvcompare.h"
+#include "kvistring.h"
 #include "kvstorage.h"
 #include "kvstring/istring_weights.h"
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/format_pieces.h"
 #include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/istring_keys.h"
 #include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
 #include "kvtypevl/rows/strings.h"
@@ -222,6 +225,23 @@ bool EndsInPercent(const char* format) {
   return pieces.IsLiteral('%');
 }
 
+// The first character of a 16-bit text that the default 8-bit code set does not have; the length of
+// the text when there is none.
+unsigned FirstWithoutPlace(const KvString& text) {
+  const unsigned length = text.Len();
+  if (!KvIsWideCodeSet(text.GetCodeSet())) return length;
+  const unsigned char plain = KvString::GetDefault8CodeSet();
+  for (unsigned i = 0; i < length; ++i) {
+    const unsigned short unit = UnitAt(text.StrGet(), true, i);
+    unsigned char byte[2] = {};
+    unsigned short back[2] = {};
+    ConvertUnits(byte, plain, &unit, text.GetCodeSet(), 1);
+    ConvertUnits(back, text.GetCodeSet(), byte, plain, 1);
+    if (back[0] != unit) return i;
+  }
+  return length;
+}
+
 }  // namespace
 
 template <class Weights>
@@ -230,6 +250,7 @@ struct WeightedStringRow {
     using Value = KvWeightedString<Weights>;
   };
   using Value = KvWeightedString<Weights>;
+  using SortKeys = WeightedKeys<Weights>;
 
   static unsigned Store(void* destination, const void* source, unsigned char format,
                         unsigned count);
@@ -259,6 +280,7 @@ struct WeightedStringRow {
     if (values != nullptr) FromText(*static_cast<Value*>(values), text);
     return values;
   }
+  static KvScanned ScanChecked(void* value, const KvString& text, const char* format);
   static void ToText(KvString& text, const Value& value) { text = value.StrGet(); }
   static void FromText(Value& value, const KvString& text) { value = NarrowText(text).Get(); }
 };
@@ -341,6 +363,17 @@ KvString& WeightedStringRow<Weights>::Print(KvString& out, void* values, const c
   if (EndsInPercent(format)) return out;
   KvString text(out);
   return PrintString(out, &text, format, count);
+}
+
+template <class Weights>
+KvScanned WeightedStringRow<Weights>::ScanChecked(void* value, const KvString& text,
+                                                  const char* /*format*/) {
+  const unsigned length = text.Len();
+  if (const unsigned place = FirstWithoutPlace(text); place < length) return {kvOutOfRange, place};
+  const Value read(NarrowText(text).Get());
+  if (std::strlen(read.StrGet()) != length) return {kvNoMemory, 0};
+  *static_cast<Value*>(value) = read;
+  return {kvOk, length};
 }
 
 template struct RowHandlers<WeightedStringRow<KvIStringWeights>>;

@@ -71,6 +71,17 @@ void* NullableRow<ScalarRowType>::Scan(void* values, KvString& text, const char*
 }
 
 template <class ScalarRowType>
+void NullableRow<ScalarRowType>::Trace(Value& value, const KvString& text, const char* format,
+                                       ScanTrace& trace) {
+  if (TraceNull(text, trace)) {
+    value.SetNullValue();
+  } else {
+    ScalarRowType::Trace(value.value, text, format, trace);
+    value.null = 0;
+  }
+}
+
+template <class ScalarRowType>
 void NullableRow<ScalarRowType>::ToText(KvString& text, const Value& value) {
   if (value.IsNullValue()) {
     PrintNull(text);

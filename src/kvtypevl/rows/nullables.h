@@ -3,6 +3,7 @@
 
 #include "kvnull.h"
 #include "kvstring/null_text.h"
+#include "kvtypevl/operations/sort_key.h"
 #include "kvtypevl/rows/scalars.h"
 #include "kvtypevl/rows/values.h"
 
@@ -62,6 +63,7 @@ struct NullableRow {
   using Codec = NullableCodec<ScalarCodecType>;
   using Value = typename Codec::Value;
   using Scalar = typename Codec::Scalar;
+  using SortKeys = NullableKeys<typename ScalarRowType::SortKey, Codec>;
   static constexpr bool kPositionIsFloating = ScalarRowType::kPositionIsFloating;
   static constexpr const char* kFormat = nullptr;
 
@@ -102,14 +104,10 @@ struct NullableRow {
   }
   // A text that the scalar's scan function does not take leaves the scalar as it is, present.
   static void* Scan(void* values, KvString& text, const char* format, unsigned /*count*/);
+  static void Trace(Value& value, const KvString& text, const char* format, ScanTrace& trace);
 
   static void ToText(KvString& text, const Value& value);
   static void FromText(Value& value, KvString& text);
 };
-
-template <class ScalarRowType>
-constexpr KvTypeDescriptor NullableSlots() {
-  return RowHandlers<NullableRow<ScalarRowType>>::Slots(Nulls::kYes);
-}
 
 }  // namespace kv

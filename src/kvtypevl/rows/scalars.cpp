@@ -335,6 +335,18 @@ void* ScanFloat(void* values, KvString& text, const char* format, unsigned /*cou
   return ScanFloatingRow<float>(values, text, format);
 }
 
+void TraceCharacter(void* value, const KvString& text, const char* /*format*/, ScanTrace& trace) {
+  const NarrowText narrow(text);
+  const char* at = narrow.Get();
+  if (*at == 0) return;
+  char byte = *at;
+  trace = {.position = 1, .complete = true, .any = true};
+  if (at[0] == '0' && at[1] == 'x' && IsHexDigit(at[2]) && IsHexDigit(at[3])) {
+    byte = static_cast<char>(HexValue(at[2]) << 4 | HexValue(at[3]));
+    trace.position = 4;
+  }
+  std::memcpy(value, &byte, 1);
+}
 void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace) {
   ScanInteger<o_2b>(value, text, format, nullptr, nullptr, &trace);
 }

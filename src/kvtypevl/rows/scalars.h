@@ -10,6 +10,7 @@
 #pragma once
 
 #include "kvbase.h"
+#include "kvbase/key_codec.h"
 #include "kvcompare.h"
 #include "kvstring.h"
 #include "kvstring/narrow_text.h"
@@ -54,8 +55,10 @@ void* ScanDouble(void* values, KvString& text, const char* format, unsigned coun
 KvString& PrintFloat(KvString& out, void* values, const char* format, unsigned count);
 void* ScanFloat(void* values, KvString& text, const char* format, unsigned count);
 
-// The scans of integers of 2, 4 and 8 bytes and of floating numbers, with a trace of how they went.
-// Words of the default format may have blanks around them.
+// The scans of one character, of integers of 2, 4 and 8 bytes and of floating numbers, with a trace
+// of how they went. Words of the default format may have blanks around them. A character may be
+// written as it prints, 0x and two digits; formats have nothing to say to one.
+void TraceCharacter(void* value, const KvString& text, const char* format, ScanTrace& trace);
 void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace);
 void TraceLong(void* value, const KvString& text, const char* format, ScanTrace& trace);
 void Trace8b(void* value, const KvString& text, const char* format, ScanTrace& trace);
@@ -84,29 +87,31 @@ inline constexpr ScalarStorage kDoubleStorage{DoubleStore, DoubleStore, DoubleNu
 inline constexpr ScalarStorage kEightByteStorage{O_8BStore, O_8BStore, O_8BNullSizeGet,
                                                  O_8BSizeGet};
 
-// Print and scan functions of one scalar family.
+// Print and scan functions of one scalar family, and the scan with a trace.
 struct ScalarText {
   KvPrintFunc print;
   KvScanFunc scan;
+  void (*trace)(void* value, const KvString& text, const char* format, ScanTrace& trace);
 };
 
-inline constexpr ScalarText kCharacterText{PrintCharacters, ScanCharacters};
-inline constexpr ScalarText kShortText{PrintShort, ScanShort};
-inline constexpr ScalarText kWordText{PrintWord, ScanShort};
-inline constexpr ScalarText kLongText{PrintLong, ScanLong};
-inline constexpr ScalarText kDwordText{PrintDword, ScanLong};
-inline constexpr ScalarText kBlockIdText{PrintBlockId, ScanLong};
-inline constexpr ScalarText kIntText{PrintInt, ScanInt};
-inline constexpr ScalarText kUnsignedText{PrintUnsigned, ScanInt};
-inline constexpr ScalarText kEightByteText{Print8b, Scan8b};
-inline constexpr ScalarText kUnsignedEightByteText{PrintU8b, Scan8b};
-inline constexpr ScalarText kFloatText{PrintFloat, ScanFloat};
-inline constexpr ScalarText kDoubleText{PrintDouble, ScanDouble};
+inline constexpr ScalarText kCharacterText{PrintCharacters, ScanCharacters, TraceCharacter};
+inline constexpr ScalarText kShortText{PrintShort, ScanShort, TraceShort};
+inline constexpr ScalarText kWordText{PrintWord, ScanShort, TraceShort};
+inline constexpr ScalarText kLongText{PrintLong, ScanLong, TraceLong};
+inline constexpr ScalarText kDwordText{PrintDword, ScanLong, TraceLong};
+inline constexpr ScalarText kBlockIdText{PrintBlockId, ScanLong, TraceLong};
+inline constexpr ScalarText kIntText{PrintInt, ScanInt, TraceLong};
+inline constexpr ScalarText kUnsignedText{PrintUnsigned, ScanInt, TraceLong};
+inline constexpr ScalarText kEightByteText{Print8b, Scan8b, Trace8b};
+inline constexpr ScalarText kUnsignedEightByteText{PrintU8b, Scan8b, Trace8b};
+inline constexpr ScalarText kFloatText{PrintFloat, ScanFloat, TraceFloat};
+inline constexpr ScalarText kDoubleText{PrintDouble, ScanDouble, TraceDouble};
 
 // What all scalar policies share. `storage` and `text` are the family's functions.
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct ScalarRow {
   using Codec = ScalarCodec<T>;
+  using SortKey = KeyOfMember<T>;
   static constexpr KvStoreFunc Store = storage.store;
   static constexpr KvLoadFunc Load = storage.load;
   static constexpr KvNullSizeFunc NullSize = storage.nullSize;
@@ -121,6 +126,9 @@ struct ScalarRow {
   }
   static void* Scan(void* values, KvString& input, const char* format, unsigned count) {
     return text.scan(values, input, format, count);
+  }
+  static void Trace(T& value, const KvString& input, const char* format, ScanTrace& trace) {
+    text.trace(&value, input, format, trace);
   }
 };
 
@@ -190,8 +198,8 @@ using DoubleRow = FloatingRow<o_double, kDoubleStorage, kDoubleText>;
 
 // A scalar row as the catalogue takes it.
 template <class Row>
-constexpr KvTypeDescriptor ScalarSlots(KvCompareFunc compare) {
-  KvTypeDescriptor slots = RowHandlers<Row>::Slots(Nulls::kNo, compare);
+constexpr RowSlots ScalarSlots(KvCompareFunc compare) {
+  RowSlots slots = RowHandlers<Row>::Slots(Nulls::kNo, compare);
   slots.store = Row::Store;
   slots.load = Row::Load;
   slots.nullSize = Row::NullSize;
@@ -206,8 +214,8 @@ unsigned TranslateEnum(void* destination, unsigned char destinationFormat,
                        unsigned destinationLength, const void* source, unsigned char sourceFormat,
                        unsigned sourceLength, unsigned count);
 
-constexpr KvTypeDescriptor EnumSlots() {
-  KvTypeDescriptor slots = ScalarSlots<IntRow>(IntCompare);
+constexpr RowSlots EnumSlots() {
+  RowSlots slots = ScalarSlots<IntRow>(IntCompare);
   slots.translate = TranslateEnum;
   return slots;
 }

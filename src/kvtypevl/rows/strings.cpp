@@ -27,6 +27,7 @@
 #include "kvtext/format_pieces.h"
 #include "kvtypemgr.h"
 #include "kvtypevl/operations/row_handlers.h"
+#include "kvtypevl/rows/string_keys.h"
 #include "kvtypevl/rows/string_runs.h"
 #include "kvtypevl/rows/string_storage.h"
 
@@ -189,6 +190,7 @@ unsigned HashAnyStrings(unsigned char format, unsigned length, const void* value
 
 // What both rows have.
 struct StringTexts {
+  using SortKeys = StringKeys;
   struct Codec {
     using Value = KvString;
   };
@@ -197,9 +199,29 @@ struct StringTexts {
   static KvString Default() { return {}; }
   static constexpr KvPrintFunc Print = PrintString;
   static constexpr KvScanFunc Scan = ScanString;
+  static KvScanned ScanChecked(void* value, const KvString& text, const char* format);
   static void ToText(KvString& text, const KvString& value) { text = value; }
   static void FromText(KvString& value, const KvString& text) { value = text; }
 };
+
+// Every text is one.
+KvScanned StringTexts::ScanChecked(void* value, const KvString& text, const char* /*format*/) {
+  auto& string = *static_cast<KvString*>(value);
+  const KvString& null = KvTypeMgr::GetNullPrintString();
+  const unsigned short length = null.Len();
+  if (length != 0 && text.Compare(null, static_cast<short>(length)) == 0) {
+    string.SetNullValue();
+    return Outcome(TraceOfNull(text), text);
+  }
+  if (length == 0 && text.IsEmpty()) {
+    string.SetNullValue();
+    return {kvOk, 0};
+  }
+  KvString copy(text);
+  if (copy.Len() != text.Len()) return {kvNoMemory, 0};
+  string.Destruct(copy);
+  return {kvOk, text.Len()};
+}
 
 struct StringRow : StringTexts {
   static constexpr KvStoreFunc Store = StringStore;

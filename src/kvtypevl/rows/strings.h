@@ -27,16 +27,16 @@ struct OldStringRow;
 extern template struct RowHandlers<StringRow>;
 extern template struct RowHandlers<OldStringRow>;
 
-constexpr KvTypeDescriptor StringSlots() {
+constexpr RowSlots StringSlots() {
   return RowHandlers<StringRow>::Slots(Nulls::kYes, StringCompare);
 }
 
 // Comparing, hashing and evaluating have an entry for each row: a host tells the rows by them, and
 // may exchange the comparer of one. Behind the entries stands the same core, which takes the row as
 // a trailing flag and reads both stored forms for either.
-constexpr KvTypeDescriptor OldStringSlots() {
+constexpr RowSlots OldStringSlots() {
   using Old = RowHandlers<OldStringRow>;
-  KvTypeDescriptor slots = StringSlots();
+  RowSlots slots = StringSlots();
   slots.store = Old::Store;
   slots.size = Old::Size;
   slots.memFileSize = Old::MemFileSize;

@@ -44,8 +44,8 @@ struct TrivialRow {
   static int Step(void*, unsigned, unsigned char, unsigned char) { return kvNotSupported; }
 };
 
-constexpr KvTypeDescriptor TrivialSlots() {
-  return SlotsOf<TrivialRow>();
+constexpr RowSlots TrivialSlots() {
+  return {SlotsOf<TrivialRow>()};
 }
 
 }  // namespace kv

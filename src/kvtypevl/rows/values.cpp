@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 #include "kvboolean.h"
 #include "kvseal.h"
@@ -174,7 +175,6 @@ int SealRow::Order(const KvSeal& a, const KvSeal& b, unsigned short) {
 }
 
 int SealRow::Successor(KvSeal& seal) {
-  constexpr o_8b kLargest = 0xFFFFFFFFFFFF;
   const o_8b number = Number(seal);
   if (number == kLargest) return kvOverflow;
   seal.ConvertFrom(number + 1);
@@ -188,6 +188,42 @@ KvString& SealRow::Print(KvString& out, void* values, const char* /*format*/, un
 void* SealRow::Scan(void* values, KvString& text, const char* /*format*/, unsigned /*count*/) {
   if (values != nullptr) static_cast<KvSeal*>(values)->ScanFromKvString(text);
   return values;
+}
+
+void Int64Row::Trace(KvInt64& value, const KvString& text, const char* format, ScanTrace& trace) {
+  ScanInt64Text(value, NarrowText(text).Get(), format, &trace);
+}
+
+void BooleanRow::Trace(KvBoolean& truth, const KvString& text, const char* /*format*/,
+                       ScanTrace& trace) {
+  const NarrowText narrow(text);
+  if (BeginsWithNull(narrow.Get())) {
+    truth.SetNullValue();
+    trace = TraceOfNull(text);
+    return;
+  }
+  const char* begin = SkipBlanks(narrow.Get());
+  std::size_t length = 0;
+  while (begin[length] != 0 && !IsBlank(begin[length])) ++length;
+  const std::string_view word(begin, length);
+  trace.position = static_cast<unsigned>(begin - narrow.Get());
+  // The first half of the words is true.
+  constexpr std::string_view kWords[] = {"TRUE",  "true",  "T", "t", "1",
+                                         "FALSE", "false", "F", "f", "0"};
+  for (std::size_t i = 0; i < std::size(kWords); ++i) {
+    if (word != kWords[i]) continue;
+    truth = i < std::size(kWords) / 2;
+    trace.position += static_cast<unsigned>(length);
+    trace.complete = trace.any = true;
+    return;
+  }
+}
+
+void SealRow::Trace(KvSeal& seal, const KvString& text, const char* /*format*/, ScanTrace& trace) {
+  KvInt64 read;
+  ScanInt64Text(read, NarrowText(text).Get(), nullptr, &trace);
+  trace.outOfRange = trace.outOfRange || read < 0 || read.Get8b() > kLargest;
+  if (!trace.outOfRange) seal.ConvertFrom(read);
 }
 
 template struct RowHandlers<Int64Row>;

@@ -1,8 +1,10 @@
-// The rows of KvInt64, KvBoolean and KvSeal: their text, their policies, and their slots as the
-// catalogue takes them. The rows built on KvInt64 use its text too.
+// The rows of KvInt64, KvBoolean and KvSeal: their text and their policies. The rows built on
+// KvInt64 use its text too.
 #pragma once
 
 #include "kvbase/codec.h"
+#include "kvbase/key_codec.h"
+#include "kvbase/key_run.h"
 #include "kvboolean.h"
 #include "kvcompare.h"
 #include "kvint64.h"
@@ -45,6 +47,7 @@ using SealCodec = Codec<KvSeal, HighestFirst<&KvSeal::high>, HighestFirst<&KvSea
 
 struct Int64Row {
   using Codec = Int64Codec;
+  using SortKey = MemberKey<kv::Codec<KvInt64, At<&KvInt64::high>, At<&KvInt64::low>>>;
   static constexpr bool kKeyIsLinear = true;
   static constexpr bool kPositionIsFloating = false;
   static constexpr const char* kFormat = default_format::kInt64;
@@ -63,10 +66,33 @@ struct Int64Row {
   static KvInt64 Smallest() { return LLONG_MIN; }
   static constexpr KvPrintFunc Print = PrintInt64;
   static constexpr KvScanFunc Scan = ScanInt64;
+  static void Trace(KvInt64& value, const KvString& text, const char* format, ScanTrace& trace);
+};
+
+// Signed bytes, but null (255, which is -1) before all; the numbers below it move up by one.
+struct BooleanKey {
+  using Value = KvBoolean;
+  using Members = BooleanCodec;
+  static constexpr KeyStep kStep = KeyStep::kBoolean;
+  static constexpr unsigned kWidth = 1;
+  static constexpr unsigned kNullWidth = 1;
+  static constexpr o_u8b kNullPlace = 0;
+  static void Write(unsigned char* key, Value truth) {
+    const unsigned turned = truth.value ^ 0x80u;
+    *key = truth.IsNullValue() ? 0 : static_cast<unsigned char>(turned + (turned < 0x80 ? 1 : 0));
+  }
+  static Value Read(const unsigned char* key) {
+    Value truth;
+    truth.value = *key == 0     ? KvBoolean::kNull
+                  : *key < 0x80 ? static_cast<o_u1b>((*key - 1) ^ 0x80)
+                                : static_cast<o_u1b>(*key ^ 0x80);
+    return truth;
+  }
 };
 
 struct BooleanRow {
   using Codec = BooleanCodec;
+  using SortKey = BooleanKey;
   static constexpr bool kKeyIsLinear = true;
   static constexpr const char* kFormat = default_format::kNone;
 
@@ -84,6 +110,7 @@ struct BooleanRow {
   static KvBoolean Default() { return {}; }
   static constexpr KvPrintFunc Print = PrintBoolean;
   static constexpr KvScanFunc Scan = ScanBoolean;
+  static void Trace(KvBoolean& truth, const KvString& text, const char* format, ScanTrace& trace);
 };
 
 struct SealRow {
@@ -104,25 +131,15 @@ struct SealRow {
   static KvSeal Smallest() { return {}; }
   static KvString& Print(KvString& out, void* values, const char* format, unsigned count);
   static void* Scan(void* values, KvString& text, const char* format, unsigned count);
+  static void Trace(KvSeal& seal, const KvString& text, const char* format, ScanTrace& trace);
 
  private:
+  static constexpr o_8b kLargest = 0xFFFFFFFFFFFF;
   static o_8b Number(const KvSeal& seal) {
     o_8b number;
     seal.ConvertTo(number);
     return number;
   }
 };
-
-constexpr KvTypeDescriptor Int64Slots() {
-  return RowHandlers<Int64Row>::Slots(Nulls::kNo, Int64Compare);
-}
-
-constexpr KvTypeDescriptor BooleanSlots() {
-  return RowHandlers<BooleanRow>::Slots(Nulls::kYes, BooleanCompare);
-}
-
-constexpr KvTypeDescriptor SealSlots() {
-  return RowHandlers<SealRow>::Slots(Nulls::kNo);
-}
 
 }  // namespace kv
