@@ -81,7 +81,7 @@ void ReadKey(const KvSortKeyKind& kind, const Bytes& bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 4) return 0;
   KvSortKeyKind kind;
-  kind.type = static_cast<char>(data[0] % 47);
+  kind.type = static_cast<char>(data[0] % (KvRES_T + 1));
   kind.options = data[1] & 0x0F;
   kind.cmpOp =
       static_cast<unsigned short>(kvCompareExact | (data[2] & 0x07) << 5 | (data[2] & 0x08) << 6);

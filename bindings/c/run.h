@@ -14,7 +14,7 @@
 
 namespace kvc {
 
-inline constexpr int kTypeCount = 47;
+inline constexpr int kTypeCount = KvRES_T + 1;
 
 // What the border asks about a type, looked up once: a call costs little more than the call of the
 // type manager behind it.

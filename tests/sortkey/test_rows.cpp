@@ -355,7 +355,7 @@ TEST_CASE("kinds that have no keys are refused, and nothing is written") {
                          upper) == expected);
     CHECK((size == 0 && upper == 0));
   };
-  check({.type = 47}, kvBadArgument);
+  check({.type = KvRES_T + 1}, kvBadArgument);
   check({.type = -1}, kvBadArgument);
   check({.type = Kv4B_T, .version = 0}, kvBadArgument);
   check({.type = Kv4B_T, .version = 2}, kvBadArgument);

@@ -146,6 +146,16 @@ class Source {
   std::mt19937 engine_;
 };
 
+// Of a type that takes any bytes of its width.
+inline Bytes AnyBytes(char id, Source& source) {
+  if (Types().IsFixed(id) == 0) {
+    throw std::runtime_error(std::string("no values for ") + Types().NameGet(id, nullptr));
+  }
+  Bytes bytes(Types().DiskLenGet(id, nullptr, 0, 1, 0));
+  for (auto& byte : bytes) byte = source.Integer(1)[0];
+  return bytes;
+}
+
 inline Bytes NextValue(char id, Source& source) {
   switch (id) {
     case Kv1B_T:
@@ -203,7 +213,7 @@ inline Bytes NextValue(char id, Source& source) {
     case KvBLOCKID_T:
       return source.Integer(4);
     default:
-      throw std::runtime_error(std::string("no values for ") + Types().NameGet(id, nullptr));
+      return AnyBytes(id, source);
   }
 }
 

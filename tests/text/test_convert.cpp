@@ -85,7 +85,7 @@ TEST_CASE("the texts themselves") {
 
 TEST_CASE("texts are in the default code set, and come back from it") {
   KvLanguageContext::SetDefaultCodeSet(kvCodeSetUnicode);
-  for (char id = 0; id < 46; ++id) {
+  for (char id = 0; id < KvRES_T; ++id) {
     CAPTURE(int{id});
     void* values = Types().DefaultValue(id, 1, 0);
     const std::unique_ptr<KvTypeConvertData> record(Types().ConvertTo(id, values, 1));

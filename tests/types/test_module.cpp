@@ -108,7 +108,7 @@ TEST_CASE("the null print string is the process's") {
   // Whatever its code set, a null prints in the default 8-bit one.
   const unsigned short wide[] = {'n', 0xE9, 0};
   KvTypeMgr::SetNullPrintString(KvString(wide));
-  for (char id = 0; id < 46; ++id) {
+  for (char id = 0; id < KvRES_T; ++id) {
     if (types.SupportsNullValue(id) == 0) continue;
     CAPTURE(int{id});
     void* value = types.Create(id, 1);

@@ -65,7 +65,7 @@ class Values(unittest.TestCase):
         self.assertEqual((day.name, day.id, day.stored_width, day.fixed, day.nullable),
                          ("KvDate", 12, 4, True, True))
         self.assertEqual(Type(11).memory_width, 0)
-        self.assertEqual(len(kvtm.types()), 46)
+        self.assertEqual([Type(name).id for name in kvtm.types()], list(range(len(kvtm.types()))))
 
     def test_a_date_that_python_has_not_is_a_text(self):
         self.assertEqual(Type("KvDate").load(bytes([0xE8, 7, 0xFF, 1])), "2024-*-01")
@@ -171,7 +171,7 @@ class WrongArguments(unittest.TestCase):
         self.fails("kvNotSupported", Type("o_2b").store, None)
         self.fails("kvOutOfRange", Type("KvString", code_set="latin1").store, "aŽ", place=1)
         self.fails("kvNoSuchType", Type, 99)
-        self.fails("kvNotSupported", Type, 46)
+        self.fails("kvNotSupported", Type, "illegal")
         self.fails("kvBadArgument", Type("o_2b", options=64).key, b"\0\0")
         self.fails("kvBufferShort", Type("o_2b").translate, b"\0" * 8, STORED, MEMORY, bytearray(7))
         self.fails("kvBadArgument", Type("o_2b").compare, b"\0" * 8, b"\0" * 6)
