@@ -58,6 +58,37 @@ void CompareKeys(const KvSortKeyKind& kind, Bytes a, Bytes b, unsigned char form
   Require(found == ((kind.options & kvSortKeyDescending) != 0 ? -order : order));
 }
 
+// The keys of values of one width as a run, which is made by vectors, against those of each value;
+// stored and in memory, in buffers of just their size.
+void RunOfKeys(const KvSortKeyKind& kind, const Bytes& rest, unsigned char format) {
+  if (Types().IsFixed(kind.type) == 0) return;
+  const std::size_t width = Types().DiskLenGet(kind.type, nullptr, format, 1, 0);
+  if (width == 0) return;  // the illegal row
+  const auto count = static_cast<unsigned>(rest.size() / width);
+  if (count == 0) return;
+  const Bytes stored(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count * width));
+  Bytes expected;
+  for (unsigned i = 0; i < count; ++i) {
+    unsigned char key[32];
+    std::size_t size = 0;
+    Require(KvSortKey(kind, &stored[i * width], static_cast<unsigned>(width), format, key,
+                      sizeof key, size) == kvOk);
+    expected.insert(expected.end(), key, key + size);
+  }
+  void* const values = Types().Create(kind.type, count);
+  Types().Load(kind.type, values, stored.data(), format, count);
+  const auto* const bytes = static_cast<const unsigned char*>(values);
+  const Bytes memory(bytes, bytes + std::size_t{Types().MemLenGet(kind.type, 1)} * count);
+  Types().Delete(kind.type, values, count);
+  for (const bool inMemory : {false, true}) {
+    Bytes keys(expected.size());
+    std::size_t size = 0;
+    Require(KvSortKeyRun(kind, inMemory ? memory.data() : stored.data(), 0, inMemory ? 8 : format,
+                         count, keys.data(), keys.size(), nullptr, size) == kvOk);
+    Require(keys == expected);
+  }
+}
+
 void ReadKey(const KvSortKeyKind& kind, const Bytes& bytes) {
   std::size_t size = 0;
   std::size_t count = 0;
@@ -93,6 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                      alike);
   const unsigned char format = (data[2] & 0x80) != 0 ? 2 : 0;
   ReadKey(kind, rest);
+  RunOfKeys(kind, rest, format);
   CompareKeys(kind, values.first, values.second, format);
   return 0;
 }

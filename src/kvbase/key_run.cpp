@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kvbase/key_run_wide.h"
+#include "kvbase/line_writer.h"
 #include "zbsvectors.h"
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
 #define KV_KEYS [[gnu::target("avx2")]]
 #endif
 
@@ -17,16 +18,14 @@ namespace kv {
 #ifdef KV_KEYS
 namespace {
 
-constexpr unsigned kVector = KeyMap::kVector;
-constexpr unsigned kLine = 64;
-// Short, so that the processor reads the next block while the lines of one are on their way.
-constexpr unsigned kBlock = 512;
-// From here on keys go past the caches: they are more than a core has of its own, and a store that
-// goes through reads each line before it is written.
-constexpr std::size_t kStreamed = std::size_t{1} << 22;
+constexpr unsigned kVector = 16;
 
 KV_KEYS inline __m128i LoadVector(const void* at) {
   return _mm_loadu_si128(static_cast<const __m128i*>(at));
+}
+
+KV_KEYS inline void StoreVector(void* at, __m128i vector) {
+  _mm_storeu_si128(static_cast<__m128i*>(at), vector);
 }
 
 // Two vectors side by side.
@@ -83,128 +82,95 @@ KV_KEYS inline __m256i Take(__m256i bytes, __m256i turned) {
   }
 }
 
-enum class Way : bool { kThroughCache, kPastCache };
-
-template <Way way>
-KV_KEYS inline void PutVector(unsigned char* keys, __m128i vector) {
-  auto* const to = reinterpret_cast<__m128i*>(keys);
-  if constexpr (way == Way::kPastCache) {
-    _mm_stream_si128(to, vector);
-  } else {
-    _mm_storeu_si128(to, vector);
-  }
-}
-
 // An even number of vectors. Each is written whole: what is behind its keys is written over by the
-// next one. Past the cache goes only what fills its vectors and is aligned.
-template <KeyStep step, Way way>
-KV_KEYS void WriteVectors(unsigned char* keys, const unsigned char* values, std::size_t vectors,
-                          const KeyMap& map) {
+// next one.
+template <KeyStep step>
+KV_KEYS unsigned char* WritePairs(unsigned char* keys, const unsigned char* values,
+                                  std::size_t vectors, const KeyMap& map) {
   const __m256i from = LoadPair(map.from.data(), 0);
   const __m256i turned = LoadPair(map.turned.data(), 0);
-  const std::size_t valueStep = std::size_t{map.valuesAVector} * map.valueWidth;
-  const std::size_t keyStep = way == Way::kPastCache ? kVector : map.valuesAVector * map.keyWidth;
+  const unsigned each = map.ValuesIn(kVector);
+  const std::size_t valueStep = std::size_t{each} * map.valueWidth;
+  const std::size_t keyStep = std::size_t{each} * map.keyWidth;
   for (; vectors != 0; vectors -= 2, values += 2 * valueStep, keys += 2 * keyStep) {
+    _mm_prefetch(values + kAhead, _MM_HINT_T0);
     const __m256i bytes = _mm256_shuffle_epi8(LoadPair(values, valueStep), from);
     const __m256i pair = Take<step>(bytes, turned);
-    PutVector<way>(keys, _mm256_castsi256_si128(pair));
-    PutVector<way>(keys + keyStep, _mm256_extracti128_si256(pair, 1));
+    StoreVector(keys, _mm256_castsi256_si128(pair));
+    StoreVector(keys + keyStep, _mm256_extracti128_si256(pair, 1));
   }
+  return keys;
 }
 
-template <Way way>
-void WriteVectors(unsigned char* keys, const unsigned char* values, std::size_t vectors,
-                  const KeyMap& map) {
-  switch (map.step) {
+VectorWriter PairWriterOf(KeyStep step) {
+  switch (step) {
     case KeyStep::kTurn:
-      return WriteVectors<KeyStep::kTurn, way>(keys, values, vectors, map);
+      return WritePairs<KeyStep::kTurn>;
     case KeyStep::kFloat:
-      return WriteVectors<KeyStep::kFloat, way>(keys, values, vectors, map);
+      return WritePairs<KeyStep::kFloat>;
     case KeyStep::kDouble:
-      return WriteVectors<KeyStep::kDouble, way>(keys, values, vectors, map);
+      return WritePairs<KeyStep::kDouble>;
     case KeyStep::kPlusOne:
-      return WriteVectors<KeyStep::kPlusOne, way>(keys, values, vectors, map);
+      return WritePairs<KeyStep::kPlusOne>;
     case KeyStep::kBoolean:
-      return WriteVectors<KeyStep::kBoolean, way>(keys, values, vectors, map);
+      break;
   }
-}
-
-KV_KEYS void StreamLines(unsigned char* to, const unsigned char* from, std::size_t lines) {
-  for (; lines != 0; --lines, to += kLine, from += kLine) {
-    for (unsigned i = 0; i < kLine; i += kVector) {
-      _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), LoadVector(from + i));
-    }
-  }
-}
-
-// By way of a block that stays in the cache; what fills no line of it begins the next one.
-void WriteByBlocks(unsigned char* keys, const unsigned char* values, std::size_t vectors,
-                   const KeyMap& map) {
-  alignas(kLine) unsigned char block[kLine + kBlock + kLine];
-  const std::size_t keyStep = std::size_t{map.valuesAVector} * map.keyWidth;
-  std::size_t toLine = -reinterpret_cast<std::uintptr_t>(keys) % kLine;
-  std::size_t held = 0;
-  while (vectors != 0) {
-    const std::size_t taken = std::min<std::size_t>(vectors, kBlock / kVector);
-    WriteVectors<Way::kThroughCache>(block + held, values, taken, map);
-    values += taken * map.valuesAVector * map.valueWidth;
-    vectors -= taken;
-    held += taken * keyStep;
-    const std::size_t lead = std::min(toLine, held);
-    const std::size_t lines = (held - lead) / kLine;
-    if (lead != 0) std::memcpy(keys, block, lead);
-    StreamLines(keys + lead, block + lead, lines);
-    const std::size_t done = lead + lines * kLine;
-    keys += done;
-    held -= done;
-    toLine -= lead;
-    if (done >= kLine) {
-      std::memcpy(block, block + done, kLine);  // of which `held` bytes matter
-    } else {
-      std::memmove(block, block + done, held);
-    }
-  }
-  std::memcpy(keys, block, held);
-}
-
-void WritePastCache(unsigned char* keys, const unsigned char* values, std::size_t vectors,
-                    const KeyMap& map) {
-  const bool isAligned = reinterpret_cast<std::uintptr_t>(keys) % kVector == 0;
-  if (isAligned && map.valuesAVector * map.keyWidth == kVector) {
-    WriteVectors<Way::kPastCache>(keys, values, vectors, map);
-  } else {
-    WriteByBlocks(keys, values, vectors, map);
-  }
-  _mm_sfence();  // such stores are not in order with those behind them
+  return WritePairs<KeyStep::kBoolean>;
 }
 
 // So many whole vectors lie in `bytes` bytes, each beginning `step` behind the last one.
-std::size_t VectorsIn(std::size_t bytes, std::size_t step) {
-  return bytes < kVector ? 0 : (bytes - kVector) / step + 1;
+std::size_t VectorsIn(std::size_t bytes, std::size_t step, unsigned vector) {
+  return bytes < vector ? 0 : (bytes - vector) / step + 1;
+}
+
+// So many vectors of `vector` bytes can be taken from the values and written to their keys.
+std::size_t VectorsOf(const KeyMap& map, std::size_t count, unsigned vector) {
+  const std::size_t each = map.ValuesIn(vector);
+  if (each == 0) return 0;
+  return std::min(VectorsIn(count * map.valueWidth, each * map.valueWidth, vector),
+                  VectorsIn(count * map.keyWidth, each * map.keyWidth, vector));
+}
+
+void WriteVectors(unsigned char* keys, const unsigned char* values, std::size_t vectors,
+                  const KeyMap& map, unsigned vector, VectorWriter write) {
+  const unsigned each = map.ValuesIn(vector);
+  if (vectors * each * map.keyWidth < kStreamed) {
+    write(keys, values, vectors, map);
+    return;
+  }
+  LineWriter lines(keys);
+  while (vectors != 0) {
+    const std::size_t taken = std::min<std::size_t>(vectors, LineWriter::kBlock / vector);
+    lines.Take(write(lines.Room(), values, taken, map));
+    values += taken * each * map.valueWidth;
+    vectors -= taken;
+  }
+  lines.Finish();
 }
 
 }  // namespace
 
 unsigned WriteLeadingKeys(unsigned char* keys, const unsigned char* values, unsigned count,
                           const KeyMap& map) {
-  const std::size_t each = map.valuesAVector;
-  if (each == 0) return 0;
-  const std::size_t vectors =
-      std::min(VectorsIn(std::size_t{count} * map.valueWidth, each * map.valueWidth),
-               VectorsIn(std::size_t{count} * map.keyWidth, each * map.keyWidth)) /
-      2 * 2;
-  if (vectors == 0 || Vectors() < VectorSet::kAvx2) return 0;
-  if (vectors >= kStreamed / kVector) {
-    WritePastCache(keys, values, vectors, map);
-  } else {
-    WriteVectors<Way::kThroughCache>(keys, values, vectors, map);
-  }
-  return static_cast<unsigned>(vectors * each);
+  const VectorSet set = Vectors();
+  if (set < VectorSet::kAvx2) return 0;
+  const bool isWide = set >= VectorSet::kVbmi2;
+  const unsigned vector = isWide ? KeyMap::kVector : kVector;
+  const std::size_t vectors = VectorsOf(map, count, vector) / 2 * 2;
+  if (vectors == 0) return 0;
+  WriteVectors(keys, values, vectors, map, vector,
+               isWide ? WideWriterOf(map.step) : PairWriterOf(map.step));
+  return static_cast<unsigned>(vectors * map.ValuesIn(vector));
 }
 
 #else
 
 unsigned WriteLeadingKeys(unsigned char*, const unsigned char*, unsigned, const KeyMap&) {
+  return 0;
+}
+
+unsigned WriteLeadingKeys(unsigned char*&, std::size_t, const unsigned char*, unsigned,
+                          const NullableKeyMap&, unsigned char) {
   return 0;
 }
 

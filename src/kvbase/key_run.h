@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <type_traits>
 
 #include "kvbase/codec.h"
@@ -22,17 +23,31 @@ enum class KeyStep : unsigned char {
 };
 
 struct KeyMap {
-  static constexpr unsigned kVector = 16;
-  static constexpr unsigned char kNowhere = 0x80;
+  static constexpr unsigned kVector = 64;  // the widest there are
 
   unsigned valueWidth = 0;
   unsigned keyWidth = 0;
-  unsigned valuesAVector = 0;  // none of a row that is wider than a vector
   KeyStep step = KeyStep::kTurn;
   // For each byte of the keys of a vector, the place in the vector of values that it comes from.
   // For the other steps each key is a number of the host, which is turned around behind them.
   std::array<unsigned char, kVector> from{};
   std::array<unsigned char, kVector> turned{};
+
+  // So many values, and their keys, lie in `vector` bytes; none of a row that is wider.
+  constexpr unsigned ValuesIn(unsigned vector) const {
+    return vector / (valueWidth > keyWidth ? valueWidth : keyWidth);
+  }
+};
+
+// The same for nullables in memory form: the key of a value is 01 and the scalar's key, that of a
+// null one byte. Steps are taken before the bytes are moved: the scalars lie at multiples of their
+// widths there, and not in the keys.
+struct NullableKeyMap {
+  KeyMap keys;
+  std::array<unsigned char, KeyMap::kVector> flagOf{};  // for each byte of the keys
+  std::array<unsigned char, KeyMap::kVector> isFlag{};  // FF at the flags of the values
+  unsigned long long leading = 0;                       // the bytes that keys begin with
+  unsigned long long held = 0;                          // all bytes of keys
 };
 
 // Writes the keys of values at the front of a run and returns how many those are: all that whole
@@ -40,6 +55,11 @@ struct KeyMap {
 // the run and its keys.
 unsigned WriteLeadingKeys(unsigned char* keys, const unsigned char* values, unsigned count,
                           const KeyMap& map);
+
+// The same of nullables, into `room` bytes, which may all be written over. Moves `keys` to where
+// the next key goes.
+unsigned WriteLeadingKeys(unsigned char*& keys, std::size_t room, const unsigned char* values,
+                          unsigned count, const NullableKeyMap& map, unsigned char nullByte);
 
 // ---------------------------------------------------------------------------------------------
 
@@ -109,15 +129,38 @@ template <class Key, class Codec>
 constexpr KeyMap MapOf(Format form) {
   const KeyMap one = MapOfOne<Key, Codec>(form);
   KeyMap map = one;
-  const unsigned widest = one.valueWidth > one.keyWidth ? one.valueWidth : one.keyWidth;
-  map.valuesAVector = KeyMap::kVector / widest;
-  map.from.fill(KeyMap::kNowhere);
-  for (unsigned value = 0; value < map.valuesAVector; ++value) {
+  for (unsigned value = 0; value < one.ValuesIn(KeyMap::kVector); ++value) {
     for (unsigned i = 0; i < one.keyWidth; ++i) {
       const unsigned place = value * one.keyWidth + i;
       const unsigned byte = one.step == KeyStep::kTurn ? i : one.keyWidth - 1 - i;
       map.from[place] = static_cast<unsigned char>(value * one.valueWidth + one.from[byte]);
       map.turned[place] = one.turned[i];
+    }
+  }
+  return map;
+}
+
+// Of nullables of `valueWidth` bytes, whose flag is behind the scalar.
+template <class Key>
+constexpr NullableKeyMap MapOfNullable(unsigned valueWidth) {
+  const KeyMap scalar = MapOfOne<Key, typename Key::Members>(kMemory);
+  NullableKeyMap map;
+  map.keys.valueWidth = valueWidth;
+  map.keys.keyWidth = scalar.keyWidth + 1;
+  map.keys.step = scalar.step;
+  for (unsigned value = 0; value < map.keys.ValuesIn(KeyMap::kVector); ++value) {
+    const unsigned at = value * valueWidth;
+    const unsigned flag = at + static_cast<unsigned>(sizeof(typename Key::Value));
+    const unsigned key = value * map.keys.keyWidth;
+    map.isFlag[flag] = 0xFF;
+    map.leading |= 1ULL << key;
+    map.keys.turned[key] = 1;  // of a byte that is zero
+    for (unsigned i = 0; i <= scalar.keyWidth; ++i) {
+      map.flagOf[key + i] = static_cast<unsigned char>(flag);
+      map.held |= 1ULL << (key + i);
+      if (i == 0) continue;
+      map.keys.from[key + i] = static_cast<unsigned char>(at + scalar.from[i - 1]);
+      map.keys.turned[key + i] = scalar.turned[i - 1];
     }
   }
   return map;

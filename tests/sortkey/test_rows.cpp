@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "sortkey/sort_keys.h"
-#include "zbsvectors.h"
+#include "support/vector_sets.h"
 
 namespace {
 
@@ -37,6 +37,10 @@ struct Keyed {
 // Texts have their own test.
 bool IsText(char id) {
   return id == KvSTRING_T;
+}
+
+bool IsNullable(char id) {
+  return (id >= KvNULL_1B_T && id <= KvNULL_KVINT64_T) || id == KvNULL_8B_T || id == KvNULL_U8B_T;
 }
 
 }  // namespace
@@ -202,9 +206,52 @@ TEST_CASE("the keys of a run are the keys of its values") {
         keys.pop_back();
         CHECK(keys == expected);
         CHECK(offsets == begins);
+        support::WithEachVectorSet([&] {
+          Bytes plain(expected.size() + 1, 0xEE);
+          CHECK(KvSortKeyRun(kind, from, length, format, values.Count(), plain.data(),
+                             expected.size(), nullptr, size) == kvOk);
+          CHECK(plain.back() == 0xEE);
+          plain.pop_back();
+          CHECK(plain == expected);
+        });
         if (format == 8) continue;
         CHECK(KvSortKeyRun(kind, from, length - 1, format, values.Count(), keys.data(),
                            expected.size(), nullptr, size) == kvBadArgument);
+      }
+    }
+  }
+}
+
+// Nulls far from each other, close together, everywhere and nowhere: vectors have ways of their own
+// for each, and no key of a null is as long as what they write at a time.
+TEST_CASE("the keys of runs of nullables, however many nulls there are") {
+  support::Source source(29);
+  for (char id = 0; id < kRowCount; ++id) {
+    if (!IsNullable(id)) continue;
+    std::vector<Bytes> kinds = ValuesFor(id);
+    std::erase(kinds, Bytes());
+    kinds.resize(100);
+    for (const unsigned nullsIn1000 : {0U, 5U, 500U, 1000U}) {
+      for (const unsigned count : {1U, 2U, 31U, 33U, 1000U}) {
+        std::vector<Bytes> stored;
+        for (unsigned i = 0; i < count; ++i) {
+          Bytes value = kinds[source.Below(100)];
+          value[0] = source.Below(1000) < nullsIn1000 ? 1 : 0;
+          stored.push_back(value);
+        }
+        const Values values(id, std::move(stored));
+        const KvSortKeyKind kind{.type = id, .options = kvSortKeyNullsLast};
+        Bytes expected;
+        for (unsigned i = 0; i < count; ++i) {
+          expected = support::operator+(std::move(expected), KeyOf(kind, values[i]));
+        }
+        support::WithEachVectorSet([&] {
+          Bytes keys(expected.size());
+          std::size_t size = 0;
+          CHECK(KvSortKeyRun(kind, values[0], 0, 8, count, keys.data(), keys.size(), nullptr,
+                             size) == kvOk);
+          CHECK(keys == expected);
+        });
       }
     }
   }
@@ -216,13 +263,8 @@ TEST_CASE("keys of runs longer than the caches are those of the plain loops") {
   constexpr std::size_t kLong = 5 << 20;  // bytes of keys
   for (char id = 0; id < kRowCount; ++id) {
     const KvSortKeyKind kind{.type = id};
-    const bool isNullable = (id >= KvNULL_1B_T && id <= KvNULL_KVINT64_T) || id >= KvNULL_8B_T;
-    if (!Types().IsFixed(id) || isNullable) continue;
+    if (!Types().IsFixed(id)) continue;
     const Values values(id, ValuesFor(id));
-    const std::size_t width = KvSortKeyBound(kind, 0, 1);
-    const std::size_t part = width * values.Count();
-    if (part == 0) continue;
-    const auto repeats = static_cast<unsigned>(kLong / part + 1);
     for (const unsigned char format : kForms) {
       CAPTURE(int(id));
       CAPTURE(int(format));
@@ -230,14 +272,16 @@ TEST_CASE("keys of runs longer than the caches are those of the plain loops") {
       const Bytes once = format == 8 ? Bytes(static_cast<const unsigned char*>(values[0]),
                                              static_cast<const unsigned char*>(values[0]) + memory)
                                      : values.Stored(format, 0, values.Count());
+      std::size_t part = 0;
+      Bytes expected(KvSortKeyBound(kind, 0, values.Count()));
+      const kv::VectorSet before = kv::LimitVectors(kv::VectorSet::kPlain);
+      KvSortKeyRun(kind, once.data(), 0, format, values.Count(), expected.data(), expected.size(),
+                   nullptr, part);
+      kv::LimitVectors(before);
+      const auto repeats = static_cast<unsigned>(kLong / part + 1);
       Bytes run;
       for (unsigned i = 0; i < repeats; ++i) run.insert(run.end(), once.begin(), once.end());
       std::size_t size = 0;
-      Bytes expected(part);
-      const kv::VectorSet before = kv::LimitVectors(kv::VectorSet::kPlain);
-      KvSortKeyRun(kind, once.data(), 0, format, values.Count(), expected.data(), part, nullptr,
-                   size);
-      kv::LimitVectors(before);
       for (const std::size_t skew : {std::size_t{0}, std::size_t{1}}) {
         Bytes keys(repeats * part + skew + 1, 0xEE);
         REQUIRE(KvSortKeyRun(kind, run.data(), 0, format, repeats * values.Count(),

@@ -269,6 +269,7 @@ template <class Key, class Codec>
 struct NullableKeys {
   using Nullable = typename Codec::Value;
   static constexpr unsigned kStoredWidth = Codec::kStoredWidth;
+  static constexpr NullableKeyMap kMap = MapOfNullable<Key>(sizeof(Nullable));
 
   static o_u8b Bound(o_u8b, unsigned count) { return o_u8b{count} * (Key::kWidth + 1); }
   static int Check(const KeyedRun& run, o_u8b&) {
@@ -289,7 +290,13 @@ struct NullableKeys {
     unsigned char* key = keys;
     OffsetList begins(keys, offsets);
     InMemoryBlocks<Nullable>(run, kStoredWidth, [&](const unsigned char* values, unsigned count) {
-      key = WriteBlock(key, values, count, run.NullByte(), begins);
+      unsigned leading = 0;
+      if (offsets == nullptr) {
+        const std::size_t room = run.capacity - static_cast<std::size_t>(key - keys);
+        leading = WriteLeadingKeys(key, room, values, count, kMap, run.NullByte());
+      }
+      key = WriteBlock(key, values + std::size_t{leading} * sizeof(Nullable), count - leading,
+                       run.NullByte(), begins);
     });
     begins.Add(key);
     return static_cast<std::size_t>(key - keys);
