@@ -630,17 +630,19 @@ def read_word_marks():
 
 
 def word_mark_table(languages):
-    """The marks as numbers of MARK_LETTERS digits, by language; number 0 is as English."""
+    """The marks as numbers of MARK_LETTERS digits, by language; number 0 is as English, and so is a
+    language without a list of words, with the letters where it has them."""
     marks, lists = read_word_marks(), []
     for language, tailoring in languages[:1] + languages:
-        numbers = []
-        for beginning in marks[language.code]:
+        numbers, is_listed = [], language.code in marks
+        for beginning in marks[language.code if is_listed else "en"]:
             number = 0
             for place in word_places(tailoring, beginning)[0]:
                 number = number * (len(tailoring.alphabet) + 1) + place
             numbers.append(number)
-        assert len(numbers) == WORD_MARKS and numbers == sorted(numbers), language.name
-        lists.append(numbers)
+        assert len(numbers) == WORD_MARKS, language.name
+        assert not is_listed or numbers == sorted(numbers), language.name
+        lists.append(sorted(numbers))
     return array2(f"constinit const unsigned kWordMarks[{len(lists)}][kWordMarkCount]", lists, 7)
 
 

@@ -8,7 +8,7 @@ list into 192 stretches of as many words each. generate.py makes numbers of them
 those of Debian's packages wamerican, wngerman, wfrench, wspanish, witalian, wportuguese, wdutch,
 wdanish, wnorwegian, wswedish and wpolish and of hunspell's dictionaries; Finnish has none, so its
 words come from the messages of the programs that are installed. A language whose list is missing
-keeps its line."""
+keeps its line; without one it is estimated as English is."""
 import argparse
 import gettext
 import glob
@@ -80,7 +80,8 @@ def main():
         print(f"{language.code} {len(words)} words" + ("" if words else ", line kept"))
     with open(generate.WORD_MARKS_FILE, "w", encoding="utf-8") as file:
         for language in generate.LANGUAGES:
-            file.write(" ".join([language.code] + lines[language.code]) + "\n")
+            if language.code in lines:
+                file.write(" ".join([language.code] + lines[language.code]) + "\n")
 
 
 if __name__ == "__main__":
