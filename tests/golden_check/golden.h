@@ -173,14 +173,6 @@ inline std::string Hex(const std::vector<unsigned char>& bytes) {
   return text;
 }
 
-inline std::vector<unsigned char> FromHex(const std::string& text) {
-  std::vector<unsigned char> bytes;
-  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-    bytes.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
 inline std::vector<unsigned char> Stored(const KvTypeMgr& types, const File& file,
                                          const unsigned char* values, unsigned char format,
                                          unsigned count) {

@@ -1,10 +1,11 @@
 // A value as the fields of its memory form, in text: "2024 2 29" with the fields "year:i2 month:i1
 // day:i1". A field's kind says its width and how it is written: i and u are decimal, f is the
-// shortest decimal (or bits:HEX for a NaN). Fields lie as a C++ compiler places them. Three kinds
-// stand alone: string (code set, language and quoted text, or null), bytes (quoted text) and blob
-// (hex in brackets, or null).
+// shortest decimal (or bits:HEX for a NaN), x are bytes in hex. Fields lie as a C++ compiler places
+// them. Three kinds stand alone: string (code set, language and quoted text, or null), bytes
+// (quoted text) and blob (hex in brackets, or null).
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -52,7 +53,24 @@ void PutNumber(const std::string& text, unsigned char* memory) {
   std::memcpy(memory, &value, sizeof value);
 }
 
+inline std::vector<unsigned char> FromHex(const std::string& text) {
+  std::vector<unsigned char> bytes;
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+    bytes.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+inline unsigned WidthOf(const std::string& kind) {
+  return static_cast<unsigned>(std::stoi(kind.substr(1)));
+}
+
 inline void PutField(const std::string& kind, const std::string& text, unsigned char* memory) {
+  if (kind[0] == 'x') {
+    if (text.size() != 2 * WidthOf(kind)) throw std::runtime_error("not of its width: " + text);
+    std::copy_n(FromHex(text).begin(), WidthOf(kind), memory);
+    return;
+  }
   if (kind == "i1") return PutNumber<signed char>(text, memory);
   if (kind == "u1") return PutNumber<o_u1b>(text, memory);
   if (kind == "i2") return PutNumber<o_2b>(text, memory);
@@ -126,18 +144,16 @@ inline void FillValue(const std::vector<Field>& fields, const std::string& text,
       blob.SetNullValue();
       return;
     }
-    std::string bytes;
-    for (std::size_t i = 1; i + 2 < text.size(); i += 2) {
-      bytes += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
-    }
+    const std::vector<unsigned char> bytes = FromHex(text.substr(1, text.size() - 2));
     blob.SetTo(bytes.data(), static_cast<int>(bytes.size()));
     return;
   }
   std::istringstream in(text);
   unsigned offset = 0;
   for (const Field& field : fields) {
-    const unsigned fieldWidth = static_cast<unsigned>(field.kind[1] - '0');
-    offset = (offset + fieldWidth - 1) / fieldWidth * fieldWidth;
+    const unsigned fieldWidth = WidthOf(field.kind);
+    const unsigned alignment = field.kind[0] == 'x' ? 1 : fieldWidth;
+    offset = (offset + alignment - 1) / alignment * alignment;
     std::string word;
     if (!(in >> word)) throw std::runtime_error("too few fields: " + text);
     if (offset + fieldWidth > width) throw std::runtime_error("the value is wider than its row");

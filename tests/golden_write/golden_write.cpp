@@ -1,10 +1,16 @@
 // Writes golden files anew: golden_write FILE... keeps each file's values and comments and fills in
 // what the library makes of them, in the row's order. A new value is a line "+ FIELDS". Whatever
 // this changes in a line that was there before is a change of stored data; git diff shows it.
+//
+// golden_write FOLDER writes a first file for each row that has none there, of values that take any
+// bytes. A row with members that are turned needs a file that names its fields.
 #include <cstdio>
+#include <filesystem>
+#include <set>
 
 #include "golden_check/golden.h"
 #include "golden_check/golden_keys.h"
+#include "support/values_of.h"
 
 namespace {
 
@@ -59,13 +65,55 @@ void Regenerate(const std::string& path) {
   WriteLines(golden::KeysPath(path), golden::KeyLines(file));
 }
 
+// The file of a row whose bytes are the same in every form.
+golden::File FirstFile(const std::string& folder, char id) {
+  const std::string name = support::Types().NameGet(id, nullptr);
+  golden::File file;
+  file.path = folder + "/" + std::to_string(id) + "_" + name + ".txt";
+  file.comments = {"# " + name + " (" + support::Types().TypeIdNameGet(id, nullptr) + ")"};
+  file.typeId = id;
+  const unsigned width = support::Types().MemLenGet(id, 1);
+  file.fieldsText = "value:x" + std::to_string(width);
+  file.fields = golden::ParseFields(file.fieldsText);
+  std::set<std::string> texts;
+  const support::Values values(id, support::OrdinaryValues(id, 12));
+  for (unsigned i = 0; i < values.Count(); ++i) {
+    const auto* memory = static_cast<const unsigned char*>(values[i]);
+    const support::Bytes bytes(memory, memory + width);
+    if (values.Stored(golden::kMemoryOrder, i) != bytes ||
+        values.Stored(golden::kReversed, i) != bytes) {
+      throw std::runtime_error("has members that are turned: name its fields");
+    }
+    texts.insert(golden::Hex(bytes));
+  }
+  for (const std::string& text : texts) file.lines.push_back({"+", text, "", "", ""});
+  return file;
+}
+
+void WriteFirstFiles(const std::string& folder) {
+  std::set<int> present;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.is_regular_file() && entry.path().extension() == ".txt") {
+      present.insert(golden::Parse(entry.path().string()).typeId);
+    }
+  }
+  for (char id = 0; id < support::kRowCount; ++id) {
+    if (present.contains(id)) continue;
+    const golden::File file = FirstFile(folder, id);
+    golden::Write(file);
+    Regenerate(file.path);
+  }
+}
+
 }  // namespace
 
 int main(int count, char** paths) {
   for (int i = 1; i < count; ++i) {
     try {
       const std::string path = paths[i];
-      if (path.ends_with("/orders.txt")) {
+      if (std::filesystem::is_directory(path)) {
+        WriteFirstFiles(path);
+      } else if (path.ends_with("/orders.txt")) {
         WriteLines(path, golden::OrdersLines(path));
       } else {
         Regenerate(path);

@@ -50,6 +50,8 @@ class File:
 
 def number(kind, text):
     """A field's value; a float is (bits, number)."""
+    if kind[0] == "x":
+        return bytes.fromhex(text)
     if kind[0] != "f":
         return int(text)
     bits, code = ("<I", "<f") if kind == "f4" else ("<Q", "<d")
@@ -104,6 +106,8 @@ NULLABLE = {28: 0, 29: 10, 30: 1, 31: 5, 32: 7, 33: 8, 34: 2, 35: 6, 36: 4, 37: 
 
 def packed(type_id, fields, order):
     image = b""
+    if isinstance(fields[0], bytes):  # never turned
+        return b"".join(fields)
     for code, field in zip(LAYOUTS[type_id], fields):
         bits = field[0] if isinstance(field, tuple) else field
         image += struct.pack(">H" if code == "S" else order + code, bits)
@@ -274,9 +278,17 @@ KEYS = {
 }
 
 
+def words_key(value):
+    """Bytes as 4-byte words with the most significant byte first."""
+    total = 0
+    for word, in struct.iter_unpack(">I", b"".join(value)):
+        total ^= word
+    return total
+
+
 def key_of(type_id, value):
     if type_id not in NULLABLE:
-        return KEYS[type_id](value)
+        return KEYS.get(type_id, words_key)(value)
     if value[-1]:
         return NULL_HASH
     return KEYS[NULLABLE[type_id]](value[:-1]) * MULTIPLIER
@@ -403,6 +415,8 @@ def float_bytes(bits, width):
 
 
 def fixed_key(type_id, value):
+    if isinstance(value[0], bytes):
+        return b"".join(value)
     if type_id in (3, 4, 25):
         return float_bytes(value[0][0], 8 if type_id == 3 else 4)
     if type_id == 16:

@@ -1,6 +1,8 @@
 #include "families.h"
 
+#include <deque>
 #include <string_view>
+#include <utility>
 
 #include "catalogue.h"
 #include "failure.h"
@@ -126,21 +128,47 @@ unsigned long long TypeFacts::Greatest() const {
   return bits == 64 ? ~0ULL : (1ULL << bits) - 1;
 }
 
+namespace {
+
+// A text that lives as long as the program.
+const char* Kept(std::string text) {
+  static std::deque<std::string> texts;
+  return texts.emplace_back(std::move(text)).c_str();
+}
+
+TypeFacts FactsByLibrary(char id) {
+  const std::string name = TypeName(id);
+  if (Types().IsFixed(id) == 0) {
+    FailValue("the tools know nothing of type " + name + ": it needs a row in families.cpp");
+  }
+  KvString example;
+  void* value = Types().DefaultValue(id, 1, 0);
+  Types().PrintToKvString(id, example, value, nullptr, 1);
+  Types().Delete(id, value, 1);
+  const std::string bytes = std::to_string(Types().DiskLenGet(id, nullptr, 0, 1, 0)) + " bytes";
+  return {.name = Kept(name),
+          .kind = kPattern,
+          .fields = "",
+          .meaning = Kept("a value of " + bytes),
+          .range = "as its print format reads",
+          .null = Types().SupportsNullValue(id) != 0 ? "a value of its own" : kNoNull,
+          .example = Kept(example.StrGet())};
+}
+
+TypeFacts FindFacts(char id) {
+  for (const TypeFacts& row : kFacts) {
+    if (TypeName(id) == row.name) return row;
+  }
+  return HasValues(id) ? FactsByLibrary(id) : TypeFacts{};
+}
+
+}  // namespace
+
 const TypeFacts& FactsOf(char id) {
-  static const std::vector<const TypeFacts*> byId = [] {
-    std::vector<const TypeFacts*> rows;
-    for (char each = 0; each < TypeCount(); ++each) {
-      const TypeFacts* found = nullptr;
-      for (const TypeFacts& row : kFacts) {
-        if (TypeName(each) == row.name) found = &row;
-      }
-      if (found == nullptr && HasValues(each)) {
-        FailValue("the tools know nothing of type " + TypeName(each) +
-                  ": it needs a row in families.cpp");
-      }
-      rows.push_back(found);
-    }
+  static const std::vector<TypeFacts> byId = [] {
+    std::vector<TypeFacts> rows;
+    for (char each = 0; each < TypeCount(); ++each) rows.push_back(FindFacts(each));
     return rows;
   }();
-  return *byId[static_cast<std::size_t>(id)];
+  return byId[static_cast<std::size_t>(id)];
 }

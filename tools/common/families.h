@@ -1,6 +1,7 @@
 // What the tools know of each type beside what the library tells: how its values are written as
-// text, the fields of its stored form, and words for people. One row a type; a type of the
-// catalogue without a row ends the program by name, so that none is forgotten.
+// text, the fields of its stored form, and words for people. One row a type. A type without a row
+// is told by what the library says of it, and written in its own print format; that serves those of
+// fixed size. One of varying size ends the program by name.
 #pragma once
 
 #include <string>

@@ -131,7 +131,7 @@ Difference Find(char id, const ValueRun& pair, const Bytes& a, const Bytes& b,
     case TextKind::kBlob:
       break;
     default:
-      return InFields(id, pair, a, b, order);
+      found = InFields(id, pair, a, b, order);
   }
   return found.where.empty() ? InBytes(a, b) : found;
 }
