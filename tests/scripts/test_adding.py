@@ -19,13 +19,22 @@ PLACES = {
     "kvcore/inc/kvtypeid.h": "inline constexpr char KvRES_T",
     "kvcore/inc/kvobjid.h": None,
     "src/kvtypevl/rows/identities.cpp": "template struct RowHandlers<ObjIdRow>",
-    "src/kvtypes/catalogue.cpp": '    {46, "illegal"',
+    "src/kvtypes/catalogue.cpp": ', "illegal"',
     "src/kvtypevl/operations/row.h": "  static int Step(",
     HANDLERS: "template <class Row>\nint RowHandlers<Row>::Step(",
 }
 
 
-POLICY_NAME = "struct UuidRow;"  # stands at the head of the catalogue
+POLICY_NAME = "struct AddedUuidRow;"  # stands at the head of the catalogue
+IDS = (SOURCE / "kvcore/inc/kvtypeid.h").read_text(encoding="utf-8")
+NEXT = int(re.search(r"KvRES_T = (\d+)", IDS).group(1))
+
+
+def of_now(block):
+    """A block of the page with the next id that there is, and a name that no type has."""
+    numbers = {"46": str(NEXT), "47": str(NEXT + 1)}
+    block = re.sub(r"\b4[67]\b", lambda found: numbers[found.group()], block)
+    return block.replace("Uuid", "AddedUuid").replace("UUID", "ADDEDUUID")
 
 
 def blocks():
@@ -33,7 +42,7 @@ def blocks():
     page = (SOURCE / "docs" / "adding.md").read_text(encoding="utf-8")
     found = {}
     for name, block in re.findall(r"^```cpp\n// (\S+)\n(.*?)^```", page, re.S | re.M):
-        found[name] = found.get(name, "") + block
+        found[name] = found.get(name, "") + of_now(block)
     return found
 
 
@@ -55,8 +64,11 @@ class Adding(unittest.TestCase):
             text = text.replace("\nnamespace {", f"{POLICY_NAME}\n\nnamespace {{", 1)
             block = block.removeprefix(POLICY_NAME + "\n")
         at = len(text) if PLACES[name] is None else text.rindex(PLACES[name])
+        if name.endswith("catalogue.cpp"):
+            at = text.rindex("{", 0, at)
         text = text[:at] + block + text[at:]
-        path.write_text(text.replace('{46, "illegal"', '{47, "illegal"'), encoding="utf-8")
+        path.write_text(text.replace(f'{{{NEXT}, "illegal"', f'{{{NEXT + 1}, "illegal"'),
+                        encoding="utf-8")
 
     def complaint(self, name):
         """What the compiler has against a file."""
@@ -78,7 +90,7 @@ class Adding(unittest.TestCase):
         for missing in ("Key", "Position", "Print", "Trace"):
             with self.subTest(missing=missing):
                 self.put(family, re.sub(rf"\b{missing}\(", "Other(", type_blocks[family]))
-                self.assertRegex(self.complaint(family), rf"{missing}.*UuidRow")
+                self.assertRegex(self.complaint(family), rf"{missing}.*AddedUuidRow")
                 (self.folder / family).write_text(before, encoding="utf-8")
         self.put(family, type_blocks[family])
         self.assertEqual(self.complaint(family), "")

@@ -190,7 +190,7 @@ class Values(KvtmTest):
             "fixed": True, "nullable": True, "format": "%a %e.%b %Y"})
         self.assertIsNone(by_name["KvBLOB_T"]["storedBytes"])
         lines = self.good("types").splitlines()
-        self.assertEqual(len(lines), 48)
+        self.assertEqual(len(lines), 1 + len(rows))
         for line, row in zip(lines[1:], rows):
             self.assertEqual(line.split()[:3], [str(row["id"]), row["name"], row["idName"]])
 
@@ -277,8 +277,8 @@ class Values(KvtmTest):
             self.assertEqual(self.good("help", row["idName"]), self.good("types", row["name"]))
             example = self.good("store", row["name"], "--", card["example"]).strip()
             self.assertEqual(card["exampleStored"].replace(" ", ""), example)
-            if not row["fixed"]:
-                continue
+            if not row["fixed"] or card["meaning"].startswith("a value of"):
+                continue  # of varying size, or without words of its own
             width = row["storedBytes"]
             self.assertEqual(sum(field["bytes"] for field in card["fields"]), width)
             stored = bytes(range(1, width + 1))

@@ -265,7 +265,11 @@ void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& 
   }
   const char* format = FormatsOf(id, style)[0];
   if (format == nullptr) format = Types().ExchangeFormat(id, nullptr);
-  FailReading(id, text, std::string(": expected ") + format);
+  // The format of rows that print without one.
+  const bool isUnused = std::string_view(format) == "noop";
+  FailReading(id, text,
+              isUnused ? std::string(": expected a text such as ") + FactsOf(id).example
+                       : std::string(": expected ") + format);
 }
 
 void ReadString(char id, void* value, std::string_view given, const ValueStyle& style) {
