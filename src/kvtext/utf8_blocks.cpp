@@ -29,11 +29,6 @@ namespace {
 constexpr std::size_t kBlockBytes = 64;
 constexpr std::size_t kBlockUnits = 32;
 
-// The lowest `count` bits; all for 64 and more.
-constexpr std::uint64_t LowBits(std::size_t count) {
-  return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
-}
-
 KV_WITH_VBMI2 inline __m512i EachByte(unsigned value) {
   return _mm512_set1_epi8(static_cast<char>(value));
 }

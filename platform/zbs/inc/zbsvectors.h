@@ -10,6 +10,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 
 #include "kvbase.h"
 
@@ -30,6 +32,11 @@ enum class VectorSet : unsigned char {
 KV_EXPORT VectorSet LimitVectors(VectorSet limit);
 
 // --- For the library's own parts ---
+
+// The lowest `count` bits, all for 64 and more: the places of a vector that are taken.
+constexpr std::uint64_t LowBits(std::size_t count) {
+  return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+}
 
 // One more than the set in use; 0 until somebody asked.
 extern KV_EXPORT std::atomic<unsigned char> vectorSetInUse;

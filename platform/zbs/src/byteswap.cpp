@@ -15,11 +15,6 @@ namespace {
 
 constexpr std::size_t kBlock = 128;
 
-// The lowest `count` bits, at most 64.
-constexpr std::uint64_t LowBits(std::size_t count) {
-  return count >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
-}
-
 // The shuffle that reverses fields of `width` bytes: byte i of a 16-byte lane comes from the place
 // mirrored within its field.
 [[gnu::target("ssse3")]] __m128i LaneShuffle(unsigned width) {
