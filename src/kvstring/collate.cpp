@@ -136,7 +136,7 @@ template <class Units1, class Units2>
     }
     const unsigned word1 = units1.Word(unit1);
     const unsigned word2 = units2.Word(unit2);
-    const bool special = ((word1 | word2) & kPairBit) != 0;
+    const bool special = ((word1 | word2) & kSpecialBits) != 0;
     const int sign = special ? CompareSpecial(text1, units1, text2, units2, levels)
                              : CompareWeights(word1, word2, levels);
     if (sign == kMixed) break;

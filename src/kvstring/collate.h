@@ -67,7 +67,7 @@ class OrderCursor {
       return unit;
     }
     const unsigned word = Word(unit);
-    if ((word & kPairBit) == 0) [[likely]] {
+    if ((word & kSpecialBits) == 0) [[likely]] {
       position_ += width_;
       return FirstOrder(word);
     }

@@ -50,18 +50,19 @@ struct Difference {
   Unit unit2;
 };
 
-// In texts that only their terminators end, which may not be read in words.
+// In texts that only their terminators end, which may not be read in words. What is before `at` is
+// the same in both.
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> DifferenceOfTerminated(const unsigned char* text1,
-                                                                      const unsigned char* text2) {
+                                                                      const unsigned char* text2,
+                                                                      std::size_t at = 0) {
   Unit unit1;
   Unit unit2;
-  const auto same = [&](std::size_t at) {
-    unit1 = ReadUnit<Unit>(text1 + at * sizeof(Unit));
-    unit2 = ReadUnit<Unit>(text2 + at * sizeof(Unit));
+  const auto same = [&](std::size_t place) {
+    unit1 = ReadUnit<Unit>(text1 + place * sizeof(Unit));
+    unit2 = ReadUnit<Unit>(text2 + place * sizeof(Unit));
     return unit1 == unit2 && unit1 != 0;
   };
-  std::size_t at = 0;
   while (same(at) && same(++at) && same(++at) && same(++at)) ++at;  // four to a round
   return {at, unit1, unit2};
 }
@@ -76,9 +77,9 @@ template <class Unit>
   const auto inOrder = [=](Unit unit) { return reversed ? Reversed(unit) : unit; };
   Unit unit1;
   Unit unit2;
-  const auto same = [&](std::size_t at) {
-    unit1 = ReadUnit<Unit>(text1 + at * sizeof(Unit));
-    unit2 = ReadUnit<Unit>(text2 + at * sizeof(Unit));
+  const auto same = [&](std::size_t place) {
+    unit1 = ReadUnit<Unit>(text1 + place * sizeof(Unit));
+    unit2 = ReadUnit<Unit>(text2 + place * sizeof(Unit));
     return unit1 == unit2 && unit1 != 0;
   };
   const std::size_t shared = std::min(length1, length2);
@@ -100,17 +101,38 @@ template <class Unit>
   return {at, inOrder(unit1), inOrder(unit2)};
 }
 
+// The bits of order words with which a difference may not decide. Behind the first unit a letter
+// may also belong to a contraction that begins before it.
+inline constexpr unsigned kUnsettledFirst = kPairBit | kMovesMark;
+inline constexpr unsigned kUnsettled = kUnsettledFirst | kFollowsMark;
+
 // The result of a comparison by units from the first difference. When that does not decide, what is
 // left is the caller's to hand on, `rest(passed)`: handed on as the plain values that the caller
-// was given, it costs the frequent way no stack frame.
+// was given, it costs the frequent way no stack frame. Most words part with their first unit, so a
+// caller that is there says so by `unsettled`.
 template <class Unit, class Table, class Rest>
 [[gnu::always_inline]] inline int DecideByDifference(const Difference<Unit>& difference,
-                                                     const Table& table, Rest rest) {
+                                                     const Table& table, Rest rest,
+                                                     unsigned unsettled = kUnsettled) {
   if (difference.unit1 == difference.unit2) return 0;
   const unsigned word1 = table.Word(difference.unit1);
   const unsigned word2 = table.Word(difference.unit2);
-  const bool isDecided = ((word1 | word2) & kPairBit) == 0 && (word1 ^ word2) >> 16 != 0;
+  const bool isDecided = ((word1 | word2) & unsettled) == 0 && (word1 ^ word2) >> 16 != 0;
   return isDecided ? OrderOfUnequal(word1, word2) : rest(static_cast<unsigned>(difference.at));
+}
+
+// Compares two terminated texts in memory order by units of this width.
+template <class Unit, class Table, class Rest>
+[[gnu::always_inline]] inline int DecideTerminated(const unsigned char* text1,
+                                                   const unsigned char* text2, const Table& table,
+                                                   Rest rest) {
+  const Unit unit1 = ReadUnit<Unit>(text1);
+  const Unit unit2 = ReadUnit<Unit>(text2);
+  if (unit1 != unit2) {
+    return DecideByDifference(Difference<Unit>{0, unit1, unit2}, table, rest, kUnsettledFirst);
+  }
+  if (unit1 == 0) return 0;
+  return DecideByDifference(DifferenceOfTerminated<Unit>(text1, text2, 1), table, rest);
 }
 
 // Compares two terminated texts in memory order by units.
@@ -121,11 +143,9 @@ template <class Rest>
   const auto* units1 = static_cast<const unsigned char*>(text1);
   const auto* units2 = static_cast<const unsigned char*>(text2);
   if (KvIsWideCodeSet(codeSet)) {
-    return DecideByDifference(DifferenceOfTerminated<unsigned short>(units1, units2),
-                              WideOrderTable(language), rest);
+    return DecideTerminated<unsigned short>(units1, units2, WideOrderTable(language), rest);
   }
-  return DecideByDifference(DifferenceOfTerminated<unsigned char>(units1, units2),
-                            ByteOrderTable(codeSet, language), rest);
+  return DecideTerminated<unsigned char>(units1, units2, ByteOrderTable(codeSet, language), rest);
 }
 
 // Compares two texts of given lengths that are there, in one byte order, by units.

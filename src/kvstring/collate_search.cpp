@@ -23,7 +23,7 @@ constinit Wildcards wildcards{};
 
 // The bits of an order's weight that must agree where two characters match.
 unsigned MatchMask(unsigned short cmpOp) {
-  return (cmpOp & kvCompareKeyOrder) != 0 ? 0xFFFFFFFF : LevelMask(cmpOp);
+  return (cmpOp & kvCompareKeyOrder) != 0 ? ~kMarks : LevelMask(cmpOp);
 }
 
 // Key order knows no options.

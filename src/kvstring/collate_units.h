@@ -42,7 +42,7 @@ inline Text RestOf(Text text, unsigned units) {
 
 // The bits of an order word that a compare operation looks at.
 inline unsigned LevelMask(unsigned short cmpOp) {
-  unsigned mask = 0xFFFFFFFF;
+  unsigned mask = ~kMarks;
   if ((cmpOp & kvCompareIgnoreCase) != 0) mask &= ~kCaseBits;
   if ((cmpOp & kvCompareIgnoreAccents) != 0) mask &= ~kAccentBits;
   if ((cmpOp & kvCompareIgnoreVariants) != 0) mask &= ~kExtensionBits;

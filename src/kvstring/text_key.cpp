@@ -167,7 +167,7 @@ class TextKeyWriter {
     for (unsigned index = 0;;) {
       const unsigned word = index == text_.length ? 0 : units.Word(units.Get());
       if (word == 0) return;
-      if ((word & kPairBit) == 0) {
+      if ((word & kSpecialBits) == 0) {
         AddPlain(word & mask);
       } else if (IsContractionPart(word)) {
         return AddOrders(RestOf(text_, index));
@@ -303,7 +303,7 @@ template <class Units, class EightFrom>
     }
     const unsigned word = units.Word(units.Get());
     if (word == 0) break;
-    const unsigned char code = (word & kPairBit) == 0 ? kByteCodes[word >> 16] : 0;
+    const unsigned char code = (word & kSpecialBits) == 0 ? kByteCodes[word >> 16] : 0;
     if (code == 0) return nullptr;
     *key++ = code;
     if (!IsPlain(word & mask) && !marks.Note(word & mask, index, caseCounts)) return nullptr;

@@ -45,8 +45,8 @@ std::uint64_t WordsOfWeightPlainly(const unsigned* words, unsigned mask, unsigne
   std::uint64_t found = 0;
   for (unsigned place = 0; place < 64; ++place) {
     const unsigned word = words[place];
-    const bool hit =
-        (word & mask) == weight || ((word & kPairBit) != 0 && ((word ^ weight) & pairMask) == 0);
+    const bool hit = (word & mask) == weight ||
+                     ((word & kSpecialBits) != 0 && ((word ^ weight) & pairMask) == 0);
     found |= std::uint64_t{hit} << place;
   }
   return found;
@@ -113,8 +113,10 @@ KV_WITH_AVX2 std::uint64_t WordsOfWeightByAvx2(const unsigned* words, unsigned m
     const __m256i eight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(words + place));
     const __m256i equal = _mm256_cmpeq_epi32(_mm256_and_si256(eight, masks), weights);
     const __m256i alike = _mm256_cmpeq_epi32(_mm256_and_si256(eight, pairMasks), pairWeights);
-    // kPairBit is the sign.
-    const __m256i hits = _mm256_or_si256(equal, _mm256_and_si256(alike, eight));
+    // kPairBit is the sign, and kPartMark is made it.
+    static_assert(kPartMark << 28 == kPairBit);
+    const __m256i special = _mm256_or_si256(eight, _mm256_slli_epi32(eight, 28));
+    const __m256i hits = _mm256_or_si256(equal, _mm256_and_si256(alike, special));
     const int bits = _mm256_movemask_ps(_mm256_castsi256_ps(hits));
     found |= static_cast<std::uint64_t>(static_cast<unsigned>(bits)) << place;
   }

@@ -26,7 +26,7 @@ unsigned PassOver(const unsigned char* text, unsigned count,
                   const WantedUnits<unsigned short>& wanted);
 
 // Of 64 order words a bit each: whether it has `weight` at the bits of `mask`, or stands for two
-// orders and has it at those of `pairMask`.
+// orders or a part of a contraction and has it at those of `pairMask`.
 std::uint64_t WordsOfWeight(const unsigned* words, unsigned mask, unsigned pairMask,
                             unsigned weight);
 

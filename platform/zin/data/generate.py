@@ -40,6 +40,9 @@ ACCENTS = {
 }
 STROKE, DIAERESIS, DOT_ABOVE = 8, 6, 12
 
+# Marks in the order words of units that contractions concern; zinorder.h says what they mean.
+MOVES_MARK, PART_MARK, FOLLOWS_MARK = 0x04, 0x08, 0x10
+
 # Extension values: 1 and 2 are letters of their own behind the plain one, 3 is a part of a combined
 # character, which counts after everything else.
 PART = 3
@@ -182,12 +185,11 @@ def weight(order):
     return order << 16
 
 
-def pack(orders, in_contraction=False):
+def pack(orders, marks=0):
     """One or two orders as the word of an order table; zinorder.h draws it."""
-    if len(orders) == 1 and in_contraction:
-        return 1 << 31 | orders[0] << 16
     if len(orders) == 1:
-        return weight(orders[0])
+        assert weight(orders[0]) & (PART_MARK | MOVES_MARK | FOLLOWS_MARK) == 0
+        return weight(orders[0]) | marks
     first, second = orders
     assert first >> 15 == second >> 15
     return 1 << 31 | (first & 0x7FFF) << 16 | second
@@ -474,15 +476,45 @@ class Tailoring:
         self.contractions = contractions_of(characters, language, self.orders)
         self.mixed_case = language.mixed_case
         self.members = {order for letters, _, _ in self.contractions for order in letters}
+        self.marks = self.contraction_marks()
 
     def orders(self, code):
         return self.own.get(code, self.base[code])
 
     def word(self, code):
         orders = self.orders(code)
-        member = has_case(orders[0]) and orders[0] & ~0x3000 in self.members
-        assert not member or len(orders) > 1 or orders[0] & 3 != PART
-        return pack(orders, member and len(orders) == 1)
+        marks = self.marks.get(orders[0] & ~0x3000, 0) if has_case(orders[0]) else 0
+        assert not marks or len(orders) > 1 or orders[0] & 3 != PART
+        return pack(orders, marks if len(orders) == 1 else 0)
+
+    def contraction_marks(self):
+        """Order without case -> marks. A letter that begins a contraction may have any place from
+        its own to the contraction's. Where a letter stands in between, one of the two is marked as
+        moving: the first where a plain letter does, as Czech c before d, else what is in between,
+        as the Croatian digraph characters, since those are rare."""
+        marks = {order: PART_MARK for order in self.members}
+        for letters, _, _ in self.contractions:
+            for order in letters[1:]:
+                marks[order] |= FOLLOWS_MARK
+        singles = {self.orders(code)[0] & ~0x3000 for code in range(1, 0x10000)
+                   if len(self.orders(code)) == 1 and has_case(self.orders(code)[0])}
+        reach = {order: [weight(order) >> 16] * 2 for order in singles}
+        for letters, contracted, _ in self.contractions:
+            place = weight(contracted[0]) >> 16
+            least, most = reach[letters[0]]
+            reach[letters[0]] = [min(least, place), max(most, place)]
+        for first in {letters[0] for letters, _, _ in self.contractions}:
+            least, most = reach[first]
+            between = {order for order in singles if least <= weight(order) >> 16 <= most
+                       and weight(order) >> 16 != weight(first) >> 16}
+            plain = any(order & 0x3F83 == 0 for order in between)
+            for order in [first] if plain else between:
+                marks[order] = marks.get(order, 0) | PART_MARK | MOVES_MARK
+        settled = sorted({tuple(reach[order]) for order in singles
+                          if not marks.get(order, 0) & MOVES_MARK})
+        for (least, most), (next_least, _) in zip(settled, settled[1:]):
+            assert most < next_least or least == next_least, hex(next_least)
+        return marks
 
 
 def check_letters(characters, languages):

@@ -9,8 +9,6 @@
 //   +--+----------------+----------------+
 //   | 1| first order    | second order   |   two orders; bit 15 of the second belongs to both
 //   +--+----------------+----------------+
-//   | 1| order          | 0              |   one order of a unit that may be part of a contraction
-//   +--+----------------+----------------+
 //
 // For a character of one order, the primary half is what the character *is* and the rest is what
 // tells variants of it apart: accent 0x0F80, case 0x3000 and an extension of 3, at the bits that
@@ -19,8 +17,19 @@
 // the order is the two halves ORed. A unit of 0 has the word 0.
 //
 // A *contraction* is several units that a language sorts as one letter, such as Czech ch. Units
-// that are in none compare by their words wherever they stand; those that are in one have bit 31
-// set, as units of two orders have, so that languages without contractions pay nothing for them.
+// that are in none compare by their words wherever they stand. Those that may be in one have marks
+// in the rest, where the letter code of an order would be and no order word has anything:
+//
+//    6  5   4         3      2   1  0
+//   +-----+---------+------+-------+----+
+//   | 0 0 | follows | part | moves | ...|
+//   +-----+---------+------+-------+----+
+//
+// "Part" is set with either of the others. "Follows": other units than the first of a contraction
+// are this one. "Moves": the unit may begin a contraction that has another letter between itself
+// and its first letter, as Czech ch has d, or it is such a letter; so the words alone do not tell
+// which of two units comes first. Languages without contractions have none of this and pay nothing
+// for it.
 //
 // Orders are in stored indexes by their effect: an order once given to a character stays.
 #pragma once
@@ -81,7 +90,14 @@ inline constexpr unsigned kWordMarkLetters = 5;
 extern KV_EXPORT const unsigned kWordMarks[20][kWordMarkCount];
 }  // namespace zin
 
-inline constexpr unsigned kPairBit = 0x80000000u;  // two orders, or a part of a contraction
+inline constexpr unsigned kPairBit = 0x80000000u;  // two orders
+// The marks of a word of one order.
+inline constexpr unsigned kMovesMark = 0x04;
+inline constexpr unsigned kPartMark = 0x08;
+inline constexpr unsigned kFollowsMark = 0x10;
+inline constexpr unsigned kMarks = kMovesMark | kPartMark | kFollowsMark;
+// What a word of one order that stands for itself wherever it is has none of.
+inline constexpr unsigned kSpecialBits = kPairBit | kPartMark;
 inline constexpr unsigned kAccentBits = 0x0F80;
 inline constexpr unsigned kCaseBits = 0x3000;
 inline constexpr unsigned kExtensionBits = 0x0003;
@@ -94,13 +110,15 @@ constexpr unsigned ComputedOrderWord(unsigned short unit) {
 }
 
 constexpr unsigned short FirstOrder(unsigned word) {
-  if ((word & kPairBit) == 0) return static_cast<unsigned short>(word >> 16 | (word & 0xFFFF));
+  if ((word & kPairBit) == 0) {
+    return static_cast<unsigned short>(word >> 16 | (word & 0xFFFF & ~kMarks));
+  }
   return static_cast<unsigned short>((word >> 16 & 0x7FFF) | (word & 0x8000));
 }
 
 // Whether the unit of this word may be part of a contraction.
 constexpr bool IsContractionPart(unsigned word) {
-  return (word & (kPairBit | 0xFFFF)) == kPairBit;
+  return (word & kSpecialBits) == kPartMark;
 }
 
 // 0 when the word holds one order only.
@@ -237,11 +255,9 @@ class ContractionLinks {
   unsigned stay_;
 };
 
-// The order word that the unit has where it stands for itself. Parts of contractions are letters
-// and no parts of combined characters.
+// The order word without marks: what the unit is where it stands for itself.
 constexpr unsigned WordAlone(unsigned word) {
-  const unsigned letter = (word >> 16 & 0x407F) << 16 | (word >> 16 & (kAccentBits | kCaseBits));
-  return IsContractionPart(word) ? letter : word;
+  return (word & kPairBit) == 0 ? word & ~kMarks : word;
 }
 
 // What a run of letters contracts to.
