@@ -11,6 +11,22 @@ namespace kv {
 
 namespace {
 
+// The contraction with which a run of letters begins, if it does. `word` is that of its first unit,
+// and `nextWord` gives the next one's as long as they may stand side by side.
+template <class NextWord>
+Contracted ContractRun(unsigned char language, unsigned word, NextWord nextWord) {
+  const ContractionLinks links(language);
+  unsigned short orders[4] = {FirstOrder(word)};
+  unsigned count = 1;
+  while (count < std::size(orders)) {
+    const unsigned next = nextWord();
+    if (!links.Between(word, next)) break;
+    orders[count++] = FirstOrder(next);
+    word = next;
+  }
+  return count > 1 ? Contract(language, orders, count) : Contracted{};
+}
+
 // What the walk over two texts has found so far: for each level below the primary one, which ends
 // the walk, the fields of both texts where they first differed.
 class Levels {
@@ -79,16 +95,21 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
   return CompareWeights(OrderWeight(SecondOrder(word1)), OrderWeight(SecondOrder(word2)), levels);
 }
 
+// The word of the unit behind the present one, 0 at the end.
+template <class Units>
+unsigned WordBehind(Units units) {
+  units.Advance(units.Get() != 0);
+  return units.Word(units.Get());
+}
+
 // Whether the present unit of a text, which has this word, may be in a contraction with the one
-// before it or, where `forward` is 1, behind it. Most comparisons of a language with contractions
-// ask this once, of letters that cannot be foreseen, so it is computed and does not branch on them.
+// before it or, where `forward` is 1, behind it. It is asked of letters that cannot be foreseen, so
+// it is computed and does not branch on them.
 template <class Units>
 unsigned IsLinked(const ContractionLinks& links, const Text& text, const Units& units,
                   unsigned word, unsigned forward) {
   const unsigned before = units.Position() != text.units ? units.Word(units.Back(1)) : 0;
-  Units next(units);
-  next.Advance(units.Get() != 0);
-  return links.Bit(before, word) | (links.Bit(word, units.Word(next.Get())) & forward);
+  return links.Bit(before, word) | (links.Bit(word, WordBehind(units)) & forward);
 }
 
 // Two units that differ, one at least of two orders or in contractions; as ComparePairs.
@@ -97,11 +118,12 @@ int CompareSpecial(const Text& text1, const Units1& units1, const Text& text2, c
                    Levels& levels) {
   const unsigned word1 = units1.Word(units1.Get());
   const unsigned word2 = units2.Word(units2.Get());
-  const ContractionLinks links1(text1.language);
-  const ContractionLinks links2(text2.language);
-  const unsigned forward = links1.MayMove(word1, word2) | links2.MayMove(word1, word2);
-  const unsigned linked = IsLinked(links1, text1, units1, word1, forward) |
-                          IsLinked(links2, text2, units2, word2, forward);
+  // What the marks say holds among the letters of one language.
+  const bool isSettled = units1.HasTableOf(units2) && IsSettled(word1, word2, kUnsettledFirst);
+  const unsigned forward = isSettled ? 0 : 1;
+  const unsigned linked =
+      IsLinked(ContractionLinks(text1.language), text1, units1, word1, forward) |
+      IsLinked(ContractionLinks(text2.language), text2, units2, word2, forward);
   return linked != 0 ? kMixed : ComparePairs(WordAlone(word1), WordAlone(word2), levels);
 }
 
@@ -119,6 +141,37 @@ unsigned RunBefore(const Text& text, const Units& units, unsigned other) {
   unsigned run = 1;
   while (run < passed && links.Bit(wordBack(run + 1), wordBack(run)) != 0) ++run;
   return run;
+}
+
+// The order of two units of one table with which texts differ that are the same before; 0 where the
+// letters beside them do not settle it. What most differences beside contractions need, without the
+// records of the walk below.
+template <class Units>
+[[gnu::always_inline]] inline int CompareUnlinked(unsigned char language, const Units& units1,
+                                                  const Units& units2, bool isFirst) {
+  const unsigned word1 = units1.Word(units1.Get());
+  const unsigned word2 = units2.Word(units2.Get());
+  if (!IsSettled(word1, word2, kPairBit)) return 0;
+  const ContractionLinks links(language);
+  const unsigned before = isFirst ? 0 : units1.Word(units1.Back(1));
+  unsigned linked = links.Bit(before, word1) | links.Bit(before, word2);
+  if (((word1 | word2) & kMovesMark) != 0) {
+    linked |= links.Bit(word1, WordBehind(units1)) | links.Bit(word2, WordBehind(units2));
+  }
+  return linked != 0 ? 0 : OrderOfUnequal(word1, word2);
+}
+
+// The weight of the order that the text goes on with, contracted where it is.
+template <class Units>
+unsigned NextWeight(unsigned char language, Units units) {
+  const unsigned word = units.Word(units.Get());
+  if (!IsContractionPart(word)) return OrderWeight(FirstOrder(word));
+  const auto nextWord = [&] {
+    units.Advance();
+    return units.Word(units.Get());
+  };
+  const Contracted contracted = ContractRun(language, word, nextWord);
+  return contracted.units != 0 ? OrderWeight(contracted.orders[0]) : WordAlone(word);
 }
 
 // Walks `units1` and `units2`, which are anywhere in `text1` and `text2`, to the end. What is
@@ -143,23 +196,23 @@ template <class Units1, class Units2>
     if (sign != 0) return sign;
     if (unit1 == 0) return levels.Decide();
   }
-  const unsigned passed = units1.Passed(text1.units);
   const unsigned back = sameTable ? RunBefore(text1, units1, units2.Word(units2.Get())) : 0;
-  return CompareOrders(OrderCursor(RestOf(text1, passed - back)),
-                       OrderCursor(RestOf(text2, units2.Passed(text2.units) - back)), false,
-                       levels);
+  units1.GoBack(back);
+  units2.GoBack(back);
+  const unsigned weight1 = NextWeight(text1.language, units1);
+  const unsigned weight2 = NextWeight(text2.language, units2);
+  if ((weight1 ^ weight2) >> 16 != 0) return OrderOfUnequal(weight1, weight2);
+  return CompareOrders(OrderCursor(RestOf(text1, units1.Passed(text1.units))),
+                       OrderCursor(RestOf(text2, units2.Passed(text2.units))), false, levels);
 }
 
-// The first `passed` units are the same in both texts.
-int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp, unsigned passed = 0) {
+int CompareLevels(const Text& text1, const Text& text2, unsigned short cmpOp) {
   Levels levels(cmpOp);
   const bool skipSpaces = (cmpOp & kvCompareSkipSpaces) != 0;
   if (skipSpaces || text1.codeSet == kvCodeSetOrders || text2.codeSet == kvCodeSetOrders) {
     return CompareOrders(OrderCursor(text1), OrderCursor(text2), skipSpaces, levels);
   }
   return WithUnits(text1, text2, [&](auto units1, auto units2) {
-    units1.Skip(passed);
-    units2.Skip(passed);
     return CompareWords(text1, units1, text2, units2, levels);
   });
 }
@@ -228,25 +281,27 @@ OrderCursor::OrderCursor(const Text& given, unsigned char language)
       isOrders_(given.codeSet == kvCodeSetOrders) {}
 
 unsigned short OrderCursor::NextOfRun() {
-  const ContractionLinks links(language_);
   const unsigned char* begin = position_;
-  unsigned word = Word(Unit());
-  unsigned short orders[4] = {FirstOrder(word)};
-  unsigned count = 1;
-  for (position_ += width_; count < std::size(orders); position_ += width_) {
-    const unsigned next = Word(Unit());
-    if (!links.Between(word, next)) break;
-    orders[count++] = FirstOrder(next);
-    word = next;
-  }
-  const Contracted contracted = count > 1 ? Contract(language_, orders, count) : Contracted{};
+  const unsigned word = Word(Unit());
+  const Contracted contracted = ContractRun(language_, word, [this] {
+    position_ += width_;
+    return Word(Unit());
+  });
   position_ = begin + std::max(contracted.units, 1u) * width_;
   pending_ = contracted.orders[1];
-  return contracted.units != 0 ? contracted.orders[0] : orders[0];
+  return contracted.units != 0 ? contracted.orders[0] : FirstOrder(word);
 }
 
 int CompareWordsFrom(const Text& text1, const Text& text2, unsigned passed, unsigned short cmpOp) {
-  return CompareLevels(text1, text2, cmpOp, passed);
+  const auto compare = [&](auto units1, auto units2) {
+    units1.Advance(passed);
+    units2.Advance(passed);
+    if (const int sign = CompareUnlinked(text1.language, units1, units2, passed == 0)) return sign;
+    Levels levels(cmpOp);
+    return CompareWords(text1, units1, text2, units2, levels);
+  };
+  return KvIsWideCodeSet(text1.codeSet) ? compare(WidesOf(text1), WidesOf(text2))
+                                        : compare(BytesOf(text1), BytesOf(text2));
 }
 
 int CompareInGeneral(const Text& text1, const Text& text2, unsigned short cmpOp,
@@ -287,6 +342,7 @@ namespace {
   const auto* rest1 = static_cast<const unsigned char*>(text1) + passed * UnitWidth(codeSet);
   const auto* rest2 = static_cast<const unsigned char*>(text2) + passed * UnitWidth(codeSet);
   const auto compare = [&](auto units1, auto units2) {
+    if (const int sign = CompareUnlinked(language, units1, units2, passed == 0)) return sign;
     Levels levels(cmpOp);
     return CompareWords({codeSet, language, text1}, units1, {codeSet, language, text2}, units2,
                         levels);

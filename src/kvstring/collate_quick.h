@@ -106,6 +106,10 @@ template <class Unit>
 inline constexpr unsigned kUnsettledFirst = kPairBit | kMovesMark;
 inline constexpr unsigned kUnsettled = kUnsettledFirst | kFollowsMark;
 
+inline bool IsSettled(unsigned word1, unsigned word2, unsigned unsettled) {
+  return ((word1 | word2) & unsettled) == 0 && (word1 ^ word2) >> 16 != 0;
+}
+
 // The result of a comparison by units from the first difference. When that does not decide, what is
 // left is the caller's to hand on, `rest(passed)`: handed on as the plain values that the caller
 // was given, it costs the frequent way no stack frame. Most words part with their first unit, so a
@@ -117,8 +121,8 @@ template <class Unit, class Table, class Rest>
   if (difference.unit1 == difference.unit2) return 0;
   const unsigned word1 = table.Word(difference.unit1);
   const unsigned word2 = table.Word(difference.unit2);
-  const bool isDecided = ((word1 | word2) & unsettled) == 0 && (word1 ^ word2) >> 16 != 0;
-  return isDecided ? OrderOfUnequal(word1, word2) : rest(static_cast<unsigned>(difference.at));
+  return IsSettled(word1, word2, unsettled) ? OrderOfUnequal(word1, word2)
+                                            : rest(static_cast<unsigned>(difference.at));
 }
 
 // Compares two terminated texts in memory order by units of this width.

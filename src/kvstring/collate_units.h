@@ -66,7 +66,7 @@ class Units {
   Unit Back(unsigned units) const { return Load(position_ - units * sizeof(Unit)); }
 
   void Advance(unsigned units = 1) { position_ += units * sizeof(Unit); }
-  void Skip(unsigned units) { position_ += units * sizeof(Unit); }
+  void GoBack(unsigned units) { position_ -= units * sizeof(Unit); }
   unsigned Word(Unit unit) const { return table_.Word(unit); }
   const unsigned char* Position() const { return position_; }
   unsigned Passed(const void* text) const {

@@ -608,8 +608,6 @@ def contraction_tables(tailorings):
                 for first, second in zip(letters, letters[1:]):
                     followers[-1][first >> 2 & 31] |= 1 << (second >> 2 & 31)
         numbers.append(sets.index(found))
-    stay = [all((orders[0] ^ letters[0]) & 0x7C == 0 for letters, orders, _ in found)
-            for found in sets]
     assert len(entries) < 256
     body = ",\n".join("{{" + ",".join(f"0x{part:04x}" for part in (letters + [0] * 3)[:4]) + "},{" +
                       ",".join(f"0x{order:04x}" for order in (orders + [0])[:2]) +
@@ -619,7 +617,6 @@ def contraction_tables(tailorings):
             array(f"constinit const unsigned char kContractionSets[{len(numbers)}]", numbers, 1) +
             array2(f"constinit const unsigned char kContractionStarts[{len(sets)}][33]", starts, 2,
                    33) +
-            array(f"constinit const unsigned char kContractionsStay[{len(sets)}]", stay, 1) +
             array2(f"constinit const unsigned kContractionFollowers[{len(sets)}][32]", followers, 8))
 
 

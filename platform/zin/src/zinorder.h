@@ -74,8 +74,6 @@ struct Contraction {
 extern KV_EXPORT const Contraction kContractions[];
 extern KV_EXPORT const unsigned char kContractionSets[];  // by tailoring
 extern KV_EXPORT const unsigned char kContractionStarts[][33];
-// Whether all contractions of a set are letters right behind their own first one.
-extern KV_EXPORT const unsigned char kContractionsStay[];
 // For each set and letter code a bit for each letter code that follows it in a contraction.
 extern KV_EXPORT const unsigned kContractionFollowers[][32];
 
@@ -239,20 +237,13 @@ class ContractionLinks {
   }
   bool Between(unsigned word1, unsigned word2) const { return Bit(word1, word2) != 0; }
 
-  // 0 where a letter before other letters has its place whether they contract or not: between units
-  // of these words, which differ in more than an extension, as in Hungarian sz and t. Else 1.
-  unsigned MayMove(unsigned word1, unsigned word2) const {
-    return (stay_ & (((word1 ^ word2) & 0x407C0000u) != 0)) ^ 1u;
-  }
-
  private:
   explicit ContractionLinks(const unsigned char* set)
-      : followers_(zin::kContractionFollowers[*set]), stay_(zin::kContractionsStay[*set]) {}
+      : followers_(zin::kContractionFollowers[*set]) {}
 
   static unsigned LetterCode(unsigned word) { return word >> 18 & 31; }
 
   const unsigned* followers_;
-  unsigned stay_;
 };
 
 // The order word without marks: what the unit is where it stands for itself.
