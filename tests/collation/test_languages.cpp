@@ -281,6 +281,36 @@ TEST_CASE("what GetNextOrder yields is what comparing and hashing go by, in ever
   }
 }
 
+TEST_CASE(
+    "the first letters of contractions stand before and behind every character by their orders") {
+  const auto firstPrimary = [](const Text& text, unsigned char language) {
+    const unsigned order = OrdersOf(Form(text, 253), language).front().order;
+    if (order >= 0x8000) return order;
+    if (order >= 0x4000) return order & ((order & 3) == 3 ? 0x407Cu : 0x407Fu);
+    return order >= 0x3F00 ? order & 0xFFFE : order;
+  };
+  for (const Language& language : kLanguages) {
+    std::vector<Text> runs = Words(language.alphabet);
+    if (language.number == 8 || language.number == 9) runs.push_back(u"aa");
+    std::erase_if(runs, [](const Text& run) { return run.size() == 1; });
+    CAPTURE(int{language.number});
+    for (const Text& run : runs) {
+      for (const Text& begun : {run, run.substr(0, 1), run.substr(0, 1) + u"a", run[0] + run}) {
+        const unsigned primary = firstPrimary(begun, language.number);
+        for (char16_t unit = 1; unit < 0x300; ++unit) {
+          const unsigned other = firstPrimary(Text(1, unit), language.number);
+          if (other == primary) continue;
+          const int expected = primary < other ? -1 : 1;
+          CAPTURE(unsigned{unit});
+          CHECK(Compare(begun, Text(1, unit), language.number) == expected);
+          // Behind a letter that contracts with nothing, too.
+          CHECK(Compare(u"o" + begun, u"o" + Text(1, unit), language.number) == expected);
+        }
+      }
+    }
+  }
+}
+
 TEST_CASE("key order goes by the same orders") {
   Random random(17);
   const auto keys = [](const Text& text, unsigned char language) {
