@@ -46,6 +46,7 @@ void RegisterLoad(const std::string& what, double goal, const std::shared_ptr<Ru
 bool Register() {
   RegisterLoad("1000 o_4b, reversed", 0.95, std::make_shared<Run>(Kv4B_T, 1000), 2);
   RegisterLoad("1000 KvDate", 0.95, std::make_shared<Run>(KvDATE_T, 1000), 0);
+  RegisterLoad("4096 KvDate", 0.95, std::make_shared<Run>(KvDATE_T, 4096), 0);
   RegisterLoad("1000 KvDateTimeN", 0.95, std::make_shared<Run>(KvDATIME_N_T, 1000), 0);
   const auto strings = std::make_shared<Run>(KvSTRING_T, 1000);
   auto* texts = static_cast<KvString*>(strings->memory);

@@ -290,7 +290,7 @@ template <class Units, class EightFrom>
   unsigned index = 0;
   *key++ = 0x01;
   while (index != length) {
-    if (inRuns && room - key >= 8) {
+    if (inRuns && IsSmallLetter(units.Get()) && room - key >= 8) {
       const std::uint64_t eight = eightFrom(BeginOf(text), index, length);
       const unsigned letters = LeadingSmallLetters(eight);
       const std::uint64_t codes = SmallLetterCodes(eight);
@@ -317,23 +317,34 @@ template <class Units, class EightFrom>
   return key;
 }
 
+// What such a key has besides a byte for each unit.
+constexpr unsigned kMostMarks = 2 * sizeof(FewMarks) + 3;
+
+unsigned char* WriteQuickly(const Text& text, unsigned short cmpOp, unsigned char* key,
+                            const unsigned char* room) {
+  if (text.codeSet == kvCodeSetOrders || (cmpOp & kvCompareSkipSpaces) != 0) return nullptr;
+  return KvIsWideCodeSet(text.codeSet)
+             ? WriteQuickly(text, WidesOf(text), EightWideUnits, cmpOp, key, room)
+             : WriteQuickly(text, BytesOf(text), EightUnits, cmpOp, key, room);
+}
+
 }  // namespace
 
 unsigned char* WriteTextKey(const Text& text, unsigned short cmpOp, unsigned char* key,
                             const unsigned char* room) {
-  if (text.codeSet != kvCodeSetOrders && (cmpOp & kvCompareSkipSpaces) == 0) {
-    unsigned char* const quick =
-        KvIsWideCodeSet(text.codeSet)
-            ? WriteQuickly(text, WidesOf(text), EightWideUnits, cmpOp, key, room)
-            : WriteQuickly(text, BytesOf(text), EightUnits, cmpOp, key, room);
-    if (quick != nullptr) return quick;
-  }
+  if (unsigned char* const quick = WriteQuickly(text, cmpOp, key, room)) return quick;
   KeySink end(key);
   TextKeyWriter(text, cmpOp, end).PutAll();
   return end.At();
 }
 
 std::size_t TextKeySize(const Text& text, unsigned short cmpOp) {
+  // Writing a short key the quick way takes less than measuring it.
+  unsigned char scratch[256];
+  if (text.length <= sizeof scratch - kMostMarks) {
+    const unsigned char* const end = WriteQuickly(text, cmpOp, scratch, scratch + sizeof scratch);
+    if (end != nullptr) return static_cast<std::size_t>(end - scratch);
+  }
   KeyMeasure size;
   TextKeyWriter(text, cmpOp, size).PutAll();
   return static_cast<std::size_t>(size.Size());

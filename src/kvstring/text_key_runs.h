@@ -13,6 +13,11 @@ namespace kv {
 
 inline constexpr std::uint64_t kEveryByte = 0x0101010101010101;
 
+// Looking for a run takes longer than the code of one unit, so it is looked for where one begins.
+constexpr bool IsSmallLetter(unsigned unit) {
+  return unit - 'a' < 26;
+}
+
 // How many bytes of a word, from the lowest up, are small letters before the first that is none.
 inline unsigned LeadingSmallLetters(std::uint64_t word) {
   constexpr std::uint64_t kTops = 0x80 * kEveryByte;
