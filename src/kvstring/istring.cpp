@@ -217,7 +217,8 @@ KvWeightedString<Weights>::operator long long() const {
 }
 template <class Weights>
 KvWeightedString<Weights>::operator double() const {
-  return kv::ScanDefaultFloat(StrGet());
+  const char* text = StrGet();
+  return kv::ScanDefaultFloat(text, text);
 }
 
 template <class Weights>

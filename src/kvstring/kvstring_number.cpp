@@ -101,7 +101,9 @@ KvString::operator long long() const {
 }
 
 KvString::operator double() const {
-  return buffer_ == nullptr ? 0.0 : kv::ScanDefaultFloat(kv::NarrowText(*this).Get());
+  if (buffer_ == nullptr) return 0.0;
+  const kv::NarrowText text(*this);
+  return kv::ScanDefaultFloat(text.Get(), text.End());
 }
 
 int KvString::Atol(int& out) const {

@@ -255,6 +255,16 @@ bool StringAccess::PutUnits(KvString& target, const void* units, unsigned bytes)
   return true;
 }
 
+bool StringAccess::PutBlock(KvString& target, unsigned size) {
+  auto* block = static_cast<unsigned char*>(std::malloc(size));
+  if (block == nullptr) {
+    KvCallMemoryHandler(size);
+    return false;
+  }
+  Replace(target, block, size);
+  return true;
+}
+
 bool StringAccess::Assign(KvString& target, unsigned char codeSet, unsigned char language,
                           const void* text, unsigned char textCodeSet, unsigned count,
                           unsigned char byteOrder) {

@@ -11,6 +11,7 @@
 #include "kvstring.h"
 #include "kvstring/collate.h"
 #include "kvtext/text_sink.h"
+#include "zindefaults.h"
 
 namespace kv {
 
@@ -116,7 +117,22 @@ class StringAccess {
                      const void* text, unsigned char textCodeSet, unsigned count,
                      unsigned char byteOrder = 1);
 
+  // Makes the string one of `count` bytes in the default 8-bit code set and the default language,
+  // terminated, for a text that is not in its buffer. Result: where the bytes are to be written;
+  // null, and nothing done, when memory is short.
+  static char* Prepare8(KvString& target, unsigned count) {
+    // A string without a buffer has the size 0, which no text has.
+    if (target.bufferSize_ != count + 1 && !PutBlock(target, count + 1)) return nullptr;
+    target.codeSet_ = languageDefaults.byteCodeSet;
+    target.language_ = languageDefaults.language;
+    target.buffer_[count] = 0;
+    return reinterpret_cast<char*>(target.buffer_);
+  }
+
  private:
+  // A new block in place of the string's own. False, and nothing done, when memory is short.
+  static bool PutBlock(KvString& target, unsigned size);
+
   // The string becomes `bytes` bytes of units in its own code set, which may lie in its own buffer.
   // A buffer that has just the size is used again. False when memory was short.
   static bool PutUnits(KvString& target, const void* units, unsigned bytes);
@@ -136,9 +152,8 @@ inline Text TextOf(const KvString& string) {
 // Assigns `count` bytes in the default 8-bit code set and the default language, as all texts are
 // that come from outside or are printed. False, and nothing done, when memory is short.
 inline bool AssignDefault8(KvString& target, const void* text, unsigned count) {
-  const unsigned char codeSet = KvLanguageContext::GetDefault8CodeSet();
-  return StringAccess::Assign(target, codeSet, KvLanguageContext::GetDefaultLanguage(), text,
-                              codeSet, count);
+  const unsigned char codeSet = languageDefaults.byteCodeSet;
+  return StringAccess::Assign(target, codeSet, languageDefaults.language, text, codeSet, count);
 }
 
 // Storage for a text as long as a string can be, to print into. It is not cleared, so a short text

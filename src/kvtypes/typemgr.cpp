@@ -99,6 +99,25 @@ constinit NullPrintString nullPrintString;
 constexpr char kArraySeparator[] = ",";
 constexpr char kZeroText[] = "0";
 
+// Appends the values of a run with separators between. Apart, so that a single value, which nearly
+// all are, pays nothing for the texts of a list.
+[[gnu::noinline]] KvString& PrintList(const KvTypeDescriptor& row, KvString& out,
+                                      const void* values, const char* format, unsigned count) {
+  // A list that lacks an element reads like another list: when memory is short, `out` stays.
+  const unsigned shortages = KvLowMemoryCount();
+  KvString list(out);
+  auto* element = static_cast<unsigned char*>(ForSlot(values));
+  for (unsigned i = 0; i < count && KvLowMemoryCount() == shortages; ++i) {
+    KvString text;
+    row.print(text, element, format, 1);
+    if (i != 0) list << kArraySeparator;
+    list << text;
+    element += MemoryWidth(row);
+  }
+  if (KvLowMemoryCount() == shortages) out = std::move(list);
+  return out;
+}
+
 // Steps a stored value of a variable row, which must lie within `length` bytes (0: it is trusted
 // and has no room). The value that comes out is at most so many bytes longer.
 int StepVariable(const KvTypeDescriptor& row, void* value, unsigned length, unsigned char format,
@@ -375,19 +394,7 @@ KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, const void* values,
   if (count < 2 || row.print == kv::PrintCharacters) {
     return row.print(out, ForSlot(values), format, count);
   }
-  // A list that lacks an element reads like another list: when memory is short, `out` stays.
-  const unsigned shortages = KvLowMemoryCount();
-  KvString list(out);
-  auto* element = static_cast<unsigned char*>(ForSlot(values));
-  for (unsigned i = 0; i < count && KvLowMemoryCount() == shortages; ++i) {
-    KvString text;
-    row.print(text, element, format, 1);
-    if (i != 0) list << kArraySeparator;
-    list << text;
-    element += MemoryWidth(row);
-  }
-  if (KvLowMemoryCount() == shortages) out = std::move(list);
-  return out;
+  return PrintList(row, out, values, format, count);
 }
 
 void* KvTypeMgr::ScanFromKvString(char id, void* values, const KvString& text, const char* format,

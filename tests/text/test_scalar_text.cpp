@@ -75,6 +75,34 @@ TEST_CASE("whole numbers print as the C library prints them") {
   CHECK(Print(Kv2B_T, o_2b{-1}, "%hx") == "ffff");
 }
 
+TEST_CASE("whole numbers of every length print in a block of just their size") {
+  const auto check = [](char id, auto value) {
+    const std::string expected = std::to_string(value);
+    KvString text("a text of another length");
+    DefaultTypeMgr(nullptr)->PrintToKvString(id, text, &value, nullptr, 1);
+    REQUIRE(text.StrGet() == expected);
+    REQUIRE(text.GetBufferSize() == expected.size() + 1);
+  };
+  const auto checkAll = [&](o_u8b value) {
+    check(KvU8B_T, value);
+    check(Kv8B_T, static_cast<o_8b>(value));
+    check(KvU4B_T, static_cast<o_u4b>(value));
+    check(Kv4B_T, static_cast<o_4b>(value));
+    check(KvUNSIGNED_T, static_cast<unsigned>(value));
+    check(KvU2B_T, static_cast<o_u2b>(value));
+    check(Kv2B_T, static_cast<o_2b>(value));
+  };
+  Random random(11);
+  for (o_u8b power = 1; power != 0; power = power > ~o_u8b{0} / 10 ? 0 : power * 10) {
+    for (const o_u8b near : {power - 1, power, power + 1}) {
+      checkAll(near);
+      checkAll(0 - near);
+    }
+    for (int round = 0; round < 500; ++round) checkAll(random.Wide() % power);
+  }
+  for (unsigned bit = 0; bit < 64; ++bit) checkAll(o_u8b{1} << bit);
+}
+
 TEST_CASE("default formats") {
   CHECK(Print(Kv2B_T, o_2b{-32768}) == "-32768");
   CHECK(Print(KvU2B_T, o_u2b{65535}) == "65535");
@@ -263,6 +291,36 @@ TEST_CASE("a double's default text is the C library's and reads back to the same
   CHECK(Print(KvDOUBLE_T, -0.0) == "-0");
 }
 
+// Powers of ten and what lies beside them: there the number of digits changes, and numbers between
+// 2^53 and 10^18 that end in 5, whose rounding to 17 digits is a matter of their evenness.
+TEST_CASE("doubles where digits begin and end print as the C library prints them") {
+  const auto check = [](double value) {
+    CAPTURE(value);
+    REQUIRE(Print(KvDOUBLE_T, value) == CLibrary("%.17g", value));
+    REQUIRE(Scan(KvDOUBLE_T, Print(KvDOUBLE_T, value).c_str(), 9.0) == value);
+  };
+  const auto checkNear = [&](double value) {
+    double below = value;
+    double above = value;
+    for (int step = 0; step < 20; ++step) {
+      for (const double near : {below, above}) {
+        if (std::isfinite(near)) check(near);
+      }
+      below = std::nextafter(below, 0.0);
+      above = std::nextafter(above, kInfinity);
+    }
+  };
+  for (int power = -330; power <= 308; ++power) {
+    checkNear(std::strtod(("1e" + std::to_string(power)).c_str(), nullptr));
+    checkNear(std::strtod(("9.9999999999999999e" + std::to_string(power)).c_str(), nullptr));
+  }
+  for (int exponent = -1074; exponent <= 1023; ++exponent) checkNear(std::ldexp(1.0, exponent));
+  for (o_8b number = 100000000000000000; number < 1000000000000000000; number += 123456789012345) {
+    check(static_cast<double>(number / 32 * 32 + 8));
+    check(static_cast<double>(number));
+  }
+}
+
 // What is hard to read: ends of the range, points and exponents with nothing before or behind them.
 constexpr const char* kDoubleTexts[] = {"1e999",
                                         "-1e999",
@@ -287,6 +345,14 @@ constexpr const char* kDoubleTexts[] = {"1e999",
                                         "0.00000000000000000001e330",
                                         "179769313486231580793728971405301e276",
                                         "1.7976931348623159e308",
+                                        "0.00000000000000000001234567890123456789e20",
+                                        "00000000000000000000000000000000012345",
+                                        "0.00000000000000000000000000000000000000",
+                                        "1234567890123456789012345678901234567890",
+                                        "18446744073709551616",
+                                        "9007199254740993",
+                                        "1.00000000000000011102230246251565404e0",
+                                        "2.2250738585072011e-308",
                                         "--5",
                                         "",
                                         "x"};

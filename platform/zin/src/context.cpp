@@ -2,19 +2,16 @@
 #include <algorithm>
 
 #include "tables.h"
+#include "zindefaults.h"
 
 namespace {
 
-struct Defaults {
-  unsigned char nativeCodeSet = kvCodeSetLatin1;
-  unsigned char codeSet = kvCodeSetLatin1;
-  unsigned char byteCodeSet = kvCodeSetLatin1;
-  unsigned char wideCodeSet = kvCodeSetUnicode;
-  unsigned char language = kvLanguageEnglish;
-  unsigned short cmpOp = 0;
-};
-
-constinit Defaults defaults;
+constexpr kv::LanguageDefaults kInitially = {.nativeCodeSet = kvCodeSetLatin1,
+                                             .codeSet = kvCodeSetLatin1,
+                                             .byteCodeSet = kvCodeSetLatin1,
+                                             .wideCodeSet = kvCodeSetUnicode,
+                                             .language = kvLanguageEnglish,
+                                             .cmpOp = 0};
 
 constexpr KvCodeSet kCodeSets[] = {KvCodeSet(1), KvCodeSet(2),  KvCodeSet(3),  KvCodeSet(4),
                                    KvCodeSet(5), KvCodeSet(6),  KvCodeSet(7),  KvCodeSet(8),
@@ -36,62 +33,66 @@ int SetCodeSet(unsigned char& field, unsigned char codeSet, bool allowed) {
 
 }  // namespace
 
+constinit kv::LanguageDefaults kv::languageDefaults = kInitially;
+
+using kv::languageDefaults;
+
 unsigned char KvLanguageContext::GetNativeCodeSet() {
-  return defaults.nativeCodeSet;
+  return languageDefaults.nativeCodeSet;
 }
 unsigned char KvLanguageContext::GetDefaultCodeSet() {
-  return defaults.codeSet;
+  return languageDefaults.codeSet;
 }
 unsigned char KvLanguageContext::GetDefault8CodeSet() {
-  return defaults.byteCodeSet;
+  return languageDefaults.byteCodeSet;
 }
 unsigned char KvLanguageContext::GetDefault16CodeSet() {
-  return defaults.wideCodeSet;
+  return languageDefaults.wideCodeSet;
 }
 unsigned char KvLanguageContext::GetDefaultLanguage() {
-  return defaults.language;
+  return languageDefaults.language;
 }
 unsigned short KvLanguageContext::GetDefaultCmpOp() {
-  return defaults.cmpOp;
+  return languageDefaults.cmpOp;
 }
 
 int KvLanguageContext::SetNativeCodeSet(unsigned char codeSet) {
   // Plain bytes resolve through the native code set, so it must be one of bytes, and not they.
-  return SetCodeSet(defaults.nativeCodeSet, codeSet,
+  return SetCodeSet(languageDefaults.nativeCodeSet, codeSet,
                     codeSet != kvCodeSetBytes && !KvIsWideCodeSet(codeSet));
 }
 
 int KvLanguageContext::SetDefaultCodeSet(unsigned char codeSet) {
-  return SetCodeSet(defaults.codeSet, codeSet, true);
+  return SetCodeSet(languageDefaults.codeSet, codeSet, true);
 }
 
 int KvLanguageContext::SetDefault8CodeSet(unsigned char codeSet) {
-  return SetCodeSet(defaults.byteCodeSet, codeSet, !KvIsWideCodeSet(codeSet));
+  return SetCodeSet(languageDefaults.byteCodeSet, codeSet, !KvIsWideCodeSet(codeSet));
 }
 
 int KvLanguageContext::SetDefault16CodeSet(unsigned char codeSet) {
-  return SetCodeSet(defaults.wideCodeSet, codeSet, KvIsWideCodeSet(codeSet));
+  return SetCodeSet(languageDefaults.wideCodeSet, codeSet, KvIsWideCodeSet(codeSet));
 }
 
 int KvLanguageContext::SetDefaultLanguage(unsigned char language) {
   if (IsMarker(language)) return kvBadArgument;
-  defaults.language = language;
+  languageDefaults.language = language;
   return kvOk;
 }
 
 int KvLanguageContext::SetDefaultCmpOp(unsigned short cmpOp) {
-  defaults.cmpOp = cmpOp;
+  languageDefaults.cmpOp = cmpOp;
   return kvOk;
 }
 
 const KvCodeSet* KvLanguageContext::QueryCodeSet(unsigned char codeSet) {
-  if (codeSet == kvCodeSetBytes) codeSet = defaults.nativeCodeSet;
+  if (codeSet == kvCodeSetBytes) codeSet = languageDefaults.nativeCodeSet;
   if (KvIsWideCodeSet(codeSet)) return &kUnicodeCodeSet;
   return &kCodeSets[kv::ByteCodeSetSlot(codeSet)];
 }
 
 const KvLanguage* KvLanguageContext::QueryLanguage(unsigned char language) {
-  if (language == 255) language = defaults.language;
+  if (language == 255) language = languageDefaults.language;
   if (language >= 20) return &kIdeographic;
   const unsigned slot = language - 1u;
   return &kv::zin::kLanguages[slot < kv::zin::kLanguageCount ? slot : 0];
@@ -118,5 +119,5 @@ const char* KvLanguage::LetterName(unsigned short order) const {
 }
 
 extern "C" void ___KvI18NContext(int) {
-  defaults = Defaults();
+  languageDefaults = kInitially;
 }

@@ -6,7 +6,6 @@
 #include "kvtypevl/rows/scalars.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
@@ -15,6 +14,7 @@
 #include "kvstring/narrow_text.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/default_formats.h"
+#include "kvtext/digits.h"
 #include "kvtext/float_text.h"
 #include "kvtext/number_text.h"
 #include "kvtext/scalar_format.h"
@@ -46,19 +46,10 @@ ScalarArguments ArgumentsOf(Integer value) {
   return arguments;
 }
 
-// With its row's own format an integer is nothing but its digits, of the type `Printed`.
-template <class Integer, class Printed = Integer>
-KvString& PrintInteger(KvString& out, const void* values, const char* format,
-                       const char* rowFormat) {
-  if (values == nullptr) return out = "";
-  Integer value;
-  std::memcpy(&value, values, sizeof value);
-  if (!std::is_void_v<Printed> && format == rowFormat) {
-    using Digits = std::conditional_t<std::is_void_v<Printed>, Integer, Printed>;
-    char digits[24];
-    const char* end = std::to_chars(digits, digits + sizeof digits, static_cast<Digits>(value)).ptr;
-    return SetText(out, digits, static_cast<unsigned>(end - digits));
-  }
+// By any format, apart from the plain digits: a frame as large as a text is for those who need it.
+template <class Integer>
+[[gnu::noinline]] KvString& PrintFormatted(KvString& out, Integer value, const char* format,
+                                           const char* rowFormat) {
   const ScalarArguments arguments = ArgumentsOf(value);
   ScalarBuffer text;
   if (format == nullptr) format = rowFormat;
@@ -68,6 +59,23 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
     PrintWithFormat(text, rowFormat, ConversionList::kInteger, arguments);
   }
   return SetText(out, text);
+}
+
+// With its row's own format an integer is nothing but its digits, of the type `Printed`.
+template <class Integer, class Printed = Integer>
+KvString& PrintInteger(KvString& out, const void* values, const char* format,
+                       const char* rowFormat) {
+  if (values == nullptr) return out = "";
+  Integer value;
+  std::memcpy(&value, values, sizeof value);
+  if constexpr (!std::is_void_v<Printed>) {
+    if (format == rowFormat) {
+      const DecimalInteger digits(static_cast<Printed>(value));
+      if (char* text = StringAccess::Prepare8(out, digits.Length())) digits.WriteTo(text);
+      return out;
+    }
+  }
+  return PrintFormatted(out, value, format, rowFormat);
 }
 
 // Reads what nearly all texts are: blanks, a sign, and not so many digits that they could overflow.
@@ -146,7 +154,9 @@ bool IsMantissaFormat(const char* format) {
 
 KvString& PrintDefault(KvString& out, double value) {
   char text[kFloatTextSize];
-  return SetText(out, text, PrintDefaultFloat(text, value));
+  const unsigned length = PrintDefaultFloat(text, value);
+  if (char* room = StringAccess::Prepare8(out, length)) std::memcpy(room, text, length);
+  return out;
 }
 
 KvString& PrintFloating(KvString& out, double value, const char* format) {
@@ -169,7 +179,7 @@ KvString& PrintFloating(KvString& out, double value, const char* format) {
 // text.
 ScanTrace TraceDefault(const char* text, double& value) {
   ScanTrace trace;
-  if (const char* end = ReadFloatText(text, value)) {
+  if (const char* end = ReadFloatText(text, text, value)) {
     trace.position = static_cast<unsigned>(end - text);
     trace.outOfRange = std::isinf(value);
     trace.complete = trace.any = true;
@@ -198,7 +208,7 @@ bool ScanFloating(const char* text, const char* format, double& value, ScanTrace
       *trace = TraceDefault(text, value);
       return trace->complete;
     }
-    value = ScanDefaultFloat(text);
+    value = ScanDefaultFloat(text, text);
     return true;
   }
   ScalarArguments arguments;
@@ -229,8 +239,15 @@ KvString& PrintFloatingRow(KvString& out, const void* values, const char* format
 template <class Floating>
 void* ScanFloatingRow(void* values, const KvString& text, const char* format,
                       ScanTrace* trace = nullptr) {
-  double scanned;
   if (values == nullptr || format == nullptr) return values;
+  if (format == default_format::kFloating && trace == nullptr &&
+      !KvIsWideCodeSet(text.GetCodeSet())) {
+    const char* bytes = NarrowText::BytesOf(text);
+    const auto value = static_cast<Floating>(ScanDefaultFloat(bytes, bytes + text.GetBufferSize()));
+    std::memcpy(values, &value, sizeof value);
+    return values;
+  }
+  double scanned;
   if (ScanFloating(NarrowText(text).Get(), format, scanned, trace)) {
     const auto value = static_cast<Floating>(scanned);
     std::memcpy(values, &value, sizeof value);
