@@ -54,6 +54,16 @@ void RegisterNumbers() {
       }
     };
   };
+  const auto printChecked = [](char row, const auto& values) {
+    return [=, types = DefaultTypeMgr(nullptr)] {
+      char text[64];
+      for (const auto& value : *values) {
+        benchmark::DoNotOptimize(
+            KvPrintChecked(*types, row, text, sizeof text, &value, nullptr).length);
+        benchmark::ClobberMemory();
+      }
+    };
+  };
   const auto scan = [](char row, auto value, const auto& from) {
     return [=, types = DefaultTypeMgr(nullptr)]() mutable {
       for (KvString& text : *from) {
@@ -79,6 +89,13 @@ void RegisterNumbers() {
     };
   };
 
+  const auto toChars17 = [](char(&text)[64], double number) {
+    return std::to_chars(text, text + sizeof text, number, std::chars_format::general, 17).ptr;
+  };
+  const auto toChars = [](char(&text)[64], o_4b number) {
+    return std::to_chars(text, text + sizeof text, number).ptr;
+  };
+
   const auto printDouble = print(KvDOUBLE_T, numbers);
   bench::Pair("print o_double, default format", "snprintf \"%.17g\"", 3, printDouble,
               printWith(numbers,
@@ -87,13 +104,9 @@ void RegisterNumbers() {
                         }),
               kNumbers);
   bench::Pair("print o_double, default format", "std::to_chars, 17 digits", 0.9, printDouble,
-              printWith(numbers,
-                        [](char(&text)[64], double number) {
-                          return std::to_chars(text, text + sizeof text, number,
-                                               std::chars_format::general, 17)
-                              .ptr;
-                        }),
-              kNumbers);
+              printWith(numbers, toChars17), kNumbers);
+  bench::Pair("KvPrintChecked of o_double", "std::to_chars, 17 digits", 0.9,
+              printChecked(KvDOUBLE_T, numbers), printWith(numbers, toChars17), kNumbers);
   const auto scanDouble = scan(KvDOUBLE_T, 0.0, texts);
   bench::Pair(
       "scan o_double, default format", "strtod", 2, scanDouble,
@@ -115,11 +128,9 @@ void RegisterNumbers() {
                         }),
               kNumbers);
   bench::Pair("print o_4b, default format", "std::to_chars", 0.6, print4b,
-              printWith(integers,
-                        [](char(&text)[64], o_4b number) {
-                          return std::to_chars(text, text + sizeof text, number).ptr;
-                        }),
-              kNumbers);
+              printWith(integers, toChars), kNumbers);
+  bench::Pair("KvPrintChecked of o_4b", "std::to_chars", 0.9, printChecked(Kv4B_T, integers),
+              printWith(integers, toChars), kNumbers);
   const auto scan4b = scan(Kv4B_T, o_4b{0}, integerTexts);
   bench::Pair("scan o_4b, default format", "strtol", 0, scan4b,
               scanWith(integerTexts,

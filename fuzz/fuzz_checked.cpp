@@ -104,6 +104,11 @@ void TryText(const Question& ask, const std::string& text, const std::string& fo
     Require(read.position <= input.Len());
     Require(read.status != kvOk || read.position == input.Len());
     Require(*KvStatusName(read.status) == 'k');
+    const KvPrinted asked = KvPrintChecked(ask.types, ask.id, nullptr, 0, value.Values(), each);
+    const std::unique_ptr<char[]> room(new char[asked.length]);
+    const KvPrinted printed =
+        KvPrintChecked(ask.types, ask.id, room.get(), asked.length, value.Values(), each);
+    Require(printed.status == kvOk && printed.length == asked.length);
   }
 }
 

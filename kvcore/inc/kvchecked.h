@@ -136,6 +136,35 @@ KV_EXPORT KvStored KvStoreChecked(const KvTypeMgr& types, char id, void* destina
                                   unsigned count);
 
 // ---------------------------------------------------------------------------------------------
+// Text out
+
+// What a print came to.
+struct KvPrinted {
+  // kvOk            the text is in the buffer
+  // kvBufferShort   the text takes `length` bytes, and there is not so much room: nothing is
+  // written kvNoSuchType, kvNotSupported, kvBadArgument, kvNoMemory: nothing is written
+  int status = kvOk;
+  std::size_t length = 0;  // of the text in bytes
+};
+
+// Prints one value into a buffer of `room` bytes, in UTF-8 and without a terminator: what
+// PrintToKvString prints by `format`, null for the row's own. Nothing is written but the text, and
+// that only when it fits as a whole. With `room` 0 `text` may be null, to ask for the length. A
+// null `value`, or a null `text` that has room, is kvBadArgument; a format that does not parse
+// prints by the row's own, as there.
+//
+// The numbers of two bytes and more go there straight from their digits with the row's own format,
+// no memory being asked for; whatever else a row prints is printed into a string first. 24 bytes
+// hold any number in its row's own format.
+//
+//   char text[24];
+//   const KvPrinted done = KvPrintChecked(types, KvDOUBLE_T, text, sizeof text, &value, nullptr);
+//   if (done.status == kvOk) out.write(text, done.length);                   // 1234.5
+//   KvPrintChecked(types, KvDATE_T, text, 9, &date, "%Y-%m-%d");              // kvBufferShort, 10
+KV_EXPORT KvPrinted KvPrintChecked(const KvTypeMgr& types, char id, char* text, std::size_t room,
+                                   const void* value, const char* format);
+
+// ---------------------------------------------------------------------------------------------
 // Text in
 
 // What a scan came to.

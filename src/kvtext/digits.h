@@ -22,9 +22,9 @@ inline constexpr std::array<char, 200> kTwoDigits = [] {
   return pairs;
 }();
 
-// 10, 100 and so on at 1, 2 and so on: the smallest number of so many digits and one. That of one
+// 10, 100 and so on at 1, 2 and so on: the smallest number with so many digits and one. That of one
 // digit is 0.
-inline constexpr std::array<std::uint64_t, 20> kSmallest = [] {
+inline constexpr std::array<std::uint64_t, 20> kSmallestWith = [] {
   std::array<std::uint64_t, 20> smallest{};
   std::uint64_t power = 1;
   for (std::size_t i = 1; i < smallest.size(); ++i) smallest[i] = power *= 10;
@@ -34,8 +34,8 @@ inline constexpr std::array<std::uint64_t, 20> kSmallest = [] {
 template <class Unsigned>
 constexpr unsigned CountDigits(Unsigned value) {
   // 1233 / 4096 is log 2 closely enough: one too few at most, which the number itself tells.
-  const unsigned fewest = static_cast<unsigned>(std::bit_width(value)) * 1233 >> 12;
-  return fewest + (value >= kSmallest[fewest] ? 1 : 0);
+  const unsigned fewest = static_cast<unsigned>(std::bit_width(value | Unsigned{1})) * 1233 >> 12;
+  return fewest + (value >= kSmallestWith[fewest] ? 1 : 0);
 }
 
 // Writes the digits of `value` so that they end before `end`; `value` 0 writes none. Result: where
