@@ -136,6 +136,8 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
       {KvNULL_2B_T, "{NULL}", nullptr, kvOk, 6},
       {Kv1B_T, "ab", nullptr, kvTextLeft, 1},
       {Kv1B_T, "0x9F", nullptr, kvOk, 4},
+      {Kv1B_T, "0", nullptr, kvOk, 1},
+      {Kv1B_T, "0159", nullptr, kvTextLeft, 1},
       {Kv1B_T, "", nullptr, kvNothingRead, 0},
       {KvOBJID_T, "(1-2#", nullptr, kvMismatch, 5},
       {KvOBJID_T, "(70000-2#3)", nullptr, kvOutOfRange, 6},

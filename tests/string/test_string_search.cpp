@@ -227,6 +227,9 @@ TEST_CASE("replacing") {
   CHECK(Bytes(text) == "b");
   text.ReplaceAll("", "x");
   CHECK(Bytes(text) == "b");
+  text = "--";
+  text.ReplaceAll(static_cast<unsigned short>('-'), static_cast<unsigned short>('+'));
+  CHECK(Bytes(text) == "++");
   text = "a-b-c";
   text.ReplaceAll('-', '+', 2);
   CHECK(Bytes(text) == "a-b+c");

@@ -339,11 +339,14 @@ TEST_CASE("format versions choose the catalogue") {
   struct {
     unsigned factory;
     bool old;
-  } const cases[] = {{0, true},  {3, true},   {4, false},    {5, false},       {10, false},
-                     {11, true}, {12, false}, {4000, false}, {UINT_MAX, false}};
+    int version;
+  } const cases[] = {{0, true, 0},      {3, true, 3},        {4, false, 4},  {5, false, 5},
+                     {10, false, 10},   {11, true, 3},       {12, false, 4}, {4000, false, 4},
+                     {65539, false, 4}, {UINT_MAX, false, 4}};
   for (const auto& each : cases) {
     CAPTURE(each.factory);
     KvTypeMgr types(each.factory);
+    CHECK(types.FormatVersion() == each.version);
     // Only the current string row has a null.
     CHECK(types.SupportsNullValue(KvSTRING_T) == (each.old ? 0 : 1));
     // Both share all other rows: a function exchanged through one shows in the other.
