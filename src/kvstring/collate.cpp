@@ -97,7 +97,7 @@ int ComparePairs(unsigned word1, unsigned word2, Levels& levels) {
 
 // The word of the unit behind the present one, 0 at the end.
 template <class Units>
-unsigned WordBehind(Units units) {
+[[gnu::always_inline]] inline unsigned WordBehind(Units units) {
   units.Advance(units.Get() != 0);
   return units.Word(units.Get());
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
 #include "kvbase/run.h"
@@ -55,10 +56,10 @@ struct Difference {
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> DifferenceOfTerminated(const unsigned char* text1,
                                                                       const unsigned char* text2,
-                                                                      std::size_t at = 0) {
+                                                                      std::size_t at) {
   Unit unit1;
   Unit unit2;
-  const auto same = [&](std::size_t place) {
+  const auto same = [&](std::size_t place) __attribute__((always_inline)) {
     unit1 = ReadUnit<Unit>(text1 + place * sizeof(Unit));
     unit2 = ReadUnit<Unit>(text2 + place * sizeof(Unit));
     return unit1 == unit2 && unit1 != 0;
@@ -67,38 +68,34 @@ template <class Unit>
   return {at, unit1, unit2};
 }
 
-// In texts of given lengths, in the same byte order.
+// In texts of given lengths, in the same byte order. What is before `at` is the same in both.
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> DifferenceOfCounted(const unsigned char* text1,
                                                                    unsigned length1,
                                                                    const unsigned char* text2,
-                                                                   unsigned length2,
-                                                                   bool reversed) {
-  const auto inOrder = [=](Unit unit) { return reversed ? Reversed(unit) : unit; };
-  Unit unit1;
-  Unit unit2;
-  const auto same = [&](std::size_t place) {
-    unit1 = ReadUnit<Unit>(text1 + place * sizeof(Unit));
-    unit2 = ReadUnit<Unit>(text2 + place * sizeof(Unit));
-    return unit1 == unit2 && unit1 != 0;
-  };
+                                                                   unsigned length2, bool reversed,
+                                                                   std::size_t at) {
   const std::size_t shared = std::min(length1, length2);
-  std::size_t at = 0;
-  // Most texts differ in their first unit; words are for those that do not.
   constexpr std::size_t kUnitsAWord = 8 / sizeof(Unit);
-  if (shared != 0) {
-    if (!same(0)) return {0, inOrder(unit1), inOrder(unit2)};
-    for (at = 1; at + kUnitsAWord <= shared; at += kUnitsAWord) {
-      const std::uint64_t word = LoadWord(text1 + at * sizeof(Unit));
-      if (word != LoadWord(text2 + at * sizeof(Unit)) || HasZeroUnit<Unit>(word)) break;
+  // The last word reaches back over units that are known to be the same.
+  while (at < shared && shared >= kUnitsAWord) {
+    const std::size_t place = std::min(at, shared - kUnitsAWord);
+    const std::uint64_t word = LoadWord(text1 + place * sizeof(Unit));
+    const std::uint64_t differing = word ^ LoadWord(text2 + place * sizeof(Unit));
+    if (HasZeroUnit<Unit>(word)) break;
+    if (differing != 0) {
+      at = place + static_cast<unsigned>(std::countr_zero(differing)) / (8 * sizeof(Unit));
+      break;
     }
+    at = place + kUnitsAWord;
   }
   for (; at < shared; ++at) {
-    if (!same(at)) return {at, inOrder(unit1), inOrder(unit2)};
+    const Unit unit = ReadUnit<Unit>(text1 + at * sizeof(Unit));
+    if (unit == 0 || unit != ReadUnit<Unit>(text2 + at * sizeof(Unit))) break;
   }
-  unit1 = at < length1 ? ReadUnit<Unit>(text1 + at * sizeof(Unit)) : Unit{0};
-  unit2 = at < length2 ? ReadUnit<Unit>(text2 + at * sizeof(Unit)) : Unit{0};
-  return {at, inOrder(unit1), inOrder(unit2)};
+  const Unit unit1 = at < length1 ? ReadUnit<Unit>(text1 + at * sizeof(Unit), reversed) : Unit{0};
+  const Unit unit2 = at < length2 ? ReadUnit<Unit>(text2 + at * sizeof(Unit), reversed) : Unit{0};
+  return {at, unit1, unit2};
 }
 
 // The bits of order words with which a difference may not decide. Behind the first unit a letter
@@ -139,6 +136,25 @@ template <class Unit, class Table, class Rest>
   return DecideByDifference(DifferenceOfTerminated<Unit>(text1, text2, 1), table, rest);
 }
 
+// Compares two texts of given lengths in one byte order by units of this width.
+template <class Unit, class Table, class Rest>
+[[gnu::always_inline]] inline int DecideCounted(const unsigned char* text1, unsigned length1,
+                                                const unsigned char* text2, unsigned length2,
+                                                bool reversed, const Table& table, Rest rest) {
+  const bool haveFirst = length1 != 0 && length2 != 0;
+  if (haveFirst) {
+    const Unit unit1 = ReadUnit<Unit>(text1, reversed);
+    const Unit unit2 = ReadUnit<Unit>(text2, reversed);
+    if (unit1 != unit2) {
+      return DecideByDifference(Difference<Unit>{0, unit1, unit2}, table, rest, kUnsettledFirst);
+    }
+    if (unit1 == 0) return 0;
+  }
+  return DecideByDifference(
+      DifferenceOfCounted<Unit>(text1, length1, text2, length2, reversed, haveFirst ? 1 : 0), table,
+      rest);
+}
+
 // Compares two terminated texts in memory order by units.
 template <class Rest>
 [[gnu::always_inline]] inline int CompareTerminatedUnits(unsigned char codeSet,
@@ -161,13 +177,11 @@ template <class Rest>
   const unsigned char* units1 = BeginOf(text1);
   const unsigned char* units2 = BeginOf(text2);
   if (KvIsWideCodeSet(text1.codeSet)) {
-    return DecideByDifference(DifferenceOfCounted<unsigned short>(units1, text1.length, units2,
-                                                                  text2.length, IsReversed(text1)),
-                              WideOrderTable(text1.language), rest);
+    return DecideCounted<unsigned short>(units1, text1.length, units2, text2.length,
+                                         IsReversed(text1), WideOrderTable(text1.language), rest);
   }
-  return DecideByDifference(
-      DifferenceOfCounted<unsigned char>(units1, text1.length, units2, text2.length, false),
-      ByteOrderTable(text1.codeSet, text1.language), rest);
+  return DecideCounted<unsigned char>(units1, text1.length, units2, text2.length, false,
+                                      ByteOrderTable(text1.codeSet, text1.language), rest);
 }
 
 }  // namespace kv

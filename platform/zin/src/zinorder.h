@@ -152,7 +152,9 @@ class ByteOrderTable {
   ByteOrderTable(unsigned char codeSet, unsigned char language)
       : ByteOrderTable(zin::kByteHalfNumbers[(language < 20u ? language : 0u) * zin::kByteCodeSets +
                                              ByteCodeSetSlot(codeSet)]) {}
-  unsigned Word(unsigned char unit) const { return (unit < 128 ? low_ : high_)[unit & 127]; }
+  [[gnu::always_inline]] unsigned Word(unsigned char unit) const {
+    return (unit < 128 ? low_ : high_)[unit & 127];
+  }
   // The words of the 64 units from `unit` on, a multiple of 64.
   const unsigned* RowOf64(unsigned unit) const {
     return (unit < 128 ? low_ : high_) + (unit & 127);
@@ -175,7 +177,9 @@ class WideOrderTable {
   explicit WideOrderTable(unsigned char language)
       : latin_(zin::kLatinOrders[zin::kTailorings[language]]),
         pageIndex_(zin::kOrderPageIndex[zin::kTailorings[language]]) {}
-  unsigned Word(unsigned short unit) const { return unit < 512 ? latin_[unit] : PageWord(unit); }
+  [[gnu::always_inline]] unsigned Word(unsigned short unit) const {
+    return unit < 512 ? latin_[unit] : PageWord(unit);
+  }
   // The words of the 64 units from `unit` on, a multiple of 64 below 512.
   const unsigned* RowOf64(unsigned unit) const { return latin_ + unit; }
   bool operator==(const WideOrderTable& other) const { return latin_ == other.latin_; }

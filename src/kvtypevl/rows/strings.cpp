@@ -174,16 +174,16 @@ unsigned HashAnyStrings(unsigned char format, unsigned length, const void* value
   const auto rest = [=](unsigned passed) {
     return CompareBlockWords(block1, block2, formatByte, cmpOp, passed);
   };
+  const unsigned char* text1 = block1 + StringBlock::kHeader;
+  const unsigned char* text2 = block2 + StringBlock::kHeader;
   if (!KvIsWideCodeSet(codeSet)) {
-    const auto difference = DifferenceOfTerminated<unsigned char>(block1 + StringBlock::kHeader,
-                                                                  block2 + StringBlock::kHeader);
-    return DecideByDifference(difference, ByteOrderTable(codeSet, language), rest);
+    const ByteOrderTable table(codeSet, language);
+    return DecideTerminated<unsigned char>(text1, text2, table, rest);
   }
   const bool reversed = format.IsReversed();
-  const auto difference = DifferenceOfCounted<unsigned short>(
-      block1 + StringBlock::kHeader, StringBlock::Units(block1, true, reversed),
-      block2 + StringBlock::kHeader, StringBlock::Units(block2, true, reversed), reversed);
-  return DecideByDifference(difference, WideOrderTable(language), rest);
+  return DecideCounted<unsigned short>(text1, StringBlock::Units(block1, true, reversed), text2,
+                                       StringBlock::Units(block2, true, reversed), reversed,
+                                       WideOrderTable(language), rest);
 }
 
 }  // namespace
