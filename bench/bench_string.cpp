@@ -53,7 +53,7 @@ void RegisterWidth(const char* width, unsigned char codeSet) {
       [=] { benchmark::DoNotOptimize(texts->ours.Find("Z", 0, kvCompareSkipSpaces)); });
   bench::Pair(
       label("Find, first character rare"), "std::basic_string::find", sizeof(Unit) == 1 ? 1 : 4,
-      [=] { benchmark::DoNotOptimize(texts->ours.Find("Z")); },
+      [=] { benchmark::DoNotOptimize(texts->ours.Find('Z')); },
       [=] { benchmark::DoNotOptimize(texts->theirs.find(static_cast<Unit>('Z'))); });
   bench::Pair(
       label("ToUpper of ASCII"), "a loop unit by unit", 1,

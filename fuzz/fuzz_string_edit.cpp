@@ -158,6 +158,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   for (unsigned edits = 0; !input.Empty() && edits < 40; ++edits) {
     Edit(text, model, input);
     Require(Units(text) == model.text);
+    const std::size_t found = model.text.find(u'Q');
+    Require(text.Find('Q') == (found == std::u16string::npos ? -1 : static_cast<short>(found)));
     const std::size_t exact = (model.text.size() + 1) * (wide ? 2 : 1);
     Require(text.GetBufferSize() == exact || text.GetBufferSize() == 0);
   }

@@ -136,10 +136,11 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
 int CompareStrings(const KvString& string1, const KvString& string2, unsigned short cmpOp);
 
 // The first position from `start` on, in units, where the pattern is found; -1 when there is none.
-// Both lengths must be given. Only positions that leave as many units as the pattern has are tried.
-// A position counts when the text from there on begins with the pattern: equal orders under the
-// options of `cmpOp`, as if a wildcard for the rest followed the pattern. With kvCompareExact or
-// kvCompareKeyOrder the text's part must be whole characters; otherwise the process's wildcards
+// Both lengths must be given, the pattern's exactly; a zero unit may end the text before its
+// length, behind `start` units. Only positions that leave as many units as the pattern has are
+// tried. A position counts when the text from there on begins with the pattern: equal orders under
+// the options of `cmpOp`, as if a wildcard for the rest followed the pattern. With kvCompareExact
+// or kvCompareKeyOrder the text's part must be whole characters; otherwise the process's wildcards
 // count in the pattern as in KvStrCmp. A contraction is never matched by its first letters alone.
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start);
 

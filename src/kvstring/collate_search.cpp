@@ -151,24 +151,27 @@ class FirstUnits {
     return (weight & mask_) == weight_;
   }
 
-  // The first position from `position` on whose unit is one of them, `length` when there is none.
+  // The first position from `position` on whose unit is one of them, `length` when there is none
+  // before that and before the end of the text.
   unsigned Next(const Text& text, unsigned position, unsigned length) {
     if (length - position >= kWorthwhile && !listed_) List();
     while (position < length) {
       if (isShort_ && !IsReversed(text)) {
         position += PassOver(BeginOf(text) + position * sizeof(Unit), length - position, wanted_);
       }
-      const unsigned last = std::min(length, position + kStop);
+      const unsigned last = std::min(length, position + kOneByOne);
       for (; position < last; ++position) {
-        if (Has(ReadUnit<Unit>(BeginOf(text) + position * sizeof(Unit), IsReversed(text))))
-          return position;
+        const Unit unit = ReadUnit<Unit>(BeginOf(text) + position * sizeof(Unit), IsReversed(text));
+        if (unit == 0) return length;
+        if (Has(unit)) return position;
       }
     }
     return length;
   }
 
  private:
-  static constexpr unsigned kWorthwhile = 256;  // what listing costs
+  static constexpr unsigned kWorthwhile = 64;  // what listing costs
+  static constexpr unsigned kOneByOne = 64;    // units that vectors stop at come in groups
 
   // Fills the list, unless there are too many.
   void List() {
@@ -180,15 +183,19 @@ class FirstUnits {
       if (count < kMost) wanted_.units[count] = static_cast<Unit>(unit);
       ++count;
     };
-    for (unsigned row = 0; row <= WantedUnits<Unit>::kLast; row += 64) {
-      std::uint64_t found = WordsOfWeight(table_.RowOf64(row), mask_, PairMask(), weight_);
-      for (; found != 0; found &= found - 1) {
-        take(row + static_cast<unsigned>(std::countr_zero(found)));
+    const unsigned pairMask = PairMask();
+    for (unsigned row = 0; row <= WantedUnits<Unit>::kLast; row += 128) {
+      WordBits found;
+      WordsOfWeight(found, table_.RowOf128(row), mask_, pairMask, weight_);
+      for (unsigned half = 0; half < 2; ++half) {
+        for (std::uint64_t bits = found[half]; bits != 0; bits &= bits - 1) {
+          take(row + 64 * half + static_cast<unsigned>(std::countr_zero(bits)));
+        }
       }
     }
     if (count == 0 || count > kMost) return;
     std::fill(wanted_.units + count, wanted_.units + kMost, wanted_.units[0]);
-    wanted_.isSingle = count == 1;
+    wanted_.kinds = static_cast<unsigned char>(count);
     isShort_ = true;
   }
 
@@ -209,16 +216,27 @@ class FirstUnits {
   WantedUnits<Unit> wanted_;
 };
 
+unsigned LengthOf(const Text& text) {
+  return TextLength(text.units, KvIsWideCodeSet(text.codeSet), text.length);
+}
+
+// Whether the text has so many units from a position on that it reaches.
+bool HasUnitsAt(const Text& text, unsigned position, unsigned count) {
+  return LengthOf(Limited(RestOf(text, position), count)) == count;
+}
+
 // Plain bytes, by value.
 int FindBytes(const Text& text, const Text& pattern, unsigned start) {
-  const unsigned char* begin = BeginOf(text);
-  const unsigned char* last = begin + text.length - pattern.length;
   if (pattern.length == 0) return static_cast<int>(start);
-  for (const unsigned char* at = begin + start; at <= last; ++at) {
-    at = static_cast<const unsigned char*>(
-        std::memchr(at, *BeginOf(pattern), static_cast<std::size_t>(last - at) + 1));
-    if (at == nullptr) return -1;
-    if (std::memcmp(at, pattern.units, pattern.length) == 0) return static_cast<int>(at - begin);
+  const WantedUnits<unsigned char> first{{*BeginOf(pattern)}, 1};
+  const unsigned tried = text.length - pattern.length + 1;
+  for (unsigned at = start; at < tried; ++at) {
+    at += PassOver(BeginOf(text) + at, tried - at, first);
+    if (at == tried || BeginOf(text)[at] == 0) return -1;
+    // The pattern has no zero byte, so what is equal to it is all text.
+    if (std::memcmp(BeginOf(text) + at, pattern.units, pattern.length) == 0) {
+      return static_cast<int>(at);
+    }
   }
   return -1;
 }
@@ -229,45 +247,50 @@ class Search {
   Search(const Text& text, const Text& pattern, unsigned short cmpOp)
       : text_(text),
         pattern_(pattern),
+        length_(text.length),
         cmpOp_(cmpOp),
         isWhole_((cmpOp & kNoWildcards) != 0),
         isPlain_(IsPlainPattern(text, pattern, cmpOp)),
         byWords_(isPlain_ && !HasContractions(text.language) &&
                  !HasContractions(pattern.language)) {}
 
-  int From(unsigned start) const {
+  int From(unsigned start) {
     if (!isPlain_ || pattern_.length == 0) {
+      length_ = start + LengthOf(RestOf(text_, start));
+      if (length_ - start < pattern_.length) return -1;
       return Every(start, [](unsigned position) { return position; });
     }
     const unsigned short order = OrderCursor(pattern_).Next();
     const unsigned mask = MatchMask(cmpOp_);
     if (KvIsWideCodeSet(text_.codeSet)) {
       const WideOrderTable table(text_.language);
-      return Skipping(
-          start, FirstUnits<unsigned short, WideOrderTable>(table, text_.language, order, mask));
+      FirstUnits<unsigned short, WideOrderTable> firsts(table, text_.language, order, mask);
+      return Skipping(start, firsts);
     }
     const ByteOrderTable table(text_.codeSet, text_.language);
-    return Skipping(start,
-                    FirstUnits<unsigned char, ByteOrderTable>(table, text_.language, order, mask));
+    FirstUnits<unsigned char, ByteOrderTable> firsts(table, text_.language, order, mask);
+    return Skipping(start, firsts);
   }
 
  private:
   template <class Firsts>
-  int Skipping(unsigned start, Firsts firsts) const {
+  int Skipping(unsigned start, Firsts& firsts) const {
     return Every(start, [&](unsigned position) { return firsts.Next(text_, position, Tried()); });
   }
 
-  // Tries positions from `start` on, each after `next` has moved it on.
+  // Tries positions from `start` on, each after `next` has moved it on. The text may end before its
+  // length says so; one position that leaves no room for the pattern has none behind it that does.
   template <class Next>
   int Every(unsigned start, Next next) const {
     for (unsigned position = next(start); position < Tried(); position = next(position + 1)) {
-      if (IsAt(position)) return static_cast<int>(position);
+      if (!IsAt(position)) continue;
+      return HasUnitsAt(text_, position, pattern_.length) ? static_cast<int>(position) : -1;
     }
     return -1;
   }
 
   // Positions that leave room for the pattern.
-  unsigned Tried() const { return text_.length - pattern_.length + 1; }
+  unsigned Tried() const { return length_ - pattern_.length + 1; }
 
   bool IsAt(unsigned position) const {
     const Text rest = RestOf(text_, position);
@@ -283,6 +306,7 @@ class Search {
 
   const Text& text_;
   const Text& pattern_;
+  unsigned length_;  // of the text at most
   unsigned short cmpOp_;
   bool isWhole_;
   bool isPlain_;
@@ -317,7 +341,10 @@ bool MatchesPattern(const Text& text, const Text& pattern, unsigned short cmpOp)
 int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsigned start) {
   if (start > text.length || text.length - start < pattern.length) return -1;
   const bool isWhole = (cmpOp & kNoWildcards) != 0;
-  if (!isWhole && pattern.IsNull()) return text.IsNull() ? static_cast<int>(start) : -1;
+  if (!isWhole && pattern.IsNull()) {
+    const bool isHere = text.IsNull() && HasUnitsAt(text, start, pattern.length);
+    return isHere ? static_cast<int>(start) : -1;
+  }
   if (isWhole && (text.codeSet | pattern.codeSet) == 0 && !text.IsNull() && !pattern.IsNull()) {
     return FindBytes(text, pattern, start);
   }

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <utility>
 
 #include "kvstring/string_edit.h"
@@ -62,20 +61,14 @@ KvString& AppendDecimal(KvString& target, const DecimalText& number) {
 
 // Gives a string without a buffer the text of another one of its code set.
 void CopyLongText(KvString& target, const KvString& source) {
-  const unsigned width = UnitWidth(source.GetCodeSet());
-  const unsigned size = source.GetBufferSize() / width * width;
-  auto* block = static_cast<unsigned char*>(std::malloc(size));
-  if (block == nullptr) {
-    KvCallMemoryHandler(size);
-    return;
-  }
+  const unsigned char codeSet = source.GetCodeSet();
+  const unsigned units = UnitsIn(source.GetBufferSize(), codeSet);
+  const unsigned size = units * UnitWidth(codeSet);
+  unsigned char* block = AllocateBlock(size);
+  if (block == nullptr) return;
   const unsigned length =
-      CopyToZero(block, StringAccess::Buffer(source), width == 2, size / width - 1);
-  const unsigned exact = (length + 1) * width;
-  WriteUnit(block, width == 2, length, 0);
-  void* shrunk = exact == size ? block : std::realloc(block, exact);
-  StringAccess::Replace(target, shrunk != nullptr ? static_cast<unsigned char*>(shrunk) : block,
-                        exact);
+      CopyToZero(block, StringAccess::Buffer(source), KvIsWideCodeSet(codeSet), units - 1);
+  StringAccess::ReplaceExactly(target, block, size, length);
 }
 
 }  // namespace
@@ -255,10 +248,9 @@ KvString operator+(const char* a, const KvString& b) {
 // The last unit of the block is the terminator whatever has been written there, so a text that
 // lost its own cannot lead anybody out of the block.
 unsigned short KvString::Len() const {
-  const unsigned width = kv::UnitWidth(codeSet_);
-  const unsigned units = bufferSize_ / width;
+  const unsigned units = kv::UnitsIn(bufferSize_, codeSet_);
   if (units == 0) return 0;
-  return static_cast<unsigned short>(kv::TextLength(buffer_, width == 2, units - 1));
+  return static_cast<unsigned short>(kv::TextLength(buffer_, KvIsWideCodeSet(codeSet_), units - 1));
 }
 
 bool KvString::IsEmpty() const {

@@ -14,7 +14,8 @@ bool ConvertText(KvString& text, unsigned char codeSet) {
   const unsigned size = LimitBufferSize((text.Len() + 1u) * width);
   unsigned char* block = AllocateText(size);
   if (block == nullptr) return false;
-  ConvertUnits(block, codeSet, StringAccess::Buffer(text), text.GetCodeSet(), size / width - 1);
+  ConvertUnits(block, codeSet, StringAccess::Buffer(text), text.GetCodeSet(),
+               UnitsIn(size, codeSet) - 1);
   StringAccess::Replace(text, block, size);
   return true;
 }
@@ -59,7 +60,7 @@ int KvString::CopyMapped(const KvString& source, unsigned char codeSet, short co
   codeSet_ = codeSet;
   language_ = source.language_;
   return static_cast<int>(kv::ConvertUnits(buffer_, codeSet, source.StrGet(), source.codeSet_,
-                                           std::min(wanted, size / width - 1)));
+                                           std::min(wanted, kv::UnitsIn(size, codeSet) - 1)));
 }
 
 // Constant-initialised and never destroyed, so that it is there for every other static object.

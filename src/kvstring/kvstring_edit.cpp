@@ -200,7 +200,8 @@ void KvString::RightTrim() {
   const unsigned width = kv::UnitWidth(codeSet_);
   const unsigned length = Len();
   unsigned short kept = static_cast<unsigned short>(length + 1);
-  for (unsigned offset = (bufferSize_ / width - 1) * width; offset > 0; offset -= width) {
+  for (unsigned offset = (kv::UnitsIn(bufferSize_, codeSet_) - 1) * width; offset > 0;
+       offset -= width) {
     if (!KvChar(*this, static_cast<int>(offset)).IsSpace()) break;
     // In a buffer longer than its text what lies behind counts as part of it. This may wrap around,
     // and nothing is cut.
@@ -236,7 +237,7 @@ void KvString::Transform(KvCharOperation& operation) {
   for (;;) {
     KvStringIterator out(*this);
     out.Begin(block + used, codeSet_, language_, 1);
-    out.limit_ = block + (capacity / width - 1) * width;
+    out.limit_ = block + (kv::UnitsIn(capacity, codeSet_) - 1) * width;
     source.Transform(out, operation);
     used = static_cast<unsigned>(out.position_ - block);
     if (source.gaveUp_) {
@@ -260,7 +261,5 @@ void KvString::Transform(KvCharOperation& operation) {
     capacity = grown;
   }
   // The size counts the terminator, as everywhere: the next edit and the stored form build on it.
-  void* exact = std::realloc(block, used + width);
-  StringAccess::Replace(*this, exact != nullptr ? static_cast<unsigned char*>(exact) : block,
-                        used + width);
+  StringAccess::ReplaceExactly(*this, block, capacity, kv::UnitsIn(used, codeSet_));
 }

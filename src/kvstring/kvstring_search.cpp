@@ -34,7 +34,10 @@ Text CountedTextOf(const KvString& string) {
 int FindPosition(const KvString& text, const Text& pattern, unsigned start,
                  unsigned short operation) {
   if (text.IsEmpty()) return -1;
-  return FindText(CountedTextOf(text), pattern, OperationOrDefault(operation), start);
+  const Text whole = TextOf(text);
+  const bool wide = KvIsWideCodeSet(whole.codeSet);
+  if (start != 0 && TextLength(whole.units, wide, std::min(start, whole.length)) < start) return -1;
+  return FindText(whole, pattern, OperationOrDefault(operation), start);
 }
 
 // Replaces match by match, as far as the text may grow: what the limit cuts off is not searched.
@@ -97,9 +100,9 @@ enum class Rewriting { kDone, kTooLong };
 // Replaces all matches in one pass, unless the text would become longer than a text may be.
 Rewriting RewriteMatches(KvString& text, const Text& wanted, const KvString& replacement,
                          unsigned start) {
-  const Text own = CountedTextOf(text);
   const int found = FindPosition(text, wanted, start, kDefaultOperation);
   if (found < 0) return Rewriting::kDone;
+  const Text own = CountedTextOf(text);
   KvString converted(own.codeSet, own.language);
   const bool asItIs = own.codeSet == replacement.GetCodeSet();
   if (!asItIs) converted << replacement;
@@ -109,20 +112,14 @@ Rewriting RewriteMatches(KvString& text, const Text& wanted, const KvString& rep
   const unsigned growth = put.length > wanted.length ? put.length - wanted.length : 0;
   const unsigned most = own.length + own.length / wanted.length * growth;
   const unsigned room = std::min(most, MaximumLength(own.codeSet));
-  auto* block = static_cast<unsigned char*>(std::malloc((room + 1) * width));
-  if (block == nullptr) {
-    KvCallMemoryHandler((room + 1) * width);
-    return Rewriting::kDone;
-  }
+  unsigned char* block = AllocateBlock((room + 1) * width);
+  if (block == nullptr) return Rewriting::kDone;
   NewText out(block, room, width);
   if (!WriteReplaced(out, own, wanted, put, found)) {
     std::free(block);
     return Rewriting::kTooLong;
   }
-  WriteUnit(block, width == 2, out.Length(), 0);
-  const unsigned size = (out.Length() + 1) * width;
-  void* exact = std::realloc(block, size);
-  StringAccess::Replace(text, exact != nullptr ? static_cast<unsigned char*>(exact) : block, size);
+  StringAccess::ReplaceExactly(text, block, (room + 1) * width, out.Length());
   return Rewriting::kDone;
 }
 

@@ -10,41 +10,16 @@
 #include <new>
 
 #include "kvbase/run.h"
-#include "kvbase/vectors.h"
+#include "kvstring/unit_scan.h"
 #include "zbs.h"
 #include "zbshost.h"
 
 namespace kv {
 namespace {
 
-#if defined(__x86_64__) || defined(__i386__)
-// The units at the front that stand in blocks of 128 bytes without a zero unit.
-[[gnu::target("avx2")]] unsigned WideBlocksAhead(const unsigned char* text, unsigned limit) {
-  using Units = HalfLanes<32>;
-  constexpr unsigned kUnits = 4 * sizeof(Units) / 2;
-  unsigned index = 0;
-  for (; index + kUnits <= limit; index += kUnits) {
-    Units a, b, c, d;
-    std::memcpy(&a, text + 2 * index, sizeof a);
-    std::memcpy(&b, text + 2 * index + 32, sizeof b);
-    std::memcpy(&c, text + 2 * index + 64, sizeof c);
-    std::memcpy(&d, text + 2 * index + 96, sizeof d);
-    const auto zeros = (a == 0) | (b == 0) | (c == 0) | (d == 0);
-    std::uint64_t words[4];
-    std::memcpy(words, &zeros, sizeof words);
-    if ((words[0] | words[1] | words[2] | words[3]) != 0) break;
-  }
-  return index;
-}
-#endif
-
-unsigned WideLength(const unsigned char* text, unsigned limit) {
-  unsigned index = 0;
-#if defined(__x86_64__) || defined(__i386__)
-  constexpr unsigned kLong = 128;  // shorter texts are not worth the question
-  if (limit >= kLong && WidestVectors() >= 32) index = WideBlocksAhead(text, limit);
-#endif
+unsigned ShortWideLength(const unsigned char* text, unsigned limit) {
   constexpr unsigned kUnitsAWord = 4;
+  unsigned index = 0;
   while (index + kUnitsAWord <= limit && !HasZeroUnit<unsigned short>(LoadWord(text + 2 * index))) {
     index += kUnitsAWord;
   }
@@ -57,7 +32,7 @@ unsigned WideLength(const unsigned char* text, unsigned limit) {
 class BlockWriter {
  public:
   BlockWriter(unsigned char* block, unsigned bytes, unsigned char codeSet)
-      : at_(block), room_(bytes / UnitWidth(codeSet) - 1), codeSet_(codeSet) {}
+      : at_(block), room_(UnitsIn(bytes, codeSet) - 1), codeSet_(codeSet) {}
 
   void Copy(const void* text, unsigned count) {
     count = std::min(count, room_);
@@ -148,10 +123,13 @@ unsigned SizeAfter(const StringEdit& edit, unsigned oldSize, unsigned width) {
 
 unsigned TextLength(const void* text, bool wide, unsigned limit) {
   if (text == nullptr || limit == 0) return 0;
-  if (wide) return WideLength(static_cast<const unsigned char*>(text), limit);
+  const auto* units = static_cast<const unsigned char*>(text);
+  constexpr unsigned kLong = 128;  // shorter texts are not worth the question for vectors
+  if (limit >= kLong) return PassToZero(units, wide, limit);
+  if (wide) return ShortWideLength(units, limit);
   const void* end = std::memchr(text, 0, limit);
   if (end == nullptr) return limit;
-  return static_cast<unsigned>(static_cast<const char*>(end) - static_cast<const char*>(text));
+  return static_cast<unsigned>(static_cast<const unsigned char*>(end) - units);
 }
 
 unsigned TextLength(const void* text, bool wide) {
@@ -192,6 +170,12 @@ unsigned char* AllocateText(unsigned size) {
   return block;
 }
 
+unsigned char* AllocateBlock(unsigned size) {
+  auto* block = static_cast<unsigned char*>(std::malloc(size));
+  if (block == nullptr) KvCallMemoryHandler(size);
+  return block;
+}
+
 void StringAccess::CopyTo(void* raw, unsigned char* text, const KvString& source) {
   auto* copy = new (raw) KvString(source.codeSet_, source.language_);
   if (source.buffer_ == nullptr) return;
@@ -206,6 +190,15 @@ void StringAccess::Replace(KvString& string, unsigned char* buffer, unsigned siz
   string.bufferSize_ = static_cast<unsigned short>(size);
 }
 
+void StringAccess::ReplaceExactly(KvString& string, unsigned char* block, unsigned size,
+                                  unsigned length) {
+  const unsigned width = UnitWidth(string.codeSet_);
+  WriteUnit(block, width == 2, length, 0);
+  const unsigned exact = (length + 1) * width;
+  void* shrunk = exact == size ? block : std::realloc(block, exact);
+  Replace(string, shrunk != nullptr ? static_cast<unsigned char*>(shrunk) : block, exact);
+}
+
 bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
   // A put of no units may point at the end of a buffer: nothing is read from it.
   if (edit.mode != EditMode::kPut &&
@@ -214,13 +207,11 @@ bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
   }
 
   const unsigned width = UnitWidth(target.codeSet_);
-  const unsigned size = LimitBufferSize(SizeAfter(edit, target.bufferSize_ / width * width, width));
+  const unsigned oldUnits = UnitsIn(target.bufferSize_, target.codeSet_);
+  const unsigned size = LimitBufferSize(SizeAfter(edit, oldUnits * width, width));
   if (size < width) return true;
-  auto* block = static_cast<unsigned char*>(std::malloc(size));
-  if (block == nullptr) {
-    KvCallMemoryHandler(size);
-    return false;
-  }
+  unsigned char* block = AllocateBlock(size);
+  if (block == nullptr) return false;
 
   BlockWriter writer(block, size, target.codeSet_);
   const unsigned oldLength = target.Len();
@@ -243,15 +234,12 @@ bool StringAccess::PutUnits(KvString& target, const void* units, unsigned bytes)
   if (block != nullptr && target.bufferSize_ == bytes + width) {
     std::memmove(block, units, bytes);
   } else {
-    block = static_cast<unsigned char*>(std::malloc(bytes + width));
-    if (block == nullptr) {
-      KvCallMemoryHandler(bytes + width);
-      return false;
-    }
+    block = AllocateBlock(bytes + width);
+    if (block == nullptr) return false;
     std::memcpy(block, units, bytes);
     Replace(target, block, bytes + width);
   }
-  WriteUnit(block, width == 2, bytes / width, 0);
+  WriteUnit(block + bytes, width == 2, 0, 0);
   return true;
 }
 

@@ -21,9 +21,15 @@ constexpr unsigned UnitWidth(unsigned char codeSet) {
   return KvIsWideCodeSet(codeSet) ? 2 : 1;
 }
 
+// The whole units in a block of so many bytes. A shift, as dividing by a width that is only known
+// at run time takes as long as a short comparison.
+constexpr unsigned UnitsIn(unsigned bytes, unsigned char codeSet) {
+  return bytes >> (KvIsWideCodeSet(codeSet) ? 1 : 0);
+}
+
 // Most characters a string of `codeSet` can hold: 65,531 or 32,765.
 constexpr unsigned MaximumLength(unsigned char codeSet) {
-  return kMaximumBytes / UnitWidth(codeSet) - 1;
+  return UnitsIn(kMaximumBytes, codeSet) - 1;
 }
 
 // What stands for the text of a string without a buffer. Never written to.
@@ -67,8 +73,9 @@ unsigned ConvertUnits(void* target, unsigned char targetCodeSet, const void* sou
 // configuration asks for it.
 unsigned LimitBufferSize(unsigned size);
 
-// Zeroed bytes from malloc; null after KvCallMemoryHandler when there are none.
+// Bytes from malloc, zeroed or as they come; null after KvCallMemoryHandler when there are none.
 unsigned char* AllocateText(unsigned size);
+unsigned char* AllocateBlock(unsigned size);
 
 enum class EditMode {
   kOverwrite = 1,  // `count` units at `position` are replaced by as many of the source
@@ -109,6 +116,11 @@ class StringAccess {
   // Gives the string a block from malloc in place of its own, which is freed.
   static void Replace(KvString& string, unsigned char* buffer, unsigned size);
 
+  // The same with a block of `size` bytes that the first `length` units of the text are in: it is
+  // terminated behind them, and what there is beyond is given back.
+  static void ReplaceExactly(KvString& string, unsigned char* block, unsigned size,
+                             unsigned length);
+
   // False when memory was short; the string is then unchanged.
   static bool Edit(KvString& target, const StringEdit& edit);
 
@@ -144,7 +156,7 @@ unsigned long long ReadUnsigned(const KvString& text, unsigned bits);
 
 // A string as comparing and hashing take it, bounded by its buffer: reading in blocks is safe.
 inline Text TextOf(const KvString& string) {
-  const unsigned units = string.GetBufferSize() / UnitWidth(string.GetCodeSet());
+  const unsigned units = UnitsIn(string.GetBufferSize(), string.GetCodeSet());
   return {string.GetCodeSet(), string.GetLanguage(), StringAccess::Buffer(string),
           units == 0 ? 0 : units - 1};
 }

@@ -6,29 +6,32 @@
 
 namespace kv {
 
-// What is looked for: up to four units, of which the last ones repeat where there are fewer, and
-// every unit above kLast.
+// What is looked for: one, two or four units, of which the last ones may repeat, and every unit
+// above kLast.
 template <class Unit>
 struct WantedUnits {
   static constexpr unsigned kMost = 4;
   static constexpr Unit kLast = sizeof(Unit) == 1 ? 255 : 511;
 
   Unit units[kMost] = {};
-  bool isSingle = false;  // all four are the same
+  unsigned char kinds = kMost;  // 1, 2 or 4; all above 2 count as 4
 };
 
-// How many of the `count` units at `text`, which need not be aligned, can be passed over: none of
-// them is wanted. What stopped the scan is among the next kStop units, or they are fewer.
-inline constexpr unsigned kStop = 64;
+// How many of the `count` units at `text`, which need not be aligned, can be passed over: the place
+// of the first one that is wanted or zero, `count` when none is. Nothing behind them is read.
 unsigned PassOver(const unsigned char* text, unsigned count,
                   const WantedUnits<unsigned char>& wanted);
 unsigned PassOver(const unsigned char* text, unsigned count,
                   const WantedUnits<unsigned short>& wanted);
 
-// Of 64 order words a bit each: whether it has `weight` at the bits of `mask`, or stands for two
+// The same for zero units alone: the length of a text that ends after `limit` units at the latest.
+unsigned PassToZero(const unsigned char* text, bool wide, unsigned limit);
+
+// Of 128 order words a bit each: whether it has `weight` at the bits of `mask`, or stands for two
 // orders or a part of a contraction and has it at those of `pairMask`.
-std::uint64_t WordsOfWeight(const unsigned* words, unsigned mask, unsigned pairMask,
-                            unsigned weight);
+using WordBits = std::uint64_t[2];
+void WordsOfWeight(WordBits& found, const unsigned* words, unsigned mask, unsigned pairMask,
+                   unsigned weight);
 
 // Copies the units before the first zero one, at most `limit`, and tells how many. What is written
 // behind them, up to `limit` units, is no matter. The two texts do not overlap.

@@ -72,18 +72,28 @@ TEST_CASE("long texts are searched alike with all vectors, wherever the pattern 
     for (const unsigned char codeSet : {static_cast<unsigned char>(1), kvCodeSetUnicode}) {
       for (const Case& each : kCases) {
         for (unsigned round = 0; round < 150; ++round) {
-          std::u16string units(300 + random(120), u'a');
+          std::u16string units(1 + random(round % 2 == 0 ? 700 : 140), u'a');
           for (char16_t& unit : units) unit = static_cast<char16_t>(u'b' + random(3));
+          // Now and then a unit that no list of Latin letters has.
+          if (codeSet != 1 && round % 3 == 0)
+            units[random(static_cast<unsigned>(units.size()))] = u'\u4E00';
           const unsigned place = random(static_cast<unsigned>(units.size()));
           const KvString without = Make(units, codeSet);
-          const KvString with = Make(units.insert(place, each.present), codeSet);
+          KvString with = Make(units.insert(place, each.present), codeSet);
           const KvString pattern = Make(each.pattern, codeSet);
           const auto start = static_cast<unsigned short>(random(40));
           const bool isOne = each.pattern[0] != u'9';  // a superscript one is no nine
           const bool isBehind = start <= place && isOne;
+          const int expected = isBehind ? static_cast<int>(place) : -1;
           CHECK(without.Find(pattern, start, each.operation) == -1);
-          CHECK(with.Find(pattern, start, each.operation) ==
-                (isBehind ? static_cast<short>(place) : -1));
+          CHECK(with.Find(pattern, start, each.operation) == expected);
+          // A zero unit ends the text before the end of its block.
+          const unsigned end = random(static_cast<unsigned>(units.size()));
+          with[static_cast<int>(end)] = static_cast<unsigned short>(0);
+          CHECK(with.Len() == end);
+          const bool isThere = place + pattern.Len() <= end;
+          CHECK(with.Find(pattern, start, each.operation) == (isThere ? expected : -1));
+          CHECK(with.Find(KvString(""), static_cast<unsigned short>(end + 1)) == -1);
         }
       }
     }

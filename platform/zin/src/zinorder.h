@@ -155,10 +155,8 @@ class ByteOrderTable {
   [[gnu::always_inline]] unsigned Word(unsigned char unit) const {
     return (unit < 128 ? low_ : high_)[unit & 127];
   }
-  // The words of the 64 units from `unit` on, a multiple of 64.
-  const unsigned* RowOf64(unsigned unit) const {
-    return (unit < 128 ? low_ : high_) + (unit & 127);
-  }
+  // The words of the 128 units from `unit` on, a multiple of 128.
+  const unsigned* RowOf128(unsigned unit) const { return unit < 128 ? low_ : high_; }
   bool operator==(const ByteOrderTable& other) const {
     return low_ == other.low_ && high_ == other.high_;
   }
@@ -180,8 +178,8 @@ class WideOrderTable {
   [[gnu::always_inline]] unsigned Word(unsigned short unit) const {
     return unit < 512 ? latin_[unit] : PageWord(unit);
   }
-  // The words of the 64 units from `unit` on, a multiple of 64 below 512.
-  const unsigned* RowOf64(unsigned unit) const { return latin_ + unit; }
+  // The words of the 128 units from `unit` on, a multiple of 128 below 512.
+  const unsigned* RowOf128(unsigned unit) const { return latin_ + unit; }
   bool operator==(const WideOrderTable& other) const { return latin_ == other.latin_; }
 
  private:
