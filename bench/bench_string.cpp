@@ -7,6 +7,10 @@
 #include "kv.h"
 #include "pair.h"
 
+#ifdef KV_BENCH_ICU
+#include <unicode/ustring.h>
+#endif
+
 namespace {
 
 constexpr unsigned kLength = 10000;
@@ -33,6 +37,59 @@ struct Texts {
   std::basic_string<Unit> theirs;
 };
 
+#ifdef KV_BENCH_ICU
+// What ICU offers for a text in its own units.
+struct IcuCase {
+  std::u16string from;
+  mutable std::u16string to;
+  void Upper() const {
+    UErrorCode status = U_ZERO_ERROR;
+    benchmark::DoNotOptimize(u_strToUpper(to.data(), static_cast<int32_t>(to.size()), from.data(),
+                                          static_cast<int32_t>(from.size()), "de", &status));
+    benchmark::ClobberMemory();
+  }
+};
+#endif
+
+// Upper case in place, of a text that is in it after the first call: the work is the same.
+template <class Unit>
+void RegisterCase(const char* width, unsigned char codeSet) {
+  constexpr const char16_t* kLatin =
+      u"Zw\u00F6lf Boxk\u00E4mpfer jagen Viktor quer \u00FCber den Sylter Deich, \u00E0 la "
+      u"carte, d\u00E9j\u00E0 vu und \u00C5ngstr\u00F6m. ";
+  for (const bool isAscii : {true, false}) {
+    std::u16string units;
+    if (isAscii) {
+      for (const char unit : Words()) units.push_back(static_cast<unsigned char>(unit));
+    }
+    while (units.size() < kLength) units += kLatin;
+    units.resize(kLength);
+    const auto ours = std::make_shared<KvString>(kvCodeSetUnicode, 1);
+    *ours << reinterpret_cast<const unsigned short*>(units.c_str());
+    ours->MapToCodeSet(codeSet);
+    const std::string label =
+        std::string(isAscii ? "ToUpper of ASCII" : "ToUpper of Latin letters") + ", 10000 " +
+        width + " characters";
+    const auto upper = [=] {
+      ours->ToUpper();
+      benchmark::ClobberMemory();
+    };
+    if (isAscii) {
+      const auto theirs = std::make_shared<std::basic_string<Unit>>(units.begin(), units.end());
+      bench::Pair(label, "a loop unit by unit", sizeof(Unit) == 1 ? 1 : 4, upper, [=] {
+        for (Unit& unit : *theirs) {
+          if (unit >= 'a' && unit <= 'z') unit = static_cast<Unit>(unit - 32);
+        }
+        benchmark::ClobberMemory();
+      });
+    }
+#ifdef KV_BENCH_ICU
+    const auto icu = std::make_shared<IcuCase>(IcuCase{units, std::u16string(kLength, u' ')});
+    bench::Pair(label, "u_strToUpper, 16-bit", 3, upper, [=] { icu->Upper(); });
+#endif
+  }
+}
+
 template <class Unit>
 void RegisterWidth(const char* width, unsigned char codeSet) {
   const auto texts = std::make_shared<Texts<Unit>>(codeSet);
@@ -55,18 +112,7 @@ void RegisterWidth(const char* width, unsigned char codeSet) {
       label("Find, first character rare"), "std::basic_string::find", sizeof(Unit) == 1 ? 1 : 4,
       [=] { benchmark::DoNotOptimize(texts->ours.Find('Z')); },
       [=] { benchmark::DoNotOptimize(texts->theirs.find(static_cast<Unit>('Z'))); });
-  bench::Pair(
-      label("ToUpper of ASCII"), "a loop unit by unit", 1,
-      [=] {
-        texts->ours.ToUpper();
-        benchmark::ClobberMemory();
-      },
-      [=] {
-        for (Unit& unit : texts->theirs) {
-          if (unit >= 'a' && unit <= 'z') unit = static_cast<Unit>(unit - 32);
-        }
-        benchmark::ClobberMemory();
-      });
+  RegisterCase<Unit>(width, codeSet);
   bench::Pair(
       label("copy"), "copy of std::basic_string", 0.9,
       [=] { benchmark::DoNotOptimize(KvString(texts->ours)); },

@@ -2,9 +2,10 @@
 // clamped or make the call do nothing; none of them is an error.
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
+#include <cstring>
 
-#include "kvbase/run.h"
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 #include "kvtext/ascii_case.h"
@@ -35,72 +36,100 @@ void PutCopies(KvString& target, unsigned position, const void* unit, unsigned c
                               .repeat = copies});
 }
 
-// Case mapping of the units of a text.
-struct UnitMapper {
-  explicit UnitMapper(const KvString& text, LetterCase direction)
-      : codeSet(*KvLanguageContext::QueryCodeSet(text.GetCodeSet())),
-        language(text.GetLanguage()),
-        to(direction) {}
+// Case mapping of the units of a text. What a code set has to look up of a unit is kept for the
+// next one, in long texts, where that repays making room for it.
+class UnitMapper {
+ public:
+  UnitMapper(const KvString& text, unsigned length, LetterCase to)
+      : codeSet_(*KvLanguageContext::QueryCodeSet(text.GetCodeSet())),
+        language_(text.GetLanguage()),
+        to_(to) {
+    constexpr unsigned kLong = 128;
+    if (length >= kLong) keptUnits_ = UnitWidth(text.GetCodeSet()) == 1 ? 256 : kMostKept;
+    std::memset(kept_, 0, keptUnits_ * sizeof kept_[0]);
+  }
+
+  // Whether a unit gives one unit.
+  bool IsSingle(unsigned short unit) { return Single(unit) != 0; }
+
+  // Whether there has been a unit to map.
+  bool WasAsked() const { return wasAsked_; }
+
+  // The unit that it gives, 0 when there are several.
+  unsigned short Single(unsigned short unit) {
+    wasAsked_ = true;
+    if (unit < keptUnits_ && kept_[unit] != 0) return kept_[unit];
+    unsigned short mapped[3];
+    if (Map(unit, mapped) != 1) return 0;
+    if (unit < keptUnits_) kept_[unit] = mapped[0];
+    return mapped[0];
+  }
+
+  // Whether ASCII maps to ASCII as everywhere.
+  bool IsUsual() const { return !codeSet_.HasCaseOf(language_); }
+  LetterCase To() const { return to_; }
+
+ private:
+  static constexpr unsigned kMostKept = 0x600;  // the Latin, Greek and Cyrillic letters
 
   unsigned Map(unsigned short unit, unsigned short (&mapped)[3]) const {
-    return to == LetterCase::kUpper ? codeSet.ToUpper(unit, mapped, language)
-                                    : codeSet.ToLower(unit, mapped, language);
+    return to_ == LetterCase::kUpper ? codeSet_.ToUpper(unit, mapped, language_)
+                                     : codeSet_.ToLower(unit, mapped, language_);
   }
-  // Whether ASCII maps to ASCII as everywhere.
-  bool IsUsual() const { return !codeSet.HasCaseOf(language); }
 
-  const KvCodeSet& codeSet;
-  unsigned char language;
-  LetterCase to;
+  const KvCodeSet& codeSet_;
+  unsigned char language_;
+  LetterCase to_;
+  bool wasAsked_ = false;
+  unsigned keptUnits_ = 0;
+  unsigned short kept_[kMostKept];  // 0: not known yet
 };
+
+// Calls `visit` with the place of each unit beyond ASCII until it returns false.
+template <class Visit>
+void VisitBeyondAscii(const unsigned char* units, unsigned length, bool wide, Visit visit) {
+  unsigned from = 0;
+  while (std::uint64_t beyond = NextBeyondAscii(units, length, wide, from)) {
+    for (; beyond != 0; beyond &= beyond - 1) {
+      if (!visit(from + static_cast<unsigned>(std::countr_zero(beyond)))) return;
+    }
+    from += kBlockOfBits;
+  }
+}
 
 // Whether each character gives one character. Looked up before anything is mapped: the way round,
 // through a second block, may run short of memory, and half a mapping is none.
-bool MapsInPlace(const KvString& text, unsigned length, const UnitMapper& mapper) {
-  const bool wide = KvIsWideCodeSet(text.GetCodeSet());
-  const unsigned width = UnitWidth(text.GetCodeSet());
-  const unsigned char* units = StringAccess::Buffer(text);
-  unsigned index = 0;
-  while (index < length) {
-    index += AsciiBlocksAhead(units + index * width, (length - index) * width, wide) / width;
-    const unsigned blockEnd = std::min(index + 2 * kAsciiBlock / width, length);
-    for (; index < blockEnd; ++index) {
-      unsigned short mapped[3];
-      const unsigned short unit = UnitAt(units, wide, index);
-      if (unit >= 0x80 && mapper.Map(unit, mapped) != 1) return false;
-    }
-  }
-  return true;
+bool MapsInPlace(const unsigned char* units, unsigned length, bool wide, UnitMapper& mapper) {
+  bool isSingle = true;
+  VisitBeyondAscii(units, length, wide, [&](unsigned index) {
+    isSingle = mapper.IsSingle(UnitAt(units, wide, index));
+    return isSingle;
+  });
+  return isSingle;
 }
 
 // For a text whose characters each give one.
-void MapCaseInPlace(KvString& text, unsigned length, const UnitMapper& mapper) {
-  const bool isUsual = mapper.IsUsual();
-  const bool wide = KvIsWideCodeSet(text.GetCodeSet());
-  const unsigned width = UnitWidth(text.GetCodeSet());
-  unsigned char* units = StringAccess::Buffer(text);
-  unsigned index = 0;
-  while (index < length) {
-    if (isUsual) {
-      const unsigned left = (length - index) * width;
-      index += MapAsciiCase(units + index * width, left, wide, mapper.to) / width;
-    }
-    // What stopped the blocks is somewhere in the next one.
-    const unsigned blockEnd = std::min(index + kAsciiBlock / width, length);
-    for (; index < blockEnd; ++index) {
-      unsigned short mapped[3];
-      mapper.Map(UnitAt(units, wide, index), mapped);
-      WriteUnit(units, wide, index, mapped[0]);
-    }
+void MapCaseInPlace(unsigned char* units, unsigned length, bool wide, UnitMapper& mapper) {
+  const auto map = [&](unsigned index) {
+    WriteUnit(units, wide, index, mapper.Single(UnitAt(units, wide, index)));
+    return true;
+  };
+  if (mapper.IsUsual()) {
+    if (mapper.WasAsked()) VisitBeyondAscii(units, length, wide, map);
+    MapAsciiCase(units, length, wide, mapper.To());
+  } else {
+    for (unsigned index = 0; index < length; ++index) map(index);
   }
 }
 
 void MapCase(KvString& text, LetterCase to, KvCharOperation& operation) {
   const unsigned length = text.Len();
+  const bool wide = KvIsWideCodeSet(text.GetCodeSet());
   const bool exact = text.GetBufferSize() == (length + 1) * UnitWidth(text.GetCodeSet());
-  const UnitMapper mapper(text, to);
-  if (exact && MapsInPlace(text, length, mapper)) {
-    MapCaseInPlace(text, length, mapper);
+  unsigned char* units = StringAccess::Buffer(text);
+  UnitMapper mapper(text, length, to);
+  if (exact && MapsInPlace(units, length, wide, mapper)) {
+    MapCaseInPlace(units, length, wide, mapper);
   } else {
     text.Transform(operation);
   }
