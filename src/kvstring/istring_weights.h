@@ -195,16 +195,13 @@ constexpr std::uint64_t ZeroBytes(std::uint64_t word) {
   return (word - kEachByte) & ~word & kTopBits;
 }
 
-// Whether two words differ in the case of ASCII letters and in nothing else.
-constexpr bool DifferInCaseOnly(std::uint64_t a, std::uint64_t b) {
-  constexpr std::uint64_t kCaseBits = 0x20 * kEachByte;
-  const std::uint64_t difference = a ^ b;
-  if ((difference & ~kCaseBits) != 0) return false;
-  const std::uint64_t small = (a | kCaseBits) & ~kTopBits;
+// The bits in which two words differ otherwise than in the case of an ASCII letter.
+constexpr std::uint64_t DifferenceBeyondCase(std::uint64_t a, std::uint64_t b) {
+  const std::uint64_t small = (a | 0x20 * kEachByte) & ~kTopBits;
   const std::uint64_t fromA = small + (0x80 - 'a') * kEachByte;
   const std::uint64_t behindZ = small + (0x7F - 'z') * kEachByte;
   const std::uint64_t letters = fromA & ~behindZ & ~a & kTopBits;
-  return (difference << 2 & ~letters) == 0;
+  return (a ^ b) & ~(letters >> 2);
 }
 
 template <class Weights>
@@ -239,6 +236,23 @@ constexpr std::size_t SafeBytes(unsigned steps) {
   return steps / 2;
 }
 
+// The place from `at` on of the first bytes that differ otherwise than in the case of an ASCII
+// letter, or of the end that two texts have in common; or where one of them has no whole word left.
+// Words begin at multiples of eight, where a padded text can be read in words.
+template <class Text>
+inline std::size_t PassCase(const Text& a, const Text& b, std::size_t safe, std::size_t at) {
+  for (;;) {
+    const std::size_t word = at / 8 * 8;
+    if (word + 8 >= safe || !a.HasWord(word) || !b.HasWord(word)) return at;
+    const std::uint64_t left = LoadWord(a.bytes + word);
+    const std::uint64_t others = DifferenceBeyondCase(left, LoadWord(b.bytes + word));
+    const std::uint64_t ahead = ~std::uint64_t{0} << 8 * (at - word);
+    const std::uint64_t stops = (others | ZeroBytes(left)) & ahead;
+    if (stops != 0) return word + static_cast<unsigned>(std::countr_zero(stops)) / 8;
+    at = word + 8;
+  }
+}
+
 // The order of two folded texts whose first `at` bytes weigh alike, from there on: a text that
 // differs in case or accents goes on here, the others are decided in CompareWeighted.
 template <class Weights, class Text>
@@ -247,12 +261,7 @@ template <class Weights, class Text>
   constexpr bool kFoldsCase = WeighAlike<Weights>('a', 'A');
   const std::size_t safe = SafeBytes(steps);
   for (; at < safe; ++at) {
-    while (kFoldsCase && at % 8 == 0 && at + 8 < safe && a.HasWord(at) && b.HasWord(at)) {
-      const std::uint64_t left = LoadWord(a.bytes + at);
-      if (!DifferInCaseOnly(left, LoadWord(b.bytes + at))) break;
-      if (ZeroBytes(left) != 0) return 0;
-      at += 8;
-    }
+    if (kFoldsCase) at = PassCase(a, b, safe, at);
     const unsigned char left = a.At(at);
     const unsigned char right = b.At(at);
     const int order = OrderOfBytes<Weights>(left, right, at);

@@ -234,16 +234,21 @@ TEST_CASE_TEMPLATE("a text that begins with its end differs by the first bytes",
 
 TEST_CASE("a byte in each place of a word weighs what it weighs alone") {
   const PlainTable table(true);
-  const std::string capitals = "ABCDEFGHIJKLMNOPQRSTUVWX";
-  std::string letters = "abcdefghijklmnopqrstuvwx";
-  for (std::size_t at = 0; at < letters.size(); ++at) {
-    for (int byte = 1; byte < 256; ++byte) {
-      std::string other = letters;
-      other[at] = static_cast<char>(byte);
-      CAPTURE(at);
-      CAPTURE(byte);
-      REQUIRE(KvCaseIString(capitals.c_str()).Compare(KvCaseIString(other.c_str())) ==
-              table.Compare(capitals, other, 0, 0));
+  const std::string letters = "abcdefghijklmnopqrstuvwx";
+  // The case differs from the first letter on, from within a word, from a word on.
+  for (const std::size_t same : {0u, 3u, 8u}) {
+    const std::string capitals =
+        letters.substr(0, same) + std::string("ABCDEFGHIJKLMNOPQRSTUVWX").substr(same);
+    for (std::size_t at = 0; at < letters.size(); ++at) {
+      for (int byte = 1; byte < 256; ++byte) {
+        std::string other = letters;
+        other[at] = static_cast<char>(byte);
+        CAPTURE(capitals);
+        CAPTURE(at);
+        CAPTURE(byte);
+        REQUIRE(KvCaseIString(capitals.c_str()).Compare(KvCaseIString(other.c_str())) ==
+                table.Compare(capitals, other, 0, 0));
+      }
     }
   }
   CHECK(KvCaseIString("ABCDEFGH") != KvCaseIString("abcdefg("));
