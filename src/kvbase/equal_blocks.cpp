@@ -24,23 +24,28 @@ KV_WITH_AVX512 inline bool IsZero(const __m512i& bits) {
   return _mm512_test_epi64_mask(bits, bits) == 0;
 }
 
-KV_WITH_AVX512 std::size_t EqualBy64(const unsigned char* a, const unsigned char* b,
-                                     std::size_t size) {
-  constexpr std::size_t kLine = 64;
-  constexpr std::size_t kBlock = 4 * kLine;
+constexpr std::size_t kLine = 64;
+constexpr std::size_t kBlock = 4 * kLine;
+
+KV_WITH_AVX512 inline bool IsEqualBlock(const unsigned char* a, const unsigned char* b) {
   __m512i difference = _mm512_setzero_si512();
   AddDifference(difference, a, b);
-  if (!IsZero(difference)) return 0;
+  AddDifference(difference, a + kLine, b + kLine);
+  AddDifference(difference, a + 2 * kLine, b + 2 * kLine);
+  AddDifference(difference, a + 3 * kLine, b + 3 * kLine);
+  return IsZero(difference);
+}
+
+KV_WITH_AVX512 std::size_t EqualBy64(const unsigned char* a, const unsigned char* b,
+                                     std::size_t size) {
+  if (size < kBlock || !IsEqualBlock(a, b)) return 0;
   // From here on one of the two is read by whole cache lines.
   std::size_t at = kLine - reinterpret_cast<std::uintptr_t>(a) % kLine;
   for (; size - at >= kBlock; at += kBlock) {
-    AddDifference(difference, a + at, b + at);
-    AddDifference(difference, a + at + kLine, b + at + kLine);
-    AddDifference(difference, a + at + 2 * kLine, b + at + 2 * kLine);
-    AddDifference(difference, a + at + 3 * kLine, b + at + 3 * kLine);
-    if (!IsZero(difference)) break;
+    if (!IsEqualBlock(a + at, b + at)) return at;
   }
-  return at;
+  // The last block ends with the buffers and begins among what is equal already.
+  return IsEqualBlock(a + size - kBlock, b + size - kBlock) ? size : at;
 }
 
 }  // namespace

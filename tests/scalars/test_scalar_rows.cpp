@@ -14,6 +14,7 @@
 
 #include "kv.h"
 #include "support/host.h"
+#include "support/vector_sets.h"
 
 namespace {
 
@@ -450,4 +451,29 @@ TEST_CASE_TEMPLATE("every value's text converts back to it", R, KV_SCALAR_ROWS) 
   CHECK(back[41] == T(0));
   types.Delete(R::id, back, 42);
   delete record;
+}
+
+TEST_CASE("long runs of bytes compare as memcmp has it, with all vectors, wherever they differ") {
+  const auto sign = [](int order) { return (order > 0) - (order < 0); };
+  support::WithEachVectorSet([&] {
+    std::mt19937 engine(7);
+    const auto random = [&engine](unsigned limit) {
+      return static_cast<unsigned>(engine() % limit);
+    };
+    KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+    for (unsigned round = 0; round < 1500; ++round) {
+      const unsigned count = 500 + random(900);
+      const unsigned shift = random(70);
+      const unsigned otherShift = random(70);
+      // Blocks that end with the runs.
+      std::vector<o_u1b> a(shift + count, 7);
+      std::vector<o_u1b> b(otherShift + count, 7);
+      o_u1b* left = a.data() + shift;
+      o_u1b* right = b.data() + otherShift;
+      if (round % 5 != 0) left[random(count)] = static_cast<o_u1b>(random(256));
+      if (round % 3 == 0) right[count - 1 - random(70)] = static_cast<o_u1b>(random(256));
+      REQUIRE(sign(types.Cmp(KvU1B_T, left, right, 0, count, 8)) ==
+              sign(std::memcmp(left, right, count)));
+    }
+  });
 }
