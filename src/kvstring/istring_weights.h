@@ -241,16 +241,18 @@ constexpr std::size_t SafeBytes(unsigned steps) {
 // Words begin at multiples of eight, where a padded text can be read in words.
 template <class Text>
 inline std::size_t PassCase(const Text& a, const Text& b, std::size_t safe, std::size_t at) {
-  for (;;) {
-    const std::size_t word = at / 8 * 8;
-    if (word + 8 >= safe || !a.HasWord(word) || !b.HasWord(word)) return at;
+  std::size_t word = at / 8 * 8;
+  std::uint64_t ahead = ~std::uint64_t{0} << 8 * (at - word);
+  while (word + 8 < safe && a.HasWord(word) && b.HasWord(word)) {
     const std::uint64_t left = LoadWord(a.bytes + word);
     const std::uint64_t others = DifferenceBeyondCase(left, LoadWord(b.bytes + word));
-    const std::uint64_t ahead = ~std::uint64_t{0} << 8 * (at - word);
     const std::uint64_t stops = (others | ZeroBytes(left)) & ahead;
     if (stops != 0) return word + static_cast<unsigned>(std::countr_zero(stops)) / 8;
-    at = word + 8;
+    word += 8;
+    at = word;
+    ahead = ~std::uint64_t{0};
   }
+  return at;
 }
 
 // The order of two folded texts whose first `at` bytes weigh alike, from there on: a text that
@@ -264,10 +266,10 @@ template <class Weights, class Text>
     if (kFoldsCase) at = PassCase(a, b, safe, at);
     const unsigned char left = a.At(at);
     const unsigned char right = b.At(at);
+    if ((left | right) == 0) return 0;
     const int order = OrderOfBytes<Weights>(left, right, at);
     if (order != 0) return order;
     if (!WeighAlike<Weights>(left, right)) break;
-    if (left == 0) return 0;
   }
   return CompareSlowly<Weights>(a, b, steps, at);
 }
