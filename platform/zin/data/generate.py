@@ -295,6 +295,7 @@ def parsed_order(token, case, natural_accent):
         return 80 + SYMBOLS[token]
     place, _, accent = token.partition("/")
     base, _, extension = place.rstrip("p").partition("+")
+    assert int(extension or 0) < PART, f"{token}: behind a letter there is room for +1 and +2"
     extension = PART if place.endswith("p") else int(extension or 0)
     return letter(int(base) if base.isdigit() else base, case,
                   int(accent) if accent else natural_accent, extension)
