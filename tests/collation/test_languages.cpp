@@ -238,6 +238,21 @@ TEST_CASE("a text that a length cuts is the letters that are left") {
   CHECK(HashString(253, 13, word.Get(), 2, 1) == whole * 9);  // two units, one order, two steps
 }
 
+TEST_CASE("a letter in front of where a text begins does not contract with it") {
+  Random random(18);
+  for (int round = 0; round < 5000; ++round) {
+    const Language& language = random.AnyLanguage();
+    const Text letters(language.letters);
+    const auto behindLetter = [&](const Text& text) {
+      return Form(letters[random.Below(static_cast<unsigned>(letters.size()))] + text, 253);
+    };
+    const Text a = random.Of(language, 4), b = random.Of(language, 4);
+    const Form formA = behindLetter(a), formB = behindLetter(b);
+    CHECK(KvStrCmp(253, language.number, formA.Get() + 2, 253, language.number, formB.Get() + 2, 0,
+                   -1, 1, nullptr) == Compare(a, b, language.number));
+  }
+}
+
 TEST_CASE("what GetNextOrder yields is what comparing and hashing go by, in every form") {
   Random random(16);
   for (int round = 0; round < 20000; ++round) {

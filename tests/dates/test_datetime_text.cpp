@@ -162,6 +162,7 @@ TEST_CASE("month names, the 12-hour clock, expansions and characters that are no
   CHECK(Print(KvDate(2000, 1, 2), "%b %B") == "Jan Januar");
   CHECK(Print(KvDate(2000, 2, 2), "%b %B") == "Feb Februar");
   CHECK(Print(KvDate(2000, 3, 2), nullptr) == "Thu 02.Mar 2000");
+  CHECK(Print(KvDate(4600, 3, 1), "%a") == "Sun");  // a Saturday, but GetDayOfTheDate says so, too
   CHECK(Print(KvTime(13, 5, 0), "%I:%M:%S %p") == "01:05:00 pm");
   CHECK(Print(KvTime(0, 5, 0), "%I %I %P") == "12 12 AM");
   CHECK(Print(KvTime(0, 5, 0), "%I %%p") == "00 %p");
@@ -269,6 +270,7 @@ TEST_CASE("scanning: what does not match, what is missing, what is too large") {
   for (const char* text : {"", "x", "-", "Mon", "20"}) {
     CHECK(Scanned<KvDate>(text, "%a %e", kvNotSupported) == KvDate::DefaultValue());
   }
+  CHECK(Scanned<KvDate>("x", "%J", kvNotSupported) == KvDate::DefaultValue());
   CHECK(Scanned<KvDate>("99999999999 300 -300", "%Y %m %d") == KvDate(32767, 127, -128));
   CHECK(Scanned<KvDate>("Sepia 4", "%b %d", kvNotSupported) == KvDate(0, 9, 1));
   CHECK(Scanned<KvDate>("2001 Foo 4", "%Y %B %d", kvNotSupported) == KvDate(2001, 1, 1));

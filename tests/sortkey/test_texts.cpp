@@ -292,6 +292,12 @@ TEST_CASE("arbitrary bytes are the key of a text, or none") {
     CHECK_MESSAGE(KeyOf(kind, &back) == bytes, Hex(bytes), " ", Describe(back));
   }
   CHECK(texts > 10000);
+
+  // An accent on the second order of a text of one: who only passes the key refuses it, too.
+  const unsigned char beyond[] = {0x01, 0x78, 0x00, 0xE0, 0x30};
+  std::size_t size = 9;
+  CHECK(KvSortKeyLength({.type = KvSTRING_T}, beyond, sizeof beyond, size) == kvBadArgument);
+  CHECK(size == 0);
 }
 
 TEST_CASE("texts whose order depends on the process have no keys") {

@@ -1,5 +1,7 @@
 // Stored strings: layouts to the byte, round trips in every form, damaged blocks.
 #include <doctest/doctest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <memory>
 #include <vector>
@@ -181,6 +183,51 @@ TEST_CASE("cut and damaged blocks give a status and no read outside the buffer")
       CHECK((compared == 0 || compared == kvBufferShort || compared == kvNotSupported));
     }
   }
+}
+
+TEST_CASE("blocks too short for a text are empty texts, and what is behind them is not read") {
+  struct Case {
+    Block block;
+    unsigned length;  // of the buffer that the row is told of
+    int status;
+  };
+  const Case cases[] = {
+      {{0, 0, 'x', 0}, 2, kvOk},
+      {{1, 0, 'x', 'x', 0}, 3, kvOk},
+      {{1, 0, 'x', 'x', 0}, 2, kvBufferShort},
+      {{2, 0, 1, 1, 'x', 0}, 4, kvOk},
+      {{3, 0, 1, 1, 'x', 'x', 0}, 5, kvOk},
+      {{3, 0, 253, 1, 'x', 'x', 0, 0}, 5, kvOk},
+  };
+  const KvTypeMgr types;
+  Block empty = Stored("", 0);
+  for (Case c : cases) {
+    CAPTURE(int{c.block[0]});
+    CAPTURE(c.length);
+    int status = -1;
+    CHECK(types.Cmp(KvSTRING_T, c.length, c.block.data(), 0, empty.data(), 0, 1, 0, status) == 0);
+    CHECK(status == c.status);
+  }
+}
+
+// It ends where a page does behind which nothing can be read.
+TEST_CASE("of a buffer of one byte no more is read") {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* const pages =
+      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  REQUIRE(pages != MAP_FAILED);
+  unsigned char* const last = static_cast<unsigned char*>(pages) + page - 1;
+  REQUIRE(mprotect(last + 1, page, PROT_NONE) == 0);
+  *last = 4;
+  const KvTypeMgr types;
+  for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+    int status = -1;
+    CHECK(types.Cmp(KvSTRING_T, 1, last, 1, last, 0, 1, format, status) == 0);
+    CHECK(status == kvBufferShort);
+    CHECK(types.Hash(KvSTRING_T, 1, last, 1, format, status) == 0);
+    CHECK(status == kvBufferShort);
+  }
+  munmap(pages, 2 * page);
 }
 
 TEST_CASE("a key that its buffer cuts short counts with what is there") {
