@@ -11,6 +11,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <limits>
+#include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -281,11 +282,12 @@ class Values {
   unsigned Count() const { return count_; }
   void* operator[](unsigned index) const { return Types().GetArrayElement(id_, values_, index, 0); }
 
-  // The stored bytes of `count` values from `index` on.
+  // The stored bytes of `count` values from `index` on. They are stored into memory that nobody has
+  // written, so that valgrind sees a byte that was left out.
   Bytes Stored(unsigned char format, unsigned index, unsigned count = 1) const {
-    Bytes bytes(64 + count * 64);
-    bytes.resize(Types().Store(id_, bytes.data(), (*this)[index], format, count));
-    return bytes;
+    const std::unique_ptr<unsigned char[]> bytes(new unsigned char[64 + count * 64]);
+    return {bytes.get(),
+            bytes.get() + Types().Store(id_, bytes.get(), (*this)[index], format, count)};
   }
 
  private:
