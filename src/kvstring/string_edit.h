@@ -59,7 +59,8 @@ struct UnitText {
   unsigned char bytes[4] = {};
 };
 
-// Units before the terminator, at most `limit`; nothing past them is read. Null is empty.
+// Units before the first zero one among `limit`, which must all be there: they are looked at many
+// at a time, those behind a zero one too. Nothing past them is read. Null is empty.
 unsigned TextLength(const void* text, bool wide, unsigned limit);
 // The same without a limit, for texts that only their terminator ends.
 unsigned TextLength(const void* text, bool wide);

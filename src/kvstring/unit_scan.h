@@ -24,7 +24,7 @@ unsigned PassOver(const unsigned char* text, unsigned count,
 unsigned PassOver(const unsigned char* text, unsigned count,
                   const WantedUnits<unsigned short>& wanted);
 
-// The same for zero units alone: the length of a text that ends after `limit` units at the latest.
+// The same for zero units alone: the length of a text in memory of at least `limit` units.
 unsigned PassToZero(const unsigned char* text, bool wide, unsigned limit);
 
 // Of 128 order words a bit each: whether it has `weight` at the bits of `mask`, or stands for two

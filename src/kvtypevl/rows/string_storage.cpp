@@ -95,10 +95,16 @@ bool PeekLength(MemFile& file, Format format, unsigned& length) {
   return true;
 }
 
+// Of a terminated text, whose own memory may be shorter than what a block holds.
+unsigned StoredLength(const char* text) {
+  const std::size_t length = text != nullptr ? std::strlen(text) : 0;
+  return static_cast<unsigned>(std::min<std::size_t>(length, MaximumLength(kvCodeSetLatin1)));
+}
+
 }  // namespace
 
 unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
-  const unsigned length = TextLength(text, false, MaximumLength(kvCodeSetLatin1));
+  const unsigned length = StoredLength(text);
   const unsigned data = length + 2;
   unsigned char* at = StoreFrame(stored, data, KvLanguageContext::GetDefault8CodeSet(),
                                  KvLanguageContext::GetDefaultLanguage(), format);
@@ -107,7 +113,7 @@ unsigned StoreByteText(unsigned char* stored, const char* text, Format format) {
 }
 
 unsigned StoredByteTextSize(const char* text) {
-  return Block::kHeader + TextLength(text, false, MaximumLength(kvCodeSetLatin1)) + 2;
+  return Block::kHeader + StoredLength(text) + 2;
 }
 
 unsigned StoredStringSize(const KvString& string) {
