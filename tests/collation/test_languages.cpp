@@ -367,12 +367,13 @@ bool SameUnder(unsigned a, unsigned b, unsigned cmpOp) {
   return ((a ^ b) & mask) == 0;
 }
 
-// The plain walk over every position.
+// The plain walk over every position. An order takes eight units at most, so no more are looked at.
 int FindPlainly(const Text& text, const Text& pattern, unsigned char language, unsigned cmpOp) {
   const std::vector<Order> wanted = OrdersOf(Form(pattern, 253), language);
   const bool whole = (cmpOp & (kvCompareExact | kvCompareKeyOrder)) != 0;
   for (std::size_t at = 0; at + pattern.size() <= text.size(); ++at) {
-    const std::vector<Order> found = OrdersOf(Form(text.substr(at), 253), language);
+    const Text here = text.substr(at, 8 * (wanted.size() + 1));
+    const std::vector<Order> found = OrdersOf(Form(here, 253), language);
     if (found.size() < wanted.size()) continue;
     const bool same = std::equal(
         wanted.begin(), wanted.end(), found.begin(),

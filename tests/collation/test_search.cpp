@@ -161,6 +161,9 @@ namespace {
 int FindPlainly(const std::string& text, const std::string& pattern, unsigned cmpOp,
                 unsigned start) {
   const bool skip = (cmpOp & kvCompareSkipSpaces) != 0;
+  const std::vector<Order> orders = OrdersOf(text, skip);
+  const std::vector<Order> wanted = OrdersOf(pattern, skip);
+  std::size_t order = OrdersOf(text.substr(0, start), skip).size();
   for (std::size_t at = start; at + pattern.size() <= text.size(); ++at) {
     bool found = false;
     if ((cmpOp & (kvCompareExact | kvCompareKeyOrder)) != 0) {
@@ -168,9 +171,9 @@ int FindPlainly(const std::string& text, const std::string& pattern, unsigned cm
                        static_cast<unsigned short>(cmpOp), static_cast<short>(pattern.size()), 1,
                        nullptr) == 0;
     } else {
-      found = MatchesPlainly(OrdersOf(text.substr(at), skip), 0, OrdersOf(pattern, skip), 0, cmpOp,
-                             true);
+      found = MatchesPlainly(orders, order, wanted, 0, cmpOp, true);
     }
+    order += OrdersOf(text.substr(at, 1), skip).size();
     if (found) return static_cast<int>(at);
   }
   return -1;
