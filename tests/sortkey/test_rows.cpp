@@ -90,6 +90,15 @@ TEST_CASE("descending turns the order around, and null goes where it is wanted")
     if (IsText(id)) continue;
     const Values values(id, ValuesFor(id));
     const Keyed plain(values, {.type = id});
+    std::vector<bool> isNull;
+    std::vector<signed char> orders;
+    for (unsigned a = 0; a < values.Count(); ++a) {
+      isNull.push_back(Types().IsNullValue(id, values[a]) != 0);
+      for (unsigned b = 0; b < values.Count(); ++b) {
+        const int order = Types().Cmp(id, values[a], values[b], 0x10, 1, 8);
+        orders.push_back(static_cast<signed char>(Sign(order)));
+      }
+    }
     for (const Case& c : kCases) {
       CAPTURE(int(id));
       CAPTURE(int(c.options));
@@ -97,12 +106,10 @@ TEST_CASE("descending turns the order around, and null goes where it is wanted")
       const Keyed keyed(values, kind);
       unsigned wrong = 0;
       for (unsigned a = 0; a < values.Count(); ++a) {
-        const bool nullA = Types().IsNullValue(id, values[a]) != 0;
         for (unsigned b = 0; b < values.Count(); ++b) {
-          const bool nullB = Types().IsNullValue(id, values[b]) != 0;
-          int order = Sign(Types().Cmp(id, values[a], values[b], 0x10, 1, 8));
+          int order = orders[std::size_t{a} * values.Count() + b];
           if (c.descending) order = -order;
-          if (nullA != nullB) order = nullA ? c.null : -c.null;
+          if (isNull[a] != isNull[b]) order = isNull[a] ? c.null : -c.null;
           if (order != Order(keyed.keys[a], keyed.keys[b])) ++wrong;
         }
       }
