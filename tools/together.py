@@ -364,12 +364,16 @@ class Together:
         return None if done.returncode == 0 else done.stdout + done.stderr
 
     def blamed(self, output, lines):
-        """The faults on the lines that the compiler names; those it merely came from, if none is."""
+        """The faults on the lines that the compiler names, or where a statement that begins there goes
+        on; those it merely came from, if none is."""
         places = {"error": set(), "required from": set()}
         for found in re.finditer(r"^(\S+?):(\d+):(?:\d+:)? +(error|\s*required from)", output,
                                  re.MULTILINE):
             file = os.path.relpath(os.path.join(self.build_folder, found[1]), self.tree)
-            places[found[3].strip()].update(lines.get(file, {}).get(int(found[2]), ()))
+            first = int(found[2])
+            place = next((line for line in range(first, first + 4) if line in lines.get(file, {})), None)
+            if place == first or (place is not None and found[3] == "error"):
+                places[found[3].strip()].update(lines[file][place])
         return places["error"] or places["required from"]
 
     # --- Trying ---
