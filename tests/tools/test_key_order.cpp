@@ -2,36 +2,44 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "key_order.h"
+#include "kv.h"
+#include "parallel.h"
 
 namespace {
 
 using Keys = std::vector<std::string>;
 
-std::vector<unsigned> OrderOf(const Keys& keys, bool reverse) {
-  std::string all;
-  std::vector<std::size_t> offsets{0};
-  for (const std::string& key : keys) {
-    all += key;
-    offsets.push_back(all.size());
+using Order = std::vector<std::size_t>;
+
+// The keys in several lists, as several threads make them.
+Order OrderOf(const Keys& keys, KeyOrder how) {
+  std::vector<KeyList> lists(3);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    const std::vector<unsigned char> bytes(keys[i].begin(), keys[i].end());
+    lists[i / 7 % lists.size()].Add(bytes, i);
   }
-  // A copy of just that size, so that a sanitizer sees what is read behind the last key.
-  const std::vector<unsigned char> exact(all.begin(), all.end());
-  return OrderOfKeys(exact.data(), offsets, reverse);
+  return OrderOfKeys(lists, how);
 }
 
-std::vector<unsigned> StableOrder(const Keys& keys, bool reverse) {
-  std::vector<unsigned> order(keys.size());
-  for (unsigned i = 0; i < keys.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(), [&](unsigned a, unsigned b) {
-    return reverse ? keys[b] < keys[a] : keys[a] < keys[b];
+Order StableOrder(const Keys& keys, KeyOrder how) {
+  Order order(keys.size());
+  for (std::size_t i = 0; i < keys.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    return how.reverse ? keys[b] < keys[a] : keys[a] < keys[b];
   });
+  const auto same = [&](std::size_t a, std::size_t b) { return keys[a] == keys[b]; };
+  if (how.unique) order.erase(std::unique(order.begin(), order.end(), same), order.end());
   return order;
 }
+
+constexpr KeyOrder kEvery[] = {{}, {.reverse = true}, {.unique = true}, {true, true}};
 
 // Of few letters, so that many keys begin alike or are equal; the end is in no other place of a
 // key.
@@ -50,27 +58,73 @@ Keys RandomKeys(unsigned count, std::size_t longest, unsigned letters) {
 }  // namespace
 
 TEST_CASE("keys are ordered as texts, and equal ones stay as they came") {
-  for (const bool reverse : {false, true}) {
-    CAPTURE(reverse);
+  for (const KeyOrder& how : kEvery) {
+    CAPTURE(how.reverse);
+    CAPTURE(how.unique);
     for (const std::size_t longest : {0U, 1U, 6U, 7U, 8U, 15U, 40U}) {
       CAPTURE(longest);
       for (const unsigned letters : {2U, 200U}) {
         const Keys keys = RandomKeys(3000, longest, letters);
-        CHECK(OrderOf(keys, reverse) == StableOrder(keys, reverse));
+        CHECK(OrderOf(keys, how) == StableOrder(keys, how));
       }
     }
-    CHECK(OrderOf({}, reverse).empty());
-    CHECK(OrderOf({"", "", ""}, reverse) == std::vector<unsigned>{0, 1, 2});
+    CHECK(OrderOf({}, how).empty());
+    const Keys empty(3);
+    CHECK(OrderOf(empty, how) == StableOrder(empty, how));
+  }
+}
+
+TEST_CASE("as many keys as are parted into buckets, with a beginning in common or without") {
+  for (const KeyOrder& how : kEvery) {
+    Keys keys = RandomKeys(40000, 12, 3);
+    CHECK(OrderOf(keys, how) == StableOrder(keys, how));
+    for (std::string& key : keys) key.insert(0, 3, 'x');
+    CHECK(OrderOf(keys, how) == StableOrder(keys, how));
+    keys.emplace_back(2, 'y');
+    keys.emplace(keys.begin());
+    CHECK(OrderOf(keys, how) == StableOrder(keys, how));
   }
 }
 
 TEST_CASE("keys that differ behind a long beginning") {
-  for (const bool reverse : {false, true}) {
-    for (const std::size_t alike : {500U, 511U, 512U, 513U, 5000U}) {
+  for (const KeyOrder& how : kEvery) {
+    for (const std::size_t alike : {500U, 511U, 512U, 513U, 5000U, 3000000U}) {
       CAPTURE(alike);
-      Keys keys = RandomKeys(300, 12, 2);
+      Keys keys = RandomKeys(alike > 5000 ? 5 : 300, 12, 2);
       for (std::string& key : keys) key.insert(0, alike, 'x');
-      CHECK(OrderOf(keys, reverse) == StableOrder(keys, reverse));
+      CHECK(OrderOf(keys, how) == StableOrder(keys, how));
     }
   }
+}
+
+TEST_CASE("the key of a value that has one is kept, and of another none") {
+  constexpr KvSortKeyKind kTexts{.type = KvSTRING_T};
+  const KvString texts[] = {"b", "a", "b"};
+  std::vector<KeyList> keys(1);
+  for (std::size_t i = 0; i < 3; ++i) CHECK(keys[0].Add(kTexts, &texts[i], 10 * i));
+  const KvString plain(kvCodeSetBytes, 1);
+  CHECK_FALSE(keys[0].Add(kTexts, &plain, 30));
+  CHECK(OrderOfKeys(keys) == Order{10, 0, 20});
+}
+
+TEST_CASE("every item is worked on once, and all are reported") {
+  for (const std::size_t count : {0U, 1U, 2U, 1000U}) {
+    std::vector<std::atomic<unsigned>> calls(count);
+    std::atomic<bool> workersFit = true;
+    std::size_t reported = 0;
+    ForEachItem(
+        count,
+        [&](std::size_t item, unsigned worker) {
+          ++calls[item];
+          if (worker >= Workers()) workersFit = false;
+        },
+        [&](std::size_t items) { reported += items; });
+    CHECK(std::all_of(calls.begin(), calls.end(), [](const auto& each) { return each == 1; }));
+    CHECK(workersFit);
+    CHECK(reported == count);
+  }
+  const auto fail = [](std::size_t item, unsigned) {
+    if (item == 7) throw std::runtime_error("seven");
+  };
+  CHECK_THROWS_AS(ForEachItem(100, fail, [](std::size_t) {}), std::runtime_error);
 }

@@ -50,6 +50,32 @@ void RequireRoom(std::size_t units, unsigned char codeSet) {
             std::to_string(LongestText(codeSet)) + ")");
 }
 
+// The bytes of a text that is all Latin-1 and as short as most are: what goes beyond either is left
+// to the walk below, and so is whatever is wrong. Nothing is allocated and no character asked for.
+class ShortLatin1 {
+ public:
+  explicit ShortLatin1(std::string_view utf8) {
+    constexpr unsigned char kLeadBeyond = 0xC4;
+    if (utf8.size() > kMost) return;
+    bool isOther = false;
+    for (const char c : utf8) isOther |= c == '\0' || static_cast<unsigned char>(c) >= kLeadBeyond;
+    if (isOther) return;
+    unsigned short units[kMost];
+    const auto size = static_cast<int>(utf8.size());
+    count_ = KvMultiByteStr2WCharStr(units, size, utf8.data(), size);
+    for (int i = 0; i < count_; ++i) bytes_[i] = static_cast<char>(units[i]);
+  }
+
+  bool IsAll() const { return count_ >= 0; }
+  std::string_view Bytes() const { return {bytes_, static_cast<std::size_t>(count_)}; }
+
+ private:
+  static constexpr std::size_t kMost = 64;
+
+  char bytes_[kMost];
+  int count_ = -1;
+};
+
 constexpr unsigned char kFourByteLead = 0xF0;
 
 bool MayBeTooWide(std::string_view utf8) {
@@ -101,6 +127,11 @@ void AppendUtf8(std::string& utf8, unsigned short unit) {
 }
 
 KvString StringFromUtf8(std::string_view utf8, const StringTraits& traits) {
+  if (traits.codeSet.value_or(kvCodeSetLatin1) == kvCodeSetLatin1) {
+    if (const ShortLatin1 text(utf8); text.IsAll()) {
+      return StringFromBytes(text.Bytes(), {kvCodeSetLatin1, traits.language});
+    }
+  }
   const DecodedText decoded = DecodeUtf8(utf8);
   if (decoded.used < utf8.size()) {
     FailValue("invalid UTF-8 at offset " + std::to_string(decoded.used) + " of " + Quoted(utf8));
@@ -133,7 +164,7 @@ KvString StringFromBytes(std::string_view bytes, const StringTraits& traits) {
     FailValue("a zero character, which would end the text, at offset " +
               std::to_string(bytes.find('\0')));
   }
-  KvString text(std::string(bytes).c_str(), static_cast<unsigned short>(bytes.size()));
+  KvString text(bytes.data(), static_cast<unsigned short>(bytes.size()));
   text.SetCodeSetCode(*traits.codeSet);
   if (traits.language) text.SetLanguage(*traits.language);
   return text;

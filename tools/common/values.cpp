@@ -273,13 +273,14 @@ void ReadPattern(char id, void* value, std::string_view text, const ValueStyle& 
 }
 
 void ReadString(char id, void* value, std::string_view given, const ValueStyle& style) {
-  const std::string text = style.escapes ? Unescaped(given) : std::string(given);
+  const std::string unescaped = style.escapes ? Unescaped(given) : std::string();
+  const std::string_view text = style.escapes ? unescaped : given;
   StringTraits traits = style.strings;
   if (id != KvSTRING_T) traits = {.codeSet = kPlainCodeSet, .language = {}};
   KvString string =
       style.stringsAreBytes ? StringFromBytes(text, style.strings) : StringFromUtf8(text, traits);
   if (id == KvSTRING_T) {
-    *static_cast<KvString*>(value) = string;
+    *static_cast<KvString*>(value) = std::move(string);
     return;
   }
   // The class keeps the bytes and no code set.

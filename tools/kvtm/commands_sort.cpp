@@ -1,35 +1,59 @@
 // kvtm sort: lines in the order of a type.
 //
-// The input is read whole and every line parsed once into one run of values; then an index of the
-// good lines is sorted by the values' sort keys, which compare as bytes, and the lines go out as
-// they came in. Values and operations that have no keys are sorted with the row's compare function.
+// The input is read whole. Pieces of it are read line by line at once, each by a thread of its own:
+// a line's value lives until its sort key is made, and the keys, which compare as bytes, are kept
+// with the place of their lines. They are sorted, and the lines go out as they came in. Values and
+// operations that have no keys are sorted with the row's compare function, by one thread.
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
+#include <optional>
 
 #include "catalogue.h"
 #include "commands.h"
 #include "failure.h"
 #include "input.h"
 #include "key_order.h"
+#include "parallel.h"
 
 namespace {
 
 constexpr unsigned char kMemoryForm = 8;
-constexpr unsigned long long kLinesWorthProgress = 20000;
+constexpr std::size_t kPiece = std::size_t{1} << 16;
+constexpr unsigned long long kBytesWorthProgress = 1 << 17;
+constexpr unsigned long long kLinesWorthProgress = 200000;
 constexpr unsigned kProgressEvery = 4096;
+// Lines in order lie anywhere; those so many places ahead are fetched meanwhile.
+constexpr std::size_t kAhead = 16;
+constexpr std::size_t kOutput = std::size_t{1} << 18;
 
-std::vector<std::string_view> SplitLines(std::string_view text) {
-  std::vector<std::string_view> lines;
-  lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
+// Takes the line at the front off a text.
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  const std::string_view line = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return line;
+}
+
+// Parts of a text, of whole lines each.
+std::vector<std::string_view> PiecesOf(std::string_view text) {
+  std::vector<std::string_view> pieces;
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    lines.push_back(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
+    std::string_view rest = text.substr(std::min(kPiece, text.size()));
+    TakeLine(rest);
+    pieces.push_back(text.substr(0, text.size() - rest.size()));
+    text = rest;
   }
-  return lines;
+  return pieces;
+}
+
+std::size_t CountLines(std::string_view text) {
+  const auto ends = std::count(text.begin(), text.end(), '\n');
+  return static_cast<std::size_t>(ends) + (text.empty() || text.back() == '\n' ? 0 : 1);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -41,9 +65,10 @@ class Column {
   Column() = default;
   Column(char separator, std::size_t index) : separator_(separator), index_(index) {}
 
+  bool IsWholeLine() const { return separator_ == '\0'; }
+
   // Of a line of fields. Fails (Failure) when it has too few.
   std::string Of(std::string_view line) const {
-    if (separator_ == '\0') return std::string(line);
     if (line.ends_with('\r')) line.remove_suffix(1);
     std::size_t fields = 0;
     for (;; ++fields) {
@@ -99,7 +124,7 @@ class Column {
 };
 
 struct Input {
-  std::vector<std::string_view> lines;
+  std::string_view lines;
   std::string_view header;  // stays in front; null data when there is none
   Column column;
 };
@@ -109,8 +134,7 @@ bool IsCsv(const Arguments& arguments) {
 }
 
 Input InputOf(const Arguments& arguments, std::string_view text) {
-  Input input{SplitLines(text), {}, {}};
-  if (input.lines.size() > 0xFFFFFFFFU) FailValue("more than 4294967295 lines");
+  Input input{text, {}, {}};
   if (!arguments.Has("key")) return input;
   const char separator = IsCsv(arguments) ? ',' : '\t';
   const std::string key = arguments.Value("key");
@@ -122,14 +146,14 @@ Input InputOf(const Arguments& arguments, std::string_view text) {
     return input;
   }
   if (input.lines.empty()) return input;
-  const std::vector<std::string> names = Column::All(input.lines[0], separator);
+  const std::string_view header = TakeLine(input.lines);
+  const std::vector<std::string> names = Column::All(header, separator);
   const auto found = std::find(names.begin(), names.end(), key);
   if (found == names.end()) {
     FailValue("the first line names no column " + Quoted(key));
   }
   input.column = Column(separator, static_cast<std::size_t>(found - names.begin()));
-  input.header = input.lines[0];
-  input.lines.erase(input.lines.begin());
+  input.header = header;
   return input;
 }
 
@@ -150,40 +174,109 @@ class LineReader {
     }
   }
 
+  // Of each line this column, instead of the whole line.
+  void Select(const Column& column) { column_ = column; }
+
+  char Id() const { return id_; }
   const ValueStyle& Style() const { return style_; }
 
-  void Read(void* value, const std::string& text) const {
+  void Read(void* value, std::string_view line) const {
+    return column_.IsWholeLine() ? ReadText(value, line) : ReadText(value, column_.Of(line));
+  }
+
+ private:
+  void ReadText(void* value, std::string_view text) const {
     if (!stored_) return ReadValue(id_, value, text, style_);
     Bytes bytes;
     AppendHex(text, bytes);
     LoadValue(id_, value, bytes, order_);
   }
 
- private:
   char id_;
+  Column column_;
   ValueStyle style_;
   bool stored_;
   unsigned char order_;
 };
 
-// Parses every line; returns the indexes of the good ones and reports the others.
-std::vector<unsigned> ParseLines(const Input& input, const ValueRun& run, const LineReader& reader,
-                                 Progress& progress) {
-  std::vector<unsigned> good;
-  good.reserve(input.lines.size());
-  progress.Begin("reading", input.lines.size(), kLinesWorthProgress);
-  const unsigned firstLine = input.header.data() != nullptr ? 2 : 1;
-  for (unsigned i = 0; i < input.lines.size(); ++i) {
+// What is wrong with a line, which is counted from 0 in its piece.
+struct Fault {
+  std::size_t line;
+  std::string what;
+};
+
+// The lines of a piece that are read.
+struct PieceRead {
+  std::size_t lines = 0;
+  std::vector<Fault> faults;
+};
+
+// Reads the lines of a piece into the values of a run from `index` on, and takes the good ones:
+// take(index, line).
+template <class Take>
+PieceRead ReadPiece(std::string_view piece, const LineReader& reader, const ValueRun& run,
+                    unsigned index, Take take) {
+  PieceRead read;
+  for (; !piece.empty(); ++read.lines, ++index) {
+    const std::string_view line = TakeLine(piece);
     try {
-      reader.Read(run.At(i), input.column.Of(input.lines[i]));
-      good.push_back(i);
+      reader.Read(run.At(index), line);
     } catch (const Failure& failure) {
-      progress.Clear();
-      std::fprintf(stderr, "kvtm: sort: line %u: %s\n", i + firstLine, failure.what.c_str());
+      read.faults.push_back({read.lines, failure.what});
+      continue;
     }
-    if (i % kProgressEvery == 0) progress.Advance(kProgressEvery);
+    take(index, line);
   }
-  return good;
+  return read;
+}
+
+// Names the bad lines. Whether there are none.
+bool Report(const std::vector<PieceRead>& pieces, std::size_t line) {
+  bool isGood = true;
+  for (const PieceRead& piece : pieces) {
+    for (const Fault& fault : piece.faults) {
+      std::fprintf(stderr, "kvtm: sort: line %zu: %s\n", line + fault.line, fault.what.c_str());
+      isGood = false;
+    }
+    line += piece.lines;
+  }
+  return isGood;
+}
+
+std::size_t PlaceOf(const Input& input, std::string_view line) {
+  return static_cast<std::size_t>(line.data() - input.lines.data());
+}
+
+// What was read: where the good lines begin in the input, in their order, and the faults.
+struct Sorted {
+  std::vector<std::size_t> places;
+  std::vector<PieceRead> read;
+};
+
+// None when the type, the operation or one of the values has no keys.
+std::optional<Sorted> SortByKeys(const Input& input, const LineReader& reader,
+                                 unsigned short operation, KeyOrder how, Progress& progress) {
+  const KvSortKeyKind kind{.type = reader.Id(), .cmpOp = operation};
+  if (KvSortKeyCheck(kind) != kvOk) return std::nullopt;
+  const std::vector<std::string_view> pieces = PiecesOf(input.lines);
+  Sorted sorted;
+  sorted.read.resize(pieces.size());
+  std::vector<KeyList> keys(Workers());
+  std::atomic<bool> haveKeys = true;
+  const auto read = [&](std::size_t piece, unsigned worker) {
+    const std::string_view text = pieces[piece];
+    const ValueRun run(reader.Id(), static_cast<unsigned>(CountLines(text)));
+    sorted.read[piece] =
+        ReadPiece(text, reader, run, 0, [&](unsigned index, std::string_view line) {
+          if (!keys[worker].Add(kind, run.At(index), PlaceOf(input, line))) haveKeys = false;
+        });
+  };
+  progress.Begin("reading", pieces.size(), kBytesWorthProgress / kPiece);
+  ForEachItem(pieces.size(), read, [&](std::size_t done) { progress.Advance(done); });
+  if (!haveKeys) return std::nullopt;
+  progress.Begin("sorting", CountLines(input.lines), kLinesWorthProgress);
+  sorted.places = OrderOfKeys(keys, how, [&](std::size_t done) { progress.Advance(done); });
+  return sorted;
 }
 
 class ValueOrder {
@@ -202,114 +295,99 @@ class ValueOrder {
   KvCompareFunc compare_;
 };
 
-// The sort keys of values, one behind the other.
-class KeyList {
- public:
-  // False when the value has no key.
-  bool Add(const KvSortKeyKind& kind, const void* value) {
-    const std::size_t begin = offsets_.back();
-    for (std::size_t room = 64;; room *= 2) {
-      if (keys_.size() < begin + room) keys_.resize(2 * begin + room);
-      std::size_t size = 0;
-      const int status =
-          KvSortKey(kind, value, 0, kMemoryForm, &keys_[begin], keys_.size() - begin, size);
-      if (status == kvOk) {
-        offsets_.push_back(begin + size);
-        return true;
-      }
-      if (status != kvBufferShort) return false;
-      room = std::max(room, size);
-    }
-  }
-
-  std::vector<unsigned> Order(bool reverse) const {
-    return OrderOfKeys(keys_.data(), offsets_, reverse);
-  }
-
- private:
-  std::vector<unsigned char> keys_;
-  std::vector<std::size_t> offsets_{0};
-};
-
-// Sorts the indexes of values by their sort keys. False when the type, the operation or one of the
-// values has none; the indexes are then as they were.
-bool SortByKeys(std::vector<unsigned>& indexes, const ValueRun& run, unsigned short operation,
-                bool reverse, Progress& progress) {
-  const KvSortKeyKind kind{.type = run.Id(), .cmpOp = operation};
-  if (KvSortKeyCheck(kind) != kvOk) return false;
-  progress.Begin("sorting", indexes.size(), kLinesWorthProgress * 10);
-  KeyList keys;
-  for (std::size_t i = 0; i < indexes.size(); ++i) {
-    if (!keys.Add(kind, run.At(indexes[i]))) return false;
-    if (i % kProgressEvery == 0) progress.Advance(kProgressEvery);
-  }
-  std::vector<unsigned> sorted = keys.Order(reverse);
-  for (unsigned& place : sorted) place = indexes[place];
-  indexes = std::move(sorted);
-  return true;
-}
-
-void SortByComparing(std::vector<unsigned>& indexes, const ValueOrder& order, bool reverse,
-                     Progress& progress) {
+void SortIndexes(std::vector<unsigned>& indexes, const ValueOrder& order, KeyOrder how,
+                 Progress& progress) {
   const double count = static_cast<double>(indexes.size());
   const double comparisons = count < 2 ? 0 : count * std::log2(count);
-  progress.Begin("sorting", static_cast<unsigned long long>(comparisons), kLinesWorthProgress * 10);
+  progress.Begin("sorting", static_cast<unsigned long long>(comparisons), kLinesWorthProgress);
   unsigned calls = 0;
   std::stable_sort(indexes.begin(), indexes.end(), [&](unsigned left, unsigned right) {
     if (++calls % kProgressEvery == 0) progress.Advance(kProgressEvery);
-    return reverse ? order(right, left) < 0 : order(left, right) < 0;
+    return how.reverse ? order(right, left) < 0 : order(left, right) < 0;
   });
+  if (!how.unique) return;
+  const auto same = [&](unsigned left, unsigned right) { return order(left, right) == 0; };
+  indexes.erase(std::unique(indexes.begin(), indexes.end(), same), indexes.end());
 }
 
-void PrintLines(const Input& input, const std::vector<unsigned>& indexes) {
+Sorted SortByComparing(const Input& input, const LineReader& reader, unsigned short operation,
+                       KeyOrder how, Progress& progress) {
+  const std::size_t count = CountLines(input.lines);
+  if (count > std::numeric_limits<unsigned>::max()) FailValue("more than 4294967295 lines");
+  const ValueRun run(reader.Id(), static_cast<unsigned>(std::max<std::size_t>(count, 1)));
+  Sorted sorted;
+  std::vector<std::size_t> placeOf(count);
+  std::vector<unsigned> indexes;
+  progress.Begin("reading", input.lines.size(), kBytesWorthProgress);
+  unsigned first = 0;
+  for (const std::string_view piece : PiecesOf(input.lines)) {
+    const auto take = [&](unsigned index, std::string_view line) {
+      placeOf[index] = PlaceOf(input, line);
+      indexes.push_back(index);
+    };
+    sorted.read.push_back(ReadPiece(piece, reader, run, first, take));
+    first += static_cast<unsigned>(sorted.read.back().lines);
+    progress.Advance(piece.size());
+  }
+  SortIndexes(indexes, ValueOrder(run, operation), how, progress);
+  for (const unsigned index : indexes) sorted.places.push_back(placeOf[index]);
+  return sorted;
+}
+
+std::string_view LineAt(const Input& input, std::size_t place) {
+  std::string_view rest = input.lines.substr(place);
+  return TakeLine(rest);
+}
+
+void PrintLines(const Input& input, const std::vector<std::size_t>& places) {
   std::string out;
+  out.reserve(kOutput);
   if (input.header.data() != nullptr) out += std::string(input.header) + "\n";
-  for (const unsigned index : indexes) {
-    out += input.lines[index];
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    if (i + kAhead < places.size()) __builtin_prefetch(&input.lines[places[i + kAhead]]);
+    out += LineAt(input, places[i]);
     out += '\n';
+    if (out.size() < kOutput) continue;
+    Print(out);
+    out.clear();
   }
   Print(out);
 }
 
-void PrintJson(const ValueRun& run, const std::vector<unsigned>& indexes, const ValueStyle& style) {
+void PrintJson(const Input& input, const std::vector<std::size_t>& places,
+               const LineReader& reader) {
   std::string json;
-  for (const unsigned index : indexes) {
-    json += (json.empty() ? "" : ", ") + JsonOf(run.Id(), run.At(index), style);
+  for (const std::size_t place : places) {
+    const ValueRun value(reader.Id(), 1);
+    reader.Read(value.Data(), LineAt(input, place));
+    json += (json.empty() ? "" : ", ") + JsonOf(reader.Id(), value.Data(), reader.Style());
   }
   Print("[" + json + "]\n");
+}
+
+Sorted Sort(const Input& input, const LineReader& reader, unsigned short operation, KeyOrder how) {
+  Progress progress("sort");
+  auto sorted = SortByKeys(input, reader, operation, how, progress);
+  return sorted ? *std::move(sorted) : SortByComparing(input, reader, operation, how, progress);
 }
 
 }  // namespace
 
 int RunSort(const Arguments& arguments) {
-  const char id = FindValueType(arguments[0]);
-  const LineReader reader(arguments, id);
-  // Values with wildcards have an order only as values.
+  LineReader reader(arguments, FindValueType(arguments[0]));
+  // Values with wildcards have an order only as values, and only exact comparing has keys.
   const auto operation =
       static_cast<unsigned short>(CompareOperationOf(arguments) | kvCompareExact);
   const std::string text = ReadText(arguments.Count() > 1 ? arguments[1] : "-");
   const Input input = InputOf(arguments, text);
-  const ValueRun run(id, static_cast<unsigned>(std::max<std::size_t>(input.lines.size(), 1)));
-  const ValueOrder order(run, operation);
-  std::vector<unsigned> good;
-  {
-    Progress progress("sort");
-    good = ParseLines(input, run, reader, progress);
-    const bool reverse = arguments.Has("reverse");
-    // Keys are exact; without 0x10 a comparison may differ in what a null equals.
-    if (!SortByKeys(good, run, operation | kvCompareExact, reverse, progress)) {
-      SortByComparing(good, order, reverse, progress);
-    }
-  }
-  const bool allRead = good.size() == input.lines.size();
-  if (arguments.Has("unique")) {
-    const auto same = [&](unsigned left, unsigned right) { return order(left, right) == 0; };
-    good.erase(std::unique(good.begin(), good.end(), same), good.end());
-  }
+  reader.Select(input.column);
+  const KeyOrder how{.reverse = arguments.Has("reverse"), .unique = arguments.Has("unique")};
+  const Sorted sorted = Sort(input, reader, operation, how);
+  const bool allRead = Report(sorted.read, input.header.data() != nullptr ? 2 : 1);
   if (arguments.Has("json")) {
-    PrintJson(run, good, reader.Style());
+    PrintJson(input, sorted.places, reader);
   } else {
-    PrintLines(input, good);
+    PrintLines(input, sorted.places);
   }
   return allRead ? kExitGood : kExitBadValue;
 }
