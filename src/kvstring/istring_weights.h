@@ -14,9 +14,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "kvbase/run.h"
 #include "kvistring.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace kv {
 
@@ -195,14 +200,54 @@ constexpr std::uint64_t ZeroBytes(std::uint64_t word) {
   return (word - kEachByte) & ~word & kTopBits;
 }
 
-// The bits in which two words differ otherwise than in the case of an ASCII letter.
-constexpr std::uint64_t DifferenceBeyondCase(std::uint64_t a, std::uint64_t b) {
-  const std::uint64_t small = (a | 0x20 * kEachByte) & ~kTopBits;
-  const std::uint64_t fromA = small + (0x80 - 'a') * kEachByte;
-  const std::uint64_t behindZ = small + (0x7F - 'z') * kEachByte;
-  const std::uint64_t letters = fromA & ~behindZ & ~a & kTopBits;
-  return (a ^ b) & ~(letters >> 2);
-}
+// Of eight bytes of two texts those that differ and the zero bytes of the first text: each has a
+// bit or more of its own eight, from below. Above the first zero byte other bits may be set too.
+struct AnyDifference {
+  static constexpr unsigned kBits = 8;
+
+  static std::uint64_t Stops(const unsigned char* a, const unsigned char* b) {
+    const std::uint64_t left = LoadWord(a);
+    return (left ^ LoadWord(b)) | ZeroBytes(left);
+  }
+};
+
+// The same for bytes that differ otherwise than in the case of an ASCII letter.
+struct PlainDifferenceBeyondCase {
+  static constexpr unsigned kBits = 8;
+
+  static std::uint64_t Stops(const unsigned char* a, const unsigned char* b) {
+    const std::uint64_t left = LoadWord(a);
+    const std::uint64_t small = (left | 0x20 * kEachByte) & ~kTopBits;
+    const std::uint64_t fromA = small + (0x80 - 'a') * kEachByte;
+    const std::uint64_t behindZ = small + (0x7F - 'z') * kEachByte;
+    const std::uint64_t letters = fromA & ~behindZ & ~left & kTopBits;
+    return ((left ^ LoadWord(b)) & ~(letters >> 2)) | ZeroBytes(left);
+  }
+};
+
+#if defined(__SSE2__)
+// In half of the instructions, and with one bit a byte.
+struct DifferenceBeyondCase {
+  static constexpr unsigned kBits = 1;
+
+  static std::uint64_t Stops(const unsigned char* a, const unsigned char* b) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i caseBits = _mm_set1_epi8(0x20);
+    const __m128i left = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(a));
+    const __m128i right = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(b));
+    // The letters become the 26 lowest signed bytes.
+    const __m128i fromA = _mm_add_epi8(_mm_or_si128(left, caseBits), _mm_set1_epi8(0x80 - 'a'));
+    const __m128i letters = _mm_cmplt_epi8(fromA, _mm_set1_epi8(-128 + 26));
+    const __m128i ignored = _mm_and_si128(letters, caseBits);
+    const __m128i others = _mm_andnot_si128(ignored, _mm_xor_si128(left, right));
+    const __m128i passed =
+        _mm_andnot_si128(_mm_cmpeq_epi8(left, zero), _mm_cmpeq_epi8(others, zero));
+    return static_cast<unsigned>(~_mm_movemask_epi8(passed) & 0xFF);
+  }
+};
+#else
+using DifferenceBeyondCase = PlainDifferenceBeyondCase;
+#endif
 
 template <class Weights>
 constexpr bool WeighAlike(unsigned char a, unsigned char b) {
@@ -236,18 +281,19 @@ constexpr std::size_t SafeBytes(unsigned steps) {
   return steps / 2;
 }
 
-// The place from `at` on of the first bytes that differ otherwise than in the case of an ASCII
-// letter, or of the end that two texts have in common; or where one of them has no whole word left.
-// Words begin at multiples of eight, where a padded text can be read in words.
-template <class Text>
-inline std::size_t PassCase(const Text& a, const Text& b, std::size_t safe, std::size_t at) {
+// The place from `at` on, before which two texts weigh alike, of the first bytes with a difference
+// of this kind, or of the end that the texts have in common; or where one of them has no whole word
+// left, or `safe` is near. Words begin at multiples of eight, where a padded text can be read in
+// words.
+template <class Difference, class Text>
+inline std::size_t PassAlike(const Text& a, const Text& b, std::size_t safe, std::size_t at) {
   std::size_t word = at / 8 * 8;
-  std::uint64_t ahead = ~std::uint64_t{0} << 8 * (at - word);
+  std::uint64_t ahead = ~std::uint64_t{0} << Difference::kBits * (at - word);
   while (word + 8 < safe && a.HasWord(word) && b.HasWord(word)) {
-    const std::uint64_t left = LoadWord(a.bytes + word);
-    const std::uint64_t others = DifferenceBeyondCase(left, LoadWord(b.bytes + word));
-    const std::uint64_t stops = (others | ZeroBytes(left)) & ahead;
-    if (stops != 0) return word + static_cast<unsigned>(std::countr_zero(stops)) / 8;
+    const std::uint64_t stops = Difference::Stops(a.bytes + word, b.bytes + word) & ahead;
+    if (stops != 0) {
+      return word + static_cast<unsigned>(std::countr_zero(stops)) / Difference::kBits;
+    }
     word += 8;
     at = word;
     ahead = ~std::uint64_t{0};
@@ -255,15 +301,16 @@ inline std::size_t PassCase(const Text& a, const Text& b, std::size_t safe, std:
   return at;
 }
 
-// The order of two folded texts whose first `at` bytes weigh alike, from there on: a text that
-// differs in case or accents goes on here, the others are decided in CompareWeighted.
+// The order of two folded texts whose first `at` bytes weigh alike, from there on: what differs in
+// case or accents goes on here, the others are decided in CompareWeighted.
 template <class Weights, class Text>
 [[gnu::noinline]] int CompareFromVariant(const Text a, const Text b, unsigned steps,
                                          std::size_t at) {
   constexpr bool kFoldsCase = WeighAlike<Weights>('a', 'A');
+  using Difference = std::conditional_t<kFoldsCase, DifferenceBeyondCase, AnyDifference>;
   const std::size_t safe = SafeBytes(steps);
   for (; at < safe; ++at) {
-    if (kFoldsCase) at = PassCase(a, b, safe, at);
+    at = PassAlike<Difference>(a, b, safe, at);
     const unsigned char left = a.At(at);
     const unsigned char right = b.At(at);
     if ((left | right) == 0) return 0;
@@ -274,29 +321,33 @@ template <class Weights, class Text>
   return CompareSlowly<Weights>(a, b, steps, at);
 }
 
-// The same as CompareByWeights for texts of one kind: words while they are equal, then, as a rule,
-// one byte that decides.
+// The same as CompareByWeights for texts of one kind: words that are alike, then, as a rule, one
+// byte that decides. Texts that differ in the case of their first letter may well differ in that of
+// others; those that do not are mostly equal up to that byte.
 template <class Weights, class Text>
-inline int CompareWeighted(const Text a, const Text b, unsigned steps = kLongestWeightedText) {
+[[gnu::always_inline]] inline int CompareWeighted(const Text a, const Text b,
+                                                  unsigned steps = kLongestWeightedText) {
+  constexpr bool kFoldsCase = WeighAlike<Weights>('a', 'A');
   constexpr unsigned char kFlags =
       KvWeightedString<Weights>::kRawBytes | KvWeightedString<Weights>::kAccents;
   if (a.bytes == nullptr || b.bytes == nullptr) return (a.bytes != nullptr) - (b.bytes != nullptr);
   if (((a.flags | b.flags) & kFlags) != 0) return CompareSlowly<Weights>(a, b, steps, 0);
-  const std::size_t safe = SafeBytes(steps);
   std::size_t at = 0;
-  for (; at + 8 <= safe && a.HasWord(at) && b.HasWord(at); at += 8) {
-    const std::uint64_t left = LoadWord(a.bytes + at);
-    const std::uint64_t difference = left ^ LoadWord(b.bytes + at);
-    if (difference == 0) {
-      if (ZeroBytes(left) != 0) return 0;
-      continue;
-    }
-    const int equalBits = std::countr_zero(difference);
-    if (ZeroBytes(left) << 1 << (63 - equalBits) != 0) return 0;
-    at += static_cast<unsigned>(equalBits) / 8;
-    const int order = OrderOfBytes<Weights>(a.bytes[at], b.bytes[at], at);
+  unsigned char left = a.At(0);
+  unsigned char right = b.At(0);
+  if (left == right) {
+    at = PassAlike<AnyDifference>(a, b, SafeBytes(steps), 0);
+  } else {
+    const int order = OrderOfBytes<Weights>(left, right, 0);
     if (order != 0) return order;
-    break;
+    if (kFoldsCase) at = PassAlike<DifferenceBeyondCase>(a, b, SafeBytes(steps), 0);
+  }
+  if (at != 0) {
+    left = a.At(at);
+    right = b.At(at);
+    if ((left | right) == 0) return 0;
+    const int order = OrderOfBytes<Weights>(left, right, at);
+    if (order != 0) return order;
   }
   // No flag that counts is set here, so none is kept in a register for this.
   Text plainA = a;

@@ -2,6 +2,8 @@
 // and the rows in memory and stored form.
 #include <doctest/doctest.h>
 
+#include <bit>
+#include <cctype>
 #include <cstring>
 #include <memory>
 #include <sstream>
@@ -9,6 +11,7 @@
 #include "kvblob.h"
 #include "kvcompare.h"
 #include "kvistring.h"
+#include "kvstring/istring_weights.h"
 #include "text/random.h"
 #include "text/rows.h"
 
@@ -252,6 +255,27 @@ TEST_CASE("a byte in each place of a word weighs what it weighs alone") {
     }
   }
   CHECK(KvCaseIString("ABCDEFGH") != KvCaseIString("abcdefg("));
+}
+
+TEST_CASE_TEMPLATE("two bytes in each place of a word stop, unless they differ in case", Difference,
+                   kv::PlainDifferenceBeyondCase, kv::DifferenceBeyondCase) {
+  unsigned wrong = 0;
+  for (unsigned pair = 0; pair < 0x10000; ++pair) {
+    const auto left = static_cast<unsigned char>(pair);
+    const auto right = static_cast<unsigned char>(pair >> 8);
+    const bool isCase = left < 0x80 && std::isalpha(left) != 0 && (left ^ right) == 0x20;
+    const bool stops = left == 0 || (left != right && !isCase);
+    const unsigned place = pair * 2654435761u >> 29;
+    unsigned char a[8];
+    unsigned char b[8];
+    std::memcpy(a, "Donau-\xD6X", 8);
+    std::memcpy(b, "dONAU-\xD6x", 8);
+    a[place] = left;
+    b[place] = right;
+    const auto found = static_cast<unsigned>(std::countr_zero(Difference::Stops(a, b)));
+    if (stops ? found / Difference::kBits != place : found != 64) ++wrong;
+  }
+  CHECK(wrong == 0);
 }
 
 TEST_CASE("long texts are compared up to 65,535 weights") {
