@@ -138,11 +138,9 @@ bool IsPlainPattern(const Text& text, const Text& pattern, unsigned short cmpOp)
 template <class Unit, class Table>
 class FirstUnits {
  public:
-  FirstUnits(const Table& table, unsigned char language, unsigned short order, unsigned mask)
-      : table_(table),
-        weight_(OrderWeight(order) & mask),
-        mask_(mask),
-        hasParts_(HasContractionOf(language, weight_, mask)) {}
+  // A unit matches whose first order has `weight` at the bits of `mask`.
+  FirstUnits(const Units<Unit, Table>& text, unsigned weight, unsigned mask, bool hasParts)
+      : table_(text.GetTable()), weight_(weight), mask_(mask), hasParts_(hasParts) {}
 
   bool Has(Unit unit) const {
     const unsigned word = table_.Word(unit);
@@ -154,10 +152,12 @@ class FirstUnits {
   // The first position from `position` on whose unit is one of them, `length` when there is none
   // before that and before the end of the text.
   unsigned Next(const Text& text, unsigned position, unsigned length) {
-    if (length - position >= kWorthwhile && !listed_) List();
+    if (length - position >= kWorthwhile && list_ == nullptr) list_ = &Listed();
+    const bool byVectors = list_ != nullptr && list_->isShort && !IsReversed(text);
     while (position < length) {
-      if (isShort_ && !IsReversed(text)) {
-        position += PassOver(BeginOf(text) + position * sizeof(Unit), length - position, wanted_);
+      if (byVectors) {
+        position +=
+            PassOver(BeginOf(text) + position * sizeof(Unit), length - position, list_->wanted);
       }
       const unsigned last = std::min(length, position + kOneByOne);
       for (; position < last; ++position) {
@@ -170,17 +170,40 @@ class FirstUnits {
   }
 
  private:
-  static constexpr unsigned kWorthwhile = 64;  // what listing costs
-  static constexpr unsigned kOneByOne = 64;    // units that vectors stop at come in groups
+  static constexpr unsigned kWorthwhile =
+      32;  // units that are slower to look at than what was listed is to find
+  static constexpr unsigned kOneByOne = 64;  // units that vectors stop at come in groups
+
+  // What was listed, and for what. One is kept for each thread: who searches one text searches many
+  // for the same pattern, and listing takes as long as passing over 5000 units.
+  struct List {
+    const unsigned* rows[2] = {};
+    unsigned weight = 0;
+    unsigned mask = 0;
+    bool hasParts = false;
+    bool isShort = false;  // `wanted` has them all, up to its last
+    WantedUnits<Unit> wanted;
+  };
+
+  const List& Listed() const {
+    constinit static thread_local List kept;
+    const unsigned* const rows[2] = {table_.RowOf128(0), table_.RowOf128(128)};
+    const bool isKept = kept.rows[0] == rows[0] && kept.rows[1] == rows[1] &&
+                        kept.weight == weight_ && kept.mask == mask_ && kept.hasParts == hasParts_;
+    if (!isKept) {
+      kept = {{rows[0], rows[1]}, weight_, mask_, hasParts_, false, {}};
+      Fill(kept);
+    }
+    return kept;
+  }
 
   // Fills the list, unless there are too many.
-  void List() {
+  void Fill(List& list) const {
     constexpr unsigned kMost = WantedUnits<Unit>::kMost;
-    listed_ = true;
     unsigned count = 0;
     const auto take = [&](unsigned unit) {
       if (unit == 0 || !Has(static_cast<Unit>(unit))) return;
-      if (count < kMost) wanted_.units[count] = static_cast<Unit>(unit);
+      if (count < kMost) list.wanted.units[count] = static_cast<Unit>(unit);
       ++count;
     };
     const unsigned pairMask = PairMask();
@@ -194,9 +217,9 @@ class FirstUnits {
       }
     }
     if (count == 0 || count > kMost) return;
-    std::fill(wanted_.units + count, wanted_.units + kMost, wanted_.units[0]);
-    wanted_.kinds = static_cast<unsigned char>(count);
-    isShort_ = true;
+    std::fill(list.wanted.units + count, list.wanted.units + kMost, list.wanted.units[0]);
+    list.wanted.kinds = static_cast<unsigned char>(count);
+    list.isShort = true;
   }
 
   // Where the first of two orders can be told from the pattern's without taking it apart: of two
@@ -211,9 +234,7 @@ class FirstUnits {
   unsigned weight_;
   unsigned mask_;
   bool hasParts_;
-  bool listed_ = false;
-  bool isShort_ = false;  // wanted_ has them all, up to its last
-  WantedUnits<Unit> wanted_;
+  const List* list_ = nullptr;
 };
 
 unsigned LengthOf(const Text& text) {
@@ -249,58 +270,60 @@ class Search {
         pattern_(pattern),
         length_(text.length),
         cmpOp_(cmpOp),
-        isWhole_((cmpOp & kNoWildcards) != 0),
-        isPlain_(IsPlainPattern(text, pattern, cmpOp)),
-        byWords_(isPlain_ && !HasContractions(text.language) &&
-                 !HasContractions(pattern.language)) {}
+        isWhole_((cmpOp & kNoWildcards) != 0) {}
 
   int From(unsigned start) {
-    if (!isPlain_ || pattern_.length == 0) {
+    if (!IsPlainPattern(text_, pattern_, cmpOp_) || pattern_.length == 0) {
       length_ = start + LengthOf(RestOf(text_, start));
       if (length_ - start < pattern_.length) return -1;
-      return Every(start, [](unsigned position) { return position; });
+      return AtEvery(start);
     }
-    const unsigned short order = OrderCursor(pattern_).Next();
-    const unsigned mask = MatchMask(cmpOp_);
-    if (KvIsWideCodeSet(text_.codeSet)) {
-      const WideOrderTable table(text_.language);
-      FirstUnits<unsigned short, WideOrderTable> firsts(table, text_.language, order, mask);
-      return Skipping(start, firsts);
-    }
-    const ByteOrderTable table(text_.codeSet, text_.language);
-    FirstUnits<unsigned char, ByteOrderTable> firsts(table, text_.language, order, mask);
-    return Skipping(start, firsts);
+    return WithUnits(text_, pattern_, [&](const auto& text, const auto& pattern) {
+      return AtFirstUnits(start, text, pattern);
+    });
   }
 
  private:
-  template <class Firsts>
-  int Skipping(unsigned start, Firsts& firsts) const {
-    return Every(start, [&](unsigned position) { return firsts.Next(text_, position, Tried()); });
-  }
-
-  // Tries positions from `start` on, each after `next` has moved it on. The text may end before its
-  // length says so; one position that leaves no room for the pattern has none behind it that does.
-  template <class Next>
-  int Every(unsigned start, Next next) const {
-    for (unsigned position = next(start); position < Tried(); position = next(position + 1)) {
-      if (!IsAt(position)) continue;
-      return HasUnitsAt(text_, position, pattern_.length) ? static_cast<int>(position) : -1;
+  int AtEvery(unsigned start) const {
+    for (unsigned position = start; position < Tried(); ++position) {
+      if (IsAt(position)) return WhereItFits(position);
     }
     return -1;
+  }
+
+  // Tries the positions of the units with which the pattern can begin.
+  template <class TextUnits, class PatternUnits>
+  int AtFirstUnits(unsigned start, const TextUnits& text, const PatternUnits& pattern) const {
+    const bool contracts = HasContractions(text_.language);
+    const bool byWords = !contracts && !HasContractions(pattern_.language);
+    const unsigned mask = MatchMask(cmpOp_);
+    const unsigned word = pattern.Word(pattern.Get());
+    const unsigned short order =
+        IsContractionPart(word) ? OrderCursor(pattern_).Next() : FirstOrder(word);
+    const unsigned weight = OrderWeight(order) & mask;
+    FirstUnits firsts(text, weight, mask,
+                      contracts && HasContractionOf(text_.language, weight, mask));
+    for (unsigned at = start; (at = firsts.Next(text_, at, Tried())) < Tried(); ++at) {
+      const Beginning beginning =
+          byWords ? BeginsWithWords(text.From(at), pattern, mask) : Beginning::kOrderByOrder;
+      // Unit stood against unit, so the text has as many.
+      if (beginning == Beginning::kYes) return static_cast<int>(at);
+      if (beginning == Beginning::kOrderByOrder && IsAt(at)) return WhereItFits(at);
+    }
+    return -1;
+  }
+
+  // The text may end before its length says so; one position that leaves no room for the pattern
+  // has none behind it that does.
+  int WhereItFits(unsigned position) const {
+    return HasUnitsAt(text_, position, pattern_.length) ? static_cast<int>(position) : -1;
   }
 
   // Positions that leave room for the pattern.
   unsigned Tried() const { return length_ - pattern_.length + 1; }
 
   bool IsAt(unsigned position) const {
-    const Text rest = RestOf(text_, position);
-    if (byWords_) {
-      const Beginning beginning = WithUnits(rest, pattern_, [&](auto units1, auto units2) {
-        return BeginsWithWords(units1, units2, MatchMask(cmpOp_));
-      });
-      if (beginning != Beginning::kOrderByOrder) return beginning == Beginning::kYes;
-    }
-    Matcher matcher(rest, pattern_, cmpOp_);
+    Matcher matcher(RestOf(text_, position), pattern_, cmpOp_);
     return matcher.Matches(true) && (!isWhole_ || matcher.IsWhole());
   }
 
@@ -309,8 +332,6 @@ class Search {
   unsigned length_;  // of the text at most
   unsigned short cmpOp_;
   bool isWhole_;
-  bool isPlain_;
-  bool byWords_;
 };
 
 // Whether exact comparison keeps two texts apart whatever their orders: a null from a text that is

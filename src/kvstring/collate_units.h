@@ -65,10 +65,18 @@ class Units {
   // The unit so many before the present one, which the caller knows to be there.
   Unit Back(unsigned units) const { return Load(position_ - units * sizeof(Unit)); }
 
+  // The units behind so many.
+  Units From(unsigned units) const {
+    Units rest = *this;
+    rest.Advance(units);
+    return rest;
+  }
+
   void Advance(unsigned units = 1) { position_ += units * sizeof(Unit); }
   void GoBack(unsigned units) { position_ -= units * sizeof(Unit); }
   unsigned Word(Unit unit) const { return table_.Word(unit); }
   const unsigned char* Position() const { return position_; }
+  const Table& GetTable() const { return table_; }
   unsigned Passed(const void* text) const {
     const auto bytes = position_ - static_cast<const unsigned char*>(text);
     return static_cast<unsigned>(bytes) / unsigned{sizeof(Unit)};
