@@ -325,6 +325,21 @@ TEST_CASE("estimates of uniform columns are close to the truth") {
   }
 }
 
+TEST_CASE("places of texts count the characters of the classes that a range has") {
+  // Spaces take one place, symbols 159, digits 10, English letters 26.
+  static constexpr struct {
+    const char *low, *high, *text;
+    double place;
+  } kCases[] = {{"0", "9", "5", 5.0 / 9},     {"000", "999", "500", 500.0 / 999},
+                {"0", "z", "9", 9.0 / 35},    {"0", "z", "a", 10.0 / 35},
+                {" ", "9", "0", 160.0 / 169}, {" ", "z", "0", 160.0 / 195},
+                {" ", "z", "a", 170.0 / 195}};
+  for (const auto& [low, high, text, place] : kCases) {
+    CAPTURE(text);
+    CHECK(Range(low, high)(kvPredicateLess, text) == doctest::Approx(place).epsilon(0.001));
+  }
+}
+
 TEST_CASE("fractions at and beyond the ends of a range") {
   Range range("car", "cat");
   CHECK(range(kvPredicateLess, "cas") == doctest::Approx(0.5));

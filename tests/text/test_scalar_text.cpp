@@ -240,6 +240,7 @@ TEST_CASE("numbers beyond a row's range") {
   CHECK(Scan(Kv8B_T, "-9223372036854775809", o_8b{0}) == LLONG_MIN);
   CHECK(Scan(KvU8B_T, "18446744073709551616", o_u8b{0}) == ULLONG_MAX);
   CHECK(Scan(Kv4B_T, "70000", o_4b{0}, "%hd") == 4464);
+  CHECK(Scan(Kv4B_T, (std::string(4095, '0') + "78").c_str(), o_4b{0}, "%9999d") == 7);
 }
 
 TEST_CASE("what does not match leaves the destination alone") {
