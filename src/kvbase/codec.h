@@ -153,17 +153,18 @@ struct Codec {
     (visit(std::integral_constant<Member, DescribeMember<T, Members>()>{}), ...);
   }
 
-  // The stored form in memory order is the memory form, byte for byte.
-  static constexpr bool kSameLayout = [] {
+  // The stored form in that byte order is the memory form, byte for byte.
+  static constexpr bool HasSameLayout(bool reversed) {
     unsigned packed = 0;
     bool same = true;
     ForEachMember([&](auto constant) {
       constexpr Member member = decltype(constant)::value;
-      same = same && member.offset == packed && !member.IsTurned(false);
+      const bool isTurned = member.width != 1 && member.IsTurned(reversed);
+      same = same && member.offset == packed && !isTurned;
       packed += member.width;
     });
     return same && packed == sizeof(T);
-  }();
+  }
 
   // Whether stored values order as their bytes do, compared as memcmp does: no signs, and the most
   // significant byte of each number first.
@@ -215,6 +216,18 @@ struct Codec {
       Load(value, at, format.IsReversed());
     }
     return value;
+  }
+
+  // Assigns the members and makes what is between them zero, which an assignment leaves open.
+  // Member by member: a wide read of what narrow writes just made would wait for them.
+  static void Put(T& destination, const T& value) {
+    auto* to = reinterpret_cast<unsigned char*>(&destination);
+    const auto* from = reinterpret_cast<const unsigned char*>(&value);
+    if constexpr (kStoredWidth != kMemoryWidth) std::memset(to, 0, sizeof(T));
+    ForEachMember([&](auto constant) {
+      constexpr Member member = decltype(constant)::value;
+      std::memcpy(to + member.offset, from + member.offset, member.width);
+    });
   }
 
  private:

@@ -57,6 +57,8 @@ KV_KEYS inline __m256i Take(__m256i bytes, __m256i turned) {
   const __m256i zero = _mm256_setzero_si256();
   if constexpr (step == KeyStep::kTurn) {
     return _mm256_xor_si256(bytes, turned);
+  } else if constexpr (step == KeyStep::kKeep) {
+    return _mm256_and_si256(bytes, turned);
   } else if constexpr (step == KeyStep::kFloat) {
     const __m256i sign = _mm256_set1_epi32(INT32_MIN);
     const __m256i negative =
@@ -112,6 +114,8 @@ VectorWriter PairWriterOf(KeyStep step) {
       return WritePairs<KeyStep::kDouble>;
     case KeyStep::kPlusOne:
       return WritePairs<KeyStep::kPlusOne>;
+    case KeyStep::kKeep:
+      return WritePairs<KeyStep::kKeep>;
     case KeyStep::kBoolean:
       break;
   }

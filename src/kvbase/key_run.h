@@ -19,7 +19,8 @@ enum class KeyStep : unsigned char {
   kFloat,    // FloatingKey of four bytes
   kDouble,   // FloatingKey of eight
   kPlusOne,  // a number of four bytes, and one more
-  kBoolean   // a signed byte, its -1 before all others
+  kBoolean,  // a signed byte, its -1 before all others
+  kKeep      // some bits are kept and the others zero: values on their way from form to form
 };
 
 struct KeyMap {
@@ -125,19 +126,24 @@ constexpr KeyMap MapOfOne(Format form) {
   return map;
 }
 
-template <class Key, class Codec>
-constexpr KeyMap MapOf(Format form) {
-  const KeyMap one = MapOfOne<Key, Codec>(form);
+// The map of as many values as the widest vector holds, from that of one.
+constexpr KeyMap Repeated(const KeyMap& one) {
+  const bool isInOrder = one.step == KeyStep::kTurn || one.step == KeyStep::kKeep;
   KeyMap map = one;
   for (unsigned value = 0; value < one.ValuesIn(KeyMap::kVector); ++value) {
     for (unsigned i = 0; i < one.keyWidth; ++i) {
       const unsigned place = value * one.keyWidth + i;
-      const unsigned byte = one.step == KeyStep::kTurn ? i : one.keyWidth - 1 - i;
+      const unsigned byte = isInOrder ? i : one.keyWidth - 1 - i;
       map.from[place] = static_cast<unsigned char>(value * one.valueWidth + one.from[byte]);
       map.turned[place] = one.turned[i];
     }
   }
   return map;
+}
+
+template <class Key, class Codec>
+constexpr KeyMap MapOf(Format form) {
+  return Repeated(MapOfOne<Key, Codec>(form));
 }
 
 // Of nullables of `valueWidth` bytes, whose flag is behind the scalar.

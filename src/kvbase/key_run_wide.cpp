@@ -70,6 +70,8 @@ template <KeyStep step>
 KV_WIDE inline void Take(__m512i& bytes, const __m512i& turned) {
   if constexpr (step == KeyStep::kTurn) {
     bytes = _mm512_xor_si512(bytes, turned);
+  } else if constexpr (step == KeyStep::kKeep) {
+    bytes = _mm512_and_si512(bytes, turned);
   } else if constexpr (step == KeyStep::kFloat) {
     TakeFloats(bytes);
     TurnAround<4>(bytes);
@@ -213,6 +215,8 @@ VectorWriter WideWriterOf(KeyStep step) {
       return WriteWide<KeyStep::kDouble>;
     case KeyStep::kPlusOne:
       return WriteWide<KeyStep::kPlusOne>;
+    case KeyStep::kKeep:
+      return WriteWide<KeyStep::kKeep>;
     case KeyStep::kBoolean:
       break;
   }

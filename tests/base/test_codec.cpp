@@ -30,8 +30,10 @@ using SampleCodec =
     Codec<Sample, At<&Sample::inner, &Inner::sign>, HighestFirst<&Sample::inner, &Inner::word>,
           At<&Sample::real>, AsItIs<&Sample::id>>;
 
-static_assert(SampleCodec::kStoredWidth == 1 + 2 + 8 + 5 && !SampleCodec::kSameLayout);
-static_assert(ScalarCodec<unsigned short>::kSameLayout);
+static_assert(SampleCodec::kStoredWidth == 1 + 2 + 8 + 5 && !SampleCodec::HasSameLayout(false));
+static_assert(ScalarCodec<unsigned short>::HasSameLayout(false));
+static_assert(!ScalarCodec<unsigned short>::HasSameLayout(true));
+static_assert(ScalarCodec<char>::HasSameLayout(true));
 static_assert(Codec<Inner, At<&Inner::sign>>::kStoredWidth == 1);
 
 // What cannot be stored does not compile as a member of a codec.

@@ -5,43 +5,61 @@
 #include <type_traits>
 
 #include "kvbase/codec.h"
+#include "kvbase/form_run.h"
 #include "kvtypemgr.h"
 
 namespace kv {
+
+// The values at the front of a run that vectors move; 0 for codecs that are no list of members.
+template <class Codec, Direction direction>
+unsigned MoveLeading([[maybe_unused]] void* destination, [[maybe_unused]] const void* source,
+                     [[maybe_unused]] bool reversed, [[maybe_unused]] unsigned count) {
+  if constexpr (requires { Codec::ForEachMember([](auto) {}); }) {
+    return MoveLeadingValues<Codec, direction>(static_cast<unsigned char*>(destination),
+                                               static_cast<const unsigned char*>(source), reversed,
+                                               count);
+  } else {
+    return 0;
+  }
+}
 
 // Memory form to stored form: bytes written. A count of 0 writes nothing.
 template <class Codec>
 unsigned StoreRun(void* destination, const void* source, unsigned char format, unsigned count) {
   const bool reversed = Format{format}.IsReversed();
-  auto* stored = static_cast<unsigned char*>(destination);
-  const auto* values = static_cast<const typename Codec::Value*>(source);
   const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
   if (bytes == 0) return 0;
-  if (Codec::kSameLayout && !reversed) {
-    std::memcpy(stored, source, bytes);
-  } else {
-    for (unsigned i = 0; i < count; ++i, stored += Codec::kStoredWidth) {
-      Codec::Store(stored, values[i], reversed);
-    }
+  if (Codec::HasSameLayout(reversed)) {
+    std::memcpy(destination, source, bytes);
+    return static_cast<unsigned>(bytes);
+  }
+  const auto* values = static_cast<const typename Codec::Value*>(source);
+  auto* const stored = static_cast<unsigned char*>(destination);
+  unsigned i = MoveLeading<Codec, Direction::kStore>(destination, source, reversed, count);
+  for (; i < count; ++i) {
+    Codec::Store(stored + std::size_t{i} * Codec::kStoredWidth, values[i], reversed);
   }
   return static_cast<unsigned>(bytes);
 }
 
-// Stored form to memory form: bytes read. Members that the stored form leaves out become 0.
+// Stored form to memory form: bytes read. What the stored form leaves out becomes 0, padding too,
+// so that what a value holds does not depend on how many were loaded.
 template <class Codec>
 unsigned LoadRun(void* destination, const void* source, unsigned char format, unsigned count) {
   const bool reversed = Format{format}.IsReversed();
   const Format byteOrder{reversed ? kSwapped : kAsInMemory};
-  const auto* stored = static_cast<const unsigned char*>(source);
-  auto* values = static_cast<typename Codec::Value*>(destination);
   const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
   if (bytes == 0) return 0;
-  if (Codec::kSameLayout && !reversed) {
+  if (Codec::HasSameLayout(reversed)) {
     std::memcpy(destination, source, bytes);
-  } else {
-    for (unsigned i = 0; i < count; ++i, stored += Codec::kStoredWidth) {
-      values[i] = Codec::Read(stored, byteOrder);
-    }
+    return static_cast<unsigned>(bytes);
+  }
+  const auto* const stored = static_cast<const unsigned char*>(source);
+  auto* values = static_cast<typename Codec::Value*>(destination);
+  unsigned i = MoveLeading<Codec, Direction::kLoad>(destination, source, reversed, count);
+  for (; i < count; ++i) {
+    const auto value = Codec::Read(stored + std::size_t{i} * Codec::kStoredWidth, byteOrder);
+    Codec::Put(values[i], value);
   }
   return static_cast<unsigned>(bytes);
 }

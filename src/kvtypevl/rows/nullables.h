@@ -19,7 +19,7 @@ struct NullableCodec {
 
   static constexpr unsigned kMemoryWidth = sizeof(Value);
   static constexpr unsigned kStoredWidth = ScalarCodecType::kStoredWidth + 1;
-  static constexpr bool kSameLayout = false;
+  static constexpr bool HasSameLayout(bool /*reversed*/) { return false; }
 
   static constexpr unsigned Stride(Format format) {
     return format.IsMemory() ? kMemoryWidth : kStoredWidth;
@@ -50,6 +50,9 @@ struct NullableCodec {
     }
     return value;
   }
+
+  // Padding is a member of theirs.
+  static void Put(Value& destination, const Value& value) { destination = value; }
 
  private:
   static constexpr unsigned kIndicatorAt =
