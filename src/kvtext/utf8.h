@@ -44,10 +44,14 @@ constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
   return length;
 }
 
-// The same, with the sequences of two bytes first: most text that is no ASCII is made of them.
+// The same, with what most text is made of first: ASCII and sequences of two bytes.
 constexpr unsigned DecodeUnitQuickly(const unsigned char* in, std::size_t available,
                                      unsigned short& unit) {
   const unsigned char lead = in[0];
+  if (lead < 0x80) {
+    unit = lead;
+    return 1;
+  }
   if (lead >= 0xC2 && lead <= 0xDF && available >= 2 && IsContinuation(in[1])) {
     unit = static_cast<unsigned short>((lead & 0x1F) << 6 | (in[1] & 0x3F));
     return 2;
@@ -177,7 +181,7 @@ inline Progress DecodePlainly(const unsigned char* in, std::size_t stop, std::si
 template <OnZero onZero>
 inline Progress Decode(const unsigned char* in, std::size_t stop, std::size_t available,
                        unsigned short* out, std::size_t room) {
-  if (!HasBlocks()) return DecodePlainly<onZero>(in, stop, available, out, room);
+  if (!HasBlocks(stop)) return DecodePlainly<onZero>(in, stop, available, out, room);
   constexpr std::size_t kStretch = 64;
   Progress progress;
   while (progress.read < stop && progress.written < room) {

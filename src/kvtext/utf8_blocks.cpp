@@ -1,12 +1,15 @@
-// UTF-8 by blocks of 64 bytes and of 32 units: vectors that compress bytes (AVX-512 VBMI2) leave
-// out what is no character's and put the rest together without any table.
+// UTF-8 by the widest vectors there are. This file has the kernels of those that compress bytes
+// (AVX-512 VBMI2), by blocks of 64 bytes and of 32 units: they leave out what is no character's and
+// put the rest together without any table. Narrower ones go by tables (utf8_shuffles.h).
 
 #include "kvtext/utf8_blocks.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 
+#include "kvtext/utf8_shuffles.h"
 #include "zbsvectors.h"
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -198,10 +201,36 @@ KV_WITH_VBMI2 inline __m512i SpreadInFour(__m256i units) {
   return _mm512_mask_mov_epi32(each, ascii, x);
 }
 
+// Takes 64 units a step while they are ASCII and none is zero. Result: the units taken. Not
+// inlined: mixed text took a quarter longer when the two loops shared the registers.
+KV_WITH_VBMI2 [[gnu::noinline]] std::size_t EncodeAscii(const unsigned short* in, std::size_t count,
+                                                        char* out) {
+  constexpr std::size_t kUnits = 2 * kBlockUnits;
+  alignas(64) static constexpr auto kLowBytes = [] {
+    std::array<unsigned char, 64> from{};
+    for (unsigned i = 0; i < 64; ++i) from[i] = static_cast<unsigned char>(2 * i);
+    return from;
+  }();
+  const __m512i lowBytes = _mm512_load_si512(kLowBytes.data());
+  const __m512i one = _mm512_set1_epi16(1);
+  std::size_t at = 0;
+  for (; count - at >= kUnits; at += kUnits) {
+    const __m512i first = _mm512_loadu_si512(in + at);
+    const __m512i second = _mm512_loadu_si512(in + at + kBlockUnits);
+    // A zero unit wraps round to one that is no ASCII.
+    const __m512i before =
+        _mm512_or_si512(_mm512_sub_epi16(first, one), _mm512_sub_epi16(second, one));
+    const __m512i all = _mm512_ternarylogic_epi64(first, second, before, 0xFE);
+    if (_mm512_test_epi16_mask(all, _mm512_set1_epi16(~0x7F)) != 0) break;
+    _mm512_storeu_si512(out + at, _mm512_permutex2var_epi8(first, lowBytes, second));
+  }
+  return at;
+}
+
 KV_WITH_VBMI2 Progress EncodeByVbmi2(const unsigned short* in, std::size_t count, char* out,
                                      std::size_t size) {
-  std::size_t at = 0;
-  std::size_t written = 0;
+  std::size_t at = EncodeAscii(in, std::min(count, size), out);
+  std::size_t written = at;
   while (at < count) {
     std::size_t length = std::min(count - at, kBlockUnits);
     auto present = static_cast<__mmask32>(LowBits(length));
@@ -234,14 +263,26 @@ KV_WITH_VBMI2 Progress EncodeByVbmi2(const unsigned short* in, std::size_t count
 }  // namespace
 #endif
 
-bool HasBlocks() {
-  return Vectors() == VectorSet::kVbmi2;
+bool HasBlocks(std::size_t bytes) {
+  constexpr std::size_t kNarrowBlock = 32;
+  const VectorSet set = Vectors();
+  return set == VectorSet::kVbmi2 || (set >= VectorSet::kSsse3 && bytes >= kNarrowBlock);
 }
 
 Progress DecodeBlocks([[maybe_unused]] const unsigned char* in, [[maybe_unused]] std::size_t stop,
                       [[maybe_unused]] unsigned short* out, [[maybe_unused]] std::size_t room) {
 #if defined(__x86_64__) || defined(__i386__)
-  if (Vectors() == VectorSet::kVbmi2) return DecodeByVbmi2(in, stop, out, room);
+  switch (Vectors()) {
+    case VectorSet::kVbmi2:
+      return DecodeByVbmi2(in, stop, out, room);
+    case VectorSet::kAvx512:
+    case VectorSet::kAvx2:
+      return DecodeByAvx2(in, stop, out, room);
+    case VectorSet::kSsse3:
+      return DecodeBySsse3(in, stop, out, room);
+    case VectorSet::kPlain:
+      break;
+  }
 #endif
   return {};
 }
@@ -249,7 +290,17 @@ Progress DecodeBlocks([[maybe_unused]] const unsigned char* in, [[maybe_unused]]
 Progress EncodeBlocks([[maybe_unused]] const unsigned short* in, [[maybe_unused]] std::size_t count,
                       [[maybe_unused]] char* out, [[maybe_unused]] std::size_t size) {
 #if defined(__x86_64__) || defined(__i386__)
-  if (Vectors() == VectorSet::kVbmi2) return EncodeByVbmi2(in, count, out, size);
+  switch (Vectors()) {
+    case VectorSet::kVbmi2:
+      return EncodeByVbmi2(in, count, out, size);
+    case VectorSet::kAvx512:
+    case VectorSet::kAvx2:
+      return EncodeByAvx2(in, count, out, size);
+    case VectorSet::kSsse3:
+      return EncodeBySsse3(in, count, out, size);
+    case VectorSet::kPlain:
+      break;
+  }
 #endif
   return {};
 }

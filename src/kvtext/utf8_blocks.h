@@ -13,16 +13,16 @@ struct Progress {
   bool complete = true;  // false: stopped at invalid bytes, or at the end of the room
 };
 
-// Whether the processor has the vectors. Without them the two functions below do nothing.
-bool HasBlocks();
+// Whether the processor has vectors that do something for a text of so many bytes.
+bool HasBlocks(std::size_t bytes);
 
 // Decodes characters that lie wholly before `stop`, at most `room`. Zero bytes are characters. Of
-// `out` only what is written is touched. Ends at the end of a character, maybe at once.
+// `out` only what is written is changed. Ends at the end of a character, maybe at once.
 Progress DecodeBlocks(const unsigned char* in, std::size_t stop, unsigned short* out,
                       std::size_t room);
 
 // Encodes up to `count` units, ending at a zero or where the next block may not find room in `size`
-// bytes. Of `out` only what is written is touched.
+// bytes. Of `out` only what is written is changed.
 Progress EncodeBlocks(const unsigned short* in, std::size_t count, char* out, std::size_t size);
 
 }  // namespace kv::utf8
