@@ -8,6 +8,8 @@
 #include <bit>
 #include <cstddef>
 
+#include "kvtext/digits.h"
+
 namespace kv {
 namespace {
 
@@ -188,8 +190,7 @@ constexpr std::uint64_t kMostOf17 = 99999999999999999;
 
 // Cuts a number of 18 digits and a fraction to 17 digits. False when the rounding is unsure.
 bool CutToSeventeen(std::uint64_t& digits, std::uint64_t fraction) {
-  const std::uint64_t last = digits % 10;
-  digits /= 10;
+  const unsigned last = TakeLastDigit(digits);
   if ((last == 4 && fraction >= 0 - kUnsure) || (last == 5 && fraction == 0)) return false;
   digits += last >= 5 ? 1 : 0;
   return true;
@@ -215,7 +216,7 @@ bool FindDigits(double value, SeventeenDigits& found) {
     found.digits += fraction >> 63;
   }
   if (found.digits > kMostOf17) {
-    found.digits /= 10;
+    TakeLastDigit(found.digits);
     ++found.power;
   }
   return true;

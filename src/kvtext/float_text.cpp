@@ -25,11 +25,11 @@ constexpr unsigned kDigits = 17;
 class DigitText {
  public:
   explicit DigitText(std::uint64_t digits) {
-    constexpr std::uint64_t kEight = 100000000;
-    WriteEightDigits(text_ + kDigits - 8, static_cast<std::uint32_t>(digits % kEight));
-    digits /= kEight;
-    WriteEightDigits(text_ + kDigits - 16, static_cast<std::uint32_t>(digits % kEight));
-    text_[0] = static_cast<char>('0' + digits / kEight);
+    constexpr std::uint32_t kEight = 100000000;
+    const DigitHalves halves = SplitDigits(digits);
+    WriteEightDigits(text_ + kDigits - 8, halves.lower);
+    WriteEightDigits(text_ + kDigits - 16, halves.upper % kEight);
+    text_[0] = static_cast<char>('0' + halves.upper / kEight);
     while (text_[length_ - 1] == '0') --length_;
   }
 
@@ -117,9 +117,8 @@ class DigitReader {
  public:
   DigitReader(const char* text, const char* end) : at(text), end_(end) {}
 
-  // Few, as stand before a point.
   void TakeFew() {
-    for (; IsDigit(*at); ++at) digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
+    while (IsDigit(*at)) TakeUpToNine();
   }
   void TakeMany() {
     while (end_ - at >= 8 && TakeEight()) at += 8;
@@ -130,20 +129,37 @@ class DigitReader {
   std::uint64_t digits = 0;
 
  private:
-  // Eight bytes as one word, in which neighbours are added up to pairs, pairs to fours, and those.
-  bool TakeEight() {
-    constexpr std::uint64_t kEach = 0x0101010101010101;
-    auto word = ReadUnit<std::uint64_t>(at, std::endian::native == std::endian::big);
-    // The upper half of a digit is 3, and stays 3 when 6 is added.
-    if (((word & 0xF0 * kEach) | (((word + 6 * kEach) & 0xF0 * kEach) >> 4)) != 0x33 * kEach) {
-      return false;
+  // As many as 32 bits hold.
+  void TakeUpToNine() {
+    const char* const first = at;
+    std::uint32_t few = 0;
+    for (; at - first < 9 && IsDigit(*at); ++at) {
+      few = few * 10 + static_cast<std::uint32_t>(*at - '0');
     }
-    word = (word & 0x0F * kEach) * (1 + (10 << 8)) >> 8;
-    word = (word & 0x00FF00FF00FF00FF) * (1 + (100 << 16)) >> 16;
-    word = (word & 0x0000FFFF0000FFFF) * (1 + (std::uint64_t{10000} << 32)) >> 32;
-    digits = digits * 100000000 + word;
+    digits = digits * kTens[static_cast<std::size_t>(at - first)] + few;
+  }
+
+  bool TakeEight() {
+    const auto first = ReadUnit<std::uint32_t>(at, std::endian::native == std::endian::big);
+    const auto second = ReadUnit<std::uint32_t>(at + 4, std::endian::native == std::endian::big);
+    if (!AreDigits(first) || !AreDigits(second)) return false;
+    digits = digits * 100000000 + (FourDigits(first) * 10000 + FourDigits(second));
     return true;
   }
+
+  static constexpr std::uint32_t kEach = 0x01010101;
+  // The upper half of a digit is 3, and stays 3 when 6 is added.
+  static constexpr bool AreDigits(std::uint32_t word) {
+    return ((word & 0xF0 * kEach) | (((word + 6 * kEach) & 0xF0 * kEach) >> 4)) == 0x33 * kEach;
+  }
+  // Neighbours are added up to pairs, and those.
+  static constexpr std::uint32_t FourDigits(std::uint32_t word) {
+    word = (word & 0x0F * kEach) * (1 + (10 << 8)) >> 8;
+    return (word & 0x00FF00FF) * (1 + (100 << 16)) >> 16;
+  }
+
+  static constexpr std::uint32_t kTens[] = {1,      10,      100,      1000,      10000,
+                                            100000, 1000000, 10000000, 100000000, 1000000000};
 
   const char* end_;
 };
@@ -161,6 +177,19 @@ const char* TakeExponent(const char* at, int& power) {
   for (; IsDigit(*digit); ++digit) exponent = std::min(exponent * 10 + (*digit - '0'), kFarBeyond);
   power += negative ? -exponent : exponent;
   return digit;
+}
+
+// In 32 bits the halves are put together in a register: in memory, where the compiler does it, a
+// read of the whole waits until both are written.
+double DoubleOf(std::uint64_t bits) {
+#if defined(__i386__) && defined(__SSE2__)
+  typedef std::uint32_t Words __attribute__((vector_size(16)));
+  typedef double Doubles __attribute__((vector_size(16)));
+  const Words words = {static_cast<std::uint32_t>(bits), static_cast<std::uint32_t>(bits >> 32)};
+  return reinterpret_cast<Doubles>(words)[0];
+#else
+  return std::bit_cast<double>(bits);
+#endif
 }
 
 // Reads a number of up to 19 significant digits that begins with a digit, or a point and a digit.
@@ -184,7 +213,7 @@ const char* ReadShortDouble(const char* text, const char* bufferEnd, double& val
   const char* const end = TakeExponent(reader.at, power);
   const std::uint64_t bits = reader.digits == 0 ? 0 : ComposeDouble(reader.digits, power);
   if (bits == 0 && reader.digits != 0) return nullptr;
-  value = std::bit_cast<double>(bits);
+  value = DoubleOf(bits);
   return end;
 }
 
@@ -199,7 +228,7 @@ const char* ReadShortDouble(const char* text, const char* bufferEnd, double& val
 
 }  // namespace
 
-unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], double value) {
+unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], const double& value) {
   if (std::isnan(value)) return PutWord(text, "NaN");
   if (std::isinf(value)) return PutWord(text, value < 0 ? "-Infinity" : "Infinity");
   char* at = text;

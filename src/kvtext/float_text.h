@@ -14,8 +14,9 @@ inline constexpr std::uint64_t kReadNaNBits = 0xFFF8000000000000;
 // Room for the longest default text, terminator included: "-1.2345678901234567e-308".
 inline constexpr unsigned kFloatTextSize = 32;
 
-// Returns the length of the text, which is terminated.
-unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], double value);
+// Returns the length of the text, which is terminated. By reference, since 32-bit calls push a
+// double in halves, and a read of the whole waits until both are written.
+unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], const double& value);
 
 constexpr char ToLowerLetter(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;

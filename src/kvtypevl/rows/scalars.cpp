@@ -140,8 +140,9 @@ void PrintCharacter(ScalarBuffer& text, char c, const char* format) {
 
 // --- Floating numbers ---
 
-// A comparison that the compiler unrolls: every number printed or scanned begins with it.
+// Every number printed or scanned begins with this; rows bring the default format itself.
 constexpr bool IsFloatFormat(const char* format) {
+  if (format == default_format::kFloating) return true;
   for (unsigned i = 0; i < sizeof default_format::kFloating; ++i) {
     if (format[i] != default_format::kFloating[i]) return false;
   }
