@@ -38,7 +38,10 @@ KV_WITH_AVX512 inline bool IsEqualBlock(const unsigned char* a, const unsigned c
 
 KV_WITH_AVX512 std::size_t EqualBy64(const unsigned char* a, const unsigned char* b,
                                      std::size_t size) {
-  if (size < kBlock || !IsEqualBlock(a, b)) return 0;
+  if (size < kBlock) return 0;
+  __m512i difference = _mm512_setzero_si512();
+  AddDifference(difference, a, b);
+  if (!IsZero(difference)) return 0;
   // From here on one of the two is read by whole cache lines.
   std::size_t at = kLine - reinterpret_cast<std::uintptr_t>(a) % kLine;
   for (; size - at >= kBlock; at += kBlock) {

@@ -62,7 +62,10 @@ inline std::size_t FirstDifference(const unsigned char* a, const unsigned char* 
     return false;
   };
   if (scanWords(std::min(size, kNear))) return at;
-  if (size - at >= kLong) at += EqualBlocks(a + at, b + at, size - at);
+  if (size - at >= kLong) {
+    at += EqualBlocks(a + at, b + at, size - at);
+    if (at == size) return size;
+  }
   while (size - at >= kBlock && std::memcmp(a + at, b + at, kBlock) == 0) at += kBlock;
   if (size - at < kBlock && std::memcmp(a + at, b + at, size - at) == 0) return size;
   if (scanWords(size)) return at;
