@@ -337,6 +337,26 @@ def fuzz_utf8(_golden, _old):
     yield from BAD_UTF8
 
 
+def fuzz_vectors(golden, _):
+    """Work, option, two places, the length, the period less one, the period, then changes."""
+    def seed(work, option, length, period, *changes):
+        return (bytes([work, option, 5 * work + 1, 7 * work]) + struct.pack(">H", length) +
+                bytes([len(period) - 1]) + period + b"".join(struct.pack(">HB", *each) for each in changes))
+    scripts = ["plain", "gr\u00fc\u00df ", "\u03be\u03b5 ", "\u4eca\u5929\u3002", "a\u00e9\u20ac"]
+    for i, script in enumerate(scripts):
+        yield seed(0, 255 - 60 * i, 150 + 67 * i, script.encode(), (140 + i, 0x80))
+        yield seed(1, 255 - 60 * i, 300 + 67 * i, script.encode("utf-16-le"))
+        yield seed(3, 19 * i + i, 600 + 67 * i, script.encode("utf-16-le"), (0x8000, ord("x")), (0x4000 | 250, ord("x")))
+    for i, word in enumerate((b"abcdef", b"Stra\xdfe ")):
+        yield seed(2, i, 300, word, (0x8000, ord("z")), (0x4000 | 270, ord("z")))
+        yield seed(4, i, 130, word, (0x8000 | 120, ord("C")), (0xC005, 0))
+        yield seed(5, i, 200, word.decode("latin-1").encode("utf-16-le"), (0x8000 | 180, ord("C")))
+    for row in (*range(0, 11), 26, 27, *NULLABLES):
+        once = b"".join(value[row % 2] for value in golden[row].some(4))[:48]
+        option = row if row % 2 == 0 else next(n for n in range(128, 256) if n % 47 == row)
+        yield seed(6 + row // 2 % 2, option, 700 + row, once, (0x8000 | 690, 1))
+
+
 def wanted():
     """{path: bytes} of the whole corpus."""
     golden, old = golden_files()
