@@ -29,8 +29,8 @@ inline void CopyReversedPlainly(unsigned char* out, const unsigned char* in, std
   }
 }
 
-// Reverses the fields (2, 4 or 8 bytes wide) of whole 128-byte blocks, or of all `bytes`, with the
-// widest shuffle at hand. Result: the bytes done, whole fields, or 0.
+// Reverses the fields (1, 2, 4 or 8 bytes wide) of whole 128-byte blocks, or of all `bytes`, with
+// the widest shuffle at hand. Result: the bytes done, whole fields, or 0.
 std::size_t CopyReversedBlocks(unsigned char* out, const unsigned char* in, std::size_t bytes,
                                unsigned width);
 
@@ -42,6 +42,21 @@ inline void CopyReversed(void* destination, const void* source, std::size_t coun
   const std::size_t bytes = count * sizeof(Word);
   const std::size_t done = bytes < 128 ? 0 : CopyReversedBlocks(out, in, bytes, sizeof(Word));
   CopyReversedPlainly<Word>(out + done, in + done, count - done / sizeof(Word));
+}
+
+// A plain copy. The C library of 32-bit hosts copies with vectors of 16 bytes, so what lies in the
+// caches goes here by those that reverse fields, whose fields are single bytes then.
+inline void CopyBytes(void* destination, const void* source, std::size_t bytes) {
+  constexpr bool kHasWideCopy = sizeof(void*) >= 8;
+  constexpr std::size_t kFewest = 512;
+  constexpr std::size_t kCached = std::size_t{1} << 19;
+  auto* out = static_cast<unsigned char*>(destination);
+  auto* in = static_cast<const unsigned char*>(source);
+  std::size_t done = 0;
+  if (!kHasWideCopy && bytes >= kFewest && bytes < kCached) {
+    done = CopyReversedBlocks(out, in, bytes, 1);
+  }
+  if (done < bytes) std::memcpy(out + done, in + done, bytes - done);
 }
 
 }  // namespace kv

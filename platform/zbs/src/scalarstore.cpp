@@ -18,7 +18,7 @@ unsigned StoreRun(void* destination, const void* source, unsigned char format, u
   if (kv::IsSwapped(format)) {
     kv::CopyReversed<Word>(destination, source, count);
   } else if (destination != source) {
-    std::memcpy(destination, source, bytes);
+    kv::CopyBytes(destination, source, bytes);
   }
   return static_cast<unsigned>(bytes);
 }
@@ -35,7 +35,7 @@ unsigned StoreOne(void* destination, const void* source, unsigned char format) {
 }  // namespace
 
 unsigned CharStore(void* destination, const void* source, unsigned char, unsigned count) {
-  if (count != 0 && destination != source) std::memcpy(destination, source, count);
+  if (destination != source) kv::CopyBytes(destination, source, count);
   return count;
 }
 

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <type_traits>
 
 #include "kvbase/codec.h"
 #include "kvbase/form_run.h"
 #include "kvtypemgr.h"
+#include "zbs.h"
 
 namespace kv {
 
@@ -23,6 +25,18 @@ unsigned MoveLeading([[maybe_unused]] void* destination, [[maybe_unused]] const 
   }
 }
 
+// A form that needs no change. The base library knows how runs that lie in the caches are copied
+// best; its counts have 32 bits, and longer ones have more.
+inline void CopyForm(void* destination, const void* source, std::size_t bytes) {
+  constexpr std::size_t kRun = 512;
+  constexpr std::size_t kCached = std::size_t{1} << 19;
+  if (bytes < kRun || bytes >= kCached) {
+    std::memcpy(destination, source, bytes);
+  } else {
+    CharStore(destination, source, kAsInMemory, static_cast<unsigned>(bytes));
+  }
+}
+
 // Memory form to stored form: bytes written. A count of 0 writes nothing.
 template <class Codec>
 unsigned StoreRun(void* destination, const void* source, unsigned char format, unsigned count) {
@@ -30,7 +44,7 @@ unsigned StoreRun(void* destination, const void* source, unsigned char format, u
   const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
   if (bytes == 0) return 0;
   if (Codec::HasSameLayout(reversed)) {
-    std::memcpy(destination, source, bytes);
+    CopyForm(destination, source, bytes);
     return static_cast<unsigned>(bytes);
   }
   const auto* values = static_cast<const typename Codec::Value*>(source);
@@ -51,7 +65,7 @@ unsigned LoadRun(void* destination, const void* source, unsigned char format, un
   const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
   if (bytes == 0) return 0;
   if (Codec::HasSameLayout(reversed)) {
-    std::memcpy(destination, source, bytes);
+    CopyForm(destination, source, bytes);
     return static_cast<unsigned>(bytes);
   }
   const auto* const stored = static_cast<const unsigned char*>(source);
