@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include <cstdlib>
+#include <span>
 
 #include "sortkey/sort_keys.h"
 
@@ -392,4 +393,39 @@ TEST_CASE("ranges of texts hold what begins with or equals a text without accent
       }
     }
   }
+}
+
+TEST_CASE("the pieces of a key tell its parts in order, and on which character they are") {
+  struct Piece {
+    KvSortKeyPart part;
+    unsigned position, value;
+    bool operator==(const Piece&) const = default;
+  };
+  // e and E with an acute accent, sharp s as its two letters.
+  const KvString text = Unicode(u"a\u00c9\u00df", 1);
+  const KvSortKeyKind kind{.type = KvSTRING_T};
+  const Bytes key = KeyOf(kind, &text);
+  KvSortKeyPiece pieces[20];
+  std::size_t count = 0;
+  REQUIRE(KvSortKeyPieces(kind, key.data(), key.size(), pieces, std::size(pieces), count) == kvOk);
+  std::vector<Piece> found;
+  std::size_t end = 0;
+  for (const KvSortKeyPiece& each : std::span(pieces, count)) {
+    const bool hasValue = each.part >= kvKeyOrder && each.part <= kvKeyCase;
+    found.push_back({each.part, each.position, hasValue ? each.value : 0});
+    CHECK(each.offset == end);
+    end += each.size;
+  }
+  CHECK(end == key.size());
+  CHECK(found == std::vector<Piece>{{kvKeyPresent, 0, 0},
+                                    {kvKeyOrder, 0, 0x500C},
+                                    {kvKeyOrder, 1, 0x501C},
+                                    {kvKeyOrder, 2, 0x5054},
+                                    {kvKeyOrder, 3, 0x5054},
+                                    {kvKeyBase, 4, 0},
+                                    {kvKeyAccent, 1, 2},
+                                    {kvKeyCase, 1, 0},
+                                    {kvKeyVariant, 2, 0},
+                                    {kvKeyVariant, 3, 0},
+                                    {kvKeyEnd, 0, 0}});
 }

@@ -75,6 +75,25 @@ TEST_CASE("defaults, widths and byte order of a character") {
   CHECK(plain[0] == 0x0351);
 }
 
+TEST_CASE("characters compare with characters and units of either width") {
+  const KvChar b('b');
+  const auto check = [&b](auto other, int order) {
+    CAPTURE(order);
+    CHECK((b == other) == (order == 0));
+    CHECK((b != other) == (order != 0));
+    CHECK((b < other) == (order < 0));
+    CHECK((b <= other) == (order <= 0));
+    CHECK((b > other) == (order > 0));
+    CHECK((b >= other) == (order >= 0));
+  };
+  for (const int order : {-1, 0, 1}) {
+    const int unit = 'b' - order;
+    check(static_cast<char>(unit), order);
+    check(static_cast<unsigned short>(unit), order);
+    check(KvChar(static_cast<char>(unit)), order);
+  }
+}
+
 TEST_CASE("classification by property order") {
   const auto classes = [](unsigned short unit, unsigned char codeSet) {
     const KvChar c(unit, codeSet, 1);

@@ -208,6 +208,20 @@ TEST_CASE("blocks too short for a text are empty texts, and what is behind them 
     CHECK(types.Cmp(KvSTRING_T, c.length, c.block.data(), 0, empty.data(), 0, 1, 0, status) == 0);
     CHECK(status == c.status);
   }
+  // In a run, the next one begins behind them.
+  const Block text = Stored("y", 0);
+  for (unsigned char body = 0; body < 4; ++body) {
+    Block run(2u + body, 1), same = empty;
+    run[0] = body;
+    run[1] = 0;
+    run.insert(run.end(), text.begin(), text.end());
+    same.insert(same.end(), text.begin(), text.end());
+    CAPTURE(int{body});
+    int status = -1;
+    CHECK(types.Cmp(KvSTRING_T, static_cast<unsigned>(run.size()), run.data(),
+                    static_cast<unsigned>(same.size()), same.data(), 0, 2, 0, status) == 0);
+    CHECK(status == kvOk);
+  }
 }
 
 // It ends where a page does behind which nothing can be read.
