@@ -81,41 +81,46 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
 // Reads what nearly all texts are: blanks, a sign, and not so many digits that they could overflow.
 // False, and nothing read, for any other text.
 template <class Integer>
-bool ReadShortInteger(const char* text, Integer& value) {
+[[gnu::always_inline]] inline bool ReadShortInteger(const char* text, Integer& value) {
   constexpr unsigned kDigits = sizeof(Integer) == 8 ? 18 : 9;
   text = SkipBlanks(text);
   const bool negative = *text == '-';
   if (negative || *text == '+') ++text;
   std::conditional_t<sizeof(Integer) == 8, unsigned long long, unsigned> magnitude = 0;
-  unsigned read = 0;
-  for (; IsDigit(text[read]); ++read) {
-    if (read == kDigits) return false;
-    magnitude = magnitude * 10 + static_cast<unsigned>(text[read] - '0');
+  unsigned left = kDigits + 1;
+  for (; IsDigit(*text); ++text) {
+    if (--left == 0) return false;
+    magnitude = magnitude * 10 + static_cast<unsigned>(*text - '0');
   }
   value = static_cast<Integer>(negative ? 0 - magnitude : magnitude);
-  return read != 0;
+  return left != kDigits + 1;
+}
+
+// Apart, so that a plain number does not pay for what it needs.
+template <class Integer>
+[[gnu::noinline]] void* ScanIntegerByFormat(void* value, const KvString& text, const char* format,
+                                            ScanTrace* trace) {
+  ScalarArguments arguments = ArgumentsOf(Integer{});
+  if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments, trace) ==
+      1) {
+    const auto scanned = static_cast<Integer>(arguments.integer);
+    std::memcpy(value, &scanned, sizeof scanned);
+  }
+  return value;
 }
 
 // `plain` and `plainUnsigned` are formats of rows that show nothing but the digits.
 template <class Integer>
 void* ScanInteger(void* values, const KvString& text, const char* format, const char* plain,
-                  const char* plainUnsigned, ScanTrace* trace = nullptr) {
+                  const char* plainUnsigned) {
   if (values == nullptr || format == nullptr) return values;
-  if ((format == plain || format == plainUnsigned) && trace == nullptr &&
-      !KvIsWideCodeSet(text.GetCodeSet())) {
-    Integer value;
-    if (ReadShortInteger(text.StrGet(), value)) {
-      std::memcpy(values, &value, sizeof value);
-      return values;
-    }
-  }
-  ScalarArguments arguments = ArgumentsOf(Integer{});
-  if (ScanWithFormat(NarrowText(text).Get(), format, ConversionList::kInteger, arguments, trace) ==
-      1) {
-    const auto value = static_cast<Integer>(arguments.integer);
+  Integer value;
+  if ((format == plain || format == plainUnsigned) && !KvIsWideCodeSet(text.GetCodeSet()) &&
+      ReadShortInteger(text.StrGet(), value)) {
     std::memcpy(values, &value, sizeof value);
+    return values;
   }
-  return values;
+  return ScanIntegerByFormat<Integer>(values, text, format, nullptr);
 }
 
 // --- Characters ---
@@ -353,6 +358,13 @@ void* ScanFloat(void* values, KvString& text, const char* format, unsigned /*cou
   return ScanFloatingRow<float>(values, text, format);
 }
 
+template <class Integer>
+void TraceInteger(void* value, const KvString& text, const char* format, ScanTrace& trace) {
+  if (value != nullptr && format != nullptr) {
+    ScanIntegerByFormat<Integer>(value, text, format, &trace);
+  }
+}
+
 void TraceCharacter(void* value, const KvString& text, const char* /*format*/, ScanTrace& trace) {
   const NarrowText narrow(text);
   const char* at = narrow.Get();
@@ -366,13 +378,13 @@ void TraceCharacter(void* value, const KvString& text, const char* /*format*/, S
   std::memcpy(value, &byte, 1);
 }
 void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace) {
-  ScanInteger<o_2b>(value, text, format, nullptr, nullptr, &trace);
+  TraceInteger<o_2b>(value, text, format, trace);
 }
 void TraceLong(void* value, const KvString& text, const char* format, ScanTrace& trace) {
-  ScanInteger<o_4b>(value, text, format, nullptr, nullptr, &trace);
+  TraceInteger<o_4b>(value, text, format, trace);
 }
 void Trace8b(void* value, const KvString& text, const char* format, ScanTrace& trace) {
-  ScanInteger<o_8b>(value, text, format, nullptr, nullptr, &trace);
+  TraceInteger<o_8b>(value, text, format, trace);
 }
 void TraceFloat(void* value, const KvString& text, const char* format, ScanTrace& trace) {
   ScanFloatingRow<float>(value, text, format, &trace);
