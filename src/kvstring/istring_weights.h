@@ -202,10 +202,11 @@ constexpr std::uint64_t ZeroBytes(std::uint64_t word) {
 
 // Of eight bytes of two texts those that differ and the zero bytes of the first text: each has a
 // bit or more of its own eight, from below. Above the first zero byte other bits may be set too.
-struct AnyDifference {
+struct PlainDifference {
+  using Mask = std::uint64_t;
   static constexpr unsigned kBits = 8;
 
-  static std::uint64_t Stops(const unsigned char* a, const unsigned char* b) {
+  static Mask Stops(const unsigned char* a, const unsigned char* b) {
     const std::uint64_t left = LoadWord(a);
     return (left ^ LoadWord(b)) | ZeroBytes(left);
   }
@@ -213,9 +214,10 @@ struct AnyDifference {
 
 // The same for bytes that differ otherwise than in the case of an ASCII letter.
 struct PlainDifferenceBeyondCase {
+  using Mask = std::uint64_t;
   static constexpr unsigned kBits = 8;
 
-  static std::uint64_t Stops(const unsigned char* a, const unsigned char* b) {
+  static Mask Stops(const unsigned char* a, const unsigned char* b) {
     const std::uint64_t left = LoadWord(a);
     const std::uint64_t small = (left | 0x20 * kEachByte) & ~kTopBits;
     const std::uint64_t fromA = small + (0x80 - 'a') * kEachByte;
@@ -226,26 +228,47 @@ struct PlainDifferenceBeyondCase {
 };
 
 #if defined(__SSE2__)
-// In half of the instructions, and with one bit a byte.
-struct DifferenceBeyondCase {
+inline __m128i LoadEight(const unsigned char* at) {
+  return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(at));
+}
+
+// The places of the bytes that are zero in `left`, or not zero in `differing`: a bit for each.
+inline unsigned StopsOf(__m128i left, __m128i differing) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i passed =
+      _mm_andnot_si128(_mm_cmpeq_epi8(left, zero), _mm_cmpeq_epi8(differing, zero));
+  return static_cast<unsigned>(~_mm_movemask_epi8(passed) & 0xFF);
+}
+
+// Where words are of 32 bits: elsewhere one of 64 is no slower.
+struct VectorDifference {
+  using Mask = unsigned;
   static constexpr unsigned kBits = 1;
 
-  static std::uint64_t Stops(const unsigned char* a, const unsigned char* b) {
-    const __m128i zero = _mm_setzero_si128();
+  static Mask Stops(const unsigned char* a, const unsigned char* b) {
+    const __m128i left = LoadEight(a);
+    return StopsOf(left, _mm_xor_si128(left, LoadEight(b)));
+  }
+};
+
+// In half of the instructions, and with one bit a byte.
+struct DifferenceBeyondCase {
+  using Mask = unsigned;
+  static constexpr unsigned kBits = 1;
+
+  static Mask Stops(const unsigned char* a, const unsigned char* b) {
     const __m128i caseBits = _mm_set1_epi8(0x20);
-    const __m128i left = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(a));
-    const __m128i right = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(b));
+    const __m128i left = LoadEight(a);
     // The letters become the 26 lowest signed bytes.
     const __m128i fromA = _mm_add_epi8(_mm_or_si128(left, caseBits), _mm_set1_epi8(0x80 - 'a'));
     const __m128i letters = _mm_cmplt_epi8(fromA, _mm_set1_epi8(-128 + 26));
     const __m128i ignored = _mm_and_si128(letters, caseBits);
-    const __m128i others = _mm_andnot_si128(ignored, _mm_xor_si128(left, right));
-    const __m128i passed =
-        _mm_andnot_si128(_mm_cmpeq_epi8(left, zero), _mm_cmpeq_epi8(others, zero));
-    return static_cast<unsigned>(~_mm_movemask_epi8(passed) & 0xFF);
+    return StopsOf(left, _mm_andnot_si128(ignored, _mm_xor_si128(left, LoadEight(b))));
   }
 };
+using AnyDifference = std::conditional_t<sizeof(void*) >= 8, PlainDifference, VectorDifference>;
 #else
+using AnyDifference = PlainDifference;
 using DifferenceBeyondCase = PlainDifferenceBeyondCase;
 #endif
 
@@ -288,15 +311,16 @@ constexpr std::size_t SafeBytes(unsigned steps) {
 template <class Difference, class Text>
 inline std::size_t PassAlike(const Text& a, const Text& b, std::size_t safe, std::size_t at) {
   std::size_t word = at / 8 * 8;
-  std::uint64_t ahead = ~std::uint64_t{0} << Difference::kBits * (at - word);
+  using Mask = typename Difference::Mask;
+  Mask ahead = ~Mask{0} << Difference::kBits * (at - word);
   while (word + 8 < safe && a.HasWord(word) && b.HasWord(word)) {
-    const std::uint64_t stops = Difference::Stops(a.bytes + word, b.bytes + word) & ahead;
+    const Mask stops = Difference::Stops(a.bytes + word, b.bytes + word) & ahead;
     if (stops != 0) {
       return word + static_cast<unsigned>(std::countr_zero(stops)) / Difference::kBits;
     }
     word += 8;
     at = word;
-    ahead = ~std::uint64_t{0};
+    ahead = ~Mask{0};
   }
   return at;
 }
