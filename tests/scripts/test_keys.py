@@ -58,9 +58,13 @@ class Keys(KvtmTest):
                           self.good("unkey", schema, "--json", *keys).splitlines()],
                          [{"name": "Öl", "n": 70000}, {"name": "b", "n": None}])
         self.assertEqual(self.good("unkey", schema, "--csv", *keys), "name,n\r\nÖl,70000\r\nb,{NULL}\r\n")
-        rows = json.loads(self.good("unkey", schema, "--json", "--explain", keys[1]))
-        self.assertEqual("".join(row["bytes"] for row in rows), keys[1])
-        self.assertEqual({row["key"] for row in rows}, {keys[1]})
+        for command in (("unkey", schema, "--json", "--explain", keys[0]),
+                        ("key", schema, "--json", "--explain", *values[:2])):
+            rows = json.loads(self.good(*command))
+            self.assertEqual("".join(row["bytes"] for row in rows), keys[0])
+            self.assertEqual({row["key"] for row in rows}, {keys[0]})
+            self.assertEqual([row["offset"] for row in rows], [0, 1, 3, 4, 5, 6, 7, 8])
+            self.assertEqual(rows[-1]["what"], "n: 70000")
 
     def test_what_cannot_be_done_is_one_line(self):
         for status, words, arguments in [

@@ -448,6 +448,7 @@ class IntegerRanges(KvtmTest):
 
     def test_ends(self):
         for bits, signed, *rows in [
+            (8, True, "Kv1B_T", "KvNULL_1B_T"), (8, False, "KvU1B_T", "KvNULL_U1B_T"),
             (16, True, "Kv2B_T", "KvNULL_2B_T"), (16, False, "KvU2B_T", "KvNULL_U2B_T"),
             (32, True, "Kv4B_T", "KvINT_T", "KvENUM_T", "KvNULL_4B_T", "KvNULL_INT_T"),
             (32, False, "KvU4B_T", "KvUNSIGNED_T", "KvNULL_U4B_T", "KvNULL_UNSIGNED_T"),
@@ -459,12 +460,13 @@ class IntegerRanges(KvtmTest):
             for row in rows:
                 with self.subTest(row):
                     indicator = "00" if "NULL" in row else ""
+                    options = ("--number", "--") if bits == 8 else ("--",)
                     for value in (least, 5, most):
                         stored = value.to_bytes(bits // 8, "little", signed=signed).hex()
-                        self.assertEqual(self.good("store", row, "--", str(value)),
+                        self.assertEqual(self.good("store", row, *options, str(value)),
                                          indicator + stored + "\n")
                     for value in (least - 1, most + 1):
-                        self.fails(1, f"'{value}' & out of range", "store", row, "--", str(value))
+                        self.fails(1, f"'{value}' & out of range", "store", row, *options, str(value))
 
 
 class Help(KvtmTest):

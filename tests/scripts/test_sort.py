@@ -71,6 +71,10 @@ class Numbers(KvtmTest):
         good = sorted(int(line) for line in lines if line != "bad")
         self.assertEqual(output, "n\n" + "".join(f"{number}\n" for number in good))
 
+    def test_lines_that_end_as_windows_ends_them(self):
+        self.assertEqual(self.good("sort", "--csv", "KvString", "-u", "-k", "v",
+                                   stdin="n,v\r\n1,5\r\n2,5\n3,3\r\n"), "n,v\r\n3,3\r\n1,5\r\n")
+
     def test_nulls_among_values(self):
         lines = ["7", "{NULL}", "-3", "7", "{NULL}", "0"]
         self.assertEqual(self.good("sort", "KvNull_int", stdin="\n".join(lines)).split(),
