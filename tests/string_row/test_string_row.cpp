@@ -334,9 +334,10 @@ TEST_CASE("places of texts count the characters of the classes that a range has"
                 {"0", "z", "9", 9.0 / 35},    {"0", "z", "a", 10.0 / 35},
                 {" ", "9", "0", 160.0 / 169}, {" ", "z", "0", 160.0 / 195},
                 {" ", "z", "a", 170.0 / 195}};
-  for (const auto& [low, high, text, place] : kCases) {
-    CAPTURE(text);
-    CHECK(Range(low, high)(kvPredicateLess, text) == doctest::Approx(place).epsilon(0.001));
+  for (const auto& each : kCases) {
+    CAPTURE(each.text);
+    const float fraction = Range(each.low, each.high)(kvPredicateLess, each.text);
+    CHECK(fraction == doctest::Approx(each.place).epsilon(0.001));
   }
 }
 

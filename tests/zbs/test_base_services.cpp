@@ -8,7 +8,6 @@
 #include <ctime>
 #include <numeric>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/host.h"
@@ -163,15 +162,17 @@ TEST_CASE("the clock agrees with the C library in the zone of TZ") {
   CHECK(utc.time.zoneOffset == 0);
   CHECK(utc.nanosecond < 1000000000);
   // One of these zones is in another day than UTC at any time.
-  for (const auto& [zone, hours] : {std::pair("XYZ-14", 14), std::pair("XYZ+12", -12)}) {
-    setenv("TZ", zone, 1);
+  for (const int hours : {14, -12}) {
+    CAPTURE(hours);
+    setenv("TZ", hours > 0 ? "XYZ-14" : "XYZ+12", 1);
+    o_8b off = 0;
     for (int tries = 0; tries < 3; ++tries) {  // midnight may pass between two calls
       bksgetdate(date);
       bksgettime(time);
-      if (std::abs(seconds({date, time, 0}) - std::time(nullptr) - hours * 3600) <= 2) break;
+      off = std::abs(seconds({date, time, 0}) - std::time(nullptr) - hours * 3600);
+      if (off <= 2) break;
     }
-    CAPTURE(hours);
-    CHECK(std::abs(seconds({date, time, 0}) - std::time(nullptr) - hours * 3600) <= 2);
+    CHECK(off <= 2);
   }
 
   CHECK((KvSetTimeZoneSource([] { return kvNoTimeZone; }) == nullptr));
