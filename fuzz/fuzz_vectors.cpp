@@ -147,13 +147,25 @@ void Encode(const Input& input, Answers& answers) {
   answers.Add(out);
 }
 
+// A search keeps what it worked out for the next one of the same pattern, with whatever vectors it
+// did. Two others drive that out, and each other.
+void ForgetSearch(const KvString& text) {
+  KvString others(text);
+  for (const char* pattern : {"5", "6"}) {
+    others.Expand(100, '7');
+    others.Find(KvString(pattern));
+  }
+}
+
 // Length, copies, case and search.
 void Edit(const Input& input, Answers& answers, bool wide) {
   KvString text = TextOf(input, 0, wide);
   text.SetLanguage(static_cast<unsigned char>(1 + input.option % 19));
   answers.Add(text);
-  const KvString pattern = TextOf(input, 1, wide, 1 + input.option % 4);
-  for (const unsigned short operation : std::initializer_list<unsigned short>{0, 0x20, 0x40}) {
+  KvString pattern = TextOf(input, 1, wide, 1 + input.option % 4);
+  pattern.SetLanguage(text.GetLanguage());
+  ForgetSearch(text);
+  for (const unsigned short operation : std::initializer_list<unsigned short>{0, 0x60, 0x260}) {
     answers.Add(text.Find(pattern, static_cast<unsigned short>(input.shifts[0]), operation));
   }
   KvString copy(text);
@@ -176,7 +188,7 @@ void Compare(const Input& input, Answers& answers, bool wide) {
   }
   const auto language = static_cast<unsigned char>(1 + input.option % 19);
   const unsigned char codeSet = wide ? 253 : 1;
-  for (const unsigned short operation : std::initializer_list<unsigned short>{0, 0x20}) {
+  for (const unsigned short operation : std::initializer_list<unsigned short>{0, 0x60}) {
     answers.Add(Sign(KvStrCmp(codeSet, language, texts[0]->Chars(), codeSet, language,
                               texts[1]->Chars(), operation, -1, 1, nullptr)));
   }
@@ -240,7 +252,23 @@ void RunStored(const Input& input, Answers& answers) {
   HashAndKeys(answers, input, values, first.Get(), values.count * values.stride, values.format);
 }
 
-// The same in memory, and stored again in either byte order.
+bool IsNullable(char row) {
+  return (row >= KvNULL_1B_T && row <= KvNULL_KVINT64_T) || row == KvNULL_8B_T ||
+         row == KvNULL_U8B_T;
+}
+
+// Makes nulls of some values, which keep their scalars: these are no matter. The mark stands behind
+// the scalar, and in the stored form behind it is the end.
+void SetNulls(const Input& input, const Values& values, const Block& memory) {
+  const std::size_t width = memory.Size() / values.count;
+  const std::size_t every = 1 + input.shifts[0] % 9;
+  for (std::size_t i = 0; i < values.count; i += every) {
+    memory.Get()[i * width + values.stride - 1] = 1;
+  }
+}
+
+// The same in memory, some of the values made null where there is one, and stored again in either
+// byte order.
 void RunInMemory(const Input& input, Answers& answers) {
   const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
   const Values values = ValuesOf(input);
@@ -249,6 +277,7 @@ void RunInMemory(const Input& input, Answers& answers) {
   const Block memory(input.shifts[1] / 8 * 8,
                      std::size_t{values.count} * types.MemLenGet(values.row, 1));
   answers.Add(types.Load(values.row, memory.Get(), stored.Get(), values.format, values.count));
+  if (IsNullable(values.row)) SetNulls(input, values, memory);
   HashAndKeys(answers, input, values, memory.Get(), 0, 8);
   for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
     const Block again(input.shifts[0], std::size_t{values.count} * values.stride);

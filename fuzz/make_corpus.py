@@ -347,10 +347,32 @@ def fuzz_vectors(golden, _):
         yield seed(0, 255 - 60 * i, 150 + 67 * i, script.encode(), (140 + i, 0x80))
         yield seed(1, 255 - 60 * i, 300 + 67 * i, script.encode("utf-16-le"))
         yield seed(3, 19 * i + i, 600 + 67 * i, script.encode("utf-16-le"), (0x8000, ord("x")), (0x4000 | 250, ord("x")))
+        # Damage where blocks and vectors meet.
+        for place, byte in ((31, 0x41), (32, 0x80), (63, 0xE0), (64, 0x41), (65, 0x41), (66, 0xC3)):
+            yield seed(0, 200, 150 + 16 * i, script.encode(), (place, byte))
+    for bad in (*BAD_UTF8, b"\xe0\x9f\xbf"):
+        yield seed(0, 255, 200, "\u4eca\u5929".encode() * 7 + bad + "\u4eca\u5929".encode() * 2)
+    # A character of another length at every place of a block: 37 shares no factor with its size.
+    for text in ("x" * 34 + "\u20ac", "\u00e9" * 17 + "\u20ac", "\u20ac" * 12 + "x", "x" * 35 + "\u00e9"):
+        yield seed(0, 200, 1300, text.encode())
+    for far in "\uff4b\u212a\u1e31":  # beyond what is listed, and alike where less counts
+        yield seed(3, 4, 600, (far + "xxxxxxxxx").encode("utf-16-le"), (0x8000, ord("k")), (0x8001, 0))
+    for form, code in ((0, "<"), (1, ">")):
+        for row, letter in ((3, "d"), (4, "f")):
+            option = next(n for n in range(128 * form, 256) if n % 47 == row)
+            values = struct.pack(code + 5 * letter, -0.0, 1.5, float("nan"), -1.0, 0.0)
+            yield seed(6 + form, option, 900, values)
     for i, word in enumerate((b"abcdef", b"Stra\xdfe ")):
-        yield seed(2, i, 300, word, (0x8000, ord("z")), (0x4000 | 270, ord("z")))
+        wide = word.decode("latin-1").encode("utf-16-le")
+        for place in (270, 290, 298):
+            yield seed(2, 4 * i, 300, word, (0x8000, ord("z")), (0x4000 | place, ord("z")))
+            yield seed(3, 4 * i, 300, wide, (0x8000, ord("z")), (0x4000 | place, ord("z")))
         yield seed(4, i, 130, word, (0x8000 | 120, ord("C")), (0xC005, 0))
-        yield seed(5, i, 200, word.decode("latin-1").encode("utf-16-le"), (0x8000 | 180, ord("C")))
+        yield seed(5, i, 200, wide, (0x8000 | 180, ord("C")))
+    for language, run in RUNS.items():
+        option = next(n for n in range(256) if 1 + n % 19 == language and n % 4 == 1)
+        yield seed(3, option, 200, (run + "x" * 9).encode("utf-16-le"))
+        yield seed(3, option, 200, (run.title() + "x" * 9).encode("utf-16-le"), (0x8000, ord(run[0])))
     for row in (*range(0, 11), 26, 27, *NULLABLES):
         once = b"".join(value[row % 2] for value in golden[row].some(4))[:48]
         option = row if row % 2 == 0 else next(n for n in range(128, 256) if n % 47 == row)
