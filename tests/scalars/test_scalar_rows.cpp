@@ -10,6 +10,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "kv.h"
@@ -476,4 +477,33 @@ TEST_CASE("long runs of bytes compare as memcmp has it, with all vectors, wherev
               sign(std::memcmp(left, right, count)));
     }
   });
+}
+
+TEST_CASE("whole numbers are read alike at every length, whatever stands around them") {
+  const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+  const std::string allDigits = "9081726354627180945";
+  for (const std::string before : {"", "-", "+", " \t", "\n -"}) {
+    for (std::size_t count = 0; count <= allDigits.size(); ++count) {
+      // The neighbours of the digits, a digit with its top bit set, and what follows a number.
+      for (const std::string behind : {"", "/", ":", "\xB9", " 1", "x12345678", "\xFF\x01"}) {
+        const std::string text = before + allDigits.substr(0, count) + behind;
+        KvString exact(text.c_str());
+        KvString roomy(std::string(text.size() + 20, '7').c_str());
+        roomy.Cut(0, static_cast<unsigned short>(text.size() + 20));
+        roomy << text.c_str();
+        INFO(text);
+        for (KvString* each : {&exact, &roomy}) {
+          o_4b number = -5;
+          o_8b longNumber = -5;
+          types.ScanFromKvString(Kv4B_T, &number, *each, nullptr, 1);
+          types.ScanFromKvString(Kv8B_T, &longNumber, *each, nullptr, 1);
+          char* end = nullptr;
+          const long long read = std::strtoll(text.c_str(), &end, 10);
+          const long long expected = end == text.c_str() ? -5 : read;
+          CHECK(longNumber == expected);
+          CHECK(number == std::clamp<long long>(expected, -2147483647 - 1, 2147483647));
+        }
+      }
+    }
+  }
 }

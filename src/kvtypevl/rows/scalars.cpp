@@ -4,6 +4,7 @@
 // and knows its row's default format, which stands in for formats that do not parse. Characters and
 // floating numbers add rules of their own.
 #include "kvtypevl/rows/scalars.h"
+#include "kvbase/run.h"
 
 #include <algorithm>
 #include <cmath>
@@ -78,22 +79,55 @@ KvString& PrintInteger(KvString& out, const void* values, const char* format,
   return PrintFormatted(out, value, format, rowFormat);
 }
 
-// Reads what nearly all texts are: blanks, a sign, and not so many digits that they could overflow.
-// False, and nothing read, for any other text.
+// Four to eight bytes of a block that has so many at `at`, as a word whose lowest byte is the
+// first.
+inline std::uint64_t LoadUpToEight(const unsigned char* at, std::size_t count) {
+  if (count >= 8) return LoadWord(at);
+  const std::uint64_t last = ReadUnit<std::uint32_t>(at + count - 4, kHostIsBig);
+  return ReadUnit<std::uint32_t>(at, kHostIsBig) | last << 8 * (count - 4);
+}
+
+// The number whose digits, 0 to 9, a word's bytes are, the first one lowest.
+constexpr unsigned NumberOfDigits(std::uint64_t digits) {
+  digits = (digits * (10 * 0x100 + 1) >> 8) & 0x00FF00FF00FF00FF;
+  digits = (digits * (100 * 0x10000 + 1) >> 16) & 0x0000FFFF0000FFFF;
+  return static_cast<unsigned>(digits * (10000 * 0x100000000 + 1) >> 32);
+}
+
+// Reads the digits at `at` in a block that ends at `end`, up to eight. Result: how many there are.
+inline unsigned ReadEightDigits(const char* at, const char* end, unsigned& magnitude) {
+  const auto room = static_cast<std::size_t>(end - at);
+  if (sizeof(void*) < 8 || room < 4) return 0;
+  constexpr std::uint64_t kEachByte = 0x0101010101010101;
+  const auto* bytes = reinterpret_cast<const unsigned char*>(at);
+  const std::uint64_t digits = LoadUpToEight(bytes, room) ^ '0' * kEachByte;
+  // The first byte of 10 or more gets its top bit set; what it carries changes the later ones
+  // alone.
+  const std::uint64_t others = ((digits + 0x76 * kEachByte) | digits) & 0x80 * kEachByte;
+  const auto bits = static_cast<unsigned>(std::countr_zero(others)) / 8 * 8;
+  if (bits == 0) return 0;
+  magnitude = NumberOfDigits(digits << (64 - bits));
+  return bits / 8;
+}
+
+// Reads what nearly all texts are: blanks, a sign, and not so many digits that they could overflow,
+// in a block that ends at `end`. False, and nothing read, for any other text.
 template <class Integer>
-[[gnu::always_inline]] inline bool ReadShortInteger(const char* text, Integer& value) {
+[[gnu::always_inline]] inline bool ReadShortInteger(const char* text, const char* end,
+                                                    Integer& value) {
   constexpr unsigned kDigits = sizeof(Integer) == 8 ? 18 : 9;
   text = SkipBlanks(text);
   const bool negative = *text == '-';
   if (negative || *text == '+') ++text;
-  std::conditional_t<sizeof(Integer) == 8, unsigned long long, unsigned> magnitude = 0;
-  unsigned left = kDigits + 1;
-  for (; IsDigit(*text); ++text) {
-    if (--left == 0) return false;
-    magnitude = magnitude * 10 + static_cast<unsigned>(*text - '0');
+  unsigned first = 0;
+  unsigned read = ReadEightDigits(text, end, first);
+  std::conditional_t<sizeof(Integer) == 8, unsigned long long, unsigned> magnitude = first;
+  for (; IsDigit(text[read]); ++read) {
+    if (read == kDigits) return false;
+    magnitude = magnitude * 10 + static_cast<unsigned>(text[read] - '0');
   }
   value = static_cast<Integer>(negative ? 0 - magnitude : magnitude);
-  return left != kDigits + 1;
+  return read != 0;
 }
 
 // Apart, so that a plain number does not pay for what it needs.
@@ -115,8 +149,9 @@ void* ScanInteger(void* values, const KvString& text, const char* format, const 
                   const char* plainUnsigned) {
   if (values == nullptr || format == nullptr) return values;
   Integer value;
+  const auto* units = reinterpret_cast<const char*>(StringAccess::Buffer(text));
   if ((format == plain || format == plainUnsigned) && !KvIsWideCodeSet(text.GetCodeSet()) &&
-      ReadShortInteger(text.StrGet(), value)) {
+      units != nullptr && ReadShortInteger(units, units + text.GetBufferSize(), value)) {
     std::memcpy(values, &value, sizeof value);
     return values;
   }
