@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "faults/allocator.h"
+#include "kvchecked.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ const StringEdit kStringEdits[] = {
     {"upper case", [](KvString& text, const KvString&) { text.ToUpper(); }},
     {"widen", [](KvString& text, const KvString&) { text.SetCodeSet(kvCodeSetUnicode); }},
     {"map", [](KvString& text, const KvString&) { text.MapToCodeSet(4); }},
-    {"copy mapped", [](KvString& text, const KvString& other) { text.CopyMapped(other, 1, -1); }},
+    {"copy mapped", [](KvString& text, const KvString& other) { text.CopyMapped(other, 253, -1); }},
     {"decode", [](KvString& text, const KvString&) { KvMBS2KvString("caf\xC3\xA9", text, 5); }},
 };
 
@@ -182,6 +183,80 @@ TEST_CASE("functions that make texts give up cleanly when memory is short") {
     CHECK((result == 5 || (result == -1 && fault.Struck() && bytes == nullptr)));
     delete[] bytes;
   });
+  ForEachAllocation("print into a buffer", [&](Fault& fault) {
+    KvString list(text);
+    list.Fill(100, 'x');
+    char buffer[128];
+    KvPrinted printed{};
+    fault.In([&] {
+      printed = KvPrintChecked(*DefaultTypeMgr(nullptr), KvSTRING_T, buffer, sizeof buffer, &list,
+                               nullptr);
+    });
+    CHECK(printed.status == (fault.Struck() ? kvNoMemory : kvOk));
+    CHECK((printed.length == 100 || fault.Struck()));
+  });
+  // Three letters for each ligature are more than a transformation makes room for at first.
+  ForEachAllocation("transform", [&](Fault& fault) {
+    const KvString before(
+        reinterpret_cast<const unsigned short*>(u"\uFB03\uFB03\uFB03\uFB03\uFB03"));
+    KvString after(before);
+    KvCharToUpper operation;
+    fault.In([&] { after.Transform(operation); });
+    CHECK((fault.Struck() ? SameText(after, before) : after.Len() == 15));
+  });
+  ForEachAllocation("load turned units", [&](Fault& fault) {
+    const KvString wide(reinterpret_cast<const unsigned short*>(u"\u00E9\u20AC"));
+    unsigned char stored[16];
+    const unsigned size = DefaultTypeMgr(nullptr)->Store(KvSTRING_T, stored, &wide, 2, 1);
+    KvString loaded("before");
+    unsigned taken = 0;
+    fault.In([&] { taken = DefaultTypeMgr(nullptr)->Load(KvSTRING_T, &loaded, stored, 2, 1); });
+    CHECK(taken == (fault.Struck() ? 0 : size));
+    CHECK(SameText(loaded, fault.Struck() ? KvString("before") : wide));
+  });
+  // A key, and a text of many hexadecimal digits, into values that are made whole or not at all.
+  const KvBlob bytes("abc", 3);
+  const KvIString weighted("abc");
+  KvString plain("abc");
+  plain.SetCodeSetCode(kvCodeSetBytes);
+  const struct {
+    KvSortKeyKind kind;
+    const void* value;
+  } kinds[] = {{{.type = KvSTRING_T}, &text},
+               {{.type = KvSTRING_T, .options = kvSortKeyPlainBytes}, &plain},
+               {{.type = KvBLOB_T}, &bytes},
+               {{.type = KvISTRING_T}, &weighted}};
+  for (const auto& each : kinds) {
+    const KvSortKeyKind& kind = each.kind;
+    const void* const value = each.value;
+    const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+    const auto read = [&](const char* name, int shortage, int expected, auto into) {
+      ForEachAllocation(name, [&](Fault& fault) {
+        KvString string("before");
+        KvBlob blob("before", 6);
+        KvIString weights("before");
+        void* back = kind.type == KvBLOB_T     ? static_cast<void*>(&blob)
+                     : kind.type == KvSTRING_T ? static_cast<void*>(&string)
+                                               : &weights;
+        int status = kvOk;
+        fault.In([&] { status = into(back); });
+        const int length = kind.type == KvBLOB_T     ? blob.Length()
+                           : kind.type == KvSTRING_T ? string.Len()
+                                                     : weights.Len();
+        CHECK((status == kvOk ? length == expected
+                              : fault.Struck() && status == shortage && length == 6));
+      });
+    };
+    unsigned char key[32];
+    std::size_t size = 0;
+    CHECK(KvSortKey(kind, value, 0, 8, key, sizeof key, size) == kvOk);
+    read("read a key", kvNotSupported, value == &text ? 7 : 3,
+         [&, length = size](void* back) { return KvSortKeyValue(kind, key, length, back, size); });
+    KvString digits;
+    digits.Fill(1200, '7');
+    read("read a text", kvNoMemory, kind.type == KvBLOB_T ? 600 : 1200,
+         [&](void* back) { return KvScanChecked(types, kind.type, back, digits, nullptr).status; });
+  }
   ForEachAllocation("attach", [&](Fault& fault) {
     ___KvTypemgrContext(0);
     fault.In([&] { ___KvTypemgrContext(1); });

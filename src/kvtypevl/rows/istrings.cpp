@@ -370,9 +370,9 @@ KvScanned WeightedStringRow<Weights>::ScanChecked(void* value, const KvString& t
                                                   const char* /*format*/) {
   const unsigned length = text.Len();
   if (const unsigned place = FirstWithoutPlace(text); place < length) return {kvOutOfRange, place};
-  const Value read(NarrowText(text).Get());
+  Value read(NarrowText(text).Get());
   if (std::strlen(read.StrGet()) != length) return {kvNoMemory, 0};
-  *static_cast<Value*>(value) = read;
+  *static_cast<Value*>(value) = std::move(read);
   return {kvOk, length};
 }
 
