@@ -55,7 +55,6 @@ unsigned HashText(const Text& text) {
 unsigned HashText(const Text& text, short length) {
   if (length < 0) return HashText(text);
   if (text.IsNull()) return kvNullHash;
-  if (length == 0) return 0;
   if (text.codeSet == kvCodeSetBytes) return HashBytes(text.units, static_cast<unsigned>(length));
   return HashOrders(text, length);
 }

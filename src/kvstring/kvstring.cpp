@@ -248,9 +248,9 @@ KvString operator+(const char* a, const KvString& b) {
 // The last unit of the block is the terminator whatever has been written there, so a text that
 // lost its own cannot lead anybody out of the block.
 unsigned short KvString::Len() const {
-  const unsigned units = kv::UnitsIn(bufferSize_, codeSet_);
-  if (units == 0) return 0;
-  return static_cast<unsigned short>(kv::TextLength(buffer_, KvIsWideCodeSet(codeSet_), units - 1));
+  // Without a buffer it is 0, whatever the limit.
+  const unsigned limit = kv::UnitsIn(bufferSize_, codeSet_) - 1;
+  return static_cast<unsigned short>(kv::TextLength(buffer_, KvIsWideCodeSet(codeSet_), limit));
 }
 
 bool KvString::IsEmpty() const {
@@ -281,8 +281,8 @@ void KvString::d_deactivate() {
   StringAccess::Replace(*this, nullptr, 0);
 }
 
+// From itself a string takes the text back.
 void KvString::Destruct(KvString& other) {
-  if (this == &other) return;
   StringAccess::Replace(*this, std::exchange(other.buffer_, nullptr),
                         std::exchange(other.bufferSize_, static_cast<unsigned short>(0)));
   codeSet_ = other.codeSet_;

@@ -101,7 +101,6 @@ KvString::operator long long() const {
 }
 
 KvString::operator double() const {
-  if (buffer_ == nullptr) return 0.0;
   const kv::NarrowText text(*this);
   return kv::ScanDefaultFloat(text.Get(), text.End());
 }

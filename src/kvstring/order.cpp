@@ -30,15 +30,13 @@ struct Letter {
   bool hasExtension;
 };
 
-// kvBadArgument when the order is negative as a signed number. Every other order decodes, whether
-// it is a letter's or not.
-int DecodeLetter(unsigned short order, Letter& letter) {
-  if (order >= kFirstOtherOrder) return kvBadArgument;
+Letter DecodeLetter(unsigned short order) {
+  Letter letter;
   letter.isUpper = (order >> 12 & 3) == 0;
   letter.accent = order >> 7 & 31;
   letter.character = static_cast<unsigned char>((order >> 2 & 31) + 62 + (letter.isUpper ? 0 : 32));
   letter.hasExtension = (order & 3) != 0;
-  return kvOk;
+  return letter;
 }
 
 constexpr const char* kAccentNames[] = {"",
@@ -167,8 +165,7 @@ unsigned DigitOfOrder(unsigned short order) {
 }
 
 void ConvertLetter(unsigned short order, unsigned char& ch, bool findAccented, const char** name) {
-  Letter letter;
-  if (DecodeLetter(order, letter) != kvOk) return;
+  const Letter letter = DecodeLetter(order);
   ch = letter.character;
   if (letter.accent == 0 || !findAccented) return;
   if (const unsigned char accented = FindAccented(order)) ch = accented;
@@ -176,8 +173,7 @@ void ConvertLetter(unsigned short order, unsigned char& ch, bool findAccented, c
 }
 
 void DescribeLetter(unsigned short order, KvString& text) {
-  Letter letter;
-  if (DecodeLetter(order, letter) != kvOk) return;
+  const Letter letter = DecodeLetter(order);
   text = letter.isUpper ? "upper " : "lower ";
   text << "letter " << static_cast<char>(letter.character);
   // Accents without a name still announce themselves.

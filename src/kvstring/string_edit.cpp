@@ -209,7 +209,6 @@ bool StringAccess::Edit(KvString& target, const StringEdit& edit) {
   const unsigned width = UnitWidth(target.codeSet_);
   const unsigned oldUnits = UnitsIn(target.bufferSize_, target.codeSet_);
   const unsigned size = LimitBufferSize(SizeAfter(edit, oldUnits * width, width));
-  if (size < width) return true;
   unsigned char* block = AllocateBlock(size);
   if (block == nullptr) return false;
 

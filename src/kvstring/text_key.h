@@ -62,7 +62,7 @@ unsigned char* WriteTextKeyBase(const Text& text, unsigned short cmpOp, unsigned
 // key (when `value` is null only its end is looked for); kvOverflow for more orders than a string
 // holds; kvNotSupported when memory is short. `value` changes only with kvOk.
 int ReadTextKey(KeySource& source, unsigned short cmpOp, KvString* value);
-// The same walk, for its pieces. kvOk or kvBadArgument.
-int ReadTextKeyPieces(KeySource& source, unsigned short cmpOp, void* taker, TakePiece take);
+// The same walk over a key that is known to be one, for its pieces.
+void ReadTextKeyPieces(KeySource& source, unsigned short cmpOp, void* taker, TakePiece take);
 
 }  // namespace kv

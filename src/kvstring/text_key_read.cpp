@@ -121,8 +121,12 @@ class MarkReader {
   // False for bytes that are no mark, or not here.
   bool Next(Mark& mark) {
     unsigned char byte;
+    return source_.Take(byte) && Decode(byte, mark);
+  }
+
+ private:
+  bool Decode(unsigned char byte, Mark& mark) {
     unsigned number = 0;
-    if (!source_.Take(byte)) return false;
     if (byte == kTextKeyEnd || byte == kTextKeyEndOfClass20) {
       mark = {Mark::About::kEnd, 0, byte == kTextKeyEnd ? 1u : 20u, false};
       return true;
@@ -143,7 +147,6 @@ class MarkReader {
            Place(mark, Mark::About::kCase, number / 3, 3 - number % 3, true);
   }
 
- private:
   bool TakeNumber(unsigned char byte, const MarkCode& code, unsigned& number) {
     const unsigned step = code.isMirrored ? code.begin - byte : byte - code.begin;
     number = step;
@@ -182,11 +185,10 @@ class Orders {
   Orders(unsigned short* orders, unsigned count, unsigned short cmpOp)
       : orders_(orders), count_(count), cmpOp_(cmpOp) {}
 
-  // False for a mark that this text cannot have.
+  // False for a mark that this text cannot have. It is on one of its orders.
   bool Apply(const Mark& mark) {
     if (mark.about != Mark::About::kAccent) MakePlain();
     if (mark.about == Mark::About::kEnd) return mark.value == 1 || count_ != 0;
-    if (mark.position >= count_) return false;
     unsigned short& order = orders_[mark.position];
     switch (mark.about) {
       case Mark::About::kAccent:
@@ -266,7 +268,7 @@ bool PassMarks(KeySource& source, unsigned count) {
 
 }  // namespace
 
-int ReadTextKeyPieces(KeySource& source, unsigned short cmpOp, void* taker, TakePiece take) {
+void ReadTextKeyPieces(KeySource& source, unsigned short cmpOp, void* taker, TakePiece take) {
   std::size_t offset = source.Taken();
   const auto give = [&](KvSortKeyPart part, unsigned position, unsigned value) {
     take(taker, {part, position, value, offset, source.Taken() - offset});
@@ -274,19 +276,17 @@ int ReadTextKeyPieces(KeySource& source, unsigned short cmpOp, void* taker, Take
   };
   LevelOneReader reader(source, cmpOp);
   unsigned count = 0;
-  for (unsigned primary;; ++count) {
-    if (!reader.Next(primary)) return kvBadArgument;
-    if (primary == 0) break;
+  for (unsigned primary; reader.Next(primary) && primary != 0; ++count) {
     give(kvKeyOrder, count, IsLetter(primary) ? primary | 0x1000 : primary);
   }
   give(kvKeyBase, count, 0);
   static constexpr KvSortKeyPart kParts[] = {kvKeyAccent, kvKeyCase, kvKeyVariant, kvKeyEnd};
   MarkReader marks(source);
-  for (Mark mark;;) {
-    if (!marks.Next(mark) || mark.position >= std::max(count, 1u)) return kvBadArgument;
+  Mark mark{};
+  do {
+    marks.Next(mark);
     give(kParts[static_cast<int>(mark.about)], mark.position, mark.value);
-    if (mark.about == Mark::About::kEnd) return kvOk;
-  }
+  } while (mark.about != Mark::About::kEnd);
 }
 
 int ReadTextKey(KeySource& source, unsigned short cmpOp, KvString* value) {

@@ -388,7 +388,6 @@ int KvTypeMgr::SetNullValue(char id, void* value) {
 KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, const void* values, const char* format,
                                      unsigned count) const {
   const KvTypeDescriptor& row = Row(id);
-  if (row.print == nullptr) return out;
   if (format == nullptr) format = row.format;
   // A run of characters prints as one text.
   if (count < 2 || row.print == kv::PrintCharacters) {
@@ -400,7 +399,6 @@ KvString& KvTypeMgr::PrintToKvString(char id, KvString& out, const void* values,
 void* KvTypeMgr::ScanFromKvString(char id, void* values, const KvString& text, const char* format,
                                   unsigned count) const {
   const KvTypeDescriptor& row = Row(id);
-  if (row.scan == nullptr) return values;
   // Scan functions read their text, though their type does not say so.
   return row.scan(values, const_cast<KvString&>(text), format != nullptr ? format : row.format,
                   count);

@@ -17,6 +17,10 @@ constexpr int kSameMinor = 0x1;
 constexpr int kReleaseNotNewer = 0x2;
 constexpr int kBuildNotNewer = 0x4;
 
+void TellAssertion(const char* text, const char* source, int line) {
+  std::fprintf(stderr, "assertion failed: %s (%s:%d)\n", text, source, line);
+}
+
 // A configuration value's key is its section, a slash and its name. False when that does not fit.
 bool MakeKey(char (&key)[64], const char* section, const char* name) {
   const int length = std::snprintf(key, sizeof key, "%s/%s", section, name);
@@ -26,11 +30,7 @@ bool MakeKey(char (&key)[64], const char* section, const char* name) {
 }  // namespace
 
 void KIVO_assert(const char* text, const char* source, int line) {
-  if (assertHandler != nullptr) {
-    assertHandler(text, source, line);
-    return;
-  }
-  std::fprintf(stderr, "assertion failed: %s (%s:%d)\n", text, source, line);
+  (assertHandler != nullptr ? assertHandler : TellAssertion)(text, source, line);
 }
 
 KvAssertHandler KIVO_SetAssertHandler(KvAssertHandler handler) {

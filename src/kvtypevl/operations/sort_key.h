@@ -329,14 +329,14 @@ struct NullableKeys {
 
   static int Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
     unsigned char indicator;
-    if (!source.Take(indicator)) return kvBadArgument;
+    const bool isThere = source.Take(indicator);
     Nullable read;
-    if (indicator == 1) {
+    if (isThere && indicator == 1) {
       typename Key::Value scalar;
       const int status = FixedKeys<Key, typename Key::Members>::Read(source, kind, false, &scalar);
       if (status != kvOk) return status;
       read = scalar;
-    } else if (indicator != (nullsHigh ? 0xFF : 0x00)) {
+    } else if (!isThere || indicator != (nullsHigh ? 0xFF : 0x00)) {
       return kvBadArgument;
     }
     if (value != nullptr) std::memcpy(value, static_cast<const void*>(&read), sizeof read);

@@ -269,7 +269,6 @@ float BlobRow::Evaluate(KvIdxBounds* bounds, unsigned short& predicate, void* va
 unsigned BlobRow::Hash(unsigned char format, unsigned length, void* value, unsigned count,
                        int& status) {
   status = kvOk;
-  if (count == 0) return 0;
   unsigned combined = 0;
   BlobRun run(format, length, value, count);
   BlobView blob;
@@ -385,7 +384,6 @@ void* ScanBlob(void* values, KvString& text, const char* /*format*/, unsigned /*
 int BlobCompare(unsigned char format, unsigned length1, void* value1, unsigned length2,
                 void* value2, unsigned short /*cmpOp*/, unsigned count, int& status) {
   status = kvOk;
-  if (count == 0) return 0;
   kv::BlobRun left(format, length1, value1, count);
   kv::BlobRun right(format, length2, value2, count);
   kv::BlobView a;

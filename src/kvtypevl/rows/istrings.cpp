@@ -32,15 +32,12 @@ class WeightedRun {
 
   WeightedRun(unsigned char format, unsigned length, const void* values, unsigned count)
       : memory_(Format{format}.IsMemory() ? static_cast<const Value*>(values) : nullptr),
-        visible_(count == 0 ? 0 : VisibleElements(length, sizeof(Value), count)),
         stored_(memory_ != nullptr ? nullptr : values, length, Format{format}, count) {}
 
-  // 0; kvBufferShort when the buffer ends before the next text, kvNotSupported when its stored
-  // length cannot be right.
+  // 0; kvBufferShort when the buffer ends before the next stored text, kvNotSupported when its
+  // length cannot be right. Values in memory are there.
   int Next(WeightedText& text) {
     if (memory_ == nullptr) return NextStored(text);
-    if (visible_ == 0) return kvBufferShort;
-    --visible_;
     text = TextOf(memory_->StrGet(), std::strlen(memory_->StrGet()), memory_->GetFlags());
     ++memory_;
     return kvOk;
@@ -74,7 +71,6 @@ class WeightedRun {
   }
 
   const Value* memory_;
-  unsigned visible_;
   StoredStringRun stored_;
   KvString narrow_;
 };
@@ -206,7 +202,6 @@ int CompareInMemory(const KvWeightedString<Weights>* values1,
                     const KvWeightedString<Weights>* values2, unsigned length1, unsigned length2,
                     unsigned count, int& status) {
   constexpr unsigned kStride = sizeof(KvWeightedString<Weights>);
-  if (count == 0) return 0;
   const unsigned visible =
       std::min(VisibleElements(length1, kStride, count), VisibleElements(length2, kStride, count));
   for (unsigned i = 0; i < visible; ++i) {

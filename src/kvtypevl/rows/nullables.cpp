@@ -28,7 +28,6 @@ unsigned NullableRow<ScalarRowType>::Hash(unsigned char formatByte, unsigned len
   const Format format{static_cast<unsigned char>(formatByte & 0x0F)};
   const auto* at = static_cast<const unsigned char*>(value);
   status = kvOk;
-  if (count == 0) return 0;
   const unsigned stride = Codec::Stride(format);
   const unsigned visible = VisibleElements(length, stride, count);
   if (visible < count) status = kvBufferShort;

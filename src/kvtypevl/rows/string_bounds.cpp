@@ -113,9 +113,8 @@ void RecordInMemory(unsigned char*& bound, unsigned char& length, const KvString
   if (bound != nullptr || count > kLongestBound / sizeof(KvString)) return;
   unsigned size = count * static_cast<unsigned>(sizeof(KvString));
   for (unsigned index = 0; index < count; ++index) size += TextRoom(strings[index]);
-  if (size > kLongestBound) return;
   unsigned char image[kLongestBound] = {};
-  RecordBound(bound, length, image, size);
+  RecordBound(bound, length, image, size);  // nothing, if that is more
   if (bound == nullptr) return;
 
   unsigned char* text = bound + count * sizeof(KvString);
@@ -166,7 +165,7 @@ float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short predicate
   if (count == 0 || value == nullptr) return 0;
   const Format form{format};
   Text first;
-  if (!ReadFirst(value, 0, form, first)) return 0;
+  ReadFirst(value, 0, form, first);  // there is one, as long as its length field says
   const Constant constant(first);
 
   float fraction = 0;

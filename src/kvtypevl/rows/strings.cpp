@@ -141,7 +141,6 @@ int StepInMemory(KvString& string, unsigned char stepOp) {
 unsigned HashAnyStrings(unsigned char format, unsigned length, const void* values, unsigned count,
                         int& status, StringRowFlag /*row*/) {
   status = kvOk;
-  if (count == 0) return 0;
   const Format form{format};
   return form.IsMemory() ? HashRunOf<MemoryStringRun>(values, length, form, count, status)
                          : HashRunOf<StoredStringRun>(values, length, form, count, status);
