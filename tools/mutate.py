@@ -266,7 +266,7 @@ class Known:
         if not entry["why"].strip():
             sys.exit(f"mutate: {KNOWN.name}: no reason for {entry['after']!r}")
         count = text.count((entry["above"] + " " if "above" in entry else "") + entry["before"])
-        if count != 1:
+        if count != entry.get("times", 1):
             print(f"mutate: {KNOWN.name}: {entry['file']} has {count} times: {entry['before']}",
                   file=sys.stderr)
 
