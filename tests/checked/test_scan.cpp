@@ -124,6 +124,7 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
       {KvDOUBLE_T, "infinite", nullptr, kvMismatch, 0},
       {KvDOUBLE_T, "1e999", "%lf", kvOutOfRange, 5},
       {KvDOUBLE_T, "1.5.2", nullptr, kvTextLeft, 3},
+      {KvDOUBLE_T, "1e+", nullptr, kvTextLeft, 1},
       {KvFLOAT_T, "1e39", nullptr, kvOutOfRange, 4},
       {KvBOOLEAN_T, "yes", nullptr, kvMismatch, 0},
       {KvBOOLEAN_T, "TRUE ", nullptr, kvOk, 5},

@@ -1,8 +1,10 @@
 // Stored bytes from strangers: what is measured against what the rows themselves write, and what is
 // refused, cut by cut and byte by byte.
 #include <doctest/doctest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -169,8 +171,62 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
     CHECK(run.count == each.found);
     CHECK((run.status == kvOk) == (std::strlen(run.reason) == 0));
   }
+  CHECK(std::strcmp(Measure(KvBLOB_T, Text("04 00 00 00 FE FF FF FF "), 1).reason,
+                    "a length that no blob has") == 0);
   CHECK(Measure(KvSTRING_T, Text("04 00 61 62 63 00 "), 1).oldForm);
   CHECK_FALSE(Measure(KvSTRING_T, Text("04 00 01 01 00 FF "), 1).oldForm);
+}
+
+namespace {
+
+// Strings whose stored form is `bytes` long: one megabyte of them, mapped over and over. Their
+// texts are never written: only what is looked at takes memory.
+class ManyStrings {
+ public:
+  static constexpr std::size_t kBlock = 65536;
+  static constexpr std::size_t kPart = 16 * kBlock;
+
+  explicit ManyStrings(o_u8b bytes) : size_(static_cast<std::size_t>(bytes)) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+    for (std::size_t at = 0; at < kPart; at += kBlock) {
+      const unsigned char header[] = {0xFE, 0xFF, 1, 1};
+      std::fseek(file.get(), static_cast<long>(at), SEEK_SET);
+      std::fwrite(header, 1, sizeof header, file.get());
+      std::fseek(file.get(), static_cast<long>(at + kBlock - 1), SEEK_SET);
+      std::fputc(0xFF, file.get());
+    }
+    std::fflush(file.get());
+    constexpr int kFlags = MAP_PRIVATE | MAP_NORESERVE;
+    begin_ = mmap(nullptr, size_, PROT_NONE, kFlags | MAP_ANONYMOUS, -1, 0);
+    if (begin_ == MAP_FAILED) return;
+    for (std::size_t at = 0; at < size_; at += kPart) {
+      mmap(static_cast<char*>(begin_) + at, kPart, PROT_READ, kFlags | MAP_FIXED,
+           fileno(file.get()), 0);
+    }
+  }
+  ~ManyStrings() { munmap(begin_, size_); }
+  ManyStrings(const ManyStrings&) = delete;
+  ManyStrings& operator=(const ManyStrings&) = delete;
+
+  const void* Bytes() const { return begin_; }
+
+ private:
+  void* begin_;
+  std::size_t size_;
+};
+
+}  // namespace
+
+TEST_CASE("a run of 4 GiB and more is refused") {
+  constexpr o_u8b kBytes = (o_u8b{1} << 32) + ManyStrings::kPart;
+  constexpr auto kLength = static_cast<std::size_t>(kBytes);
+  if (kLength != kBytes) return;  // a host that has no such runs
+  const o_4b number = 1;          // of numbers nothing is read
+  CHECK(KvMeasureStored(Types(), Kv4B_T, &number, kLength, 0, 0).status == kvOutOfRange);
+  const ManyStrings strings(kBytes);
+  const KvMeasured run = KvMeasureStored(Types(), KvSTRING_T, strings.Bytes(), kLength, 0, 0);
+  CHECK(run.status == kvOutOfRange);
+  CHECK(run.count == 65535);
 }
 
 TEST_CASE("days and hours that there are not are told and not refused") {
@@ -229,6 +285,15 @@ TEST_CASE("the order of stored values is total, whatever the bytes are") {
         CHECK(transitive);
       }
     }
+  }
+}
+
+TEST_CASE("texts of the defaults are behind the others") {
+  const Bytes letters = Text("05 00 01 01 62 00 FF ");
+  for (const char* defaults : {"05 00 01 FF 61 00 FF ", "05 00 FF 01 61 00 FF "}) {
+    const Bytes text = Text(defaults);
+    CHECK(KvOrderStored(Types(), KvSTRING_T, text.data(), text.size(), letters.data(),
+                        letters.size(), 0) == 1);
   }
 }
 

@@ -142,6 +142,7 @@ TEST_CASE("without a setting, or under exact comparison, wildcards are character
 TEST_CASE("a pattern that does not match orders as plain text") {
   const WildcardSetting setting('*', 0, '\\');
   CHECK(Compare("aa", "ab*", 0) == -1);
+  CHECK(Compare("ab", "*a", 0) == 1);
   CHECK(Compare("ac", "ab*", 0) == 1);
   CHECK(Compare("a\\*", "a\\*", 0) == -1);  // equal as plain text, but no match
 }
@@ -248,6 +249,36 @@ TEST_CASE("finding among characters that share an order, and in plain bytes") {
   CHECK(bytes.Find(nothing, 4, kvCompareExact) == 4);
   CHECK(bytes.Find(nothing, 9, kvCompareExact) == 9);
   CHECK(bytes.Find(nothing, 10, kvCompareExact) == -1);
+}
+
+TEST_CASE("a text that ends before its block does is searched to its end") {
+  for (const unsigned char codeSet : {kvCodeSetBytes, kvCodeSetLatin1}) {
+    KvString text("a xyz");
+    text.SetCodeSetCode(codeSet);
+    text[1] = '\0';
+    KvString pattern("xyz");
+    pattern.SetCodeSetCode(codeSet);
+    for (const int cmpOp : {0, int{kvCompareExact}, int{kvCompareSkipSpaces}}) {
+      CHECK(text.Find(pattern, 0, static_cast<unsigned short>(cmpOp)) == -1);
+    }
+  }
+}
+
+TEST_CASE("a text of orders is searched by its orders") {
+  const auto orders = [](const char* letters) {
+    std::vector<unsigned short> units;
+    for (; *letters != 0; ++letters) {
+      units.push_back(KvCodeSet(1).Orders(static_cast<unsigned char>(*letters), 1).first);
+    }
+    units.push_back(0);
+    KvString text(units.data());
+    CHECK(text.SetCodeSetCode(kvCodeSetOrders) == kvOk);
+    return text;
+  };
+  CHECK(orders("abc").Find(orders("bc"), 0, 0) == 1);
+  CHECK(orders("abc").Find(KvString("bc"), 0, 0) == 1);
+  CHECK(KvString("abc").Find(orders("bc"), 0, 0) == 1);
+  CHECK(orders("abc").Find(KvString("d"), 0, 0) == -1);
 }
 
 TEST_CASE("a null is found nowhere, and nothing in a null") {

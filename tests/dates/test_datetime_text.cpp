@@ -179,6 +179,8 @@ TEST_CASE("wildcards print as stars and are read back") {
   const KvDateTimeN any = At(-1, -1, -1, -1, -1, -1, -1);
   CHECK(Print(any, "%a %b %d %m %Y %y %H %I %M %S %N %f %J %p") == "* * * * * * * * * * * * * *");
   CHECK(Print(KvDate(2000, -1, 5), "%a %J") == "* 719975");  // %J needs all three
+  CHECK(Print(KvDateTime(KvDate(2000, 1, 2), KvTime(-1, 5, 6)), "%Y-%m-%dT%H:%M:%S") ==
+        "2000-01-02T*:05:06");
   CHECK(Same(Scanned<KvDateTimeN>("*-*-*T*:*:*", "%X"), any));
   CHECK(Scanned<KvDate>("Mon 05.* 2000", nullptr) == KvDate(2000, -1, 5));
   CHECK(Scanned<KvTime>("*:05:06 *", nullptr) == KvTime(-1, 5, 6));

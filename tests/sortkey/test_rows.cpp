@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -303,6 +304,33 @@ TEST_CASE("keys of runs longer than the caches are those of the plain loops") {
   }
 }
 
+// What is left of a run behind whole lines may be less than a line.
+TEST_CASE("keys of long runs of any length by vectors of each width") {
+  constexpr unsigned kTimes = 1400000;  // three bytes each
+  Bytes times;
+  for (unsigned i = 0; i < kTimes; ++i) {
+    times.insert(times.end(),
+                 {static_cast<unsigned char>(i % 24), static_cast<unsigned char>(i % 60),
+                  static_cast<unsigned char>(i % 59)});
+  }
+  const auto write = [&](unsigned count, Bytes& keys) {
+    const std::size_t toLine = -reinterpret_cast<std::uintptr_t>(keys.data()) % 64;
+    std::size_t size = 0;
+    CHECK(KvSortKeyRun({.type = KvTIME_T}, times.data(), 0, 0, count, keys.data() + toLine,
+                       3 * std::size_t{count}, nullptr, size) == kvOk);
+    return keys.data() + toLine;
+  };
+  Bytes plain(3 * kTimes + 64), keys(plain.size());
+  kv::LimitVectors(kv::VectorSet::kPlain);
+  const unsigned char* const expected = write(kTimes, plain);
+  support::WithEachVectorSet([&] {
+    for (unsigned count = kTimes - 340; count <= kTimes; count += 20) {
+      CAPTURE(count);
+      CHECK(std::memcmp(write(count, keys), expected, 3 * std::size_t{count}) == 0);
+    }
+  });
+}
+
 TEST_CASE("a bound holds and is told without the values") {
   for (char id = 0; id < kRowCount; ++id) {
     if (IsText(id)) continue;
@@ -421,6 +449,57 @@ TEST_CASE("kinds that have no keys are refused, and nothing is written") {
   CHECK(KvSortKeyCheck({.type = Kv4B_T}) == kvOk);
 }
 
+TEST_CASE("the key of NaN gives the NaN that the word gives") {
+  double read = 0, scanned = 0;
+  const unsigned char key[sizeof read] = {};
+  std::size_t size = 0;
+  CHECK(KvSortKeyValue({.type = KvDOUBLE_T}, key, sizeof key, &read, size) == kvOk);
+  Types().ScanFromKvString(KvDOUBLE_T, &scanned, KvString("NaN"), nullptr, 1);
+  CHECK(std::memcmp(&read, &scanned, sizeof read) == 0);
+}
+
+TEST_CASE("a key falls into its pieces, whatever follows it") {
+  const KvString text("aB\xE9");
+  const KvBlob blob("xyz", 3);
+  KvBlob null;
+  null.SetNullValue();
+  const o_4b number = 5;
+  const struct {
+    KvSortKeyKind kind;
+    const void* value;
+    const char* pieces;  // the first letter of what it is, position, value, bytes
+  } cases[] = {
+      {{.type = Kv4B_T}, &number, "v0/0:4 "},
+      {{.type = KvBLOB_T}, &null, "n0/0:1 "},
+      {{.type = KvBLOB_T}, &blob, "p0/0:1 v0/0:3 e0/0:2 "},
+      {{.type = KvSTRING_T},
+       &text,
+       "p0/0:1 o0/20492:1 o1/20496:1 o2/20508:1 b3/0:1 a2/2:1 c1/0:1 e0/1:1 "},
+  };
+  for (const auto& each : cases) {
+    Bytes key = KeyOf(each.kind, each.value);
+    const std::size_t whole = key.size();
+    key.insert(key.end(), 4, 0x01);
+    KvSortKeyPiece pieces[9];
+    std::size_t count = 0;
+    CHECK(KvSortKeyPieces(each.kind, key.data(), key.size(), pieces, 9, count) == kvOk);
+    REQUIRE(count < 9);
+    std::string told;
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      const KvSortKeyPiece& piece = pieces[i];
+      CHECK(piece.offset == end);
+      end += piece.size;
+      told += "npvobacxe"[piece.part] + std::to_string(piece.position) + "/" +
+              std::to_string(piece.value) + ":" + std::to_string(piece.size) + " ";
+    }
+    CHECK(end == whole);
+    CHECK(told == each.pieces);
+    CHECK(KvSortKeyPieces(each.kind, key.data(), whole - 1, pieces, 9, count) == kvBadArgument);
+    CHECK(count == 0);
+  }
+}
+
 TEST_CASE("a range says what is wrong with it, and how much room it takes") {
   const KvString text("abc");
   const o_4b number = 1;
@@ -447,7 +526,7 @@ TEST_CASE("8-bit strings with flags and 16-bit ones have no keys") {
   CHECK(KeyOf({.type = KvISTRING_T}, wide.data(), 0).empty());
 }
 
-TEST_CASE("damaged blobs have no keys") {
+TEST_CASE("damaged blobs have no keys, and values whose memory ends too soon") {
   const Bytes blob = support::BlobBytes("abcdef");
   const KvSortKeyKind kind{.type = KvBLOB_T};
   std::size_t size;
@@ -455,6 +534,14 @@ TEST_CASE("damaged blobs have no keys") {
     const Bytes cut(blob.begin(), blob.begin() + length);
     CHECK(KvSortKey(kind, cut.data(), length, 0, nullptr, 0, size) == kvBadArgument);
   }
+  const KvBlob whole("abc", 3);
+  CHECK(KvSortKey(kind, &whole, sizeof whole - 1, 8, nullptr, 0, size) == kvBadArgument);
+  const KvIString text("abc");
+  CHECK(KvSortKey({.type = KvISTRING_T}, &text, sizeof text - 1, 8, nullptr, 0, size) ==
+        kvBadArgument);
+  const KvString string("abc");
+  CHECK(KvSortKey({.type = KvSTRING_T}, &string, sizeof string - 1, 8, nullptr, 0, size) ==
+        kvBadArgument);
   Bytes lying = blob;
   lying[4] = 200;  // more than the run holds
   CHECK(KvSortKey(kind, lying.data(), static_cast<unsigned>(lying.size()), 0, nullptr, 0, size) ==

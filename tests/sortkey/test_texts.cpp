@@ -299,6 +299,17 @@ TEST_CASE("arbitrary bytes are the key of a text, or none") {
   std::size_t size = 9;
   CHECK(KvSortKeyLength({.type = KvSTRING_T}, beyond, sizeof beyond, size) == kvBadArgument);
   CHECK(size == 0);
+
+  // More orders, or bytes, than a text may have.
+  Bytes longest(70000, 0x78);
+  longest.front() = 0x01;
+  longest.insert(longest.end(), {0x00, 0x30});
+  KvString back;
+  for (const unsigned char options : std::initializer_list<unsigned char>{0, kvSortKeyPlainBytes}) {
+    const KvSortKeyKind kind{.type = KvSTRING_T, .options = options};
+    CHECK(KvSortKeyLength(kind, longest.data(), longest.size(), size) == kvOk);
+    CHECK(KvSortKeyValue(kind, longest.data(), longest.size(), &back, size) == kvOverflow);
+  }
 }
 
 TEST_CASE("texts whose order depends on the process have no keys") {
@@ -347,6 +358,14 @@ TEST_CASE("plain bytes order by their bytes and come back") {
     std::size_t size;
     CHECK(KvSortKeyValue(kind, keys[a].data(), keys[a].size(), &back, size) == kvOk);
     CHECK(KeyOf(kind, &back) == keys[a]);
+    CHECK(KvSortKeyLength(kind, keys[a].data(), keys[a].size(), size) == kvOk);
+    CHECK(KvSortKeyLength(kind, keys[a].data(), keys[a].size() - 1, size) == kvBadArgument);
+    Bytes lower(16), upper(16);
+    std::size_t upperSize;
+    CHECK(KvSortKeyRange(kind, kvSortKeySameBase, &texts[a], 0, 8, 16, lower.data(), size,
+                         upper.data(), upperSize) == kvOk);
+    lower.resize(size);
+    CHECK(lower == keys[a]);  // whose bytes are all base
     for (std::size_t b = 0; b < texts.size(); ++b) {
       CHECK(Sign(Types().Cmp(KvSTRING_T, &texts[a], &texts[b], 0x10, 1, 8)) ==
             Order(keys[a], keys[b]));

@@ -132,6 +132,8 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   pending->Append(0x20AC);
   copy.SetOverflow(pending, 253);
   CHECK(!copy.IsEOS());
+  KvWCharList& list = *pending;
+  *pending = list;
   KvStringIterator withPending = copy;
   KvStringIterator& itself = withPending;
   withPending = itself;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kvcollate.h"
+#include "kvorder.h"
 #include "string/text.h"
 #include "support/vector_sets.h"
 
@@ -166,6 +167,14 @@ TEST_CASE("all matches are replaced as a plain walk replaces them, up to the lim
                ? 0
                : (units.size() + 1) * (KvIsWideCodeSet(ours.GetCodeSet()) ? 2 : 1)));
   }
+  // What is between two matches does not fit, and what the replacement is in the text's code set.
+  KvString wide = Make(u"axa", kvCodeSetUnicode);
+  wide.ReplaceAll("x", Make(std::u16string(40000, u'b'), 1));
+  CHECK((Units(wide) == u"a" + std::u16string(KvString::kMaximumBytes / 2 - 2, u'b')));
+  KvString gap = Make(u"a" + std::u16string(40000, u'x') + u"a", 1);
+  gap.ReplaceAll("a", Make(std::u16string(30000, u'b'), 1));
+  CHECK((Units(gap) ==
+         std::u16string(30000, u'b') + std::u16string(KvString::kMaximumBytes - 30001, u'x')));
   KvString full = Make(std::u16string(33000, u'a'), 1);
   full.ReplaceAll("a", "bc");
   CHECK(full.Len() == KvString::kMaximumBytes - 1);
@@ -203,6 +212,23 @@ TEST_CASE("an iterator yields one or two orders a character") {
   unsigned steps = 0;
   for (KvStringIterator last(expandedLast); !last.IsEOS(); last.GetNextOrder(0)) ++steps;
   CHECK(steps == 3);
+  // Attached characters give their orders in place of the current one's.
+  KvString behind("xz");
+  KvStringIterator attached(behind);
+  auto* list = new KvWCharList;
+  list->Append('a');
+  list->Append('b');
+  attached.SetOverflow(list);
+  std::string letters;
+  while (const unsigned short order = attached.GetNextOrder(0)) {
+    unsigned char letter;
+    KvConvertOrderToChar(order, 1, letter, 0, nullptr);
+    letters += static_cast<char>(letter);
+  }
+  CHECK(letters == "abz");
+  CHECK(attached.GetNextOrder(0) == 0);
+  attached.Destroy();
+  CHECK(attached.GetNextOrder(0) == 0);
 }
 
 TEST_CASE("finding") {

@@ -404,6 +404,9 @@ TEST_CASE("new bounds hold the constant in its own form and are freed by the cal
   KvIdxBounds none;
   types.EvalAndBound(KvSTRING_T, nullptr, op, longBlock.data(), 0, 1, &none, nullptr);
   CHECK(none.lower == nullptr);
+  KvString longText(std::string(300, 'x').c_str());
+  types.EvalAndBound(KvSTRING_T, nullptr, op, &longText, 8, 1, &none, nullptr);
+  CHECK(none.lower == nullptr);
 }
 
 TEST_CASE("a pattern narrows to what all its matches begin with") {
@@ -428,8 +431,28 @@ TEST_CASE("a pattern narrows to what all its matches begin with") {
     }
     CHECK(Bytes(bound) == "ab");
     std::free(fresh.lower);
+    // A prefix that is empty, or longer than a bound: 248 letters are one only when stored.
+    for (const unsigned count : {0u, 248u, 300u, 30000u}) {
+      pattern = std::string(count, 'x').c_str();
+      pattern << "*";
+      block = Stored(pattern, 2);
+      value = format == 8 ? static_cast<void*>(&pattern) : block.data();
+      KvIdxBounds beginning;
+      types.EvalAndBound(KvSTRING_T, nullptr, op, value, format, 1, &beginning, nullptr);
+      CHECK((beginning.lower != nullptr) == (count == 248 && format == 2));
+      std::free(beginning.lower);
+    }
   }
+  KvString ended("a.b*");  // a wildcard behind the end
+  ended[1] = '\0';
+  KvIdxBounds both;
+  types.EvalAndBound(KvSTRING_T, nullptr, op, &ended, 8, 1, &both, nullptr);
+  CHECK(both.upper != nullptr);
+  std::free(both.lower);
+  std::free(both.upper);
   // Each letter of the prefix narrows it, alike in both widths and every form.
+  CHECK(Range("b", "c")(kvPredicateEqual, "a*") < 1e-6f);
+  CHECK(Range("b", "c")(kvPredicateEqual, "d*") < 1e-6f);
   CHECK(Range("aa", "zz")(kvPredicateEqual, "a*") * 26 == doctest::Approx(1).epsilon(0.05));
   CHECK(Range("aa", "zz")(kvPredicateEqual, "ab*") * (26 * 26) == doctest::Approx(1).epsilon(0.05));
   for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "kvcollate.h"
 #include "kvcompare.h"
 #include "kvhash.h"
 #include "kvstorage.h"
@@ -143,6 +144,59 @@ TEST_CASE("translation converts between forms, assigns in memory and copies stor
   KvString assigned[2];
   CHECK(types.Translate(KvSTRING_T, assigned, 8, 0, source, 8, 0, 2) == 2 * sizeof(KvString));
   CHECK(Same(assigned[1], source[1]));
+  unsigned char moved[4] = {1, 2, 3, 4};
+  CHECK(types.Translate(KvSTRING_T, moved, 0, 4, stored, 0, 2, 0) == 0);
+  CHECK(moved[3] == 4);
+}
+
+TEST_CASE("an old run holds no more than its texts") {
+  const unsigned char run[] = {4, 0, 'a', 0, 'b', 0};
+  const KvTypeMgr types;
+  KvString loaded("before");
+  int status = -1;
+  CHECK(KvTypeMgr(3).DiskLenGet(KvSTRING_T, run, 0, 0, 0) == 0);
+  CHECK(types.Load(KvSTRING_T, &loaded, run, 0, 0) == 0);
+  CHECK(Bytes(loaded) == "before");
+  types.Hash(KvSTRING_T, sizeof run, const_cast<unsigned char*>(run), 3, 0, status);
+  CHECK(status == kvBufferShort);
+}
+
+TEST_CASE("stored texts that begin with their end are empty texts") {
+  const auto block = [](char letter, unsigned char codeSet, unsigned count) {
+    Block bytes = {6, 0, codeSet, 1, 0};
+    if (codeSet == 253) bytes = {9, 0, codeSet, 1, 0, 0};
+    bytes.push_back(static_cast<unsigned char>(letter));
+    bytes.resize(bytes[0] + 1u);
+    bytes.push_back(0xFF);
+    const Block one = bytes;
+    for (; count > 1; --count) bytes.insert(bytes.end(), one.begin(), one.end());
+    return bytes;
+  };
+  for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
+    for (const unsigned short cmpOp : std::initializer_list<unsigned short>{0, kvCompareExact}) {
+      for (const unsigned count : {1u, 2u}) {
+        Block left = block('a', codeSet, count), right = block('b', codeSet, count);
+        int status = -1;
+        CHECK(KvTypeMgr().Cmp(KvSTRING_T, 0, left.data(), 0, right.data(), cmpOp, count, 0,
+                              status) == 0);
+      }
+    }
+  }
+}
+
+TEST_CASE("a stored string is stepped where its block is sound and the step is one") {
+  const KvTypeMgr types;
+  Block block = Stored("ab", 0);
+  const auto length = static_cast<unsigned>(block.size());
+  CHECK(types.GetValue(KvSTRING_T, block.data(), length, 0, 'O') == kvOk);
+  CHECK(block == Stored("ab", 0));
+  unsigned char none[16] = {};
+  CHECK(types.GetValue(KvSTRING_T, none, sizeof none, 0, 'M') == kvNotSupported);
+  CHECK(types.GetValue(KvSTRING_T, none, sizeof none, 0, 'O') == kvOk);
+  KvString last;
+  last.Fill(KvString::kMaximumBytes - 1, 'x');
+  Block longest = Stored(last, 0);
+  CHECK(types.GetValue(KvSTRING_T, longest.data(), 0, 0, 'M') == kvOverflow);
 }
 
 TEST_CASE("a memory file that ends inside a length field has no size") {
@@ -265,6 +319,16 @@ TEST_CASE("a key that its buffer cuts short counts with what is there") {
   Block block = Stored(longText.c_str(), 0);
   CHECK(types.Hash(KvSTRING_T, 256, block.data(), 1, 0, status) == 0);
   CHECK(status == kvNotSupported);
+  Block damaged = Stored("abc", 0);  // behind a sound text
+  const auto sound = static_cast<unsigned>(damaged.size());
+  damaged.insert(damaged.end(), block.begin(), block.end());
+  CHECK(types.Hash(KvSTRING_T, sound + 256, damaged.data(), 2, 0, status) == 0);
+  CHECK(status == kvNotSupported);
+  KvString null("abc");
+  null.SetNullValue();
+  Block nulls = Stored(null, 0);
+  CHECK(types.Hash(KvSTRING_T, 4, nulls.data(), 1, 0, status) ==
+        types.Hash(KvSTRING_T, 0, nulls.data(), 1, 0, status));
 
   // What is left of a key hashes as that many characters, its terminator being one of them.
   const KvTypeMgr old(3);

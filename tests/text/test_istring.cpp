@@ -231,6 +231,10 @@ TEST_CASE_TEMPLATE("a text that begins with its end differs by the first bytes",
       }
     }
   }
+  String text("abcdefgh");
+  String other("abzdefgh");
+  text[1] = other[1] = '\0';  // within a word, before what differs
+  CHECK(text.Compare(other) == 0);
   CHECK(ended.Compare(ended) == 0);
   CHECK(ended.Compare(String()) == 1);
   CHECK(String().Compare(ended) == -1);
@@ -381,6 +385,7 @@ TEST_CASE_TEMPLATE("what adds nothing leaves the very text", String, KvIString, 
   text += String("");
   text.Insert(String(""), 1);
   text.Cut(3, 1);
+  CHECK(text.StrGet() == buffer);  // two new blocks could end where the first one was
   text.Cut(4, 1);
   text.Replace(String("xy"), 3);
   text.Expand(3, 'x');
@@ -388,6 +393,8 @@ TEST_CASE_TEMPLATE("what adds nothing leaves the very text", String, KvIString, 
   text.Expand(9, '\0');
   CHECK(text.StrGet() == buffer);
   CHECK(std::strcmp(text.StrGet(), "abc") == 0);
+  text.Fill(0, 'x');
+  CHECK(text.Compare(String()) == 0);
   String empty;
   empty.ToUpper();
   empty.ToLower();
@@ -435,6 +442,9 @@ TEST_CASE("rows read what KvString stored, in the old form and 16-bit too") {
                      0, 2) == 9);
   CHECK(std::string(values[0].StrGet()) == "abc");
   CHECK(std::string(values[1].StrGet()) == "de");
+  CHECK(Types().Load(KvISTRING_T, values, "\x02\x00z", 0, 0) == 0);
+  CHECK(Types().Load(KvISTRING_T, values, "\0\0", 0, 1) == 0);
+  CHECK(std::string(values[0].StrGet()) == "abc");
   KvString wide(static_cast<unsigned short>(0xE9));
   for (const unsigned char order : {kMemoryOrder, kReversed}) {
     unsigned char stored[16];
@@ -486,6 +496,8 @@ TEST_CASE("rows: text, hash, step and bounds") {
     CHECK(Types().GetValue(id, buffer, size, 0, 'O') == kvOk);
     CHECK(Types().GetValue(id, buffer, 0, 0, 'M') == noRoom);
     CHECK(Types().GetValue(id, buffer, size, 0, 'N') == noRoom);
+    unsigned char old[] = {1, 0, 0};  // an old run of one empty text
+    CHECK(Types().GetValue(id, old, sizeof old, 0, 'O') == kvNotSupported);
     for (unsigned length = 1; length < size; ++length) {
       std::unique_ptr<unsigned char[]> cut(new unsigned char[length]);
       std::memcpy(cut.get(), buffer, length);

@@ -260,11 +260,12 @@ TEST_CASE("what does not match leaves the destination alone") {
   CHECK(Scan(KvDOUBLE_T, "x", 9.0, "%g") == 9.0);
   // Beyond the range without an exponent.
   CHECK(std::isinf(Scan(KvDOUBLE_T, std::string(400, '9').c_str(), 9.0)));
+  CHECK(std::isinf(Scan(KvDOUBLE_T, (std::string(400, '9') + "x-999").c_str(), 9.0)));
   CHECK(Scan(KvDOUBLE_T, ("0." + std::string(400, '0') + "1").c_str(), 9.0) == 0.0);
   KvString text("5");
-  CHECK(Types().ScanFromKvString(Kv4B_T, nullptr, text, nullptr, 1) == nullptr);
-  CHECK(Types().ScanFromKvString(Kv1B_T, nullptr, text, nullptr, 1) == nullptr);
-  CHECK(Types().ScanFromKvString(KvDOUBLE_T, nullptr, text, nullptr, 1) == nullptr);
+  for (const char id : {Kv4B_T, Kv1B_T, KvDOUBLE_T, KvINT64_T, KvBOOLEAN_T}) {
+    CHECK(Types().ScanFromKvString(id, nullptr, text, nullptr, 1) == nullptr);
+  }
 }
 
 TEST_CASE("a double's default text is the C library's and reads back to the same bits") {

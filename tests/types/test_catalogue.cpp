@@ -316,6 +316,10 @@ TEST_CASE("a run of no values takes, holds and orders nothing") {
       CHECK(status == kvOk);
       CHECK(types.Hash(id, 0, run[0], 0, format, status) == 0);
       CHECK(status == kvOk);
+      CHECK(types.Cmp(id, 0, nullptr, 0, nullptr, kvCompareExact, 0, format, status) == 0);
+      CHECK(status == kvOk);
+      CHECK(types.Hash(id, 0, nullptr, 0, format, status) == 0);
+      CHECK(status == kvOk);
       if (id == KvBOOLEAN_T) continue;  // its share of an index is always the same
       unsigned short equal = kvPredicateEqual;
       KvIdxBounds bounds{stored[0], stored[1], 0, 0};

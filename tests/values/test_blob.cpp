@@ -244,6 +244,23 @@ TEST_CASE("hostile lengths load nothing, order what is there, and are never foll
   }
 }
 
+TEST_CASE("of a run in memory as many are hashed as begin in its length") {
+  KvBlob run[2] = {KvBlob("abc", 3), KvBlob("d", 1)};
+  int first = -1, status = -1;
+  CHECK(Types().Hash(KvBLOB_T, 1, run, 2, 8, status) ==
+        Types().Hash(KvBLOB_T, 0, run, 1, 8, first));
+  CHECK(status == kvBufferShort);
+}
+
+TEST_CASE("a run of more bytes than 32 bits count is not stored") {
+  if (sizeof(void*) == 4) return;
+  const KvBlob run[] = {KvBlob(INT_MAX), KvBlob(INT_MAX), KvBlob("x", 1)};
+  if (run[0].IsNullValue() || run[1].IsNullValue()) return;  // never written, and yet too much
+  unsigned char stored[4] = {1, 2, 3, 4};
+  CHECK(Types().Store(KvBLOB_T, stored, run, 0, 3) == 0);
+  CHECK(stored[0] == 1);
+}
+
 TEST_CASE("a blob as text is its length, or its bytes in hex") {
   KvBlob blob("\x01\xAB", 2);
   KvString text;

@@ -212,9 +212,11 @@ TEST_CASE("configuration values are told apart by section and name") {
   CHECK(config.GetValue("debug", "other", 9) == 2);
   CHECK(config.GetValue("Debug", "other", 9) == 9);
   CHECK(config.SetValue("debug", std::string(60, 'n').c_str(), 1) == kvNotSupported);
+  CHECK(config.SetValue("debug", std::string(57, 'n').c_str(), 4) == kvOk);  // the longest
+  CHECK(config.GetValue("debug", std::string(58, 'n').c_str(), 9) == 9);
   int stored = 2;
   while (config.SetValue("fill", std::to_string(stored).c_str(), 5) == kvOk) ++stored;
-  CHECK(stored == 32);
+  CHECK(stored == 31);
   CHECK(&DefaultConfig() == &DefaultConfig());
 }
 

@@ -104,6 +104,7 @@ TEST_CASE("units map between code sets through Unicode; what is lacking becomes 
   const KvCodeSet ibm(4);
   CHECK(ibm.MapFrom(0xE4, 1) == 0x84);
   CHECK(ibm.MapFrom(0x84, 4) == 0x84);
+  CHECK(KvCodeSet(11).MapFrom(0xAE, 11) == 0xAE);  // no character, and kept within its code set
   CHECK(KvCodeSet(1).MapFrom(0x20AC, 253) == '?');
   CHECK(KvCodeSet(3).MapFrom(0x20AC, 253) == 0xA4);
   CHECK(KvCodeSet(253).MapFrom(0x80, 2) == 0x20AC);
@@ -146,6 +147,8 @@ TEST_CASE("case mapping within a code set") {
   CHECK(mapped[0] == 0x8E);
   CHECK(CaseOf(&KvCodeSet::ToLower, 10, 0xF6, mapped) == 1);  // Cyrillic zhe
   CHECK(mapped[0] == 0xD6);
+  CHECK(CaseOf(&KvCodeSet::ToUpper, 11, 0xC0, mapped) == 1);  // needs marks that it does not have
+  CHECK(mapped[0] == 0xC0);
   CHECK(CaseOf(&KvCodeSet::ToUpper, 253, 0xFB03, mapped) == 3);  // the ligature ffi
   CHECK(mapped[2] == 'I');
   CHECK(CaseOf(&KvCodeSet::ToLower, 253, 0x130, mapped) == 2);  // I with dot: i and the dot
