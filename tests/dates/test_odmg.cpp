@@ -230,22 +230,6 @@ TEST_CASE("overlaps in all its forms") {
   }
 }
 
-TEST_CASE("the six signs of comparison say what the order of the components says") {
-  const auto check = [](const auto& low, const auto& high) {
-    const auto equal = low;
-    CHECK((low < high && low <= high && low != high && !(low == high)));
-    CHECK((high > low && high >= low && !(low > high) && !(low >= high) && !(high <= low)));
-    CHECK((low == equal && low <= equal && low >= equal && !(high < low)));
-    CHECK((!(low < equal) && !(low > equal) && !(low != equal)));
-  };
-  check(KvDate(2000, 1, 1), KvDate(2000, 1, 2));
-  check(KvTime(1, 2, 3), KvTime(1, 2, 4));
-  check(d_Date(2000, 1, 1), d_Date(2000, 1, 2));
-  check(d_Time(1, 2, 3.0f), d_Time(1, 2, 4.0f));
-  check(d_Timestamp(2000, 1, 1, 0, 0, 1.0f), d_Timestamp(2000, 1, 1, 0, 0, 2.0f));
-  check(KvInt64(1), KvInt64(2));
-}
-
 TEST_CASE("the current date, time and timestamp are those of the Kv classes") {
   const d_Timestamp before = d_Timestamp::current();
   const KvDateTime now;
