@@ -30,12 +30,19 @@ inline std::uint64_t LoadWord(const unsigned char* at) {
   return ReadUnit<std::uint64_t>(at, kHostIsBig);
 }
 
+// Bits in the units of a word that are zero. The lowest one is exact; units above a zero one may
+// have bits too.
+template <class Unit>
+constexpr std::uint64_t ZeroUnits(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
+  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
+  return (word - kOnes) & ~word & kTops;
+}
+
 // Whether one of the units that a word holds is zero.
 template <class Unit>
 constexpr bool HasZeroUnit(std::uint64_t word) {
-  constexpr std::uint64_t kOnes = sizeof(Unit) == 1 ? 0x0101010101010101 : 0x0001000100010001;
-  constexpr std::uint64_t kTops = kOnes << (8 * sizeof(Unit) - 1);
-  return ((word - kOnes) & ~word & kTops) != 0;
+  return ZeroUnits<Unit>(word) != 0;
 }
 
 // The bytes at the front of two buffers that are equal in whole blocks of vectors wider than those

@@ -68,6 +68,31 @@ template <class Unit>
   return {at, unit1, unit2};
 }
 
+// How many of the first `units` units, of which the first `at` are known to be, are the same in two
+// texts of one byte order and not zero.
+template <class Unit>
+[[gnu::always_inline]] inline std::size_t UnitsAlike(const unsigned char* text1,
+                                                     const unsigned char* text2, std::size_t units,
+                                                     std::size_t at) {
+  constexpr std::size_t kUnitsAWord = 8 / sizeof(Unit);
+  // The last word reaches back over units that are known to be alike.
+  while (at < units && units >= kUnitsAWord) {
+    const std::size_t place = std::min(at, units - kUnitsAWord);
+    const std::uint64_t word = LoadWord(text1 + place * sizeof(Unit));
+    const std::uint64_t ends =
+        (word ^ LoadWord(text2 + place * sizeof(Unit))) | ZeroUnits<Unit>(word);
+    if (ends != 0) {
+      return place + static_cast<unsigned>(std::countr_zero(ends)) / (8 * sizeof(Unit));
+    }
+    at = place + kUnitsAWord;
+  }
+  for (; at < units; ++at) {
+    const Unit unit = ReadUnit<Unit>(text1 + at * sizeof(Unit));
+    if (unit == 0 || unit != ReadUnit<Unit>(text2 + at * sizeof(Unit))) break;
+  }
+  return at;
+}
+
 // In texts of given lengths, in the same byte order. What is before `at` is the same in both.
 template <class Unit>
 [[gnu::always_inline]] inline Difference<Unit> DifferenceOfCounted(const unsigned char* text1,
@@ -75,24 +100,7 @@ template <class Unit>
                                                                    const unsigned char* text2,
                                                                    unsigned length2, bool reversed,
                                                                    std::size_t at) {
-  const std::size_t shared = std::min(length1, length2);
-  constexpr std::size_t kUnitsAWord = 8 / sizeof(Unit);
-  // The last word reaches back over units that are known to be the same.
-  while (at < shared && shared >= kUnitsAWord) {
-    const std::size_t place = std::min(at, shared - kUnitsAWord);
-    const std::uint64_t word = LoadWord(text1 + place * sizeof(Unit));
-    const std::uint64_t differing = word ^ LoadWord(text2 + place * sizeof(Unit));
-    if (HasZeroUnit<Unit>(word)) break;
-    if (differing != 0) {
-      at = place + static_cast<unsigned>(std::countr_zero(differing)) / (8 * sizeof(Unit));
-      break;
-    }
-    at = place + kUnitsAWord;
-  }
-  for (; at < shared; ++at) {
-    const Unit unit = ReadUnit<Unit>(text1 + at * sizeof(Unit));
-    if (unit == 0 || unit != ReadUnit<Unit>(text2 + at * sizeof(Unit))) break;
-  }
+  at = UnitsAlike<Unit>(text1, text2, std::min(length1, length2), at);
   const Unit unit1 = at < length1 ? ReadUnit<Unit>(text1 + at * sizeof(Unit), reversed) : Unit{0};
   const Unit unit2 = at < length2 ? ReadUnit<Unit>(text2 + at * sizeof(Unit), reversed) : Unit{0};
   return {at, unit1, unit2};
@@ -134,6 +142,24 @@ template <class Unit, class Table, class Rest>
   }
   if (unit1 == 0) return 0;
   return DecideByDifference(DifferenceOfTerminated<Unit>(text1, text2, 1), table, rest);
+}
+
+// Compares two terminated texts in memory order by units of this width. Both have `units` units in
+// their buffers, one of them a terminator.
+template <class Unit, class Table, class Rest>
+[[gnu::always_inline]] inline int DecideWithin(const unsigned char* text1,
+                                               const unsigned char* text2, unsigned units,
+                                               const Table& table, Rest rest) {
+  const Unit unit1 = ReadUnit<Unit>(text1);
+  const Unit unit2 = ReadUnit<Unit>(text2);
+  if (unit1 != unit2) {
+    return DecideByDifference(Difference<Unit>{0, unit1, unit2}, table, rest, kUnsettledFirst);
+  }
+  if (unit1 == 0) return 0;
+  const std::size_t at = UnitsAlike<Unit>(text1, text2, units, 1);
+  const Difference<Unit> difference{at, ReadUnit<Unit>(text1 + at * sizeof(Unit)),
+                                    ReadUnit<Unit>(text2 + at * sizeof(Unit))};
+  return DecideByDifference(difference, table, rest);
 }
 
 // Compares two texts of given lengths in one byte order by units of this width.

@@ -82,6 +82,49 @@ TEST_CASE("order and hash are the same in memory and in both stored orders") {
   CHECK(types.Hash(KvSTRING_T, 0, pair, 2, 8, status) == 0);
 }
 
+// Stored texts are passed over in words; loaded ones, unit by unit, are the plain twin.
+TEST_CASE("stored texts compare as loaded ones, wherever they differ or end") {
+  const KvTypeMgr types;
+  for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
+    for (unsigned length = 1; length <= 20; ++length) {
+      std::u16string text;
+      while (text.size() < length) text += static_cast<char16_t>('a' + text.size());
+      const KvString whole = Make(text.c_str(), codeSet, 2);
+      for (unsigned place = 0; place < length; ++place) {
+        CAPTURE(place);
+        std::vector<std::u16string> others(3, text);
+        others[0][place] = u'z';
+        others[1][place] = static_cast<char16_t>('A' + place);
+        others[2].resize(place);
+        for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+          const auto compare = [&](std::vector<unsigned char> left,
+                                   std::vector<unsigned char> right) {
+            int status = -1;
+            const int order =
+                types.Cmp(KvSTRING_T, static_cast<unsigned>(left.size()), left.data(),
+                          static_cast<unsigned>(right.size()), right.data(), 0, 1, format, status);
+            CHECK(status == kvOk);
+            return order;
+          };
+          const auto block = Stored(whole, format);
+          for (const std::u16string& each : others) {
+            const KvString other = Make(each.c_str(), codeSet, 2);
+            const int expected = whole.Compare(other) < 0 ? -1 : 1;
+            CHECK(compare(block, Stored(other, format)) == expected);
+            CHECK(compare(Stored(other, format), block) == -expected);
+          }
+          // A zero unit ends a text before its length does.
+          auto broken = block;
+          const unsigned width = codeSet == 253 ? 2 : 1;
+          std::fill_n(broken.begin() + 4 + place * width, width, static_cast<unsigned char>(0));
+          CHECK(compare(block, broken) == 1);
+          CHECK(compare(broken, Stored(Make(others[2].c_str(), codeSet, 2), format)) == 0);
+        }
+      }
+    }
+  }
+}
+
 // Runs skip what they have in common unread; one by one, the strings take another way.
 TEST_CASE("a stored run compares as its strings do one by one, wherever a buffer ends") {
   const KvTypeMgr types;

@@ -176,8 +176,11 @@ unsigned HashAnyStrings(unsigned char format, unsigned length, const void* value
   const unsigned char* text1 = block1 + StringBlock::kHeader;
   const unsigned char* text2 = block2 + StringBlock::kHeader;
   if (!KvIsWideCodeSet(codeSet)) {
-    const ByteOrderTable table(codeSet, language);
-    return DecideTerminated<unsigned char>(text1, text2, table, rest);
+    // With their terminators.
+    const unsigned units1 = StringBlock::Units(block1, false, format.IsReversed()) + 1;
+    const unsigned units2 = StringBlock::Units(block2, false, format.IsReversed()) + 1;
+    return DecideWithin<unsigned char>(text1, text2, std::min(units1, units2),
+                                       ByteOrderTable(codeSet, language), rest);
   }
   const bool reversed = format.IsReversed();
   return DecideCounted<unsigned short>(text1, StringBlock::Units(block1, true, reversed), text2,
