@@ -350,6 +350,7 @@ TEST_CASE("clocks agree with the C++ library's") {
   KvDateTimeN local, shifted(now);
   CHECK(shifted.ToLocalTime() == 0);
   CHECK(KvTimeSpan::Difference(local, shifted).GetTotalSeconds() <= 1);
+  CHECK(KvTimeSpan::Difference(now.Now(), local).GetTotalSeconds() <= 1);
   CHECK(KvTimeSpan::Difference(KvDateTime(), shifted).GetTotalSeconds() <= 1);
   CHECK(KvTimeSpan::Difference(KvDateTime(KvDate(), KvTime()), shifted).GetTotalSeconds() <= 1);
 }

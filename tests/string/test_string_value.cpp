@@ -3,10 +3,12 @@
 
 #include <iconv.h>
 
+#include <climits>
 #include <cstdio>
 #include <limits>
 
 #include "kvcollate.h"
+#include "kvistring.h"
 #include "string/text.h"
 #include "support/host.h"
 #include "support/vector_sets.h"
@@ -92,6 +94,29 @@ TEST_CASE("constructors take the default code set of their width") {
     units[end] = 0;
     CHECK(KvString(Wide(units.c_str()), 300).Len() == end);
   }
+}
+
+TEST_CASE("a number of any type becomes its digits, in every class of strings") {
+  const auto check = [](auto number) {
+    const std::string digits = std::to_string(number);
+    KvString appended;
+    CHECK(Bytes(appended << number) == digits);
+    CHECK(Bytes(KvString(number)) == digits);
+    CHECK(KvIString(number).StrGet() == digits);
+    CHECK(KvCaseIString(number).StrGet() == digits);
+  };
+  const auto checkEnds = [&check]<class Number>(Number) {
+    check(std::numeric_limits<Number>::min());
+    check(std::numeric_limits<Number>::max());
+  };
+  checkEnds(short{});
+  checkEnds(0);
+  checkEnds(0u);
+  checkEnds(0l);
+  checkEnds(0ul);
+  checkEnds(0ll);
+  checkEnds(0ull);
+  CHECK(static_cast<long long>(KvCaseIString(LLONG_MIN)) == LLONG_MIN);
 }
 
 TEST_CASE("appending converts to the string's own code set") {

@@ -181,6 +181,7 @@ TEST_CASE("every row is found by its name, and has the slots that callers use wi
     CHECK((types.AssignmentPtrGet(id) != nullptr));
     CHECK((types.CopyPtrGet(id) != nullptr));
     CHECK((types.IsNullPtrGet(id) != nullptr));
+    CHECK((types.SetNullPtrGet(id) != nullptr) == (types.SupportsNullValue(id) != 0));
     CHECK(types.ComparePtrGet(id) == nullptr);
   }
 }
