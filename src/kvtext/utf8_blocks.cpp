@@ -12,7 +12,7 @@
 #include "kvtext/utf8_shuffles.h"
 #include "zbsvectors.h"
 
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__)
 #include <immintrin.h>
 #ifndef __clang__
 // What this compiler's own header leaves undefined in an unused operand is no fault.
@@ -22,7 +22,7 @@
 
 namespace kv::utf8 {
 
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__)
 namespace {
 
 // Every processor with VBMI2 has the bit instructions too.
@@ -164,30 +164,13 @@ KV_WITH_VBMI2 Progress DecodeByVbmi2(const unsigned char* in, std::size_t stop, 
   return {at + static_cast<std::size_t>(std::popcount(due)), count};
 }
 
-// LowBits for the bytes of a vector. In 32 bits a mask that is put together in two registers passes
-// through memory, where its reader waits for both halves: there it is compared together.
-KV_WITH_VBMI2 inline __mmask64 LowBytes(std::size_t count) {
-#if defined(__i386__)
-  alignas(64) static constexpr auto kPlaces = [] {
-    std::array<unsigned char, 64> places{};
-    for (unsigned i = 0; i < 64; ++i) places[i] = static_cast<unsigned char>(i);
-    return places;
-  }();
-  return _mm512_cmplt_epu8_mask(_mm512_load_si512(kPlaces.data()),
-                                EachByte(static_cast<unsigned>(count)));
-#else
-  return LowBits(count);
-#endif
-}
-
 // Leaves out the zero bytes of `spread` and writes the rest. False when there is no room.
 KV_WITH_VBMI2 inline bool WriteBytes(__m512i spread, char* out, std::size_t size,
                                      std::size_t& written) {
   const std::uint64_t kept = _mm512_test_epi8_mask(spread, spread);
   const auto length = static_cast<std::size_t>(std::popcount(kept));
   if (size - written < length) return false;
-  _mm512_mask_storeu_epi8(out + written, LowBytes(length),
-                          _mm512_maskz_compress_epi8(kept, spread));
+  _mm512_mask_storeu_epi8(out + written, LowBits(length), _mm512_maskz_compress_epi8(kept, spread));
   written += length;
   return true;
 }
@@ -280,46 +263,45 @@ KV_WITH_VBMI2 Progress EncodeByVbmi2(const unsigned short* in, std::size_t count
 }  // namespace
 #endif
 
+namespace {
+
+// In 32-bit code the masks of VBMI2 take two registers each, and the tables of AVX2 are faster.
+VectorSet KernelSet() {
+  return sizeof(void*) == 4 ? std::min(Vectors(), VectorSet::kAvx2) : Vectors();
+}
+
+}  // namespace
+
 bool HasBlocks(std::size_t bytes) {
-  constexpr std::size_t kNarrowBlock = 32;
-  const VectorSet set = Vectors();
-  return set == VectorSet::kVbmi2 || (set >= VectorSet::kSsse3 && bytes >= kNarrowBlock);
+  // What the tables gain, their start and the plain rest take away again: one block of German took
+  // twice as long as the plain walk.
+  constexpr std::size_t kTwoNarrowBlocks = 64;
+  const VectorSet set = KernelSet();
+  return set == VectorSet::kVbmi2 || (set >= VectorSet::kSsse3 && bytes >= kTwoNarrowBlocks);
 }
 
 Progress DecodeBlocks([[maybe_unused]] const unsigned char* in, [[maybe_unused]] std::size_t stop,
                       [[maybe_unused]] unsigned short* out, [[maybe_unused]] std::size_t room) {
+  [[maybe_unused]] const VectorSet set = KernelSet();
+#if defined(__x86_64__)
+  if (set == VectorSet::kVbmi2) return DecodeByVbmi2(in, stop, out, room);
+#endif
 #if defined(__x86_64__) || defined(__i386__)
-  switch (Vectors()) {
-    case VectorSet::kVbmi2:
-      // Its masks are made of each other, which takes 32 bits so long that tables are faster.
-      if constexpr (sizeof(void*) == 4) return DecodeByAvx2(in, stop, out, room);
-      return DecodeByVbmi2(in, stop, out, room);
-    case VectorSet::kAvx512:
-    case VectorSet::kAvx2:
-      return DecodeByAvx2(in, stop, out, room);
-    case VectorSet::kSsse3:
-      return DecodeBySsse3(in, stop, out, room);
-    case VectorSet::kPlain:
-      break;
-  }
+  if (set >= VectorSet::kAvx2) return DecodeByAvx2(in, stop, out, room);
+  if (set == VectorSet::kSsse3) return DecodeBySsse3(in, stop, out, room);
 #endif
   return {};
 }
 
 Progress EncodeBlocks([[maybe_unused]] const unsigned short* in, [[maybe_unused]] std::size_t count,
                       [[maybe_unused]] char* out, [[maybe_unused]] std::size_t size) {
+  [[maybe_unused]] const VectorSet set = KernelSet();
+#if defined(__x86_64__)
+  if (set == VectorSet::kVbmi2) return EncodeByVbmi2(in, count, out, size);
+#endif
 #if defined(__x86_64__) || defined(__i386__)
-  switch (Vectors()) {
-    case VectorSet::kVbmi2:
-      return EncodeByVbmi2(in, count, out, size);
-    case VectorSet::kAvx512:
-    case VectorSet::kAvx2:
-      return EncodeByAvx2(in, count, out, size);
-    case VectorSet::kSsse3:
-      return EncodeBySsse3(in, count, out, size);
-    case VectorSet::kPlain:
-      break;
-  }
+  if (set >= VectorSet::kAvx2) return EncodeByAvx2(in, count, out, size);
+  if (set == VectorSet::kSsse3) return EncodeBySsse3(in, count, out, size);
 #endif
   return {};
 }
