@@ -1,9 +1,11 @@
 #include "key_order.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <numeric>
 
 #include "parallel.h"
 
@@ -18,6 +20,8 @@ constexpr std::size_t kDeepest = 64 * kWord;
 // Buckets are told by this many bits. With fewer keys than that they are not worth their own pass.
 constexpr unsigned kBucketBits = 16;
 constexpr std::size_t kFewKeys = std::size_t{1} << 14;
+// From so many entries on a byte of their words parts them faster than comparing does.
+constexpr std::size_t kWorthDigits = 128;
 // Pieces of work, many more than processors, as some take longer than others.
 constexpr std::size_t kPieces = 64;
 // Keys in order lie anywhere; those so many places ahead are fetched meanwhile.
@@ -182,10 +186,35 @@ class KeyTable {
     if (left > kAhead) __builtin_prefetch(present[kAhead].key);
   }
 
+  // Sorts entries whose words differ in these bits: many by the highest byte that has one of them,
+  // and then the entries of each byte.
+  static void SortDigits(Entries entries, std::uint64_t differing) {
+    if (entries.size() < kWorthDigits || differing == 0) {
+      std::sort(entries.begin(), entries.end(),
+                [](const Entry& a, const Entry& b) { return a.word < b.word; });
+      return;
+    }
+    const int shift = (63 - std::countl_zero(differing)) / 8 * 8;
+    const auto digit = [shift](const Entry& entry) {
+      return static_cast<std::size_t>(entry.word >> shift & 0xFF);
+    };
+    std::array<std::size_t, 257> begins{};
+    for (const Entry& entry : entries) ++begins[digit(entry) + 1];
+    std::partial_sum(begins.begin(), begins.end(), begins.begin());
+    auto next = begins;
+    const std::vector<Entry> given(entries.begin(), entries.end());
+    for (const Entry& entry : given) entries[next[digit(entry)]++] = entry;
+    const std::uint64_t below = differing & ((std::uint64_t{1} << shift) - 1);
+    for (std::size_t i = 0; i < 256; ++i) {
+      SortDigits(entries.subspan(begins[i], begins[i + 1] - begins[i]), below);
+    }
+  }
+
   // Sorts keys that agree in their first `depth` bytes and have the next ones as words.
   void SortWords(Entries entries, std::size_t depth) {
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return a.word < b.word; });
+    std::uint64_t differing = 0;
+    for (const Entry& entry : entries) differing |= entry.word ^ entries[0].word;
+    SortDigits(entries, differing);
     for (auto begin = entries.begin(); begin != entries.end();) {
       FetchAhead(entries, begin);
       const auto end = std::find_if(begin + 1, entries.end(), [begin](const Entry& entry) {

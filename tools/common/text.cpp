@@ -1,5 +1,7 @@
 #include "text.h"
 
+#include <algorithm>
+
 #include "failure.h"
 #include "names.h"
 
@@ -57,23 +59,40 @@ class ShortLatin1 {
   explicit ShortLatin1(std::string_view utf8) {
     constexpr unsigned char kLeadBeyond = 0xC4;
     if (utf8.size() > kMost) return;
-    bool isOther = false;
-    for (const char c : utf8) isOther |= c == '\0' || static_cast<unsigned char>(c) >= kLeadBeyond;
-    if (isOther) return;
+    bool hasZero = false;
+    unsigned char highest = 0;
+    for (const char c : utf8) {
+      const auto byte = static_cast<unsigned char>(c);
+      hasZero |= byte == 0;
+      highest = std::max(highest, byte);
+    }
+    if (hasZero || highest >= kLeadBeyond) return;
+    if (highest < 0x80) {
+      isAll_ = true;
+      text_ = utf8;
+      return;
+    }
     unsigned short units[kMost];
     const auto size = static_cast<int>(utf8.size());
-    count_ = KvMultiByteStr2WCharStr(units, size, utf8.data(), size);
-    for (int i = 0; i < count_; ++i) bytes_[i] = static_cast<char>(units[i]);
+    const int count = KvMultiByteStr2WCharStr(units, size, utf8.data(), size);
+    if (count < 0) return;
+    for (int i = 0; i < count; ++i) bytes_[i] = static_cast<char>(units[i]);
+    isAll_ = true;
+    text_ = {bytes_, static_cast<std::size_t>(count)};
   }
+  ShortLatin1(const ShortLatin1&) = delete;
+  ShortLatin1& operator=(const ShortLatin1&) = delete;
 
-  bool IsAll() const { return count_ >= 0; }
-  std::string_view Bytes() const { return {bytes_, static_cast<std::size_t>(count_)}; }
+  bool IsAll() const { return isAll_; }
+  // The given text itself where it is ASCII.
+  std::string_view Bytes() const { return text_; }
 
  private:
   static constexpr std::size_t kMost = 64;
 
   char bytes_[kMost];
-  int count_ = -1;
+  bool isAll_ = false;
+  std::string_view text_;
 };
 
 constexpr unsigned char kFourByteLead = 0xF0;
