@@ -2,7 +2,6 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -302,33 +301,6 @@ TEST_CASE("keys of runs longer than the caches are those of the plain loops") {
       }
     }
   }
-}
-
-// What is left of a run behind whole lines may be less than a line.
-TEST_CASE("keys of long runs of any length by vectors of each width") {
-  constexpr unsigned kTimes = 1400000;  // three bytes each
-  Bytes times;
-  for (unsigned i = 0; i < kTimes; ++i) {
-    times.insert(times.end(),
-                 {static_cast<unsigned char>(i % 24), static_cast<unsigned char>(i % 60),
-                  static_cast<unsigned char>(i % 59)});
-  }
-  const auto write = [&](unsigned count, Bytes& keys) {
-    const std::size_t toLine = -reinterpret_cast<std::uintptr_t>(keys.data()) % 64;
-    std::size_t size = 0;
-    CHECK(KvSortKeyRun({.type = KvTIME_T}, times.data(), 0, 0, count, keys.data() + toLine,
-                       3 * std::size_t{count}, nullptr, size) == kvOk);
-    return keys.data() + toLine;
-  };
-  Bytes plain(3 * kTimes + 64), keys(plain.size());
-  kv::LimitVectors(kv::VectorSet::kPlain);
-  const unsigned char* const expected = write(kTimes, plain);
-  support::WithEachVectorSet([&] {
-    for (unsigned count = kTimes - 340; count <= kTimes; count += 20) {
-      CAPTURE(count);
-      CHECK(std::memcmp(write(count, keys), expected, 3 * std::size_t{count}) == 0);
-    }
-  });
 }
 
 TEST_CASE("a bound holds and is told without the values") {
