@@ -218,9 +218,12 @@ struct Codec {
     return value;
   }
 
-  // Assigns the members and makes what is between them zero, which an assignment leaves open.
-  // Member by member: a wide read of what narrow writes just made would wait for them.
-  static void Put(T& destination, const T& value) {
+  // Load, and what is between the members becomes zero. The stored bytes are all read before
+  // anything is written, which may be in their place, and written member by member: a wide read of
+  // what narrow writes just made would wait for them.
+  static void LoadWhole(T& destination, const unsigned char* stored, bool reversed) {
+    T value = Blank();
+    Load(value, stored, reversed);
     auto* to = reinterpret_cast<unsigned char*>(&destination);
     const auto* from = reinterpret_cast<const unsigned char*>(&value);
     if constexpr (kStoredWidth != kMemoryWidth) std::memset(to, 0, sizeof(T));

@@ -61,7 +61,6 @@ unsigned StoreRun(void* destination, const void* source, unsigned char format, u
 template <class Codec>
 unsigned LoadRun(void* destination, const void* source, unsigned char format, unsigned count) {
   const bool reversed = Format{format}.IsReversed();
-  const Format byteOrder{reversed ? kSwapped : kAsInMemory};
   const std::size_t bytes = std::size_t{count} * Codec::kStoredWidth;
   if (bytes == 0) return 0;
   if (Codec::HasSameLayout(reversed)) {
@@ -72,8 +71,7 @@ unsigned LoadRun(void* destination, const void* source, unsigned char format, un
   auto* values = static_cast<typename Codec::Value*>(destination);
   unsigned i = MoveLeading<Codec, Direction::kLoad>(destination, source, reversed, count);
   for (; i < count; ++i) {
-    const auto value = Codec::Read(stored + std::size_t{i} * Codec::kStoredWidth, byteOrder);
-    Codec::Put(values[i], value);
+    Codec::LoadWhole(values[i], stored + std::size_t{i} * Codec::kStoredWidth, reversed);
   }
   return static_cast<unsigned>(bytes);
 }

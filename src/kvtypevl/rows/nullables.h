@@ -25,11 +25,17 @@ struct NullableCodec {
     return format.IsMemory() ? kMemoryWidth : kStoredWidth;
   }
 
+  // Without a branch, and what is not wanted is read too: nulls come in no order.
   static void Load(Value& value, const unsigned char* stored, bool reversed) {
-    value = Value();
-    if (stored[kIndicatorAt] == 1) return;
-    ScalarCodecType::Load(value.value, stored + kScalarAt, reversed);
-    value.null = 0;
+    const bool isNull = stored[kIndicatorAt] == 1;
+    Scalar scalar = ScalarCodecType::Blank();
+    ScalarCodecType::Load(scalar, stored + kScalarAt, reversed);
+    value.value = isNull ? Scalar{} : scalar;
+    value.null = isNull ? 1 : 0;
+    value.padding = {};
+  }
+  static void LoadWhole(Value& value, const unsigned char* stored, bool reversed) {
+    Load(value, stored, reversed);
   }
 
   // A null stores a zero scalar, whatever it holds: equal values have equal stored bytes.
@@ -50,9 +56,6 @@ struct NullableCodec {
     }
     return value;
   }
-
-  // Padding is a member of theirs.
-  static void Put(Value& destination, const Value& value) { destination = value; }
 
  private:
   static constexpr unsigned kIndicatorAt =
