@@ -239,6 +239,7 @@ TEST_CASE("dates and clocks agree with chrono both ways, and tell what does not 
   CHECK(KvFromChrono(sys_seconds{-1s})->time == KvTime(23, 59, 59));
   CHECK_FALSE(KvFromChrono(2023y / February / 29).has_value());
   CHECK_FALSE(KvFromChrono(year(-1) / January / 1).has_value());
+  CHECK(KvFromChrono(sys_days(year::max() / 12 / 31)).has_value());
   CHECK_FALSE(KvFromChrono(sys_days(year::max() / 12 / 31) + days(1)).has_value());
   CHECK_FALSE(KvToChrono(KvDate(2024, -1, 1)).has_value());
   CHECK_FALSE(KvToChrono(KvDate::NullValue()).has_value());
@@ -275,4 +276,15 @@ TEST_CASE("nullables are optionals") {
   CHECK(KvToOptional(KvNull_int(0)) == 0);
   CHECK(KvFromOptional(std::optional<double>()) == KvNull_double());
   CHECK(KvFromOptional(std::optional<double>(2.5)).value == 2.5);
+}
+
+TEST_CASE("the strong order of values that no room was made for beforehand") {
+  const std::string texts[] = {"", "a", std::string(300, 'x') + "a", std::string(300, 'x') + "b"};
+  for (std::size_t a = 0; a < std::size(texts); ++a) {
+    for (std::size_t b = 0; b < std::size(texts); ++b) {
+      const KvString left(texts[a].c_str());
+      const KvString right(texts[b].c_str());
+      CHECK(Sign(KvStrongOrder(left, right)) == (a > b) - (a < b));
+    }
+  }
 }
