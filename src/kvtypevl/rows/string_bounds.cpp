@@ -165,7 +165,7 @@ float EvalAndBoundAnyStrings(const KvIdxBounds* bounds, unsigned short predicate
   if (count == 0 || value == nullptr) return 0;
   const Format form{format};
   Text first;
-  ReadFirst(value, 0, form, first);  // there is one, as long as its length field says
+  if (!ReadFirst(value, 0, form, first)) return 0;
   const Constant constant(first);
 
   float fraction = 0;
