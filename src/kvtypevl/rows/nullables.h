@@ -28,9 +28,7 @@ struct NullableCodec {
   // Without a branch, and what is not wanted is read too: nulls come in no order.
   static void Load(Value& value, const unsigned char* stored, bool reversed) {
     const bool isNull = stored[kIndicatorAt] == 1;
-    Scalar scalar = ScalarCodecType::Blank();
-    ScalarCodecType::Load(scalar, stored + kScalarAt, reversed);
-    value.value = isNull ? Scalar{} : scalar;
+    LoadScalar(value.value, stored + kScalarAt, reversed, isNull);
     value.null = isNull ? 1 : 0;
     value.padding = {};
   }
@@ -58,6 +56,23 @@ struct NullableCodec {
   }
 
  private:
+  // Floating numbers go as their bits: in 32 bits the compiler puts a double together in memory,
+  // and a read of the whole waits until both halves are written.
+  static void LoadScalar(Scalar& destination, const unsigned char* stored, bool reversed,
+                         bool isNull) {
+    if constexpr (std::is_floating_point_v<Scalar>) {
+      using Bits = typename UnsignedOf<sizeof(Scalar)>::Type;
+      Bits bits;
+      ScalarCodec<Bits>::Load(bits, stored, reversed);
+      bits = isNull ? 0 : bits;
+      std::memcpy(&destination, &bits, sizeof bits);
+    } else {
+      Scalar scalar = ScalarCodecType::Blank();
+      ScalarCodecType::Load(scalar, stored, reversed);
+      destination = isNull ? Scalar{} : scalar;
+    }
+  }
+
   static constexpr unsigned kIndicatorAt =
       place == Indicator::kBefore ? 0 : ScalarCodecType::kStoredWidth;
   static constexpr unsigned kScalarAt = place == Indicator::kBefore ? 1 : 0;
