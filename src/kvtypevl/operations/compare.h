@@ -91,8 +91,10 @@ inline int CompareRun(unsigned char formatByte, unsigned length1, const void* va
   const auto* a = static_cast<const unsigned char*>(value1);
   const auto* b = static_cast<const unsigned char*>(value2);
   status = kvOk;
-  // A single element, the index probe, is never tested against the buffer ends.
-  if (count == 1) return OrderElements<Row>(a, b, format, cmpOp);
+  // A single element, the index probe, is never tested against the buffer ends. Nor is it jumped
+  // to: a taken branch cost it a seventh of its time.
+  if (count == 1) [[likely]]
+    return OrderElements<Row>(a, b, format, cmpOp);
   if (count == 0) return 0;
   return CompareElements<Row>(format, length1, a, length2, b, cmpOp, count, status);
 }
