@@ -262,6 +262,13 @@ TEST_CASE("blocks too short for a text are empty texts, and what is behind them 
     CHECK(types.Cmp(KvSTRING_T, c.length, c.block.data(), 0, empty.data(), 0, 1, 0, status) == 0);
     CHECK(status == c.status);
   }
+  // A language is read where there is one: null is told from empty.
+  KvString nullString;
+  nullString.SetNullValue();
+  Block null{2, 0, 1, 254}, wholeNull = Stored(nullString, 0);
+  int status = -1;
+  CHECK(types.Hash(KvSTRING_T, 4, null.data(), 1, 0, status) ==
+        types.Hash(KvSTRING_T, 0, wholeNull.data(), 1, 0, status));
   // In a run, the next one begins behind them.
   const Block text = Stored("y", 0);
   for (unsigned char body = 0; body < 4; ++body) {
@@ -271,7 +278,6 @@ TEST_CASE("blocks too short for a text are empty texts, and what is behind them 
     run.insert(run.end(), text.begin(), text.end());
     same.insert(same.end(), text.begin(), text.end());
     CAPTURE(int{body});
-    int status = -1;
     CHECK(types.Cmp(KvSTRING_T, static_cast<unsigned>(run.size()), run.data(),
                     static_cast<unsigned>(same.size()), same.data(), 0, 2, 0, status) == 0);
     CHECK(status == kvOk);

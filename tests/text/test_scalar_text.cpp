@@ -256,6 +256,8 @@ TEST_CASE("what does not match leaves the destination alone") {
   CHECK(Scan(Kv4B_T, "x5", o_4b{9}, " x%d") == 5);
   CHECK(Scan(Kv4B_T, "A", o_4b{9}, "%c") == 'A');
   CHECK(Scan(Kv4B_T, "0xg", o_4b{9}, "%i") == 0);
+  CHECK(Scan(Kv4B_T, "0X1F", o_4b{9}, "%i") == 31);
+  CHECK(Scan(Kv4B_T, "0x1F", o_4b{9}, "%2i") == 0);  // the width ends before a digit
   CHECK(Scan(Kv4B_T, "", o_4b{9}, "%c") == 9);
   CHECK(Scan(KvDOUBLE_T, "x", 9.0, "%g") == 9.0);
   // Beyond the range without an exponent.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <numeric>
 
 #include "kvmbs.h"
 #include "kvstring.h"
@@ -68,16 +69,21 @@ void CheckDecoders(const std::string& bytes) {
   CHECK(text.GetBufferSize() == (expected.units.empty() ? 0 : 2 * expected.units.size() + 2));
 
   const plain::DecodedString array = plain::DecodeArray(bytes);
+  const std::string goesOn = bytes + "\x80\x80\x80";
   for (const std::size_t room :
        {std::size_t{0}, array.units.size() / 2, array.units.size() + 3, array.units.size() + 20}) {
-    std::vector<unsigned short> out(room, 0xABCD);
+    // Each unit its own, so that one of them put back in another's place is seen.
+    std::vector<unsigned short> before(room);
+    std::iota(before.begin(), before.end(), static_cast<unsigned short>(0xAB00));
+    std::vector<unsigned short> out = before;
     CHECK(KvMultiByteStr2WCharStr(out.data(), static_cast<int>(room), exact.get(), size) ==
           array.result);
-    const std::size_t stored = std::min(room, array.units.size());
-    CHECK(std::equal(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(stored),
-                     array.units.begin()));
-    CHECK(std::all_of(out.begin() + static_cast<std::ptrdiff_t>(stored), out.end(),
-                      [](unsigned short unit) { return unit == 0xABCD; }));
+    const auto stored = static_cast<std::ptrdiff_t>(std::min(room, array.units.size()));
+    CHECK(std::equal(out.begin(), out.begin() + stored, array.units.begin()));
+    CHECK(std::equal(out.begin() + stored, out.end(), before.begin() + stored));
+    // What stands behind the size is not read, though it would go on with a cut character.
+    CHECK(KvMultiByteStr2WCharStr(out.data(), static_cast<int>(room), goesOn.data(), size) ==
+          array.result);
   }
 }
 
