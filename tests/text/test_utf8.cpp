@@ -263,6 +263,15 @@ TEST_CASE("empty and null input, and a string decoded into itself") {
 TEST_CASE("encoding into buffers of every size splits no character") {
   Random random(3);
   support::WithEachVectorSet([&] { CheckEncoder(random); });
+  // A text ends at its first zero unit, wherever a block has it.
+  for (unsigned short at = 60; at < 80; ++at) {
+    KvString text(std::vector<unsigned short>(100, 0xE9).data(), 100);
+    text[at] = '\0';
+    support::WithEachVectorSet([&] {
+      char buffer[300];
+      CHECK(KvString2KvMBS(text, buffer, sizeof buffer) == 2 * at);
+    });
+  }
 }
 
 TEST_CASE("ASCII in an 8-bit code set goes as it is") {
