@@ -248,9 +248,9 @@ KvString operator+(const char* a, const KvString& b) {
 // The last unit of the block is the terminator whatever has been written there, so a text that
 // lost its own cannot lead anybody out of the block.
 unsigned short KvString::Len() const {
-  // Without a buffer it is 0, whatever the limit.
-  const unsigned limit = kv::UnitsIn(bufferSize_, codeSet_) - 1;
-  return static_cast<unsigned short>(kv::TextLength(buffer_, KvIsWideCodeSet(codeSet_), limit));
+  const unsigned units = kv::UnitsIn(bufferSize_, codeSet_);
+  if (units == 0) return 0;
+  return static_cast<unsigned short>(kv::TextLength(buffer_, KvIsWideCodeSet(codeSet_), units - 1));
 }
 
 bool KvString::IsEmpty() const {
