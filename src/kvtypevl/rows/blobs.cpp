@@ -38,7 +38,7 @@ class BlobRun {
  public:
   BlobRun(unsigned char format, unsigned length, const void* values, unsigned count)
       : isMemory_(Format{format}.IsMemory()),
-        stored_(isMemory_ ? nullptr : values, length, Format{format}.IsReversed()),
+        stored_(isMemory_ || count == 0 ? nullptr : values, length, Format{format}.IsReversed()),
         at_(static_cast<const KvBlob*>(values)),
         left_(isMemory_ ? VisibleElements(length, sizeof(KvBlob), count) : 0) {}
 
