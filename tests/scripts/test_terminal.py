@@ -101,11 +101,16 @@ class Terminal(unittest.TestCase):
                                  for text in ("2a000000", "07e8021d"))
                 self.assertNotEqual(COLOUR.match(first)[0], COLOUR.match(second)[0])
 
-    def test_no_colour_where_it_is_not_wanted(self):
+    def test_colours_where_they_are_wanted_alone(self):
         _, screen = self.run_in(200, KVTM, "record", SCHEMA, DAMAGED, NO_COLOR="1")
         self.assertNotRegex(screen, COLOUR)
         piped = kvtm("record", SCHEMA, DAMAGED)[1]
         self.assertEqual(screen, piped.rstrip("\n"))
+        more = (SCHEMA + ",c:o_char[4]", DAMAGED + "41424344")
+        _, screen = self.run_in(200, KVTM, "record", *more, NO_COLOR="")
+        self.assertEqual(COLOUR.sub("", screen), kvtm("record", *more)[1].rstrip("\n"))
+        self.assertEqual(re.findall(r"\x1b\[(1|3\d)m", screen),
+                         ["36", "1", "31", "35", "32", "36", "33", "35"])
 
 
 if __name__ == "__main__":

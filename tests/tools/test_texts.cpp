@@ -1,0 +1,163 @@
+// Small texts that every command makes or reads: numbers, escapes, hex, names, tables.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <string>
+
+#include "escape.h"
+#include "hex.h"
+#include "names.h"
+#include "numbers.h"
+#include "report.h"
+#include "said.h"
+#include "text.h"
+
+namespace {
+
+std::string Read(std::string_view hex) {
+  return Said([&] {
+    Bytes bytes;
+    AppendHex(hex, bytes);
+    return ToHex(bytes);
+  });
+}
+
+}  // namespace
+
+TEST_CASE("bytes of all values, as the C library sorts them") {
+  for (int i = 0; i < 256; ++i) {
+    const char c = static_cast<char>(i);
+    const bool isDigit = std::isxdigit(i) != 0;
+    const std::string text(1, c);
+    CAPTURE(i);
+    CHECK(TrimBlanks(text + "x" + text) == (std::isspace(i) != 0 ? "x" : text + "x" + text));
+    for (int j = 0; j < 128; ++j) {
+      CHECK(EqualsIgnoringCase(text, std::string(1, static_cast<char>(j))) ==
+            (i < 128 && std::tolower(i) == std::tolower(j)));
+    }
+    const std::string digits = isDigit ? text : "";
+    CHECK((Read("4" + text) == "4" + std::string(1, static_cast<char>(std::tolower(i)))) ==
+          isDigit);
+    const bool isBetween = c != '\0' && std::string(" \t\n\r:,").find(c) != std::string::npos;
+    CHECK((Read("a1" + text + "B2") == "a1b2") == isBetween);
+    const auto byte = static_cast<unsigned char>(i);
+    CHECK(Read(ToHex(&byte, 1) + " 0X" + ToHex(&byte, 1)) == ToHex(Bytes{byte, byte}));
+  }
+}
+
+TEST_CASE("hex and dumps: what is read, and where what is none stands") {
+  const std::pair<const char*, std::string> cases[] = {
+      {"00000000: 4142 43                                  ABC\n", "414243"},
+      {"00000000  41 42 43                                          |ABC|\n00000003\n", "414243"},
+      {"00000000: 4142\r\n000000002: 43  x\r\n", "414243"},
+      {"0011223344556677  8899", "00112233445566778899"},
+      {"0000000: 41", "1: ':' is no hex digit, at offset 7 of '0000000: 41'"},
+      {"00000000 41", "0000000041"},
+      {"00000000:41", "0000000041"},
+      {"g0000000: 41", "1: 'g' is no hex digit, at offset 0 of 'g0000000: 41'"},
+      {"00000000  41", "0000000041"},
+      {"00000000: 41\nhello\n", "1: not a line of a dump: 'hello'"},
+      {"4", "1: a byte takes two hex digits, the last one of '4' has one"},
+      {"41 0x", "1: 'x' is no hex digit, at offset 4 of '41 0x'"},
+      {"410x4", "1: a byte takes two hex digits, the last one of '410x4' has one"},
+      {"4 1", "1: ' ' is no hex digit, at offset 1 of '4 1'"},
+      {"0x0X41", "41"},
+  };
+  for (const auto& each : cases) {
+    CAPTURE(each.first);
+    Bytes bytes;
+    CHECK(Said([&] { return AppendHexDump(each.first, bytes), ToHex(bytes); }) == each.second);
+  }
+}
+
+TEST_CASE("whole numbers within bounds") {
+  const auto read = [](std::string_view text, long long least, unsigned long long greatest) {
+    unsigned long long bits = 77;
+    const NumberFault fault = ReadInteger(text, least, greatest, bits);
+    return fault == NumberFault::kNone         ? std::to_string(bits)
+           : fault == NumberFault::kNotANumber ? "?"
+                                               : "far";
+  };
+  for (const char* text :
+       {"", " ", "-", "+", "--5", "5.", "5 5", "5x", "0x5", "/", ":", "99999999999999999999x"}) {
+    CHECK(read(text, -128, 127) == "?");
+  }
+  for (const char* text : {"128", "-129", "18446744073709551616"})
+    CHECK(read(text, -128, 127) == "far");
+  CHECK(read("-1", 0, 127) == "far");
+  CHECK(read("-0", 0, 127) == "0");
+  CHECK(read(" +127\t", -128, 127) == "127");
+  CHECK(read("-128", -128, 127) == "18446744073709551488");
+  CHECK(read("18446744073709551615", 0, ~0ULL) == "18446744073709551615");
+  CHECK(read("-9223372036854775808", INT64_MIN, 0) == "9223372036854775808");
+  CHECK(ShortestText(0.1f) + ShortestText(-INFINITY) + ShortestText(INFINITY) + ShortestText(NAN) ==
+        "0.1-InfinityInfinityNaN");
+}
+
+TEST_CASE("what a terminal must not see is escaped, and reads back") {
+  const std::pair<unsigned, unsigned> hidden[] = {
+      {0, 0x1F},        {0x7F, 0x9F},     {0x200B, 0x200F}, {0x2028, 0x202E},
+      {0x2066, 0x2069}, {0xD800, 0xDFFF}, {0xFEFF, 0xFEFF}};
+  for (unsigned unit = 0; unit < 0x10000; ++unit) {
+    std::string text;
+    AppendUtf8(text, static_cast<unsigned short>(unit));
+    char escape[8];
+    std::snprintf(escape, sizeof escape, unit < 0x100 ? "\\x%02x" : "\\u%04x", unit);
+    const bool hides = std::any_of(std::begin(hidden), std::end(hidden), [unit](const auto& range) {
+      return range.first <= unit && unit <= range.second;
+    });
+    if (Printable(text) != (hides ? escape : text)) CHECK(unit == 0x10000);
+    if (Unescaped(Escaped(text, true)) != text) CHECK(unit == 0x20000);
+  }
+  CHECK(Escaped("a\\b\xff\xF0\xA2\x80\x8B", true) == "a\\\\b\\xff\xF0\xA2\x80\x8B");
+  CHECK(Escaped("a\\b", false) == "a\\b");
+  for (const auto& each : std::vector<std::pair<std::string, std::string>>{
+           {"\\n\\r\\t\\x41\\u20aC", "\n\r\tA\u20ac"},
+           {"\\x4", "1: an escape with 2 hex digits lacks some, before '4'"},
+           {"\\x4g", "1: an escape with 2 hex digits lacks some, before '4g'"},
+           {"\\u12g4", "1: an escape with 4 hex digits lacks some, before '12g4'"},
+           {"\\q", "1: there is no escape '\\q'; a backslash is written \\\\"},
+           {"\\", "1: there is no escape '\\\\x00'; a backslash is written \\\\"}}) {
+    CHECK(Said([&] { return Unescaped(each.first); }) == each.second);
+  }
+  const std::string s39(39, 's');
+  CHECK(Quoted(s39 + "t") == "'" + s39 + "t'");
+  CHECK(Quoted(s39 + "tu") == "'" + s39 + "t...'");
+  CHECK(Quoted(s39 + "\u00e9") == "'" + s39 + "...'");
+  CHECK(Counted(0, "one", "many") + Counted(1, "one", "many") + Counted(2, "one", "many") ==
+        "0 many1 one2 many");
+}
+
+TEST_CASE("tables and folded lines count characters, not bytes") {
+  CHECK(Aligned({{"a", "b"}, {"\u00e9\u00e9\u00e9", "", "c"}, {}}) ==
+        "a    b\n\u00e9\u00e9\u00e9     c\n\n");
+  CHECK(WidthOf("ab\n\u00e9\u00e9\u00e9\n\nd") == 3);
+  CHECK(WidthOf("") == 0);
+  CHECK(Folded("\u00e9\u00e9 bb cc dd eeeeeee f", 6, "> ", 1) ==
+        "> \u00e9\u00e9\n bb cc\n dd\n eeeeeee\n f");
+  CHECK(JsonText("a\"\\\x1f \x7f\u00ff\xED\x9F\xBF\xED\xA0\x80\xED\xBF\xBF\xED\xA0") ==
+        "\"a\\\"\\\\\\u001f \x7f\u00ff\xED\x9F\xBF\\ud800\\udfff\xED\xA0\"");
+}
+
+TEST_CASE("every code set and language is found by number and by its names") {
+  for (unsigned number = 0; number < 256; ++number) {
+    const auto code = static_cast<unsigned char>(number);
+    const std::string text = std::to_string(number);
+    CHECK(
+        Said([&] { return std::to_string(FindCodeSet(text)); }) ==
+        (number < 254 ? text : "2: unknown code set '" + text + "'; kvtm help convert lists them"));
+    CHECK(Said([&] { return std::to_string(FindLanguage(text)); }) ==
+          (number < 254 ? text : "2: unknown language '" + text + "'; kvtm help sort lists them"));
+    const std::string set = CodeSetName(code);
+    if (set != "code set " + text) CHECK(FindCodeSet(set) == code);
+    const KvLanguage& language = *KvLanguageContext::QueryLanguage(code);
+    const bool named =
+        number > 0 && number < 254 && language.Number() == code && *language.Code() != '\0';
+    CHECK(LanguageName(code) == (named ? language.Name() : "language " + text));
+    CHECK((LanguageNames().find(std::string(language.Name()) + " ") != std::string::npos) >= named);
+    if (named)
+      CHECK((FindLanguage(language.Name()) == code && FindLanguage(language.Code()) == code));
+  }
+}
