@@ -66,20 +66,6 @@ class Keys(KvtmTest):
             self.assertEqual([row["offset"] for row in rows], [0, 1, 3, 4, 5, 6, 7, 8])
             self.assertEqual(rows[-1]["what"], "n: 70000")
 
-    def test_what_cannot_be_done_is_one_line(self):
-        for status, words, arguments in [
-                (2, "VALUE is missing", ("key", "o_4b")),
-                (2, "do not make tuples of 2", ("key", "a:o_4b,b:o_4b", "1")),
-                (2, "not a run", ("key", "a:o_4b[3]", "1")),
-                (2, "there are no keys", ("key", "KvString", "--op", "key-order", "a")),
-                (2, "there are no keys", ("key", "o_4b", "--nulls-first", "--nulls-last", "1")),
-                (1, "has no key", ("key", "KvString", "--codeset", "0", "a")),
-                (1, "no key of o_4b", ("unkey", "o_4b", "8000")),
-                (1, "bytes follow", ("unkey", "o_4b", "8000000000")),
-                (1, "no key of KvString", ("unkey", "KvString", "0178"))]:
-            with self.subTest(arguments=arguments):
-                self.fails(status, words, *arguments)
-
 
 if __name__ == "__main__":
     unittest.main()

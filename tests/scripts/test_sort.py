@@ -53,12 +53,6 @@ class Numbers(KvtmTest):
                     f"{numbers.randint(0, 300):0{numbers.randint(1, 5)}}"
                     for _ in range(LINES // 10)), "-n", *options)
 
-    def test_bad_lines_are_named_and_left_out(self):
-        status, output, error = kvtm("sort", "Kv2B_T", stdin="5\nfive\n-7 \n\n40000\n+5\n3")
-        self.assertEqual((status, output), (1, "-7 \n3\n5\n+5\n"))
-        self.assertEqual([line.split(": ")[:3] for line in error.splitlines()],
-                         [["kvtm", "sort", f"line {number}"] for number in (2, 4, 5)])
-
     def test_bad_lines_of_a_long_input(self):
         lines = [f"{number % 1000}" for number in range(LINES // 4)]
         bad = sorted(random.Random(4).sample(range(len(lines)), 500))
@@ -70,30 +64,6 @@ class Numbers(KvtmTest):
                          [index + 2 for index in bad])
         good = sorted(int(line) for line in lines if line != "bad")
         self.assertEqual(output, "n\n" + "".join(f"{number}\n" for number in good))
-
-    def test_lines_that_end_as_windows_ends_them(self):
-        self.assertEqual(self.good("sort", "--csv", "KvString", "-u", "-k", "v",
-                                   stdin="n,v\r\n1,5\r\n2,5\n3,3\r\n"), "n,v\r\n3,3\r\n1,5\r\n")
-
-    def test_nulls_among_values(self):
-        lines = ["7", "{NULL}", "-3", "7", "{NULL}", "0"]
-        self.assertEqual(self.good("sort", "KvNull_int", stdin="\n".join(lines)).split(),
-                         ["{NULL}", "{NULL}", "-3", "0", "7", "7"])
-        self.assertEqual(self.good("sort", "KvString", "-u", stdin="\n".join(lines)).split(),
-                         ["{NULL}", "-3", "0", "7"])
-
-    def test_an_order_without_keys(self):
-        lines = "b\nA\na\nB\na\n"
-        self.assertEqual(self.good("sort", "KvString", "--op", "0x100", "-u", stdin=lines).split(),
-                         ["A", "a", "B", "b"])
-
-    def test_no_lines(self):
-        self.assertEqual(self.good("sort", "Kv4B_T"), "")
-
-    def test_floating_order(self):
-        lines = "Infinity\n0\nnan\n-Infinity\n-0.0\n1e-320\n-1e308\n"
-        self.assertEqual(self.good("sort", "KvDOUBLE_T", stdin=lines).split(),
-                         ["nan", "-Infinity", "-1e308", "0", "-0.0", "1e-320", "Infinity"])
 
 
 class Words(KvtmTest):

@@ -1,0 +1,51 @@
+"""What kvtm and kvindex say, word by word: the pages in says/, and the examples in the help.
+
+On a page a line that begins with "$ " is a command; what it prints on both streams follows, and its
+exit status in brackets unless that is 0. The commands of a page run one after the other in a folder
+of their own."""
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from program import KVTM, SOURCE, KvtmTest
+
+sys.path.insert(0, str(Path(SOURCE) / "tools"))
+import tour  # noqa: E402
+
+PROGRAMS = Path(KVTM).resolve().parent
+END = "\n#### end of a command\n"
+
+
+def said(commands):
+    """What each command prints, in one shell."""
+    script = "exec 2>&1\n" + "".join(
+        f"{command}\nstatus=$?; (( status == 0 )) || echo [$status]\nprintf '{END}'\n"
+        for command in commands)
+    with tempfile.TemporaryDirectory() as folder:
+        done = subprocess.run(["bash", "-c", script], cwd=folder, stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, timeout=300, env={
+                                  **os.environ, "LC_ALL": "C.UTF-8",
+                                  "PATH": f"{PROGRAMS}{os.pathsep}{os.environ['PATH']}"})
+    return done.stdout.decode("utf-8", "replace").split(END)[:-1]
+
+
+class Says(KvtmTest):
+    def test_pages(self):
+        for page in sorted((Path(__file__).parent / "says").glob("*.md")):
+            if not (PROGRAMS / page.stem).exists():
+                continue  # kvindex is not built everywhere
+            pairs = [pair for kind, content in tour.pieces(page.read_text(encoding="utf-8"))
+                     if kind == "console" for pair in content]
+            printed = said([command for command, _ in pairs])
+            self.assertEqual(len(printed), len(pairs), page.name)
+            for (command, expected), each in zip(pairs, printed):
+                with self.subTest(command):
+                    self.assertEqual(each.replace("\r", "\\r").splitlines(), expected)
+
+
+if __name__ == "__main__":
+    unittest.main()
