@@ -75,7 +75,7 @@ using KvStoreFunc = unsigned (*)(void* destination, const void* source, unsigned
 // Stored form to memory form, over constructed values: bytes read, 0 on failure.
 using KvLoadFunc = unsigned (*)(void* destination, const void* source, unsigned char format,
                                 unsigned count);
-// Stored bytes of `count` null values.
+// Stored bytes of `count` null values; of a type without null, of what an empty text converts to.
 using KvNullSizeFunc = unsigned (*)(unsigned count);
 // Stored bytes of the run that begins at `stored`, which is trusted. `extra` is not used.
 using KvSizeFunc = unsigned (*)(const void* stored, unsigned char extra, unsigned char format,
@@ -210,6 +210,8 @@ class KV_EXPORT KvTypeMgr {
   KvSetNullFunc SetNullPtrGet(char id) const;
   KvStoreFunc StorePtrGet(char id) const;
   KvLoadFunc LoadPtrGet(char id) const;
+  // What nulls take, before there are any: types->NullSizePtrGet(KvBLOB_T)(3) is 16.
+  KvNullSizeFunc NullSizePtrGet(char id) const;
   // The only way to the smallest value of a type, where an index scan without a lower bound begins;
   // GetValue refuses that step:
   //   o_2b first;

@@ -262,6 +262,9 @@ KvStoreFunc KvTypeMgr::StorePtrGet(char id) const {
 KvLoadFunc KvTypeMgr::LoadPtrGet(char id) const {
   return Row(id).load;
 }
+KvNullSizeFunc KvTypeMgr::NullSizePtrGet(char id) const {
+  return Row(id).nullSize;
+}
 KvStepFunc KvTypeMgr::StepPtrGet(char id) const {
   return Row(id).step;
 }

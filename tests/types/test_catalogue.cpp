@@ -269,10 +269,34 @@ TEST_CASE("the illegal row answers every operation harmlessly") {
   CHECK(types.DefaultValue(id, 1, 0) == nullptr);
   CHECK(types.GetValue(id, &value, 0, 8, 'M') == kvNotSupported);
   CHECK(types.SetNullValue(id, &value) == 0);
+  MemFile file("abcd", 4);
+  char other = 6;
+  CHECK(types.Load(id, &value, &other, 8, 1) == 0);
+  CHECK(types.Translate(id, &value, 0, 1, &other, 0, 1, 1) == 0);
+  CHECK(types.DiskLenGetFromMemFile(id, &file, 0, 1) == 0);
+  CHECK(types.NullSizePtrGet(id)(3) == 0);
+  types.ConstructorPtrGet(id)(&value, 1, 0);
+  types.DestructorPtrGet(id)(&value, 1, 0);
+  types.AssignmentPtrGet(id)(&value, &other, 1, 0);
+  types.CopyPtrGet(id)(&value, &other, 1, 0);
   CHECK(&types.PrintToKvString(id, text, &value, nullptr, 1) == &text);
   CHECK(std::strcmp(text.StrGet(), "left alone") == 0);
   CHECK(types.ScanFromKvString(id, &value, text, nullptr, 1) == nullptr);
   CHECK(value == 5);
+}
+
+TEST_CASE("nulls take what they are said to") {
+  KvTypeMgr types;
+  for (char id = 0; id < support::kRowCount; ++id) {
+    CAPTURE(std::string(types.NameGet(id, nullptr)));
+    unsigned char stored[64];
+    auto* const values = static_cast<unsigned char*>(types.Create(id, 3));
+    for (unsigned i = 0; i < 3; ++i) types.SetNullValue(id, values + i * types.MemLenGet(id, 1));
+    for (unsigned count = 0; count <= 3; ++count) {
+      CHECK(types.NullSizePtrGet(id)(count) == types.Store(id, stored, values, 0, count));
+    }
+    types.Delete(id, values, 3);
+  }
 }
 
 TEST_CASE("no other row borrows the illegal row's functions") {

@@ -159,11 +159,11 @@ int RowHandlers<Row>::IsNull([[maybe_unused]] void* value) {
 template <class Row>
 int RowHandlers<Row>::SetNull([[maybe_unused]] void* value) {
   using Value = typename Row::Codec::Value;
+  int status = kvNotSupported;
   if constexpr (requires(Value & v) { Row::SetNull(v); }) {
-    return Row::SetNull(*static_cast<Value*>(value));
-  } else {
-    return kvNotSupported;
+    status = Row::SetNull(*static_cast<Value*>(value));
   }
+  return status;
 }
 
 template <class Row>
