@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -112,12 +113,17 @@ TEST_CASE("values are stored within their room or not at all, and their size is 
 TEST_CASE("a run that its stored form cannot hold is not stored") {
   const KvTypeMgr old(3);
   KvString longest[2];
-  for (KvString& each : longest) each.Expand(40000, 'x');
+  longest[0].Expand(40000, 'x');
+  longest[1].Expand(25533, 'x');
   CHECK(KvStoredSize(old, KvSTRING_T, longest, 1).bytes == 40003);
+  CHECK(KvStoredSize(old, KvSTRING_T, longest, 2).bytes == 65537);
+  longest[1].Expand(25534, 'x');
   CHECK(KvStoredSize(old, KvSTRING_T, longest, 2).status == kvOutOfRange);
   for (const unsigned version : {4u, 5u}) {
-    CHECK(KvStoredSize(KvTypeMgr(version), KvSTRING_T, longest, 2).bytes == 80012);
+    CHECK(KvStoredSize(KvTypeMgr(version), KvSTRING_T, longest, 2).bytes == 65546);
   }
+  CHECK(KvStoredSize(Types(), Kv1B_T, longest, UINT_MAX).bytes == UINT_MAX);
+  CHECK(KvStoredSize(Types(), Kv2B_T, longest, 0x80000000).status == kvOutOfRange);
 }
 
 TEST_CASE("damage to stored strings and blobs is told by its place") {
@@ -157,7 +163,8 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
       {KvBLOB_T, "07 00 00 00 01 00 00 00 41 00 00", 1, kvOk, 0, 1},
       {KvBLOB_T, "07 00 00 00 01 00 00 00 41 00 00", 0, kvDamaged, 9, 1},
       {KvBLOB_T, "00 00 00 00", 0, kvDamaged, 4, 0},
-      {KvBLOB_T, "FD FF FF FF FF FF FF FF", 1, kvOutOfRange, 0, 0},
+      {KvBLOB_T, "FB FF FF FF FF FF FF FF", 1, kvBufferShort, 4, 0},
+      {KvBLOB_T, "FC FF FF FF FF FF FF FF", 1, kvOutOfRange, 0, 0},
       // Fixed widths.
       {Kv4B_T, "01 00 00 00 02", 0, kvBufferShort, 4, 1},
       {Kv4B_T, "", 0, kvBufferShort, 0, 0},
@@ -223,6 +230,7 @@ TEST_CASE("a run of 4 GiB and more is refused") {
   if (kLength != kBytes) return;  // a host that has no such runs
   const o_4b number = 1;          // of numbers nothing is read
   CHECK(KvMeasureStored(Types(), Kv4B_T, &number, kLength, 0, 0).status == kvOutOfRange);
+  CHECK(KvMeasureStored(Types(), Kv1B_T, &number, UINT_MAX, 0, 0).count == UINT_MAX);
   const ManyStrings strings(kBytes);
   const KvMeasured run = KvMeasureStored(Types(), KvSTRING_T, strings.Bytes(), kLength, 0, 0);
   CHECK(run.status == kvOutOfRange);
@@ -245,6 +253,8 @@ TEST_CASE("days and hours that there are not are told and not refused") {
       {D_DATE_T, "DC 05 02 1D DD 05 02 1D ", 1, 4},               // a Julian leap day, and none
       {D_TIME_T, "02 00 19 3B 3B 63 02 00 1A 00 00 00 ", 1, 6},   // 23 and 24 o'clock in zone 2
       {KvTIMESPAN_T, "E8 07 0D 63 63 00 00 00 00 00 00 ", 0, 0},
+      {KvDATIME_T, "E7 07 02 1C 00 00 00 E7 07 02 1D 00 00 00 ", 1, 7},
+      {D_TIMESTAMP_T, "E8 07 01 01 00 00 17 00 00 00 E8 07 01 01 00 00 18 00 00 00 ", 1, 10},
   };
   for (const Case& each : cases) {
     CAPTURE(each.hex);
@@ -288,13 +298,19 @@ TEST_CASE("the order of stored values is total, whatever the bytes are") {
   }
 }
 
-TEST_CASE("texts of the defaults are behind the others") {
-  const Bytes letters = Text("05 00 01 01 62 00 FF ");
-  for (const char* defaults : {"05 00 01 FF 61 00 FF ", "05 00 FF 01 61 00 FF "}) {
-    const Bytes text = Text(defaults);
-    CHECK(KvOrderStored(Types(), KvSTRING_T, text.data(), text.size(), letters.data(),
-                        letters.size(), 0) == 1);
+TEST_CASE("texts stand by what they are: letters, plain bytes, those of the defaults, damage") {
+  const char* const kAscending[] = {"05 00 01 01 62 00 FF ", "05 00 00 01 61 00 FF ",
+                                    "05 00 01 FF 61 00 FF ", "05 00 FF 01 61 00 FF ",
+                                    "05 00 01 01 61 00 FE "};
+  const auto order = [](const char* a, const char* b) {
+    const Bytes left = Text(a), right = Text(b);
+    return KvOrderStored(Types(), KvSTRING_T, left.data(), left.size(), right.data(), right.size(),
+                         0);
+  };
+  for (const char* const& a : kAscending) {
+    for (const char* const& b : kAscending) CHECK(order(a, b) == (&a > &b) - (&a < &b));
   }
+  CHECK(order("05 00 00 FE 63 00 FF ", kAscending[1]) == -1);  // bytes in the order of letters
 }
 
 TEST_CASE("sound stored values order as their row does") {
@@ -329,8 +345,10 @@ TEST_CASE("types are found by either name, and no other id is one") {
     CHECK(KvCheckType(Types(), id) == expected);
     CHECK(KvCheckType(four, id) == expected);
     CHECK(KvCheckType(old, id) == (number >= 0 && number < 28 ? kvOk : kvNoSuchType));
+    unsigned char byte = 1, room[32] = {};
+    if (KvCheckType(old, id) != kvOk)
+      CHECK(KvLoadChecked(old, id, room, room + 16, 16, 0, 1).status == kvNoSuchType);
     if (expected == kvOk) continue;
-    unsigned char byte = 1;
     CHECK(KvMeasureStored(Types(), id, &byte, 1, 0, 1).status == expected);
     CHECK(KvLoadChecked(Types(), id, &byte, &byte, 1, 0, 1).status == expected);
     CHECK(KvStoredSize(Types(), id, &byte, 1).status == expected);

@@ -140,6 +140,54 @@ TEST_CASE("a fraction lies in [0, 1], is the same in every form, and reads known
   }
 }
 
+TEST_CASE("a value takes of a range what its steps from the ends say") {
+  for (char id = 0; id < support::kRowCount; ++id) {
+    const char base = support::BaseOf(id);
+    // A span and a nanosecond stand by their seconds, and numbers beyond 2^53 not one by one.
+    const bool counts = Types().IsFixed(id) != 0 && !IsFloating(id) && base != KvBOOLEAN_T &&
+                        base != KvDATIME_N_T && base != KvTIMESPAN_T;
+    const bool isLong = base == Kv8B_T || base == KvU8B_T || base == KvINT64_T;
+    if (!counts) continue;
+    CAPTURE(int{id});
+    const Bytes near256 = support::Joined({Bytes(id == base ? 0 : 1), support::Little(253, 8)});
+    const Values values(id, isLong ? std::vector<Bytes>{near256} : support::OrdinaryValues(id));
+    unsigned tried = 0;
+    for (unsigned i = 0; i < values.Count(); ++i) {
+      CAPTURE(i);
+      const auto stepped = [&](int steps) {
+        Operand value(values, i, 8);
+        while (steps-- > 0 && !value.bytes.empty()) {
+          const int status = Types().GetValue(id, value.bytes.data(), 0, 8, 'M');
+          if (status != kvOk) value.bytes.clear();
+        }
+        return value;
+      };
+      if (Types().IsNullValue(id, values[i]) != 0 || stepped(6).bytes.empty()) continue;
+      ++tried;
+      const auto share = [&](unsigned short predicate) {
+        return Query{id, 8}(predicate, stepped(2), stepped(0), stepped(6));
+      };
+      CHECK(share(kvPredicateLess) == doctest::Approx(2 / 7.0));
+      CHECK(share(kvPredicateEqual) == doctest::Approx(1 / 7.0));
+      CHECK(share(kvPredicateGreater) == doctest::Approx(4 / 7.0));
+    }
+    CHECK(tried != 0);
+  }
+  // Blobs by six bytes, the moments of a day by their seconds, the zones each as a day of its own.
+  const auto less = [](char id, const Bytes& constant, const Bytes& lower, const Bytes& upper) {
+    const Values values(id, {constant, lower, upper});
+    return Query{id, 8}(kvPredicateLess, {values, 0, 8}, {values, 1, 8}, {values, 2, 8});
+  };
+  const auto blob = [](char fifth, char sixth) {
+    return support::BlobBytes({0, 0, 0, 0, fifth, sixth, 9});
+  };
+  CHECK(less(KvBLOB_T, blob(1, 0), blob(0, '\xFF'), blob(1, 3)) == doctest::Approx(0.2));
+  CHECK(less(D_TIME_T, {1, 0, 1, 0, 0, 0}, {0, 255, 0, 0, 0, 0}, {1, 1, 1, 1, 0, 0}) ==
+        doctest::Approx(0.5));
+  CHECK(less(KvDATIME_N_T, {208, 7, 1, 2, 0, 0, 0, 0, 0, 0, 0}, {208, 7, 1, 1, 0, 0, 0, 0, 0, 0, 0},
+             {208, 7, 1, 2, 23, 59, 59, 0, 0, 0, 0}) == 0.5f);
+}
+
 TEST_CASE("within a range, parts add up to the whole and grow with the constant") {
   for (char id = 0; id < support::kRowCount; ++id) {
     if (id == KvBOOLEAN_T) continue;  // always a third
