@@ -269,6 +269,7 @@ inline std::optional<KvString> KvFromUtf8(std::string_view text) {
   while (!text.empty()) {
     std::size_t piece = text.size() < kMostBytes ? text.size() : kMostBytes;
     while (piece < text.size() && piece != 0 && (text[piece] & 0xC0) == 0x80) --piece;
+    if (piece == 0) return std::nullopt;  // no character goes on for so long
     KvString part(kvCodeSetUnicode, KvString::GetDefaultLanguage());
     const int used = KvMBS2KvString(text.data(), part, static_cast<int>(piece));
     if (used < 0 || static_cast<std::size_t>(used) != piece) return std::nullopt;

@@ -118,10 +118,14 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
       {KvU8B_T, "18446744073709551616", nullptr, kvOutOfRange, 20},
       {KvINT64_T, "-9223372036854775809", nullptr, kvOutOfRange, 20},
       {KvINT64_T, "-9223372036854775808", nullptr, kvOk, 20},
+      {KvINT64_T, "9223372036854775808 5", "%S %S", kvOutOfRange, 21},
       {KvBLOCKID_T, "17", nullptr, kvMismatch, 0},
       {KvDOUBLE_T, "1e999", nullptr, kvOutOfRange, 5},
       {KvDOUBLE_T, "-infinity ", nullptr, kvOk, 10},
-      {KvDOUBLE_T, "infinite", nullptr, kvMismatch, 0},
+      {KvDOUBLE_T, "  infinite", nullptr, kvMismatch, 2},
+      {KvDOUBLE_T, " NaN x", nullptr, kvTextLeft, 4},
+      {KvDOUBLE_T, "ldexp(0.5,2000)", "ldexp(%g,%d)", kvOutOfRange, 15},
+      {KvDOUBLE_T, "ldexp(inf,3)", "ldexp(%g,%d)", kvOk, 12},
       {KvDOUBLE_T, "1e999", "%lf", kvOutOfRange, 5},
       {KvDOUBLE_T, "1.5.2", nullptr, kvTextLeft, 3},
       {KvDOUBLE_T, "1e+", nullptr, kvTextLeft, 1},
@@ -142,6 +146,7 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
       {Kv1B_T, "", nullptr, kvNothingRead, 0},
       {KvOBJID_T, "(1-2#", nullptr, kvMismatch, 5},
       {KvOBJID_T, "(70000-2#3)", nullptr, kvOutOfRange, 6},
+      {KvOBJID_T, "(1-4294967296#7)", nullptr, kvOutOfRange, 13},
       {KvBLOB_T, "0a f", nullptr, kvMismatch, 3},
       {KvSTRING_T, "{NULL}!", nullptr, kvTextLeft, 6},
       {KvSTRING_T, "", nullptr, kvOk, 0},
@@ -156,6 +161,18 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
     CHECK(read.position == each.position);
     if (!read.IsValue()) CHECK(values.Stored(0, 1) == before);
   }
+}
+
+TEST_CASE("the words of a truth are ten, and what is read is what they say") {
+  const std::string words = " TRUE true T t 1 FALSE false F f 0 ";
+  unsigned read = 0;
+  for (std::size_t begin = 1, end; (end = words.find(' ', begin)) != words.npos; begin = end + 1) {
+    KvBoolean truth(read < 5 ? 0 : 1);
+    const std::string word = words.substr(begin - 1, end - begin + 1);
+    CHECK(KvScanChecked(Types(), KvBOOLEAN_T, &truth, word.c_str(), nullptr).status == kvOk);
+    CHECK(truth.value == (read++ < 5 ? 1 : 0));
+  }
+  CHECK(read == 10);
 }
 
 TEST_CASE("a null pointer takes no value, and an empty text is the null when that prints empty") {

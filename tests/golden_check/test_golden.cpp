@@ -80,6 +80,11 @@ void CheckBytes(const File& file, const Line& line, const unsigned char* values,
                       kMemory) == 0);
     }
   }
+  const Values copied(types, file, count);
+  CHECK(types.Translate(id, copied.At(0), kMemory, 0, values, kMemory, 0, count) ==
+        types.MemLenGet(id, 1) * count);
+  CHECK(golden::Stored(types, file, copied.At(0), kMemoryOrder, count) ==
+        golden::FromHex(line.stored));
   CheckStoredCopies(types, id, golden::FromHex(line.stored), count);
   CHECK(golden::HashText(types, file, 0, values, count, kMemory) == line.hash);
 }

@@ -312,9 +312,20 @@ TEST_CASE("a bound holds and is told without the values") {
       const std::size_t size = KeyOf({.type = id}, values[i]).size();
       const std::size_t bound = KvSortKeyBound({.type = id}, values.Stored(0, i).size());
       CHECK(size <= bound);
-      if (Types().IsFixed(id) != 0 && Types().SupportsNullValue(id) == 0) CHECK(size == bound);
+      if (Types().IsFixed(id) != 0 && Types().IsNullValue(id, values[i]) == 0) CHECK(size == bound);
+    }
+    for (const unsigned count : {0U, 3U, 1000U}) {
+      CHECK(KvSortKeyBound({.type = id}, 0, count) == count * KvSortKeyBound({.type = id}, 0, 1));
     }
   }
+}
+
+TEST_CASE("the keys of zeros and ligatures are as long as their bounds") {
+  const KvBlob zeros(5);
+  CHECK(KeyOf({.type = KvBLOB_T}, &zeros).size() == KvSortKeyBound({.type = KvBLOB_T}, 5));
+  const KvIString ligatures("\xDF\xDF");
+  CHECK(KeyOf({.type = KvISTRING_T}, &ligatures).size() ==
+        KvSortKeyBound({.type = KvISTRING_T}, 2));
 }
 
 TEST_CASE("keys by hand") {
@@ -436,6 +447,11 @@ TEST_CASE("a key falls into its pieces, whatever follows it") {
   KvBlob null;
   null.SetNullValue();
   const o_4b number = 5;
+  const KvNull_short present(5);
+  const KvIString small("ab");
+  const KvCaseIString plain("ab");
+  KvString bytes("abc");
+  bytes.SetCodeSetCode(kvCodeSetBytes);
   const struct {
     KvSortKeyKind kind;
     const void* value;
@@ -444,6 +460,10 @@ TEST_CASE("a key falls into its pieces, whatever follows it") {
       {{.type = Kv4B_T}, &number, "v0/0:4 "},
       {{.type = KvBLOB_T}, &null, "n0/0:1 "},
       {{.type = KvBLOB_T}, &blob, "p0/0:1 v0/0:3 e0/0:2 "},
+      {{.type = KvNULL_2B_T}, &present, "p0/0:1 v0/0:2 "},
+      {{.type = KvISTRING_T}, &small, "p0/0:1 v0/0:2 e0/0:1 "},
+      {{.type = KvCASEISTRING_T}, &plain, "p0/0:1 v0/0:2 e0/0:1 "},
+      {{.type = KvSTRING_T, .options = kvSortKeyPlainBytes}, &bytes, "p0/0:1 v0/0:3 e0/0:1 "},
       {{.type = KvSTRING_T},
        &text,
        "p0/0:1 o0/20492:1 o1/20496:1 o2/20508:1 b3/0:1 a2/2:1 c1/0:1 e0/1:1 "},
@@ -467,6 +487,11 @@ TEST_CASE("a key falls into its pieces, whatever follows it") {
     }
     CHECK(end == whole);
     CHECK(told == each.pieces);
+    // Into less room go as many as it holds.
+    KvSortKeyPiece few[2] = {{}, {kvKeyEnd, 99, 0, 0, 0}};
+    std::size_t all = 0;
+    CHECK(KvSortKeyPieces(each.kind, key.data(), key.size(), few, 1, all) == kvOk);
+    CHECK((all == count && few[0].size == pieces[0].size && few[1].position == 99));
     CHECK(KvSortKeyPieces(each.kind, key.data(), whole - 1, pieces, 9, count) == kvBadArgument);
     CHECK(count == 0);
   }

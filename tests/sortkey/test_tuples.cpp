@@ -105,6 +105,8 @@ TEST_CASE("a tuple that does not fit says how large it is") {
   CHECK(tuple.Size() == 14);
   CHECK(buffer[4] == 0);
   tuple.Reset(4);
+  CHECK(tuple.AddBytes("abc", 3) == kvBufferShort);
+  tuple.Reset(4);
   CHECK(tuple.AddBytes("ab", 2) == kvOk);
   CHECK(Hex(Bytes(buffer, buffer + tuple.Size())) == "800000056162");
   CHECK(tuple.Add({.type = 99}, &number) == kvBadArgument);

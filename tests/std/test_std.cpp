@@ -197,6 +197,7 @@ TEST_CASE("UTF-8 goes in and out, and what has no place does not") {
         std::string_view("a\0b", 3), std::string_view("\xC0\x80")}) {
     CHECK_FALSE(KvFromUtf8(text).has_value());
   }
+  CHECK_FALSE(KvFromUtf8(std::string(40000, '\x80')).has_value());
   // The longest of each width, and one more.
   CHECK(KvFromUtf8(std::string(65531, 'x'))->Len() == 65531);
   CHECK_FALSE(KvFromUtf8(std::string(65532, 'x')).has_value());
@@ -216,6 +217,9 @@ TEST_CASE("characters are walked in either width") {
   for (const KvChar& letter : KvString("a\xE9")) units.push_back(letter.Value());
   CHECK(units == std::vector<unsigned>{'a', 0xE9});
   CHECK(begin(KvString("")) == end(KvString("")));
+  KvCharacterIterator at = begin(text);
+  CHECK((*at++).Value() == 'a');
+  CHECK((*at).Value() == 0x141);
 }
 
 TEST_CASE("dates and clocks agree with chrono both ways, and tell what does not fit") {
@@ -245,6 +249,18 @@ TEST_CASE("dates and clocks agree with chrono both ways, and tell what does not 
   CHECK_FALSE(KvToChrono(KvDate::NullValue()).has_value());
   CHECK_FALSE(KvToChrono(KvTime(24, 0, 0)).has_value());
   CHECK_FALSE(KvTimeFromChrono(24h).has_value());
+  CHECK(KvTimeFromChrono(86399s) == KvTime(23, 59, 59));
+  CHECK_FALSE(KvTimeFromChrono(-1s).has_value());
+  CHECK(KvFromChrono(sys_days(year::min() / 1 / 1)).has_value());
+  CHECK_FALSE(KvFromChrono(sys_days(year::min() / 1 / 1) - days(1)).has_value());
+  CHECK_FALSE(KvToChrono(KvTimeSpan::NullValue()).has_value());
+  CHECK(KvToChrono(KvDateTimeN(2000, 1, 1, 0, 0, 0, 999999999)).has_value());
+  CHECK_FALSE(KvToChrono(KvDateTimeN(2000, 1, 1, 0, 0, 0, 1000000000)).has_value());
+  for (const o_8b sign : {1, -1}) {  // 64 bits hold the one and not a second more
+    CHECK(KvToChrono(KvFromChrono(nanoseconds(sign * 9223372035000000000))).has_value());
+    CHECK_FALSE(KvToChrono(KvFromChrono(nanoseconds(sign * 9223372036000000000))).has_value());
+  }
+  CHECK(KvToChrono(KvFromChrono(duration<float>(1.5f))).count() == 1.5f);
   CHECK_FALSE(KvToChrono(KvDateTimeN(2300, 1, 1, 0, 0, 0, 0)).has_value());
   CHECK_FALSE(KvToChrono(KvDateTimeN(2000, 1, 1, 0, 0, 0, -1)).has_value());
   CHECK(KvToChrono(d_Interval(0, 1)) == hours(1));

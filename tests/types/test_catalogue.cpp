@@ -358,16 +358,6 @@ TEST_CASE("a run of no values takes, holds and orders nothing") {
   }
 }
 
-TEST_CASE("a type without values neither prints nor scans") {
-  KvTypeMgr types;
-  KvString text("before");
-  o_4b number = 7;
-  CHECK(&types.PrintToKvString(kIllegal, text, &number, nullptr, 1) == &text);
-  CHECK(text == KvString("before"));
-  types.ScanFromKvString(kIllegal, &number, KvString("5"), nullptr, 1);
-  CHECK(number == 7);
-}
-
 TEST_CASE("format versions choose the catalogue") {
   struct {
     unsigned factory;

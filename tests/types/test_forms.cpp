@@ -58,6 +58,8 @@ TEST_CASE("runs are stored and loaded as their values one by one are") {
           Bytes back(run.size(), 0xA5);
           CHECK(Types().Store(id, back.data(), there.data(), format, count) == run.size());
           CHECK(std::equal(back.begin(), back.end(), again.begin()));
+          Types().Store(id, there.data(), there.data(), format, count);  // in their place
+          CHECK(std::equal(back.begin(), back.end(), there.begin()));
         }
       });
     }

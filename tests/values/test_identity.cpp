@@ -213,16 +213,7 @@ TEST_CASE("order and hash are by value in every form") {
   CheckForms<KvRef>(KvREF_T, 14);
 }
 
-TEST_CASE("the stored form is packed, field by field, without a version") {
-  const KvRef reference{0x01020304, 0x05060708, 0x090A, 0x0B0C, 0x0D0E, 0x0F10};
-  unsigned char stored[14];
-  CHECK(KvRef::Store(stored, &reference, 2, 1) == 14);
-  for (int i = 0; i < 14; ++i) CHECK(stored[i] == i + 1);
-  KvRef::Store(stored, &reference, 0, 1);
-  CHECK((stored[0] == 4 && stored[3] == 1 && stored[8] == 0x0A && stored[13] == 0x0D));
-  KvRef loaded = reference;
-  CHECK(KvRef::Load(&loaded, stored, 0, 1) == 14);
-  CHECK(loaded.version == 0);
+TEST_CASE("the functions of a row stand in its class") {
   CHECK(KvObjId::SizeGet(nullptr, 0, 0, 3) == 30);
   CHECK(KvClassId::NullSizeGet(3) == 12);
 }

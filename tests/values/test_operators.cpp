@@ -59,6 +59,11 @@ TEST_CASE("comparison operators agree with each other in every class") {
   CheckPair("d_Timestamp", d_Timestamp(1999, 12, 31, 23), d_Timestamp(2000, 1, 1));
   CheckPair("KvInt64", KvInt64(-1), KvInt64(0));
   CheckPair("KvNullable", KvNullable<int>(), KvNullable<int>(-5));
+  CheckPair("KvNullable", KvNullable<int>(), KvNullable<int>(0));
+  KvNullable<int> hidden(7);
+  hidden.null = 5;
+  CheckOperators(hidden, KvNullable<int>(), 0);
+  CheckOperators(KvNullable<int>(), hidden, 0);
   CheckPair("KvBoolean", KvBoolean(0), KvBoolean(1));
   CheckPair("KvSeal", Seal(1), Seal(2));
   CheckPair("KvObjId", KvObjId{1, 2, 3}, KvObjId{2, 2, 3});
