@@ -75,7 +75,9 @@ TEST_CASE("questions without a meaning are answered with a status") {
   char text[8] = "before";
   const int number = 5;
   const auto status = [&](char id, char* to, const void* value) {
-    return KvPrintChecked(Types(), id, to, sizeof text, value, nullptr).status;
+    const KvPrinted printed = KvPrintChecked(Types(), id, to, sizeof text, value, nullptr);
+    CHECK(printed.length == 0);
+    return printed.status;
   };
   CHECK(status(60, text, &number) == kvNoSuchType);
   CHECK(status(-1, text, &number) == kvNoSuchType);

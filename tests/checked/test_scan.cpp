@@ -176,7 +176,8 @@ TEST_CASE("the words of a truth are ten, and what is read is what they say") {
 }
 
 TEST_CASE("a null pointer takes no value, and an empty text is the null when that prints empty") {
-  CHECK(KvScanChecked(Types(), Kv4B_T, nullptr, "5", nullptr).status == kvBadArgument);
+  const KvScanned nowhere = KvScanChecked(Types(), Kv4B_T, nullptr, "5", nullptr);
+  CHECK((nowhere.status == kvBadArgument && nowhere.position == 0));
   KvString text("before");
   KvTypeMgr::SetNullPrintString(KvString(""));
   const int status = KvScanChecked(Types(), KvSTRING_T, &text, "", nullptr).status;

@@ -34,6 +34,12 @@ KvMeasured Measure(char id, const Bytes& bytes, unsigned count, unsigned char fo
   return KvMeasureStored(Types(), id, block.bytes.get(), block.size, format, count);
 }
 
+// What was not measured has no size.
+int Refusal(const KvStored& run) {
+  CHECK(run.bytes == 0);
+  return run.status;
+}
+
 Bytes Text(const std::string& hex) {
   Bytes bytes;
   for (std::size_t i = 0; i + 1 < hex.size(); i += 3) {
@@ -118,7 +124,7 @@ TEST_CASE("a run that its stored form cannot hold is not stored") {
   CHECK(KvStoredSize(old, KvSTRING_T, longest, 1).bytes == 40003);
   CHECK(KvStoredSize(old, KvSTRING_T, longest, 2).bytes == 65537);
   longest[1].Expand(25534, 'x');
-  CHECK(KvStoredSize(old, KvSTRING_T, longest, 2).status == kvOutOfRange);
+  CHECK(Refusal(KvStoredSize(old, KvSTRING_T, longest, 2)) == kvOutOfRange);
   for (const unsigned version : {4u, 5u}) {
     CHECK(KvStoredSize(KvTypeMgr(version), KvSTRING_T, longest, 2).bytes == 65546);
   }
@@ -178,6 +184,7 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
     CHECK(run.count == each.found);
     CHECK((run.status == kvOk) == (std::strlen(run.reason) == 0));
   }
+  CHECK(Measure(KvISTRING_T, Text("00 06 FD 01 61 00 00 FF "), 1, 2).status == kvDamaged);
   CHECK(std::strcmp(Measure(KvBLOB_T, Text("04 00 00 00 FE FF FF FF "), 1).reason,
                     "a length that no blob has") == 0);
   CHECK(Measure(KvSTRING_T, Text("04 00 61 62 63 00 "), 1).oldForm);
@@ -351,9 +358,10 @@ TEST_CASE("types are found by either name, and no other id is one") {
     if (expected == kvOk) continue;
     CHECK(KvMeasureStored(Types(), id, &byte, 1, 0, 1).status == expected);
     CHECK(KvLoadChecked(Types(), id, &byte, &byte, 1, 0, 1).status == expected);
-    CHECK(KvStoredSize(Types(), id, &byte, 1).status == expected);
-    CHECK(KvStoreChecked(Types(), id, &byte, 1, &byte, 0, 1).status == expected);
-    CHECK(KvScanChecked(Types(), id, &byte, "1", nullptr).status == expected);
+    CHECK(Refusal(KvStoredSize(Types(), id, &byte, 1)) == expected);
+    CHECK(Refusal(KvStoreChecked(Types(), id, &byte, 1, &byte, 0, 1)) == expected);
+    const KvScanned scanned = KvScanChecked(Types(), id, &byte, "1", nullptr);
+    CHECK((scanned.status == expected && scanned.position == 0));
   }
   for (char id = 0; id <= KvRES_T; ++id) {
     for (const char* name : {Types().NameGet(id, nullptr), Types().TypeIdNameGet(id, nullptr)}) {
@@ -377,7 +385,7 @@ TEST_CASE("the memory form is no stored bytes, and a null pointer no buffer") {
   for (const unsigned char format : kMemoryForms) {
     unsigned char room[4] = {1, 2, 3, 4};
     CHECK(KvMeasureStored(Types(), KvDATE_T, &day, 4, format, 1).status == kvBadArgument);
-    CHECK(KvStoreChecked(Types(), KvDATE_T, room, 4, &day, format, 1).status == kvBadArgument);
+    CHECK(Refusal(KvStoreChecked(Types(), KvDATE_T, room, 4, &day, format, 1)) == kvBadArgument);
     CHECK(room[0] == 1);
   }
   const unsigned char stored[4] = {};
@@ -385,13 +393,30 @@ TEST_CASE("the memory form is no stored bytes, and a null pointer no buffer") {
   CHECK(KvLoadChecked(Types(), KvDATE_T, nullptr, stored, 4, 0, 1).status == kvBadArgument);
   CHECK(KvStoreChecked(Types(), KvDATE_T, nullptr, 4, &day, 0, 1).status == kvBadArgument);
   CHECK(KvLoadChecked(Types(), KvDATE_T, &other, nullptr, 0, 0, 0).status == kvOk);
-  CHECK(KvStoredSize(Types(), KvDATE_T, nullptr, 1).status == kvBadArgument);
+  CHECK(Refusal(KvStoredSize(Types(), KvDATE_T, nullptr, 1)) == kvBadArgument);
   CHECK(KvStoredSize(Types(), KvDATE_T, nullptr, 0).status == kvOk);
 }
 
 TEST_CASE("a status has its name") {
-  CHECK(std::strcmp(KvStatusName(2101), "kvBufferShort") == 0);
-  CHECK(std::strcmp(KvStatusName(kvOutOfRange), "kvOutOfRange") == 0);
+  // Programs keep the numbers.
+  static constexpr struct {
+    int number;
+    const char* name;
+  } kNames[] = {{0, "kvOk"},
+                {-2999, "kvNotSupported"},
+                {2091, "kvOverflow"},
+                {2101, "kvBufferShort"},
+                {-2002, "kvBadArgument"},
+                {-2005, "kvListEnd"},
+                {-2171, "kvNoTimeZone"},
+                {-3001, "kvNoSuchType"},
+                {-3002, "kvDamaged"},
+                {-3003, "kvMismatch"},
+                {-3004, "kvTextLeft"},
+                {-3005, "kvOutOfRange"},
+                {-3006, "kvNothingRead"},
+                {-3007, "kvNoMemory"}};
+  for (const auto& each : kNames) CHECK(std::string(KvStatusName(each.number)) == each.name);
   CHECK(std::strcmp(KvStatusText(0), "success") == 0);
   CHECK(std::strcmp(KvStatusName(12345), "unknown status") == 0);
 }

@@ -186,6 +186,29 @@ TEST_CASE("a value takes of a range what its steps from the ends say") {
         doctest::Approx(0.5));
   CHECK(less(KvDATIME_N_T, {208, 7, 1, 2, 0, 0, 0, 0, 0, 0, 0}, {208, 7, 1, 1, 0, 0, 0, 0, 0, 0, 0},
              {208, 7, 1, 2, 23, 59, 59, 0, 0, 0, 0}) == 0.5f);
+  // 8-bit strings by the characters of the kinds that the ends have, letters without their case.
+  static constexpr struct {
+    const char *lower, *upper, *constant;
+    double place;
+  } kTexts[] = {{"0", "9", "5", 5.0 / 9},
+                {"000", "999", "500", 500.0 / 999},
+                {"0", "z", "9", 9.0 / 35},
+                {"0", "z", "a", 10.0 / 35},
+                {"a", "z", "m", 12.0 / 25},
+                {"xa", "xz", "xm", 12.0 / 25},
+                {"xa", "xz", "w", 0},
+                {"xa", "xz", "y", 1},
+                {"A", "ZZ", "AZ", 25.0 / (26 * 26 - 1)},
+                {"1", "1", "2", 1},
+                {"a", "zz", "az", 25.0 / (26 * 26 - 1)}};
+  for (const char id : {KvISTRING_T, KvCASEISTRING_T}) {
+    for (const auto& each : kTexts) {
+      CAPTURE(each.constant);
+      const auto text = [](const char* units) { return support::StringBytes(1, 1, units); };
+      CHECK(less(id, text(each.constant), text(each.lower), text(each.upper)) ==
+            doctest::Approx(each.place).epsilon(1e-6));
+    }
+  }
 }
 
 TEST_CASE("within a range, parts add up to the whole and grow with the constant") {

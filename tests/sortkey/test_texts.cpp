@@ -310,6 +310,13 @@ TEST_CASE("arbitrary bytes are the key of a text, or none") {
     CHECK(KvSortKeyLength(kind, longest.data(), longest.size(), size) == kvOk);
     CHECK(KvSortKeyValue(kind, longest.data(), longest.size(), &back, size) == kvOverflow);
   }
+  for (const unsigned over : {0U, 1U}) {
+    Bytes key(KvString::kMaximumBytes + 1 + over, 0x78);
+    key.front() = 0x01;
+    key.back() = 0x00;
+    CHECK(KvSortKeyValue({.type = KvSTRING_T, .options = kvSortKeyPlainBytes}, key.data(),
+                         key.size(), &back, size) == (over == 0 ? kvOk : kvOverflow));
+  }
 }
 
 TEST_CASE("texts whose order depends on the process have no keys") {

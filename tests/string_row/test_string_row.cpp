@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -325,7 +326,7 @@ namespace {
 struct Range {
   KvString low, high;
   KvIdxBounds bounds;
-  Range(const char* from, const char* to) : low(from), high(to) {
+  Range(const KvString& from, const KvString& to) : low(from), high(to) {
     bounds.lower = reinterpret_cast<unsigned char*>(&low);
     bounds.upper = reinterpret_cast<unsigned char*>(&high);
   }
@@ -384,6 +385,20 @@ TEST_CASE("places of texts count the characters of the classes that a range has"
   }
 }
 
+TEST_CASE("the letters of other scripts are digits from 234 on, in stretches of 32") {
+  const auto digit = [](const char16_t* letter) {
+    KvString text = Make(letter, 253);
+    return 234.0 + KvStringIterator(text).GetNextOrder(0) - 0x8000;
+  };
+  // Two characters share an order, and a second one, 236 for these, tells them apart.
+  const double first = digit(u"\u03B1"), width = digit(u"\u03C9") - first;
+  Range range(Make(u"\u03B1", 253), Make(u"\u03C9", 253));
+  CHECK(range(kvPredicateLess, Make(u"\u03BD", 253)) ==
+        doctest::Approx((digit(u"\u03BD") - first) / width));
+  CHECK(range(kvPredicateLess, Make(u"\u03B1\u03B1", 253)) * width ==
+        doctest::Approx((std::fmod(first, 32) + 12 / 32.0) / (32 * 32)));
+}
+
 TEST_CASE("fractions at and beyond the ends of a range") {
   // A column that begins with digits is not one of words, among which they have no place.
   CHECK(Range("0", "yes")(kvPredicateLess, "9") > 0.1f);
@@ -438,6 +453,24 @@ TEST_CASE("new bounds hold the constant in its own form and are freed by the cal
   std::free(fresh.lower);
   std::free(fresh.upper);
 
+  // A run of strings as well, as long as all of it fits.
+  constexpr unsigned kMost = 255 / sizeof(KvString);
+  const KvString run[] = {"first", "the second"};
+  std::vector<KvString> many(kMost + 1);
+  KvIdxBounds runs, most, none;
+  types.EvalAndBound(KvSTRING_T, nullptr, op = kvPredicateEqual, run, 8, 2, &runs, nullptr);
+  for (unsigned i = 0; i < 2; ++i) {
+    CHECK(Bytes(reinterpret_cast<KvString*>(runs.lower)[i]) == Bytes(run[i]));
+  }
+  types.EvalAndBound(KvSTRING_T, nullptr, op, many.data(), 8, kMost, &most, nullptr);
+  CHECK(most.lowerLength == kMost * sizeof(KvString));
+  types.EvalAndBound(KvSTRING_T, nullptr, op, many.data(), 8, kMost + 1, &none, nullptr);
+  CHECK(none.lower == nullptr);
+  for (const KvIdxBounds& each : {runs, most}) {
+    std::free(each.lower);
+    std::free(each.upper);
+  }
+
   auto block = Stored(KvString("abc"), 2);
   KvIdxBounds stored;
   op = kvPredicateEqual;
@@ -446,7 +479,6 @@ TEST_CASE("new bounds hold the constant in its own form and are freed by the cal
   std::free(stored.lower);
   std::free(stored.upper);
   auto longBlock = Stored(KvString(std::string(300, 'x').c_str()), 0);
-  KvIdxBounds none;
   types.EvalAndBound(KvSTRING_T, nullptr, op, longBlock.data(), 0, 1, &none, nullptr);
   CHECK(none.lower == nullptr);
   KvString longText(std::string(300, 'x').c_str());

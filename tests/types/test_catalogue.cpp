@@ -299,25 +299,6 @@ TEST_CASE("nulls take what they are said to") {
   }
 }
 
-TEST_CASE("no other row borrows the illegal row's functions") {
-  KvTypeMgr types;
-  for (char id = 0; id < kIllegal; ++id) {
-    CAPTURE(int{id});
-    CHECK((types.ConstructorPtrGet(id) != types.ConstructorPtrGet(kIllegal)));
-    CHECK((types.DestructorPtrGet(id) != types.DestructorPtrGet(kIllegal)));
-    CHECK((types.AssignmentPtrGet(id) != types.AssignmentPtrGet(kIllegal)));
-    CHECK((types.CopyPtrGet(id) != types.CopyPtrGet(kIllegal)));
-    CHECK((types.CmpFuncPtrGet(id) != types.CmpFuncPtrGet(kIllegal)));
-    CHECK((types.StorePtrGet(id) != types.StorePtrGet(kIllegal)));
-    CHECK((types.LoadPtrGet(id) != types.LoadPtrGet(kIllegal)));
-    CHECK((types.IsNullPtrGet(id) != types.IsNullPtrGet(kIllegal)));
-    CHECK((types.ExchangePrintToKvStringFunc(id, nullptr) !=
-           types.ExchangePrintToKvStringFunc(kIllegal, nullptr)));
-    CHECK((types.ExchangeScanFromKvStringFunc(id, nullptr) !=
-           types.ExchangeScanFromKvStringFunc(kIllegal, nullptr)));
-  }
-}
-
 TEST_CASE("a run of no values takes, holds and orders nothing") {
   KvTypeMgr& types = support::Types();
   void* const nowhere = reinterpret_cast<void*>(std::uintptr_t{64});  // who reads there is stopped

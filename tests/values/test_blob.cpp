@@ -169,16 +169,6 @@ TEST_CASE("blobs order by bytes, then length, nulls first, the same in every for
   }
 }
 
-TEST_CASE("the hash of a blob is 9 h + byte, of a null 0xFEFE7575, times the multiplier") {
-  std::string text(101, '\0');
-  unsigned hash = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i * 77);
-  for (const char c : text) hash = 9 * hash + static_cast<unsigned char>(c);
-  KvBlob run[2] = {Make(text), Make(std::nullopt)};
-  int status;
-  CHECK(Types().Hash(KvBLOB_T, 0, run, 2, 8, status) == (hash ^ 0xFEFE7575u) * 1103515245u);
-}
-
 TEST_CASE("the stored form is a total, then each length with its bytes") {
   for (const unsigned char format : {o_u1b{0}, o_u1b{2}}) {
     const bool reversed = format == 2;

@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "kvboolean.h"
 #include "kvcompare.h"
@@ -16,7 +15,6 @@
 
 namespace {
 
-constexpr unsigned char kStoredFormats[] = {0, 1, 2};
 constexpr unsigned char kFormats[] = {0, 1, 2, 8};
 
 using support::Types;
@@ -24,13 +22,6 @@ using support::Types;
 std::string Printed(const KvInt64& value, const char* format) {
   KvString text("rest");
   return value.PrintToKvString(text, format).StrGet();
-}
-
-template <class T>
-std::vector<int> Stored(char type, const T& value, unsigned char format) {
-  unsigned char bytes[16] = {};
-  const unsigned length = Types().Store(type, bytes, &value, format, 1);
-  return {bytes, bytes + length};
 }
 
 }  // namespace
@@ -176,9 +167,6 @@ TEST_CASE("a seal is 48 bits, stored most significant byte first in either byte 
   seal.ConvertTo(wide);
   CHECK(wide == 0xFFFFFFFFFFFF);
   seal.ConvertFrom(KvObjId{9, 0x56789ABC, 0x1234});
-  for (const unsigned char format : kStoredFormats) {
-    CHECK(Stored(KvSEAL_T, seal, format) == std::vector<int>{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC});
-  }
 
   KvString text;
   CHECK(std::string(seal.PrintToKvString(text).StrGet()) == "20015998343868");
