@@ -3,7 +3,6 @@
 // each, and each predicate means by itself what it means in the query.
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include "kv.h"
 #include "query.h"
 #include "record.h"
+#include "support/map_store.h"
 #include "table.h"
 
 namespace {
@@ -20,28 +20,8 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-using Entries = std::map<std::string, std::string, std::less<>>;
-
-class MapSnapshot : public engines::Snapshot {
- public:
-  explicit MapSnapshot(const Entries& entries) : entries_(entries) {}
-
-  std::optional<std::string> Get(std::string_view key) override {
-    const auto found = entries_.find(key);
-    return found == entries_.end() ? std::nullopt : std::optional(found->second);
-  }
-  void Scan(const engines::Range& range, const engines::Visit& visit) override {
-    auto from = entries_.lower_bound(range.from);
-    auto end = range.end.empty() ? entries_.end() : entries_.lower_bound(range.end);
-    for (std::size_t left = range.limit; left > 0 && from != end; --left) {
-      const auto& [key, value] = range.descending ? *--end : *from++;
-      if (!visit(key, value)) return;
-    }
-  }
-
- private:
-  const Entries& entries_;
-};
+using support::Entries;
+using support::MapSnapshot;
 
 const char* const kRecords[][5] = {{"1", "Anna", "1999-12-31", "0.5", "-1"},
                                    {"2", "anna", "2000-01-01", "-0.0", "0"},

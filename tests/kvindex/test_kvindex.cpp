@@ -1,0 +1,228 @@
+// What kvindex does with tables, files and records, over a store in memory.
+#include <doctest/doctest.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "csv_reader.h"
+#include "input.h"
+#include "load.h"
+#include "query.h"
+#include "record.h"
+#include "support/map_store.h"
+#include "table.h"
+#include "tools/said.h"
+#include "verify.h"
+
+namespace {
+
+using support::MapStore;
+
+struct File {
+  explicit File(const std::string& content) { Write(content); }
+  ~File() {
+    for (const char* end : {"", ".bad", ".said"}) std::filesystem::remove(name + end);
+  }
+  void Write(const std::string& content) const { std::ofstream(name, std::ios::binary) << content; }
+  std::string name = std::filesystem::temp_directory_path() / "kv_test_index.csv";
+};
+
+const Table& People() {
+  static const Table table = MakeTable("id:o_u4b,day:KvDate,name:KvIString,runs:o_2b[2]", "name,id",
+                                       {"day", "runs,id", "id"});
+  return table;
+}
+
+// A line of a file for each person, in their order.
+std::string Lines(unsigned count, const std::string& day) {
+  std::string lines;
+  for (unsigned i = 0; i < count; ++i) {
+    lines += std::to_string(i * 7 % 101) + "," + day + "," + std::string(i % 40, 'n') + ",\"[" +
+             std::to_string(i % 3) + "," + std::to_string(i) + "]\"\n";
+  }
+  return lines;
+}
+
+// How many lines were read, records written, there already and bad, and how many lines stderr got;
+// the fault of a store that fails.
+std::string Loaded(MapStore& store, const std::string& file, bool replace = false) {
+  const int before = dup(STDERR_FILENO);
+  const std::string said = file + ".said";
+  dup2(open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+  std::string result;
+  try {
+    const LoadCounts counts =
+        LoadFile(store, People(), {.file = file, .badFile = file + ".bad", .replace = replace});
+    result = std::to_string(counts.lines) + " " + std::to_string(counts.records) + " " +
+             std::to_string(counts.there) + " " + std::to_string(counts.bad);
+  } catch (const engines::StoreError& error) {
+    result = error.what();
+  }
+  dup2(before, STDERR_FILENO);
+  close(before);
+  const std::string lines = ReadWhole(said);
+  return result + ", " + std::to_string(std::count(lines.begin(), lines.end(), '\n'));
+}
+
+std::string Verdict(MapStore& store, bool repair = false) {
+  const Verified found = Verify(store, People(), repair);
+  std::string text = std::to_string(found.records) + " " + std::to_string(found.entries) + " " +
+                     std::to_string(found.faults) + " " + std::to_string(found.repaired) + "\n";
+  for (const std::string& report : found.reports) text += report + "\n";
+  return text;
+}
+
+}  // namespace
+
+TEST_CASE("the definition of a table comes back, and a damaged one is refused") {
+  MapStore store;
+  CHECK(Said([&] { return LoadTable(store), ""; }) ==
+        "1: the store holds no table; kvindex create makes one");
+  SaveTable(store, People());
+  const auto [key, sound] = *store.entries.begin();
+  CHECK(SchemaText(LoadTable(store).schema) == SchemaText(People().schema));
+  CHECK((LoadTable(store).key == People().key && LoadTable(store).indexes == People().indexes));
+  const auto changed = [&, &key = key, &sound = sound](const std::string& from,
+                                                       const std::string& to) {
+    store.entries[key] = sound;
+    REQUIRE(sound.find(from) != std::string::npos);
+    store.entries[key].replace(sound.find(from), from.size(), to);
+    return Said([&] { return LoadTable(store), ""; });
+  };
+  for (const auto& [from, to] :
+       std::vector<std::pair<std::string, std::string>>{{"{", ""},
+                                                        {sound, "[1]"},
+                                                        {sound, ""},
+                                                        {"\"version\":1", "\"version\":\"1\""},
+                                                        {"\"sortKeys\":", "\"sortKeys\":0."},
+                                                        {"\"name,id\"", "7"},
+                                                        {"\"day\"", "3"},
+                                                        {"[\"day\",\"runs,id\",\"id\"]", "\"day\""},
+                                                        {"\"schema\":", "\"sch\":"}}) {
+    CHECK(changed(from, to) == "1: the definition of the store's table is damaged");
+  }
+  const std::string other = "1: the store's table was made by another version of kvindex";
+  CHECK(changed("\"version\":1", "\"version\":2") == other);
+  CHECK(changed("\"sortKeys\":", "\"sortKeys\":1") == other);
+  std::string many = "a:o_2b";
+  std::vector<std::string> indexes;
+  for (unsigned i = 0; i < 65; ++i)
+    indexes.push_back("a" + std::to_string(i)), many += "," + indexes.back() + ":o_2b";
+  CHECK(Said([&] { return MakeTable(many, "a", indexes), ""; }) ==
+        "2: a table has at most 64 indexes");
+  indexes.pop_back();
+  CHECK(MakeTable(many, "a", indexes).indexes.size() == 64);
+}
+
+TEST_CASE("a load keeps within the engine's limits, whatever they are") {
+  const File file(Lines(60, "2024-01-01"));
+  for (const bool atomic : {true, false}) {
+    for (const std::size_t writes : {7U, 8U, 9U, 11U, 30U}) {
+      for (const std::size_t bytes : {700U, 5000U}) {
+        CAPTURE(writes);
+        CAPTURE(bytes);
+        MapStore store;
+        store.limits = {511, 1000, writes, bytes, atomic};
+        file.Write(Lines(60, "2024-01-01"));
+        CHECK(Loaded(store, file.name) == "60 60 0 0, 0");
+        CHECK(Loaded(store, file.name) == "60 0 60 0, 0");
+        file.Write(Lines(60, "2023-12-31") + "1,2");
+        CHECK(Loaded(store, file.name) == "61 0 0 61, 20");
+        CHECK(Loaded(store, file.name, true) == "61 60 0 1, 1");
+        CHECK(Verdict(store) == "60 180 0 0\n");
+        CHECK(store.entries.size() == 4 * 60);
+      }
+    }
+  }
+}
+
+TEST_CASE("a load that broke off goes on behind its last batch") {
+  const std::string bad = "bad\n\"1\n";
+  const File file(Lines(40, "2024-01-01") + bad +
+                  Lines(101, "2024-01-01").substr(Lines(40, "2024-01-01").size()) + bad);
+  MapStore whole;
+  CHECK(Loaded(whole, file.name) == "105 101 0 4, 4");
+  for (const bool atomic : {true, false}) {
+    for (unsigned batches = 0; batches < (atomic ? 10 : 30); batches += atomic ? 3 : 4) {
+      CAPTURE(batches);
+      MapStore store;
+      store.limits = {511, 1000, 41, 100000, atomic};
+      store.left = batches;
+      std::filesystem::remove(file.name + ".bad");
+      CHECK(Loaded(store, file.name).starts_with("full, "));
+      const bool marked = std::any_of(store.entries.begin(), store.entries.end(),
+                                      [](const auto& entry) { return entry.first[0] == 0; });
+      store.left = ~0U;
+      // Without a common commit some of the last batch may be there, which is not counted.
+      const std::string again = Loaded(store, file.name);
+      CHECK(again.starts_with(atomic ? "105 101 0 4, " : "105 "));
+      CHECK(again.find(" 4, ") != std::string::npos);
+      CHECK(marked == (batches >= (atomic ? 1 : 5)));
+      CHECK(store.entries == whole.entries);
+      CHECK(ReadWhole(file.name + ".bad") == bad + bad);
+    }
+  }
+}
+
+TEST_CASE("a damaged index is told entry by entry, and mended") {
+  const File file(Lines(300, "2024-01-01"));
+  MapStore store;
+  Loaded(store, file.name);
+  const support::Entries sound = store.entries;
+  CHECK(Verdict(store, true) == "300 900 0 0\n");
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : sound) keys.push_back(key);
+  const auto hex = [](const std::string& key) {
+    const Bytes bytes(key.begin(), key.end());
+    return key.size() > 32 ? ToHex(bytes.data(), 32) + "..." : ToHex(bytes);
+  };
+  const std::string first = keys[0], second = keys[1], last = keys.back();
+  const StoredRecord record(People(), sound.at(first));
+  const std::string lost = EntryKey(People(), 1, record, first);
+  const auto damaged = [&](const std::string& key, const std::string& value, bool repair) {
+    store.entries = sound;
+    store.entries.erase(lost);
+    store.entries[key] = value;
+    return Verdict(store, repair);
+  };
+  const std::string missing = "record " + hex(first) + ": entry " + hex(lost) + " is missing\n";
+  CHECK(damaged("\x05", "", false) == "300 899 1 0\n" + missing);
+  CHECK(damaged(last + "x", "", true) ==
+        "300 900 2 2\n" + missing + "index id: entry " + hex(last + "x") + " has no record\n");
+  CHECK(Verdict(store) == "300 900 0 0\n");
+  CHECK(damaged("\x02z", "", true) ==
+        "300 900 2 2\n" + missing + "index day: entry " + hex("\x02z") + " has no record\n");
+  CHECK(damaged(first + "x", sound.at(second), true) ==
+        "301 899 2 1\nrecord " + hex(first + "x") + ": its key is not that of its fields\n" +
+            missing);
+  CHECK(damaged(second, "ab", true) ==
+        "300 899 2 1\nrecord " + hex(second) + ": the record ends in field 'id'\n" + missing);
+  CHECK(damaged(second, sound.at(second) + "ab", true) ==
+        "300 899 2 1\nrecord " + hex(second) + ": 2 bytes behind the last field\n" + missing);
+  store.entries = sound;
+  const std::string moved =
+      EntryKey(People(), 2, StoredRecord(People(), sound.at(second)), second).substr(0, 5) +
+      first.substr(1);
+  store.entries[moved] = "";
+  CHECK(Verdict(store, true) ==
+        "300 901 1 1\nindex id: entry " + hex(moved) + " is not that of its record\n");
+  CHECK(store.entries == sound);
+  // No walk shows what a crash left, nor a record by an entry of what it was before.
+  store.entries[moved] = store.entries[last + "x"] = "";
+  const auto snapshot = store.TakeSnapshot();
+  const Query query = ParseQuery(People(), "id >= 0");
+  const auto any = [](const StoredRecord&) { return true; };
+  const Walked walked = Run(*snapshot, People(), query, MakePlan(*snapshot, People(), query), any);
+  CHECK((walked.entries == 902 - 600 && walked.hits == 300));
+  store.entries = sound;
+  for (const std::string& key : keys)
+    if (key[0] > 1) store.entries.erase(key);
+  CHECK(Verdict(store, true).starts_with("300 0 900 900\n" + std::string("record ") + hex(first)));
+  CHECK(store.entries == sound);
+}
