@@ -35,8 +35,7 @@ class DigitText {
 
   // Those from `first` up to `last`, zeros at the end only as far as they are asked for.
   char* Put(char* at, unsigned first, unsigned last) const {
-    std::memcpy(at, text_ + first, last - first);
-    return at + (last - first);
+    return std::copy(text_ + first, text_ + last, at);
   }
   unsigned Length() const { return length_; }
 

@@ -19,6 +19,7 @@ namespace {
 // One thread allocates here.
 long live = 0;
 bool armed = false;
+std::size_t refused = 0;
 unsigned until = 0;  // allocations until one is refused; 0: none will be
 
 // The first exception of a thread takes a block for good in some standard libraries: before anybody
@@ -32,10 +33,11 @@ unsigned until = 0;  // allocations until one is refused; 0: none will be
 }();
 
 #ifndef KV_SANITIZED
-bool Refused() {
+bool Refused(std::size_t size) {
   if (!armed || until == 0) return false;
   --until;
   if (until != 0) return false;
+  refused = size;
   errno = ENOMEM;
   return true;
 }
@@ -60,6 +62,10 @@ bool AreInjected() {
 
 long LiveBlocks() {
   return live;
+}
+
+std::size_t RefusedSize() {
+  return refused;
 }
 
 void Fault::Arm() {
@@ -88,16 +94,16 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
 KV_EXPORT void* malloc(std::size_t size) {
-  return Refused() ? nullptr : Counted(__libc_malloc(size));
+  return Refused(size) ? nullptr : Counted(__libc_malloc(size));
 }
 
 KV_EXPORT void* calloc(std::size_t count, std::size_t size) {
-  return Refused() ? nullptr : Counted(__libc_calloc(count, size));
+  return Refused(count * size) ? nullptr : Counted(__libc_calloc(count, size));
 }
 
 // Making a block smaller never fails.
 KV_EXPORT void* realloc(void* block, std::size_t size) {
-  if (size > malloc_usable_size(block) && Refused()) return nullptr;
+  if (size > malloc_usable_size(block) && Refused(size)) return nullptr;
   void* moved = __libc_realloc(block, size);
   if (block == nullptr) Counted(moved);
   if (block != nullptr && size == 0) --live;
@@ -106,7 +112,7 @@ KV_EXPORT void* realloc(void* block, std::size_t size) {
 
 // What clang's standard library takes exceptions from.
 KV_EXPORT void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  return Refused() ? nullptr : Counted(__libc_memalign(alignment, size));
+  return Refused(size) ? nullptr : Counted(__libc_memalign(alignment, size));
 }
 
 KV_EXPORT int posix_memalign(void** block, std::size_t alignment, std::size_t size) {

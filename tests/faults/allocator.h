@@ -28,6 +28,9 @@ bool AreInjected();
 // Blocks allocated and not freed, in the whole process.
 long LiveBlocks();
 
+// What the last refused request asked for.
+std::size_t RefusedSize();
+
 class Fault {
  public:
   explicit Fault(unsigned number) : number_(number) {}
@@ -59,7 +62,11 @@ void ForEachAllocation(const char* name, const Step& step) {
   CAPTURE(label);
   // With a zone named, reading the clock takes no memory of the C library's own.
   setenv("TZ", "UTC0", 1);
-  const KvMemoryHandler before = KvSetMemoryHandler([](unsigned) { ++handlerCalls; });
+  const KvMemoryHandler before = KvSetMemoryHandler([](unsigned size) {
+    ++handlerCalls;
+    const std::size_t more = RefusedSize() - size;  // before an array stands its count
+    CHECK((more == 0 || more == sizeof more || more == 8));
+  });
   bool struck = true;
   for (unsigned number = 0; struck && number < 1000; ++number) {
     CAPTURE(number);

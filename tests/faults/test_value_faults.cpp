@@ -183,6 +183,12 @@ TEST_CASE("functions that make texts give up cleanly when memory is short") {
     CHECK((result == 5 || (result == -1 && fault.Struck() && bytes == nullptr)));
     delete[] bytes;
   });
+  ForEachAllocation("decode", [&](Fault& fault) {
+    KvString decoded;
+    int result = 0;
+    fault.In([&] { result = KvMBS2KvString("caf\xC3\xA9", decoded, 5); });
+    CHECK(result == (fault.Struck() ? -1 : 5));
+  });
   ForEachAllocation("print into a buffer", [&](Fault& fault) {
     KvString list(text);
     list.Fill(100, 'x');

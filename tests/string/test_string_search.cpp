@@ -19,6 +19,7 @@ TEST_CASE("comparison operators follow the default operation, through code sets"
   KvString wide(latin);
   wide.MapToCodeSet(253);
   CHECK(latin == wide);
+  CHECK(latin.EqualsIgnoreLanguage(wide));
   CHECK((latin != wide) == 0);
   CHECK(latin > KvString("cafe"));
   CHECK(latin <= wide);
@@ -37,6 +38,22 @@ TEST_CASE("comparison operators follow the default operation, through code sets"
   CHECK(swedish != english);  // a letter of its own behind z, or an a with a ring
   CHECK(swedish.EqualsIgnoreLanguage(english));
   CHECK(!english.EqualsIgnoreLanguage(KvString("a")));
+}
+
+TEST_CASE("where no operation is named, the default one counts") {
+  const KvString text("xAb");
+  for (const bool isSet : {false, true}) {
+    KvLanguageContext::SetDefaultCmpOp(isSet ? kvCompareIgnoreCase : 0);
+    CHECK((text.Compare("XaB") == 0) == isSet);
+    CHECK((KvChar('a').Compare(KvChar('A')) == 0) == isSet);
+    const int place = isSet ? 1 : -1;
+    CHECK(text.Find("a") == place);
+    CHECK(text.Find('a') == place);
+    CHECK(text.Find(static_cast<unsigned short>('a')) == place);
+    CHECK(text.SubStringPos("a") == place);
+    CHECK(text.Find("a", 0, kvCompareExact) == -1);
+  }
+  KvLanguageContext::SetDefaultCmpOp(0);
 }
 
 TEST_CASE("unlike strings give the result of their comparison as it is") {
@@ -133,6 +150,19 @@ TEST_CASE("a search finds its own pattern, whatever was searched for before") {
     CHECK(text.Find(Make(each.pattern, each.codeSet, each.language), 0, each.operation) ==
           each.place);
   };
+  // What contracts in one of the two languages alone is compared order by order.
+  for (const unsigned char language : std::initializer_list<unsigned char>{1, 16}) {
+    const auto other = static_cast<unsigned char>(17 - language);
+    const KvString text = Make(kMarks, kvCodeSetUnicode, language);
+    const auto find = [&](const char16_t* pattern) {
+      return text.Find(Make(pattern, kvCodeSetUnicode, other), 0, 0);
+    };
+    CHECK(find(u"ch") == -1);
+    CHECK(find(u"ach") == -1);
+    CHECK(find(u"c") == (language == 1 ? 2 : -1));
+    CHECK(find(u"h") == 3);
+    CHECK(find(u"a") == 1);
+  }
   for (const Case& first : kCases) {
     for (const Case& second : kCases) {
       check(first);

@@ -270,6 +270,14 @@ TEST_CASE("what does not match leaves the destination alone") {
   }
 }
 
+TEST_CASE("the exponent that stands by itself has 32 bits") {
+  CHECK(Print(KvDOUBLE_T, 0.1, "ldexp(%.1f,%x)") == "ldexp(0.8,fffffffd)");
+  for (const char* exponent : {"2147483647", "4294967295", "99999999999"}) {
+    const std::string text = std::string("ldexp(1,") + exponent + ")";
+    CHECK(std::isinf(Scan(KvDOUBLE_T, text.c_str(), 9.0, "ldexp(%f,%d)")));
+  }
+}
+
 TEST_CASE("a double's default text is the C library's and reads back to the same bits") {
   Random random(3);
   for (int round = 0; round < 30000; ++round) {

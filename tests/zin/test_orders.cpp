@@ -1,6 +1,7 @@
 // The layout of collation orders over the whole 16-bit range, and what the languages make of it.
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -200,4 +201,31 @@ TEST_CASE("languages name the letters that an order by itself does not show") {
   CHECK(name(2, Letter('A', 1, 6)) == "none");
   CHECK(name(20, 0x8000) == "none");
   CHECK(std::string(KvLanguageContext::QueryLanguage(19)->Code()) == "is");
+}
+
+// Of each letter the accent, the extension and the letter itself count.
+TEST_CASE("a contraction is made of its own letters and no others") {
+  unsigned tried = 0;
+  for (unsigned char language = 1; language <= 20; ++language) {
+    const unsigned set = kv::zin::kContractionSets[kv::zin::kTailorings[language]];
+    const unsigned char* const starts = kv::zin::kContractionStarts[set];
+    for (unsigned entry = starts[0]; entry < starts[32]; ++entry) {
+      kv::zin::Contraction given = kv::zin::kContractions[entry];
+      const unsigned short made = given.orders[0];
+      const auto units =
+          static_cast<unsigned>(std::find(given.letters, given.letters + 4, 0) - given.letters);
+      CHECK(kv::Contract(language, given.letters, units).units == units);
+      CHECK(kv::Contract(language, given.letters, units).orders[0] == made);
+      CHECK(kv::Contract(language, given.letters, units - 1).units < units);
+      for (unsigned at = 0; at < units; ++at) {
+        for (const unsigned bit : {1u, 2u, 4u, 0x80u, 0x400u, 0x800u}) {
+          given.letters[at] = static_cast<unsigned short>(given.letters[at] ^ bit);
+          CHECK(kv::Contract(language, given.letters, units).orders[0] != made);
+          given.letters[at] = static_cast<unsigned short>(given.letters[at] ^ bit);
+          ++tried;
+        }
+      }
+    }
+  }
+  CHECK(tried > 300);
 }
