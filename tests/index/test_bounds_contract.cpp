@@ -211,6 +211,22 @@ TEST_CASE("a value takes of a range what its steps from the ends say") {
   }
 }
 
+TEST_CASE("a step leads to what is behind, or nowhere") {
+  for (char id = 0; id < support::kRowCount; ++id) {
+    CAPTURE(int{id});
+    for (const auto& stored : {support::OrdinaryValues(id, 300), support::WildValues(id, 5000)}) {
+      const Values before(id, stored), after(id, stored);
+      for (unsigned i = 0; i < before.Count(); ++i) {
+        const int status = Types().GetValue(id, after[i], 0, 8, 'M');
+        const int order = Types().Cmp(id, before[i], after[i], kvCompareExact, 1, 8);
+        const bool leads = status == kvOk ? order < 0 : order == 0;
+        if (!leads) CAPTURE(i);
+        CHECK(leads);
+      }
+    }
+  }
+}
+
 TEST_CASE("within a range, parts add up to the whole and grow with the constant") {
   for (char id = 0; id < support::kRowCount; ++id) {
     if (id == KvBOOLEAN_T) continue;  // always a third

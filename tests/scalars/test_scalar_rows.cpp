@@ -208,7 +208,9 @@ TEST_CASE_TEMPLATE("values step to their successor", R, KV_SCALAR_ROWS) {
   std::vector<unsigned char> stored = support::StoredBytes(&five, 1, false);
   CHECK(types.GetValue(R::id, stored.data(), sizeof(T), 0, 'N') == kvOk);
   CHECK(stored == support::StoredBytes(&next, 1, false));
+  const T afterNext = Limits::is_integer ? T(7) : std::nextafter(next, T(7));
   CHECK(types.GetValue(R::id, stored.data(), sizeof(T), 2, 'N') == kvOk);
+  CHECK(stored == support::StoredBytes(&afterNext, 1, false));
 }
 
 TEST_CASE_TEMPLATE("lifetime, null and array operations", R, KV_SCALAR_ROWS) {

@@ -230,19 +230,20 @@ TEST_CASE("the keys of a run are the keys of its values") {
 }
 
 // Nulls far from each other, close together, everywhere and nowhere: vectors have ways of their own
-// for each, and no key of a null is as long as what they write at a time.
-TEST_CASE("the keys of runs of nullables, however many nulls there are") {
+// for each, and no key of a null is as long as what they write at a time. Of other rows runs that
+// end anywhere in a vector, in blocks of just their size.
+TEST_CASE("the keys of runs of any length, however many nulls there are") {
   support::Source source(29);
   for (char id = 0; id < kRowCount; ++id) {
-    if (!IsNullable(id)) continue;
+    if (Types().IsFixed(id) == 0) continue;
     std::vector<Bytes> kinds = ValuesFor(id);
     std::erase(kinds, Bytes());
     for (const unsigned nullsIn1000 : {0U, 5U, 500U, 1000U}) {
-      for (const unsigned count : {1U, 2U, 31U, 33U, 1000U}) {
+      for (const unsigned count : {1U, 2U, 17U, 31U, 33U, 64U, 100U, 1000U}) {
         std::vector<Bytes> stored;
         for (unsigned i = 0; i < count; ++i) {
           Bytes value = kinds[source.Below(static_cast<unsigned>(kinds.size()))];
-          value[0] = source.Below(1000) < nullsIn1000 ? 1 : 0;
+          if (IsNullable(id)) value[0] = source.Below(1000) < nullsIn1000 ? 1 : 0;
           stored.push_back(value);
         }
         const Values values(id, std::move(stored));
@@ -399,6 +400,15 @@ int AnyOrder(unsigned char, unsigned, void*, unsigned, void*, unsigned short, un
 
 }  // namespace
 
+TEST_CASE("where no key is, none begins") {
+  for (const unsigned count : {0U, 2U}) {
+    std::size_t size = 9, offsets[4] = {9, 9, 9, 9};
+    const char id = count == 0 ? Kv4B_T : KvRES_T;
+    CHECK(KvSortKeyRun({.type = id}, nullptr, 0, 8, count, nullptr, 0, offsets, size) == kvOk);
+    for (unsigned i = 0; i < 4; ++i) CHECK(offsets[i] == (i <= count ? 0 : 9));
+  }
+}
+
 TEST_CASE("kinds that have no keys are refused, and nothing is written") {
   const o_4b number = 1;
   const auto check = [&](const KvSortKeyKind& kind, int expected) {
@@ -423,9 +433,17 @@ TEST_CASE("kinds that have no keys are refused, and nothing is written") {
   check({.type = Kv4B_T, .options = 0x10}, kvBadArgument);
   check({.type = Kv4B_T, .options = kvSortKeyNullsFirst | kvSortKeyNullsLast}, kvBadArgument);
   check({.type = KvSTRING_T, .cmpOp = 0}, kvBadArgument);
-  check({.type = KvSTRING_T, .cmpOp = 0x11}, kvBadArgument);
-  check({.type = KvSTRING_T, .cmpOp = 65535}, kvBadArgument);
   check({.type = KvSTRING_T, .cmpOp = kvCompareExact | kvCompareKeyOrder}, kvNotSupported);
+  for (unsigned bit = 1; bit < 0x10000; bit *= 2) {
+    const auto cmpOp = static_cast<unsigned short>(kvCompareExact | bit);
+    if ((bit & 0x2F0) != 0) {
+      CHECK(KvSortKeyCheck({.type = KvSTRING_T, .cmpOp = cmpOp}) == kvOk);
+    } else if (bit != kvCompareKeyOrder) {
+      check({.type = KvSTRING_T, .cmpOp = cmpOp}, kvBadArgument);
+    }
+  }
+  check({.type = 99}, kvBadArgument);
+  CHECK(KvSortKeyCheck({.type = 100}) == kvOk);  // whose values have no bytes
   const KvCompareFunc own = Types().ExchangeKvTypeCmpFunc(Kv4B_T, AnyOrder);
   check({.type = Kv4B_T}, kvNotSupported);
   Types().ExchangeKvTypeCmpFunc(Kv4B_T, own);

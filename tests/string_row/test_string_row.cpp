@@ -527,6 +527,16 @@ TEST_CASE("a pattern narrows to what all its matches begin with") {
   CHECK(both.upper != nullptr);
   std::free(both.lower);
   std::free(both.upper);
+  // As much as lies between what begins so and what begins with the next letter, among words too.
+  for (Range each : {Range("aa", "zz"), Range("aardvark", "zulu")}) {
+    const std::string ways[][3] = {{"m*", "m", "n"}, {"ma*", "ma", "mb"}, {"mab*", "mab", "mac"}};
+    for (const auto& way : ways) {
+      CHECK(each(kvPredicateEqual, way[0].c_str()) ==
+            doctest::Approx(each(kvPredicateLess, way[2].c_str()) -
+                            each(kvPredicateLess, way[1].c_str()))
+                .epsilon(0.001));
+    }
+  }
   // Each letter of the prefix narrows it, alike in both widths and every form.
   CHECK(Range("b", "c")(kvPredicateEqual, "a*") < 1e-6f);
   CHECK(Range("b", "c")(kvPredicateEqual, "d*") < 1e-6f);

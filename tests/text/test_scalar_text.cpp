@@ -451,15 +451,26 @@ TEST_CASE("the words for infinities and NaN") {
   CHECK(Scan(KvDOUBLE_T, "0x10", 9.0) == 0.0);  // the digit 0, then no number
   CHECK(Scan(KvDOUBLE_T, "0x10", 9.0, "%g") == 16.0);
   CHECK(Scan(KvDOUBLE_T, "12345", 9.0, "%3g") == 123.0);
+  const std::string own = "%.17g";  // the default, from another place
+  CHECK(Print(KvDOUBLE_T, -HUGE_VAL, own.c_str()) == "-Infinity");
+  CHECK(Scan(KvDOUBLE_T, "-infinity", 9.0, own.c_str()) == -HUGE_VAL);
   CHECK(Scan(KvDOUBLE_T, "ldexp(0.5,3", 9.0, "ldexp(%g,%d)") == 4.0);
   CHECK(Scan(KvDOUBLE_T, "ldexp(0.5)", 9.0, "ldexp(%g,%d)") == 9.0);
 }
 
 TEST_CASE("characters print as one text and scan byte by byte") {
-  char bytes[] = {'A', 0x07, 'B', static_cast<char>(0xE9), '~', 0x7F};
+  char bytes[] = {'A', 0x07, 'B'};
   KvString out;
-  CHECK(std::string(Types().PrintToKvString(Kv1B_T, out, bytes, nullptr, 6).StrGet()) ==
-        "A0x07B0xe9~0x7f");
+  std::string all, expected;
+  for (int byte = 0; byte < 256; ++byte) {
+    all += static_cast<char>(byte);
+    const bool isPlain = byte >= ' ' && byte <= '~';
+    const std::string printed = isPlain ? all.substr(all.size() - 1) : CLibrary("0x%02x", byte);
+    CHECK(Print(Kv1B_T, all.back(), "<%c>") == (isPlain ? "<" + printed + ">" : printed));
+    expected += printed;
+  }
+  CHECK(std::string(Types().PrintToKvString(Kv1B_T, out, all.data(), nullptr, 256).StrGet()) ==
+        expected);
   CHECK(std::string(Types().PrintToKvString(KvU1B_T, out, bytes, "%d,", 1).StrGet()) == "65,");
   CHECK(std::string(Types().PrintToKvString(Kv1B_T, out, bytes, "%s", 3).StrGet()) == "A0x07B");
   CHECK(Types().PrintToKvString(Kv1B_T, out, bytes, nullptr, 0).IsEmpty());

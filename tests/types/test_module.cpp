@@ -35,7 +35,7 @@ TEST_CASE("the module describes itself") {
   CHECK(when == std::string("Oct  6 2021 14:09:32"));
   CHECK(further == std::string("unknown"));
   CHECK(number == 1927);
-  CHECK(*static_cast<const unsigned char*>(reserved) == 0xFF);
+  CHECK(std::string(static_cast<const char*>(reserved), 16) == std::string(16, '\xFF'));
   CHECK(KvCheckDll(0) == kvOk);
   CHECK(KvCheckDll(4) == kvOk);
 }

@@ -269,6 +269,16 @@ TEST_CASE("a blob as text is its length, or its bytes in hex") {
     Types().ScanFromKvString(KvBLOB_T, &blob, input, nullptr, 1);
     CHECK(blob.Length() == 2);
   }
+  std::string many;
+  for (const int size : {255, 256, 257, 600}) {
+    while (many.size() < static_cast<std::size_t>(size)) many += static_cast<char>(many.size());
+    KvBlob sized(many.data(), size), read;
+    Types().PrintToKvString(KvBLOB_T, text, &sized, "%X", 1);
+    Types().ScanFromKvString(KvBLOB_T, &read, text, nullptr, 1);
+    CHECK(read == sized);
+  }
+  KvBlob longest(40000);
+  CHECK(Types().PrintToKvString(KvBLOB_T, text, &longest, "%X", 1).Len() == 65531);
   KvString input("{NULL}");
   Types().ScanFromKvString(KvBLOB_T, &blob, input, nullptr, 1);
   CHECK(blob.IsNullValue());

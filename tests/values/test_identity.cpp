@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "kvref.h"
@@ -22,18 +21,6 @@ std::string Printed(const Identity& id, const char* format = nullptr) {
   return id.PrintToKvString(text, format).StrGet();
 }
 
-// What each type orders by, as the standard library orders it.
-auto Rank(const KvObjId& id) {
-  return std::tuple(id.high, id.low, id.block);
-}
-auto Rank(const KvRef& r) {
-  return std::tuple(r.high, r.low, r.block, r.database, r.classNo);
-}
-auto Rank(const KvClassId& id) {
-  const bool present = id.classNo != 65535 || id.version != 65535;
-  return std::tuple(present, id.classNo, id.version);
-}
-
 template <class Identity>
 Identity Random(std::mt19937& random) {
   const o_u4b parts[] = {0, 1, 2, 255, 256, 65534, 65535, 0x10000, 0xFFFFFFFF};
@@ -45,34 +32,6 @@ Identity Random(std::mt19937& random) {
     return {narrow(), narrow()};
   } else {
     return {wide(), wide(), narrow()};
-  }
-}
-
-// Order and hash of a run agree in memory and in both stored orders, and with the ranks.
-template <class Identity>
-void CheckForms(char type, unsigned width) {
-  std::mt19937 random(11);
-  for (int i = 0; i < 3000; ++i) {
-    Identity run[2][2];
-    run[0][0] = run[1][0] = Random<Identity>(random);
-    run[0][1] = Random<Identity>(random);
-    run[1][1] = random() % 4 == 0 ? run[0][1] : Random<Identity>(random);
-    const auto a = Rank(run[0][1]), b = Rank(run[1][1]);
-    const int expected = (a > b) - (a < b);
-    int status;
-    REQUIRE(Identity::Compare(8, 0, run[0], 0, run[1], 0, 2, status) == expected);
-    const unsigned hash = Identity::Hash(8, 0, run[0], 2, status);
-    for (const unsigned char format : {o_u1b{0}, o_u1b{1}, o_u1b{2}}) {
-      unsigned char stored[2][28];
-      for (int side = 0; side < 2; ++side) {
-        REQUIRE(Types().Store(type, stored[side], run[side], format, 2) == 2 * width);
-      }
-      REQUIRE(Types().Cmp(type, stored[0], stored[1], 0, 2, format) == expected);
-      REQUIRE(Types().Hash(type, 0, stored[0], 2, format, status) == hash);
-      Identity loaded[2];
-      REQUIRE(Types().Load(type, loaded, stored[0], format, 2) == 2 * width);
-      REQUIRE(loaded[1] == run[0][1]);
-    }
   }
 }
 
@@ -205,12 +164,6 @@ TEST_CASE("scanning is the inverse of printing and takes nothing on a mismatch")
   KvRef reference;
   Types().ScanFromKvString(KvREF_T, &reference, text, nullptr, 1);
   CHECK(reference == KvRef{7, 5, 1, 2, 40, 0});
-}
-
-TEST_CASE("order and hash are by value in every form") {
-  CheckForms<KvObjId>(KvOBJID_T, 10);
-  CheckForms<KvClassId>(KvCLID_T, 4);
-  CheckForms<KvRef>(KvREF_T, 14);
 }
 
 TEST_CASE("the functions of a row stand in its class") {
