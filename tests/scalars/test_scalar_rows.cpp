@@ -177,7 +177,9 @@ TEST_CASE_TEMPLATE("values step to their successor", R, KV_SCALAR_ROWS) {
   using T = typename R::Value;
   using Limits = std::numeric_limits<T>;
   KvTypeMgr types;
-  for (T value : Samples<T>(9, 60)) {
+  std::vector<T> values = Samples<T>(9, 60);
+  values.push_back(Limits::max());
+  for (T value : values) {
     T stepped = value;
     const int status = types.GetValue(R::id, &stepped, sizeof(T), 8, 'M');
     if constexpr (Limits::has_infinity) {

@@ -330,7 +330,7 @@ const char* ReadHex(KvBlob& blob, const char* text) {
   text = SkipBlanks(text);
   for (; IsHexDigit(text[0]) && IsHexDigit(text[1]); text = SkipBlanks(text + 2)) {
     block[used++] = static_cast<unsigned char>(HexValue(text[0]) << 4 | HexValue(text[1]));
-    if (used < static_cast<int>(sizeof block)) continue;
+    if (used != static_cast<int>(sizeof block)) continue;
     blob.Append(block, std::exchange(used, 0));
     if (blob.IsNullValue()) return text;
   }
