@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "kvchecked.h"
 #include "kvdatime.h"
 #include "kvodmg.h"
 #include "kvtypemgr.h"
@@ -278,6 +279,90 @@ TEST_CASE("scanning: what does not match, what is missing, what is too large") {
   CHECK(Scanned<KvDate>("2001 Foo 4", "%Y %B %d", kvNotSupported) == KvDate(2001, 1, 1));
   CHECK(Scanned<KvTime>("7 xm 5", "%I %p %M", kvNotSupported) == KvTime(7, 0, 0));
   CHECK(Scanned<KvTime>("pm", "%p%H", kvNotSupported) == KvTime(0, 0, 0));
+}
+
+TEST_CASE("a date and a clock in one go print and read as piece by piece") {
+  const char* const formats[] = {"%Y-%m-%d",         "%H:%M:%S",       "%Y-%m-%dT%H:%M:%S",
+                                 "%Y-%m-%dT%H:%M",   "%Y-%m-%dT%M:%S", "%Y-%m-%dX%H:%M:%S",
+                                 "%d%Y-%m-%dT%H:%M", "%Y-%m-%d%%T%H",  "%H:%M:%SH:%M:%S%Y-%m-%m"};
+  int wrong = 0;
+  for (const std::string format : formats) {
+    for (unsigned i = 0; i < 7; ++i) {
+      for (const int number : {-128, -2, -1, 0, 9, 10, 99, 100, 127, 999, 9999, 10000}) {
+        if (number > 127 && i != 0) continue;
+        int n[] = {2000, 12, 31, 23, 59, 58, 0};
+        n[i] = number;
+        const KvDateTimeN value = At(n[0], n[1], n[2], n[3], n[4], n[5], n[6]);
+        std::string expected;
+        for (std::size_t at = 0; at < format.size(); ++at) {
+          const bool isDirective = format[at] == '%';
+          expected +=
+              isDirective ? Print(value, format.substr(at++, 2).c_str()) : format.substr(at, 1);
+        }
+        if (Print(value, format.c_str()) != expected) ++wrong;
+      }
+    }
+    // A blank in the format stands for none, too, and what it parts is read one by one.
+    std::string parted;
+    for (const char c : format)
+      parted += std::string(c == '-' || c == ':' || c == 'T' ? 1 : 0, ' ') + c;
+    std::vector<std::string> texts = {"2000-02-28T23:59:58", "23:59:58", "23:59:58H:59:58",
+                                      "12000-02-28T23:59"};
+    for (std::size_t i = 0; i < 4; ++i) {
+      for (std::size_t at = 0; at <= texts[i].size(); ++at) {
+        for (const char c : std::string(" 0:9/-T%*+.;a\x7f\x80\xff\0", 17)) {
+          texts.push_back(texts[i].substr(0, at) + c +
+                          texts[i].substr(std::min(at + 1, texts[i].size())));
+        }
+      }
+    }
+    for (const std::string& text : texts) {
+      KvDateTimeN a = KvDateTimeN::DefaultValue(), b = a;
+      const KvScanned plain = KvScanChecked(*DefaultTypeMgr(nullptr), KvDATIME_N_T, &a,
+                                            KvString(text.c_str()), format.c_str());
+      const KvScanned slow = KvScanChecked(*DefaultTypeMgr(nullptr), KvDATIME_N_T, &b,
+                                           KvString(text.c_str()), parted.c_str());
+      if (plain.status != slow.status || plain.position != slow.position || !Same(a, b)) ++wrong;
+      a.ScanFromKvString(KvString(text.c_str()), format.c_str());
+      b.ScanFromKvString(KvString(text.c_str()), parted.c_str());
+      if (!Same(a, b)) ++wrong;
+    }
+  }
+  CHECK(wrong == 0);
+}
+
+TEST_CASE("what a field does not hold is the nearest that it does, and told") {
+  const auto text = [](int a, int b) { return std::to_string(a) + " " + std::to_string(b); };
+  const auto held = [](int number) { return static_cast<char>(std::clamp(number, -128, 127)); };
+  for (const int a : {-129, -128, -1, 0, 1, 127, 128, 255, 256, 99999}) {
+    for (const int b : {-129, -128, -1, 0, 1, 127, 128, 255, 256}) {
+      CHECK(Scanned<KvDate>(text(a, b).c_str(), "%m %d") == KvDate(0, held(a), held(b)));
+      CHECK(Scanned<KvTime>(text(a, b).c_str(), "%H %M") == KvTime(held(a), held(b), 0));
+      CHECK(Scanned<KvTime>(text(a, b).c_str(), "%S %M") == KvTime(0, held(b), held(a)));
+    }
+    const int year = a * 257;
+    CHECK(Scanned<KvDate>(text(year, 3).c_str(), "%Y %m").year == std::clamp(year, -32768, 32767));
+  }
+  const std::pair<char, std::string> rows[] = {
+      {KvDATE_T, "Ymd"},         {KvTIME_T, "HMS"},         {KvDATIME_T, "YmdHMS"},
+      {KvDATIME_N_T, "YmdHMSN"}, {KvTIMESPAN_T, "YmdHMSN"}, {D_DATE_T, "Ymd"},
+      {D_TIME_T, "HMSN"},        {D_TIMESTAMP_T, "YmdHMSN"}};
+  for (const auto& [id, has] : rows) {
+    for (const char directive : std::string("YmdHMSN")) {
+      d_Timestamp room;  // of any of them
+      KvDateTimeN more;
+      void* const value =
+          id == KvDATIME_N_T || id == KvTIMESPAN_T ? static_cast<void*>(&more) : &room;
+      const std::string format = {'%', directive};
+      const auto status = [&, id = id](const char* given) {
+        return KvScanChecked(*DefaultTypeMgr(nullptr), id, value, KvString(given), format.c_str())
+            .status;
+      };
+      const bool holds = has.find(directive) != std::string::npos;
+      CHECK(status(directive == 'N' ? "20000000" : "11") == (holds ? kvOk : kvOutOfRange));
+      CHECK(status("2147483648") == kvOutOfRange);
+    }
+  }
 }
 
 TEST_CASE("nulls print and read as the null print string") {

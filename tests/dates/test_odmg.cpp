@@ -281,6 +281,7 @@ TEST_CASE("texts of the ODMG rows") {
   CHECK(Print(D_TIME_T, d_Time(4, 0, 0.0f)) == "04:00:00 am");
   const d_Time any = Scanned(D_TIME_T, "*:07:08", "%T", d_Time(0));
   CHECK(Print(D_TIME_T, any, "%T") == "*:07:08");
+  CHECK(Print(D_TIME_T, Scanned(D_TIME_T, "7:*:*", "%T", d_Time(0)), "%T") == "07:*:*");
   int status;
   d_Time four(4, 7, 8.0f), five(5, 7, 8.0f), wild = any;
   CHECK(d_TimeCompare(8, 0, &four, 0, &wild, 0, 1, status) == 0);
