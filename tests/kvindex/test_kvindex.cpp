@@ -142,6 +142,32 @@ TEST_CASE("a load keeps within the engine's limits, whatever they are") {
   }
 }
 
+TEST_CASE("keys and records go in up to the engine's limit, and what is longer is told") {
+  const File file("7,2024-01-01," + std::string(60, 'n') + ",\"[1,2]\"\n");
+  MapStore whole;
+  Loaded(whole, file.name);
+  const std::size_t record = whole.entries.begin()->second.size();
+  std::size_t longest = 0;
+  for (const auto& [key, value] : whole.entries) longest = std::max(longest, key.size());
+  const auto said = [&](std::size_t keyBytes, std::size_t valueBytes) {
+    MapStore store;
+    store.limits.keyBytes = keyBytes;
+    store.limits.valueBytes = valueBytes;
+    const std::string counts = Loaded(store, file.name);
+    return counts + ReadWhole(file.name + ".said");
+  };
+  const std::string bad = "1 0 0 1, 1kvindex: load: " + file.name + ", line 1: the ";
+  const auto takes = [](std::size_t size) {
+    return " takes " + std::to_string(size) + " bytes, the engine takes " +
+           std::to_string(size - 1) + "\n";
+  };
+  const std::size_t key = whole.entries.begin()->first.size();
+  CHECK(said(longest, record) == "1 1 0 0, 0");
+  CHECK(said(longest - 1, record) == bad + "entry in index runs,id" + takes(longest));
+  CHECK(said(key - 1, record) == bad + "key" + takes(key));
+  CHECK(said(longest, record - 1) == bad + "record" + takes(record));
+}
+
 TEST_CASE("a load that broke off goes on behind its last batch") {
   const std::string bad = "bad\n\"1\n";
   const File file(Lines(40, "2024-01-01") + bad +

@@ -130,6 +130,26 @@ TEST_CASE("what a terminal must not see is escaped, and reads back") {
         "0 many1 one2 many");
 }
 
+TEST_CASE("texts of every length that a string holds are read and come back") {
+  const auto read = [](const std::string& text) { return StringFromUtf8(text, {}); };
+  for (const char* last : {"", "~", "\u0080", "\u00ff", "\u0100", "\ud7ff"}) {
+    for (std::size_t length = 58; length < 68; ++length) {
+      const std::string text = std::string(length, 'a') + last;
+      CHECK(Utf8FromString(read(text)) == text);
+      CHECK(read(text).GetCodeSet() == (last[0] == '\xC4' || last[0] == '\xED' ? 253 : 1));
+    }
+  }
+  const std::pair<std::string, std::size_t> cases[] = {
+      {"a", 65531}, {"\u00e9", 65531}, {"\u0141", 32765}};
+  for (const auto& each : cases) {
+    const std::string text = each.first + std::string(each.second - 1, 'a');
+    CHECK((Utf8FromString(read(text)) == text));
+    CHECK(Said([&] { return std::to_string(read(text + "a").Len()); }) ==
+          "1: " + std::to_string(each.second + 1) + " characters, more than a string holds (" +
+              std::to_string(each.second) + ")");
+  }
+}
+
 TEST_CASE("tables and folded lines count characters, not bytes") {
   CHECK(Aligned({{"a", "b"}, {"\u00e9\u00e9\u00e9", "", "c"}, {}}) ==
         "a    b\n\u00e9\u00e9\u00e9     c\n\n");

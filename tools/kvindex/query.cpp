@@ -60,7 +60,6 @@ class QueryReader {
     const std::string_view name = PeekName();
     if (!EqualsIgnoringCase(name, word)) return false;
     at_ += name.size();
-    SkipBlanks();
     return true;
   }
 
