@@ -32,6 +32,10 @@ TEST_CASE("a character refers into the text or holds its value") {
 }
 
 TEST_CASE("defaults, widths and byte order of a character") {
+  KvLanguageContext::SetDefaultLanguage(10);
+  CHECK(KvChar('a').GetLanguage() == 10);
+  CHECK(KvChar(static_cast<unsigned short>('a')).GetLanguage() == 10);
+  KvLanguageContext::SetDefaultLanguage(1);
   CHECK(KvChar('a').GetCodeSet() == 1);
   CHECK(KvChar(static_cast<unsigned short>('a')).GetCodeSet() == 253);
   CHECK(KvChar(static_cast<unsigned short>(0x1234), 1, 1).Value() == 0x34);
@@ -130,6 +134,9 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   // Pending characters keep the end away; going back does not look at them.
   auto* pending = new KvWCharList;
   pending->Append(0x20AC);
+  copy.SetOverflow(pending);
+  copy.SetOverflow(pending);
+  CHECK((*copy).GetCodeSet() == 1);
   copy.SetOverflow(pending, 253);
   CHECK(!copy.IsEOS());
   KvWCharList& list = *pending;

@@ -230,6 +230,12 @@ TEST_CASE("trimming") {
       CHECK(trimmed(&KvString::Trim) == c.both);
     }
   }
+  // Mapping case leaves a buffer of just the text.
+  KvString roomy("a much longer text");
+  roomy.CopyMapped(KvString("ab"), 1, -1);
+  CHECK(roomy.GetBufferSize() > 3);
+  roomy.ToUpper();
+  CHECK((Bytes(roomy) == "AB" && roomy.GetBufferSize() == 3));
   // The walk begins at the end of the buffer, and counts what lies behind the text as part of it.
   for (const auto& [buffer, kept] : {std::pair("a much longer text", "ab  "), {"abcde", "a"}}) {
     KvString longer(buffer);

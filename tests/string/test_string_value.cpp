@@ -178,6 +178,12 @@ TEST_CASE("the string limit cuts without an error and reports when asked") {
   DefaultConfig().SetValue("debug", "stringOverflow", 0);
   text << "b";
   CHECK(overflows.count == 4);
+  // Up to the limit nothing overflows.
+  DefaultConfig().SetValue("debug", "stringOverflow", 1);
+  KvString full(std::string(65530, 'a').c_str());
+  full << "b";
+  CHECK(full.GetBufferSize() == KvString::kMaximumBytes);
+  CHECK(overflows.count == 4);
 }
 
 TEST_CASE("a plain text is cut to the width it is appended to, a string is not") {
@@ -354,6 +360,56 @@ TEST_CASE("numbers are read as the C library reads them, within 32 and 64 bits")
   CHECK(wide == std::numeric_limits<long long>::min());
   CHECK(KvString(Wide(u"0x10")).Strtoll(wide) == 0);
   CHECK(wide == 0);
+}
+
+TEST_CASE("16-bit numbers are read as the C library reads the bytes") {
+  Random random(12);
+  for (int round = 0; round < 20000; ++round) {
+    std::string text(random(4), static_cast<char>(7 + random(27)));
+    if (random(2) == 0) text += "+-x"[random(3)];
+    text.append(random(3), '0');
+    for (unsigned left = random(24); left != 0; --left) text += static_cast<char>('0' + random(10));
+    text += "/:x"[random(3)];
+    const std::u16string units(text.begin(), text.end());
+    CHECK(static_cast<long long>(KvString(Wide(units.c_str()))) ==
+          std::strtoll(text.c_str(), nullptr, 10));
+  }
+}
+
+TEST_CASE("a unit becomes what its code set makes of it in that of the text") {
+  std::u16string bytes;
+  for (char16_t unit = 0x80; unit < 0x100; ++unit) bytes += unit;
+  for (unsigned from = 0; from <= 13; ++from) {
+    for (unsigned to = 0; to <= 13; ++to) {
+      const auto source = static_cast<unsigned char>(from == 13 ? 253 : from);
+      const auto target = static_cast<unsigned char>(to == 13 ? 253 : to);
+      std::u16string expected = bytes;
+      // Bytes stay what they are in any code set of bytes.
+      for (char16_t& unit : expected) {
+        if (from != 0 || to == 13) unit = KvCodeSet(target).MapFrom(unit, source);
+      }
+      const KvString text = Make(bytes, source);
+      KvString copy(target, 1), filled(target, 1);
+      CHECK((Units(copy << text) == expected));
+      copy.Replace(text, 0);
+      CHECK((Units(copy) == expected));
+    }
+  }
+}
+
+TEST_CASE("a text that lost its terminator ends with its block") {
+  for (const unsigned char codeSet : {static_cast<unsigned char>(1), kvCodeSetUnicode}) {
+    for (const unsigned length : {0u, 1u, 3u, 4u, 7u, 100u, 127u, 128u, 600u, 2000u}) {
+      KvString text = Make(std::u16string(length, u'x'), codeSet);
+      if (length == 0) text.Fill(0, 'x');
+      text[static_cast<int>(length)] = static_cast<unsigned short>('y');
+      CHECK(text.Len() == length);
+      const KvString copy(text);
+      CHECK((Units(copy) == std::u16string(length, u'x')));
+      CHECK((text << 'z').Len() == length + 1);
+      CHECK(copy.Len() == length);
+    }
+  }
 }
 
 TEST_CASE("converted texts agree with iconv") {

@@ -227,6 +227,13 @@ TEST_CASE("the defaults refuse numbers that cannot play their part, and attachin
   CHECK(KvLanguageContext::QueryCodeSet(0)->Number() == 4);
   CHECK(KvCodeSet(253).MapFrom(0x84, 0) == 0xE4);
   CHECK(KvLanguageContext::QueryLanguage(255)->Number() == 10);
+  CHECK(KvLanguageContext::SetDefaultLanguage(15) == kvOk);
+  unsigned short mapped[3] = {};
+  CHECK(CaseOf(&KvCodeSet::ToUpper, 253, 'i', mapped, 255) == 1);
+  CHECK(mapped[0] == 0x130);
+  CHECK(KvLanguageContext::SetDefaultCodeSet(255) == kvBadArgument);
+  CHECK(KvLanguageContext::SetDefaultCodeSet(253) == kvOk);
+  CHECK(KvLanguageContext::SetDefault8CodeSet(224) == kvOk);
 
   ___KvI18NContext(1);
   CHECK(KvLanguageContext::GetNativeCodeSet() == 1);
@@ -254,6 +261,7 @@ TEST_CASE("unknown numbers have an answer") {
   CHECK(KvLanguageContext::QueryCodeSet(254)->Number() == 253);
   CHECK(KvLanguageContext::QueryLanguage(0)->Number() == 1);
   CHECK(KvLanguageContext::QueryLanguage(19)->Number() == 19);
+  CHECK(KvLanguageContext::QueryLanguage(20)->Number() == 20);
   CHECK(KvLanguageContext::QueryLanguage(200)->Number() == 20);
   CHECK(KvCodeSet(1).SortClass(19) == 1);
   CHECK(KvCodeSet(1).SortClass(20) == 20);
