@@ -1,5 +1,4 @@
-"""kvtm key and unkey: tuples, options, lines, and what cannot be done."""
-import json
+"""kvtm key and unkey: tuples, options and lines."""
 import unittest
 
 from program import KvtmTest
@@ -47,24 +46,6 @@ class Keys(KvtmTest):
         self.assertEqual(keys, sorted(keys))
         self.assertEqual(keys, self.keys(schema, *[value for row in rows for value in row]))
         self.assertEqual(self.good("unkey", schema, *keys), lines)
-
-    def test_for_programs(self):
-        schema = "name:KvString, n:KvNull_int"
-        values = ("Öl", "70000", "b", "{NULL}")
-        lines = [json.loads(line) for line in self.good("key", schema, "--json", *values).splitlines()]
-        keys = [line["key"] for line in lines]
-        self.assertEqual(keys, self.keys(schema, *values))
-        self.assertEqual([json.loads(line) for line in
-                          self.good("unkey", schema, "--json", *keys).splitlines()],
-                         [{"name": "Öl", "n": 70000}, {"name": "b", "n": None}])
-        self.assertEqual(self.good("unkey", schema, "--csv", *keys), "name,n\r\nÖl,70000\r\nb,{NULL}\r\n")
-        for command in (("unkey", schema, "--json", "--explain", keys[0]),
-                        ("key", schema, "--json", "--explain", *values[:2])):
-            rows = json.loads(self.good(*command))
-            self.assertEqual("".join(row["bytes"] for row in rows), keys[0])
-            self.assertEqual({row["key"] for row in rows}, {keys[0]})
-            self.assertEqual([row["offset"] for row in rows], [0, 1, 3, 4, 5, 6, 7, 8])
-            self.assertEqual(rows[-1]["what"], "n: 70000")
 
 
 if __name__ == "__main__":

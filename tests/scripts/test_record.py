@@ -4,7 +4,6 @@ import io
 import json
 import re
 import subprocess
-import tempfile
 import unittest
 from pathlib import Path
 
@@ -61,24 +60,6 @@ class Record(KvtmTest):
                     self.assertGreater(int(line), len(whole), fault)
                 self.assertEqual(len(list(csv.reader(io.StringIO(done.stdout.decode())))) - 1,
                                  len(runs) - len(faults))
-
-    def test_where_the_bytes_come_from(self):
-        stored = bytes.fromhex("2a000000" "0700010161626300ff" "e807021d")
-        expected = self.rows("id:o_4b,s:KvString,d:KvDate", stored.hex())
-        with tempfile.TemporaryDirectory() as folder:
-            raw, dump, plain = (Path(folder) / name for name in ("raw", "dump", "plain"))
-            raw.write_bytes(stored)
-            lines = [f"{at:08x}: {stored[at:at + 16].hex(' ', 2):<40} ................"
-                     for at in range(0, len(stored), 16)]
-            dump.write_text("\n".join(lines) + "\n")
-            plain.write_text(stored.hex(":"))
-            canonical = "\n".join(f"{at:08x}  {stored[at:at + 16].hex(' '):<48} |................|"
-                                  for at in range(0, len(stored), 16)) + f"\n{len(stored):08x}\n"
-            for arguments in (["--raw", str(raw)], [str(dump)], [str(plain)], stored.hex(" ").split()):
-                self.assertEqual(self.rows("id:o_4b,s:KvString,d:KvDate", *arguments), expected)
-            status, output, _ = kvtm("record", "id:o_4b,s:KvString,d:KvDate", "--json",
-                                     stdin=canonical)
-            self.assertEqual((status, json.loads(output)), (0, expected))
 
 
 if __name__ == "__main__":

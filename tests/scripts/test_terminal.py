@@ -59,18 +59,6 @@ class Terminal(unittest.TestCase):
             self.assertLess(len(text), width, text)
         return [text for text in texts if "%" in text]
 
-    def test_progress_fits_and_goes_away(self):
-        lines = self.folder / "lines"
-        lines.write_text("".join(f"{number * 7919 % 300007}\n" for number in range(300000)))
-        for width in WIDTHS:
-            with self.subTest(width):
-                raw, screen = self.run_in(width, KVTM, "sort", "o_4b", lines, to="> /dev/null")
-                shown = [int(re.search(r"(\d+)%", text)[1]) for text in self.drawn(raw, width)
-                         if "reading" in text]
-                self.assertEqual(shown, sorted(shown))
-                self.assertGreater(shown[-1], 90)
-                self.assertEqual(screen, "")
-
     @unittest.skipUnless(KVINDEX.exists(), "kvindex is not built")
     def test_a_load_tells_the_time_left(self):
         lines = self.folder / "lines.csv"

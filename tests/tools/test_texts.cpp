@@ -47,31 +47,6 @@ TEST_CASE("bytes of all values, as the C library sorts them") {
   }
 }
 
-TEST_CASE("hex and dumps: what is read, and where what is none stands") {
-  const std::pair<const char*, std::string> cases[] = {
-      {"00000000: 4142 43                                  ABC\n", "414243"},
-      {"00000000  41 42 43                                          |ABC|\n00000003\n", "414243"},
-      {"00000000: 4142\r\n000000002: 43  x\r\n", "414243"},
-      {"0011223344556677  8899", "00112233445566778899"},
-      {"0000000: 41", "1: ':' is no hex digit, at offset 7 of '0000000: 41'"},
-      {"00000000 41", "0000000041"},
-      {"00000000:41", "0000000041"},
-      {"g0000000: 41", "1: 'g' is no hex digit, at offset 0 of 'g0000000: 41'"},
-      {"00000000  41", "0000000041"},
-      {"00000000: 41\nhello\n", "1: not a line of a dump: 'hello'"},
-      {"4", "1: a byte takes two hex digits, the last one of '4' has one"},
-      {"41 0x", "1: 'x' is no hex digit, at offset 4 of '41 0x'"},
-      {"410x4", "1: a byte takes two hex digits, the last one of '410x4' has one"},
-      {"4 1", "1: ' ' is no hex digit, at offset 1 of '4 1'"},
-      {"0x0X41", "41"},
-  };
-  for (const auto& each : cases) {
-    CAPTURE(each.first);
-    Bytes bytes;
-    CHECK(Said([&] { return AppendHexDump(each.first, bytes), ToHex(bytes); }) == each.second);
-  }
-}
-
 TEST_CASE("whole numbers within bounds") {
   const auto read = [](std::string_view text, long long least, unsigned long long greatest) {
     unsigned long long bits = 77;
