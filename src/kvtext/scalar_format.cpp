@@ -261,10 +261,10 @@ struct Input {
 
 bool ScanFloating(Input& input, const Conversion& conversion, double& value) {
   input.at = SkipBlanks(input.at);
-  ScalarBuffer field;
+  char field[kLargestWidth + 1];
   const char* text = input.at;
   const auto length = static_cast<unsigned>(input.EndOfField(conversion) - input.at);
-  if (input.EndOfField(conversion) != input.last && length < sizeof field) {
+  if (input.EndOfField(conversion) != input.last) {
     std::memcpy(field, text, length);
     field[length] = 0;
     text = field;

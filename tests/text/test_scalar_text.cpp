@@ -71,6 +71,10 @@ TEST_CASE("whole numbers print as the C library prints them") {
     REQUIRE(Print(Kv8B_T, wide, format.ours.c_str()) ==
             (readsWide ? CLibrary(format.c64, wide) : CLibrary(format.c64, value)));
   }
+  for (const char* format : {"%.d", "%.0d", "%.0x", "%5.d"}) {
+    CHECK(Print(Kv4B_T, o_4b{0}, format) == CLibrary(format, 0));
+  }
+  CHECK(Print(Kv4B_T, o_4b{5}, "%Ld") == "5");
   CHECK(Print(Kv2B_T, o_2b{-1}, "%x") == "ffffffff");
   CHECK(Print(Kv2B_T, o_2b{-1}, "%hx") == "ffff");
 }
@@ -180,8 +184,9 @@ TEST_CASE("capital conversions and values that are not there") {
 }
 
 TEST_CASE("a format that does not parse prints by the default and scans nothing") {
-  for (const char* format : {"%n", "%s", "%*d", "%d %d", "%", "%d%", "%ld%n", "%q", "%ls", "%g",
-                             "%5", "%.*d", "%1$d", "%[0-9]", "%'d", "%p", "%jd"}) {
+  for (const char* format :
+       {"%n",   "%s",    "%*d",   "%d %d", "%",    "%d%",  "%ld%n",  "%q",  "%ls", "%g", "%5",
+        "%I6d", "%I34d", "%I65d", "%I64",  "%.*d", "%1$d", "%[0-9]", "%'d", "%p",  "%jd"}) {
     CAPTURE(format);
     CHECK(Print(KvU2B_T, o_u2b{65535}, format) == "65535");
     CHECK(Print(KvBLOCKID_T, o_u4b{7}, format) == "#7");
@@ -225,6 +230,19 @@ TEST_CASE("whole numbers scan as the C library scans them") {
     int expected = 77;
     std::sscanf(text.c_str(), format.c_str(), &expected);
     REQUIRE(Scan(Kv4B_T, text.c_str(), o_4b{77}, format.c_str()) == expected);
+  }
+}
+
+TEST_CASE("every character before a number and after its prefix is read as strtol reads it") {
+  for (int c = 1; c < 256; ++c) {
+    for (const char* around : {"?7", "0x?", "0X?1", "0?", "1?", "-?5"}) {
+      std::string text = around;
+      text[text.find('?')] = static_cast<char>(c);
+      CAPTURE(text);
+      char* end = nullptr;
+      const auto expected = static_cast<o_4b>(std::strtol(text.c_str(), &end, 0));
+      CHECK(Scan(Kv4B_T, text.c_str(), o_4b{77}, "%i") == (end == text.c_str() ? 77 : expected));
+    }
   }
 }
 
@@ -294,7 +312,7 @@ TEST_CASE("a double's default text is the C library's and reads back to the same
     if (std::isfinite(narrow)) {
       REQUIRE(Print(KvFLOAT_T, narrow) == CLibrary("%.17g", static_cast<double>(narrow)));
     }
-    for (const char* format : {"%e", "%+.3f|", "%20.10g", "%a", "%#G", "%-12.1E!"}) {
+    for (const char* format : {"%e", "%+.3f|", "%20.10g", "%a", "%#G", "%-12.1E!", "%-+ #012.3g"}) {
       REQUIRE(Print(KvDOUBLE_T, value, format) == CLibrary(format, value));
     }
   }
@@ -451,6 +469,11 @@ TEST_CASE("the words for infinities and NaN") {
   CHECK(Scan(KvDOUBLE_T, "0x10", 9.0) == 0.0);  // the digit 0, then no number
   CHECK(Scan(KvDOUBLE_T, "0x10", 9.0, "%g") == 16.0);
   CHECK(Scan(KvDOUBLE_T, "12345", 9.0, "%3g") == 123.0);
+  const std::string zeros(4096, '0');
+  for (const char* format : {"%1040g", "%4095g", "%4096g", "%9999g"}) {
+    CHECK(Scan(KvDOUBLE_T, (zeros + "5").c_str(), 9.0, format) == 0.0);
+  }
+  CHECK(Scan(KvDOUBLE_T, (zeros.substr(1) + "5").c_str(), 9.0, "%4096g") == 5.0);
   const std::string own = "%.17g";  // the default, from another place
   CHECK(Print(KvDOUBLE_T, -HUGE_VAL, own.c_str()) == "-Infinity");
   CHECK(Scan(KvDOUBLE_T, "-infinity", 9.0, own.c_str()) == -HUGE_VAL);
