@@ -139,6 +139,18 @@ TEST_CASE("without a setting, or under exact comparison, wildcards are character
                 "stras%e", kvCompareIgnoreCase | kvCompareIgnoreVariants) == 0);
 }
 
+TEST_CASE("each wildcard counts alone") {
+  const auto matches = [](char asterisk, char question, char escape) {
+    const WildcardSetting setting(asterisk, question, escape);
+    return std::string(Compare("abc", "a*", 0) == 0 ? "*" : "") +
+           (Compare("abc", "a?c", 0) == 0 ? "?" : "") + (Compare("ax", "a!x", 0) == 0 ? "!" : "");
+  };
+  CHECK(matches('*', 0, 0) == "*");
+  CHECK(matches(0, '?', 0) == "?");
+  CHECK(matches(0, 0, '!') == "!");
+  CHECK(matches(0, 0, 0) == "");
+}
+
 TEST_CASE("a pattern that does not match orders as plain text") {
   const WildcardSetting setting('*', 0, '\\');
   CHECK(Compare("aa", "ab*", 0) == -1);

@@ -161,6 +161,12 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
 }
 
 TEST_CASE("an iterator over one character keeps its own copy") {
+  alignas(KvStringIterator) unsigned char rubbish[sizeof(KvStringIterator)];
+  std::memset(rubbish, 0xAA, sizeof rubbish);
+  auto* const alone = new (rubbish) KvStringIterator(KvChar('x', 253, 1));
+  CHECK((**alone).Value() == 'x');
+  CHECK((++*alone).IsEOS());
+  CHECK(alone->GetNextOrder(0) == 0);
   KvString text("ab");
   KvStringIterator one(text[1]);
   KvStringIterator copy = one;

@@ -350,6 +350,9 @@ TEST_CASE("replacing") {
   KvString swedish = Make(u"x\u00E5", 253, 10);
   swedish.ReplaceAll(static_cast<unsigned short>(0xE5), static_cast<unsigned short>('o'));
   CHECK(Units(swedish) == u"xo");
+  KvString narrow = Make(u"x\u00E5", 1, 10);
+  narrow.ReplaceAll('\xE5', 'o');
+  CHECK(Bytes(narrow) == "xo");
 }
 
 TEST_CASE("splitting a list") {

@@ -9,6 +9,7 @@
 
 #include "kvcollate.h"
 #include "kvistring.h"
+#include "kvtypemgr.h"
 #include "string/text.h"
 #include "support/host.h"
 #include "support/vector_sets.h"
@@ -183,7 +184,19 @@ TEST_CASE("the string limit cuts without an error and reports when asked") {
   KvString full(std::string(65530, 'a').c_str());
   full << "b";
   CHECK(full.GetBufferSize() == KvString::kMaximumBytes);
+  const auto print = [&full](unsigned count) {
+    std::string bytes(count, 'm');
+    DefaultTypeMgr(nullptr)->PrintToKvString(Kv1B_T, full, bytes.data(), nullptr, count);
+    CHECK(full.Len() == KvString::kMaximumBytes - 1);
+  };
+  print(KvString::kMaximumBytes - 1);
+  full.ToUpper();
   CHECK(overflows.count == 4);
+  print(KvString::kMaximumBytes);
+  CHECK(overflows.count == 5);
+  full.Replace("\xDF", 0);  // becomes two letters
+  full.ToUpper();
+  CHECK(overflows.count == 6);
 }
 
 TEST_CASE("a plain text is cut to the width it is appended to, a string is not") {
@@ -268,7 +281,9 @@ TEST_CASE("assignment and the lifecycle members") {
   CHECK(moved.GetCodeSet() == 2);
   CHECK(moved.GetLanguage() == 3);
 
+  moved << "text";
   CHECK(moved.SetNullValue() == 0);
+  CHECK(moved.GetBufferSize() == 0);
   CHECK(moved.IsNullValue());
   CHECK(moved.IsEmpty());
   KvString copy(moved);
