@@ -30,7 +30,8 @@ struct File {
     for (const char* end : {"", ".bad", ".said"}) std::filesystem::remove(name + end);
   }
   void Write(const std::string& content) const { std::ofstream(name, std::ios::binary) << content; }
-  std::string name = std::filesystem::temp_directory_path() / "kv_test_index.csv";
+  std::string name =
+      std::filesystem::temp_directory_path() / ("kv_test_index" + std::to_string(getpid()));
 };
 
 const Table& People() {

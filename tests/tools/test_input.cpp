@@ -77,7 +77,8 @@ TEST_CASE("progress fits the terminal, ends at 100 % and goes away") {
 }
 
 TEST_CASE("a file is read whole, with or without its mark, and is closed") {
-  const std::string name = std::filesystem::temp_directory_path() / "kv_test_input";
+  const std::string name =
+      std::filesystem::temp_directory_path() / ("kv_test_input" + std::to_string(getpid()));
   std::string content = "\xEF\xBB\xBF";
   for (int i = 0; i < 100000; ++i) content += std::to_string(i);
   std::ofstream(name, std::ios::binary) << content;
