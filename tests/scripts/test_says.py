@@ -2,7 +2,7 @@
 
 On a page a line that begins with "$ " is a command; what it prints on both streams follows, and its
 exit status in brackets unless that is 0. The commands of a page run one after the other in a folder
-of their own."""
+of their own. `test_says.py --write`, with kvtm in KVTM, writes the pages anew."""
 import ctypes
 import os
 import subprocess
@@ -45,19 +45,42 @@ def said(commands):
     return done.stdout.decode("utf-8", "replace").split(END)[:-1]
 
 
+def pages():
+    """(page, its commands with what is expected of each)"""
+    for page in sorted((Path(__file__).parent / "says").glob("*.md")):
+        if (PROGRAMS / page.stem).exists():  # kvindex is not built everywhere
+            yield page, [pair for kind, content in tour.pieces(page.read_text(encoding="utf-8"))
+                         if kind == "console" for pair in content]
+
+
+def shown(text):
+    return text.replace("\r", "\\r").splitlines()
+
+
 class Says(KvtmTest):
     def test_pages(self):
-        for page in sorted((Path(__file__).parent / "says").glob("*.md")):
-            if not (PROGRAMS / page.stem).exists():
-                continue  # kvindex is not built everywhere
-            pairs = [pair for kind, content in tour.pieces(page.read_text(encoding="utf-8"))
-                     if kind == "console" for pair in content]
+        for page, pairs in pages():
             printed = said([command for command, _ in pairs])
             self.assertEqual(len(printed), len(pairs), page.name)
             for (command, expected), each in zip(pairs, printed):
                 with self.subTest(command):
-                    self.assertEqual(each.replace("\r", "\\r").splitlines(), expected)
+                    self.assertEqual(shown(each), expected)
+
+
+def write():
+    """Makes the pages say what the programs say now; somebody has to read the difference."""
+    for page, pairs in pages():
+        printed = iter(said([command for command, _ in pairs]))
+        with open(page, "r+", encoding="utf-8") as file:
+            pieces = tour.pieces(file.read())
+            file.seek(0)
+            for kind, content in pieces:
+                lines = content if kind == "text" else ["```console", *(
+                    line for command, _ in content
+                    for line in ["$ " + command, *shown(next(printed))]), "```"]
+                file.writelines(line + "\n" for line in lines)
+            file.truncate()
 
 
 if __name__ == "__main__":
-    unittest.main()
+    write() if "--write" in sys.argv else unittest.main()

@@ -66,6 +66,21 @@ class Numbers(KvtmTest):
         self.assertEqual(output, "n\n" + "".join(f"{number}\n" for number in good))
 
 
+    def test_a_long_input_in_an_order_without_keys(self):
+        letters = random.Random(5)
+        lines = ["".join(letters.choices("abcdefgh", k=5)).encode() for _ in range(30000)]
+        bad = list(range(7, len(lines), 1000))
+        good = [line.decode() for index, line in enumerate(lines) if index not in bad]
+        for index in bad:
+            lines[index] = b"\xff"
+        for options, expected in (([], sorted(good)), (["-r", "-u"], sorted(set(good))[::-1])):
+            status, output, error = kvtm("sort", "KvString", "--op", "key-order", *options,
+                                         stdin=b"\n".join(lines))
+            self.assertEqual((status, output.split()), (1, expected))
+            self.assertEqual([int(line.split(": ")[2].split()[1]) for line in error.splitlines()],
+                             [index + 1 for index in bad])
+
+
 class Words(KvtmTest):
     def sorted_dictionary(self, name, language):
         path = DICTIONARIES + name

@@ -6,6 +6,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "key_order.h"
@@ -110,13 +111,17 @@ TEST_CASE("the key of a value that has one is kept, and of another none") {
 TEST_CASE("every item is worked on once, and all are reported") {
   for (const std::size_t count : {0U, 1U, 2U, 1000U}) {
     std::vector<std::atomic<unsigned>> calls(count);
+    std::vector<std::atomic<std::thread::id>> threads(Workers());
     std::atomic<bool> workersFit = true;
     std::size_t reported = 0;
     ForEachItem(
         count,
         [&](std::size_t item, unsigned worker) {
           ++calls[item];
-          if (worker >= Workers()) workersFit = false;
+          std::thread::id none;
+          const auto mine = std::this_thread::get_id();
+          const bool isFirst = threads.at(worker).compare_exchange_strong(none, mine);
+          if (!isFirst && none != mine) workersFit = false;
         },
         [&](std::size_t items) { reported += items; });
     CHECK(std::all_of(calls.begin(), calls.end(), [](const auto& each) { return each == 1; }));
