@@ -150,6 +150,7 @@ TEST_CASE("d_Date counts by the Julian calendar until 1582-10-04 and by the Greg
   }
   CHECK(wrong == 0);
   CHECK(kv::CountOfDate(2000, 1, 1) == 2451544);
+  for (int n = -20; n < 20; ++n) CHECK(kv::WeekdayOfCount(n) == (n + 700 + 2) % 7);
 }
 
 TEST_CASE("a real number is cut toward zero and ends at the ends of 64 bits") {
@@ -191,7 +192,11 @@ TEST_CASE("the integers of the d_Date count are the real formulas, truncated") {
 TEST_CASE("days in a month of d_Date: the Julian leap rule before 1600") {
   for (int year = -100; year < 3000; ++year) {
     const bool leap = year < 1600 ? year % 4 == 0 : chrono::year(year).is_leap();
-    CHECK(d_Date::days_in_month(static_cast<short>(year), 2) == (leap ? 29 : 28));
+    for (unsigned short month = 1; month <= 12; ++month) {
+      const unsigned days{(chrono::year(2001) / month / chrono::last).day()};
+      CHECK(d_Date::days_in_month(static_cast<short>(year), month) ==
+            static_cast<int>(days) + (leap && month == 2));
+    }
   }
   CHECK(d_Date::days_in_month(2000, 0) == 0);
   CHECK(d_Date::days_in_month(2000, 13) == 0);

@@ -132,6 +132,7 @@ TEST_CASE("%f prints as the C library prints the real number") {
     CHECK(Print(At(1, 1, 1, 0, 0, sign * second, sign * nanosecond), "%f") == expected);
   }
   CHECK(Print(At(1, 1, 1, 0, 0, 6, 0), "%f") == "006");
+  CHECK(Print(At(1, 1, 1, 0, 0, 1, -1000000000), "%f") == "00.000");
 }
 
 TEST_CASE("dates and times print as strftime prints them") {
@@ -403,6 +404,16 @@ TEST_CASE("formats from strangers: long ones are cut at what a string holds, dee
   const std::string text = Print(KvTime(9, 1, 1), format.c_str());
   CHECK(text == std::string(100, '<') + std::string(50, '>') + "09" + std::string(50, '>'));
   CHECK(Scanned<KvTime>(text.c_str(), format.c_str()) == KvTime(9, 0, 0));
+  // The ninth group is part of the one around it.
+  for (const int depth : {7, 8}) {
+    const auto around = [depth](const std::string& inner) {
+      std::string whole = inner + std::string(static_cast<unsigned>(depth), ')');
+      for (int i = 0; i < depth; ++i) whole.insert(0, "%?(");
+      return whole;
+    };
+    CHECK(Print(KvTime(9, 0, 0), around("%H%?(x)").c_str()) == (depth < 8 ? "09" : "09x"));
+    CHECK(Scanned<KvTime>("09", around("%H%?(x%M)").c_str()) == KvTime(depth < 8 ? 9 : 0, 0, 0));
+  }
   // The innermost groups do not match: the whole is taken back, and what follows is read.
   CHECK(Scanned<KvTime>("<<<5", (format + "<<<%M").c_str()) == KvTime(0, 5, 0));
 }

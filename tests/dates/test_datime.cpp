@@ -164,6 +164,19 @@ TEST_CASE("KvTime: seconds around the clock, with its 8-bit hours and its hour 2
   CHECK_FALSE(KvTime(0, -1, 0).IsTime());
 }
 
+TEST_CASE("a time is one by each of its fields, and moves by seconds") {
+  for (int n = -128; n <= 127; ++n) {
+    const auto c = static_cast<char>(n);
+    CHECK(KvTime(c, 0, 0).IsTime() == (n >= 0 && n < 24));
+    CHECK(KvTime(0, c, 0).IsTime() == (n >= 0 && n < 60));
+    CHECK(KvTime(0, 0, c).IsTime() == (n >= 0 && n < 60));
+  }
+  KvTime time(10, 0, 0);
+  CHECK(--time == KvTime(9, 59, 59));
+  CHECK(++time == KvTime(10, 0, 0));
+  CHECK((time -= 3661) == KvTime(8, 58, 59));
+}
+
 TEST_CASE("KvDateTime::AddSeconds agrees with exact arithmetic, but for hour 24") {
   Random random;
   for (int i = 0; i < 20000; ++i) {

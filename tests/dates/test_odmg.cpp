@@ -257,6 +257,9 @@ TEST_CASE("texts of the ODMG rows") {
   CHECK(Scanned(D_INTERVAL_T, "-01 days, 13 hours, 03 minutes, 04 seconds", nullptr, d_Interval())
             .seconds == -133384);
   CHECK(Scanned(D_INTERVAL_T, "90.25", "%f", d_Interval()).seconds == 90.25f);
+  CHECK(Scanned(D_INTERVAL_T, "0 1 2 3 4 5.5", "%Y %m %d %H %M %f", d_Interval()).seconds ==
+        32 * 86400 + 3 * 3600 + 4 * 60 + 5.5f);
+  CHECK(Scanned(D_INTERVAL_T, "1", "%Y", d_Interval()).seconds == 360 * 86400);
 
   d_Time anyHundredth(10, 0, 0.0f);
   anyHundredth.hundredth = 255;
@@ -282,6 +285,14 @@ TEST_CASE("texts of the ODMG rows") {
   const d_Time any = Scanned(D_TIME_T, "*:07:08", "%T", d_Time(0));
   CHECK(Print(D_TIME_T, any, "%T") == "*:07:08");
   CHECK(Print(D_TIME_T, Scanned(D_TIME_T, "7:*:*", "%T", d_Time(0)), "%T") == "07:*:*");
+  // What is left of a clock beside a wildcard is that of a day and an hour, too.
+  d_Time part(0, 0, 0.0f, -5, -30);
+  part.hour = 23;
+  part.minute = static_cast<unsigned char>(-31);
+  CHECK(Print(D_TIME_T, part, "%H:%M") == "04:*");
+  part.hour = static_cast<unsigned char>(-6);
+  part.minute = 45;
+  CHECK(Print(D_TIME_T, part, "%H:%M") == "*:15");
   int status;
   d_Time four(4, 7, 8.0f), five(5, 7, 8.0f), wild = any;
   CHECK(d_TimeCompare(8, 0, &four, 0, &wild, 0, 1, status) == 0);

@@ -4,7 +4,6 @@ import os
 import random
 import re
 import subprocess
-import tempfile
 import unittest
 
 PROGRAM = os.path.join(os.environ.get("KV_BUILD_DIR", "build/native"), "bin", "index_probe")
@@ -96,62 +95,6 @@ class IndexProbe(unittest.TestCase):
             with self.subTest(type=name):
                 self.assertTrue(hits[0])
                 self.assertEqual(*hits)
-
-    def test_nulls_and_repeated_values(self):
-        lines = ["5", "{NULL}", "-3", "5", "{NULL}", "80"]
-        _, output, _ = probe("--type", "KvNull_long", "--file", "-", "=", "{NULL}", "=", "5", "<",
-                             "-3", lines=lines)
-        self.assertEqual([answer[5] for answer in ANSWER.findall(output)],
-                         ["{NULL}, {NULL}", "5, 5", "{NULL}, {NULL}"])
-        self.assertIn("6 values of KvNull_long, from -3 to 80", output)  # nulls bound nothing
-        _, output, _ = probe("--type", "KvNull_long", "--file", "-", "=", "{NULL}", "=", "1",
-                             lines=["{NULL}"] * 3)
-        self.assertEqual([answer[4] for answer in ANSWER.findall(output)], ["3", "no"])
-
-    def test_words_in_the_order_of_their_language(self):
-        lines = ["zebra", "Öl", "Ofen", "Masse", "Maße", "öde"]
-        _, output, _ = probe("--type", "KvString", "--file", "-", "--language", "2", "<", "Om",
-                             "=", "Maße", lines=lines)
-        found = [answer[5] for answer in ANSWER.findall(output)]
-        self.assertEqual(sorted(found[0].split(", ")), ["Masse", "Maße", "Ofen", "Öl", "öde"])
-        self.assertEqual(found[1], "Maße")
-
-    def test_what_cannot_be_done_is_one_line(self):
-        column = ("--type", "o_4b", "--file", "-")
-        cases = [
-            (2, "a type, a file", (), []),
-            (2, "a type, a file", (*column, "<"), ["1"]),
-            (2, "no type 'o_5b'", ("--type", "o_5b", "--file", "-", "<", "1"), ["1"]),
-            (2, "no predicate", (*column, "~", "1"), ["1"]),
-            (2, "no option --bogus", ("--bogus",), []),
-            (2, "--limit takes a number", (*column, "--limit", "x", "<", "1"), ["1"]),
-            (2, "--type takes a value", ("--type",), []),
-            (1, "cannot read", ("--type", "o_4b", "--file", "/no/such/file", "<", "1"), []),
-            (1, "holds no values", (*column, "<", "1"), []),
-            (1, "line 2: 'x' is no o_4b value", (*column, "<", "1"), ["1", "x"]),
-            (1, "line 1: '12x' is no", (*column, "<", "1"), ["12x"]),
-            (1, "'70000' is no o_2b value", ("--type", "o_2b", "--file", "-", "<", "70000"), ["1"]),
-            (1, "'yesterday' is no KvDate", ("--type", "KvDate", "--file", "-", "<",
-                                              "yesterday"), []),
-            (1, "line 2: '2024-01-01 or so' is no", ("--type", "KvDate", "--file", "-", "<",
-                                                     "2024-1-1"), ["2024-1-1", "2024-01-01 or so"]),
-            (1, "of the format %Y-%m-%dT%H:%M:%S", ("--type", "KvDateTimeN", "--file", "-", "<",
-                                                    "2024-01-01T00:00:00.5"), []),
-            (1, "an index key has at most 511", ("--type", "KvString", "--file", "-", "<", "m"),
-             ["short", "x" * 509]),
-            (1, "an index key has at most 511", ("--comparator", "--type", "KvString", "--file",
-                                                 "-", "<", "m"), ["short", "x" * 507]),
-        ]
-        for status, words_of_error, arguments, lines in cases:
-            with self.subTest(arguments=arguments):
-                done = probe(*arguments, lines=lines)
-                self.assertEqual(done[0], status, done)
-                self.assertIn(words_of_error, done[2])
-                self.assertEqual(done[2].count("\n"), 1)
-        # The longest key that goes in.
-        status, output, _ = probe("--type", "KvString", "--file", "-", "=", "m",
-                                  lines=["m", "x" * 508])
-        self.assertEqual((status, len(ANSWER.findall(output))), (0, 1))
 
     def test_help_and_demo(self):
         self.assertIn("usage: index_probe", probe("--help")[1])

@@ -1,4 +1,4 @@
-"""What kvtm and kvindex say, word by word: the pages in says/.
+"""What the programs say, word by word: the pages in says/.
 
 On a page a line that begins with "$ " is a command; what it prints on both streams follows, and its
 exit status in brackets unless that is 0. The commands of a page run one after the other in a folder
