@@ -261,7 +261,7 @@ struct Input {
 
 bool ScanFloating(Input& input, const Conversion& conversion, double& value) {
   input.at = SkipBlanks(input.at);
-  char field[kLargestWidth + 1];
+  char field[2 * kLargestWidth];
   const char* text = input.at;
   const auto length = static_cast<unsigned>(input.EndOfField(conversion) - input.at);
   if (input.EndOfField(conversion) != input.last) {

@@ -421,6 +421,26 @@ TEST_CASE("ranges of texts hold what begins with or equals a text without accent
   }
 }
 
+TEST_CASE("the range of a beginning in one script holds no text of another") {
+  const auto isInside = [](const char16_t* wanted, const char16_t* text) {
+    const KvString beginning = Unicode(wanted, 1), found = Unicode(text, 1);
+    const KvSortKeyKind kind{.type = KvSTRING_T};
+    Bytes lower(50), upper(50);
+    std::size_t lowerSize = 0, upperSize = 0;
+    CHECK(KvSortKeyRange(kind, kvSortKeyBeginning, &beginning, 0, 8, 50, lower.data(), lowerSize,
+                         upper.data(), upperSize) == kvOk);
+    lower.resize(lowerSize);
+    upper.resize(upperSize);
+    const Bytes key = KeyOf(kind, &found);
+    return key >= lower && key < upper;
+  };
+  CHECK(isInside(u"\u03b1", u"\u03b1\u03b2"));
+  CHECK(isInside(u"a\u4e00", u"a\u4e00a"));
+  CHECK(!isInside(u"\u03b1", u"\u0436"));
+  CHECK(!isInside(u"\u03b1", u"\u4e00"));
+  CHECK(!isInside(u"a\u4e00", u"a\uac00"));
+}
+
 TEST_CASE("the pieces of a key tell its parts in order, and on which character they are") {
   struct Piece {
     KvSortKeyPart part;

@@ -166,6 +166,8 @@ TEST_CASE("an iterator over one character keeps its own copy") {
   auto* const alone = new (rubbish) KvStringIterator(KvChar('x', 253, 1));
   CHECK((**alone).Value() == 'x');
   CHECK((++*alone).IsEOS());
+  const KvStringIterator after(*alone);
+  CHECK((after == *alone));
   CHECK(alone->GetNextOrder(0) == 0);
   KvString text("ab");
   KvStringIterator one(text[1]);

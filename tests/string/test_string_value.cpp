@@ -9,6 +9,7 @@
 
 #include "kvcollate.h"
 #include "kvistring.h"
+#include "kvobjid.h"
 #include "kvtypemgr.h"
 #include "string/text.h"
 #include "support/host.h"
@@ -191,6 +192,13 @@ TEST_CASE("the string limit cuts without an error and reports when asked") {
   };
   print(KvString::kMaximumBytes - 1);
   full.ToUpper();
+  const std::string justFits = std::string(KvString::kMaximumBytes - 5, 'm') + '\a';
+  DefaultTypeMgr(nullptr)->PrintToKvString(Kv1B_T, full, const_cast<char*>(justFits.data()),
+                                           nullptr, static_cast<unsigned>(justFits.size()));
+  CHECK(full.Len() == KvString::kMaximumBytes - 1);
+  KvObjId id{1, 2, 3};
+  DefaultTypeMgr(nullptr)->PrintToKvString(KvOBJID_T, full, &id, nullptr, 1);
+  print(KvString::kMaximumBytes - 1);
   CHECK(overflows.count == 4);
   print(KvString::kMaximumBytes);
   CHECK(overflows.count == 5);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "kvtext/decimal.h"
@@ -411,6 +412,14 @@ TEST_CASE("texts read as doubles as strtod reads them") {
     CAPTURE(text);
     CHECK(std::bit_cast<std::uint64_t>(Scan(KvDOUBLE_T, text, 9.0)) ==
           std::bit_cast<std::uint64_t>(std::strtod(text, nullptr)));
+  }
+  for (int c = 1; c < 256; ++c) {
+    std::string text = "123456781234.56789012";
+    for (char& place : text) {
+      const char before = std::exchange(place, static_cast<char>(c));
+      REQUIRE(Scan(KvDOUBLE_T, text.c_str(), 9.0) == std::strtod(text.c_str(), nullptr));
+      place = before;
+    }
   }
   Random random(4);
   for (int round = 0; round < 30000; ++round) {
