@@ -422,8 +422,11 @@ TEST_CASE("ranges of texts hold what begins with or equals a text without accent
 }
 
 TEST_CASE("the range of a beginning in one script holds no text of another") {
-  const auto isInside = [](const char16_t* wanted, const char16_t* text) {
-    const KvString beginning = Unicode(wanted, 1), found = Unicode(text, 1);
+  const auto isInside = [](const char16_t* wanted, const char16_t* text,
+                           unsigned char codeSet = kvCodeSetUnicode) {
+    KvString beginning = Unicode(wanted, 1), found = Unicode(text, 1);
+    beginning.SetCodeSetCode(codeSet);
+    found.SetCodeSetCode(codeSet);
     const KvSortKeyKind kind{.type = KvSTRING_T};
     Bytes lower(50), upper(50);
     std::size_t lowerSize = 0, upperSize = 0;
@@ -439,6 +442,9 @@ TEST_CASE("the range of a beginning in one script holds no text of another") {
   CHECK(!isInside(u"\u03b1", u"\u0436"));
   CHECK(!isInside(u"\u03b1", u"\u4e00"));
   CHECK(!isInside(u"a\u4e00", u"a\uac00"));
+  // The first of a character's two orders alone.
+  CHECK(isInside(u"\u81d8", u"\u81d8\u8003", kvCodeSetOrders));
+  CHECK(!isInside(u"\u81d8", u"\ua700\u8000", kvCodeSetOrders));
 }
 
 TEST_CASE("the pieces of a key tell its parts in order, and on which character they are") {

@@ -23,6 +23,8 @@ TEST_CASE("a character refers into the text or holds its value") {
 
   CHECK(text[3].Value() == 0);
   CHECK(text[4].GetCodeSet() == 255);
+  CHECK(text[4].GetLanguage() == 255);
+  CHECK(text[4].Value() == 0);
   CHECK(text[-1].GetCodeSet() == 255);
   // Nobody writes into the text that all empty strings share.
   KvString empty;
