@@ -238,6 +238,8 @@ TEST_CASE("KvDateTimeN: every adder is exact, totals are right and have inverses
   CHECK(KvDateTimeN(KvTime(1, 2, 3)).date == KvDate(0, 0, 0));
   value.SetTotalSeconds(-1);
   CHECK(value.GetTotalNanoSeconds() == -kBillion);
+  value.SetTotalSeconds(-2L);
+  CHECK(value.GetTotalNanoSeconds() == -2 * kBillion);
   // Whatever is added, components out of range are brought into it.
   KvDateTimeN late(2000, 12, 31, 23, 59, 60, 0);
   late.AddHours(0);

@@ -128,9 +128,7 @@ Difference Find(char id, const ValueRun& pair, const Bytes& a, const Bytes& b,
     case TextKind::kPlainString:
       found = InCharacters(id, pair);
       break;
-    case TextKind::kBlob:
-      break;
-    default:
+    default:  // a blob has no fields
       found = InFields(id, pair, a, b, order);
   }
   return found.where.empty() ? InBytes(a, b) : found;
