@@ -169,6 +169,27 @@ TEST_CASE("keys and records go in up to the engine's limit, and what is longer i
   CHECK(said(longest, record - 1) == bad + "record" + takes(record));
 }
 
+TEST_CASE("a batch may take what the limits say, all of its bytes counted") {
+  MapStore store;
+  store.entries["k"] = "old";
+  const engines::Write write{
+      .key = "k", .value = "new", .when = engines::When::kEqual, .expected = "old"};
+  const auto said = [&](const engines::Limits& limits) {
+    store.limits = limits;
+    try {
+      return store.Apply({write}).has_value() ? std::string("another") : store.entries["k"];
+    } catch (const engines::StoreError& error) {
+      return std::string(error.what());
+    }
+  };
+  CHECK(said({0, 3, 1, 7, true}) == "bytes in a key: 1, the engine takes 0");
+  CHECK(said({1, 2, 1, 7, true}) == "bytes in a value: 3, the engine takes 2");
+  CHECK(said({1, 3, 0, 7, true}) == "writes in a batch: 1, the engine takes 0");
+  CHECK(said({1, 3, 1, 6, true}) == "bytes in a batch: 7, the engine takes 6");
+  CHECK(said({1, 3, 1, 7, true}) == "new");
+  CHECK(said({1, 3, 1, 7, true}) == "another");
+}
+
 TEST_CASE("a load that broke off goes on behind its last batch") {
   const std::string bad = "bad\n\"1\n";
   std::string text = Lines(101, "2024-01-01");

@@ -166,6 +166,8 @@ class EveryEngine(KvIndexTest):
             with self.subTest(url=url):
                 url = self.empty(url)
                 self.good("create", url, "--schema", SCHEMA, *KEY)
+                self.assertEqual("not atomic" in self.good("info", url),
+                                 url.startswith("postgresql:") and "dbname=one" not in url)
                 if before is None:
                     self.good("load", url, "-", stdin=as_csv(rows, header=False))
                 else:
