@@ -1,13 +1,23 @@
 // Printing and scanning through the type manager, as the tests of this folder do it.
 #pragma once
 
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "kvstring.h"
 #include "kvtypemgr.h"
 #include "support/types.h"
 
 using support::Types;
+
+// The parts of a list with a bar behind each.
+inline std::vector<std::string> Parts(const char* list) {
+  std::istringstream in(list);
+  std::vector<std::string> parts;
+  for (std::string part; std::getline(in, part, '|');) parts.push_back(part);
+  return parts;
+}
 
 template <class Value>
 std::string Print(char type, Value value, const char* format = nullptr) {

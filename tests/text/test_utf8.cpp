@@ -14,6 +14,7 @@
 #include "support/vector_sets.h"
 #include "text/plain_utf8.h"
 #include "text/random.h"
+#include "text/rows.h"
 
 namespace {
 
@@ -197,32 +198,13 @@ TEST_CASE("runs decode as their characters do one by one") {
 
 TEST_CASE("a piece of any script, or damage, at every place of the widest block") {
   // By their last character: well formed, cut, without a lead, overlong, of four bytes.
-  constexpr const char* kPieces[] = {"\xC3\xA9",
-                                     "\xDF\xBF",
-                                     "\xE2\x82\xAC",
-                                     "\xED\xA0\x80",
-                                     "\xEF\xBF\xBF",
-                                     "\xE0\xA0\x80",
-                                     "\xC3",
-                                     "\xE2\x82",
-                                     "\xE2",
-                                     "\xE2"
-                                     "A",
-                                     "\xE2\x82"
-                                     "A",
-                                     "\xE2\xE2\x82\xAC",
-                                     "\x80",
-                                     "\xBF\xBF",
-                                     "\xC0\x80",
-                                     "\xC1\xBF",
-                                     "\xE0\x80\x80",
-                                     "\xE0\x9F\xBF",
-                                     "\xF0\x9F\x98\x80",
-                                     "\xF8\x88\x80\x80\x80",
-                                     "\xFF"};
+  const std::vector<std::string> pieces = Parts(
+      "\303\251|\337\277|\342\202\254|\355\240\200|\357\277\277|\340\240\200|\303|\342\202|\342|"
+      "\342A|\342\202A|\342\342\202\254|\200|\277\277|\300\200|\301\277|\340\200\200|\340\237\277|"
+      "\360\237\230\200|\370\210\200\200\200|\377|");
   support::WithEachVectorSet([&] {
     for (const char* filler : {"a", "\xC3\xA4", "\xE4\xB8\xAD"}) {
-      for (const char* piece : kPieces) {
+      for (const std::string& piece : pieces) {
         for (std::size_t before = 0; before <= 67; ++before) {
           std::string bytes;
           while (bytes.size() < before) bytes += before - bytes.size() < 3 ? "a" : filler;
