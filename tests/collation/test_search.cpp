@@ -134,9 +134,7 @@ TEST_CASE("without a setting, or under exact comparison, wildcards are character
   CHECK(Compare("abc", "a%", kvCompareExact) != 0);
   CHECK(Compare("abc", "a%", kvCompareKeyOrder) != 0);
   CHECK(Compare("a%", "abc", 0) != 0);  // in the second text only
-  CHECK(Compare("Stra\xDF"
-                "e",
-                "stras%e", kvCompareIgnoreCase | kvCompareIgnoreVariants) == 0);
+  CHECK(Compare("Stra\337e", "stras%e", kvCompareIgnoreCase | kvCompareIgnoreVariants) == 0);
 }
 
 TEST_CASE("each wildcard counts alone") {

@@ -170,9 +170,7 @@ void CheckOrder(const PlainTable& table) {
 template <class String>
 void CheckStoredRows(char type, int (*compare)(unsigned char, unsigned, void*, unsigned, void*,
                                                unsigned short, unsigned, int&)) {
-  String values[3] = {String("Stra\xDF"
-                             "e"),
-                      String(), String("z")};
+  String values[3] = {String("Stra\337e"), String(), String("z")};
   for (const unsigned char order : {kMemoryOrder, kReversed}) {
     unsigned char stored[64];
     const unsigned size = Types().Store(type, stored, values, order, 3);
@@ -436,10 +434,7 @@ TEST_CASE("rows: stored form and order in every form") {
 
 TEST_CASE("rows read what KvString stored, in the old form and 16-bit too") {
   KvIString values[2];
-  CHECK(Types().Load(KvISTRING_T, values,
-                     "\x07\x00"
-                     "abc\0de",
-                     0, 2) == 9);
+  CHECK(Types().Load(KvISTRING_T, values, "\x07\000abc\0de", 0, 2) == 9);
   CHECK(std::string(values[0].StrGet()) == "abc");
   CHECK(std::string(values[1].StrGet()) == "de");
   CHECK(Types().Load(KvISTRING_T, values, "\x02\x00z", 0, 0) == 0);
