@@ -124,9 +124,10 @@ static_assert(
 static_assert(
     [] {
       for (const Entry& entry : kEntries) {
+        // A value that holds a pointer, which has four bytes there, grows with it.
         const bool holdsPointer = entry.width == kVariable;
-        const bool isHome = sizeof(void*) == 4 || !holdsPointer;
-        if (isHome && entry.memoryWidth != entry.homeWidth) return false;
+        const std::size_t times = holdsPointer ? sizeof(void*) / 4 : 1;
+        if (entry.memoryWidth != times * entry.homeWidth) return false;
       }
       return true;
     }(),

@@ -14,7 +14,7 @@ using support::Bytes;
 using support::Types;
 using support::Values;
 
-constexpr unsigned char kForms[] = {8, 0, 2, 10};
+constexpr unsigned char kForms[] = {8, 0, 2, 9};
 constexpr unsigned short kAny = kvPredicateEqual | kvPredicateLess | kvPredicateGreater;
 
 // One value of a run in one form, as constant or bound.

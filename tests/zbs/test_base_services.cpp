@@ -56,7 +56,7 @@ TEST_CASE("scalar runs of every length store and load in both byte orders") {
       std::iota(memory.begin(), memory.end(), static_cast<unsigned char>(count));
       // One byte off, so that nothing relies on alignment.
       std::vector<unsigned char> stored(memory.size() + 1, 0xEE);
-      for (unsigned char format : std::initializer_list<unsigned char>{0, 1, 2, 0x82, 8, 10}) {
+      for (unsigned char format : std::initializer_list<unsigned char>{0, 1, 2, 3, 0x82, 8, 10}) {
         CAPTURE(format);
         const bool reversed = ((format & 15) == 2) != support::kHostIsBig;
         REQUIRE(family.store(stored.data() + 1, memory.data(), format, count) == memory.size());
