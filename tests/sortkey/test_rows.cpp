@@ -329,69 +329,6 @@ TEST_CASE("the keys of zeros and ligatures are as long as their bounds") {
         KvSortKeyBound({.type = KvISTRING_T}, 2));
 }
 
-TEST_CASE("keys by hand") {
-  struct Case {
-    char id;
-    const char* stored;  // in memory order
-    unsigned char options;
-    const char* key;
-  };
-  static constexpr Case kCases[] = {
-      {Kv1B_T, "FF", 0, "7F"},
-      {Kv4B_T, "FFFFFFFF", 0, "7FFFFFFF"},
-      {Kv4B_T, "01000000", kvSortKeyDescending, "7FFFFFFE"},
-      {KvU2B_T, "0201", 0, "0102"},
-      {KvDOUBLE_T, "000000000000F03F", 0, "BFF0000000000000"},
-      {KvDOUBLE_T, "000000000000F0BF", 0, "400FFFFFFFFFFFFF"},
-      {KvDOUBLE_T, "0000000000000080", 0, "8000000000000000"},
-      {KvFLOAT_T, "000080FF", 0, "007FFFFF"},
-      {KvFLOAT_T, "0100C0FF", 0, "00000000"},
-      {KvDATE_T, "E807021D", 0, "87E8829D"},
-      {KvDATE_T, "00808080", 0, "00000000"},
-      {KvDATE_T, "00808080", kvSortKeyNullsLast, "FFFFFFFF"},
-      {KvDATE_T, "E807021D", kvSortKeyNullsLast, "87E8829C"},
-      {KvTIME_T, "173B3B", 0, "97BBBB"},
-      {KvOBJID_T, "01000000020000000300", 0, "00030000000200000001"},
-      {KvOBJID_T, "01000000020000000300", kvSortKeyNullsLast, "00030000000100000001"},
-      {KvOBJID_T, "01000000000000000000", kvSortKeyNullsLast, "FFFFFFFFFFFF00000001"},
-      {KvCLID_T, "FFFFFFFF", 0, "00000000"},
-      {KvCLID_T, "02000100", 0, "00020002"},
-      {KvBOOLEAN_T, "FF", 0, "00"},
-      {KvBOOLEAN_T, "80", 0, "01"},
-      {KvBOOLEAN_T, "00", 0, "80"},
-      {KvBOOLEAN_T, "01", 0, "81"},
-      {KvINT64_T, "0100000002000000", 0, "8000000200000001"},
-      {KvSEAL_T, "000100020003", 0, "000100020003"},
-      {KvNULL_2B_T, "010000", 0, "00"},
-      {KvNULL_2B_T, "010000", kvSortKeyNullsLast, "FF"},
-      {KvNULL_2B_T, "010000", kvSortKeyDescending, "FF"},
-      {KvNULL_2B_T, "000500", 0, "018005"},
-      {KvNULL_2B_T, "000500", kvSortKeyNullsLast, "018005"},
-      {KvBLOB_T, "04000000FFFFFFFF", 0, "00"},
-      {KvBLOB_T, "0400000000000000", 0, "010000"},
-      {KvBLOB_T, "0700000003000000610062", 0, "016100FF620000"},
-      {KvCASEISTRING_T, "05000101DF00FF", 0, "019D9D00"},
-      {KvISTRING_T,
-       "04000101"
-       "00FF",
-       0, "00"},
-      {KvRES_T, "", 0, ""},
-  };
-  const auto fromHex = [](std::string text) {
-    Bytes bytes;
-    for (std::size_t i = 0; i < text.size(); i += 2) {
-      bytes.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
-  };
-  for (const Case& c : kCases) {
-    CAPTURE(int(c.id));
-    CAPTURE(c.stored);
-    const Bytes stored = fromHex(c.stored);
-    CHECK(Hex(KeyOf({.type = c.id, .options = c.options}, stored.data(), 0)) == c.key);
-  }
-}
-
 namespace {
 
 int AnyOrder(unsigned char, unsigned, void*, unsigned, void*, unsigned short, unsigned, int&) {

@@ -2,12 +2,29 @@
 
 #include <dlfcn.h>
 #include <doctest/doctest.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 
 #include "kv.h"
+
+namespace {
+
+// Set up before the library is, and so called when it has been taken down.
+void PrintNullAtTheEnd() {
+  KvNull_int null;
+  KvString text;
+  KvTypeMgr().PrintToKvString(KvNULL_INT_T, text, &null, nullptr, 1);
+  if (std::strcmp(text.StrGet(), "{NULL}") != 0) _exit(1);
+}
+[[gnu::section(".preinit_array"), gnu::used]] void (*const setUp)() = [] {
+  std::atexit(PrintNullAtTheEnd);
+};
+
+}  // namespace
 
 TEST_CASE("the module describes itself") {
   const char* compiler = nullptr;

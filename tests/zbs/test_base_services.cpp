@@ -1,11 +1,13 @@
 // Base services: stored bytes against a byte-by-byte reference, the memory file, the clock, the
 // host's hooks.
 
+#include <dlfcn.h>
 #include <doctest/doctest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -180,6 +182,45 @@ TEST_CASE("the clock agrees with the C library in the zone of TZ") {
   CHECK((KvSetTimeZoneSource(nullptr) != nullptr));
   unsetenv("TZ");
   tzset();
+}
+
+namespace {
+
+// The clock of the C library, as the base library is given it here.
+std::timespec fixed;
+bool isFixed = false;
+bool isLeapSecond = false;
+
+}  // namespace
+
+extern "C" [[gnu::visibility("default")]] int timespec_get(std::timespec* now, int base) noexcept {
+  if (isFixed) return *now = fixed, base;
+  return clock_gettime(CLOCK_REALTIME, now) == 0 ? base : 0;
+}
+
+extern "C" [[gnu::visibility("default")]] std::tm* gmtime_r(const std::time_t* at,
+                                                            std::tm* fields) noexcept {
+  static const auto original = reinterpret_cast<decltype(&gmtime_r)>(dlsym(RTLD_NEXT, "gmtime_r"));
+  std::tm* const done = original(at, fields);
+  if (isLeapSecond) fields->tm_sec = 60;
+  return done;
+}
+
+TEST_CASE("a second has its hundredths, a leap second none of its own, and a far year no zone") {
+  isFixed = true;
+  bhirestime now;
+  for (const long nanosecond : {0L, 9999999L, 10000000L, 999999999L}) {
+    fixed = {1709210096, nanosecond};
+    bksGetHiresTimeUTC(now);
+    CHECK((now.time.second == 56 && now.time.hundredth == nanosecond / 10000000));
+    CHECK(now.nanosecond == nanosecond);
+  }
+  isLeapSecond = true;
+  bksGetHiresTimeUTC(now);
+  CHECK(now.time.second == 59);
+  fixed.tv_sec = std::numeric_limits<std::time_t>::max();
+  if (sizeof(std::time_t) == 8) CHECK(bksgettimezone() == kvNoTimeZone);
+  isFixed = isLeapSecond = false;
 }
 
 TEST_CASE("handlers are replaced and restored") {
