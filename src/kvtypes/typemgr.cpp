@@ -54,20 +54,23 @@ unsigned short IsFixedRow(const KvTypeDescriptor& row) {
   return static_cast<unsigned short>((row.sizeWord >> 16) & 0xFFFF);
 }
 
-// The null print string: one object from the first initialiser of the process to the last
-// destructor. Its first text lies in static memory: it is there before every initialiser and needs
-// no allocation, which could fail. The destructor puts it back, for those that print later still.
+// The null print string: one object from the first initialiser of the process to the very end. Its
+// first text lies in static memory: it is there before every initialiser and needs no allocation,
+// which could fail. Unloading puts it back, for those that print later still.
 class NullPrintString {
  public:
   constexpr NullPrintString() : string_(kvCodeSetLatin1, kvLanguageEnglish) { UseBuiltIn(); }
-  ~NullPrintString() {
-    Release();
-    UseBuiltIn();
-  }
+  // Not the place to put anything back: compilers leave out what is written to a dying object.
+  constexpr ~NullPrintString() {}
   NullPrintString(const NullPrintString&) = delete;
   NullPrintString& operator=(const NullPrintString&) = delete;
 
   const KvString& Get() const { return string_; }
+
+  void Reset() {
+    Release();
+    UseBuiltIn();
+  }
 
   // When memory is short for `text`, the present one stays.
   void Set(const KvString& text) {
@@ -95,6 +98,10 @@ class NullPrintString {
   bool isBuiltIn_ = true;
 };
 constinit NullPrintString nullPrintString;
+
+[[gnu::destructor]] void ResetNullPrintString() {
+  nullPrintString.Reset();
+}
 
 constexpr char kArraySeparator[] = ",";
 constexpr char kZeroText[] = "0";

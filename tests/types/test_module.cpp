@@ -14,14 +14,14 @@
 namespace {
 
 // Set up before the library is, and so called when it has been taken down.
-void PrintNullAtTheEnd() {
+void PrintNullAtTheEnd(int, void*) {
   KvNull_int null;
   KvString text;
   KvTypeMgr().PrintToKvString(KvNULL_INT_T, text, &null, nullptr, 1);
   if (std::strcmp(text.StrGet(), "{NULL}") != 0) _exit(1);
 }
 [[gnu::section(".preinit_array"), gnu::used]] void (*const setUp)() = [] {
-  std::atexit(PrintNullAtTheEnd);
+  on_exit(PrintNullAtTheEnd, nullptr);
 };
 
 }  // namespace
