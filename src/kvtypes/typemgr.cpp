@@ -61,7 +61,7 @@ class NullPrintString {
  public:
   constexpr NullPrintString() : string_(kvCodeSetLatin1, kvLanguageEnglish) { UseBuiltIn(); }
   // Not the place to put anything back: compilers leave out what is written to a dying object.
-  constexpr ~NullPrintString() {}
+  ~NullPrintString() {}
   NullPrintString(const NullPrintString&) = delete;
   NullPrintString& operator=(const NullPrintString&) = delete;
 

@@ -122,6 +122,13 @@ TEST_CASE("values are stored, loaded, ordered and hashed alike by all formats th
         REQUIRE(values.Stored(format, i) == run[0]);
         REQUIRE(Types().Load(id, loaded[0], run[0].data(), format, 1) == size);
         REQUIRE(values.Stored(0, i) == loaded.Stored(0, 0));
+        if (low < 8) {  // the memory bit, for translations
+          support::Bytes moved(size);
+          REQUIRE(Types().Translate(id, moved.data(), format, 0, values[i], 8, 0, 1) == size);
+          REQUIRE(moved == run[0]);
+          Types().Translate(id, loaded[0], 8, 0, moved.data(), format, 0, 1);
+          REQUIRE(values.Stored(0, i) == loaded.Stored(0, 0));
+        }
         const void* at[] = {run[0].data(), run[1].data()};
         if (low == 8) {
           for (unsigned k = 0; k < 2; ++k) at[k] = values[i + k];

@@ -97,8 +97,8 @@ bool PeekLength(MemFile& file, Format format, unsigned& length) {
 
 // Of a terminated text, whose own memory may be shorter than what a block holds.
 unsigned StoredLength(const char* text) {
-  const std::size_t length = text != nullptr ? std::strlen(text) : 0;
-  return static_cast<unsigned>(std::min<std::size_t>(length, MaximumLength(kvCodeSetLatin1)));
+  return static_cast<unsigned>(
+      std::min<std::size_t>(std::strlen(text), MaximumLength(kvCodeSetLatin1)));
 }
 
 }  // namespace
