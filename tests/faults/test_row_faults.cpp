@@ -198,13 +198,20 @@ void TryBounds(char id) {
     KvIdxBounds bounds{lower.data(), upper.data(), static_cast<unsigned char>(lower.size()),
                        static_cast<unsigned char>(upper.size())};
     KvIdxBounds narrowed;
-    unsigned short predicate = kvPredicateEqual;
-    fault.In([&] {
-      Types().EvalAndBound(id, &bounds, predicate, const_cast<unsigned char*>(constant.data()), 0,
-                           1, &narrowed, nullptr);
-    });
-    CHECK((narrowed.lower != nullptr || narrowed.lowerLength == 0));
-    CHECK((narrowed.upper != nullptr || narrowed.upperLength == 0));
+    const auto ask = [&](KvIdxBounds* recorded) {
+      unsigned short predicate = kvPredicateEqual;
+      return Types().EvalAndBound(id, &bounds, predicate,
+                                  const_cast<unsigned char*>(constant.data()), 0, 1, recorded,
+                                  nullptr);
+    };
+    const float expected = ask(nullptr);
+    float fraction = 9;
+    fault.In([&] { fraction = ask(&narrowed); });
+    CHECK(fraction == expected);
+    // One side is tried as before when the other finds no memory.
+    CHECK((narrowed.lower == nullptr) + (narrowed.upper == nullptr) == (fault.Struck() ? 1 : 0));
+    CHECK(narrowed.lowerLength == (narrowed.lower == nullptr ? 0 : constant.size()));
+    CHECK(narrowed.upperLength == (narrowed.upper == nullptr ? 0 : constant.size()));
     std::free(narrowed.lower);
     std::free(narrowed.upper);
   });

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "index/failing_malloc.h"
 #include "support/values_of.h"
 
 namespace {
@@ -360,42 +359,3 @@ TEST_CASE("a run as constant records all of it, up to 255 bytes") {
     }
   }
 }
-
-#ifdef KV_FAILING_MALLOC
-
-namespace {
-unsigned calls;
-unsigned lastSize;
-}  // namespace
-
-TEST_CASE("a bound that finds no memory stays null, and the low-memory handler hears of it") {
-  const KvMemoryHandler previous = KvSetMemoryHandler([](unsigned size) {
-    ++calls;
-    lastSize = size;
-  });
-  ForEachRowAndForm([](const Query& query, const Values& values) {
-    Operand constant(values, 1, query.form);
-    KvIdxBounds range{constant.bytes.data(), constant.bytes.data(), constant.Length(),
-                      constant.Length()};
-    const float expected = query.Ask(&range, kvPredicateEqual, constant, nullptr);
-    unsigned short predicate = kvPredicateEqual;
-    Recorded recorded;
-    calls = 0;
-    float fraction;
-    {
-      const FailingMalloc failing;
-      fraction = Types().EvalAndBound(query.id, &range, predicate, constant.bytes.data(),
-                                      query.form, 1, &recorded.bounds, nullptr);
-    }
-    CHECK(fraction == expected);
-    CHECK(calls == 2);
-    CHECK(lastSize >= constant.bytes.size());
-    CHECK(recorded.bounds.lower == nullptr);
-    CHECK(recorded.bounds.upper == nullptr);
-    CHECK(recorded.bounds.lowerLength == 0);
-    CHECK(recorded.bounds.upperLength == 0);
-  });
-  KvSetMemoryHandler(previous);
-}
-
-#endif
