@@ -152,6 +152,8 @@ TEST_CASE("what adds nothing, and a text put into itself, change nothing") {
     CHECK(text.StrGet() == buffer);
     text.Expand(3, 'x');
     CHECK(text.StrGet() == buffer);
+    text.Replace(KvString("x"), 3);
+    CHECK(text.StrGet() == buffer);
     if (codeSet == 253) text << static_cast<unsigned short>(0);  // a number in 8-bit text
     text.Expand(2, static_cast<unsigned short>('x'));
     text.Expand(3, static_cast<unsigned short>('x'));

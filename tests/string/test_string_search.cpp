@@ -240,6 +240,9 @@ TEST_CASE("an iterator yields one or two orders a character") {
   unsigned steps = 0;
   for (KvStringIterator last(expandedLast); !last.IsEOS(); last.GetNextOrder(0)) ++steps;
   CHECK(steps == 3);
+  // Back from the end, the last character gives its order once more.
+  CHECK(each.GetNextOrder(0) == 0);
+  CHECK((--each).GetNextOrder(0) == orders.back());
   // Attached characters give their orders in place of the current one's.
   KvString behind("xz");
   KvStringIterator attached(behind);
