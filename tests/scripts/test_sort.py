@@ -154,6 +154,10 @@ class Terminal(unittest.TestCase):
         self.assertIn(b"reading", seen)
         self.assertIn(b"sorting", seen)
         self.assertIn(b"100%", seen)
+        for count in (12000, 30000):  # the comparisons of the first are too few
+            seen = self.seen(numbers[:7 * 30000].replace(b"\n", b"-----\n")[:11 * count], "sort",
+                             "KvString", "--op", "key-order")
+            self.assertEqual(b"sorting" in seen, count > 12000)
         seen = self.seen(b"x" * (1 << 26), "convert", "--from", "1", "--to", "253")
         self.assertIn(b"bytes", seen)
 
