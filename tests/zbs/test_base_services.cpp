@@ -4,9 +4,11 @@
 #include <dlfcn.h>
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 #include <limits>
 #include <numeric>
 #include <string>
@@ -270,4 +272,37 @@ TEST_CASE("versions fit as strictly as the flags ask") {
   CHECK(CheckKvVersionNumber(14, 0, 2, 0, 0, 2) == kvNotSupported);
   CHECK(CheckKvVersionNumber(14, 0, 1, 58, 0, 3) == kvOk);
   CHECK(CheckKvVersionNumber(14, 0, 1, 58, 0, 4) == kvNotSupported);
+}
+
+// As the system tells it; an emulator shows the file of its host.
+int WidestVectorSet() {
+#if defined(__x86_64__) || defined(__i386__)
+  std::ifstream information("/proc/cpuinfo");
+  std::string flags;
+  while (std::getline(information, flags) && !flags.starts_with("flags")) {
+  }
+  const auto has = [&flags](const char* name) {
+    return (flags + ' ').find(' ' + std::string(name) + ' ') != flags.npos;
+  };
+  const bool has512 = has("avx512bw") && has("avx512vl");
+  if (has512 && has("avx512vbmi") && has("avx512_vbmi2")) return 4;
+  return has512 ? 3 : has("avx2") ? 2 : has("ssse3") ? 1 : 0;
+#else
+  return 0;
+#endif
+}
+
+TEST_CASE("the vectors in use are the widest that the processor and KV_VECTORS allow") {
+  const int widest = WidestVectorSet();
+  const char* const names[] = {"plain", "ssse3", "avx2", "avx512", "vbmi2", "none such"};
+  const char* const set = std::getenv("KV_VECTORS");
+  const std::string before = set != nullptr ? set : "";
+  for (int i = 0; i < 6; ++i) {
+    setenv("KV_VECTORS", names[i], 1);
+    kv::vectorSetInUse = 0;
+    CHECK(static_cast<int>(kv::Vectors()) == std::min(i, widest));
+  }
+  CHECK(static_cast<int>(kv::LimitVectors(kv::VectorSet::kAvx2)) == widest);
+  CHECK(static_cast<int>(kv::LimitVectors(kv::VectorSet::kWidest)) == std::min(2, widest));
+  setenv("KV_VECTORS", before.c_str(), 1);
 }
