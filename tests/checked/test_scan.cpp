@@ -133,6 +133,7 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
       {KvBOOLEAN_T, "yes", nullptr, kvMismatch, 0},
       {KvBOOLEAN_T, "TRUE ", nullptr, kvOk, 5},
       {KvBOOLEAN_T, "{NULL}", nullptr, kvOk, 6},
+      {KvBOOLEAN_T, "  ", nullptr, kvNothingRead, 0},
       {KvSEAL_T, "281474976710655", nullptr, kvOk, 15},
       {KvSEAL_T, "281474976710656", nullptr, kvOutOfRange, 15},
       {KvSEAL_T, "-1", nullptr, kvOutOfRange, 2},

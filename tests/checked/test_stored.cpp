@@ -356,7 +356,10 @@ TEST_CASE("types are found by either name, and no other id is one") {
     if (KvCheckType(old, id) != kvOk)
       CHECK(KvLoadChecked(old, id, room, room + 16, 16, 0, 1).status == kvNoSuchType);
     if (expected == kvOk) continue;
-    CHECK(KvMeasureStored(Types(), id, &byte, 1, 0, 1).status == expected);
+    const KvMeasured none = KvMeasureStored(Types(), id, &byte, 1, 0, 1);
+    CHECK(none.status == expected);
+    CHECK((none.count | none.bytes | none.offset | none.needed | none.strange |
+           none.firstStrange) == 0);
     CHECK(KvLoadChecked(Types(), id, &byte, &byte, 1, 0, 1).status == expected);
     CHECK(Refusal(KvStoredSize(Types(), id, &byte, 1)) == expected);
     CHECK(Refusal(KvStoreChecked(Types(), id, &byte, 1, &byte, 0, 1)) == expected);

@@ -371,7 +371,7 @@ TEST_CASE("places of texts count the characters of the classes that a range has"
   } kCases[] = {{"0", "9", "5", 5.0 / 9},     {"000", "999", "500", 500.0 / 999},
                 {"0", "z", "9", 9.0 / 35},    {"0", "z", "a", 10.0 / 35},
                 {" ", "9", "0", 160.0 / 169}, {" ", "z", "0", 160.0 / 195},
-                {" ", "z", "a", 170.0 / 195}};
+                {" ", "z", "a", 170.0 / 195}, {"0 m", "1 m", "0 z", 0.5}};
   for (const auto& each : kCases) {
     CAPTURE(each.text);
     const float fraction = Range(each.low, each.high)(kvPredicateLess, each.text);

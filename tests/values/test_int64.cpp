@@ -126,7 +126,11 @@ TEST_CASE("arithmetic of generated values equals native and two-word arithmetic"
       REQUIRE((x != y) == (a != b));
       o_8b sum;
       if (!__builtin_add_overflow(a, b, &sum)) REQUIRE((KvInt64(x) += y).Get8b() == sum);
+      REQUIRE((KvInt64(x) -= y) == x - y);
+      REQUIRE((KvInt64(x) *= y) == x * y);
       if (b == 0) continue;
+      REQUIRE((KvInt64(x) /= y) == x / y);
+      REQUIRE((KvInt64(x) %= y) == x % y);
       REQUIRE(Of(x / y) == Divide(u, v, false));
       REQUIRE(Of(x % y) == Divide(u, v, true));
     }
@@ -141,6 +145,8 @@ TEST_CASE("arithmetic of generated values equals native and two-word arithmetic"
     for (unsigned count = 0; count < 70; ++count) {
       REQUIRE(Of(x << count) == shifted);
       REQUIRE((x >> count).Get8b() == halved);
+      REQUIRE((KvInt64(x) <<= count) == x << count);
+      REQUIRE((KvInt64(x) >>= count) == x >> count);
       shifted = Double(shifted);
       halved = (halved - (halved & 1)) / 2;
     }

@@ -130,6 +130,7 @@ TEST_CASE("a memory file reads to its end and refuses to seek past it") {
   CHECK(file.Read(buffer, 1) == 0);
   CHECK(file.Seek(7) == kvBadArgument);
   CHECK(file.Tell() == 6);
+  CHECK(file.Seek(6) == kvOk);
   CHECK(file.Seek(1) == kvOk);
   CHECK(file.Read(buffer, 1) == 1);
   CHECK(buffer[0] == 'b');
