@@ -308,6 +308,8 @@ TEST_CASE("Difference is exact, whichever comes first") {
       KvTimeSpan::Difference(eve, KvDateTimeN(2001, 1, 2, 0, 0, 0, 100000000));
   CHECK(overMidnight.Compare(KvTimeSpan(1, 0, 0, 0, 500000000), 0x10) == 0);
   CHECK(KvTimeSpan::Difference(KvDateTimeN::NullValue(), KvDateTimeN(0.5)).nanosecond == 500000000);
+  // The later one by its fields is the earlier one by its day number.
+  CHECK(KvTimeSpan::Difference(KvDate(2001, 2, 31), KvDate(2001, 3, 1)).IsZeroValue());
 }
 
 TEST_CASE("zones: local time and UTC, and a zone that is not known") {

@@ -3,6 +3,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <initializer_list>
 #include <random>
 #include <string>
@@ -242,6 +244,17 @@ TEST_CASE("the current date, time and timestamp are those of the Kv classes") {
   bksgettime(local);
   CHECK(d_Time(0).tzHour ==
         static_cast<unsigned char>(local.zoneOffset != 0 ? local.zoneOffset / 3600 : 3));
+  const char* const given = std::getenv("TZ");
+  const std::string kept = given == nullptr ? "" : given;
+  // Greenwich is no zone to set: what was set before stays.
+  for (const auto& [place, hours] : {std::pair{"AAA-5", 5}, {"BBB+3", -3}, {"CCC0", -3}}) {
+    setenv("TZ", place, 1);
+    tzset();
+    d_Time::set_default_Time_Zone_to_local();
+    CHECK(d_Time(0).tzHour == static_cast<unsigned char>(hours));
+  }
+  given == nullptr ? unsetenv("TZ") : setenv("TZ", kept.c_str(), 1);
+  tzset();
 }
 
 TEST_CASE("texts of the ODMG rows") {
