@@ -12,21 +12,9 @@
 #include <cstdlib>
 #include <cstring>
 
-// Only where words may lie anywhere: a block of odd size begins at an odd address. Sanitizers bring
-// an allocator of their own, and so does valgrind, for which KV_FENCE is off.
+// Only where words may lie anywhere: a block of odd size begins at an odd address. Sanitizers and
+// valgrind bring an allocator of their own; their builds leave this one out.
 #if (defined(__x86_64__) || defined(__i386__)) && defined(__GLIBC__)
-#define KV_FENCE
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#undef KV_FENCE
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
-    __has_feature(memory_sanitizer)
-#undef KV_FENCE
-#endif
-#endif
-
-#ifdef KV_FENCE
 namespace {
 
 constexpr std::size_t kPage = 4096;

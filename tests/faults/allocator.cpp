@@ -6,12 +6,9 @@
 #include <cstdlib>
 
 // Sanitizers bring an allocator of their own, and other C libraries have no names for theirs.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__GLIBC__)
+// Builds with one define KV_SANITIZED.
+#if !defined(__GLIBC__) && !defined(KV_SANITIZED)
 #define KV_SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KV_SANITIZED
-#endif
 #endif
 
 namespace {
