@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
 #include <string>
 
 #include "escape.h"
@@ -45,30 +44,6 @@ TEST_CASE("bytes of all values, as the C library sorts them") {
     const auto byte = static_cast<unsigned char>(i);
     CHECK(Read(ToHex(&byte, 1) + " 0X" + ToHex(&byte, 1)) == ToHex(Bytes{byte, byte}));
   }
-}
-
-TEST_CASE("whole numbers within bounds") {
-  const auto read = [](std::string_view text, long long least, unsigned long long greatest) {
-    unsigned long long bits = 77;
-    const NumberFault fault = ReadInteger(text, least, greatest, bits);
-    return fault == NumberFault::kNone         ? std::to_string(bits)
-           : fault == NumberFault::kNotANumber ? "?"
-                                               : "far";
-  };
-  for (const char* text :
-       {"", " ", "-", "+", "--5", "5.", "5 5", "5x", "0x5", "/", ":", "99999999999999999999x"}) {
-    CHECK(read(text, -128, 127) == "?");
-  }
-  for (const char* text : {"128", "-129", "18446744073709551616"})
-    CHECK(read(text, -128, 127) == "far");
-  CHECK(read("-1", 0, 127) == "far");
-  CHECK(read("-0", 0, 127) == "0");
-  CHECK(read(" +127\t", -128, 127) == "127");
-  CHECK(read("-128", -128, 127) == "18446744073709551488");
-  CHECK(read("18446744073709551615", 0, ~0ULL) == "18446744073709551615");
-  CHECK(read("-9223372036854775808", INT64_MIN, 0) == "9223372036854775808");
-  CHECK(ShortestText(0.1f) + ShortestText(-INFINITY) + ShortestText(INFINITY) + ShortestText(NAN) ==
-        "0.1-InfinityInfinityNaN");
 }
 
 TEST_CASE("what a terminal must not see is escaped, and reads back") {
