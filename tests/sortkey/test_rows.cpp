@@ -239,6 +239,7 @@ TEST_CASE("the keys of runs of any length, however many nulls there are") {
     std::vector<Bytes> kinds = ValuesFor(id);
     std::erase(kinds, Bytes());
     for (const unsigned nullsIn1000 : {0U, 5U, 500U, 1000U}) {
+      if (nullsIn1000 != 0 && !IsNullable(id)) break;
       for (const unsigned count : {1U, 2U, 17U, 31U, 33U, 64U, 100U, 1000U}) {
         std::vector<Bytes> stored;
         for (unsigned i = 0; i < count; ++i) {
