@@ -81,9 +81,11 @@ TEST_CASE("whole numbers print as the C library prints them") {
 }
 
 TEST_CASE("whole numbers of every length print in a block of just their size") {
-  const auto check = [](char id, auto value) {
+  unsigned turn = 0;
+  const auto check = [&turn](char id, auto value) {
     const std::string expected = std::to_string(value);
-    KvString text("a text of another length");
+    KvString text;  // a character shorter, just as long, or longer
+    text.Fill(static_cast<unsigned short>(expected.size() - 1 + turn++ % 3), 'x');
     DefaultTypeMgr(nullptr)->PrintToKvString(id, text, &value, nullptr, 1);
     REQUIRE(text.StrGet() == expected);
     REQUIRE(text.GetBufferSize() == expected.size() + 1);
