@@ -166,11 +166,6 @@ TEST_CASE("scanning is the inverse of printing and takes nothing on a mismatch")
   CHECK(reference == KvRef{7, 5, 1, 2, 40, 0});
 }
 
-TEST_CASE("the functions of a row stand in its class") {
-  CHECK(KvObjId::SizeGet(nullptr, 0, 0, 3) == 30);
-  CHECK(KvClassId::NullSizeGet(3) == 12);
-}
-
 TEST_CASE("steps go by the object number, or class and version") {
   KvObjId id{7, 0xFFFFFFFF, 0};
   CHECK(Types().GetValue(KvOBJID_T, &id, 12, 8, 'M') == 0);
