@@ -283,7 +283,7 @@ TEST_CASE("hashes by hand") {
     CHECK(HashString(254, 0, "ab", length, 1) == kvNullHash);
     CHECK(HashString(0, 1, nullptr, length, 1) == 0);
   }
-  CHECK(HashString(1, 1, "a", 3, 1) == key(a) * 81);  // the end yields orders of 0
+  CHECK(HashString(1, 1, "a\0b", 3, 1) == key(a) * 81);  // the end yields orders of 0
   CHECK(HashString(1, 20, "a", -1, 1) == (20u << 24 | a << 8));
   CHECK(HashString(1, 1, "!", -1, 1) == (1u << 24 | 120u << 8));
   CHECK(HashString(0, 1, "\377b", -1, 1) == 0xFFu * 9 + 'b');

@@ -198,6 +198,8 @@ void CheckStoredRows(char type, int (*compare)(unsigned char, unsigned, void*, u
     CHECK(status == kvBufferShort);
     CHECK(compare(order, 18, stored, 0, otherStored, 0, 3, status) == 0);
     CHECK(status == kvBufferShort);
+    CHECK(compare(order, 0, otherStored, 18, stored, 0, 3, status) == 0);
+    CHECK(status == kvBufferShort);
   }
 }
 
