@@ -1,5 +1,6 @@
 // Keys of the rows against the rows' own comparers, which know nothing of keys.
 #include <doctest/doctest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -499,4 +500,20 @@ TEST_CASE("damaged blobs have no keys, and values whose memory ends too soon") {
   lying[4] = 200;  // more than the run holds
   CHECK(KvSortKey(kind, lying.data(), static_cast<unsigned>(lying.size()), 0, nullptr, 0, size) ==
         kvBadArgument);
+}
+
+TEST_CASE("a key of more than a blob holds is refused") {
+  constexpr std::size_t kMost = 0x7FFFFFFF;
+  if (sizeof(void*) < 8) return;  // has no room for it
+  // Turned over, a page that was never written is content. Before it 01, behind it the end.
+  void* const block = mmap(nullptr, kMost + 4, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  REQUIRE(block != MAP_FAILED);
+  auto* const key = static_cast<unsigned char*>(block);
+  key[0] = 0xFE;
+  std::memset(key + kMost + 2, 0xFF, 2);
+  const KvSortKeyKind kind = {.type = KvBLOB_T, .options = kvSortKeyDescending};
+  std::size_t size = 0;
+  CHECK(KvSortKeyLength(kind, key, kMost + 4, size) == kvOverflow);
+  munmap(block, kMost + 4);
 }
