@@ -193,6 +193,12 @@ TEST_CASE("d_Timestamp moves exactly, days and zone kept") {
     CHECK((moved.time.hundredth == 99 && moved.time.tzHour == before.time.tzHour));
     CHECK((moved -= Seconds(static_cast<float>(move))) == before);
   }
+  for (int hundredths = 1; hundredths < 100; ++hundredths) {
+    const d_Timestamp moved =
+        d_Timestamp(2000, 1, 1) + Seconds(static_cast<float>(hundredths) / 100);
+    CHECK(moved.time.hundredth == hundredths);
+    CHECK(moved - Seconds(static_cast<float>(hundredths) / 100) == d_Timestamp(2000, 1, 1));
+  }
   d_Timestamp stamp(2000, 1, 1, 0, 0, 0.0f);
   for (const float endless : {INFINITY, -INFINITY, NAN}) {
     CHECK(stamp + Seconds(endless) == stamp);

@@ -188,6 +188,9 @@ TEST_CASE("a batch may take what the limits say, all of its bytes counted") {
   CHECK(said({1, 3, 1, 6, true}) == "bytes in a batch: 7, the engine takes 6");
   CHECK(said({1, 3, 1, 7, true}) == "new");
   CHECK(said({1, 3, 1, 7, true}) == "another");
+  store.limits = {1, 3, 1, 1, true};
+  CHECK(!store.Apply({{.key = "k"}}).has_value());  // what goes has a key alone
+  CHECK(store.entries.empty());
 }
 
 TEST_CASE("a load that broke off goes on behind its last batch") {

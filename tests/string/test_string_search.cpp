@@ -264,6 +264,9 @@ TEST_CASE("an iterator yields one or two orders a character") {
 
 TEST_CASE("finding") {
   CHECK(KvString("xxab").Find("ab") == 2);
+  CHECK(KvString("aba").Find("a") == 0);  // from the first one on, when nothing else is said
+  CHECK(KvString("aba").Find('a') == 0);
+  CHECK(KvString("aba").Find(static_cast<unsigned short>('a')) == 0);
   CHECK(KvString("xxab").Find("ab", 3) == -1);
   CHECK(KvString("").Find("ab") == -1);
   CHECK(KvString("").Find("") == -1);

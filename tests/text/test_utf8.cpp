@@ -308,6 +308,17 @@ TEST_CASE("a buffer of just the size is big enough") {
     CHECK(own[2] == '#');
     CHECK(KvString2KvMBS(Latin1(text), own, 2) == 2);
   }
+  // What is measured is what is written, whether a code set's ASCII is copied or not.
+  for (unsigned codeSet = 1; codeSet < 255; ++codeSet) {
+    char own[16] = "";
+    char* buffer = own;
+    int size = 0;
+    KvString text("abc[]~\\");
+    text.SetCodeSetCode(static_cast<unsigned char>(codeSet));
+    const int written = KvString2MultiByteString(text, buffer, size);
+    CHECK(written == size - 1);
+    if (buffer != own) delete[] buffer;
+  }
 }
 
 TEST_CASE("a big enough buffer is provided where the caller's is not") {
