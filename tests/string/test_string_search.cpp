@@ -248,6 +248,7 @@ TEST_CASE("an iterator yields one or two orders a character") {
   KvStringIterator attached(behind);
   auto* list = new KvWCharList;
   list->Append('a');
+  list->Append(0xDF);
   list->Append('b');
   attached.SetOverflow(list);
   std::string letters;
@@ -256,7 +257,7 @@ TEST_CASE("an iterator yields one or two orders a character") {
     KvConvertOrderToChar(order, 1, letter, 0, nullptr);
     letters += static_cast<char>(letter);
   }
-  CHECK(letters == "abz");
+  CHECK(letters == "assbz");
   CHECK(attached.GetNextOrder(0) == 0);
   attached.Destroy();
   CHECK(attached.GetNextOrder(0) == 0);
