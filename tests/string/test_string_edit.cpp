@@ -280,6 +280,13 @@ TEST_CASE("case mapping agrees with a table of its own, at every offset of the b
       mapped.ToLower();
       CHECK((Units(mapped) == lowered));
     }
+    for (std::size_t at = 0; at < 192; ++at) {  // one letter whose low byte is none
+      std::u16string alone(192, u'A');
+      alone[at] = u'\u0100';
+      KvString mapped = Make(alone, 253);
+      mapped.ToLower();
+      CHECK(Units(mapped)[at] == u'\u0101');
+    }
   });
 }
 

@@ -341,6 +341,8 @@ TEST_CASE("replacing") {
   text = "--";
   text.ReplaceAll(static_cast<unsigned short>('-'), static_cast<unsigned short>('+'));
   CHECK(Bytes(text) == "++");
+  text.ReplaceAll('+', '-');
+  CHECK(Bytes(text) == "--");
   text = "a-b-c";
   text.ReplaceAll('-', '+', 2);
   CHECK(Bytes(text) == "a-b+c");
