@@ -46,6 +46,15 @@ TEST_CASE("bytes of all values, as the C library sorts them") {
   }
 }
 
+TEST_CASE("a dump is read whatever ends its lines") {
+  for (const char* end : {"\n", "\r\n"}) {
+    const std::string dump = std::string("00000000  41 42  |AB|") + end + "00000002" + end;
+    Bytes bytes;
+    AppendHexDump(dump, bytes);
+    CHECK(ToHex(bytes) == "4142");
+  }
+}
+
 TEST_CASE("what a terminal must not see is escaped, and reads back") {
   const std::pair<unsigned, unsigned> hidden[] = {
       {0, 0x1F},        {0x7F, 0x9F},     {0x200B, 0x200F}, {0x2028, 0x202E},

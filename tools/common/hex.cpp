@@ -35,6 +35,14 @@ std::size_t DumpOffset(std::string_view line) {
   return rest.starts_with("  ") && line.ends_with('|') ? digits + 2 : 0;  // hexdump -C
 }
 
+// Takes the first line off a text, without its end.
+std::string_view TakeLine(std::string_view& text) {
+  std::string_view line = text.substr(0, text.find('\n'));
+  text.remove_prefix(std::min(line.size() + 1, text.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
 // The bytes of a dump line lie between its offset and two blanks (xxd) or "  |" (hexdump).
 std::string_view DumpBytes(std::string_view line, std::size_t offset) {
   line.remove_prefix(offset);
@@ -80,12 +88,10 @@ void AppendHex(std::string_view text, Bytes& bytes) {
 }
 
 void AppendHexDump(std::string_view text, Bytes& bytes) {
-  const std::size_t offset = DumpOffset(text.substr(0, text.find('\n')));
-  if (offset == 0) return AppendHex(text, bytes);
+  std::string_view rest = text;
+  if (DumpOffset(TakeLine(rest)) == 0) return AppendHex(text, bytes);
   while (!text.empty()) {
-    std::string_view line = text.substr(0, text.find('\n'));
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
-    if (line.ends_with('\r')) line.remove_suffix(1);
+    const std::string_view line = TakeLine(text);
     // The last line of hexdump is the size alone.
     if (const std::size_t start = DumpOffset(line); start > 0) {
       AppendHex(DumpBytes(line, start), bytes);
