@@ -141,6 +141,26 @@ void CheckPairs(const std::vector<KvString>& texts, unsigned short cmpOp) {
   CHECK_MESSAGE(wrong == 0, first);
 }
 
+// The range of keys that belongs to a text.
+class KeyRange {
+ public:
+  KeyRange(const KvSortKeyKind& kind, unsigned char range, const KvString& wanted) : kind_(kind) {
+    std::size_t lowerSize = 0, upperSize = 0;
+    REQUIRE(KvSortKeyRange(kind, range, &wanted, 0, 8, lower_.size(), lower_.data(), lowerSize,
+                           upper_.data(), upperSize) == kvOk);
+    lower_.resize(lowerSize);
+    upper_.resize(upperSize);
+  }
+  bool Holds(const KvString& text) const {
+    const Bytes key = KeyOf(kind_, &text);
+    return key >= lower_ && key < upper_;
+  }
+
+ private:
+  KvSortKeyKind kind_;
+  Bytes lower_ = Bytes(200), upper_ = Bytes(200);
+};
+
 }  // namespace
 
 TEST_CASE("keys of texts order as the texts do, in every language and under every option") {
@@ -394,15 +414,9 @@ TEST_CASE("ranges of texts hold what begins with or equals a text without accent
     const auto base = static_cast<unsigned short>(kind.cmpOp | 0x260);
     for (const KvString& wanted : texts) {
       for (const unsigned char range : {kvSortKeyBeginning, kvSortKeySameBase}) {
-        Bytes lower(200), upper(200);
-        std::size_t lowerSize = 0, upperSize = 0;
-        REQUIRE(KvSortKeyRange(kind, range, &wanted, 0, 8, 200, lower.data(), lowerSize,
-                               upper.data(), upperSize) == kvOk);
-        lower.resize(lowerSize);
-        upper.resize(upperSize);
+        const KeyRange keys(kind, range, wanted);
         for (const KvString& text : texts) {
-          const Bytes key = KeyOf(kind, &text);
-          const bool inside = key >= lower && key < upper;
+          const bool inside = keys.Holds(text);
           int status;
           auto* left = const_cast<KvString*>(&text);
           auto* right = const_cast<KvString*>(&wanted);
@@ -427,15 +441,7 @@ TEST_CASE("the range of a beginning in one script holds no text of another") {
     KvString beginning = Unicode(wanted, 1), found = Unicode(text, 1);
     beginning.SetCodeSetCode(codeSet);
     found.SetCodeSetCode(codeSet);
-    const KvSortKeyKind kind{.type = KvSTRING_T};
-    Bytes lower(50), upper(50);
-    std::size_t lowerSize = 0, upperSize = 0;
-    CHECK(KvSortKeyRange(kind, kvSortKeyBeginning, &beginning, 0, 8, 50, lower.data(), lowerSize,
-                         upper.data(), upperSize) == kvOk);
-    lower.resize(lowerSize);
-    upper.resize(upperSize);
-    const Bytes key = KeyOf(kind, &found);
-    return key >= lower && key < upper;
+    return KeyRange({.type = KvSTRING_T}, kvSortKeyBeginning, beginning).Holds(found);
   };
   CHECK(isInside(u"\u03b1", u"\u03b1\u03b2"));
   CHECK(isInside(u"a\u4e00", u"a\u4e00a"));
