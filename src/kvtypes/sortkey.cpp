@@ -2,6 +2,7 @@
 // key is turned (descending, the place of null). What a key consists of is the rows' affair.
 #include "kvsortkey.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "kvstring/text_key.h"
@@ -63,8 +64,8 @@ const OneKey* OneKeyOf(const KvSortKeyKind& kind) {
 }
 
 std::size_t Saturated(o_u8b size) {
-  constexpr std::size_t kLargest = std::numeric_limits<std::size_t>::max();
-  return size < kLargest ? static_cast<std::size_t>(size) : kLargest;
+  constexpr o_u8b kLargest = std::numeric_limits<std::size_t>::max();
+  return static_cast<std::size_t>(std::min(size, kLargest));
 }
 
 // A call of its own: keys are ascending as a rule, and one key is made without a loop.

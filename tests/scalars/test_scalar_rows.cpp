@@ -303,6 +303,10 @@ TEST_CASE("bounds: the fraction") {
   o_4b constant = 5;
   std::swap(lower, upper);
   CHECK(types.EvalAndBound(Kv4B_T, &range, equal, &constant, 8, 1, nullptr, nullptr) == 0);
+  // An integer may be as small a part as one of all.
+  lower = std::numeric_limits<o_4b>::min();
+  upper = std::numeric_limits<o_4b>::max();
+  CHECK(types.EvalAndBound(Kv4B_T, &range, equal, &constant, 8, 1, nullptr, nullptr) == 0x1p-32f);
 }
 
 TEST_CASE("bounds of stored and floating values") {

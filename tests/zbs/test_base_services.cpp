@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <doctest/doctest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -235,6 +236,18 @@ TEST_CASE("handlers are replaced and restored") {
   KIVO_assert("x < y", "src/here", 7);
   CHECK(seen == "x < y|src/here|7");
   CHECK((KIVO_SetAssertHandler(nullptr) == +handler));
+  // Without a handler it is told.
+  char told[64] = {};
+  int ends[2];
+  REQUIRE(pipe(ends) == 0);
+  const int before = dup(STDERR_FILENO);
+  dup2(ends[1], STDERR_FILENO);
+  KIVO_assert("x < y", "src/here", 7);
+  dup2(before, STDERR_FILENO);
+  for (const int end : {before, ends[1]}) close(end);
+  CHECK(read(ends[0], told, sizeof told - 1) > 0);
+  close(ends[0]);
+  CHECK(std::string(told) == "assertion failed: x < y (src/here:7)\n");
 
   static unsigned asked = 0;
   const auto memory = [](unsigned size) { asked = size; };

@@ -10,8 +10,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "kvbase/codec.h"
+#include "kvnull.h"
 #include "kvtypemgr.h"
 
 namespace kv {
@@ -120,6 +122,12 @@ inline bool HasRange(const KvIdxBounds* bounds, unsigned stride) {
          HasBound(bounds->upper, bounds->upperLength, stride);
 }
 
+// Whether values stand closer to each other than a unit.
+template <class Value>
+inline constexpr bool kHasFractions = std::is_floating_point_v<Value>;
+template <class Scalar>
+inline constexpr bool kHasFractions<KvNullable<Scalar>> = std::is_floating_point_v<Scalar>;
+
 // The fraction that a predicate on `constant` selects of the range between two values of the row.
 // A null orders below every value: "less" and "equal" select nothing, "greater" the whole range;
 // a null bound counts as a missing one.
@@ -133,7 +141,7 @@ float FractionOf(unsigned short predicate, const typename Row::Codec::Value& con
   const double position = Row::Position(constant);
   const IndexRange range{Row::Position(lower), Row::Position(upper)};
   const double measure = RangeMeasure(predicate, {position, position}, range, 1.0);
-  if constexpr (Row::kPositionIsFloating) {
+  if constexpr (kHasFractions<typename Row::Codec::Value>) {
     return FloatingFraction(measure, range);
   } else {
     return IntegerFraction(measure, range);

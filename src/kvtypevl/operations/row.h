@@ -10,7 +10,7 @@
 // A policy has
 //   Codec                        the list of the type's members (codec.h)
 //   Key(value)                   32-bit hash key; kKeyIsLinear (true) when it is linear over XOR
-//   Position(value)              place on the number line as a double, and kPositionIsFloating
+//   Position(value)              place on the number line as a double
 //   Print                        slot function (22)
 //   Trace(value, text, format, trace)   reads one value and notes how that went (scan_trace.h)
 // and may have

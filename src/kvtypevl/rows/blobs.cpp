@@ -87,7 +87,6 @@ struct BlobPrefix {
   struct Codec {
     using Value = BlobView;
   };
-  static constexpr bool kPositionIsFloating = false;
   static bool IsNull(const BlobView& blob) { return blob.null; }
   static double Position(const BlobView& blob) {
     double position = 0;

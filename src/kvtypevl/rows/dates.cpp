@@ -100,8 +100,6 @@ struct DateTimeTextRow {
     value = ZeroOf<T>();
     ScanDateTimeText(value, text, kFormat);
   }
-
-  static constexpr bool kPositionIsFloating = false;
 };
 
 template <class T>
@@ -409,8 +407,8 @@ struct OdmgTimestampRow : DateTimeTextRow<d_Timestamp> {
 
 struct IntervalRow : DateTimeTextRow<d_Interval> {
   using Codec = IntervalCodec;
-  static unsigned Key(const d_Interval& interval) { return FloatRow::Key(interval.seconds); }
-  static double Position(const d_Interval& interval) { return double{interval.seconds}; }
+  static constexpr KvHashFunc Hash = RowHandlers<FloatRow>::Hash;
+  static constexpr KvEvalFunc Evaluate = RowHandlers<FloatRow>::EvalAndBound;
 };
 
 template struct RowHandlers<DateRow>;

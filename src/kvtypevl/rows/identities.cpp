@@ -228,7 +228,6 @@ struct ClassIdKey {
 // What the three share: nulls and text are the value's own affair.
 template <class Identity>
 struct IdentityRow {
-  static constexpr bool kPositionIsFloating = false;
   static constexpr const char* kFormat = nullptr;  // the class's own
 
   static bool IsNull(const Identity& id) { return id.IsNullValue() != 0; }

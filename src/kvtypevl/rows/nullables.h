@@ -85,7 +85,6 @@ struct NullableRow {
   using Value = typename Codec::Value;
   using Scalar = typename Codec::Scalar;
   using SortKeys = NullableKeys<typename ScalarRowType::SortKey, Codec>;
-  static constexpr bool kPositionIsFloating = ScalarRowType::kPositionIsFloating;
   static constexpr const char* kFormat = nullptr;
 
   // The format bit 0x08 puts the indicator behind the scalar, in every stored form.

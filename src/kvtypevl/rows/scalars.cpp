@@ -105,8 +105,8 @@ inline unsigned ReadEightDigits(const char* at, const char* end, unsigned& magni
   // alone.
   const std::uint64_t others = ((digits + 0x76 * kEachByte) | digits) & 0x80 * kEachByte;
   const auto bits = static_cast<unsigned>(std::countr_zero(others)) / 8 * 8;
-  if (bits == 0) return 0;
-  magnitude = NumberOfDigits(digits << (64 - bits));
+  const unsigned half = 32 - bits / 2;  // a word cannot be shifted by 64 at once
+  magnitude = NumberOfDigits(digits << half << half);
   return bits / 8;
 }
 

@@ -134,7 +134,6 @@ struct ScalarRow {
 
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct IntegerRow : ScalarRow<T, storage, text> {
-  static constexpr bool kPositionIsFloating = false;
   static unsigned Key(T value) { return IntegerKey(value); }
   static int Successor(T& value) { return IntegerSuccessor(value); }
   static T Smallest() { return std::numeric_limits<T>::min(); }
@@ -167,7 +166,6 @@ struct CharacterRow : IntegerRow<T, storage, text> {
 
 template <class T, const ScalarStorage& storage, const ScalarText& text>
 struct FloatingRow : ScalarRow<T, storage, text> {
-  static constexpr bool kPositionIsFloating = true;
   // The bit pattern; a double folds its halves. So -0.0 and +0.0, though equal, hash apart: stored
   // hash indexes depend on it.
   static unsigned Key(T value) {

@@ -49,7 +49,6 @@ struct Int64Row {
   using Codec = Int64Codec;
   using SortKey = MemberKey<kv::Codec<KvInt64, At<&KvInt64::high>, At<&KvInt64::low>>>;
   static constexpr bool kKeyIsLinear = true;
-  static constexpr bool kPositionIsFloating = false;
   static constexpr const char* kFormat = default_format::kInt64;
 
   static int Order(const KvInt64& a, const KvInt64& b, unsigned short) {
@@ -115,7 +114,6 @@ struct BooleanRow {
 
 struct SealRow {
   using Codec = SealCodec;
-  static constexpr bool kPositionIsFloating = false;
   static constexpr const char* kFormat = default_format::kNone;
 
   // Stored seals give the difference of the first bytes that differ, those in memory that of the
