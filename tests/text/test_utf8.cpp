@@ -10,6 +10,7 @@
 
 #include "kvmbs.h"
 #include "kvstring.h"
+#include "kvtext/utf8_blocks.h"
 #include "support/host.h"
 #include "support/vector_sets.h"
 #include "text/plain_utf8.h"
@@ -184,12 +185,7 @@ TEST_CASE("runs decode as their characters do one by one") {
       CheckDecoders(RandomBytes(random, random() % 400, round % 3 == 0 ? 0 : 200));
     }
   });
-  // Damage and a zero byte at every place of a block.
   for (std::size_t at = 0; at < 40; ++at) {
-    for (const char* piece : {"\x80", "\xC3\xA9", "\xE9", "\xF0\x90\x80\x80", "\xFF", "\xC3"}) {
-      std::string bytes = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGH";
-      CheckDecoders(bytes.insert(at, piece));
-    }
     std::string zero(48, 'x');
     zero[at] = 0;
     CheckDecoders(zero);
@@ -212,6 +208,43 @@ TEST_CASE("a piece of any script, or damage, at every place of the widest block"
           while (bytes.size() < before + 66) bytes += filler;
           CheckDecoders(bytes);
         }
+      }
+    }
+  });
+}
+
+// What vectors leave of usual text is less than a block of it, or of room, at the start too.
+TEST_CASE("vectors take every whole block of usual text") {
+  const auto check = [](const std::string& bytes, std::size_t lack) {
+    const kv::VectorSet set = kv::Vectors();
+    const bool any = set >= kv::VectorSet::kSsse3;
+    const bool compresses = set == kv::VectorSet::kVbmi2 && sizeof(void*) == 8;
+    CAPTURE(static_cast<int>(set));
+    CAPTURE(bytes);
+    CHECK(kv::utf8::HasBlocks(200) == any);
+    const std::vector<unsigned short> units = plain::DecodeArray(bytes).units;
+    std::vector<unsigned short> out(units.size() + 48 - lack);
+    const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
+    const kv::utf8::Progress decoded =
+        kv::utf8::DecodeBlocks(in, bytes.size(), out.data(), out.size());
+    const std::size_t left = bytes.size() - decoded.read, room = out.size() - decoded.written;
+    const bool begun = decoded.read != 0, cuts = bytes.back() == '\xAD';
+    const std::size_t most = (begun || bytes[0] == 'a' ? 31 : 35) + (begun && cuts ? 2 : 0);
+    CHECK((!any || left <= (compresses ? 0 : most) || room < (compresses ? 64 : begun ? 40 : 42)));
+    CHECK(plain::DecodeArray(bytes.substr(0, decoded.read)).result == int(decoded.written));
+    CHECK(std::equal(units.begin(), units.begin() + int(decoded.written), out.begin()));
+    std::string written(bytes.size() + 64 - lack, '#');
+    const kv::utf8::Progress encoded =
+        kv::utf8::EncodeBlocks(units.data(), units.size(), written.data(), written.size());
+    const std::size_t unitsLeft = units.size() - encoded.read;
+    const std::size_t size = written.size() - encoded.written;
+    CHECK((!any || unitsLeft < (compresses ? 1 : 16) || size < (compresses ? 96 : 64)));
+    CHECK(written.substr(0, encoded.written) == bytes.substr(0, encoded.written));
+  };
+  support::WithEachVectorSet([&check] {
+    for (const char* piece : {"a", "\xC3\xA4", "\xE4\xB8\xAD", "a\xC3\xA4\xE4\xB8\xAD"}) {
+      for (std::string bytes = piece; bytes.size() < 230; bytes += piece) {
+        for (const std::size_t lack : {0, 1, 20, 48}) check(bytes, lack);
       }
     }
   });
