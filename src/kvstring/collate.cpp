@@ -325,7 +325,7 @@ int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength) {
   const bool isCounted = text1.units != nullptr && text2.units != nullptr &&
                          text1.length != kToTerminator && text2.length != kToTerminator;
-  if (isCounted && maxLength == 65535 && IsReversed(text1) == IsReversed(text2) &&
+  if (isCounted && maxLength == 65535 &&
       ComparesByUnits(text1.codeSet, text1.language, text2.codeSet, text2.language, cmpOp)) {
     return CompareCountedUnits(text1, text2, cmpOp);
   }
@@ -383,8 +383,8 @@ int KvStrCmp(unsigned char codeSet1, unsigned char language1, const char* text1,
              unsigned char codeSet2, unsigned char language2, const char* text2,
              unsigned short cmpOp, short maxLength, unsigned char byteOrder, int* status) {
   if (status != nullptr) *status = kvOk;
-  if (!kv::ComparesByUnits(codeSet1, language1, codeSet2, language2, cmpOp) || byteOrder != 1 ||
-      maxLength != -1 || text1 == nullptr || text2 == nullptr) {
+  if (!kv::ComparesByUnits(codeSet1, language1, codeSet2, language2, cmpOp) ||
+      kv::IsReversed(byteOrder) || maxLength != -1 || text1 == nullptr || text2 == nullptr) {
     return kv::CompareTexts({codeSet1, language1, text1, kv::kToTerminator, byteOrder},
                             {codeSet2, language2, text2, kv::kToTerminator, byteOrder}, cmpOp,
                             static_cast<unsigned short>(maxLength));

@@ -12,13 +12,14 @@ class KvString;
 namespace kv {
 
 inline constexpr unsigned kToTerminator = 0xFFFFFFFF;
+inline constexpr unsigned char kMemoryOrder = 1;  // of units as the host has them, see IsReversed
 
 struct Text {
   unsigned char codeSet;
   unsigned char language;           // 255: the default language
   const void* units;                // null: no text
   unsigned length = kToTerminator;  // units; a zero unit ends the text before that
-  unsigned char byteOrder = 1;      // 2: 16-bit units are reversed
+  unsigned char byteOrder = kMemoryOrder;
 
   bool IsNull() const {
     return language == kvLanguageNull || (codeSet == kvCodeSetOrders && language == 0);
@@ -128,7 +129,8 @@ class OrderCursor {
   bool isOrders_;
 };
 
-// As KvStrCmp (kvcollate.h), on at most `maxLength` characters; 65535 is no limit.
+// As KvStrCmp (kvcollate.h), on at most `maxLength` characters; 65535 is no limit. Both texts have
+// one byte order.
 int CompareTexts(const Text& text1, const Text& text2, unsigned short cmpOp,
                  unsigned short maxLength = 65535);
 

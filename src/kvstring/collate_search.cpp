@@ -21,6 +21,12 @@ struct Wildcards {
 
 constinit Wildcards wildcards{};
 
+unsigned short& OrderOf(Wildcard wildcard) {
+  constexpr unsigned short Wildcards::*kMembers[] = {&Wildcards::asterisk, &Wildcards::question,
+                                                     &Wildcards::escape};
+  return wildcards.*kMembers[static_cast<unsigned>(wildcard)];
+}
+
 // The bits of an order's weight that must agree where two characters match.
 unsigned MatchMask(unsigned short cmpOp) {
   return (cmpOp & kvCompareKeyOrder) != 0 ? ~kMarks : LevelMask(cmpOp);
@@ -376,30 +382,12 @@ int FindText(const Text& text, const Text& pattern, unsigned short cmpOp, unsign
 }
 
 void SetWildcardOrder(Wildcard wildcard, unsigned short order) {
-  switch (wildcard) {
-    case Wildcard::kAsterisk:
-      wildcards.asterisk = order;
-      break;
-    case Wildcard::kQuestion:
-      wildcards.question = order;
-      break;
-    case Wildcard::kEscape:
-      wildcards.escape = order;
-      break;
-  }
+  OrderOf(wildcard) = order;
   wildcardsInUse = (wildcards.asterisk | wildcards.question | wildcards.escape) != 0;
 }
 
 unsigned short GetWildcardOrder(Wildcard wildcard) {
-  switch (wildcard) {
-    case Wildcard::kAsterisk:
-      return wildcards.asterisk;
-    case Wildcard::kQuestion:
-      return wildcards.question;
-    case Wildcard::kEscape:
-      return wildcards.escape;
-  }
-  return 0;
+  return OrderOf(wildcard);
 }
 
 }  // namespace kv

@@ -23,10 +23,6 @@ unsigned char LanguageOrDefault(unsigned char language) {
   return language == 255 ? KvLanguageContext::GetDefaultLanguage() : language;
 }
 
-unsigned char ByteOrderOrNative(unsigned char byteOrder) {
-  return byteOrder == 255 ? 1 : byteOrder;
-}
-
 // The text of a string for those who only read it, though KvChar and the iterator can write.
 unsigned char* UnitsOf(KvString& text) {
   unsigned char* buffer = StringAccess::Buffer(text);
@@ -62,7 +58,7 @@ KvChar::KvChar(KvString& text, int offset)
       value_(0),
       codeSet_(text.GetCodeSet()),
       language_(text.GetLanguage()),
-      byteOrder_(1) {
+      byteOrder_(kv::kMemoryOrder) {
   if (kv::StringAccess::Buffer(text) != nullptr) position_ += offset;
 }
 
@@ -71,21 +67,21 @@ KvChar::KvChar(const KvChar& source)
       value_(source.Value()),
       codeSet_(source.codeSet_),
       language_(kv::LanguageOrDefault(source.language_)),
-      byteOrder_(1) {}
+      byteOrder_(kv::kMemoryOrder) {}
 
 KvChar::KvChar(char unit, unsigned char codeSet, unsigned char language)
     : position_(nullptr),
       value_(static_cast<unsigned char>(unit)),
       codeSet_(kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault8CodeSet())),
       language_(kv::LanguageOrDefault(language)),
-      byteOrder_(1) {}
+      byteOrder_(kv::kMemoryOrder) {}
 
 KvChar::KvChar(unsigned short unit, unsigned char codeSet, unsigned char language)
     : position_(nullptr),
       value_(unit),
       codeSet_(kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault16CodeSet())),
       language_(kv::LanguageOrDefault(language)),
-      byteOrder_(1) {
+      byteOrder_(kv::kMemoryOrder) {
   if (!KvIsWideCodeSet(codeSet_)) value_ = static_cast<unsigned char>(unit);
 }
 
@@ -95,7 +91,7 @@ KvChar::KvChar(const char* position, unsigned char codeSet, unsigned char langua
       value_(0),
       codeSet_(kv::CodeSetOr(codeSet, KvLanguageContext::GetDefault8CodeSet())),
       language_(kv::LanguageOrDefault(language)),
-      byteOrder_(kv::ByteOrderOrNative(byteOrder)) {}
+      byteOrder_(byteOrder) {}
 
 KvChar::KvChar(const Place& place)
     : position_(place.position),
@@ -105,7 +101,7 @@ KvChar::KvChar(const Place& place)
       byteOrder_(place.byteOrder) {}
 
 KvChar KvChar::Detached() {
-  return KvChar(Place{nullptr, 0, 255, 255, 1});
+  return KvChar(Place{nullptr, 0, 255, 255, kv::kMemoryOrder});
 }
 
 unsigned short KvChar::Value() const {
@@ -152,7 +148,8 @@ KvChar KvChar::MapTo(unsigned char codeSet) const {
   // The terminator is itself everywhere.
   const unsigned short mapped =
       unit == 0 ? unit : KvLanguageContext::QueryCodeSet(codeSet)->MapFrom(unit, codeSet_);
-  return KvChar(Place{nullptr, mapped, codeSet, kv::LanguageOrDefault(language_), 1});
+  return KvChar(
+      Place{nullptr, mapped, codeSet, kv::LanguageOrDefault(language_), kv::kMemoryOrder});
 }
 
 unsigned short KvChar::PropertyOrder() const {
@@ -219,11 +216,9 @@ KvWCharList::~KvWCharList() {
 void KvWCharList::Append(unsigned short unit) {
   if (count_ == capacity_) {
     const unsigned capacity = capacity_ == 0 ? 4 : 2 * capacity_;
-    void* grown = std::realloc(units_, capacity * sizeof(unsigned short));
-    if (grown == nullptr) {
-      KvCallMemoryHandler(static_cast<unsigned>(capacity * sizeof(unsigned short)));
-      return;
-    }
+    const unsigned size = capacity * unsigned{sizeof(unsigned short)};
+    void* grown = std::realloc(units_, size);
+    if (grown == nullptr) return KvCallMemoryHandler(size);
     units_ = static_cast<unsigned short*>(grown);
     capacity_ = capacity;
   }
@@ -250,7 +245,7 @@ void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned c
   sortClass_ = codeSetObject_->SortClass(language_);
   overflowCodeSet_ = codeSet_;
   overflowIndex_ = 0;
-  byteOrder_ = kv::ByteOrderOrNative(byteOrder);
+  byteOrder_ = byteOrder;
   ownsText_ = 0;
   position_ = kv::Writable(text);
   overflow_ = nullptr;
@@ -262,7 +257,7 @@ void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned c
 }
 
 KvStringIterator::KvStringIterator(KvString& text) {
-  Begin(kv::UnitsOf(text), text.GetCodeSet(), text.GetLanguage(), 1);
+  Begin(kv::UnitsOf(text), text.GetCodeSet(), text.GetLanguage(), kv::kMemoryOrder);
 }
 
 KvStringIterator::KvStringIterator(const char* text, unsigned char codeSet, unsigned char language,
@@ -277,7 +272,7 @@ KvStringIterator::KvStringIterator(const unsigned short* text, unsigned char cod
 }
 
 KvStringIterator::KvStringIterator(const KvChar& character) {
-  Begin(nullptr, character.GetCodeSet(), character.GetLanguage(), 1);
+  Begin(nullptr, character.GetCodeSet(), character.GetLanguage(), kv::kMemoryOrder);
   kv::WriteUnit(ownText_, Width() == 2, 0, character.Value());
   ownsText_ = 1;
   position_ = ownText_;
@@ -339,7 +334,7 @@ KvChar KvStringIterator::operator*() {
   // A code set of 255 is here a text's own and stands for no default.
   if (IsPending()) {
     const unsigned short unit = (*overflow_)[overflowIndex_++];
-    return KvChar(KvChar::Place{nullptr, unit, overflowCodeSet_, language_, 1});
+    return KvChar(KvChar::Place{nullptr, unit, overflowCodeSet_, language_, kv::kMemoryOrder});
   }
   return KvChar(KvChar::Place{position_, 0, codeSet_, language_, byteOrder_});
 }

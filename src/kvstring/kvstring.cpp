@@ -102,13 +102,15 @@ KvString::KvString(KvString&& source) noexcept : KvString(source.codeSet_, sourc
   Destruct(source);
 }
 
-KvString::KvString(char unit) : KvString(KvLanguageContext::GetDefault8CodeSet(), 0) {
+KvString::KvString(char unit)
+    : KvString(kv::languageDefaults.byteCodeSet, kv::languageDefaults.language) {
   kv::AssignDefault8(*this, unit != 0 ? &unit : nullptr, 1);
 }
 
 KvString::KvString(unsigned char unit) : KvString(static_cast<char>(unit)) {}
 
-KvString::KvString(unsigned short unit) : KvString(KvLanguageContext::GetDefault16CodeSet(), 0) {
+KvString::KvString(unsigned short unit)
+    : KvString(kv::languageDefaults.wideCodeSet, kv::languageDefaults.language) {
   kv::AssignDefault16(*this, unit != 0 ? &unit : nullptr, 1);
 }
 
@@ -118,18 +120,20 @@ KvString::KvString(unsigned int number) : KvString(static_cast<long long>(number
 KvString::KvString(long number) : KvString(static_cast<long long>(number)) {}
 KvString::KvString(unsigned long number) : KvString(static_cast<unsigned long long>(number)) {}
 
-KvString::KvString(long long number) : KvString(KvLanguageContext::GetDefault8CodeSet(), 0) {
+KvString::KvString(long long number)
+    : KvString(kv::languageDefaults.byteCodeSet, kv::languageDefaults.language) {
   const kv::DecimalText decimal(number);
   kv::AssignDefault8(*this, decimal.Text(), decimal.Length());
 }
 
 KvString::KvString(unsigned long long number)
-    : KvString(KvLanguageContext::GetDefault8CodeSet(), 0) {
+    : KvString(kv::languageDefaults.byteCodeSet, kv::languageDefaults.language) {
   const kv::DecimalText decimal(number);
   kv::AssignDefault8(*this, decimal.Text(), decimal.Length());
 }
 
-KvString::KvString(double number) : KvString(KvLanguageContext::GetDefault8CodeSet(), 0) {
+KvString::KvString(double number)
+    : KvString(kv::languageDefaults.byteCodeSet, kv::languageDefaults.language) {
   char text[kv::kFloatTextSize];
   kv::AssignDefault8(*this, text, kv::PrintDefaultFloat(text, number));
 }

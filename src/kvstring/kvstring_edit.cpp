@@ -2,9 +2,10 @@
 // clamped or make the call do nothing; none of them is an error.
 
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
@@ -45,8 +46,8 @@ class UnitMapper {
         language_(text.GetLanguage()),
         to_(to) {
     constexpr unsigned kLong = 128;
-    if (length >= kLong) keptUnits_ = UnitWidth(text.GetCodeSet()) == 1 ? 256 : kMostKept;
-    std::memset(kept_, 0, keptUnits_ * sizeof kept_[0]);
+    keeps_ = length >= kLong;
+    if (keeps_) kept_ = {};
   }
 
   // Whether a unit gives one unit.
@@ -58,11 +59,12 @@ class UnitMapper {
   // The unit that it gives, 0 when there are several.
   unsigned short Single(unsigned short unit) {
     wasAsked_ = true;
-    if (unit < keptUnits_ && kept_[unit] != 0) return kept_[unit];
+    Mapping& kept = kept_[unit % kept_.size()];
+    if (keeps_ && kept.unit == unit) return kept.single;
     unsigned short mapped[3];
-    if (Map(unit, mapped) != 1) return 0;
-    if (unit < keptUnits_) kept_[unit] = mapped[0];
-    return mapped[0];
+    const unsigned short single = Map(unit, mapped) == 1 ? mapped[0] : 0;
+    if (keeps_) kept = {unit, single};
+    return single;
   }
 
   // Whether ASCII maps to ASCII as everywhere.
@@ -70,7 +72,10 @@ class UnitMapper {
   LetterCase To() const { return to_; }
 
  private:
-  static constexpr unsigned kMostKept = 0x600;  // the Latin, Greek and Cyrillic letters
+  struct Mapping {
+    unsigned short unit;
+    unsigned short single;
+  };
 
   unsigned Map(unsigned short unit, unsigned short (&mapped)[3]) const {
     return to_ == LetterCase::kUpper ? codeSet_.ToUpper(unit, mapped, language_)
@@ -81,8 +86,8 @@ class UnitMapper {
   unsigned char language_;
   LetterCase to_;
   bool wasAsked_ = false;
-  unsigned keptUnits_ = 0;
-  unsigned short kept_[kMostKept];  // 0: not known yet
+  bool keeps_;
+  std::array<Mapping, 256> kept_;  // by the low byte of the unit, the last one each; unit 0 is none
 };
 
 // Calls `visit` with the place of each unit beyond ASCII until it returns false.
@@ -258,37 +263,30 @@ void KvString::Transform(KvCharOperation& operation) {
   if (bufferSize_ == 0) return;
   const unsigned width = kv::UnitWidth(codeSet_);
   unsigned capacity = std::min(2u * bufferSize_, kMaximumBytes);
-  unsigned char* block = kv::AllocateText(capacity);
+  kv::OwnedBlock<unsigned char> block(kv::AllocateText(capacity));
   if (block == nullptr) return;
 
   KvStringIterator source(*this);
   unsigned used = 0;
   for (;;) {
     KvStringIterator out(*this);
-    out.Begin(block + used, codeSet_, language_, 1);
-    out.limit_ = block + (kv::UnitsIn(capacity, codeSet_) - 1) * width;
+    out.Begin(block.get() + used, codeSet_, language_, kv::kMemoryOrder);
+    out.limit_ = block.get() + (kv::UnitsIn(capacity, codeSet_) - 1) * width;
     source.Transform(out, operation);
-    used = static_cast<unsigned>(out.position_ - block);
-    if (source.gaveUp_) {
-      std::free(block);
-      return;
-    }
+    used = static_cast<unsigned>(out.position_ - block.get());
+    if (source.gaveUp_) return;
     if (source.IsEOS()) break;
     if (capacity == kMaximumBytes) {
       kv::LimitBufferSize(capacity + width);
       break;
     }
     const unsigned grown = std::min(2 * capacity, kMaximumBytes);
-    unsigned char* larger = kv::AllocateText(grown);
-    if (larger == nullptr) {
-      std::free(block);
-      return;
-    }
-    std::memcpy(larger, block, used);
-    std::free(block);
-    block = larger;
+    kv::OwnedBlock<unsigned char> larger(kv::AllocateText(grown));
+    if (larger == nullptr) return;
+    std::memcpy(larger.get(), block.get(), used);
+    block = std::move(larger);
     capacity = grown;
   }
   // The size counts the terminator, as everywhere: the next edit and the stored form build on it.
-  StringAccess::ReplaceExactly(*this, block, capacity, kv::UnitsIn(used, codeSet_));
+  StringAccess::ReplaceExactly(*this, block.release(), capacity, kv::UnitsIn(used, codeSet_));
 }

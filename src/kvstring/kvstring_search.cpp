@@ -1,7 +1,6 @@
 // KvString: comparing, searching and what is built on searching; the wildcard characters.
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "kvcollate.h"
@@ -112,14 +111,12 @@ Rewriting RewriteMatches(KvString& text, const Text& wanted, const KvString& rep
   const unsigned growth = put.length > wanted.length ? put.length - wanted.length : 0;
   const unsigned most = own.length + own.length / wanted.length * growth;
   const unsigned room = std::min(most, MaximumLength(own.codeSet));
-  unsigned char* block = AllocateBlock((room + 1) * width);
+  const unsigned size = (room + 1) * width;
+  OwnedBlock<unsigned char> block(AllocateBlock(size));
   if (block == nullptr) return Rewriting::kDone;
-  NewText out(block, room, width);
-  if (!WriteReplaced(out, own, wanted, put, found)) {
-    std::free(block);
-    return Rewriting::kTooLong;
-  }
-  StringAccess::ReplaceExactly(text, block, (room + 1) * width, out.Length());
+  NewText out(block.get(), room, width);
+  if (!WriteReplaced(out, own, wanted, put, found)) return Rewriting::kTooLong;
+  StringAccess::ReplaceExactly(text, block.release(), size, out.Length());
   return Rewriting::kDone;
 }
 
@@ -168,7 +165,7 @@ bool KvString::EqualsIgnoreLanguage(const KvString& other) const {
   const unsigned char language =
       language_ == other.language_ ? language_ : static_cast<unsigned char>(0);
   return KvStrCmp(codeSet_, language, StrGet(), other.codeSet_, language, other.StrGet(),
-                  kvCompareKeyOrder, kv::kWholeText, 1, nullptr) == 0;
+                  kvCompareKeyOrder, kv::kWholeText, kv::kMemoryOrder, nullptr) == 0;
 }
 
 short KvString::Find(const KvString& pattern, unsigned short start,
@@ -251,7 +248,7 @@ int KvChar::Compare(const KvChar& other, unsigned short compareOperation) const 
   const kv::UnitText otherUnit(other.Value(), other.codeSet_);
   return KvStrCmp(codeSet_, language_, reinterpret_cast<const char*>(unit.bytes), other.codeSet_,
                   other.language_, reinterpret_cast<const char*>(otherUnit.bytes),
-                  kv::OperationOrDefault(compareOperation), 1, 1, nullptr);
+                  kv::OperationOrDefault(compareOperation), 1, kv::kMemoryOrder, nullptr);
 }
 
 // Contractions are in the text only: an overflow character gives its orders by itself.

@@ -36,7 +36,7 @@ class UnicodeText {
     const KvString& source = asItIs ? text : converted_;
     units_ = reinterpret_cast<const unsigned short*>(source.StrGet());
     // The units there may be: the kernels end at the terminator themselves.
-    length_ = source.GetBufferSize() / 2u;
+    length_ = TextOf(source).length;
   }
   UnicodeText(const UnicodeText&) = delete;
   UnicodeText& operator=(const UnicodeText&) = delete;

@@ -95,7 +95,7 @@ void PlaceSource(BlockWriter& writer, const StringEdit& edit, unsigned char targ
     writer.Fill(unit, edit.repeat);
   } else if (!asItIs) {
     writer.Convert(source, edit.codeSet, edit.count);
-  } else if (wide && edit.byteOrder == 2) {
+  } else if (wide && IsReversed(edit.byteOrder)) {
     writer.CopyReversed(source, edit.count);
   } else {
     writer.Copy(source, edit.count);
@@ -257,7 +257,7 @@ bool StringAccess::Assign(KvString& target, unsigned char codeSet, unsigned char
                           unsigned char byteOrder) {
   const unsigned char oldCodeSet = target.codeSet_;
   target.codeSet_ = codeSet;
-  if (text != nullptr && codeSet == textCodeSet && byteOrder == 1) {
+  if (text != nullptr && codeSet == textCodeSet && !IsReversed(byteOrder)) {
     if (!PutUnits(target, text, std::min(count, MaximumLength(codeSet)) * UnitWidth(codeSet))) {
       target.codeSet_ = oldCodeSet;
       return false;

@@ -5,7 +5,9 @@
 // units; a conversion between code sets maps one unit to one unit, so they survive it.
 #pragma once
 
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "kvbase/unit.h"
 #include "kvstring.h"
@@ -78,6 +80,13 @@ unsigned LimitBufferSize(unsigned size);
 unsigned char* AllocateText(unsigned size);
 unsigned char* AllocateBlock(unsigned size);
 
+// Owns such a block until it is released into a string.
+struct FreeBlock {
+  void operator()(void* block) const { std::free(block); }
+};
+template <class Unit>
+using OwnedBlock = std::unique_ptr<Unit, FreeBlock>;
+
 enum class EditMode {
   kOverwrite = 1,  // `count` units at `position` are replaced by as many of the source
   kInsert = 2,     // the source goes before `position`
@@ -94,7 +103,7 @@ struct StringEdit {
   unsigned start = 0;
   unsigned count = 0;
   unsigned repeat = 1;
-  unsigned char byteOrder = 1;  // of the source's 16-bit units: 2 is reversed
+  unsigned char byteOrder = kMemoryOrder;  // of the source's 16-bit units
 };
 
 // What the parts of the library that build strings may touch.
@@ -128,7 +137,7 @@ class StringAccess {
   // The string becomes `count` units of `text`, cut at the limit without a report.
   static bool Assign(KvString& target, unsigned char codeSet, unsigned char language,
                      const void* text, unsigned char textCodeSet, unsigned count,
-                     unsigned char byteOrder = 1);
+                     unsigned char byteOrder = kMemoryOrder);
 
   // Makes the string one of `count` bytes in the default 8-bit code set and the default language,
   // terminated, for a text that is not in its buffer. Result: where the bytes are to be written;

@@ -1,10 +1,5 @@
 // Text keys back to texts of collation orders.
-#include <algorithm>
-#include <cstdlib>
-#include <memory>
-
 #include "kvbase/key_bytes.h"
-#include "kvbase/lifetime.h"
 #include "kvstring/collate_units.h"
 #include "kvstring/string_edit.h"
 #include "kvstring/text_key.h"
@@ -175,10 +170,6 @@ class MarkReader {
   unsigned next_ = 0;
 };
 
-struct FreeOrders {
-  void operator()(unsigned short* orders) const { std::free(orders); }
-};
-
 // The orders of a text. At first only their primary halves are known.
 class Orders {
  public:
@@ -298,13 +289,10 @@ int ReadTextKey(KeySource& source, unsigned short cmpOp, KvString* value) {
   if (value == nullptr) return kvOk;
   if (count > MaximumLength(kvCodeSetOrders)) return kvOverflow;
 
-  const std::size_t bytes = (std::size_t{count} + 1) * sizeof(unsigned short);
-  const std::unique_ptr<unsigned short, FreeOrders> orders(
-      static_cast<unsigned short*>(std::malloc(bytes)));
-  if (orders == nullptr) {
-    ReportLowMemory(bytes);
-    return kvNotSupported;
-  }
+  // With room for one more, as no orders are no shortage of memory.
+  const OwnedBlock<unsigned short> orders(
+      reinterpret_cast<unsigned short*>(AllocateBlock((count + 1) * unsigned{sizeof(short)})));
+  if (orders == nullptr) return kvNotSupported;
   LevelOneReader reader(levelOne, cmpOp);
   for (unsigned i = 0; i < count; ++i) {
     unsigned primary = 0;

@@ -75,7 +75,7 @@ TEST_CASE("defaults, widths and byte order of a character") {
     CHECK((++each).IsEOS());
   }
   unsigned short plain[] = {0x0326, 0};
-  KvChar inMemoryOrder(reinterpret_cast<const char*>(plain), 253, 1, 0x20);
+  KvChar inMemoryOrder(reinterpret_cast<const char*>(plain), 253, 1, 0x23);
   CHECK(inMemoryOrder.Value() == 0x0326);
   inMemoryOrder = 'Q';
   CHECK(plain[0] == 0x0351);
@@ -186,6 +186,12 @@ TEST_CASE("an iterator over one character keeps its own copy") {
   CHECK(!(other == KvStringIterator(text[1])));
   copy.Destroy();
   CHECK(!(copy == one));
+  // A copy goes on with the second order of its character.
+  KvStringIterator ligature(KvChar('\xE6'));
+  CHECK(ligature.GetNextOrder(0) == KvCodeSet(1).Orders(0xE6, 1).first);
+  KvStringIterator second(ligature);
+  CHECK(second.GetNextOrder(0) == KvCodeSet(1).Orders(0xE6, 1).second);
+  CHECK((second.IsEOS() && !ligature.IsEOS()));
 }
 
 TEST_CASE("transforming writes through the output iterator") {
@@ -199,4 +205,8 @@ TEST_CASE("transforming writes through the output iterator") {
   CHECK(in.IsEOS());
   CHECK(out.IsEOS());
   CHECK(std::u16string(reinterpret_cast<char16_t*>(room)) == u"MASS");
+  text = Make(u"M\u0130\u00C4", 253);
+  KvCharToLower lower;
+  text.Transform(lower);
+  CHECK(Units(text) == u"mi\u0307\u00E4");
 }

@@ -286,6 +286,8 @@ TEST_CASE("case mapping agrees with a table of its own, at every offset of the b
       KvString mapped = Make(alone, 253);
       mapped.ToLower();
       CHECK(Units(mapped)[at] == u'\u0101');
+      mapped.ToUpper();
+      CHECK((Units(mapped) == alone));
     }
   });
 }

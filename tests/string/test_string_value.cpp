@@ -9,6 +9,7 @@
 
 #include "kvcollate.h"
 #include "kvistring.h"
+#include "kvmbs.h"
 #include "kvobjid.h"
 #include "kvtypemgr.h"
 #include "string/text.h"
@@ -63,7 +64,10 @@ TEST_CASE("copies of long texts end where the text does, with all vectors") {
 
 TEST_CASE("constructors take the default code set of their width") {
   CHECK(KvString().GetBufferSize() == 0);
-  CHECK(KvString().GetCodeSet() == 1);
+  for (const unsigned char codeSet : {kvCodeSetUnicode, kvCodeSetLatin1}) {
+    CHECK(KvString::SetDefaultCodeSet(codeSet) == kvOk);
+    CHECK((KvString::GetDefaultCodeSet() == codeSet && KvString().GetCodeSet() == codeSet));
+  }
   CHECK(Bytes(KvString('x')) == "x");
   CHECK(KvString('\0').IsEmpty());
   CHECK(Units(KvString(static_cast<unsigned char>(0xE9))) == u"\u00E9");
@@ -429,6 +433,7 @@ TEST_CASE("a text that lost its terminator ends with its block") {
       CHECK(text.Len() == length);
       const KvString copy(text);
       CHECK((Units(copy) == std::u16string(length, u'x')));
+      CHECK((KvMBSLength(text, 65535) == int(length) && KvMBSLength(copy, 65535) == int(length)));
       CHECK((text << 'z').Len() == length + 1);
       CHECK(copy.Len() == length);
     }

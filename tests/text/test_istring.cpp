@@ -8,6 +8,7 @@
 #include <memory>
 #include <sstream>
 #include <type_traits>
+#include <utility>
 
 #include "kvblob.h"
 #include "kvcompare.h"
@@ -369,7 +370,7 @@ TEST_CASE("parts and edits") {
   KvIString cut("abcdefgh");
   cut[6] = '\0';
   cut.Replace("XY", 7);  // what lies behind the end is not the text's
-  CHECK(cut[7] == 'h');
+  CHECK(std::as_const(cut)[7] == 'h');
   CHECK(edited([](KvIString& v) { v.Expand(9, '.'); }) == "abcdef...");
   CHECK(edited([](KvIString& v) { v.Expand(6, '.'); }) == "abcdef");
   CHECK(edited([](KvIString& v) { v.Fill(3, 'q'); }) == "qqq");
