@@ -1,6 +1,7 @@
 // What kvindex does with tables, files and records, over a store in memory.
 #include <doctest/doctest.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -248,6 +249,21 @@ TEST_CASE("a file is the same again by its size and its first 64 KiB") {
   }
 }
 
+TEST_CASE("neither readers nor lines at fault keep memory") {
+  std::string text;
+  for (int i = 0; i < 40; ++i) text += std::string(5000, 'x') + (i == 39 ? "\n" : "\"\n");
+  const File file(text);
+  std::size_t used[2] = {};
+  for (std::size_t& each : used) {
+    CsvLine line;
+    for (int i = 0; i < 20; ++i) {
+      for (CsvReader reader(file.name, ',', 0, 1); reader.Next(line);) CHECK(line.line <= 40);
+    }
+    each = mallinfo2().uordblks + mallinfo2().hblkhd;
+  }
+  CHECK(used[1] < used[0] + 50000);
+}
+
 TEST_CASE("a damaged index is told entry by entry, and mended") {
   const File file(Lines(300, "2024-01-01"));
   MapStore store;
@@ -283,6 +299,13 @@ TEST_CASE("a damaged index is told entry by entry, and mended") {
         "300 899 2 1\nrecord " + hex(second) + ": the record ends in field 'id'\n" + missing);
   CHECK(damaged(second, sound.at(second) + "ab", true) ==
         "300 899 2 1\nrecord " + hex(second) + ": 2 bytes behind the last field\n" + missing);
+  const Table plain = MakeTable("id:o_u1b,name:KvString", "name", {});
+  RecordValues values(plain);
+  values[1].Read("a");
+  std::string ofBytes = values.Stored();
+  ofBytes[3] = 0;  // its code set
+  CHECK(Said([&] { return RecordKey(plain, StoredRecord(plain, ofBytes)); }) ==
+        "1: field 'name' has no sort key (status " + std::to_string(kvNotSupported) + ")");
   store.entries = sound;
   const std::string moved =
       EntryKey(People(), 2, StoredRecord(People(), sound.at(second)), second).substr(0, 5) +

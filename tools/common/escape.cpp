@@ -23,7 +23,7 @@ bool IsControl(unsigned character) {
 }
 
 void AppendCode(std::string& text, const char* format, unsigned code) {
-  char escape[8];
+  char escape[sizeof "\\u1234"];
   std::snprintf(escape, sizeof escape, format, code);
   text += escape;
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-unsigned TakeCharacter(std::string_view& utf8) {
+unsigned short TakeCharacter(std::string_view& utf8) {
   unsigned short character = 0;
   const int length = KvMultiByte2WChar(&character, utf8.data(), static_cast<unsigned>(utf8.size()));
   utf8.remove_prefix(length > 0 ? static_cast<std::size_t>(length) : 1);
@@ -25,7 +25,7 @@ std::string Escaped(std::string_view line) {
   while (!line.empty()) {
     const char c = line.front();
     if (static_cast<unsigned char>(c) >= 0x80) {
-      char name[16];
+      char name[sizeof "\\[u1234]"];
       std::snprintf(name, sizeof name, "\\[u%04X]", TakeCharacter(line));
       escaped += name;
       continue;

@@ -68,7 +68,7 @@ Output OutputOf(const Arguments& arguments) {
 std::string JsonText(std::string_view utf8) {
   std::string json = "\"";
   const auto escape = [&](unsigned unit) {
-    char text[8];
+    char text[sizeof "\\u1234"];
     std::snprintf(text, sizeof text, "\\u%04x", unit);
     json += text;
   };

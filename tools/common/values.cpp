@@ -65,7 +65,7 @@ bool ReadNaN(char id, void* value, std::string_view text) {
 std::string NaNText(char id, const void* value) {
   constexpr unsigned kPlainFloat = 0xFFC00000;
   constexpr unsigned long long kPlainDouble = 0xFFF8000000000000;
-  char text[32] = "";
+  char text[sizeof "NaN(0x0123456789abcdef)"] = "";
   if (FactsOf(id).Width() == 4) {
     unsigned bits = 0;
     std::memcpy(&bits, value, sizeof bits);
@@ -137,6 +137,12 @@ void ReadCharacter(char id, void* value, std::string_view text, const ValueStyle
               ": neither one character nor a byte as 0xNN; --number takes it as a number");
 }
 
+void LoadMeasured(char id, void* values, const unsigned char* stored, unsigned char order,
+                  unsigned count) {
+  if (Types().Load(id, values, stored, order, count) != 0) return;
+  FailValue("these bytes do not load as " + TypeName(id));
+}
+
 std::string Printed(char id, void* value, const char* format) {
   KvString text;
   return Utf8FromString(Types().PrintToKvString(id, text, value, format, 1));
@@ -197,7 +203,7 @@ std::string ZoneText(char id, void* value) {
   const int minute = static_cast<signed char>(time->tzMinute);
   const bool west = hour < 0 || (hour == 0 && minute < 0);
   const char* const minuteSign = minute == 0 || (minute < 0) == west ? "" : west ? "+" : "-";
-  char text[16];
+  char text[sizeof "-128:+128"];
   std::snprintf(text, sizeof text, "%c%02d:%s%02d", west ? '-' : '+', std::abs(hour), minuteSign,
                 std::abs(minute));
   return text;
@@ -449,13 +455,15 @@ std::string JsonOf(char id, void* value, const ValueStyle& style) {
   }
 }
 
+void LoadRun(const ValueRun& run, const unsigned char* stored, unsigned char order) {
+  LoadMeasured(run.Id(), run.Data(), stored, order, run.Count());
+}
+
 void LoadValue(char id, void* value, const Bytes& stored, unsigned char order) {
   const StoredRun measured = MeasureStored(id, stored, order, 1);
   if (measured.bytes < stored.size()) {
     FailValue(std::to_string(stored.size() - measured.bytes) +
               " bytes after the value, at offset " + std::to_string(measured.bytes));
   }
-  if (Types().Load(id, value, stored.data(), order, 1) == 0) {
-    FailValue("these bytes do not load as " + TypeName(id));
-  }
+  LoadMeasured(id, value, stored.data(), order, 1);
 }

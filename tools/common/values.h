@@ -64,6 +64,8 @@ Bytes StoredForm(const ValueRun& run, unsigned index, unsigned char order);
 // KvString, else its text. Infinities and NaNs are texts, as JSON has no such numbers.
 std::string JsonOf(char id, void* value, const ValueStyle& style);
 
+// A run from stored bytes that were measured (stored.h).
+void LoadRun(const ValueRun& run, const unsigned char* stored, unsigned char order);
 // One value from stored bytes, which must be that value and no more. Fails (Failure) otherwise.
 void LoadValue(char id, void* value, const Bytes& stored, unsigned char order);
 

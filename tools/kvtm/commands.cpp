@@ -88,7 +88,7 @@ unsigned short CompareOperationOf(const Arguments& arguments) {
 }
 
 std::string Hex32(unsigned number) {
-  char text[16];
+  char text[sizeof "0x12345678"];
   std::snprintf(text, sizeof text, "0x%08x", number);
   return text;
 }

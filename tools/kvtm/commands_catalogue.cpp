@@ -8,8 +8,7 @@ namespace {
 
 std::string StoredSize(char id) {
   if (!Types().IsFixed(id)) return "varies";
-  const unsigned char anything[32] = {};
-  return std::to_string(Types().DiskLenGet(id, anything, 0, 1, 0));
+  return std::to_string(Types().DiskLenGet(id, nullptr, 0, 1, 0));
 }
 
 Cell TruthCell(bool holds) {

@@ -69,9 +69,10 @@ struct Row {
   std::vector<std::string> remarks;
 };
 
-unsigned LengthField(const unsigned char* at, unsigned char order) {
-  const unsigned high = at[order == 2 ? 0 : 1];
-  return high << 8 | at[order == 2 ? 1 : 0];
+// The length that a block begins with; all there is where that breaks off.
+std::size_t LengthField(const unsigned char* at, std::size_t size, unsigned char order) {
+  const bool isBig = order == 2;
+  return size < sizeof(o_u2b) ? size : std::size_t{at[!isBig]} << 8 | at[isBig];
 }
 
 // Whether all that is wrong with the string block at the front is its mark, the last byte, whose
@@ -79,8 +80,7 @@ unsigned LengthField(const unsigned char* at, unsigned char order) {
 bool LacksMark(char id, const unsigned char* bytes, std::size_t size, unsigned char order) {
   const TextKind kind = FactsOf(id).kind;
   if (kind != TextKind::kString && kind != TextKind::kPlainString) return false;
-  if (size < kShortestBlock) return false;
-  const std::size_t length = LengthField(bytes, order) + 2u;
+  const std::size_t length = LengthField(bytes, size, order) + sizeof(o_u2b);
   return length >= kShortestBlock && length <= size && bytes[length - 1] != kMark;
 }
 
@@ -139,7 +139,7 @@ class RecordReader {
       return {Here(), Here() + MeasureStored(id, Here(), Left(), order_, 1, at_).bytes};
     } catch (const Failure&) {
       if (!LacksMark(id, Here(), Left(), order_)) throw;
-      Bytes block(Here(), Here() + LengthField(Here(), order_) + 2);
+      Bytes block(Here(), Here() + LengthField(Here(), Left(), order_) + sizeof(o_u2b));
       block.back() = kMark;
       MeasureStored(id, block.data(), block.size(), order_, 1, at_);
       return block;
@@ -147,18 +147,16 @@ class RecordReader {
   }
 
   bool IsOldForm(const SchemaField& field) const {
-    if (FactsOf(field.type).kind != TextKind::kString || Left() < 3) return false;
-    const unsigned length = LengthField(Here(), order_);
-    return length > 0 && length + 2 <= Left() && bytes_[at_ + 1 + length] == 0;
+    if (FactsOf(field.type).kind != TextKind::kString) return false;
+    const std::size_t length = LengthField(Here(), Left(), order_);
+    return length + sizeof(o_u2b) <= Left() && Here()[length + 1] == 0;
   }
 
   void ReadRun(std::size_t number, const SchemaField& field, std::vector<Row>& rows) {
     const std::size_t taken =
         MeasureStored(field.type, Here(), Left(), order_, field.count, at_).bytes;
     ValueRun run(field.type, field.count);
-    if (Types().Load(field.type, run.Data(), Here(), order_, field.count) == 0) {
-      FailValue("these bytes do not load");
-    }
+    LoadRun(run, Here(), order_);
     for (unsigned i = 0; i < field.count; ++i) {
       Row row = NewRow(number, field, i, i == 0 ? taken : 0);
       Show(row, field, run, i);

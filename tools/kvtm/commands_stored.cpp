@@ -62,9 +62,8 @@ unsigned MeasureForm(char id, const Bytes& bytes, unsigned char form, unsigned c
 }
 
 std::size_t SizeInForm(char id, unsigned char form, unsigned count) {
-  const unsigned char anything[32] = {};
   return std::size_t{count} * (form == kMemoryForm ? Types().MemLenGet(id, 1)
-                                                   : Types().DiskLenGet(id, anything, form, 1, 0));
+                                                   : Types().DiskLenGet(id, nullptr, form, 1, 0));
 }
 
 // A digit is a character like any other, which is seldom what was meant.
@@ -103,10 +102,6 @@ void PrintBytes(const Bytes& bytes, Output output) {
       output);
 }
 
-[[noreturn]] void FailTranslate(char id) {
-  FailValue("these bytes do not translate as " + TypeName(id));
-}
-
 }  // namespace
 
 int RunStore(const Arguments& arguments) {
@@ -127,9 +122,7 @@ int RunLoad(const Arguments& arguments) {
   const Bytes bytes = BytesOf(arguments, 1);
   const StoredRun measured = MeasureStored(id, bytes, order, CountOf(arguments));
   ValueRun run(id, measured.count);
-  if (Types().Load(id, run.Data(), bytes.data(), order, measured.count) == 0) {
-    FailValue("these bytes do not load as " + TypeName(id));
-  }
+  LoadRun(run, bytes.data(), order);
   std::string json;
   Table table{{"value"}, {}};
   for (unsigned i = 0; i < run.Count(); ++i) {
@@ -161,7 +154,7 @@ int RunTranslate(const Arguments& arguments) {
   const unsigned count = MeasureForm(id, bytes, from, CountOf(arguments));
   if (!anyMemory && arguments.Has("reorder")) {
     ValueRun run(id, count);
-    if (Types().Load(id, run.Data(), bytes.data(), from, count) == 0) FailTranslate(id);
+    LoadRun(run, bytes.data(), from);
     PrintBytes(StoredForm(run, to), output);
     return kExitGood;
   }
@@ -169,7 +162,7 @@ int RunTranslate(const Arguments& arguments) {
   const unsigned written =
       Types().Translate(id, translated.data(), to, static_cast<unsigned>(translated.size()),
                         bytes.data(), from, static_cast<unsigned>(bytes.size()), count);
-  if (written == 0) FailTranslate(id);
+  if (written == 0) FailValue("these bytes do not translate as " + TypeName(id));
   // Into memory form the operation counts the stored bytes that it read.
   if (to != kMemoryForm) translated.resize(written);
   PrintBytes(translated, output);

@@ -1,7 +1,7 @@
 // kvtm compare, hash, bounds, step and order: what the type manager says about values.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <memory>
 
 #include "catalogue.h"
 #include "commands.h"
@@ -128,9 +128,8 @@ int RunBounds(const Arguments& arguments) {
   const float fraction =
       Types().EvalAndBound(id, &range, predicate, constant.data(), order, 1, &narrowed, nullptr);
   const auto side = [&](unsigned char* bound, std::size_t length, const Bytes& given) {
-    const Bytes stored = bound != nullptr ? Bytes(bound, bound + length) : given;
-    std::free(bound);
-    return BoundCell(id, stored, arguments);
+    const std::unique_ptr<unsigned char, void (*)(void*)> owned(bound, std::free);
+    return BoundCell(id, bound != nullptr ? Bytes(bound, bound + length) : given, arguments);
   };
   const bool newLower = narrowed.lower != nullptr;
   const bool newUpper = narrowed.upper != nullptr;
