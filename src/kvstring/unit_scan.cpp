@@ -108,7 +108,7 @@ KV_WITH_AVX2 inline __m256i LeastOf(const __m256i& a, const __m256i& b) {
 template <class Ends>
 struct Scan32 {
   using Unit = typename Ends::Unit;
-  __m256i wanted[Ends::kKinds + 1];  // at least one, that there is an array
+  __m256i wanted[Ends::kKinds + 1] = {};  // at least one, that there is an array
 
   KV_WITH_AVX2 explicit Scan32(const Ends& ends) {
     for (unsigned kind = 0; kind < Ends::kKinds; ++kind) {

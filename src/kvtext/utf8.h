@@ -48,10 +48,8 @@ constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
 constexpr unsigned DecodeUnitQuickly(const unsigned char* in, std::size_t available,
                                      unsigned short& unit) {
   const unsigned char lead = in[0];
-  if (lead < 0x80) {
-    unit = lead;
-    return 1;
-  }
+  unit = lead;
+  if (lead < 0x80) return 1;
   if (lead >= 0xC2 && lead <= 0xDF && available >= 2 && IsContinuation(in[1])) {
     unit = static_cast<unsigned short>((lead & 0x1F) << 6 | (in[1] & 0x3F));
     return 2;

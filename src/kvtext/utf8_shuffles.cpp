@@ -128,7 +128,8 @@ KV_INLINE void Load(Vector& vector, const void* at) {
 // Where bytes are from 0x80 on and below `end`: as signed ones they stand lowest.
 template <unsigned width>
 KV_INLINE void MarkHighBelow(Bytes<width>& marks, const Bytes<width>& bytes, unsigned end) {
-  As(marks, reinterpret_cast<SignedBytes<width>>(bytes) < static_cast<signed char>(end));
+  marks = reinterpret_cast<Bytes<width>>(reinterpret_cast<SignedBytes<width>>(bytes) <
+                                         static_cast<signed char>(end));
 }
 
 // Two bits for each of the words, whose bits are all the same.

@@ -202,6 +202,8 @@ TEST_CASE("a 16-bit text is read as its characters are, or refused by its first 
   CHECK(refused.status == kvOutOfRange);
   CHECK(refused.position == 2);
   CHECK(plain == KvIString("before"));
+  double real = 9;
+  CHECK((Types().ScanFromKvString(KvDOUBLE_T, &real, greek, nullptr, 1) == &real && real == 0));
   // A digit of another script is no digit.
   KvString digits(kvCodeSetUnicode, 1);
   digits << '1' << static_cast<unsigned short>(0x661);

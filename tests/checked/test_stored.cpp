@@ -76,6 +76,16 @@ TEST_CASE("what a row stores is measured, and no shorter piece of it") {
   }
 }
 
+TEST_CASE("a block is as long as its length says in the order of its bytes") {
+  // 513, and 258 the other way round: either block ends in its mark.
+  Bytes block(515, 0xFF);
+  std::copy_n(std::data({0x01, 0x02, 1, 1}), 4, block.begin());
+  block[513] = 0;
+  for (const char id : {KvSTRING_T, KvISTRING_T}) {
+    CHECK((Measure(id, block, 1).bytes == 515 && Measure(id, block, 1, 2).bytes == 260));
+  }
+}
+
 TEST_CASE("what is measured is loaded, and what is not leaves the values alone") {
   for (char id = 0; id < support::kRowCount; ++id) {
     CAPTURE(std::string(Types().NameGet(id, nullptr)));

@@ -425,12 +425,15 @@ TEST_CASE("a unit becomes what its code set makes of it in that of the text") {
 }
 
 TEST_CASE("a text that lost its terminator ends with its block") {
-  for (const unsigned char codeSet : {static_cast<unsigned char>(1), kvCodeSetUnicode}) {
+  for (const unsigned char codeSet :
+       {kvCodeSetBytes, static_cast<unsigned char>(1), kvCodeSetUnicode}) {
     for (const unsigned length : {0u, 1u, 3u, 4u, 7u, 100u, 127u, 128u, 600u, 2000u}) {
       KvString text = Make(std::u16string(length, u'x'), codeSet);
       if (length == 0) text.Fill(0, 'x');
       text[static_cast<int>(length)] = static_cast<unsigned short>('y');
       CHECK(text.Len() == length);
+      support::WithEachVectorSet(
+          [&] { CHECK(text.Find(Make(u"xxy", codeSet), 0, kvCompareExact) == -1); });
       const KvString copy(text);
       CHECK((Units(copy) == std::u16string(length, u'x')));
       CHECK((KvMBSLength(text, 65535) == int(length) && KvMBSLength(copy, 65535) == int(length)));

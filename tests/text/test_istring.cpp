@@ -535,6 +535,9 @@ TEST_CASE("rows: text, hash, step and bounds") {
   store(constant, "cab");
   CHECK(fraction(kvPredicateLess, nullptr) == 1.0f);
   CHECK(fraction(kvPredicateGreater, nullptr) == 0.0f);
+  bounds.lowerLength = static_cast<unsigned char>(store(lower, "box \x01"));
+  store(constant, "box \x01z");
+  CHECK(fraction(kvPredicateLess, nullptr) > 0);
   // Two texts that part at once and yet are only 26 of their tenth letters apart.
   bounds.lowerLength = static_cast<unsigned char>(store(lower, "azzzzzzzzm"));
   bounds.upperLength = static_cast<unsigned char>(store(upper, "baaaaaaaam"));
