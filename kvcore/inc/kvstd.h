@@ -282,7 +282,7 @@ inline std::optional<KvString> KvFromUtf8(std::string_view text) {
 
 // The text in UTF-8; empty for the null string.
 inline std::string KvToUtf8(const KvString& string) {
-  std::string text(4 * std::size_t{string.Len()} + 4, '\0');
+  std::string text(3 * std::size_t{string.Len()}, '\0');
   const int length = KvString2KvMBS(string, text.data(), static_cast<int>(text.size()));
   text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
   return text;

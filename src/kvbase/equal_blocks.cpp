@@ -24,7 +24,7 @@ KV_WITH_AVX512 inline bool IsZero(const __m512i& bits) {
   return _mm512_test_epi64_mask(bits, bits) == 0;
 }
 
-constexpr std::size_t kLine = 64;
+constexpr std::size_t kLine = sizeof(__m512i);
 constexpr std::size_t kBlock = 4 * kLine;
 
 KV_WITH_AVX512 inline bool IsEqualBlock(const unsigned char* a, const unsigned char* b) {

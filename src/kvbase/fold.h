@@ -19,11 +19,13 @@ template <class Unit, class Key>
 unsigned FoldUnits(const void* units, std::size_t count, Key key) {
   constexpr unsigned kTwo = kFoldFactor * kFoldFactor;
   constexpr unsigned kFour = kTwo * kTwo;
+  constexpr unsigned kSteps = 8;
   const auto* at = static_cast<const unsigned char*>(units);
   unsigned hash = 0;
-  for (; count >= 8; count -= 8, at += 8 * sizeof(Unit)) {
-    Unit unit[8];
+  for (; count >= kSteps; count -= kSteps) {
+    Unit unit[kSteps];
     std::memcpy(unit, at, sizeof unit);
+    at += sizeof unit;
     const auto two = [&](unsigned i) { return Fold(key(unit[i]), key(unit[i + 1])); };
     const auto four = [&](unsigned i) { return two(i) * kTwo + two(i + 2); };
     hash = hash * (kFour * kFour) + (four(0) * kFour + four(4));

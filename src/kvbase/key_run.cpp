@@ -18,7 +18,7 @@ namespace kv {
 #ifdef KV_KEYS
 namespace {
 
-constexpr unsigned kVector = 16;
+constexpr unsigned kVector = sizeof(__m128i);
 
 KV_KEYS inline __m128i LoadVector(const void* at) {
   return _mm_loadu_si128(static_cast<const __m128i*>(at));
@@ -116,10 +116,9 @@ VectorWriter PairWriterOf(KeyStep step) {
       return WritePairs<KeyStep::kPlusOne>;
     case KeyStep::kKeep:
       return WritePairs<KeyStep::kKeep>;
-    case KeyStep::kBoolean:
-      break;
+    default:
+      return WritePairs<KeyStep::kBoolean>;
   }
-  return WritePairs<KeyStep::kBoolean>;
 }
 
 // So many whole vectors lie in `bytes` bytes, each beginning `step` behind the last one.

@@ -217,10 +217,9 @@ VectorWriter WideWriterOf(KeyStep step) {
       return WriteWide<KeyStep::kPlusOne>;
     case KeyStep::kKeep:
       return WriteWide<KeyStep::kKeep>;
-    case KeyStep::kBoolean:
-      break;
+    default:
+      return WriteWide<KeyStep::kBoolean>;
   }
-  return WriteWide<KeyStep::kBoolean>;
 }
 
 unsigned WriteLeadingKeys(unsigned char*& keys, std::size_t room, const unsigned char* values,

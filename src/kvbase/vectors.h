@@ -27,19 +27,19 @@ template <unsigned width>
   std::memcpy(&loaded, at, sizeof loaded);
 }
 
-// In every block of 16 bytes: lanes i and j of `a`, then k and l of `b`.
-template <unsigned width, unsigned i, unsigned j, unsigned k, unsigned l, std::size_t... lane>
+// In every block of 16 bytes: lanes i and j of `a`, then the same of `b`.
+template <unsigned width, unsigned i, unsigned j, std::size_t... lane>
 [[gnu::always_inline]] inline void ChooseLanes(Lanes<width>& chosen, const Lanes<width>& a,
                                                const Lanes<width>& b,
                                                std::index_sequence<lane...>) {
-  constexpr std::size_t from[] = {i, j, width / 4 + k, width / 4 + l};
+  constexpr std::size_t from[] = {i, j, width / 4 + i, width / 4 + j};
   chosen = __builtin_shufflevector(a, b, (lane / 4 * 4 + from[lane % 4])...);
 }
 
-template <unsigned width, unsigned i, unsigned j, unsigned k, unsigned l>
+template <unsigned width, unsigned i, unsigned j>
 [[gnu::always_inline]] inline void ChooseLanes(Lanes<width>& chosen, const Lanes<width>& a,
                                                const Lanes<width>& b) {
-  ChooseLanes<width, i, j, k, l>(chosen, a, b, std::make_index_sequence<width / 4>());
+  ChooseLanes<width, i, j>(chosen, a, b, std::make_index_sequence<width / 4>());
 }
 
 // Of three vectors in a row, every third lane from lane `first` on, each where it stands: 3 shares

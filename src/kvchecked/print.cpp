@@ -2,6 +2,7 @@
 // else a row prints is printed into a string first, for only then is its length known.
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "kvchecked.h"
 #include "kvmbs.h"
@@ -49,22 +50,24 @@ struct NumberRow {
   PrintNumber print = nullptr;
 };
 
+namespace format = kv::default_format;
+
+constexpr std::pair<char, NumberRow> kNumbers[] = {
+    {Kv2B_T, {kv::PrintShort, format::kShort, PrintDigits<o_2b>}},
+    {KvU2B_T, {kv::PrintWord, format::kWord, PrintDigits<o_u2b>}},
+    {Kv4B_T, {kv::PrintLong, format::kLong, PrintDigits<o_4b>}},
+    {KvU4B_T, {kv::PrintDword, format::kDword, PrintDigits<o_u4b>}},
+    {KvINT_T, {kv::PrintInt, format::kInt, PrintDigits<int>}},
+    {KvUNSIGNED_T, {kv::PrintUnsigned, format::kUnsigned, PrintDigits<unsigned>}},
+    {Kv8B_T, {kv::Print8b, format::kEightByte, PrintDigits<o_8b>}},
+    {KvU8B_T, {kv::PrintU8b, format::kUnsignedEightByte, PrintDigits<o_u8b>}},
+    {KvFLOAT_T, {kv::PrintFloat, format::kFloating, PrintFloating<float>}},
+    {KvDOUBLE_T, {kv::PrintDouble, format::kFloating, PrintFloating<double>}},
+};
+
 constexpr std::array<NumberRow, kv::kRowCount> kNumberRows = [] {
-  namespace format = kv::default_format;
   std::array<NumberRow, kv::kRowCount> rows{};
-  const auto set = [&rows](char id, const NumberRow& row) {
-    rows[static_cast<std::size_t>(id)] = row;
-  };
-  set(Kv2B_T, {kv::PrintShort, format::kShort, PrintDigits<o_2b>});
-  set(KvU2B_T, {kv::PrintWord, format::kWord, PrintDigits<o_u2b>});
-  set(Kv4B_T, {kv::PrintLong, format::kLong, PrintDigits<o_4b>});
-  set(KvU4B_T, {kv::PrintDword, format::kDword, PrintDigits<o_u4b>});
-  set(KvINT_T, {kv::PrintInt, format::kInt, PrintDigits<int>});
-  set(KvUNSIGNED_T, {kv::PrintUnsigned, format::kUnsigned, PrintDigits<unsigned>});
-  set(Kv8B_T, {kv::Print8b, format::kEightByte, PrintDigits<o_8b>});
-  set(KvU8B_T, {kv::PrintU8b, format::kUnsignedEightByte, PrintDigits<o_u8b>});
-  set(KvFLOAT_T, {kv::PrintFloat, format::kFloating, PrintFloating<float>});
-  set(KvDOUBLE_T, {kv::PrintDouble, format::kFloating, PrintFloating<double>});
+  for (const auto& [id, row] : kNumbers) rows[static_cast<std::size_t>(id)] = row;
   return rows;
 }();
 

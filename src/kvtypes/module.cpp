@@ -27,7 +27,7 @@ constexpr char kCompiler[] = "g++ " __VERSION__;
 #endif
 
 int options = 0;
-char descriptionBuffer[64];
+char descriptionBuffer[sizeof kDescription + sizeof kv::kVersion + sizeof ' '];
 constinit const unsigned char reservedBlock[16] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
                                                    0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 

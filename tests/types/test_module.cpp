@@ -19,7 +19,12 @@ void PrintNullAtTheEnd(int, void*) {
   KvString text;
   KvTypeMgr().PrintToKvString(KvNULL_INT_T, text, &null, nullptr, 1);
   if (std::strcmp(text.StrGet(), "{NULL}") != 0) _exit(1);
+  if (KvLanguageContext::GetDefaultLanguage() != 1) _exit(1);
 }
+// Called before the library is taken down.
+struct Leaving {
+  ~Leaving() { KvLanguageContext::SetDefaultLanguage(3); }
+} leaving;
 [[gnu::section(".preinit_array"), gnu::used]] void (*const setUp)() = [] {
   on_exit(PrintNullAtTheEnd, nullptr);
 };

@@ -87,6 +87,7 @@ TEST_CASE("KvInt64 steps by one, over the words") {
 
 TEST_CASE("a boolean is null, false or true, and orders by its byte") {
   KvBoolean odd;
+  CHECK(odd.value == 0);
   odd.value = 5;
   KvBoolean null;
   null.SetNullValue();

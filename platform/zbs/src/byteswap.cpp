@@ -15,13 +15,11 @@ namespace kv {
 #if defined(__x86_64__) || defined(__i386__)
 namespace {
 
-constexpr std::size_t kBlock = 128;
-
 // The shuffle that reverses fields of `width` bytes: byte i of a 16-byte lane comes from the place
 // mirrored within its field.
 [[gnu::target("ssse3")]] __m128i LaneShuffle(unsigned width) {
-  alignas(16) unsigned char from[16];
-  for (unsigned i = 0; i < 16; ++i) from[i] = static_cast<unsigned char>(i ^ (width - 1));
+  alignas(__m128i) unsigned char from[sizeof(__m128i)];
+  for (unsigned i = 0; i < sizeof from; ++i) from[i] = static_cast<unsigned char>(i ^ (width - 1));
   return _mm_load_si128(reinterpret_cast<const __m128i*>(from));
 }
 
@@ -29,7 +27,7 @@ constexpr std::size_t kBlock = 128;
                                                  std::size_t bytes, unsigned width) {
   const __m256i shuffle = _mm256_broadcastsi128_si256(LaneShuffle(width));
   std::size_t at = 0;
-  for (; at + kBlock <= bytes; at += kBlock) {
+  for (; at + kReversedBlock <= bytes; at += kReversedBlock) {
     const auto* from = reinterpret_cast<const __m256i*>(in + at);
     auto* to = reinterpret_cast<__m256i*>(out + at);
     const __m256i a = _mm256_shuffle_epi8(_mm256_loadu_si256(from), shuffle);
@@ -106,8 +104,9 @@ constexpr std::size_t kBlock = 128;
     CopyPart(out, in, toLine, shuffle);
     at = toLine;
   }
-  for (; bytes - at >= 512; at += 512) CopyEightVectors(out + at, in + at, shuffle);
-  for (; bytes - at >= 64; at += 64) CopyVector(out + at, in + at, shuffle);
+  constexpr std::size_t kEight = 8 * sizeof shuffle;
+  for (; bytes - at >= kEight; at += kEight) CopyEightVectors(out + at, in + at, shuffle);
+  for (; bytes - at >= sizeof shuffle; at += sizeof shuffle) CopyVector(out + at, in + at, shuffle);
   if (at < bytes) CopyPart(out + at, in + at, bytes - at, shuffle);
   return bytes;
 }
@@ -116,8 +115,8 @@ constexpr std::size_t kBlock = 128;
                                                    std::size_t bytes, unsigned width) {
   const __m128i shuffle = LaneShuffle(width);
   std::size_t at = 0;
-  for (; at + kBlock <= bytes; at += kBlock) {
-    for (std::size_t lane = 0; lane < kBlock; lane += 16) {
+  for (; at + kReversedBlock <= bytes; at += kReversedBlock) {
+    for (std::size_t lane = 0; lane < kReversedBlock; lane += sizeof(__m128i)) {
       const __m128i fields = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + at + lane));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at + lane),
                        _mm_shuffle_epi8(fields, shuffle));

@@ -29,7 +29,9 @@ inline void CopyReversedPlainly(unsigned char* out, const unsigned char* in, std
   }
 }
 
-// Reverses the fields (1, 2, 4 or 8 bytes wide) of whole 128-byte blocks, or of all `bytes`, with
+inline constexpr std::size_t kReversedBlock = 128;
+
+// Reverses the fields (1, 2, 4 or 8 bytes wide) of whole such blocks, or of all `bytes`, with
 // the widest shuffle at hand. Result: the bytes done, whole fields, or 0.
 std::size_t CopyReversedBlocks(unsigned char* out, const unsigned char* in, std::size_t bytes,
                                unsigned width);
@@ -40,7 +42,8 @@ inline void CopyReversed(void* destination, const void* source, std::size_t coun
   auto* out = static_cast<unsigned char*>(destination);
   auto* in = static_cast<const unsigned char*>(source);
   const std::size_t bytes = count * sizeof(Word);
-  const std::size_t done = bytes < 128 ? 0 : CopyReversedBlocks(out, in, bytes, sizeof(Word));
+  const std::size_t done =
+      bytes < kReversedBlock ? 0 : CopyReversedBlocks(out, in, bytes, sizeof(Word));
   CopyReversedPlainly<Word>(out + done, in + done, count - done / sizeof(Word));
 }
 
@@ -49,7 +52,7 @@ inline void CopyReversed(void* destination, const void* source, std::size_t coun
 inline void CopyBytes(void* destination, const void* source, std::size_t bytes) {
   constexpr bool kHasWideCopy = sizeof(void*) >= 8;
   constexpr std::size_t kFewest = 512;
-  constexpr std::size_t kCached = std::size_t{1} << 19;
+  constexpr std::size_t kCached = 0x80000;
   auto* out = static_cast<unsigned char*>(destination);
   auto* in = static_cast<const unsigned char*>(source);
   std::size_t done = 0;

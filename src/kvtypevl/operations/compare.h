@@ -34,12 +34,12 @@ inline int OrderBytes(const unsigned char* a, const unsigned char* b) {
 }
 
 // Orders the elements at `a` and `b`, both in `format`. A row whose stored form orders by a rule of
-// its own says so with OrderStored, one that orders by its stored bytes with kStoredBytesOrder.
+// its own says so with OrderStored, one that orders by its stored bytes with StoredBytesOrder.
 template <class Row>
 inline int OrderElements(const unsigned char* a, const unsigned char* b, Format format,
                          unsigned short cmpOp) {
   using Codec = typename Row::Codec;
-  if constexpr (requires { Row::kStoredBytesOrder; }) {
+  if constexpr (requires { typename Row::StoredBytesOrder; }) {
     static_assert(Codec::OrdersAsBytes(false) && Codec::OrdersAsBytes(true));
     if (!format.IsMemory()) return OrderBytes<Codec::kStoredWidth>(a, b);
   }
@@ -59,8 +59,6 @@ template <class Row>
   const unsigned stride = Row::Codec::Stride(format);
   const unsigned visible =
       std::min(VisibleElements(length1, stride, count), VisibleElements(length2, stride, count));
-  // A run may be longer in bytes than 32 bits count; what is scanned at once is not.
-  constexpr unsigned kMostAtOnce = (1u << 30) / Row::Codec::kMemoryWidth;
   // The last visible element may end outside its buffer, so it is not part of the byte scan.
   unsigned left = visible - 1;
   const auto pass = [&](unsigned elements) {
@@ -69,11 +67,9 @@ template <class Row>
     left -= elements;
   };
   while (left != 0) {
-    const unsigned scanned = std::min(left, kMostAtOnce);
-    const std::size_t different = FirstDifference(a, b, std::size_t{scanned} * stride);
-    const auto equal = static_cast<unsigned>(different / stride);
-    pass(equal);
-    if (equal == scanned) continue;
+    const std::size_t different = FirstDifference(a, b, std::size_t{left} * stride);
+    pass(static_cast<unsigned>(different / stride));
+    if (left == 0) break;
     const int order = OrderElements<Row>(a, b, format, cmpOp);
     if (order != 0) return order;
     pass(1);

@@ -157,8 +157,8 @@ void InMemoryBlocks(const KeyedRun& run, unsigned storedWidth, Walk walk) {
     walk(static_cast<const unsigned char*>(run.values), run.count);
     return;
   }
-  constexpr unsigned kBlock = 4096 / sizeof(Value);
-  alignas(16) unsigned char block[kBlock * sizeof(Value)];
+  alignas(Value) unsigned char block[4096];
+  constexpr unsigned kBlock = sizeof block / sizeof(Value);
   const unsigned char byteOrder = run.format.IsReversed() ? kSwapped : kAsInMemory;
   const auto* stored = static_cast<const unsigned char*>(run.values);
   for (unsigned done = 0; done < run.count;) {

@@ -212,7 +212,7 @@ struct ClassIdKey {
   using Members = ClassIdCodec;
   static constexpr KeyStep kStep = KeyStep::kPlusOne;
   static constexpr unsigned kWidth = 4;
-  static constexpr unsigned kNullWidth = 4;
+  static constexpr unsigned kNullWidth = kWidth;
   static constexpr o_u8b kNullPlace = 0;
   static void Write(unsigned char* key, const Value& id) {
     PutWord(key, (std::uint32_t{id.classNo} << 16 | id.version) + 1);
@@ -286,7 +286,7 @@ struct RefRow : NumberedRow<KvRef> {
 };
 
 struct ClassIdRow : IdentityRow<KvClassId> {
-  static constexpr bool kKeyIsLinear = true;
+  using KeyIsLinear = void;
   using Codec = ClassIdCodec;
   using SortKey = ClassIdKey;
 

@@ -57,19 +57,19 @@ template <class Scalar, unsigned width>
     LoadLanes<width>(b, at + width);
     LoadLanes<width>(c, at + 2 * width);
     LoadLanes<width>(d, at + 3 * width);
-    ChooseLanes<width, 2, 2, 2, 2>(e, a, b);
-    ChooseLanes<width, 2, 2, 2, 2>(f, c, d);
-    ChooseLanes<width, 0, 2, 0, 2>(flags, e, f);
-    ChooseLanes<width, 0, 1, 0, 1>(e, a, b);
-    ChooseLanes<width, 0, 1, 0, 1>(f, c, d);
-    ChooseLanes<width, 0, 2, 0, 2>(keys, e, f);  // low
-    ChooseLanes<width, 1, 3, 1, 3>(a, e, f);     // high
+    ChooseLanes<width, 2, 2>(e, a, b);
+    ChooseLanes<width, 2, 2>(f, c, d);
+    ChooseLanes<width, 0, 2>(flags, e, f);
+    ChooseLanes<width, 0, 1>(e, a, b);
+    ChooseLanes<width, 0, 1>(f, c, d);
+    ChooseLanes<width, 0, 2>(keys, e, f);  // low
+    ChooseLanes<width, 1, 3>(a, e, f);     // high
     keys ^= a;
   } else {
     LoadLanes<width>(a, at);
     LoadLanes<width>(b, at + width);
-    ChooseLanes<width, 0, 2, 0, 2>(keys, a, b);
-    ChooseLanes<width, 1, 3, 1, 3>(flags, a, b);
+    ChooseLanes<width, 0, 2>(keys, a, b);
+    ChooseLanes<width, 1, 3>(flags, a, b);
   }
   flags &= 0xFF;
 }

@@ -118,7 +118,7 @@ struct ScalarRow {
   static constexpr KvSizeFunc Size = storage.size;
   static constexpr ScalarText kText = text;
 
-  static constexpr bool kKeyIsLinear = true;
+  using KeyIsLinear = void;
   static double Position(T value) { return static_cast<double>(value); }
 
   static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {

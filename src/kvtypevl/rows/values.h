@@ -48,7 +48,7 @@ using SealCodec = Codec<KvSeal, HighestFirst<&KvSeal::high>, HighestFirst<&KvSea
 struct Int64Row {
   using Codec = Int64Codec;
   using SortKey = MemberKey<kv::Codec<KvInt64, At<&KvInt64::high>, At<&KvInt64::low>>>;
-  static constexpr bool kKeyIsLinear = true;
+  using KeyIsLinear = void;
   static constexpr const char* kFormat = default_format::kInt64;
 
   static int Order(const KvInt64& a, const KvInt64& b, unsigned short) {
@@ -74,7 +74,7 @@ struct BooleanKey {
   using Members = BooleanCodec;
   static constexpr KeyStep kStep = KeyStep::kBoolean;
   static constexpr unsigned kWidth = 1;
-  static constexpr unsigned kNullWidth = 1;
+  static constexpr unsigned kNullWidth = kWidth;
   static constexpr o_u8b kNullPlace = 0;
   static void Write(unsigned char* key, Value truth) {
     const unsigned turned = truth.value ^ 0x80u;
@@ -92,7 +92,7 @@ struct BooleanKey {
 struct BooleanRow {
   using Codec = BooleanCodec;
   using SortKey = BooleanKey;
-  static constexpr bool kKeyIsLinear = true;
+  using KeyIsLinear = void;
   static constexpr const char* kFormat = default_format::kNone;
 
   static int Order(const KvBoolean& a, const KvBoolean& b, unsigned short) {
@@ -118,7 +118,7 @@ struct SealRow {
 
   // Stored seals give the difference of the first bytes that differ, those in memory that of the
   // first words.
-  static constexpr bool kStoredBytesOrder = true;
+  using StoredBytesOrder = void;
   static int Order(const KvSeal& a, const KvSeal& b, unsigned short);
   // The words as the stored form has them in two 4-byte places, the second half filled.
   static unsigned Key(const KvSeal& seal) {
