@@ -82,7 +82,7 @@ void Try(const World& world, std::string_view text) {
   RequireSamePredicates(world.table, query);
   MapSnapshot snapshot(world.entries);
   const Plan plan = MakePlan(snapshot, world.table, query);
-  for (const double estimate : plan.estimates) Require(estimate <= 1);
+  for (const auto& estimate : plan.estimates) Require(!estimate || estimate->fraction <= 1);
   std::multiset<std::string> expected;
   for (const auto& [key, value] : world.entries) {
     if (key[0] != kRecordTag) continue;

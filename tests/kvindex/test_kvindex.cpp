@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "commands.h"
 #include "csv_reader.h"
 #include "input.h"
 #include "load.h"
@@ -51,24 +52,35 @@ std::string Lines(unsigned count, const std::string& day) {
   return lines;
 }
 
+// What `work` writes to stdout and stderr, which goes to a file.
+template <class Work>
+std::string Told(const std::string& file, Work work) {
+  std::fflush(stdout);
+  const int before[] = {dup(STDOUT_FILENO), dup(STDERR_FILENO)};
+  const int to = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  for (const int each : {STDOUT_FILENO, STDERR_FILENO}) dup2(to, each);
+  work();
+  std::fflush(stdout);
+  for (const int each : {STDOUT_FILENO, STDERR_FILENO}) dup2(before[each - 1], each);
+  for (const int each : {to, before[0], before[1]}) close(each);
+  return ReadWhole(file);
+}
+
 // How many lines were read, records written, there already and bad, and how many lines stderr got;
 // the fault of a store that fails.
-std::string Loaded(MapStore& store, const std::string& file, bool replace = false) {
-  const int before = dup(STDERR_FILENO);
-  const std::string said = file + ".said";
-  dup2(open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+std::string Loaded(MapStore& store, const std::string& file, bool replace = false,
+                   const Table& table = People()) {
   std::string result;
-  try {
-    const LoadCounts counts =
-        LoadFile(store, People(), {.file = file, .badFile = file + ".bad", .replace = replace});
-    result = std::to_string(counts.lines) + " " + std::to_string(counts.records) + " " +
-             std::to_string(counts.there) + " " + std::to_string(counts.bad);
-  } catch (const engines::StoreError& error) {
-    result = error.what();
-  }
-  dup2(before, STDERR_FILENO);
-  close(before);
-  const std::string lines = ReadWhole(said);
+  const std::string lines = Told(file + ".said", [&] {
+    try {
+      const LoadCounts counts =
+          LoadFile(store, table, {.file = file, .badFile = file + ".bad", .replace = replace});
+      result = std::to_string(counts.lines) + " " + std::to_string(counts.records) + " " +
+               std::to_string(counts.there) + " " + std::to_string(counts.bad);
+    } catch (const engines::StoreError& error) {
+      result = error.what();
+    }
+  });
   return result + ", " + std::to_string(std::count(lines.begin(), lines.end(), '\n'));
 }
 
@@ -123,7 +135,10 @@ TEST_CASE("the definition of a table comes back, and a damaged one is refused") 
 }
 
 TEST_CASE("a load keeps within the engine's limits, whatever they are") {
-  const File file(Lines(60, "2024-01-01"));
+  const File file("1\n2\n3\n");
+  MapStore two;
+  two.limits.batchWrites = 2;  // a record without entries, and the mark
+  CHECK(Loaded(two, file.name, false, MakeTable("id:o_u4b", "id", {})) == "3 3 0 0, 0");
   for (const bool atomic : {true, false}) {
     for (const std::size_t writes : {7U, 8U, 9U, 11U, 30U}) {
       for (const std::size_t bytes : {700U, 5000U}) {
@@ -233,6 +248,12 @@ TEST_CASE("a load that broke off goes on behind its last batch") {
 }
 
 TEST_CASE("a file is the same again by its size and its first 64 KiB") {
+  MapStore marked;
+  marked.left = 1;
+  const File letter("a");
+  Loaded(marked, letter.name);
+  // The published FNV-1a of "a": a load that another release began is found.
+  CHECK(marked.entries.begin()->first == std::string("\0load1-12638187200555641996", 27));
   std::string content = "1,2024-01-01,a,\"[1,2]\"\n";
   while (content.size() < 70000) content += "bad\n";
   for (const std::size_t changed : {65535U, 65536U}) {
@@ -249,6 +270,29 @@ TEST_CASE("a file is the same again by its size and its first 64 KiB") {
   }
 }
 
+TEST_CASE("the program's verdict is its status, until all is repaired") {
+  const std::string folder =
+      std::filesystem::temp_directory_path() / ("kv_test_verify" + std::to_string(getpid()));
+  const std::string url = "lmdb:" + folder;
+  int status = 0;
+  const auto told = [&](std::vector<std::string> words) {
+    std::vector<char*> all;
+    words.insert(words.begin(), "kvindex");
+    for (std::string& word : words) all.push_back(word.data());
+    return Told(folder + ".said",
+                [&] { status = RunProgram(KvIndex(), static_cast<int>(all.size()), all.data()); });
+  };
+  CHECK(told({"create", url, "--schema", "id:o_u1b", "--key", "id", "--index", "id"}) == "");
+  engines::OpenStore(url, {})->Put("\x02z", "");
+  const std::string fault = "kvindex: verify: index id: entry 027a has no record\n";
+  const std::string counts = "0 records, 1 entries, 1 faults";
+  CHECK((told({"verify", url}) == fault + counts + "\n" && status == 1));
+  CHECK((told({"verify", url, "--repair"}) == fault + counts + ", 1 repaired\n" && status == 0));
+  CHECK((told({"verify", url}) == "0 records, 0 entries, 0 faults\n" && status == 0));
+  std::filesystem::remove_all(folder);
+  std::filesystem::remove(folder + ".said");
+}
+
 TEST_CASE("neither readers nor lines at fault keep memory") {
   std::string text;
   for (int i = 0; i < 40; ++i) text += std::string(5000, 'x') + (i == 39 ? "\n" : "\"\n");
@@ -262,6 +306,26 @@ TEST_CASE("neither readers nor lines at fault keep memory") {
     each = mallinfo2().uordblks + mallinfo2().hblkhd;
   }
   CHECK(used[1] < used[0] + 50000);
+}
+
+TEST_CASE("a load tells its rate and the time left, as much as fits") {
+  LoadSpan span{500, 300, 600, 400, 1000, 91};
+  const std::string rest = " 60 %, 1:31 left", rate = "3 a second, " + rest;
+  const std::string whole = "kvindex: load: 500 lines, " + rate;
+  for (const auto& [columns, text] :
+       std::vector<std::pair<std::size_t, std::string>>{{std::string::npos, whole},
+                                                        {whole.size() + 1, whole},
+                                                        {whole.size(), rate},
+                                                        {rate.size() + 1, rate},
+                                                        {rate.size(), rest},
+                                                        {17, rest},
+                                                        {16, rest.substr(0, 15)}}) {
+    CHECK(ProgressText(span, columns) == text);
+  }
+  span.offset = 2000;  // the file has grown
+  CHECK(ProgressText(span, 20) == "200 %, 0:00 left");
+  span.size = 0;
+  CHECK(ProgressText(span, 99) == "kvindex: load: 500 lines, 3 a second");
 }
 
 TEST_CASE("a damaged index is told entry by entry, and mended") {
@@ -324,6 +388,8 @@ TEST_CASE("a damaged index is told entry by entry, and mended") {
   store.entries = sound;
   for (const std::string& key : keys)
     if (key[0] > 1) store.entries.erase(key);
-  CHECK(Verdict(store, true).starts_with("300 0 900 900\n" + std::string("record ") + hex(first)));
+  const std::string verdict = Verdict(store, true);
+  CHECK(verdict.starts_with("300 0 900 900\n" + std::string("record ") + hex(first)));
+  CHECK(std::count(verdict.begin(), verdict.end(), '\n') == 1 + 20);
   CHECK(store.entries == sound);
 }

@@ -175,37 +175,6 @@ class EveryEngine(KvIndexTest):
                 before = url
         self.assertEqual(parsed(self.good("dump", before)), sorted(rows, key=by_key))
 
-    def test_texts_are_found_as_their_language_sorts_them(self):
-        url = "lmdb:" + self.path("texts")
-        self.good("create", url, "--schema", "id:o_u4b,day:KvDate,name:KvString/german",
-                  "--key", "name,day", "--index", "day")
-        names = ["Müller", "Mühe", "mühe", "Muhe", "Mu", "Mücke", "Zug", "Zürich", "zart", "100%",
-                 "{x}", "C:\\temp", "Maße", "Masse", "a b", "żółw", "日本"]
-        self.good("load", url, "-", stdin="".join(f"{number},2024-{1 + number % 12:02}-01,{name}\n"
-                                                  for number, name in enumerate(names)))
-
-        def found(text):
-            return [row[2] for row in csv.reader(io.StringIO(self.good("query", url, text)))][1:]
-
-        self.assertEqual(found("name like 'Mü%'"), ["Mücke", "Mühe", "Müller"])
-        self.assertEqual(found("name like 'M%e'"), ["Masse", "Maße", "Mücke", "Muhe", "Mühe"])
-        self.assertEqual(found("name like 'Z_g'"), ["Zug"])
-        self.assertEqual(found("name like '%\\%'"), ["100%"])
-        self.assertEqual(found("name = '100%'"), ["100%"])
-        self.assertEqual(found("name = 'C:\\temp'"), ["C:\\temp"])
-        self.assertEqual(found("name > 'zart' and name < 'Zürich'"), ["żółw", "Zug"])
-        self.assertEqual(found("name like '日%'"), ["日本"])
-        self.assertEqual(found("day >= 2024-01-01 and day < 2025-01-01 and name like 'Mü%'"),
-                         ["Mücke", "Mühe", "Müller"])
-        plan = self.good("query", url, "name like 'Mü%'", "--explain")
-        self.assertIn("plan       walk a range of the key\n", plan)
-        self.assertIn(f" of {len(names)} entries\nhits       3\n", plan)
-        dump = self.good("dump", url)
-        self.assertEqual(sorted(row[2] for row in csv.reader(io.StringIO(dump)))[1:-1],
-                         sorted([*names, "name"])[1:-1])
-        self.assertEqual(self.good("verify", url), f"{len(names)} records, {len(names)} entries, "
-                                                   "0 faults\n")
-
 
 @needs_kvindex
 class BadInput(KvIndexTest):

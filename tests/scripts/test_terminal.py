@@ -92,11 +92,12 @@ class Terminal(unittest.TestCase):
     def test_a_table_that_just_fits_is_not_folded(self):
         lines = kvtm("record", SCHEMA, DAMAGED)[1].splitlines()
         table = [line[:lines[0].index("remarks")].rstrip() for line in lines]
-        width = max(map(len, table))
-        for columns in (width, width - 1):
-            _, screen = self.run_in(columns, KVTM, "record", SCHEMA, DAMAGED, NO_COLOR="1")
-            seen = {line.rstrip() for line in screen.splitlines()}
-            self.assertEqual(set(table) <= seen, columns == width)
+        for shown in (table, lines):
+            width = max(map(len, shown))
+            for columns in (width, width - 1):
+                _, screen = self.run_in(columns, KVTM, "record", SCHEMA, DAMAGED, NO_COLOR="1")
+                seen = {line.rstrip() for line in screen.splitlines()}
+                self.assertEqual(set(shown) <= seen, columns == width)
 
     def test_colours_where_they_are_wanted_alone(self):
         _, screen = self.run_in(200, KVTM, "record", SCHEMA, DAMAGED, NO_COLOR="1")

@@ -31,6 +31,7 @@ TEST_CASE("the nearest names are those of the fewest edits") {
   for (const auto& [text, names, nearest] :
        std::vector<std::tuple<std::string, std::vector<std::string>, std::string>>{
            {"abcdef", {"abcxyz", "abwxyzf", "wxydef"}, "abcxyz or wxydef"},
+           {"ABYZ", {"abyz", "abyy"}, "abyz"},
            {"abcdef", {"uvwxef", "ABCDE", "abcdeg", "zzzzzz"}, "ABCDE or abcdeg"},
            {"ABCDEF",
             {"abcef", "bcdef", "xabcdef", "abcdefg", "acdef"},

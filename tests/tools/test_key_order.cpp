@@ -26,7 +26,10 @@ Order OrderOf(const Keys& keys, KeyOrder how) {
     const std::vector<unsigned char> bytes(keys[i].begin(), keys[i].end());
     lists[i / 7 % lists.size()].Add(bytes, i);
   }
-  return OrderOfKeys(lists, how);
+  std::size_t reported = 0;
+  const Order order = OrderOfKeys(lists, how, [&](std::size_t more) { reported += more; });
+  CHECK((reported <= keys.size() && reported + 70 > keys.size()));
+  return order;
 }
 
 Order StableOrder(const Keys& keys, KeyOrder how) {
@@ -87,6 +90,15 @@ TEST_CASE("as many keys as are parted into buckets, with a beginning in common o
   }
 }
 
+TEST_CASE("keys that differ from each bit of a byte on") {
+  for (const int highest : {0, 1, 2, 3, 4, 5, 6, 7}) {
+    Keys keys = RandomKeys(300, 12, 200);
+    for (std::string& key : keys)
+      key.insert(0, 1, static_cast<char>(key[0] & ((2 << highest) - 1)));
+    CHECK(OrderOf(keys, {}) == StableOrder(keys, {}));
+  }
+}
+
 TEST_CASE("keys that differ behind a long beginning") {
   for (const KeyOrder& how : kEvery) {
     for (const std::size_t alike : {500U, 511U, 512U, 513U, 5000U, 400000U, 3000000U}) {
@@ -128,6 +140,14 @@ TEST_CASE("every item is worked on once, and all are reported") {
     CHECK(workersFit);
     CHECK(reported == count);
   }
+  std::atomic<bool> began = false;
+  unsigned reports = 0;
+  const auto wait = [&](std::size_t, unsigned worker) {
+    if (worker == 0) began = true;
+    while (!began) std::this_thread::yield();
+  };
+  ForEachItem(100, wait, [&](std::size_t) { ++reports; });
+  CHECK(reports > 1);  // not at the end alone
   const auto fail = [](std::size_t item, unsigned) {
     if (item == 7) throw std::runtime_error("seven");
   };

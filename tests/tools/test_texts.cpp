@@ -70,7 +70,8 @@ TEST_CASE("what a terminal must not see is escaped, and reads back") {
     if (Printable(text) != (hides ? escape : text)) CHECK(unit == 0x10000);
     if (Unescaped(Escaped(text, true)) != text) CHECK(unit == 0x20000);
   }
-  CHECK(Escaped("a\\b\xff\xF0\xA2\x80\x8B", true) == "a\\\\b\\xff\xF0\xA2\x80\x8B");
+  CHECK(Escaped("a\\b\xff\xF0\xA2\x80\x8B\xF0\x90\x80\x8A", true) ==
+        "a\\\\b\\xff\xF0\xA2\x80\x8B\xF0\x90\x80\x8A");
   CHECK(Escaped("a\\b", false) == "a\\b");
   for (const auto& each : std::vector<std::pair<std::string, std::string>>{
            {"\\n\\r\\t\\x41\\u20aC", "\n\r\tA\u20ac"},
@@ -84,6 +85,7 @@ TEST_CASE("what a terminal must not see is escaped, and reads back") {
   const std::string s39(39, 's');
   CHECK(Quoted(s39 + "t") == "'" + s39 + "t'");
   CHECK(Quoted(s39 + "tu") == "'" + s39 + "t...'");
+  CHECK(Quoted(std::string(50, '\x80')) == "'...'");
   CHECK(Quoted(s39 + "\u00e9") == "'" + s39 + "...'");
   CHECK(Counted(0, "one", "many") + Counted(1, "one", "many") + Counted(2, "one", "many") ==
         "0 many1 one2 many");

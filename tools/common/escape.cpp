@@ -1,5 +1,6 @@
 #include "escape.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 
@@ -49,12 +50,13 @@ std::string Escaped(std::string_view utf8, bool backslashToo) {
     unsigned short character = 0;
     const int length =
         KvMultiByte2WChar(&character, utf8.data(), static_cast<unsigned>(utf8.size()));
-    const std::size_t taken = length > 0 ? static_cast<std::size_t>(length) : 1;
-    if (length <= 0) {
+    const auto taken = static_cast<std::size_t>(std::max(length, 1));
+    const bool hasUnit = length <= 3;  // a longer one has more bits than `character`
+    if (length < 0) {
       AppendCode(escaped, "\\x%02x", static_cast<unsigned char>(utf8.front()));
-    } else if (length <= 3 && IsControl(character)) {
+    } else if (hasUnit && IsControl(character)) {
       AppendCode(escaped, "\\x%02x", character);
-    } else if (length <= 3 && IsTrap(character)) {
+    } else if (hasUnit && IsTrap(character)) {
       AppendCode(escaped, "\\u%04x", character);
     } else {
       if (character == '\\' && backslashToo) escaped += '\\';

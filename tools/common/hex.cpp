@@ -6,11 +6,13 @@
 
 namespace {
 
+constexpr int kNone = -1;
+
 int DigitOf(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
+  return kNone;
 }
 
 bool IsBetweenBytes(char c) {
@@ -20,7 +22,7 @@ bool IsBetweenBytes(char c) {
 // 0x, with digits behind it.
 bool IsPrefix(std::string_view text) {
   return (text.starts_with("0x") || text.starts_with("0X")) && text.size() > 2 &&
-         DigitOf(text[2]) >= 0;
+         DigitOf(text[2]) != kNone;
 }
 
 constexpr std::size_t kDumpOffsetDigits = 8;  // of xxd and hexdump, at least
@@ -28,7 +30,7 @@ constexpr std::size_t kDumpOffsetDigits = 8;  // of xxd and hexdump, at least
 // The length of a dump line's offset with what ends it, 0 when the line is no such one.
 std::size_t DumpOffset(std::string_view line) {
   std::size_t digits = 0;
-  while (digits < line.size() && DigitOf(line[digits]) >= 0) ++digits;
+  while (digits < line.size() && DigitOf(line[digits]) != kNone) ++digits;
   if (digits < kDumpOffsetDigits) return 0;
   const std::string_view rest = line.substr(digits);
   if (rest.starts_with(": ")) return digits + 2;                          // xxd
@@ -64,26 +66,26 @@ std::string ToHex(const unsigned char* bytes, std::size_t count) {
 }
 
 void AppendHex(std::string_view text, Bytes& bytes) {
-  int high = -1;
+  int high = kNone;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (high < 0 && IsBetweenBytes(text[i])) continue;
-    if (high < 0 && IsPrefix(text.substr(i))) {
+    if (high == kNone && IsBetweenBytes(text[i])) continue;
+    if (high == kNone && IsPrefix(text.substr(i))) {
       ++i;
       continue;
     }
     const int digit = DigitOf(text[i]);
-    if (digit < 0) {
+    if (digit == kNone) {
       FailValue(Quoted(text.substr(i, 1)) + " is no hex digit, at offset " + std::to_string(i) +
                 " of " + Quoted(text));
     }
-    if (high < 0) {
+    if (high == kNone) {
       high = digit;
     } else {
       bytes.push_back(static_cast<unsigned char>(high << 4 | digit));
-      high = -1;
+      high = kNone;
     }
   }
-  if (high >= 0)
+  if (high != kNone)
     FailValue("a byte takes two hex digits, the last one of " + Quoted(text) + " has one");
 }
 
@@ -93,7 +95,7 @@ void AppendHexDump(std::string_view text, Bytes& bytes) {
   while (!text.empty()) {
     const std::string_view line = TakeLine(text);
     // The last line of hexdump is the size alone.
-    if (const std::size_t start = DumpOffset(line); start > 0) {
+    if (const std::size_t start = DumpOffset(line); start != 0) {
       AppendHex(DumpBytes(line, start), bytes);
     } else if (line.find_first_not_of("0123456789abcdefABCDEF") != std::string_view::npos) {
       FailValue("not a line of a dump: " + Quoted(line));

@@ -156,8 +156,8 @@ class KeyTable {
       return bits == 0 ? 0 : static_cast<std::size_t>(entry.word >> (64 - bits));
     };
     ForEachKey(lists, [&](const Entry& entry) { ++begins_[bucketOf(entry) + 1]; });
-    for (std::size_t i = 1; i < begins_.size(); ++i) begins_[i] += begins_[i - 1];
-    std::vector<std::size_t> next(begins_.begin(), begins_.end() - 1);
+    std::partial_sum(begins_.begin(), begins_.end(), begins_.begin());
+    std::vector<std::size_t> next = begins_;
     ForEachKey(lists, [&](const Entry& entry) { entries_[next[bucketOf(entry)]++] = entry; });
   }
 
@@ -213,7 +213,7 @@ class KeyTable {
   // Sorts keys that agree in their first `depth` bytes and have the next ones as words.
   void SortWords(Entries entries, std::size_t depth) {
     std::uint64_t differing = 0;
-    for (const Entry& entry : entries) differing |= entry.word ^ entries[0].word;
+    for (const Entry& entry : entries) differing |= entry.word ^ entries.front().word;
     SortDigits(entries, differing);
     for (auto begin = entries.begin(); begin != entries.end();) {
       FetchAhead(entries, begin);

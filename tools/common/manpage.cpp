@@ -3,6 +3,7 @@
 // The help texts are plain: paragraphs, and lines that are shown as they are because they are
 // indented or have columns. The first become filled text, the others examples.
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 #include "kv.h"
@@ -114,7 +115,7 @@ std::string CommandPart(const Program& program, const Command& command) {
 std::string ManPage(const Program& program) {
   const std::string name = program.name;
   std::string upper = name;
-  for (char& c : upper) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c);
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   std::string page = ".TH " + upper + " 1 " + program.date + " \"" + program.version() +
                      "\"\n.SH NAME\n" + name + " \\- " + Escaped(program.summary) +
                      "\n.SH SYNOPSIS\n" + Bold(name) +

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "numbers.h"
+
 namespace {
 
 constexpr std::size_t kFarthest = 3;  // edits of a name that is still a misspelling
@@ -10,9 +12,7 @@ constexpr std::size_t kLongestLookedAt = 40;
 
 std::string Lowered(std::string_view text) {
   std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  }
+  for (char& c : lowered) c = LowerAscii(c);
   return lowered;
 }
 

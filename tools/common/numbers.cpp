@@ -5,10 +5,6 @@
 
 namespace {
 
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
@@ -22,6 +18,10 @@ bool TakeSign(std::string_view& text) {
 }
 
 }  // namespace
+
+char LowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
 
 std::string_view TrimBlanks(std::string_view text) {
   static constexpr std::string_view kBlanks = " \t\r\n\v\f";

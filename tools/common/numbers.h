@@ -8,7 +8,7 @@
 
 enum class NumberFault { kNone, kNotANumber, kOutOfRange };
 
-// A whole number in [least, greatest], as its 64-bit pattern.
+// A whole number in [least, greatest], `least` being no more than 0, as its 64-bit pattern.
 NumberFault ReadInteger(std::string_view text, long long least, unsigned long long greatest,
                         unsigned long long& bits);
 
@@ -16,6 +16,8 @@ NumberFault ReadInteger(std::string_view text, long long least, unsigned long lo
 std::string ShortestText(float number);
 
 std::string_view TrimBlanks(std::string_view text);
+
+char LowerAscii(char c);
 
 // Equal apart from the case of ASCII letters.
 bool EqualsIgnoringCase(std::string_view a, std::string_view b);

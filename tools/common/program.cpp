@@ -17,10 +17,11 @@ constexpr std::size_t kColumns = 96;
 
 std::string Indented(const std::string& text, std::size_t blanks) {
   std::string indented;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    indented += text[i];
-    const bool lineFollows = i + 1 < text.size() && text[i + 1] != '\n';
-    if (text[i] == '\n' && lineFollows) indented.append(blanks, ' ');
+  char before = ' ';
+  for (const char c : text) {
+    if (before == '\n' && c != '\n') indented.append(blanks, ' ');
+    indented += c;
+    before = c;
   }
   return indented;
 }
@@ -223,7 +224,8 @@ int RunProgram(const Program& program, int argc, char** argv) {
     exitStatus = kExitBadValue;
     error = "not enough memory";
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  std::fflush(stdout);
+  if (std::ferror(stdout) != 0) {
     exitStatus = kExitBadValue;
     if (error.empty()) error = "the output could not be written";
   }

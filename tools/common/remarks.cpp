@@ -67,23 +67,16 @@ std::vector<std::string> RemarksOn(char id, void* value, const Bytes& stored, un
   std::vector<std::string> remarks;
   if (stored.empty()) return remarks;
   const TypeFacts& facts = FactsOf(id);
-  switch (facts.kind) {
-    case TextKind::kString:
-      OnBlock(*static_cast<KvString*>(value), stored, language, place, remarks);
-      break;
-    case TextKind::kPlainString:
-      OnBlock(KvString(), stored, kDefaultLanguage, place, remarks);
-      break;
-    case TextKind::kBoolean:
-      if (stored[0] > 1 && stored[0] != 0xFF) {
-        remarks.push_back("byte " + HexByte(stored[0]) + " counts as true and prints as FALSE");
-      }
-      break;
-    case TextKind::kPattern:
-      OnDate(id, value, stored, order, remarks);
-      break;
-    default:
-      break;
+  if (facts.kind == TextKind::kString) {
+    OnBlock(*static_cast<KvString*>(value), stored, language, place, remarks);
+  } else if (facts.kind == TextKind::kPlainString) {
+    OnBlock(KvString(), stored, kDefaultLanguage, place, remarks);
+  } else if (facts.kind == TextKind::kBoolean) {
+    if (stored[0] > 1 && stored[0] != 0xFF) {
+      remarks.push_back("byte " + HexByte(stored[0]) + " counts as true and prints as FALSE");
+    }
+  } else if (facts.kind == TextKind::kPattern) {
+    OnDate(id, value, stored, order, remarks);
   }
   if (facts.IsNullableScalar()) OnIndicator(stored, remarks);
   return remarks;

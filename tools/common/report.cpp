@@ -16,13 +16,7 @@ std::size_t ColumnsOf(std::string_view utf8) {
 }
 
 std::string CsvField(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-  std::string quoted = "\"";
-  for (const char c : text) {
-    if (c == '"') quoted += '"';
-    quoted += c;
-  }
-  return quoted + "\"";
+  return text.find_first_of(",\"\r\n") == std::string::npos ? text : CsvText(text);
 }
 
 std::string CsvLine(const std::vector<std::string>& fields) {
@@ -41,7 +35,7 @@ std::vector<std::string> TextsOf(const std::vector<Cell>& row) {
   return texts;
 }
 
-void PrintCsv(const Table& table) {
+void PrintCsv(const TextTable& table) {
   static bool headed = false;  // a batch of lines has one header
   std::string csv = headed ? "" : CsvLine(table.columns);
   headed = true;
@@ -49,7 +43,7 @@ void PrintCsv(const Table& table) {
   Print(csv);
 }
 
-std::string JsonObject(const Table& table, const std::vector<Cell>& row) {
+std::string JsonObject(const TextTable& table, const std::vector<Cell>& row) {
   std::string json = "{";
   for (std::size_t i = 0; i < row.size(); ++i) {
     json += (i == 0 ? "" : ", ") + JsonText(table.columns[i]) + ": " + row[i].json;
@@ -87,6 +81,15 @@ std::string JsonText(std::string_view utf8) {
     }
   }
   return json + "\"";
+}
+
+std::string CsvText(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (c == '"') quoted += '"';
+    quoted += c;
+  }
+  return quoted + "\"";
 }
 
 Cell TextCell(const std::string& text) {
@@ -149,7 +152,7 @@ std::string Folded(std::string_view line, std::size_t columns, std::string first
   return folded;
 }
 
-void PrintJsonOrCsv(const Table& table, Output output) {
+void PrintJsonOrCsv(const TextTable& table, Output output) {
   if (output == Output::kCsv) return PrintCsv(table);
   std::string json = "[";
   for (const std::vector<Cell>& row : table.rows) {
@@ -158,14 +161,14 @@ void PrintJsonOrCsv(const Table& table, Output output) {
   Print(json + "]\n");
 }
 
-void PrintTable(const Table& table, Output output) {
+void PrintTable(const TextTable& table, Output output) {
   if (output != Output::kText) return PrintJsonOrCsv(table, output);
   std::vector<std::vector<std::string>> rows = {table.columns};
   for (const std::vector<Cell>& row : table.rows) rows.push_back(TextsOf(row));
   Print(Aligned(rows));
 }
 
-void PrintCard(const Table& table, Output output) {
+void PrintCard(const TextTable& table, Output output) {
   const std::vector<Cell>& only = table.rows.front();
   if (output == Output::kJson) return Print(JsonObject(table, only) + "\n");
   if (output == Output::kCsv) return PrintCsv(table);

@@ -18,6 +18,9 @@ Output OutputOf(const Arguments& arguments);
 // A text in quotes, escaped as JSON has it.
 std::string JsonText(std::string_view utf8);
 
+// A text in quotes, as CSV has it.
+std::string CsvText(std::string_view text);
+
 // A field of a row: how it reads, and its JSON.
 struct Cell {
   std::string text;
@@ -27,16 +30,16 @@ Cell TextCell(const std::string& text);
 Cell NumberCell(const std::string& number);
 Cell NullCell();  // nothing, null
 
-struct Table {
+struct TextTable {
   std::vector<std::string> columns;
   std::vector<std::vector<Cell>> rows;
 };
 
 // A table as --json (an array of objects), --csv, or aligned columns under their names.
-void PrintTable(const Table& table, Output output);
+void PrintTable(const TextTable& table, Output output);
 // A table's only row: --json an object, --csv; as text one line a column, "name  value".
-void PrintCard(const Table& table, Output output);
-void PrintJsonOrCsv(const Table& table, Output output);
+void PrintCard(const TextTable& table, Output output);
+void PrintJsonOrCsv(const TextTable& table, Output output);
 
 // Aligned columns, two blanks apart.
 std::string Aligned(const std::vector<std::vector<std::string>>& rows);

@@ -85,7 +85,7 @@ class SchemaReader {
   unsigned ReadCount() {
     const std::size_t start = at_;
     unsigned long long count = 0;
-    const NumberFault fault = ReadInteger(TakeUntil("],"), 1, kLongestRun, count);
+    const NumberFault fault = ReadInteger(TakeUntil("],"), 0, kLongestRun, count);
     if (fault != NumberFault::kNone || count == 0) {
       Fail(start, "a run has 1 to " + std::to_string(kLongestRun) + " values");
     }

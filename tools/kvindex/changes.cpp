@@ -101,13 +101,6 @@ bool Changes::Apply() {
     if (batches.empty() || !limits_.atomicBatches) batches.emplace_back();
     std::move(part->begin(), part->end(), std::back_inserter(batches.back()));
   }
-  Clear();
   return std::none_of(batches.begin(), batches.end(),
                       [&](const Writes& batch) { return store_.Apply(batch).has_value(); });
-}
-
-void Changes::Clear() {
-  for (Writes* part : {&entriesIn_, &records_, &entriesOut_, &marks_}) part->clear();
-  writes_ = 0;
-  bytes_ = 0;
 }

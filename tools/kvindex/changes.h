@@ -29,13 +29,12 @@ class Changes {
   bool IsEmpty() const { return records_.empty() && marks_.empty(); }
   std::size_t Count() const { return records_.size(); }
 
-  // Applies all. False when a record was not as expected: it is there though it was to be inserted,
-  // or is another one than was to be replaced or removed. Nothing is visible then.
+  // Applies all, once. False when a record was not as expected: it is there though it was to be
+  // inserted, or is another one than was to be replaced or removed. Nothing is visible then.
   bool Apply();
 
  private:
   using Writes = std::vector<engines::Write>;
-  void Clear();
   std::string CheckedKey(const StoredRecord& record) const;
   std::vector<std::string> CheckedEntries(const StoredRecord& record, const std::string& key) const;
   void Add(Writes& to, engines::Write write);

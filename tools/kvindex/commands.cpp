@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 
 #include "catalogue.h"
 #include "changes.h"
@@ -36,12 +37,12 @@ std::unique_ptr<OrderedStore> Open(const Arguments& arguments, bool create = fal
   if (!durability.empty() && durability != "process" && durability != "machine") {
     FailUsage("--durability is process or machine, not " + Quoted(durability));
   }
-  return engines::OpenStore(
-      arguments[0],
-      {.create = create,
-       .durability =
-           durability == "process" ? engines::Durability::kProcess : engines::Durability::kMachine,
-       .patience = std::chrono::seconds(arguments.Number("timeout", 1, kMostSeconds, 10))});
+  engines::OpenOptions options{.create = create};
+  if (durability == "process") options.durability = engines::Durability::kProcess;
+  if (arguments.Has("timeout")) {
+    options.patience = std::chrono::seconds(arguments.Number("timeout", 1, kMostSeconds, 1));
+  }
+  return engines::OpenStore(arguments[0], options);
 }
 
 // The record with the key that the operands from the second on name.
@@ -96,10 +97,10 @@ void ShowPlan(engines::Snapshot& snapshot, const Table& table, const Query& quer
               const Walked& walked) {
   std::string text;
   for (std::size_t i = 0; i < query.predicates.size(); ++i) {
-    const double estimate = plan.estimates[i];
+    const std::optional<Estimate>& estimate = plan.estimates[i];
     text += "predicate  " + Printable(query.predicates[i].text) + ": ";
-    text += estimate < 0 ? "no index begins with its field\n"
-                         : "estimate " + Percent(estimate) + " of " + plan.used[i] + "\n";
+    text += estimate ? "estimate " + Percent(estimate->fraction) + " of " + estimate->index + "\n"
+                     : "no index begins with its field\n";
   }
   const std::string name =
       plan.walk.isIndex ? "index " + table.Names(table.indexes[plan.walk.index]) : "the key";
@@ -174,7 +175,8 @@ int RunQuery(const Arguments& arguments) {
     const auto store = Open(arguments);
     const Table table = LoadTable(*store);
     const Query query = ParseQuery(table, arguments[1]);
-    const unsigned limit = arguments.Number("limit", 1, 0xFFFFFFFF, 0xFFFFFFFF);
+    constexpr unsigned kMost = std::numeric_limits<unsigned>::max();
+    const unsigned limit = arguments.Number("limit", 1, kMost, kMost);
     const bool explain = arguments.Has("explain");
     const bool count = arguments.Has("count");
     const auto snapshot = store->TakeSnapshot();

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "failure.h"
+#include "report.h"
 
 namespace {
 
@@ -23,12 +24,11 @@ CsvReader::CsvReader(const std::string& file, char delimiter, unsigned long long
     : file_(file), delimiter_(delimiter), offset_(0), line_(line) {
   StartParser();
   std::string passed(kBuffer, '\0');
-  while (offset_ < offset) {
-    const auto wanted = std::min<unsigned long long>(offset - offset_, passed.size());
-    const std::size_t count = file_.Read(passed.data(), static_cast<std::size_t>(wanted));
-    if (count == 0) break;
-    offset_ += count;
-  }
+  const auto read = [&] {
+    const auto left = std::min<unsigned long long>(offset - offset_, passed.size());
+    return file_.Read(passed.data(), static_cast<std::size_t>(left));
+  };
+  while (const std::size_t count = read()) offset_ += count;
 }
 
 void CsvReader::StartParser() {
@@ -133,6 +133,7 @@ bool CsvReader::Next(CsvLine& line) {
     again_.insert(again_.begin(), further.begin(), further.end());
   }
   line.end = offset_;
+  line.next = line_;
   return true;
 }
 
@@ -140,8 +141,5 @@ std::string CsvCell(const std::string& text) {
   const bool plain = !text.empty() && text.find_first_of(",\"\r\n") == std::string::npos &&
                      std::isspace(static_cast<unsigned char>(text.front())) == 0 &&
                      std::isspace(static_cast<unsigned char>(text.back())) == 0;
-  if (plain) return text;
-  std::string quoted(2 * text.size() + 2, '\0');
-  quoted.resize(csv_write(quoted.data(), quoted.size(), text.data(), text.size()));
-  return quoted;
+  return plain ? text : CsvText(text);
 }

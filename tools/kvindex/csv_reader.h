@@ -16,6 +16,7 @@ struct CsvLine {
   std::string fault;            // what is wrong with it; empty: nothing, and there are cells
   std::string raw;              // as it stands in the file, with its end
   unsigned long long line = 0;  // number of its first line, from 1
+  unsigned long long next = 0;  // number of the line behind it
   unsigned long long end = 0;   // offset in the file behind it
 };
 

@@ -169,7 +169,7 @@ class Reader {
     CsvLine line;
     while (csv_.Next(line)) {
       batch->offset = line.end;
-      batch->line = line.line + LinesIn(line.raw);
+      batch->line = line.next;
       if (std::exchange(atBegin_, false)) {
         columns_ = ColumnsOf(table_, line);
         if (columns_.hasHeader) continue;
@@ -180,11 +180,6 @@ class Reader {
       batch = std::make_unique<Batch>(store_, table_);
     }
     if (batch->offset != 0) pipe_.Put(std::move(batch));
-  }
-
-  static unsigned long long LinesIn(const std::string& raw) {
-    const auto ends = std::count(raw.begin(), raw.end(), '\n');
-    return static_cast<unsigned long long>(std::max<std::ptrdiff_t>(ends, 1));
   }
 
   void TakeLine(Batch& batch, CsvLine& line) {
@@ -286,30 +281,15 @@ class LoadProgress {
   }
 
  private:
-  std::string TextOf(const Place& place, double passed) const {
-    const auto lines = static_cast<double>(place.counts.lines - begin_.counts.lines);
-    const std::string rate =
-        std::to_string(static_cast<unsigned long long>(lines / passed)) + " a second";
-    const std::string start =
-        "kvindex: load: " + std::to_string(place.counts.lines) + " lines, " + rate;
-    if (size_ == 0) return Fitting({start, rate});
-    const auto done = static_cast<double>(place.offset - begin_.offset);
-    const auto left = static_cast<double>(size_ - std::min(size_, place.offset));
-    const auto seconds = static_cast<unsigned long long>(left * passed / done);
-    char rest[64];
-    std::snprintf(rest, sizeof rest, "%3llu %%, %llu:%02llu left", 100 * place.offset / size_,
-                  seconds / 60, seconds % 60);
-    return Fitting({start + ", " + rest, rate + ", " + rest, rest});
-  }
-
-  // The first that leaves a column free, for a full line would wrap; else the last one's beginning.
-  std::string Fitting(const std::vector<std::string>& texts) const {
-    if (!onTerminal_) return texts.front();
-    const auto columns = static_cast<std::size_t>(TerminalColumns(STDERR_FILENO));
-    for (const std::string& text : texts) {
-      if (text.size() < columns) return text;
-    }
-    return texts.back().substr(0, columns - 1);
+  std::string TextOf(const Place& place, double seconds) const {
+    return ProgressText(
+        {.lines = place.counts.lines,
+         .linesHere = place.counts.lines - begin_.counts.lines,
+         .offset = place.offset,
+         .bytesHere = place.offset - begin_.offset,
+         .size = size_,
+         .seconds = seconds},
+        onTerminal_ ? static_cast<std::size_t>(TerminalColumns(STDERR_FILENO)) : std::string::npos);
   }
 
   Place begin_;
@@ -396,7 +376,6 @@ class Loader {
     progress_.Clear();
     return place_.counts;
   }
-  unsigned long long Line() const { return place_.line; }
 
  private:
   // Most records are new. False when one is not, or is twice in the batch.
@@ -492,6 +471,26 @@ class Loader {
 };
 
 }  // namespace
+
+std::string ProgressText(const LoadSpan& span, std::size_t columns) {
+  const double perSecond = static_cast<double>(span.linesHere) / span.seconds;
+  const std::string rate = std::to_string(static_cast<unsigned long long>(perSecond)) + " a second";
+  const std::string start = "kvindex: load: " + std::to_string(span.lines) + " lines, " + rate;
+  std::vector<std::string> texts = {start, rate};
+  if (span.size != 0) {
+    const auto left = static_cast<double>(span.size - std::min(span.size, span.offset));
+    const auto seconds =
+        static_cast<unsigned long long>(left * span.seconds / static_cast<double>(span.bytesHere));
+    char rest[64];
+    std::snprintf(rest, sizeof rest, "%3llu %%, %llu:%02llu left", 100 * span.offset / span.size,
+                  seconds / 60, seconds % 60);
+    texts = {start + ", " + rest, rate + ", " + rest, rest};
+  }
+  for (const std::string& text : texts) {
+    if (text.size() < columns) return text;
+  }
+  return texts.back().substr(0, columns - 1);
+}
 
 LoadCounts LoadFile(engines::OrderedStore& store, const Table& table, const LoadOptions& options) {
   const std::string mark = options.file == "-" ? "" : LoadMarkKey(IdentityOf(options.file));

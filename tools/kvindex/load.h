@@ -21,5 +21,18 @@ struct LoadCounts {
   unsigned long long bad = 0;
 };
 
+// How far a load has come: in all, and in this run of the program.
+struct LoadSpan {
+  unsigned long long lines;
+  unsigned long long linesHere;
+  unsigned long long offset;  // in the file
+  unsigned long long bytesHere;
+  unsigned long long size;  // of the file, 0: not known
+  double seconds;
+};
+
+// What a load says of itself, as much of it as leaves a column free: a full line would wrap.
+std::string ProgressText(const LoadSpan& span, std::size_t columns);
+
 // Loads what the file holds from where an interrupted load of it left off.
 LoadCounts LoadFile(engines::OrderedStore& store, const Table& table, const LoadOptions& options);

@@ -157,14 +157,9 @@ bool Matches(const Table& table, const Predicate& predicate, const StoredRecord&
   return (predicate.bits & bit) != 0;
 }
 
+// The end of all keys that begin so. They begin with a tag, which is never FF: there is an end.
 std::string PrefixEnd(const std::string& prefix) {
   return engines::WithPrefix(prefix).end;
-}
-
-// The end of a range of keys of which the first byte names the index: never "no end".
-std::string EndOf(const std::string& prefix, char tag) {
-  const std::string end = PrefixEnd(prefix);
-  return end.empty() ? PrefixEnd(std::string(1, tag)) : end;
 }
 
 // A constant of more bytes than a bound's length can say counts as one value.
@@ -199,23 +194,20 @@ class Planner {
 
   Plan Make() {
     Plan plan;
-    plan.estimates.assign(query_.predicates.size(), -1);
-    plan.used.assign(query_.predicates.size(), "");
+    plan.estimates.resize(query_.predicates.size());
     std::vector<Candidate> candidates = CandidatesOf(table_);
-    for (const Candidate& candidate : candidates) Estimate(candidate, plan);
-    bool hasWalk = false;
-    for (Candidate& candidate : candidates) {
-      Narrow(candidate, plan);
-      const bool better =
-          candidate.walk.isNarrowed && (!hasWalk || candidate.walk.fraction < plan.walk.fraction);
-      if (!better && &candidate != &candidates.front()) continue;
-      plan.walk = candidate.walk;
-      hasWalk = candidate.walk.isNarrowed;
-    }
+    for (const Candidate& candidate : candidates) EstimateBy(candidate, plan);
+    for (Candidate& candidate : candidates) Narrow(candidate, plan);
+    plan.walk = std::min_element(candidates.begin(), candidates.end(), IsBetter)->walk;
     return plan;
   }
 
  private:
+  static bool IsBetter(const Candidate& a, const Candidate& b) {
+    if (a.walk.isNarrowed != b.walk.isNarrowed) return a.walk.isNarrowed;
+    return a.walk.fraction < b.walk.fraction;
+  }
+
   // The stored value at one end of an index, empty where there is none.
   std::string EndValue(const Candidate& candidate, bool last) {
     Range range = engines::WithPrefix(std::string(1, candidate.tag));
@@ -242,7 +234,7 @@ class Planner {
     return record ? std::string(StoredRecord(table_, *record).Field(position)) : std::string();
   }
 
-  void Estimate(const Candidate& candidate, Plan& plan) {
+  void EstimateBy(const Candidate& candidate, Plan& plan) {
     const std::size_t position = candidate.fields[0];
     const bool asked =
         std::any_of(query_.predicates.begin(), query_.predicates.end(),
@@ -252,9 +244,8 @@ class Planner {
     std::string highest = EndValue(candidate, true);
     for (std::size_t i = 0; i < query_.predicates.size(); ++i) {
       const Predicate& predicate = query_.predicates[i];
-      if (predicate.field != position || plan.estimates[i] >= 0) continue;
-      plan.estimates[i] = Fraction(predicate, lowest, highest);
-      plan.used[i] = candidate.name;
+      if (predicate.field != position || plan.estimates[i]) continue;
+      plan.estimates[i] = {Fraction(predicate, lowest, highest), candidate.name};
     }
   }
 
@@ -285,7 +276,7 @@ class Planner {
         return;
       }
       prefix += FieldKey(table_.schema.fields[position], equal->constant);
-      walk.range = {.from = prefix, .end = EndOf(prefix, candidate.tag)};
+      walk.range = engines::WithPrefix(prefix);
       walk.isNarrowed = true;
       TakeShare(walk, plan, *equal);
     }
@@ -300,7 +291,7 @@ class Planner {
 
   void TakeShare(Walk& walk, const Plan& plan, const Predicate& predicate) const {
     const auto at = static_cast<std::size_t>(&predicate - query_.predicates.data());
-    if (plan.estimates[at] >= 0) walk.fraction *= plan.estimates[at];
+    if (plan.estimates[at]) walk.fraction *= plan.estimates[at]->fraction;
   }
 
   void NarrowToRange(Candidate& candidate, const std::string& prefix, std::size_t position,
@@ -311,28 +302,27 @@ class Planner {
     for (std::size_t i = 0; i < query_.predicates.size(); ++i) {
       const Predicate& predicate = query_.predicates[i];
       if (predicate.field != position) continue;
-      const Range range = RangeOf(candidate, prefix, predicate);
+      const Range range = RangeOf(prefix, predicate);
       walk.range.from = std::max(walk.range.from, range.from);
       if (!range.end.empty()) walk.range.end = std::min(walk.range.end, range.end);
       walk.isNarrowed = true;
-      if (plan.estimates[i] >= 0) share = std::max(share + plan.estimates[i] - 1, 0.0);
+      if (plan.estimates[i]) share = std::max(share + plan.estimates[i]->fraction - 1, 0.0);
     }
     walk.fraction *= share;
   }
 
   // The keys that a predicate selects behind `prefix`.
-  Range RangeOf(const Candidate& candidate, const std::string& prefix,
-                const Predicate& predicate) const {
+  Range RangeOf(const std::string& prefix, const Predicate& predicate) const {
     const SchemaField& field = table_.schema.fields[predicate.field];
     if (predicate.bits == 0) return RangeOfPattern(field, prefix, predicate.constant);
     const std::string key = prefix + FieldKey(field, predicate.constant);
     Range range;
     if ((predicate.bits & kvPredicateGreater) != 0) {
       const bool equal = (predicate.bits & kvPredicateEqual) != 0;
-      range.from = equal ? key : EndOf(key, candidate.tag);
+      range.from = equal ? key : PrefixEnd(key);
     }
     if ((predicate.bits & kvPredicateLess) != 0) {
-      range.end = (predicate.bits & kvPredicateEqual) != 0 ? EndOf(key, candidate.tag) : key;
+      range.end = (predicate.bits & kvPredicateEqual) != 0 ? PrefixEnd(key) : key;
     }
     return range;
   }

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,9 +43,14 @@ struct Walk {
   bool isNarrowed = false;  // false: it goes over everything
 };
 
+// What part of an index a predicate selects.
+struct Estimate {
+  double fraction;
+  std::string index;
+};
+
 struct Plan {
-  std::vector<double> estimates;  // of each predicate; negative: no index begins with its field
-  std::vector<std::string> used;  // the index that the estimate came from
+  std::vector<std::optional<Estimate>> estimates;  // none: no index begins with the field
   Walk walk;
 };
 

@@ -122,7 +122,7 @@ ModuleIdentity DescribeModule() {
 }  // namespace
 
 void PrintTypeCard(char id, Output output) {
-  Table card{kColumns, {CatalogueRow(id)}};
+  TextTable card{kColumns, {CatalogueRow(id)}};
   for (const std::vector<std::string>& fact : CardFacts(id)) {
     card.columns.push_back(fact[0]);
     card.rows[0].push_back(TextCell(fact[1]));
@@ -140,7 +140,7 @@ int RunTypes(const Arguments& arguments) {
   const Output output = OutputOf(arguments);
   for (const std::string& type : arguments.From(0)) PrintTypeCard(FindValueType(type), output);
   if (arguments.Count() > 0) return kExitGood;
-  Table table{kColumns, {}};
+  TextTable table{kColumns, {}};
   for (char id = 0; id < TypeCount(); ++id) table.rows.push_back(CatalogueRow(id));
   if (output != Output::kText) {
     PrintJsonOrCsv(table, output);

@@ -164,7 +164,7 @@ class Explanation {
 
   // For programs each row has the key that it is about.
   void Print(const Bytes& key, Output output) const {
-    Table table{{"offset", "bytes", "what"}, rows_};
+    TextTable table{{"offset", "bytes", "what"}, rows_};
     if (output != Output::kText) {
       table.columns.insert(table.columns.begin(), "key");
       for (auto& row : table.rows) row.insert(row.begin(), TextCell(ToHex(key)));
@@ -302,8 +302,8 @@ Cell PartCell(const Part& part, void* value) {
 }
 
 // The values of a key, and its explanation.
-Table ValuesOfKey(const std::vector<Part>& parts, const Bytes& key, Explanation& explanation) {
-  Table table{{}, {{}}};
+TextTable ValuesOfKey(const std::vector<Part>& parts, const Bytes& key, Explanation& explanation) {
+  TextTable table{{}, {{}}};
   const Bytes padded = Padded(key);
   KvSortKeyReader reader(key.data(), key.size());
   for (const Part& part : parts) {
@@ -327,7 +327,7 @@ Table ValuesOfKey(const std::vector<Part>& parts, const Bytes& key, Explanation&
 
 void PrintValues(const std::vector<Part>& parts, const Bytes& key, bool explain, Output output) {
   Explanation explanation;
-  const Table values = ValuesOfKey(parts, key, explanation);
+  const TextTable values = ValuesOfKey(parts, key, explanation);
   if (output == Output::kText) {
     std::string line;
     for (std::size_t i = 0; i < values.columns.size(); ++i) {

@@ -197,8 +197,8 @@ std::string Joined(const std::vector<std::string>& texts, const char* separator)
   return joined;
 }
 
-Table AsTable(const std::vector<Row>& rows) {
-  Table table{{"record", "offset", "bytes", "field", "type", "value", "remarks"}, {}};
+TextTable AsTable(const std::vector<Row>& rows) {
+  TextTable table{{"record", "offset", "bytes", "field", "type", "value", "remarks"}, {}};
   for (const Row& row : rows) {
     std::string remarks;
     for (const std::string& remark : row.remarks) {

@@ -124,7 +124,7 @@ int RunLoad(const Arguments& arguments) {
   ValueRun run(id, measured.count);
   LoadRun(run, bytes.data(), order);
   std::string json;
-  Table table{{"value"}, {}};
+  TextTable table{{"value"}, {}};
   for (unsigned i = 0; i < run.Count(); ++i) {
     if (output == Output::kText) {
       Print(TextOf(id, run.At(i), style) + "\n");

@@ -178,7 +178,7 @@ int RunStep(const Arguments& arguments) {
 
 int RunOrder(const Arguments& arguments) {
   const KvString text = StringFromUtf8(arguments[0], StyleOf(arguments).strings);
-  Table table{{"character", "order", "meaning"}, {}};
+  TextTable table{{"character", "order", "meaning"}, {}};
   KvString walked(text);
   KvStringIterator at(walked);
   for (unsigned short position = 0; !at.IsEOS();) {
