@@ -201,6 +201,8 @@ TEST_CASE("a 16-bit text is read as its characters are, or refused by its first 
   const KvScanned refused = KvScanChecked(Types(), KvISTRING_T, &plain, greek, nullptr);
   CHECK(refused.status == kvOutOfRange);
   CHECK(refused.position == 2);
+  CHECK(KvScanChecked(Types(), KvISTRING_T, &plain, greek.Right(2), nullptr).status ==
+        kvOutOfRange);
   CHECK(plain == KvIString("before"));
   double real = 9;
   CHECK((Types().ScanFromKvString(KvDOUBLE_T, &real, greek, nullptr, 1) == &real && real == 0));

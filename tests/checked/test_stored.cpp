@@ -430,6 +430,7 @@ TEST_CASE("a status has its name") {
                 {-3006, "kvNothingRead"},
                 {-3007, "kvNoMemory"}};
   for (const auto& each : kNames) CHECK(std::string(KvStatusName(each.number)) == each.name);
+  CHECK(KvStored().bytes + KvPrinted().length + KvScanned().position == 0);
   CHECK(std::strcmp(KvStatusText(0), "success") == 0);
   CHECK(std::strcmp(KvStatusName(12345), "unknown status") == 0);
 }

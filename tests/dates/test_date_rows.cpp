@@ -139,6 +139,8 @@ TEST_CASE("orders of the longer rows: the first field that differs, nanoseconds 
 
 TEST_CASE("steps: a day, a second, a nanosecond; what has no successor says so") {
   CHECK(Stepped(KvDATE_T, KvDate(1999, 12, 31)) == "2000-01-01T00:00:00");
+  CHECK(Stepped(KvDATE_T, KvDate(2000, 1, 1)) == "2000-01-02T00:00:00");
+  CHECK(Stepped(D_DATE_T, d_Date(2000, 1, 1)) == "2000-01-02T00:00:00");
   CHECK(Stepped(KvDATE_T, KvDate(2000, 2, 28), 'N') == "2000-02-29T00:00:00");
   CHECK(Stepped(KvDATE_T, KvDate(-30000, 2, 28)) == "-30000-02-29T00:00:00");
   CHECK(Stepped(KvDATE_T, KvDate(2000, 2, 28), 'O') == "2000-02-28T00:00:00");
@@ -177,10 +179,12 @@ TEST_CASE("steps: a day, a second, a nanosecond; what has no successor says so")
   KvDateTimeN moment(2000, 1, 1, 0, 0, 0, 5);
   CHECK(Types().GetValue(KvDATIME_N_T, &moment, 0, 8, 'M') == kvOk);
   CHECK(moment.nanosecond == 6);
-  KvTimeSpan wild(0, 0, 0, 0, 5);  // a nanosecond more, whatever the hour
-  wild.time.hour = 99;
-  CHECK(Types().GetValue(KvTIMESPAN_T, &wild, 0, 8, 'M') == kvOk);
-  CHECK((wild.nanosecond == 6 && wild.time.hour == 99));
+  for (const int nanosecond : {0, 5, 999999998}) {
+    KvTimeSpan wild(0, 0, 0, 0, nanosecond);  // a nanosecond more, whatever the hour
+    wild.time.hour = 99;
+    CHECK(Types().GetValue(KvTIMESPAN_T, &wild, 0, 8, 'M') == kvOk);
+    CHECK((wild.nanosecond == nanosecond + 1 && wild.time.hour == 99));
+  }
   CHECK(Stepped(KvTIMESPAN_T, KvTimeSpan::NullValue()) == "-2999");
   for (const int nanosecond : {-2, -1, 1000000000}) {
     CHECK(Stepped(KvDATIME_N_T, KvDateTimeN(2000, 1, 1, 0, 0, 0, nanosecond)) == "-2999");
@@ -191,8 +195,8 @@ TEST_CASE("steps: a day, a second, a nanosecond; what has no successor says so")
   CHECK(Stepped(D_TIME_T, d_Time(4, 59, 59.0f, -5, 0)) == "2091");
   CHECK(Stepped(D_TIME_T, d_Time(23, 59, 59.0f, 5, 0)) == "2091");
   CHECK(Stepped(D_TIME_T, d_Time(5, 29, 59.0f, -5, -30)) == "0000-00-00T06:30:00");
-  for (const short zone : std::initializer_list<short>{0, 5, -5, -11, 14}) {
-    for (const short minutes : std::initializer_list<short>{0, 30, -30}) {
+  for (const short zone : std::initializer_list<short>{0, 5, -5, -11, -23, 14}) {
+    for (const short minutes : std::initializer_list<short>{0, 30, -30, -59}) {
       CAPTURE(zone);
       CAPTURE(minutes);
       // From the first byte on every minute of the day comes once, each behind the one before.

@@ -201,6 +201,15 @@ TEST_CASE("functions that make texts give up cleanly when memory is short") {
     CHECK(printed.status == (fault.Struck() ? kvNoMemory : kvOk));
     CHECK((printed.length == 100 || fault.Struck()));
   });
+  ForEachAllocation("load checked", [&](Fault& fault) {
+    const unsigned char stored[] = {5, 0, 0, 0, 1, 0, 0, 0, 7};
+    KvBlob loaded;
+    KvMeasured run;
+    fault.In([&] {
+      run = KvLoadChecked(*DefaultTypeMgr(nullptr), KvBLOB_T, &loaded, stored, sizeof stored, 0, 1);
+    });
+    CHECK(run.status == (fault.Struck() ? kvNoMemory : kvOk));
+  });
   // Three letters for each ligature are more than a transformation makes room for at first.
   ForEachAllocation("transform", [&](Fault& fault) {
     const KvString before(

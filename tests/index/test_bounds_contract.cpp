@@ -183,6 +183,8 @@ TEST_CASE("a value takes of a range what its steps from the ends say") {
   CHECK(less(KvBLOB_T, blob(1, 0), blob(0, '\xFF'), blob(1, 3)) == doctest::Approx(0.2));
   CHECK(less(D_TIME_T, {1, 0, 1, 0, 0, 0}, {0, 255, 0, 0, 0, 0}, {1, 1, 1, 1, 0, 0}) ==
         doctest::Approx(0.5));
+  CHECK(less(D_TIME_T, {255, 226, 0, 226, 0, 0}, {255, 226, 0, 0, 0, 0},
+             {255, 226, 255, 0, 0, 0}) == doctest::Approx(1800 / 82801.0));
   CHECK(less(KvDATIME_N_T, {208, 7, 1, 2, 0, 0, 0, 0, 0, 0, 0}, {208, 7, 1, 1, 0, 0, 0, 0, 0, 0, 0},
              {208, 7, 1, 2, 23, 59, 59, 0, 0, 0, 0}) == 0.5f);
   // 8-bit strings by the characters of the kinds that the ends have, letters without their case.
@@ -224,6 +226,8 @@ TEST_CASE("a step leads to what is behind, or nowhere") {
       }
     }
   }
+  unsigned char old[] = {2, 0, 'a', 0};
+  CHECK(Types().GetValue(KvISTRING_T, old, sizeof old, 0, 'O') == kvOk);
 }
 
 TEST_CASE("within a range, parts add up to the whole and grow with the constant") {

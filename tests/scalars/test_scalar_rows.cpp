@@ -329,6 +329,7 @@ TEST_CASE("bounds of stored and floating values") {
   CHECK(fraction(0, 1e6, 4, 1e6) == 0);
   // Less than one unit outside the range still adds a little, as the steps have it.
   CHECK(fraction(0, 9, 1, 9.5) == doctest::Approx(0.05));
+  CHECK(fraction(0, 0, 7, 0.5) == 1);  // but no more than there is
   const double inf = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
   CHECK(fraction(-inf, inf, 4, 0) >= 1.0f);

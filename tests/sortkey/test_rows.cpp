@@ -173,6 +173,7 @@ TEST_CASE("arbitrary bytes are a key that writes itself again, or none") {
         CHECK(KeyOf(kind, back[0]) == bytes);
       } else {
         CHECK(status == kvBadArgument);
+        CHECK((id != KvBOOLEAN_T || bytes.empty()));  // all bytes are booleans
       }
     }
   }
@@ -490,6 +491,9 @@ TEST_CASE("damaged blobs have no keys, and values whose memory ends too soon") {
   }
   const KvBlob whole("abc", 3);
   CHECK(KvSortKey(kind, &whole, sizeof whole - 1, 8, nullptr, 0, size) == kvBadArgument);
+  unsigned char key[8];
+  const o_4b number = 5;
+  CHECK(KvSortKey({.type = Kv4B_T}, &number, 1, 8, key, sizeof key, size) == kvBadArgument);
   const KvIString text("abc");
   CHECK(KvSortKey({.type = KvISTRING_T}, &text, sizeof text - 1, 8, nullptr, 0, size) ==
         kvBadArgument);

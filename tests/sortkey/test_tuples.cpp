@@ -101,8 +101,10 @@ TEST_CASE("a tuple that does not fit says how large it is") {
   CHECK(tuple.Add({.type = KvDATE_T}, &day) == kvBufferShort);
   CHECK(tuple.Add({.type = Kv4B_T}, &number) == kvBufferShort);
   CHECK(tuple.AddBytes("ab", 2) == kvBufferShort);
+  const KvBoolean truth;
+  CHECK(tuple.Add({.type = KvBOOLEAN_T}, &truth) == kvBufferShort);
   CHECK(tuple.Status() == kvBufferShort);
-  CHECK(tuple.Size() == 14);
+  CHECK(tuple.Size() == 15);
   CHECK(buffer[4] == 0);
   tuple.Reset(4);
   CHECK(tuple.AddBytes("abc", 3) == kvBufferShort);

@@ -150,6 +150,8 @@ TEST_CASE("scanning is the inverse of printing and takes nothing on a mismatch")
     CHECK(id == KvObjId{9, 9, 9});
   }
   KvObjId id{9, 9, 9};
+  CHECK(id.ScanFromKvString(KvString("x"), "%B") == kvNotSupported);
+  CHECK(KvRef().version == 0);
   CHECK(id.ScanFromKvString(KvString(" ( 1 -5#7 ) and more")) == 0);
   CHECK(id == KvObjId{7, 5, 1});
   KvLocalRef local;  // drops the database

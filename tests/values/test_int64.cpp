@@ -75,24 +75,13 @@ Words Divide(Words a, Words b, bool wantRemainder) {
 
 // Edge values crossed with each other, then random ones of every magnitude.
 std::vector<o_8b> Operands() {
-  std::vector<o_8b> values{0,
-                           1,
-                           -1,
-                           2,
-                           -2,
-                           7,
-                           10,
-                           INT_MAX,
-                           INT_MIN,
-                           0xFFFFFFFFll,
-                           0x100000000,
-                           -0x100000000,
-                           0x80000000ll,
-                           LLONG_MAX,
-                           LLONG_MIN,
-                           LLONG_MIN + 1,
-                           -0xFFFFFFFFll,
-                           0x7FFFFFFF00000000ll};
+  std::vector<o_8b> values;
+  for (const o_8b edge : {0LL, 9LL, 0x80000000LL, 0x100000000LL, LLONG_MIN, 0x7FFFFFFF00000000LL}) {
+    for (const o_8b near : {-2, -1, 0, 1, 2}) {
+      values.push_back(static_cast<o_8b>(static_cast<o_u8b>(edge) + static_cast<o_u8b>(near)));
+      values.push_back(static_cast<o_8b>(static_cast<o_u8b>(near) - static_cast<o_u8b>(edge)));
+    }
+  }
   std::mt19937_64 random(20260801);
   for (int i = 0; i < 200; ++i) values.push_back(static_cast<o_8b>(random()) >> (random() % 63));
   return values;

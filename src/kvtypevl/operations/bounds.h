@@ -5,6 +5,7 @@
 // them, so a result beyond the range of a float is infinite rather than an error.
 #pragma once
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdlib>
@@ -47,18 +48,18 @@ inline double RangeMeasure(unsigned short predicate, ConstantInterval constant, 
   if ((predicate & kvPredicateGreater) != 0) {
     const double from = range.lower > constant.last ? range.lower - unit : constant.last;
     const double above = FiniteOrLargest(range.upper - from);
-    if (above > 0) measure += above;
+    measure += std::max(above, 0.0);
   }
   if ((predicate & kvPredicateLess) != 0) {
     const double to = constant.first > range.upper ? range.upper + unit : constant.first;
     const double below = FiniteOrLargest(to - range.lower);
-    if (below > 0) measure += below;
+    measure += std::max(below, 0.0);
   }
   if ((predicate & kvPredicateEqual) != 0) {
     const double last = Smaller(range.upper, constant.last);
     const double first = Larger(range.lower, constant.first);
     const double shared = FiniteOrLargest(last - first) + unit;
-    if (shared > 0) measure += shared;
+    measure += std::max(shared, 0.0);
   }
   return measure;
 }

@@ -96,12 +96,20 @@ class OffsetList {
 // A null that is a value like others moves: the number of the leading bytes becomes the largest
 // one, and the numbers behind it move up to close the gap.
 
+// The leading bytes of a null that is where its number places it.
+template <class Key>
+void PutNull(unsigned char* key) {
+  o_u8b place = Key::kNullPlace;
+  for (unsigned i = Key::kNullWidth; i-- != 0; place >>= 8) {
+    key[i] = static_cast<unsigned char>(place);
+  }
+}
+
 // -1, 0 or 1 as the leading bytes stand to the null's place.
 template <class Key>
 int OrderToNull(const unsigned char* key) {
   unsigned char null[Key::kNullWidth];
-  o_u8b place = Key::kNullPlace;
-  for (unsigned i = Key::kNullWidth; i-- != 0; place >>= 8) null[i] = place & 0xFF;
+  PutNull<Key>(null);
   const int order = std::memcmp(key, null, Key::kNullWidth);
   return (order > 0) - (order < 0);
 }
@@ -129,8 +137,7 @@ void MoveNullBack(unsigned char* key) {
   const unsigned char* const end = key + Key::kNullWidth;
   if (std::all_of(static_cast<const unsigned char*>(key), end,
                   [](unsigned char byte) { return byte == 0xFF; })) {
-    o_u8b place = Key::kNullPlace;
-    for (unsigned i = Key::kNullWidth; i-- != 0; place >>= 8) key[i] = place & 0xFF;
+    PutNull<Key>(key);
   } else if (OrderToNull<Key>(key) >= 0) {
     AddToLeading<Key::kNullWidth>(key, 1);
   }
@@ -157,8 +164,9 @@ void InMemoryBlocks(const KeyedRun& run, unsigned storedWidth, Walk walk) {
     walk(static_cast<const unsigned char*>(run.values), run.count);
     return;
   }
-  alignas(Value) unsigned char block[4096];
-  constexpr unsigned kBlock = sizeof block / sizeof(Value);
+  constexpr unsigned kBytes = 4096;
+  constexpr unsigned kBlock = kBytes / sizeof(Value);
+  alignas(Value) unsigned char block[kBytes];
   const unsigned char byteOrder = run.format.IsReversed() ? kSwapped : kAsInMemory;
   const auto* stored = static_cast<const unsigned char*>(run.values);
   for (unsigned done = 0; done < run.count;) {
@@ -191,7 +199,7 @@ struct FixedKeys {
   static int Check(const KeyedRun& run, o_u8b&) {
     return CheckExtent(run, sizeof(Value), Codec::kStoredWidth);
   }
-  static o_u8b Measure(const KeyedRun& run) { return Bound(0, run.count); }
+  static o_u8b Measure(const KeyedRun& run) { return Bound({}, run.count); }
 
   static std::size_t Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
     const auto* const values = static_cast<const unsigned char*>(run.values);

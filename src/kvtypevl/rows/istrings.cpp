@@ -105,8 +105,8 @@ template <class Weights>
 class WeightScale {
  public:
   WeightScale(const WeightedText& lower, const WeightedText& upper) : lower_(lower) {
-    WeightWalk<Weights> low(lower, 0, false);
-    WeightWalk<Weights> high(upper, 0, false);
+    WeightWalk<Weights> low(lower);
+    WeightWalk<Weights> high(upper);
     unsigned lowWeight = low.Next();
     unsigned highWeight = high.Next();
     for (; lowWeight != 0 && lowWeight == highWeight; ++shared_) {
@@ -129,8 +129,8 @@ class WeightScale {
   }
 
   double Position(const WeightedText& text) const {
-    WeightWalk<Weights> walk(text, 0, false);
-    WeightWalk<Weights> begin(lower_, 0, false);
+    WeightWalk<Weights> walk(text);
+    WeightWalk<Weights> begin(lower_);
     for (unsigned i = 0; i < shared_; ++i) {
       const int order = static_cast<int>(walk.Next()) - static_cast<int>(begin.Next());
       if (order != 0) return order < 0 ? -1 : end_;

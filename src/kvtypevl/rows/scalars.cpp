@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 
 #include "kvstring.h"
@@ -190,7 +191,7 @@ constexpr bool IsFloatFormat(const char* format) {
 }
 
 bool IsMantissaFormat(const char* format) {
-  return std::strncmp(format, "ldex", 4) == 0;
+  return std::string_view(format).starts_with("ldex");
 }
 
 KvString& PrintDefault(KvString& out, double value) {
@@ -410,7 +411,7 @@ void TraceCharacter(void* value, const KvString& text, const char* /*format*/, S
     byte = static_cast<char>(HexValue(at[2]) << 4 | HexValue(at[3]));
     trace.position = 4;
   }
-  std::memcpy(value, &byte, 1);
+  *static_cast<char*>(value) = byte;
 }
 void TraceShort(void* value, const KvString& text, const char* format, ScanTrace& trace) {
   TraceInteger<o_2b>(value, text, format, trace);

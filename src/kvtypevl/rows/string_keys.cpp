@@ -89,11 +89,12 @@ int ReadBytes(KeySource& source, KvString* value) {
   }
   if (value == nullptr) return kvOk;
   if (length > MaximumLength(kvCodeSetBytes)) return kvOverflow;
-  unsigned char* const text = length != 0 ? AllocateText(length + 1) : nullptr;
-  if (length != 0 && text == nullptr) return kvNotSupported;
+  const unsigned size = length != 0 ? length + 1 : 0;
+  unsigned char* const text = size != 0 ? AllocateText(size) : nullptr;
+  if (size != 0 && text == nullptr) return kvNotSupported;
   content.Take(text, length);
   *value = KvString(kvCodeSetBytes, kvLanguageEnglish);
-  StringAccess::Replace(*value, text, length != 0 ? length + 1 : 0);
+  StringAccess::Replace(*value, text, size);
   return kvOk;
 }
 
@@ -168,7 +169,7 @@ std::size_t StringKeys::WriteSameBase(const KeyedRun& run, unsigned char* key) {
 
 int StringKeys::Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
   auto* const string = static_cast<KvString*>(value);
-  unsigned char byte = 0;
+  unsigned char byte;
   if (!source.Take(byte)) return kvBadArgument;
   if (byte == 0x01) {
     const bool plainBytes = (kind.options & kvSortKeyPlainBytes) != 0;

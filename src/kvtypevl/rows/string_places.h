@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 #include "kvstring/collate.h"
 
@@ -34,7 +35,7 @@ struct TextWeights {
 // The digits that weights of one class stand for lie side by side, classes in their order.
 struct DigitRange {
   unsigned first;
-  unsigned last;
+  unsigned behind;
 };
 
 inline constexpr unsigned kFirstSymbolDigit = 1;
@@ -59,14 +60,15 @@ class Digits {
 
   // The digits that may stand where this weight does.
   DigitRange ClassOf(unsigned weight) const {
-    const unsigned digit = Of(weight);
-    if (weight < kFirstSymbolOrder) return {0, 0};
-    if (weight < kFirstDigitOrder) return {kFirstSymbolDigit, kFirstNumberDigit - 1};
-    if (weight < kFirstLetterOrder) return {kFirstNumberDigit, kFirstLetterDigit - 1};
+    if (weight < kFirstSymbolOrder) return {0, kFirstSymbolDigit};
+    if (weight < kFirstDigitOrder) return {kFirstSymbolDigit, kFirstNumberDigit};
+    if (weight < kFirstLetterOrder) return {kFirstNumberDigit, kFirstLetterDigit};
     if (weight < kFirstOtherOrder)
-      return {kFirstLetterDigit, kFirstLetterDigit + alphabet_.Count() - 1};
+      return {kFirstLetterDigit, kFirstLetterDigit + alphabet_.Count()};
     // Scripts come in stretches; 32 orders are 64 characters.
-    return {digit & ~31u, digit | 31u};
+    constexpr unsigned kStretch = 32;
+    const unsigned first = Of(weight) / kStretch * kStretch;
+    return {first, first + kStretch};
   }
 
  private:
@@ -88,11 +90,11 @@ class EvenPlaces {
     }
     double steps = 1;
     for (unsigned index = shared_; index < kDepth && steps < kFinest; ++index) {
-      DigitRange range{~0u, 0};
+      DigitRange range{std::numeric_limits<unsigned>::max(), 0};
       for (const TextWeights* text : {&lower, &upper, &constant}) Widen(range, text->At(index));
-      if (range.first > range.last) break;
+      if (range.behind == 0) break;
       first_[depth_] = range.first;
-      base_[depth_] = range.last - range.first + 1;
+      base_[depth_] = range.behind - range.first;
       steps *= base_[depth_++];
     }
   }
@@ -126,7 +128,7 @@ class EvenPlaces {
     if (weight == 0) return;
     const DigitRange own = digits_.ClassOf(weight);
     range.first = std::min(range.first, own.first);
-    range.last = std::max(range.last, own.last);
+    range.behind = std::max(range.behind, own.behind);
   }
 
   Digits digits_;
@@ -146,8 +148,8 @@ class WordPlaces {
   explicit WordPlaces(unsigned char language)
       : alphabet_(language),
         base_(alphabet_.Count() + 1),
-        marks_(zin::kWordMarks[language < 20 ? language : 0]),
-        knowsLanguage_(language < 20) {
+        knowsLanguage_(language < std::size(zin::kWordMarks)),
+        marks_(zin::kWordMarks[knowsLanguage_ ? language : 0]) {
     for (unsigned digit = 0; digit < zin::kWordMarkLetters; ++digit) end_ *= base_;
   }
 
@@ -216,8 +218,8 @@ class WordPlaces {
   Alphabet alphabet_;
   unsigned base_;
   double end_ = 1;
-  const unsigned* marks_;
   bool knowsLanguage_;
+  const unsigned* marks_;
 };
 
 }  // namespace kv
