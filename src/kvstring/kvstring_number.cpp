@@ -33,10 +33,15 @@ constexpr bool IsBlank(unsigned short unit) {
 struct NarrowNumber {
   char text[24];
 
-  explicit NarrowNumber(const char* units) {
+  explicit NarrowNumber(const KvString& source) {
+    const Text whole = TextOf(source);
     unsigned length = 0;
     unsigned index = 0;
-    const auto unit = [&] { return UnitAt(units, true, index); };
+    // Behind a block without terminator there is none either.
+    const auto unit = [&] {
+      return index < whole.length ? UnitAt(whole.units, true, index)
+                                  : static_cast<unsigned short>(0);
+    };
     while (IsBlank(unit())) ++index;
     if (unit() == '-' || unit() == '+') {
       text[length++] = static_cast<char>(unit());
@@ -55,8 +60,8 @@ struct NarrowNumber {
 long long ReadInteger64(const KvString& text, int radix) {
   const int errorBefore = errno;
   const long long number = KvIsWideCodeSet(text.GetCodeSet())
-                               ? std::strtoll(NarrowNumber(text.StrGet()).text, nullptr, kDecimal)
-                               : std::strtoll(text.StrGet(), nullptr, radix);
+                               ? std::strtoll(NarrowNumber(text).text, nullptr, kDecimal)
+                               : std::strtoll(NarrowText(text).Get(), nullptr, radix);
   errno = errorBefore;
   return number;
 }

@@ -1,6 +1,8 @@
 // The text of a KvString as bytes, for whatever parses text.
 #pragma once
 
+#include <algorithm>
+
 #include "kvstring.h"
 #include "kvstring/string_edit.h"
 
@@ -8,12 +10,18 @@ namespace kv {
 
 // Refers to an 8-bit text as it is; a 16-bit one is converted to the default code set (to the
 // default 8-bit one where that is a 16-bit code set too). Must not outlive the string. The longest
-// 16-bit text fits in here, so that scanning never runs short of memory.
+// 16-bit text fits in here, so that scanning never runs short of memory. What is read is
+// terminated: a text whose terminator was written over is copied up to the end of its block, as
+// Len() has it.
 class NarrowText {
  public:
   explicit NarrowText(const KvString& text)
       : bytes_(BytesOf(text)), end_(bytes_ + text.GetBufferSize()) {
-    if (KvIsWideCodeSet(text.GetCodeSet())) Convert(text);
+    if (KvIsWideCodeSet(text.GetCodeSet())) {
+      Convert(text, TargetCodeSet());
+    } else if (end_ != bytes_ && end_[-1] != 0) {
+      Convert(text, text.GetCodeSet());
+    }
   }
   NarrowText(const NarrowText&) = delete;
   NarrowText& operator=(const NarrowText&) = delete;
@@ -29,9 +37,9 @@ class NarrowText {
   }
 
  private:
-  [[gnu::noinline]] void Convert(const KvString& text) {
-    const unsigned length =
-        ConvertUnits(converted_, TargetCodeSet(), BytesOf(text), text.GetCodeSet(), kLongest);
+  [[gnu::noinline]] void Convert(const KvString& text, unsigned char codeSet) {
+    const unsigned length = ConvertUnits(converted_, codeSet, BytesOf(text), text.GetCodeSet(),
+                                         std::min(TextOf(text).length, kLongest));
     converted_[length] = 0;
     bytes_ = converted_;
     end_ = bytes_ + length + 1;
@@ -46,7 +54,7 @@ class NarrowText {
 
   const char* bytes_;
   const char* end_;
-  char converted_[kLongest + 1];  // written for 16-bit texts only
+  char converted_[kLongest + 1];
 };
 
 }  // namespace kv

@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 #include "kvcollate.h"
@@ -428,14 +429,18 @@ TEST_CASE("a text that lost its terminator ends with its block") {
   for (const unsigned char codeSet :
        {kvCodeSetBytes, static_cast<unsigned char>(1), kvCodeSetUnicode}) {
     for (const unsigned length : {0u, 1u, 3u, 4u, 7u, 100u, 127u, 128u, 600u, 2000u}) {
-      KvString text = Make(std::u16string(length, u'x'), codeSet);
+      KvString text = Make(std::u16string(length, u'7'), codeSet);
       if (length == 0) text.Fill(0, 'x');
-      text[static_cast<int>(length)] = static_cast<unsigned short>('y');
+      text[static_cast<int>(length)] = static_cast<unsigned short>('8');
+      long long number = 0;
+      text.Atoll(number);
+      CHECK(number == std::strtoll(std::string(length, '7').c_str(), nullptr, 10));
+      CHECK(double(text) == std::strtod(std::string(length, '7').c_str(), nullptr));
       CHECK(text.Len() == length);
       support::WithEachVectorSet(
           [&] { CHECK(text.Find(Make(u"xxy", codeSet), 0, kvCompareExact) == -1); });
       const KvString copy(text);
-      CHECK((Units(copy) == std::u16string(length, u'x')));
+      CHECK((Units(copy) == std::u16string(length, u'7')));
       CHECK((KvMBSLength(text, 65535) == int(length) && KvMBSLength(copy, 65535) == int(length)));
       CHECK((text << 'z').Len() == length + 1);
       CHECK(copy.Len() == length);
