@@ -21,21 +21,19 @@ constexpr std::array<signed char, 256> kValues = [] {
 
 void AppendBase64(std::string& text, std::string_view bytes) {
   while (!bytes.empty()) {
-    const std::string_view three = bytes.substr(0, 3);
+    char three[3] = {};
+    const std::size_t size = bytes.copy(three, std::size(three));
     unsigned bits = 0;
-    for (unsigned i = 0; i < 3; ++i) {
-      bits = bits << 8 | (i < three.size() ? static_cast<unsigned char>(three[i]) : 0U);
-    }
+    for (const char byte : three) bits = bits << 8 | static_cast<unsigned char>(byte);
     for (unsigned i = 0; i < 4; ++i) {
-      text += i <= three.size() ? kDigits[bits >> (18 - 6 * i) & 63] : '=';
+      text += i <= size ? kDigits[bits >> (18 - 6 * i) & 63] : '=';
     }
-    bytes.remove_prefix(three.size());
+    bytes.remove_prefix(size);
   }
 }
 
 std::string FromBase64(std::string_view text) {
   std::string bytes;
-  bytes.reserve(text.size() / 4 * 3);
   unsigned bits = 0;
   unsigned count = 0;
   for (const char digit : text) {

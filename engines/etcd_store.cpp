@@ -80,24 +80,12 @@ class Channel {
  public:
   Channel(std::string place, std::vector<std::string> members, milliseconds patience)
       : place_(std::move(place)), members_(std::move(members)), patience_(patience) {
-    curl_global_init(CURL_GLOBAL_DEFAULT);
-    handle_ = curl_easy_init();
     if (handle_ == nullptr) throw std::bad_alloc();
-    headers_ = curl_slist_append(nullptr, "Content-Type: application/json");
-    // Without this a large request would first ask whether it may be sent.
-    headers_ = curl_slist_append(headers_, "Expect:");
-    curl_easy_setopt(handle_, CURLOPT_HTTPHEADER, headers_);
-    curl_easy_setopt(handle_, CURLOPT_WRITEFUNCTION, Collect);
-    curl_easy_setopt(handle_, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle_, CURLOPT_NOPROXY, "*");
-    curl_easy_setopt(handle_, CURLOPT_TCP_NODELAY, 1L);
+    Set(CURLOPT_HTTPHEADER, headers_.get());
+    Set(CURLOPT_WRITEFUNCTION, Collect);
+    Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_NOPROXY, "*");
   }
-  ~Channel() {
-    curl_easy_cleanup(handle_);
-    curl_slist_free_all(headers_);
-  }
-  Channel(const Channel&) = delete;
-  Channel& operator=(const Channel&) = delete;
 
   // Asks until there is an answer, for as long as patience lasts. `unknown` is set when a try went
   // out and nothing is known of it.
@@ -143,19 +131,23 @@ class Channel {
   std::string Place() const { return "etcd:" + place_; }
 
  private:
+  template <class Value>
+  void Set(CURLoption option, Value value) {
+    curl_easy_setopt(handle_.get(), option, value);
+  }
+
   // `body` of an answer that did not arrive is null when the request cannot have been taken.
   Answer AskOnce(const char* path, const std::string& request, milliseconds left) {
     const std::string url = "http://" + members_[current_] + path;
     // No member may use up all patience: another one could answer.
     const milliseconds most = std::min(left, std::max(patience_ / 3, milliseconds{500}));
     text_.clear();
-    curl_easy_setopt(handle_, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(handle_, CURLOPT_POSTFIELDS, request.data());
-    curl_easy_setopt(handle_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.size()));
-    curl_easy_setopt(handle_, CURLOPT_WRITEDATA, &text_);
-    curl_easy_setopt(handle_, CURLOPT_CONNECTTIMEOUT_MS, 1000L);
-    curl_easy_setopt(handle_, CURLOPT_TIMEOUT_MS, static_cast<long>(most.count()));
-    const CURLcode status = curl_easy_perform(handle_);
+    Set(CURLOPT_URL, url.c_str());
+    Set(CURLOPT_POSTFIELDS, request.c_str());
+    Set(CURLOPT_WRITEDATA, &text_);
+    Set(CURLOPT_CONNECTTIMEOUT_MS, 1000L);
+    Set(CURLOPT_TIMEOUT_MS, static_cast<long>(most.count()));
+    const CURLcode status = curl_easy_perform(handle_.get());
     if (status != CURLE_OK) {
       const bool sent = status != CURLE_COULDNT_CONNECT && status != CURLE_COULDNT_RESOLVE_HOST;
       return {.message = members_[current_] + ": " + curl_easy_strerror(status),
@@ -184,8 +176,11 @@ class Channel {
   std::vector<std::string> members_;
   milliseconds patience_;
   std::size_t current_ = 0;
-  CURL* handle_ = nullptr;
-  curl_slist* headers_ = nullptr;
+  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle_{curl_easy_init(), curl_easy_cleanup};
+  // Without "Expect:" a large request would first ask whether it may be sent.
+  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers_{
+      curl_slist_append(curl_slist_append(nullptr, "Content-Type: application/json"), "Expect:"),
+      curl_slist_free_all};
   std::string text_;
 };
 
