@@ -35,31 +35,25 @@ typedef struct stored {
 } stored;
 
 static stored scan(const char* type, const char* text) {
-  stored value;
-  memset(&value, 0, sizeof value);
+  stored value = {{0}, 0};
   STATUS(KVC_OK, kvc_scan(type_of(type), NULL, text, strlen(text), KVC_STORED, value.bytes,
                           sizeof value.bytes, &value.size, NULL));
   return value;
 }
 
 static kvc_key_kind kind_of(const char* type, uint32_t options) {
-  kvc_key_kind kind;
-  kind.size = sizeof kind;
-  kind.type = type_of(type);
-  kind.options = options;
-  kind.compare = KVC_EXACT;
-  kind.version = KVC_KEY_VERSION;
+  const kvc_key_kind kind = {sizeof kind, type_of(type), options, KVC_EXACT, KVC_KEY_VERSION};
   return kind;
 }
 
 static void test_library(void) {
   CHECK(kvc_abi_version() >= KVC_ABI_VERSION);
   CHECK(strchr(kvc_library_version(), '.') != NULL);
-  CHECK(strcmp(kvc_status_name(KVC_BUFFER_SHORT), "kvBufferShort") == 0);
-  CHECK(strcmp(kvc_status_name(KVC_NO_SUCH_TYPE), "kvNoSuchType") == 0);
+  CHECK(strcmp(kvc_status_name(KVC_BUFFER_SHORT), "kvBufferShort") == 0 &&
+        strcmp(kvc_status_name(KVC_NO_SUCH_TYPE), "kvNoSuchType") == 0);
   CHECK(strcmp(kvc_status_name(KVC_NO_MEMORY), "kvNoMemory") == 0);
-  CHECK(strcmp(kvc_status_name(12345), "unknown status") == 0);
-  CHECK(strcmp(kvc_status_text(12345), "unknown status") == 0);
+  CHECK(strcmp(kvc_status_name(12345), kvc_status_text(12345)) == 0 &&
+        strcmp(kvc_status_text(12345), "unknown status") == 0);
 }
 
 static void test_catalogue(void) {
@@ -223,9 +217,7 @@ static void test_bounds(void) {
 
 static void test_texts(void) {
   const int32_t number = type_of("o_4b"), string = type_of("KvString");
-  static const char name[] =
-      "Stra\xC3\x9F"
-      "e";
+  static const char name[] = "Stra\303\237e";
   kvc_text_options options = {sizeof options, 0, -1, 10, NULL};
   int32_t run[3] = {1, -2, 3}, code_set, language, is_null;
   char text[64];
@@ -333,17 +325,10 @@ static void test_tuples_and_ranges(void) {
   const kvc_key_kind name = kind_of("KvString", 0), day = kind_of("KvDate", KVC_KEY_DESCENDING);
   const stored who = scan("KvString", "Muller"), when = scan("KvDate", "2024-02-29");
   const stored more = scan("KvString", "M\xC3\xBCllerin");
-  kvc_part parts[2];
+  kvc_part parts[2] = {{sizeof parts[0], KVC_STORED, &name, who.bytes, who.size},
+                       {sizeof parts[0], KVC_STORED, &day, when.bytes, when.size}};
   unsigned char tuple[256], key[256], low[256], high[256];
   size_t size, first, low_size, high_size;
-  parts[0].size = parts[1].size = sizeof(kvc_part);
-  parts[0].form = parts[1].form = KVC_STORED;
-  parts[0].kind = &name;
-  parts[0].value = who.bytes;
-  parts[0].length = who.size;
-  parts[1].kind = &day;
-  parts[1].value = when.bytes;
-  parts[1].length = when.size;
   STATUS(KVC_OK, kvc_key_tuple(parts, 2, tuple, sizeof tuple, &size));
   STATUS(KVC_OK, kvc_key_length(&name, tuple, size, &first));
   CHECK(size == first + 4);
@@ -366,18 +351,11 @@ static void test_tuples_and_ranges(void) {
 }
 
 int main(void) {
-  test_library();
-  test_catalogue();
-  test_names();
-  test_forms();
-  test_check();
-  test_order();
-  test_null_default_step();
-  test_bounds();
-  test_texts();
-  test_blobs();
-  test_keys();
-  test_tuples_and_ranges();
+  static void (*const tests[])(void) = {
+      test_library, test_catalogue,         test_names,  test_forms, test_check,
+      test_order,   test_null_default_step, test_bounds, test_texts, test_blobs,
+      test_keys,    test_tuples_and_ranges};
+  for (size_t i = 0; i < sizeof tests / sizeof tests[0]; ++i) tests[i]();
   if (failures != 0) printf("%d checks failed\n", failures);
   return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

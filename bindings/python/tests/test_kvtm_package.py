@@ -62,8 +62,8 @@ class Values(unittest.TestCase):
 
     def test_what_a_type_says_of_itself(self):
         day = Type("KvDATE_T")
-        self.assertEqual((day.name, day.id, day.stored_width, day.fixed, day.nullable),
-                         ("KvDate", 12, 4, True, True))
+        self.assertEqual((repr(day), day.name, day.id, day.stored_width, day.fixed, day.nullable),
+                         ("kvtm.Type('KvDate')", "KvDate", 12, 4, True, True))
         self.assertEqual(Type(11).memory_width, 0)
         self.assertEqual([Type(name).id for name in kvtm.types()], list(range(len(kvtm.types()))))
 

@@ -29,10 +29,6 @@ def kvtm(*arguments):
     return subprocess.run([KVTM, *arguments], capture_output=True, text=True, check=True).stdout.strip()
 
 
-def hexed(blob):
-    return blob.hex()
-
-
 class Extension(unittest.TestCase):
     def setUp(self):
         self.database = sqlite3.connect(":memory:")
@@ -56,7 +52,7 @@ class Functions(Extension):
                 for order in ("memory", "reversed"):
                     stored = self.ask("kv_blob(?, ?, ?)", type_name, text, order)
                     wanted = kvtm("store", "--order", order, type_name, "--", text)
-                    self.assertEqual(hexed(stored), wanted.replace(" ", ""), (type_name, text))
+                    self.assertEqual(stored.hex(), wanted.replace(" ", ""), (type_name, text))
                     self.assertEqual(self.ask("kv_text(?, ?, ?)", type_name, stored, order),
                                      kvtm("load", "--order", order, type_name, wanted))
                     self.assertEqual(self.ask("kv_check(?, ?, ?)", type_name, stored, order), "ok")
@@ -66,7 +62,7 @@ class Functions(Extension):
             stored = [self.ask("kv_blob(?, ?)", type_name, text) for text in texts]
             for text, bytes_ in zip(texts, stored):
                 key = self.ask("kv_key(?, ?)", type_name, bytes_)
-                self.assertEqual(hexed(key), kvtm("key", type_name, "--", text).replace(" ", ""))
+                self.assertEqual(key.hex(), kvtm("key", type_name, "--", text).replace(" ", ""))
                 self.assertEqual(self.ask("kv_hash(?, ?)", type_name, bytes_),
                                  int(kvtm("hash", type_name, "--", text), 16))
                 again = self.ask("kv_key(?, kv_unkey(?, ?))", type_name, type_name, key)
@@ -167,10 +163,10 @@ class Records(Extension):
     RECORD = ("07000000" "E807021D" "0100FEFF" "0700010261626300FF")
 
     def test_fields_are_rows(self):
-        rows = self.database.execute("SELECT name, type, count, place, text FROM kv_each(?, ?)",
+        rows = self.database.execute("SELECT rowid, name, type, count, place, text FROM kv_each(?, ?)",
                                      (self.SCHEMA, bytes.fromhex(self.RECORD))).fetchall()
-        self.assertEqual(rows, [("id", "o_u4b", 1, 0, "7"), ("day", "KvDate", 1, 4, "2024-02-29"),
-                                ("marks", "o_2b", 2, 8, "1,-2"), ("name", "KvString", 1, 12, "abc")])
+        self.assertEqual(rows, [(1, "id", "o_u4b", 1, 0, "7"), (2, "day", "KvDate", 1, 4, "2024-02-29"),
+                                (3, "marks", "o_2b", 2, 8, "1,-2"), (4, "name", "KvString", 1, 12, "abc")])
 
     def test_records_of_a_table(self):
         self.database.execute("CREATE TABLE log(record BLOB)")
