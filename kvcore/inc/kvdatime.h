@@ -42,8 +42,12 @@ class KV_EXPORT KvDateTime : public KvDistinguishedValues<KvDateTime> {
     return *this;
   }
 
-  constexpr bool operator==(const KvDateTime& other) const { return Compare(other, 0xFFFF) == 0; }
-  constexpr bool operator!=(const KvDateTime& other) const { return Compare(other, 0xFFFF) != 0; }
+  constexpr bool operator==(const KvDateTime& other) const {
+    return Compare(other, kv::kStrictCompare) == 0;
+  }
+  constexpr bool operator!=(const KvDateTime& other) const {
+    return Compare(other, kv::kStrictCompare) != 0;
+  }
   // The KvDate comparison and, when that finds them equal, the KvTime comparison.
   constexpr int Compare(const KvDateTime& other, unsigned short flags = 0) const {
     const int order = date.Compare(other.date, flags);

@@ -24,19 +24,35 @@ constexpr bool IsLeapYear(int year) {
 // Days of a month from 1 to 12.
 constexpr int DaysInMonth(int year, int month) {
   if (month == 2) return IsLeapYear(year) ? 29 : 28;
-  return 30 + ((month + (month >> 3)) & 1);
+  return 30 + ((month ^ month >> 3) & 1);
+}
+
+// A quotient rounded down, and what is left of the dividend, never negative.
+struct FloorSplit {
+  std::int64_t quotient;
+  int remainder;
+};
+
+constexpr FloorSplit SplitFloor(std::int64_t dividend, int divisor) {
+  std::int64_t quotient = dividend / divisor;
+  int remainder = static_cast<int>(dividend % divisor);
+  if (remainder < 0) {
+    remainder += divisor;
+    --quotient;
+  }
+  return {quotient, remainder};
 }
 
 // ---------------------------------------------------------------------------------------------
 // Counts of d_Date.
 
 // 365.25 times a year number and 30.6001 times a month number, truncated, without leaving the
-// integers.
+// integers. Of so small a number as a month's 30.6 times is as much.
 constexpr int JulianYearDays(int year) {
   return 1461 * year / 4;
 }
 constexpr int MonthDays(int month) {
-  return 306001 * month / 10000;
+  return 153 * month / 5;
 }
 
 // The first count that is taken to be Gregorian when a date is counted, and the Julian day number
@@ -66,8 +82,7 @@ constexpr CalendarDate DateOfCount(std::int64_t count) {
   const std::int64_t c = (20 * b - 2442) / 7305;
   const std::int64_t d = 1461 * c / 4;
   const std::int64_t e = 10000 * (b - d) / 306001;
-  const std::int64_t scaled = 306001 * e;
-  const std::int64_t elapsed = scaled / 10000 - (scaled % 10000 < 0 ? 1 : 0);
+  const std::int64_t elapsed = SplitFloor(306001 * e, 10000).quotient;
   const std::int64_t month = e < 14 ? e - 1 : e - 13;
   return {static_cast<short>(month >= 3 ? c - 4716 : c - 4715), static_cast<char>(month),
           static_cast<char>(b - elapsed - d)};
@@ -85,22 +100,6 @@ constexpr int DaysInJulianMonth(int year, int month) {
   if (month < 1 || month > 12) return 0;
   if (month != 2) return DaysInMonth(year, month);
   return year % 4 == 0 && (year < 1600 || IsLeapYear(year)) ? 29 : 28;
-}
-
-// A quotient rounded down, and what is left of the dividend, never negative.
-struct FloorSplit {
-  std::int64_t quotient;
-  int remainder;
-};
-
-constexpr FloorSplit SplitFloor(std::int64_t dividend, int divisor) {
-  std::int64_t quotient = dividend / divisor;
-  int remainder = static_cast<int>(dividend % divisor);
-  if (remainder < 0) {
-    remainder += divisor;
-    --quotient;
-  }
-  return {quotient, remainder};
 }
 
 // Sums and products wrap modulo the range of their type.

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -24,6 +26,7 @@ struct Name {
 };
 
 constexpr unsigned kShortName = 3;
+constexpr unsigned kWholeName = std::numeric_limits<unsigned>::max();
 
 // The order is that of KvDaysOfTheWeek.
 constexpr Name kDayNames[7] = {{"Monday", 6}, {"Tuesday", 7},  {"Wednesday", 9}, {"Thursday", 8},
@@ -60,6 +63,7 @@ constexpr const char* ExpansionOf(char directive) {
 constexpr char kPlainDate[] = "Y-%m-%d";  // behind a "%"
 constexpr char kPlainClock[] = "H:%M:%S";
 constexpr unsigned kPlainLength = 8;  // of both, with the "%"
+constexpr char kThenPlainClock[] = "T%H:%M:%S";
 
 // Whether a text begins with `start`; nothing behind the first difference is read.
 template <std::size_t size>
@@ -219,11 +223,11 @@ class Formatter {
       case 'a':
         return Weekday(at, kShortName);
       case 'A':
-        return Weekday(at, ~0u);
+        return Weekday(at, kWholeName);
       case 'b':
         return Month(at, kShortName);
       case 'B':
-        return Month(at, ~0u);
+        return Month(at, kWholeName);
       default:
         if (const char* expansion = ExpansionOf(directive)) return Walk(expansion, at);
         *at = directive;
@@ -241,12 +245,11 @@ class Formatter {
       if (behind == at) return at;
       at = behind;
       format += kPlainLength - 1;
-      if (format[0] != 'T' || format[1] != '%' || format[2] != 'H') return at;
-      if (!Begins(format + 2, kPlainClock)) return at;
+      if (!Begins(format, kThenPlainClock)) return at;
       *at = 'T';
       char* const clock = PutPlainClock(at + 1);
       if (clock == at + 1) return at;
-      format += kPlainLength + 1;
+      format += sizeof kThenPlainClock - 1;
       return clock;
     }
     if (*format == 'H' && Begins(format, kPlainClock)) {
@@ -445,7 +448,7 @@ class Scanner {
 
   DateTimeScan Run(const char* format) {
     if (*format == '%') format = ReadPlain(format);
-    if (*format == '\0') return {text_, true, seen_.any, false};
+    if (*format == '\0') return {text_, true, seen_.any, seen_.totalDays};
     const bool complete = Walk(format, "");
     ApplyHalfOfDay();
     return {text_, complete, seen_.any, seen_.totalDays, seen_.saturated};
@@ -547,7 +550,7 @@ class Scanner {
     switch (directive) {
       case 'a':
       case 'A': {
-        matches = *text_ == '*' ? Literal('*') : ReadName(kDayNames, 7) >= 0;
+        matches = *text_ == '*' ? Literal('*') : ReadName(kDayNames, std::size(kDayNames)) != 0;
         break;
       }
       case 'b':
@@ -676,7 +679,7 @@ class Scanner {
     return true;
   }
 
-  static constexpr unsigned kAllDigits = ~0u;
+  static constexpr unsigned kAllDigits = std::numeric_limits<unsigned>::max();
 
   // Few digits are read on the spot; more, which may saturate, as all numbers are.
   bool ReadNumber(int& number, unsigned digits) {
@@ -756,24 +759,24 @@ class Scanner {
       parts_.month = kAny;
       return Any();
     }
-    const int position = ReadName(kMonthNames, 12);
-    if (position < 0) return false;
-    parts_.month = position + 1;
+    const int month = ReadName(kMonthNames, std::size(kMonthNames));
+    if (month == 0) return false;
+    parts_.month = month;
     seen_.any = true;
     return true;
   }
 
-  // The position of the name whose first three letters stand in the text; what matches of its other
-  // letters is taken too. -1 when there is none.
-  int ReadName(const Name* names, int count) {
-    for (int i = 0; i < count; ++i) {
+  // The number, from 1 on, of the name whose first three letters stand in the text; what matches of
+  // its other letters is taken too. 0 when there is none.
+  int ReadName(const Name* names, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
       if (std::strncmp(text_, names[i].text, kShortName) != 0) continue;
       unsigned taken = kShortName;
       while (taken < names[i].length && text_[taken] == names[i].text[taken]) ++taken;
       text_ += taken;
-      return i;
+      return static_cast<int>(i + 1);
     }
-    return -1;
+    return 0;
   }
 
   bool ReadHalfOfDay() {

@@ -5,6 +5,9 @@
 // 0 where it has nothing, and takes back what fits its fields.
 #pragma once
 
+#include <algorithm>
+#include <climits>
+
 #include "kvstring.h"
 
 namespace kv {
@@ -67,10 +70,10 @@ const char* WeekdayName(int weekday);
 
 // A component as a field keeps it: the nearest number that the field holds.
 constexpr char ByteField(int component) {
-  return static_cast<char>(component < -128 ? -128 : component > 127 ? 127 : component);
+  return static_cast<char>(std::clamp<int>(component, SCHAR_MIN, SCHAR_MAX));
 }
 constexpr short YearField(int component) {
-  return static_cast<short>(component < -32768 ? -32768 : component > 32767 ? 32767 : component);
+  return static_cast<short>(std::clamp<int>(component, SHRT_MIN, SHRT_MAX));
 }
 
 }  // namespace kv

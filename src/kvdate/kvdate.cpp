@@ -20,13 +20,16 @@ template class KvDistinguishedValues<KvTime>;
 
 namespace {
 
-// |a|, also of the number that has no positive counterpart.
-unsigned Magnitude(int a) {
-  return a < 0 ? 0u - static_cast<unsigned>(a) : static_cast<unsigned>(a);
+KvDate DateNow() {
+  bdate today;
+  bksgetdate(today);
+  return {today.year, today.month, today.day};
 }
 
-int Signed(unsigned magnitude, bool negative) {
-  return static_cast<int>(negative ? 0u - magnitude : magnitude);
+KvTime TimeNow() {
+  btime now;
+  bksgettime(now);
+  return {now.hour, now.minute, now.second};
 }
 
 // Shifts a time by the zone, east (1) or west (-1).
@@ -40,26 +43,26 @@ int Shift(KvTime& time, int direction) {
 
 }  // namespace
 
-KvDate::KvDate() : KvDate(0, 0, 0) {
-  Today();
-}
+KvDate::KvDate() : KvDate(DateNow()) {}
 
 KvDate& KvDate::Today() {
-  bdate today;
-  bksgetdate(today);
-  return *this = KvDate(today.year, today.month, today.day);
+  return *this = DateNow();
 }
 
 KvString KvDate::PrintDayOfTheDate() const {
   return KvString(kv::WeekdayName(GetDayOfTheDate()));
 }
 
+// In 64 bits, which the one quotient that 32 cannot hold does not leave; it wraps as it is cast.
 int KvDate::divide(int a, int b) {
-  return b == 0 ? 0 : Signed(Magnitude(a) / Magnitude(b), (a < 0) != (b < 0));
+  return b == 0 ? 0 : static_cast<int>(std::int64_t{a} / b);
 }
 
+// The rest has the sign that the quotient has.
 int KvDate::modulo(int a, int b) {
-  return b == 0 ? 0 : Signed(Magnitude(a) % Magnitude(b), (a < 0) != (b < 0));
+  if (b == 0) return 0;
+  const auto rest = static_cast<int>(std::int64_t{a} % b);
+  return b < 0 ? -rest : rest;
 }
 
 KvString& KvDate::PrintToKvString(KvString& out, const char* format) const {
@@ -70,14 +73,10 @@ int KvDate::ScanFromKvString(const KvString& in, const char* format) {
   return kv::ScanDateTimeText(*this, in, format);
 }
 
-KvTime::KvTime() : KvTime(0, 0, 0) {
-  Now();
-}
+KvTime::KvTime() : KvTime(TimeNow()) {}
 
 KvTime& KvTime::Now() {
-  btime now;
-  bksgettime(now);
-  return *this = KvTime(now.hour, now.minute, now.second);
+  return *this = TimeNow();
 }
 
 KvTime& KvTime::NowUTC() {

@@ -2,8 +2,10 @@
 // carry chain: nanoseconds, seconds, minutes, hours, days.
 #include "kvdatime.h"
 
+#include <algorithm>
 #include <bit>
 #include <chrono>
+#include <climits>
 
 #include "kvdate/calendar.h"
 #include "kvdate/distinguished.h"
@@ -57,7 +59,7 @@ constexpr int kDayNumberOfZero = kv::DayNumber(0, 1, 1);
 // into it whatever is added.
 
 constexpr short ClampYear(std::int64_t year) {
-  return static_cast<short>(year < -32768 ? -32768 : year > 32767 ? 32767 : year);
+  return static_cast<short>(std::clamp<std::int64_t>(year, SHRT_MIN, SHRT_MAX));
 }
 
 // Splits `number` into multiples of `base` and a rest. A negative rest is borrowed from the
@@ -406,7 +408,7 @@ KvTimeSpan KvTimeSpan::Difference(const KvDateTimeN& a, const KvDateTimeN& b) {
     later.time.hour = static_cast<char>(later.time.hour + 24);
   }
   // Dates that the calendar does not have may order one way and count the other.
-  if (days < 0) days = 0;
+  days = std::max(days, 0);
   KvTimeSpan span;
   span.date = KvDate(ClampYear(days / 360), static_cast<char>(days % 360 / 30),
                      static_cast<char>(days % 30));

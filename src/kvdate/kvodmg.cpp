@@ -197,13 +197,20 @@ d_Time& d_Time::operator+=(const d_Interval& interval) {
 // ---------------------------------------------------------------------------------------------
 // d_Timestamp
 
-d_Timestamp::d_Timestamp() : date(0, 1, 1), time(0) {
+namespace {
+
+d_Timestamp TimestampNow() {
   bhirestime now;
   bksGetHiresTime(now);  // date and time of one instant
-  date = d_Date(KvDate(now.date.year, now.date.month, now.date.day));
-  time = d_Time(KvTime(now.time.hour, now.time.minute, now.time.second));
-  time.hundredth = static_cast<unsigned char>(now.time.hundredth);
+  d_Timestamp stamp(KvDateTime(KvDate(now.date.year, now.date.month, now.date.day),
+                               KvTime(now.time.hour, now.time.minute, now.time.second)));
+  stamp.time.hundredth = static_cast<unsigned char>(now.time.hundredth);
+  return stamp;
 }
+
+}  // namespace
+
+d_Timestamp::d_Timestamp() : d_Timestamp(TimestampNow()) {}
 
 d_Timestamp::d_Timestamp(short year, unsigned short month, unsigned short day, unsigned short hour,
                          unsigned short minute, float seconds)

@@ -40,11 +40,11 @@ inline bool IsReal(const d_Date& date) {
 // Hour and minute are shifted by the zone, and a clock is what is left when that is taken off. The
 // shift stays within the signed byte that the sum is kept in.
 inline bool IsReal(const d_Time& time) {
-  const auto shown = [](unsigned char component, unsigned char zone) {
-    return component == ShiftedWildcard(zone) ? -1 : SignedByte(component) - SignedByte(zone);
+  const auto onClock = [](unsigned char component, unsigned char zone, int most) {
+    const int shown = SignedByte(component) - SignedByte(zone);
+    return component == ShiftedWildcard(zone) || (shown >= 0 && shown <= most);
   };
-  return IsComponent(shown(time.hour, time.tzHour), 0, 23) &&
-         IsComponent(shown(time.minute, time.tzMinute), 0, 59) &&
+  return onClock(time.hour, time.tzHour, 23) && onClock(time.minute, time.tzMinute, 59) &&
          IsComponent(SignedByte(time.second), 0, 59) &&
          IsComponent(SignedByte(time.hundredth), 0, 99);
 }

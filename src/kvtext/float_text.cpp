@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <system_error>
 
 #include "kvbase/unit.h"
@@ -80,7 +81,7 @@ char* PutDigits(char* at, const SeventeenDigits& found) {
 
 unsigned PutWord(char* text, const char* word) {
   const std::size_t length = std::strlen(word);
-  std::memcpy(text, word, length + 1);
+  std::memcpy(text, word, length);
   return static_cast<unsigned>(length);
 }
 
@@ -210,7 +211,7 @@ const char* ReadShortDouble(const char* text, const char* bufferEnd, double& val
     if (count > kMost) return nullptr;
   }
   const char* const end = TakeExponent(reader.at, power);
-  const std::uint64_t bits = reader.digits == 0 ? 0 : ComposeDouble(reader.digits, power);
+  const std::uint64_t bits = ComposeDouble(reader.digits, power);
   if (bits == 0 && reader.digits != 0) return nullptr;
   value = DoubleOf(bits);
   return end;
@@ -237,10 +238,8 @@ unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], const double& value) {
   if (magnitude != 0 && FindDigits(magnitude, found)) {
     at = PutDigits(at, found);
   } else {
-    char* const last = text + sizeof text - 1;
-    at = std::to_chars(at, last, magnitude, std::chars_format::general, kDigits).ptr;
+    at = std::to_chars(at, std::end(text), magnitude, std::chars_format::general, kDigits).ptr;
   }
-  *at = 0;
   return static_cast<unsigned>(at - text);
 }
 

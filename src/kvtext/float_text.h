@@ -11,10 +11,10 @@ namespace kv {
 // What the word NaN reads as: a quiet NaN with its sign bit set. Stored data depends on the bits.
 inline constexpr std::uint64_t kReadNaNBits = 0xFFF8000000000000;
 
-// Room for the longest default text, terminator included: "-1.2345678901234567e-308".
+// Room for the longest default text: "-1.2345678901234567e-308".
 inline constexpr unsigned kFloatTextSize = 32;
 
-// Returns the length of the text, which is terminated. By reference, since 32-bit calls push a
+// Returns the length of the text, which is not terminated. By reference, since 32-bit calls push a
 // double in halves, and a read of the whole waits until both are written.
 unsigned PrintDefaultFloat(char (&text)[kFloatTextSize], const double& value);
 

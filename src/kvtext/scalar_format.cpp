@@ -23,12 +23,15 @@ namespace {
 // Widths and precisions count up to this: enough to fill any text, too little to be a burden.
 constexpr int kLargestWidth = 4096;
 
+// Where a width or a precision could stand, and none does.
+constexpr int kNone = -1;
+
 enum class Kind : unsigned char { kSigned, kUnsigned, kCharacter, kFloating, kUnknown };
 
 struct Conversion {
-  char flags[6] = "";   // each at most once
-  int width = -1;       // -1: none
-  int precision = -1;   // -1: none
+  char flags[6] = "";  // each at most once
+  int width = kNone;
+  int precision = kNone;
   unsigned narrow = 0;  // bits left by h or hh, 0 for the row's own width
   char letter = 0;
   Kind kind = Kind::kUnknown;
@@ -128,7 +131,7 @@ class FormatReader {
   }
 
   static int ReadCount(const char*& at) {
-    if (!IsDigit(*at)) return -1;
+    if (!IsDigit(*at)) return kNone;
     int count = 0;
     for (; IsDigit(*at); ++at) count = std::min(count * 10 + (*at - '0'), kLargestWidth);
     return count;
@@ -173,8 +176,8 @@ class CheckedConversion {
     for (const char* flag = conversion.flags; *flag != 0; ++flag) {
       if (std::strchr(UsefulFlags(conversion), *flag) != nullptr) Put(*flag);
     }
-    if (conversion.width >= 0) Put(conversion.width);
-    if (conversion.precision >= 0 && !character) {
+    if (conversion.width != kNone) Put(conversion.width);
+    if (conversion.precision != kNone && !character) {
       Put('.');
       Put(conversion.precision);
     }
@@ -227,7 +230,7 @@ unsigned BitsOf(const Conversion& conversion, unsigned rowBits) {
 
 void PrintConversion(TextSink& text, const Conversion& conversion, const ScalarArguments& values) {
   const unsigned bits = BitsOf(conversion, values.integerBits);
-  if (conversion.flags[0] == 0 && conversion.width < 0 && conversion.precision < 0) {
+  if (conversion.flags[0] == 0 && conversion.width == kNone && conversion.precision == kNone) {
     if (conversion.kind == Kind::kSigned) {
       return text.PutNumber(CutToSignedBits(values.integer, bits));
     }
@@ -254,7 +257,7 @@ struct Input {
   bool outOfRange = false;  // a number was read that is not in the text
 
   const char* EndOfField(const Conversion& conversion) const {
-    if (conversion.width < 0 || conversion.width >= last - at) return last;
+    if (conversion.width == kNone || conversion.width >= last - at) return last;
     return at + conversion.width;
   }
 };
@@ -350,7 +353,6 @@ unsigned PrintPlainInteger(ScalarBuffer& text, const char* format, const ScalarA
 
 bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values) {
-  text[0] = 0;
   if (!Takes(format, list)) return false;
   TextSink out(text);
   FormatReader reader(format);

@@ -39,8 +39,8 @@ struct ScalarArguments {
   unsigned valueBits = 32;  // what the row keeps of an integer
 };
 
-// Prints into `text`, terminator included. Result: false, with an empty text, when the format does
-// not parse.
+// Prints into `text`, terminator included. Result: false, with nothing written, when the format
+// does not parse.
 bool PrintWithFormat(ScalarBuffer& text, const char* format, ConversionList list,
                      const ScalarArguments& values);
 

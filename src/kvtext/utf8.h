@@ -26,7 +26,7 @@ constexpr bool IsContinuation(unsigned char byte) {
 // used, 0 when they are invalid.
 constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
                               unsigned short& unit) {
-  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000, 0x200000, 0x4000000};
+  constexpr std::uint32_t kSmallest[] = {0x80, 0x800, 0x10000, 0x200000, 0x4000000};
   const unsigned char lead = in[0];
   if (lead < 0x80) {
     unit = lead;
@@ -39,7 +39,7 @@ constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
     if (!IsContinuation(in[i])) return 0;
     character = character << 6 | (in[i] & 0x3Fu);
   }
-  if (character < kSmallest[length]) return 0;
+  if (character < kSmallest[length - 2]) return 0;
   unit = static_cast<unsigned short>(character);
   return length;
 }
@@ -48,8 +48,7 @@ constexpr unsigned DecodeUnit(const unsigned char* in, std::size_t available,
 constexpr unsigned DecodeUnitQuickly(const unsigned char* in, std::size_t available,
                                      unsigned short& unit) {
   const unsigned char lead = in[0];
-  unit = lead;
-  if (lead < 0x80) return 1;
+  if (lead < 0x80) return unit = lead, 1;
   if (lead >= 0xC2 && lead <= 0xDF && available >= 2 && IsContinuation(in[1])) {
     unit = static_cast<unsigned short>((lead & 0x1F) << 6 | (in[1] & 0x3F));
     return 2;

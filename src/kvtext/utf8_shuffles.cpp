@@ -234,7 +234,8 @@ struct Kinds {
 // Of characters of the block before, as bits of the first bytes of the next one.
 struct Due {
   unsigned followers = 0;  // a byte that they still lack
-  unsigned threes = 0;     // two bits: their leads at its last two bytes, if of three
+  unsigned threes = 0;     // two bits: their leads at its last two bytes, if of three; then a
+                           // follower is due, too
 };
 
 template <unsigned width>
@@ -383,7 +384,6 @@ KV_INLINE Progress DecodeByShuffles(const unsigned char* in, std::size_t stop,
       WidenBlock(out.end, in + at);
       out.end += 2 * kBlockBytes;
       out.KeepBehind(out.end);
-      due.threes = 0;
     } else {
       if (!DecodeBlock<width>(out, due, kinds, in + at)) break;
     }

@@ -14,18 +14,10 @@ namespace chrono = std::chrono;
 
 constexpr int kDayNumberOfEpoch = 2440588;  // 1970-01-01
 
-chrono::year_month_day Civil(int dayNumber) {
-  return chrono::sys_days(chrono::days(dayNumber - kDayNumberOfEpoch));
-}
-
-int Year(const chrono::year_month_day& date) {
-  return int{date.year()};
-}
-char Month(const chrono::year_month_day& date) {
-  return static_cast<char>(unsigned{date.month()});
-}
-char Day(const chrono::year_month_day& date) {
-  return static_cast<char>(unsigned{date.day()});
+KvDate Civil(int dayNumber) {
+  const chrono::year_month_day date = chrono::sys_days(chrono::days(dayNumber - kDayNumberOfEpoch));
+  return {static_cast<short>(int{date.year()}), static_cast<char>(unsigned{date.month()}),
+          static_cast<char>(unsigned{date.day()})};
 }
 
 int DayNumberOf(int year, unsigned month, unsigned day) {
@@ -54,8 +46,7 @@ TEST_CASE("day numbers and dates agree with std::chrono from year -4799 to 32767
   const int last = DayNumberOf(32767, 12, 31);
   int wrong = 0;
   for (int number = DayNumberOf(-4799, 1, 1); number <= last; ++number) {
-    const auto civil = Civil(number);
-    const KvDate date(static_cast<short>(Year(civil)), Month(civil), Day(civil));
+    const KvDate date = Civil(number);
     if (date.dayabs() != number || KvDate(number) != date) ++wrong;
   }
   CHECK(wrong == 0);
@@ -63,7 +54,7 @@ TEST_CASE("day numbers and dates agree with std::chrono from year -4799 to 32767
 
 TEST_CASE("dates of day numbers are true from -68569 on, day numbers of dates from -4799 on") {
   CHECK(KvDate(-68569) == KvDate(-4900, 3, 1));
-  CHECK(KvDate(-68569) == KvDate(static_cast<short>(Year(Civil(-68569))), 3, 1));
+  CHECK(KvDate(-68569) == Civil(-68569));
   // Further back the divisions truncate toward zero instead of rounding down.
   CHECK(KvDate(-4800, 2, 29).dayabs() == DayNumberOf(-4800, 2, 29) + 1);
   CHECK(KvDate(-68570) != KvDate(-4900, 2, 28));
@@ -145,8 +136,8 @@ TEST_CASE("d_Date counts by the Julian calendar until 1582-10-04 and by the Greg
   CHECK(count == 2299160);
   CHECK(count + 1 == DayNumberOf(1582, 10, 15));
   for (int number = count + 1; number <= DayNumberOf(32767, 12, 31); ++number) {
-    const auto civil = Civil(number);
-    check(Year(civil), Month(civil), Day(civil));
+    const KvDate civil = Civil(number);
+    check(civil.year, civil.month, civil.day);
   }
   CHECK(wrong == 0);
   CHECK(kv::CountOfDate(2000, 1, 1) == 2451544);

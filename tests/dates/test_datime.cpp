@@ -7,7 +7,7 @@
 #include <limits>
 #include <random>
 
-#include "kvdatime.h"
+#include "kvdate/real.h"
 #include "zbs.h"
 
 namespace {
@@ -132,7 +132,8 @@ TEST_CASE("KvDate: operators go through the day number, order by fields, wildcar
   CHECK(KvDate(2000, 3, 5).Compare(KvDate(2000, -1, 7), 0) == -2);
   CHECK(KvDate(-1, 3, 5).Compare(KvDate(2000, 4, 5), 0) == -1);
   CHECK(KvDate(2000, -1, 5).Compare(KvDate(2000, 7, 5), 0x10) == -8);
-  CHECK(KvDate(2002, 1, 1).Compare(KvDate(2000, 7, 5), 0xFFEF) == 2);
+  CHECK(KvDate(2002, -1, 1).Compare(KvDate(2000, 7, 5), 0xFFEF) == 2);
+  CHECK(KvDate(2000, -1, 5).Compare(KvDate(2000, 7, 5), 0xFFEF) == 0);
 
   CHECK(Dividing::modulo(7, -3) == -1);
   CHECK(Dividing::divide(-7, 3) == -2);
@@ -143,6 +144,7 @@ TEST_CASE("KvDate: operators go through the day number, order by fields, wildcar
 
 TEST_CASE("KvTime: seconds around the clock, with its 8-bit hours and its hour 24") {
   for (int start = 0; start < 86400; start += 1799) {
+    CHECK((KvTime(start).IsTime() && int{KvTime(start)} == start));
     for (int n = -86399; n < 86400; n += 977) {
       const int expected = ((start + n) % 86400 + 86400) % 86400;
       const KvTime moved = KvTime(start) + n;
@@ -164,13 +166,35 @@ TEST_CASE("KvTime: seconds around the clock, with its 8-bit hours and its hour 2
   CHECK_FALSE(KvTime(0, -1, 0).IsTime());
 }
 
-TEST_CASE("a time is one by each of its fields, and moves by seconds") {
+TEST_CASE("dates and times are real by each of their fields, and times move by seconds") {
   for (int n = -128; n <= 127; ++n) {
     const auto c = static_cast<char>(n);
-    CHECK(KvTime(c, 0, 0).IsTime() == (n >= 0 && n < 24));
-    CHECK(KvTime(0, c, 0).IsTime() == (n >= 0 && n < 60));
-    CHECK(KvTime(0, 0, c).IsTime() == (n >= 0 && n < 60));
+    const bool hour = n >= 0 && n < 24, minute = n >= 0 && n < 60, any = n == -1;
+    CHECK(KvTime(c, 0, 0).IsTime() == hour);
+    CHECK(KvTime(0, c, 0).IsTime() == minute);
+    CHECK(KvTime(0, 0, c).IsTime() == minute);
+    // What is real may have wildcards in it, and the clock of a d_Time is shifted.
+    CHECK(kv::IsReal(KvTime(c, -1, 0)) == (hour || any));
+    CHECK(kv::IsReal(KvDateTime(KvTime(-1, c, 0))) == (minute || any));
+    CHECK(kv::IsReal(KvDateTimeN(1, 1, 1, 0, -1, c, -1)) == (minute || any));
+    CHECK(kv::IsReal(KvDate(-1, c, 5)) == ((n >= 1 && n <= 12) || any));
+    CHECK(kv::IsReal(KvDateTime(KvDate(2000, c, -1))) == ((n >= 1 && n <= 12) || any));
+    CHECK(kv::IsReal(KvDateTimeN(KvDate(2000, -1, c))) == ((n >= 1 && n <= 31) || any));
+    CHECK(kv::IsReal(KvDate(2001, 2, c)) == ((n >= 1 && n <= 28) || any));
+    const auto isReal = [c](unsigned char d_Time::*field) {
+      d_Time time(3, 15, 0.0f, 2, 30);
+      time.*field = static_cast<unsigned char>(c);
+      return kv::IsReal(d_Timestamp(d_Date(1500, 2, 29), time));
+    };
+    CHECK(isReal(&d_Time::hour) == (any || (n >= 2 && n < 26)));
+    CHECK(isReal(&d_Time::minute) == (any || (n >= 30 && n < 90)));
+    CHECK(isReal(&d_Time::second) == (minute || any));
+    CHECK(isReal(&d_Time::hundredth) == (any || (n >= 0 && n < 100)));
   }
+  for (const int n : {-2, 0, 999999999, 1000000000}) {
+    CHECK(kv::IsReal(KvDateTimeN(1, 1, 1, 0, 0, 0, n)) == (n >= 0 && n < 1000000000));
+  }
+  CHECK_FALSE((kv::IsReal(KvDate(-2, 2, 30)) || kv::IsReal(d_Date(1500, 2, 30))));
   KvTime time(10, 0, 0);
   CHECK(--time == KvTime(9, 59, 59));
   CHECK(++time == KvTime(10, 0, 0));
@@ -193,6 +217,13 @@ TEST_CASE("KvDateTime::AddSeconds agrees with exact arithmetic, but for hour 24"
   KvDateTime value(KvDate(2000, 1, 1), KvTime(0, 0, 0));
   value.AddSeconds(-86399);
   CHECK(value == KvDateTime(KvDate(1999, 12, 31), KvTime(24, 0, 1)));
+  // An hour that is none becomes one, of the next day if it was 24.
+  value = KvDateTime(KvDate(2000, 1, 1), KvTime(24, 0, 0));
+  value.AddSeconds(0);
+  CHECK(value == KvDateTime(KvDate(2000, 1, 2), KvTime(0)));
+  value.time.hour = -1;
+  value.AddSeconds(0);
+  CHECK(value == KvDateTime(KvDate(2000, 1, 2), KvTime(23, 0, 0)));
 }
 
 TEST_CASE("a KvDateTime is one when its date and its time are") {

@@ -124,7 +124,13 @@ TEST_CASE("d_Time: zones shift hour and minute, whatever their sign") {
   CHECK(SameBytes(d_Time(3, 20, 1.5f, -5, -30), -5, -30, -2, -10, 1, 50));
   CHECK(SameBytes(d_Time(-1), 0, 0, 23, 59, 59, 0));
   CHECK(SameBytes(d_Time(-2147483647 - 1), 0, 0, 20, 45, 52, 0));
-  CHECK(SameBytes(d_Time(90000), 0, 0, 25, 0, 0, 0));
+  for (int n = 0; n < 90001; n += 59 + n % 2) {
+    CHECK(SameBytes(d_Time(n), 0, 0, n / 3600, n / 60 % 60, n % 60, 0));
+    const std::string clock = Print(KvTIME_T, KvTime(n), "%T");
+    if (n < 86400)
+      CHECK(Print(D_INTERVAL_T, -Seconds(static_cast<float>(n + 86400)), "%d %T") ==
+            "-01 " + clock);
+  }
   {
     const DefaultZone zone(2);
     CHECK(SameBytes(d_Time(10, 0, 0.0f), 2, 0, 12, 0, 0, 0));
@@ -165,6 +171,10 @@ TEST_CASE("d_Time and intervals: around the clock, between times") {
     CHECK(Print(D_TIME_T, moved, "%T") == Print(KvTIME_T, KvTime(end), "%T"));
     moved -= Seconds(static_cast<float>(move));
     CHECK(Print(D_TIME_T, moved, "%T") == Print(KvTIME_T, KvTime(start), "%T"));
+  }
+  for (int n = 0; n < 100; ++n) {
+    const float seconds = static_cast<float>(n) / 100;
+    CHECK(d_Time(0) + Seconds(seconds) == d_Time(0, 0, seconds));
   }
   CHECK((d_Time(10, 0, 0.0f) - d_Time(8, 30, 0.0f)).seconds == 5400);
   CHECK((d_Time(1, 0, 0.0f, -5, 0) - d_Time(8, 0, 0.0f, -5, 0)).seconds == -25200);
@@ -321,7 +331,16 @@ TEST_CASE("texts of the ODMG rows") {
   d_Timestamp atFour(d_Date(2000, 1, 1), four), atFive(d_Date(2000, 1, 1), five);
   CHECK(d_TimestampCompare(8, 0, &atFour, 0, &atFive, 0, 1, status) == 1);
   CHECK((four < five && atFour < atFive));
-  d_Date anyMonth(2000, 255, 3), march(2000, 3, 3);
+  for (unsigned char d_Time::*field : {&d_Time::tzHour, &d_Time::tzMinute, &d_Time::hour,
+                                       &d_Time::minute, &d_Time::second, &d_Time::hundredth}) {
+    d_Time low(4, 7, 8.5f, 2, 30), high = low;
+    ++(high.*field);
+    CHECK(d_TimeCompare(8, 0, &low, 0, &high, 0x10, 1, status) == -1);
+    CHECK(d_TimeCompare(8, 0, &high, 0, &low, 0x10, 1, status) == 1);
+  }
+  d_Date anyMonth(2000, 255, 3), march(2000, 3, 3), anyYear(-1, 3, 3), yearMinus2(-2, 3, 3);
+  CHECK(d_DateCompare(8, 0, &anyYear, 0, &march, 0, 1, status) == 0);
+  CHECK(d_DateCompare(8, 0, &yearMinus2, 0, &march, 0, 1, status) == -1);
   CHECK(d_DateCompare(8, 0, &anyMonth, 0, &march, 0, 1, status) == 0);
   CHECK(d_DateCompare(8, 0, &anyMonth, 0, &march, 0x10, 1, status) == 1);
 }

@@ -46,15 +46,20 @@ inline int DecodeOne(std::string_view in, unsigned short& out) {
   return -1;
 }
 
-inline std::string Encode(unsigned short unit) {
-  const Row* row = kRows;
-  while (row->largest < unit) ++row;
-  std::string out(1, static_cast<char>(unit >> row->shift | static_cast<int>(row->leadValue)));
-  for (int shift = row->shift; shift > 0;) {
+// `value` in as many bytes as a row's have.
+inline std::string EncodeAs(const Row& row, std::uint32_t value) {
+  std::string out(1, static_cast<char>(value >> row.shift | row.leadValue));
+  for (int shift = row.shift; shift > 0;) {
     shift -= 6;
-    out += static_cast<char>((unit >> shift & 0x3F) | 0x80);
+    out += static_cast<char>((value >> shift & 0x3F) | 0x80);
   }
   return out;
+}
+
+inline std::string Encode(std::uint32_t value) {
+  const Row* row = kRows;
+  while (row->largest < value) ++row;
+  return EncodeAs(*row, value);
 }
 
 struct DecodedString {

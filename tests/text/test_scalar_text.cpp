@@ -333,7 +333,7 @@ TEST_CASE("doubles where digits begin and end print as the C library prints them
 
 // What is hard to read: ends of the range, points and exponents with nothing before or behind them.
 constexpr const char* kDoubleTexts =
-    "1e999|-1e999|1e-999|4.9e-324|2e-324|3e-324|-1e-320|+5|.5|5.|.|-| "
+    "1x5|1e999|-1e999|1e-999|4.9e-324|2e-324|3e-324|-1e-320|+5|.5|5.|.|-| "
     "\t\n7|1e|1e+|1e5x|0.0000001e-320|1e99999999999999999999|0e99999999999999999999|"
     "1000000000000000000000e-400|0.00000000000000000001e330|179769313486231580793728971405301e276|"
     "1.7976931348623159e308|0.00000000000000000001234567890123456789e20|"
@@ -367,7 +367,7 @@ TEST_CASE("texts read as doubles as strtod reads them") {
           std::bit_cast<std::uint64_t>(std::strtod(text.c_str(), nullptr)));
   }
   for (int c = 1; c < 256; ++c) {
-    std::string text = "1.2345678901234567";
+    std::string text = "1.6798679867986798";
     for (char& place : text) {
       const char before = std::exchange(place, static_cast<char>(c));
       REQUIRE(Scan(KvDOUBLE_T, text.c_str(), 9.0) == std::strtod(text.c_str(), nullptr));

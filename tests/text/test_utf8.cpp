@@ -43,11 +43,7 @@ std::string RandomBytes(Random& random, std::size_t length, unsigned damage) {
     if (kind < 6) continue;
     const unsigned bits = kind < 11 ? 11 : kind < 15 ? 16 : 31;
     const std::uint32_t character = (random() >> (32 - bits)) | 1;
-    std::size_t row = 0;
-    while (plain::kRows[row].largest < character) ++row;
-    int shift = plain::kRows[row].shift;
-    bytes += static_cast<char>(character >> shift | plain::kRows[row].leadValue);
-    while ((shift -= 6) >= 0) bytes += static_cast<char>((character >> shift & 0x3F) | 0x80);
+    bytes += plain::Encode(character);
   }
   for (char& byte : bytes) {
     if (damage != 0 && random() % damage == 0) byte = static_cast<char>(random());
@@ -91,16 +87,23 @@ void CheckDecoders(const std::string& bytes) {
   }
 }
 
+// A character of so many bytes, often the first or the last of them.
+unsigned short UnitOf(Random& random, unsigned bytes) {
+  const unsigned kFirst[] = {1, 0x80, 0x800, 0x10000};
+  const unsigned first = kFirst[bytes - 1], last = kFirst[bytes] - 1, kind = random() % 4;
+  const unsigned unit = kind == 0 ? first : kind == 1 ? last : first + random() % (last - first);
+  return static_cast<unsigned short>(unit);
+}
+
 // Random texts, mostly of one script, into buffers of every size.
 void CheckEncoder(Random& random) {
   for (int round = 0; round < 300; ++round) {
     std::vector<unsigned short> units(random() % 100 + 1);
-    const unsigned usual = random() % 3 == 0 ? 7 : random() % 2 == 0 ? 11 : 16;
+    const unsigned usual = 1 + random() % 3;
     std::string whole;
     std::vector<std::size_t> ends{0};
     for (unsigned short& unit : units) {
-      const unsigned bits = random() % 40 == 0 ? 16 : random() % 9 == 0 ? 7 : usual;
-      unit = static_cast<unsigned short>((random() >> (32 - bits)) | 1);
+      unit = UnitOf(random, random() % 9 == 0 ? 1 + random() % 3 : usual);
       whole += plain::Encode(unit);
       ends.push_back(whole.size());
     }
@@ -125,6 +128,33 @@ void CheckEncoder(Random& random) {
             static_cast<std::ptrdiff_t>(size - end));
     }
   }
+}
+
+// What vectors leave of usual text is less than a block, of it or of room.
+void CheckBlocks(const std::vector<unsigned short>& units, unsigned pure, std::size_t room) {
+  const kv::VectorSet set = kv::Vectors();
+  const bool any = set >= kv::VectorSet::kSsse3;
+  const bool all = set == kv::VectorSet::kVbmi2 && sizeof(void*) == 8;
+  std::string bytes;
+  for (const unsigned short unit : units) bytes += plain::Encode(unit);
+  CAPTURE(static_cast<int>(set));
+  CAPTURE(bytes);
+  std::vector<unsigned short> out(units.size() + room);
+  const kv::utf8::Progress decoded = kv::utf8::DecodeBlocks(
+      reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), out.data(), out.size());
+  const std::size_t left = bytes.size() - decoded.read;
+  const bool exact = pure == 1 || (pure == 2 && decoded.read != 0);
+  std::string written(bytes.size() + room, '#');
+  const kv::utf8::Progress encoded =
+      kv::utf8::EncodeBlocks(units.data(), units.size(), written.data(), written.size());
+  const std::size_t unitsLeft = units.size() - encoded.read;
+  const bool narrow = set == kv::VectorSet::kSsse3 && pure == 1 && room == 0;
+  CHECK(kv::utf8::HasBlocks(200) == any);
+  if (all) CHECK(left + unitsLeft == 0);
+  if (!any) CHECK(decoded.read + encoded.read == 0);
+  if (all || !any) return;
+  CHECK((left < (exact ? 32 : 36) || out.size() - decoded.written < (exact ? 40 : 42)));
+  CHECK((unitsLeft < 16 || written.size() - encoded.written < (narrow ? 32 : 64)));
 }
 
 }  // namespace
@@ -158,6 +188,14 @@ TEST_CASE("one character: the table's rules for every pair of bytes and for long
     const int length = KvMultiByte2WChar(&unit, bytes, 2);
     REQUIRE(length == plain::DecodeOne({bytes, 2}, expected));
     if (length > 0) REQUIRE(unit == expected);
+  }
+  for (const plain::Row& row : plain::kRows) {  // the smallest that needs so many bytes, and beside
+    for (const std::uint32_t value : {row.smallest, row.largest, row.smallest - 1}) {
+      const std::string bytes = plain::EncodeAs(row, value & row.largest);
+      const int length =
+          KvMultiByte2WChar(&unit, bytes.data(), static_cast<unsigned>(bytes.size()));
+      CHECK(length == plain::DecodeOne(bytes, expected));
+    }
   }
   Random random(1);
   for (int round = 0; round < 300000; ++round) {
@@ -197,7 +235,7 @@ TEST_CASE("a piece of any script, or damage, at every place of the widest block"
   const std::vector<std::string> pieces = Parts(
       "\303\251|\337\277|\342\202\254|\355\240\200|\357\277\277|\340\240\200|\303|\342\202|\342|"
       "\342A|\342\202A|\342\342\202\254|\200|\277\277|\300\200|\301\277|\340\200\200|\340\237\277|"
-      "\360\237\230\200|\370\210\200\200\200|\377|");
+      "\303\300|\360\237\230|\360\220\200\200|\360\237\230\200|\370\210\200\200\200|\377|");
   support::WithEachVectorSet([&] {
     for (const char* filler : {"a", "\xC3\xA4", "\xE4\xB8\xAD"}) {
       for (const std::string& piece : pieces) {
@@ -213,39 +251,16 @@ TEST_CASE("a piece of any script, or damage, at every place of the widest block"
   });
 }
 
-// What vectors leave of usual text is less than a block of it, or of room, at the start too.
 TEST_CASE("vectors take every whole block of usual text") {
-  const auto check = [](const std::string& bytes, std::size_t lack) {
-    const kv::VectorSet set = kv::Vectors();
-    const bool any = set >= kv::VectorSet::kSsse3;
-    const bool compresses = set == kv::VectorSet::kVbmi2 && sizeof(void*) == 8;
-    CAPTURE(static_cast<int>(set));
-    CAPTURE(bytes);
-    CHECK(kv::utf8::HasBlocks(200) == any);
-    const std::vector<unsigned short> units = plain::DecodeArray(bytes).units;
-    std::vector<unsigned short> out(units.size() + 48 - lack);
-    const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
-    const kv::utf8::Progress decoded =
-        kv::utf8::DecodeBlocks(in, bytes.size(), out.data(), out.size());
-    const std::size_t left = bytes.size() - decoded.read, room = out.size() - decoded.written;
-    const bool begun = decoded.read != 0, cuts = bytes.back() == '\xAD';
-    const std::size_t most = (begun || bytes[0] == 'a' ? 31 : 35) + (begun && cuts ? 2 : 0);
-    CHECK((!any || left <= (compresses ? 0 : most) || room < (compresses ? 64 : begun ? 40 : 42)));
-    CHECK(plain::DecodeArray(bytes.substr(0, decoded.read)).result == int(decoded.written));
-    CHECK(std::equal(units.begin(), units.begin() + int(decoded.written), out.begin()));
-    std::string written(bytes.size() + 64 - lack, '#');
-    const kv::utf8::Progress encoded =
-        kv::utf8::EncodeBlocks(units.data(), units.size(), written.data(), written.size());
-    const std::size_t unitsLeft = units.size() - encoded.read;
-    const std::size_t size = written.size() - encoded.written;
-    CHECK((!any || unitsLeft < (compresses ? 1 : 16) || size < (compresses ? 96 : 64)));
-    CHECK(written.substr(0, encoded.written) == bytes.substr(0, encoded.written));
-  };
-  support::WithEachVectorSet([&check] {
-    for (const char* piece : {"a", "\xC3\xA4", "\xE4\xB8\xAD", "a\xC3\xA4\xE4\xB8\xAD"}) {
-      for (std::string bytes = piece; bytes.size() < 230; bytes += piece) {
-        for (const std::size_t lack : {0, 1, 20, 48}) check(bytes, lack);
-      }
+  Random random(5);
+  support::WithEachVectorSet([&random] {
+    for (unsigned round = 0; round < 9 * 4 * 130; ++round) {
+      const unsigned usual = 1 + round % 3, rare = 1 + round / 3 % 3,
+                     rate = round % 2 == 0 ? 2 : 24;
+      std::vector<unsigned short> units(1 + round / 36);
+      for (unsigned short& unit : units) unit = UnitOf(random, random() % rate == 0 ? rare : usual);
+      constexpr std::size_t kRooms[] = {0, 16, 63, 64};
+      CheckBlocks(units, usual == rare ? usual : 0, kRooms[round / 9 % 4]);
     }
   });
 }
@@ -284,12 +299,13 @@ TEST_CASE("encoding into buffers of every size splits no character") {
   Random random(3);
   support::WithEachVectorSet([&] { CheckEncoder(random); });
   // A text ends at its first zero unit, wherever a block has it.
-  for (unsigned short at = 60; at < 80; ++at) {
-    KvString text(std::vector<unsigned short>(100, 0xE9).data(), 100);
-    text[at] = '\0';
+  for (unsigned n = 0; n < 3 * 99; ++n) {
+    const unsigned at = n / 3, bytes = 1 + n % 3;
+    KvString text(std::vector<unsigned short>(100, UnitOf(random, bytes)).data(), 100);
+    text[static_cast<unsigned short>(at)] = static_cast<unsigned short>(0);
     support::WithEachVectorSet([&] {
       char buffer[300];
-      CHECK(KvString2KvMBS(text, buffer, sizeof buffer) == 2 * at);
+      CHECK(KvString2KvMBS(text, buffer, sizeof buffer) == int(bytes * at));
     });
   }
 }
@@ -321,6 +337,11 @@ TEST_CASE("other text of an 8-bit code set goes through Unicode") {
   CHECK(KvString2KvMBS(cafe, buffer, sizeof buffer) == 6);
   CHECK(std::strcmp(buffer, "caf\xC3\xA9!") == 0);
   CHECK(KvString2KvMBS(cafe, buffer, 4) == -3);
+  for (unsigned short at = 0; at < 9; ++at) {
+    KvString text = Latin1("ninechars");
+    text[at] = '\xE9';
+    CHECK(KvString2KvMBS(text, buffer, sizeof buffer) == 10);
+  }
   KvString cyrillic(10, 1);  // KOI8-R
   cyrillic << static_cast<char>(0xC1);
   KvString target(10, 1);
