@@ -139,6 +139,14 @@ TEST_CASE("a load keeps within the engine's limits, whatever they are") {
   MapStore two;
   two.limits.batchWrites = 2;  // a record without entries, and the mark
   CHECK(Loaded(two, file.name, false, MakeTable("id:o_u4b", "id", {})) == "3 3 0 0, 0");
+  // A key about as long as its record: neither makes up for the other.
+  MapStore large;
+  large.limits.batchBytes = 20000;
+  std::string names;
+  for (int i = 100; i < 200; ++i) names += std::to_string(i) + std::string(200, 'n') + "\n";
+  file.Write(names);
+  CHECK(Loaded(large, file.name, false, MakeTable("name:KvString", "name", {})) ==
+        "100 100 0 0, 0");
   for (const bool atomic : {true, false}) {
     for (const std::size_t writes : {7U, 8U, 9U, 11U, 30U}) {
       for (const std::size_t bytes : {700U, 5000U}) {
@@ -385,6 +393,8 @@ TEST_CASE("a damaged index is told entry by entry, and mended") {
   const auto any = [](const StoredRecord&) { return true; };
   const Walked walked = Run(*snapshot, People(), query, MakePlan(*snapshot, People(), query), any);
   CHECK((walked.entries == 902 - 600 && walked.hits == 300));
+  const Query none = ParseQuery(People(), "id > 5 and id < 3");
+  CHECK(Run(*snapshot, People(), none, MakePlan(*snapshot, People(), none), any).entries == 0);
   store.entries = sound;
   for (const std::string& key : keys)
     if (key[0] > 1) store.entries.erase(key);

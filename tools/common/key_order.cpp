@@ -227,7 +227,7 @@ class KeyTable {
 
   // Where keys agree, none of them ends before the others do.
   void SortAlike(Entries entries, std::size_t depth) {
-    if (depth >= HeadOf(entries[0].key).size) {
+    if (depth >= HeadOf(entries.front().key).size) {
       SortEqual(entries);
     } else if (depth < kDeepest) {
       for (Entry& entry : entries) entry.word = TurnedWord(entry.key, depth);

@@ -56,7 +56,7 @@ NumberFault ReadInteger(std::string_view text, long long least, unsigned long lo
 
 std::string ShortestText(float number) {
   if (std::isnan(number)) return "NaN";
-  if (std::isinf(number)) return number < 0 ? "-Infinity" : "Infinity";
+  if (std::isinf(number)) return std::signbit(number) ? "-Infinity" : "Infinity";
   char text[32];
   const auto [end, error] = std::to_chars(text, text + sizeof text, number);
   return {text, error == std::errc() ? end : text};

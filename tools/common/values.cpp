@@ -209,24 +209,23 @@ std::string ZoneText(char id, void* value) {
   return text;
 }
 
-// Takes a zone off the end of a text. False when there is none.
-bool TakeZone(std::string_view& text, int& hour, int& minute) {
+// Takes a zone off the end of a text, where there is one.
+void TakeZone(std::string_view& text, int& hour, int& minute) {
   const std::size_t colon = text.rfind(':');
-  if (colon == std::string_view::npos) return false;
+  if (colon == std::string_view::npos) return;
   const std::size_t sign = text.substr(0, colon).find_last_of("+-");
-  if (sign == std::string_view::npos) return false;
+  if (sign == std::string_view::npos) return;
   unsigned long long hourBits = 0;
   unsigned long long minuteBits = 0;
   const std::string_view minutes = text.substr(colon + 1);
   if (ReadInteger(text.substr(sign, colon - sign), -128, 127, hourBits) != NumberFault::kNone ||
       ReadInteger(minutes, -128, 127, minuteBits) != NumberFault::kNone) {
-    return false;
+    return;
   }
   hour = static_cast<int>(hourBits);
   minute = static_cast<int>(minuteBits);
   if (text[sign] == '-' && minutes.find_first_of("+-") == std::string_view::npos) minute = -minute;
   text = text.substr(0, sign);
-  return true;
 }
 
 // Moves a time that was read in zone 0 to a zone, its clock kept. Where a zone is negative its

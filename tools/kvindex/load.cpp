@@ -373,7 +373,6 @@ class Loader {
 
   LoadCounts Finish() {
     if (!mark_.empty()) store_.Erase(mark_);
-    progress_.Clear();
     return place_.counts;
   }
 

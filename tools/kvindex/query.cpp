@@ -349,9 +349,9 @@ class Planner {
                                       static_cast<unsigned>(stored.size()), kStoredFormat, room,
                                       lower.data(), lowerSize, upper.data(), upperSize);
     if (status != kvOk) return {};
-    Range range{.from = prefix + lower.substr(0, lowerSize)};
-    range.end = upperSize == 0 ? PrefixEnd(prefix) : prefix + upper.substr(0, upperSize);
-    return range;
+    // Keys of texts begin with 00 or 01, so there is an end.
+    return {.from = prefix + lower.substr(0, lowerSize),
+            .end = prefix + upper.substr(0, upperSize)};
   }
 
   Snapshot& snapshot_;

@@ -86,7 +86,7 @@ std::string EntryKey(const Table& table, std::size_t index, const StoredRecord& 
 
 std::string RecordKeyOfEntry(const Table& table, std::size_t index, std::string_view entry) {
   KvSortKeyReader reader(entry.data() + 1, entry.size() - 1);
-  const void* part = entry.data() + 1;
+  const void* part = nullptr;
   std::size_t length = 0;
   for (const std::size_t position : table.indexes[index]) {
     const SchemaField& field = table.schema.fields[position];

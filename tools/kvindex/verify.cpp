@@ -20,7 +20,7 @@ std::string Hex(std::string_view bytes) {
   constexpr std::size_t kShown = 32;
   const std::string_view shown = bytes.substr(0, kShown);
   return ToHex(reinterpret_cast<const unsigned char*>(shown.data()), shown.size()) +
-         (bytes.size() > kShown ? "..." : "");
+         (shown.size() < bytes.size() ? "..." : "");
 }
 
 class Verifier {
