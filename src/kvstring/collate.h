@@ -81,7 +81,7 @@ class OrderCursor {
   // As Next, but passes over orders of spaces.
   unsigned short NextVisible() {
     unsigned short order = Next();
-    while (order != 0 && order < 80) order = Next();
+    while (order != 0 && order < kFirstSymbolOrder) order = Next();
     return order;
   }
 

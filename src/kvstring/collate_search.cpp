@@ -228,13 +228,9 @@ class FirstUnits {
     list.isShort = true;
   }
 
-  // Where the first of two orders can be told from the pattern's without taking it apart: of two
-  // letters both words have the letter code at the same place.
-  unsigned PairMask() const {
-    constexpr unsigned kLetter = 0x40000000;
-    const bool isLetter = (weight_ & 0xC0000000) == kLetter;
-    return isLetter && !hasParts_ ? kLetter | 0x007C0000 : 0;
-  }
+  // Where the first of two orders can be told from the pattern's without taking it apart: the bits
+  // of a letter code are at the same place in both words, as these bits of any other order are.
+  unsigned PairMask() const { return hasParts_ ? 0 : 0x407C0000u; }
 
   Table table_;
   unsigned weight_;

@@ -144,10 +144,8 @@ KvChar& KvChar::operator=(unsigned short unit) {
 
 KvChar KvChar::MapTo(unsigned char codeSet) const {
   if (codeSet == 0 || codeSet == codeSet_) return KvChar(*this);
-  const unsigned short unit = Value();
-  // The terminator is itself everywhere.
   const unsigned short mapped =
-      unit == 0 ? unit : KvLanguageContext::QueryCodeSet(codeSet)->MapFrom(unit, codeSet_);
+      KvLanguageContext::QueryCodeSet(codeSet)->MapFrom(Value(), codeSet_);
   return KvChar(
       Place{nullptr, mapped, codeSet, kv::LanguageOrDefault(language_), kv::kMemoryOrder});
 }
@@ -246,7 +244,7 @@ void KvStringIterator::Begin(const void* text, unsigned char codeSet, unsigned c
   overflowCodeSet_ = codeSet_;
   overflowIndex_ = 0;
   byteOrder_ = byteOrder;
-  ownsText_ = 0;
+  ownsText_ = false;
   position_ = kv::Writable(text);
   overflow_ = nullptr;
   limit_ = nullptr;
@@ -274,7 +272,7 @@ KvStringIterator::KvStringIterator(const unsigned short* text, unsigned char cod
 KvStringIterator::KvStringIterator(const KvChar& character) {
   Begin(nullptr, character.GetCodeSet(), character.GetLanguage(), kv::kMemoryOrder);
   kv::WriteUnit(ownText_, Width() == 2, 0, character.Value());
-  ownsText_ = 1;
+  ownsText_ = true;
   position_ = ownText_;
   origin_ = this;
 }
@@ -300,11 +298,9 @@ KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
   limit_ = source.limit_;
   orderPosition_ = source.orderPosition_;
   // A text of its own moves with the iterator.
-  if (ownsText_ != 0 && position_ != nullptr) {
+  if (ownsText_ && position_ != nullptr) {
     position_ = ownText_ + (source.position_ - source.ownText_);
-    if (orderPosition_ != nullptr) {
-      orderPosition_ = ownText_ + (source.orderPosition_ - source.ownText_);
-    }
+    if (orderPosition_ != nullptr) orderPosition_ = ownText_;  // its only character
   }
   pendingOrder_ = source.pendingOrder_;
   gaveUp_ = source.gaveUp_;
@@ -316,7 +312,7 @@ KvStringIterator& KvStringIterator::operator=(const KvStringIterator& source) {
 }
 
 bool KvStringIterator::operator==(const KvStringIterator& other) const {
-  if (position_ == nullptr || ownsText_ == 0 || origin_ != other.origin_) {
+  if (position_ == nullptr || !ownsText_ || origin_ != other.origin_) {
     return position_ == other.position_;
   }
   return other.position_ != nullptr && position_ - ownText_ == other.position_ - other.ownText_;
@@ -397,6 +393,4 @@ void KvStringIterator::Destroy() {
   position_ = nullptr;
   orderPosition_ = nullptr;
   pendingOrder_ = 0;
-  ownsText_ = 0;
-  origin_ = nullptr;
 }

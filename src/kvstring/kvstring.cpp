@@ -258,7 +258,7 @@ unsigned short KvString::Len() const {
 }
 
 bool KvString::IsEmpty() const {
-  return bufferSize_ < kv::UnitWidth(codeSet_) ||
+  return bufferSize_ <= kv::UnitWidth(codeSet_) ||
          kv::UnitAt(buffer_, KvIsWideCodeSet(codeSet_)) == 0;
 }
 

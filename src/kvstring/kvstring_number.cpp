@@ -47,7 +47,6 @@ struct NarrowNumber {
       text[length++] = static_cast<char>(unit());
       ++index;
     }
-    if (unit() == '0') text[length++] = '0';
     while (unit() == '0') ++index;
     while (unit() >= '0' && unit() <= '9' && length < 22) {
       text[length++] = static_cast<char>(unit());

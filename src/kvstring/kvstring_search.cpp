@@ -248,7 +248,8 @@ int KvChar::Compare(const KvChar& other, unsigned short compareOperation) const 
   const kv::UnitText otherUnit(other.Value(), other.codeSet_);
   return KvStrCmp(codeSet_, language_, reinterpret_cast<const char*>(unit.bytes), other.codeSet_,
                   other.language_, reinterpret_cast<const char*>(otherUnit.bytes),
-                  kv::OperationOrDefault(compareOperation), 1, kv::kMemoryOrder, nullptr);
+                  kv::OperationOrDefault(compareOperation), kv::kWholeText, kv::kMemoryOrder,
+                  nullptr);
 }
 
 // Contractions are in the text only: an overflow character gives its orders by itself.
@@ -266,7 +267,7 @@ unsigned short KvStringIterator::GetNextOrder(unsigned short /*flags*/) {
   if (overflow_ != nullptr) {
     const KvChar character(**this);
     own = kv::UnitText(character.Value(), character.GetCodeSet());
-    text = {character.GetCodeSet(), language_, own.bytes, 1};
+    text = {character.GetCodeSet(), language_, own.bytes};
   }
   kv::OrderCursor orders(text);
   const unsigned short first = orders.Next();

@@ -12,7 +12,7 @@ namespace {
 class LevelOneReader {
  public:
   LevelOneReader(KeySource& source, unsigned short cmpOp)
-      : source_(source), least_((cmpOp & kvCompareSkipSpaces) != 0 ? 80 : 1) {}
+      : source_(source), least_((cmpOp & kvCompareSkipSpaces) != 0 ? kFirstSymbolOrder : 1) {}
 
   // False for bytes that are no code. 0 is the end.
   bool Next(unsigned& primary) {

@@ -25,7 +25,7 @@ inline unsigned LeadingSmallLetters(std::uint64_t word) {
   const std::uint64_t fromA = ascii + (0x80 - 'a') * kEveryByte;
   const std::uint64_t behindZ = ascii + (0x7F - 'z') * kEveryByte;
   const std::uint64_t others = (~fromA | behindZ | word) & kTops;
-  return others == 0 ? 8 : static_cast<unsigned>(std::countr_zero(others)) / 8;
+  return static_cast<unsigned>(std::countr_zero(others)) / 8;
 }
 
 // The codes of eight small letters. What other bytes become means nothing, but letters below them

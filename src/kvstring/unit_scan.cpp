@@ -77,11 +77,13 @@ unsigned PassPlainly(const unsigned char* text, unsigned count, const Ends& ends
 
 void WordsOfWeightPlainly(WordBits& found, const unsigned* words, unsigned mask, unsigned pairMask,
                           unsigned weight) {
-  for (unsigned place = 0; place < 128; ++place) {
-    const unsigned word = words[place];
-    const bool hit = (word & mask) == weight ||
-                     ((word & kSpecialBits) != 0 && ((word ^ weight) & pairMask) == 0);
-    found[place / 64] |= std::uint64_t{hit} << place % 64;
+  for (std::uint64_t& bits : found) {
+    for (std::uint64_t bit = 1; bit != 0; bit <<= 1) {
+      const unsigned word = *words++;
+      const bool hit = (word & mask) == weight ||
+                       ((word & kSpecialBits) != 0 && ((word ^ weight) & pairMask) == 0);
+      if (hit) bits |= bit;
+    }
   }
 }
 

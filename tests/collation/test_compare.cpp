@@ -101,7 +101,7 @@ TEST_CASE("languages sort their own letters where their readers look for them") 
 
 TEST_CASE("null texts") {
   const auto compare = [](unsigned char language1, unsigned char language2, unsigned short cmpOp) {
-    return KvStrCmp(1, language1, "", 1, language2, "", cmpOp, -1, 1, nullptr);
+    return KvStrCmp(1, language1, "b", 1, language2, "a", cmpOp, -1, 1, nullptr);
   };
   for (unsigned cmpOp : {0x0u, 0x10u, 0x100u}) {
     CHECK(compare(254, 254, static_cast<unsigned short>(cmpOp)) == 0);
@@ -109,7 +109,7 @@ TEST_CASE("null texts") {
   }
   CHECK(compare(254, 1, 0x10) == -1);
   CHECK(compare(254, 1, 0x100) == -1);
-  CHECK(compare(254, 1, 0) == 0);  // an empty null equals the empty text, as indexes have it
+  CHECK(compare(254, 1, 0) == 1);  // compared as the text that it has, as indexes have it
   CHECK(KvStrCmp(254, 0, nullptr, 1, 1, "", kvCompareExact, -1, 1, nullptr) == -1);
 }
 
@@ -117,6 +117,11 @@ TEST_CASE("lengths limit what counts") {
   CHECK(Compare("abc", "abd", 0, kEnglish, 2) == 0);
   CHECK(Compare("abc", "abd", 0, kEnglish, 3) == -1);
   CHECK(Compare("abc", "xyz", 0, kEnglish, 0) == 0);
+  const std::string same(65534, 'a');
+  for (const int most : {-2, -1}) {
+    CHECK(Compare((same + 'b').c_str(), (same + 'c').c_str(), 0, kEnglish, most) ==
+          (most == -1 ? -1 : 0));
+  }
   CHECK(Compare("\337a", "\337b", 0, kEnglish, 1) == 0);            // characters, not orders
   constexpr unsigned short kOperations[] = {0, kvCompareKeyOrder};  // characters, not orders
   for (const unsigned short cmpOp : kOperations) {
@@ -156,7 +161,7 @@ TEST_CASE(
   const auto compare = [](const char* a, const char* b, unsigned short cmpOp) {
     return KvStrCmp(1, 1, a, 1, 20, b, cmpOp, -1, 1, nullptr);
   };
-  CHECK(compare("a", "a", 0) == -1);
+  CHECK((compare("a", "a", 0) == -1 && compare(" ", " ", 0) == -1));
   CHECK(compare("", "", 0) == 0);
   CHECK(compare("  ", " ", kvCompareSkipSpaces) == 0);
   CHECK(compare("", " ", kvCompareSkipSpaces) == 0);
@@ -167,6 +172,12 @@ TEST_CASE("texts of collation orders compare as the texts they came from") {
   const auto* text = reinterpret_cast<const char*>(orders);
   CHECK(KvStrCmp(254, 1, text, 1, 1, "Ab", 0, -1, 1, nullptr) == 0);
   CHECK(KvStrCmp(254, 1, text, 1, 1, "Ac", 0, -1, 1, nullptr) == -1);
+  for (const unsigned short last : std::initializer_list<unsigned short>{
+           79, 80}) {  // the last of the spaces, and the first symbol
+    const unsigned short one[] = {last, 0};
+    CHECK(KvStrCmp(254, 1, reinterpret_cast<const char*>(one), 1, 1, "", kvCompareSkipSpaces, -1, 1,
+                   nullptr) == last - 79);
+  }
 }
 
 TEST_CASE("comparison is an order, the same in every code set, byte order and length form") {
@@ -292,7 +303,7 @@ TEST_CASE("hashes by hand") {
   CHECK(HashString(1, 1, "abc", -2, 1) == 0);
   CHECK(HashString(1, 254, "abc", 0, 1) == kvNullHash);
   CHECK(HashString(254, 0, "abc", -1, 1) == kvNullHash);
-  CHECK(HashString(255, 255, "a", -1, 255) == key(a));
+  CHECK(HashString(255, 255, "aa", -1, 255) == key(a) * 10);
 
   CHECK(HashKvString(KvString("ab")) == 971);
   CHECK(HashKvString7(KvString("ab")) == 971);

@@ -289,6 +289,11 @@ TEST_CASE("a text of orders is searched by its orders") {
   CHECK(orders("abc").Find(KvString("bc"), 0, 0) == 1);
   CHECK(KvString("abc").Find(orders("bc"), 0, 0) == 1);
   CHECK(orders("abc").Find(KvString("d"), 0, 0) == -1);
+  // Of different languages they are compared as of none, and are then null.
+  KvString swedish = orders("b");
+  swedish.SetLanguage(10);
+  CHECK(orders("a").EqualsIgnoreLanguage(swedish));
+  CHECK(!orders("a").EqualsIgnoreLanguage(orders("b")));
 }
 
 TEST_CASE("a null is found nowhere, and nothing in a null") {

@@ -78,7 +78,7 @@ void ForEachAllocation(const char* name, const Step& step) {
     // The first run may fill what the C library keeps for good.
     if (number != 0) CHECK(left == 0);
     struck = number == 0 ? AreInjected() : fault.Struck();
-    if (fault.Struck()) CHECK(handlerCalls > 0);
+    CHECK((handlerCalls > 0) == fault.Struck());
   }
   CHECK(!struck);
   KvSetMemoryHandler(before);

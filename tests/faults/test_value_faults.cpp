@@ -219,6 +219,11 @@ TEST_CASE("functions that make texts give up cleanly when memory is short") {
     fault.In([&] { after.Transform(operation); });
     CHECK((fault.Struck() ? SameText(after, before) : after.Len() == 15));
   });
+  ForEachAllocation("copy attached characters", [&](Fault& fault) {
+    KvStringIterator each("x", 1, 1);
+    each.SetOverflow(new KvWCharList);
+    fault.In([&] { CHECK(!KvStringIterator(each).IsEOS()); });
+  });
   ForEachAllocation("load turned units", [&](Fault& fault) {
     const KvString wide(reinterpret_cast<const unsigned short*>(u"\u00E9\u20AC"));
     unsigned char stored[16];

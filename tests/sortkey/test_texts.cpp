@@ -194,6 +194,13 @@ TEST_CASE("every order has a place of its own") {
     const auto high = static_cast<unsigned char>(order >> 8);
     return Bytes{6, 0, 254, 1, low, high, 0, 0xFF};
   };
+  // As the first of two orders, the second of which says that it is small.
+  const auto markedSize = [](unsigned order, unsigned char isSmall) {
+    const auto low = static_cast<unsigned char>(order);
+    const auto high = static_cast<unsigned char>(order >> 8);
+    const Bytes text{8, 0, 254, 1, low, high, isSmall, 0x80, 0, 0xFF};
+    return KeyOf({.type = KvSTRING_T}, text.data(), 0).size();
+  };
   Source source(12);
   const KvSortKeyKind kind{.type = KvSTRING_T};
   unsigned wrong = 0;
@@ -205,6 +212,11 @@ TEST_CASE("every order has a place of its own") {
       const int expected = Sign(Types().Cmp(KvSTRING_T, left.data(), right.data(), 0x10, 1, 0));
       if (expected != Order(key, KeyOf(kind, right.data(), 0))) ++wrong;
     }
+    // Where there are capitals, small letters have no mark; elsewhere what is not small has none.
+    const unsigned unit = 2 * (order - 0x8000);
+    const bool hasCapitals = (unit >= 0x180 && unit <= 0x24F) || (unit >= 0x370 && unit <= 0x58F) ||
+                             (unit >= 0x1E00 && unit <= 0x1FFF);
+    if (order > 0x8003 && hasCapitals != (markedSize(order, 1) < markedSize(order, 0))) ++wrong;
   }
   CHECK(wrong == 0);
 }
@@ -230,8 +242,13 @@ TEST_CASE("long texts have marks at any distance") {
   for (const unsigned short cmpOp : std::initializer_list<unsigned short>{0x10, 0x70})
     CheckPairs(texts, cmpOp);
   for (const KvString& text : texts) {
-    const std::size_t size = KeyOf({.type = KvSTRING_T}, &text).size();
-    CHECK(size <= KvSortKeyBound({.type = KvSTRING_T}, text.Len()));
+    const KvSortKeyKind kind{.type = KvSTRING_T};
+    const Bytes key = KeyOf(kind, &text);
+    CHECK(key.size() <= KvSortKeyBound(kind, text.Len()));
+    KvString back;
+    std::size_t size;
+    const int status = KvSortKeyValue(kind, key.data(), key.size(), &back, size);
+    CHECK((status == kvOverflow ? text.Len() > 16000 : KeyOf(kind, &back) == key));
   }
 }
 
@@ -319,6 +336,8 @@ TEST_CASE("arbitrary bytes are the key of a text, or none") {
   std::size_t size = 9;
   CHECK(KvSortKeyLength({.type = KvSTRING_T}, beyond, sizeof beyond, size) == kvBadArgument);
   CHECK(size == 0);
+  const unsigned char noOrder[] = {0x01, 0xFE, 0xD2, 0x00, 0x00, 0x30};  // 10000 is beyond them
+  CHECK(KvSortKeyLength({.type = KvSTRING_T}, noOrder, sizeof noOrder, size) == kvBadArgument);
 
   // More orders, or bytes, than a text may have.
   Bytes longest(70000, 0x78);

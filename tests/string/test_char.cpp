@@ -21,7 +21,7 @@ TEST_CASE("a character refers into the text or holds its value") {
   text[0] = static_cast<unsigned short>(0x1241);
   CHECK(Bytes(text) == "AX\x80");
 
-  CHECK(text[3].Value() == 0);
+  CHECK((text[3].Value() == 0 && text[3].GetCodeSet() == 2));
   CHECK(text[4].GetCodeSet() == 255);
   CHECK(text[4].GetLanguage() == 255);
   CHECK(text[4].Value() == 0);
@@ -135,7 +135,7 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   CHECK(copy.IsEOS());
   // Pending characters keep the end away; going back does not look at them.
   auto* pending = new KvWCharList;
-  pending->Append(0x20AC);
+  for (unsigned short unit = 0x20AC; unit < 0x20C0; ++unit) pending->Append(unit);
   copy.SetOverflow(pending);
   copy.SetOverflow(pending);
   CHECK((*copy).GetCodeSet() == 1);
@@ -146,8 +146,15 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   KvStringIterator withPending = copy;
   KvStringIterator& itself = withPending;
   withPending = itself;
-  CHECK((*copy).GetCodeSet() == 253);
-  CHECK((*withPending).Value() == 0x20AC);
+  // A character that gives one in the other case leaves them alone.
+  CHECK(KvChar('a').ToUpper(&withPending).Value() == 'A');
+  for (unsigned short unit = 0x20AC; unit < 0x20C0; ++unit) {
+    CHECK(((*withPending).Value() == unit && (*copy).GetCodeSet() == 253));
+  }
+  CHECK((*withPending).Value() == 0);
+  KvStringIterator forward(each);
+  forward.Step(2);
+  CHECK(forward.IsEOS());
   copy.Step(0);
   CHECK(copy == each);
   CHECK((*copy--).Value() == 'z');
@@ -158,6 +165,8 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
   KvStringIterator nowhere(static_cast<const char*>(nullptr), 1, 1);
   CHECK(nowhere.IsEOS());
   CHECK((*nowhere).Value() == 0);
+  for (int asked = 0; asked < 2; ++asked) CHECK(nowhere.GetNextOrder(0) == 0);
+  CHECK(KvChar('\xDF').ToUpper(nullptr).Value() == 'S');
   each.Destroy();
   CHECK(each.IsEOS());
 }
@@ -165,12 +174,15 @@ TEST_CASE("the iterator delivers overflow characters before it goes on") {
 TEST_CASE("an iterator over one character keeps its own copy") {
   alignas(KvStringIterator) unsigned char rubbish[sizeof(KvStringIterator)];
   std::memset(rubbish, 0xAA, sizeof rubbish);
-  auto* const alone = new (rubbish) KvStringIterator(KvChar('x', 253, 1));
-  CHECK((**alone).Value() == 'x');
+  auto* const alone = new (rubbish) KvStringIterator(KvChar(static_cast<unsigned short>(0x4E2D)));
+  KvStringIterator kept(*alone);
+  CHECK((**alone).Value() == 0x4E2D);
   CHECK((++*alone).IsEOS());
   const KvStringIterator after(*alone);
   CHECK((after == *alone));
   CHECK(alone->GetNextOrder(0) == 0);
+  std::memset(rubbish, 0xAA, sizeof rubbish);
+  CHECK((*kept).Value() == 0x4E2D);
   KvString text("ab");
   KvStringIterator one(text[1]);
   KvStringIterator copy = one;

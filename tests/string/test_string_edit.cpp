@@ -148,6 +148,7 @@ TEST_CASE("what adds nothing, and a text put into itself, change nothing") {
     CHECK(text.StrGet() == buffer);  // two new blocks could end where the first one was
     text.ReplaceAll("x", "y");
     CHECK(text.StrGet() == buffer);
+    text.RightTrim();
     text.Insert(KvString(""), 1);
     CHECK(text.StrGet() == buffer);
     text.Expand(3, 'x');

@@ -216,6 +216,7 @@ TEST_CASE("a contraction is made of its own letters and no others") {
           static_cast<unsigned>(std::find(given.letters, given.letters + 4, 0) - given.letters);
       CHECK(kv::Contract(language, given.letters, units).units == units);
       CHECK(kv::Contract(language, given.letters, units).orders[0] == made);
+      CHECK(kv::Contract(language, given.letters, units).orders[1] == given.orders[1]);
       CHECK(kv::Contract(language, given.letters, units - 1).units < units);
       for (unsigned at = 0; at < units; ++at) {
         for (const unsigned bit : {1u, 2u, 4u, 0x80u, 0x400u, 0x800u}) {
