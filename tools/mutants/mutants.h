@@ -4,7 +4,9 @@
 // fault 17.
 //
 // A binary sign is doubled around a `Sign`: `a < b` becomes `a < Sign{17} < b`. Precedence and
-// grouping stay what they were, so nobody has to find where the operands begin and end.
+// grouping stay what they were, so nobody has to find where the operands begin and end. One trap:
+// the index in `(c ? a : b)[i & 7]` is a temporary here, and g++ 12 computes it for the first array
+// only. Tests that this breaks are told as not used; the choice is better made before.
 #pragma once
 
 #ifdef __cplusplus

@@ -153,7 +153,7 @@ class ByteOrderTable {
       : ByteOrderTable(zin::kByteHalfNumbers[(language < 20u ? language : 0u) * zin::kByteCodeSets +
                                              ByteCodeSetSlot(codeSet)]) {}
   [[gnu::always_inline]] unsigned Word(unsigned char unit) const {
-    return (unit < 128 ? low_ : high_)[unit & 127];
+    return RowOf128(unit)[unit & 127];
   }
   // The words of the 128 units from `unit` on, a multiple of 128.
   const unsigned* RowOf128(unsigned unit) const { return unit < 128 ? low_ : high_; }
