@@ -2,9 +2,11 @@
 // and the words NaN, Infinity and -Infinity.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 
 namespace kv {
 
@@ -23,11 +25,9 @@ constexpr char ToLowerLetter(char c) {
 }
 
 // Whether the whole of `text` is `word` (in lower case) in any letter case.
-constexpr bool IsWord(const char* text, const char* word) {
-  for (; *word != 0; ++text, ++word) {
-    if (ToLowerLetter(*text) != *word) return false;
-  }
-  return *text == 0;
+constexpr bool IsWord(std::string_view text, std::string_view word) {
+  return std::equal(text.begin(), text.end(), word.begin(), word.end(),
+                    [](char a, char b) { return ToLowerLetter(a) == b; });
 }
 
 // Reads the decimal number that stands behind the blanks of `text`, which is terminated. Beyond the
@@ -36,7 +36,7 @@ constexpr bool IsWord(const char* text, const char* word) {
 const char* ReadFloatText(const char* text, const char* bufferEnd, double& value);
 
 // The number that one of the three words stands for, 0 for any other text.
-inline double NumberOfWord(const char* text) {
+inline double NumberOfWord(std::string_view text) {
   const double infinity = std::numeric_limits<double>::infinity();
   if (IsWord(text, "-infinity")) return -infinity;
   if (IsWord(text, "infinity")) return infinity;

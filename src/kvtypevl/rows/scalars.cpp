@@ -228,17 +228,13 @@ ScanTrace TraceDefault(const char* text, double& value) {
     return trace;
   }
   const char* begin = SkipBlanks(text);
-  char word[sizeof "-infinity"] = {};
-  unsigned length = 0;
-  while (length < sizeof word - 1 && begin[length] != 0 && !IsBlank(begin[length])) {
-    word[length] = begin[length];
-    ++length;
-  }
-  const double number = NumberOfWord(word);
+  const char* end = begin;
+  while (*end != 0 && !IsBlank(*end)) ++end;
+  const double number = NumberOfWord({begin, end});
   trace.position = static_cast<unsigned>(begin - text);
-  if (number == 0 || (begin[length] != 0 && !IsBlank(begin[length]))) return trace;
+  if (number == 0) return trace;
   value = number;
-  trace.position += length;
+  trace.position = static_cast<unsigned>(end - text);
   trace.complete = trace.any = true;
   return trace;
 }
