@@ -200,6 +200,32 @@ class Faults(KvIndexTest):
         self.assertEqual(status, 0, errors)
         self.check(url, 60000)
 
+    def test_a_commit_that_loses_its_connection_is_done_once(self):
+        server = self.server("postgresql")
+        url = self.table(server.one_url)
+        waiting = "FROM pg_stat_activity WHERE wait_event = 'SyncRep'"
+
+        def one(statement):
+            return server.run("psql", "-XqAt", "-d", server.conninfo(0, "one"), "-c", statement)
+        # It is committed here and waits for a server that there is not when the connection goes.
+        for names in ("'nobody'", "DEFAULT"):
+            if names == "DEFAULT":
+                load = Load(url, self.write("load.csv", lines(3)))
+                cluster.wait_until(lambda: one(f"SELECT count(*) {waiting}") == "1\n", "a commit")
+                one(f"SELECT pg_terminate_backend(pid) {waiting}")
+            one(f"ALTER SYSTEM SET synchronous_standby_names = {names}")
+            one("SELECT pg_reload_conf()")
+        self.assertEqual(load.end(), (0, "3 records\n", ""))
+        # And before it is committed, once.
+        one("""CREATE SEQUENCE turn; CREATE FUNCTION die() RETURNS trigger LANGUAGE plpgsql AS $$
+            BEGIN PERFORM pg_terminate_backend(pg_backend_pid()) WHERE nextval('turn') = 1;
+            RETURN NULL; END $$; CREATE CONSTRAINT TRIGGER die AFTER INSERT ON kv_store
+            DEFERRABLE INITIALLY DEFERRED FOR EACH ROW EXECUTE FUNCTION die()""")
+        load = Load(url, self.write("more.csv", lines(5)))
+        self.assertEqual(load.end()[1:], ("2 records, 3 were there already\n", ""))
+        one("DROP SEQUENCE turn; DROP FUNCTION die CASCADE")
+        self.check(url, 5)
+
     def test_a_shard_is_divided_as_the_page_says(self):
         # A cluster of its own: it is not the same again afterwards.
         with cluster.Running(["postgresql"], os.path.join(BUILD, "cluster")) as running:
