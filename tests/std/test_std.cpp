@@ -191,7 +191,7 @@ TEST_CASE("UTF-8 goes in and out, and what has no place does not") {
     CHECK(KvToUtf8(*string) == text);
   }
   CHECK(KvFromUtf8("öl")->Len() == 2);
-  CHECK(KvFromUtf8("abc")->GetCodeSet() == KvString::GetDefault8CodeSet());
+  CHECK(KvFromUtf8("abc\x01")->GetCodeSet() == KvString::GetDefault8CodeSet());
   for (const std::string_view text :
        {std::string_view("\xFF"), std::string_view("a\xC3"), std::string_view("\xF0\x9F\x98\x80"),
         std::string_view("a\0b", 3), std::string_view("\xC0\x80")}) {

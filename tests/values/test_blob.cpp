@@ -70,7 +70,7 @@ void RecordShortage(unsigned size) {
 TEST_CASE("edits with any arguments do what they do to a plain string") {
   std::mt19937 random(42);
   const int lengths[] = {INT_MIN, -1, 0, 1, 2, 3, 5, 9, 40, INT_MAX};
-  KvBlob blob;
+  KvBlob blob, other;
   Bytes model = "";
   for (int step = 0; step < 40000; ++step) {
     const int from = lengths[random() % 10], count = lengths[random() % 10];
@@ -108,6 +108,9 @@ TEST_CASE("edits with any arguments do what they do to a plain string") {
         model->resize(static_cast<std::size_t>(blob.Length()));
         break;
       case 5:
+        other = KvBlob("old", 3);
+        blob.CopyTo(other, from, count);
+        CHECK(other.IsNullValue() == blob.IsNullValue());
         CHECK(blob.CopyTo(blob, from, count) == (model ? static_cast<int>(clamped) : 0));
         if (model) model = model->substr(start, clamped);
         break;
