@@ -116,9 +116,10 @@ VectorWriter PairWriterOf(KeyStep step) {
       return WritePairs<KeyStep::kPlusOne>;
     case KeyStep::kKeep:
       return WritePairs<KeyStep::kKeep>;
-    default:
-      return WritePairs<KeyStep::kBoolean>;
+    case KeyStep::kBoolean:
+      break;
   }
+  return WritePairs<KeyStep::kBoolean>;
 }
 
 // So many whole vectors lie in `bytes` bytes, each beginning `step` behind the last one.

@@ -217,9 +217,10 @@ VectorWriter WideWriterOf(KeyStep step) {
       return WriteWide<KeyStep::kPlusOne>;
     case KeyStep::kKeep:
       return WriteWide<KeyStep::kKeep>;
-    default:
-      return WriteWide<KeyStep::kBoolean>;
+    case KeyStep::kBoolean:
+      break;
   }
+  return WriteWide<KeyStep::kBoolean>;
 }
 
 unsigned WriteLeadingKeys(unsigned char*& keys, std::size_t room, const unsigned char* values,
