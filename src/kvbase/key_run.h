@@ -27,8 +27,8 @@ enum class KeyStep : unsigned char {
 struct KeyMap {
   static constexpr unsigned kVector = 64;  // the widest there are
 
-  unsigned valueWidth{};
-  unsigned keyWidth{};
+  unsigned valueWidth = 0;
+  unsigned keyWidth = 0;
   KeyStep step = KeyStep::kTurn;
   // For each byte of the keys of a vector, the place in the vector of values that it comes from.
   // For the other steps each key is a number of the host, which is turned around behind them.
@@ -48,8 +48,8 @@ struct NullableKeyMap {
   KeyMap keys;
   std::array<unsigned char, KeyMap::kVector> flagOf{};  // for each byte of the keys
   std::array<unsigned char, KeyMap::kVector> isFlag{};  // FF at the flags of the values
-  unsigned long long leading{};                         // the bytes that keys begin with
-  unsigned long long held{};                            // all bytes of keys
+  unsigned long long leading = 0;                       // the bytes that keys begin with
+  unsigned long long held = 0;                          // all bytes of keys
 };
 
 // Writes the keys of values at the front of a run and returns how many those are: all that whole
@@ -68,7 +68,7 @@ unsigned WriteLeadingKeys(unsigned char*& keys, std::size_t room, const unsigned
 // Where the member that begins at `offset` in memory is in the stored form.
 template <class Codec>
 constexpr unsigned StoredPlace(unsigned offset) {
-  unsigned place{};
+  unsigned place = 0;
   unsigned packed = 0;
   Codec::ForEachMember([&](auto constant) {
     constexpr Member member = decltype(constant)::value;

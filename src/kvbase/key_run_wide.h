@@ -17,7 +17,7 @@ using NullableWriter = unsigned char* (*)(unsigned char* keys, const unsigned ch
                                           unsigned char nullByte);
 
 // Keys of so many bytes and more go past the caches (kvbase/line_writer.h).
-inline constexpr std::size_t kStreamed = 0x400000;
+inline constexpr std::size_t kStreamed = std::size_t{1} << 22;
 // Values are asked for so far ahead: by themselves processors do not look beyond a page.
 inline constexpr std::size_t kAhead = 1024;
 

@@ -28,7 +28,7 @@ constexpr Status kStatuses[] = {
     {kvNoMemory, "kvNoMemory", "memory is short"},
 };
 
-constexpr Status kUnknown{{}, "unknown status", "unknown status"};
+constexpr Status kUnknown{0, "unknown status", "unknown status"};
 
 const Status& StatusOf(int number) {
   for (const Status& status : kStatuses) {

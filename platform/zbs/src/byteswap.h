@@ -52,7 +52,7 @@ inline void CopyReversed(void* destination, const void* source, std::size_t coun
 inline void CopyBytes(void* destination, const void* source, std::size_t bytes) {
   constexpr bool kHasWideCopy = sizeof(void*) >= 8;
   constexpr std::size_t kFewest = 512;
-  constexpr std::size_t kCached = 0x80000;
+  constexpr std::size_t kCached = std::size_t{1} << 19;
   auto* out = static_cast<unsigned char*>(destination);
   auto* in = static_cast<const unsigned char*>(source);
   std::size_t done = 0;

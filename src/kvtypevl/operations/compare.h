@@ -34,12 +34,12 @@ inline int OrderBytes(const unsigned char* a, const unsigned char* b) {
 }
 
 // Orders the elements at `a` and `b`, both in `format`. A row whose stored form orders by a rule of
-// its own says so with OrderStored, one that orders by its stored bytes with StoredBytesOrder.
+// its own says so with OrderStored, one that orders by its stored bytes with kStoredBytesOrder.
 template <class Row>
 inline int OrderElements(const unsigned char* a, const unsigned char* b, Format format,
                          unsigned short cmpOp) {
   using Codec = typename Row::Codec;
-  if constexpr (requires { typename Row::StoredBytesOrder; }) {
+  if constexpr (requires { Row::kStoredBytesOrder; }) {
     static_assert(Codec::OrdersAsBytes(false) && Codec::OrdersAsBytes(true));
     if (!format.IsMemory()) return OrderBytes<Codec::kStoredWidth>(a, b);
   }

@@ -69,7 +69,7 @@ unsigned HashRun(unsigned char formatByte, unsigned length, const void* value, u
   const unsigned visible = VisibleElements(length, stride, count);
   if (visible < count) status = kvBufferShort;
 
-  if constexpr (requires { typename Row::KeyIsLinear; } && Codec::HasSameLayout(false) &&
+  if constexpr (requires { Row::kKeyIsLinear; } && Codec::HasSameLayout(false) &&
                 std::has_single_bit(Codec::kStoredWidth) && Codec::kStoredWidth <= 8) {
     if (visible == 1) return Row::Key(Codec::Read(at, format)) * kHashMultiplier;
     const std::uint64_t folded = XorWords(at, std::size_t{visible} * stride, stride);

@@ -9,7 +9,7 @@
 //
 // A policy has
 //   Codec                        the list of the type's members (codec.h)
-//   Key(value)                   32-bit hash key; with a type KeyIsLinear if it is linear over XOR
+//   Key(value)                   32-bit hash key; kKeyIsLinear (true) when it is linear over XOR
 //   Position(value)              place on the number line as a double
 //   Print                        slot function (22)
 //   Trace(value, text, format, trace)   reads one value and notes how that went (scan_trace.h)
@@ -23,7 +23,7 @@
 //   Order(a, b, cmpOp)           -1, 0, +1 of two values in memory form, where it is not the order
 //                                of their members as the codec has it
 //   OrderStored(a, b, cmpOp)     where stored values order by a rule of their own
-//   StoredBytesOrder             a type, where they order by their bytes
+//   kStoredBytesOrder            (true) where they order by their bytes
 //   Successor(value), Smallest() value step; without them stepping is not supported
 //   IsNull(value), SetNull(value), SetNull returning a status
 //   Default()                    default value; without it what an empty text converts to

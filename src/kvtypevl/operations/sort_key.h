@@ -199,7 +199,7 @@ struct FixedKeys {
   static int Check(const KeyedRun& run, o_u8b&) {
     return CheckExtent(run, sizeof(Value), Codec::kStoredWidth);
   }
-  static o_u8b Measure(const KeyedRun& run) { return Bound({}, run.count); }
+  static o_u8b Measure(const KeyedRun& run) { return Bound(0, run.count); }
 
   static std::size_t Write(const KeyedRun& run, unsigned char* keys, std::size_t* offsets) {
     const auto* const values = static_cast<const unsigned char*>(run.values);

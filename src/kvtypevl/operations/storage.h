@@ -29,7 +29,7 @@ unsigned MoveLeading([[maybe_unused]] void* destination, [[maybe_unused]] const 
 // best; its counts have 32 bits, and longer ones have more.
 inline void CopyForm(void* destination, const void* source, std::size_t bytes) {
   constexpr std::size_t kRun = 512;
-  constexpr std::size_t kCached = 0x80000;
+  constexpr std::size_t kCached = std::size_t{1} << 19;
   if (bytes < kRun || bytes >= kCached) {
     std::memcpy(destination, source, bytes);
   } else {

@@ -444,8 +444,7 @@ int StoreValue(const KvTypeDescriptor& row, void* destination, unsigned char for
 
 int StoreTimeStamp(const KvTypeDescriptor& row, char id, void* destination, unsigned char format,
                    const void* stamp) {
-  static_assert(offsetof(KvTimeStamp, hour) == 4);
-  static_assert(offsetof(KvTimeStamp, extraSeconds) == 8);
+  static_assert(offsetof(KvTimeStamp, hour) == 4 && offsetof(KvTimeStamp, extraSeconds) == 8);
   const auto* bytes = static_cast<const unsigned char*>(stamp);
   KvTimeStamp point;
   std::memcpy(&point, bytes, sizeof point);

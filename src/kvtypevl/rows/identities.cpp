@@ -286,7 +286,7 @@ struct RefRow : NumberedRow<KvRef> {
 };
 
 struct ClassIdRow : IdentityRow<KvClassId> {
-  using KeyIsLinear = void;
+  static constexpr bool kKeyIsLinear = true;
   using Codec = ClassIdCodec;
   using SortKey = ClassIdKey;
 

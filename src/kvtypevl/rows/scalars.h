@@ -118,7 +118,7 @@ struct ScalarRow {
   static constexpr KvSizeFunc Size = storage.size;
   static constexpr ScalarText kText = text;
 
-  using KeyIsLinear = void;
+  static constexpr bool kKeyIsLinear = true;
   static double Position(T value) { return static_cast<double>(value); }
 
   static KvString& Print(KvString& out, void* values, const char* format, unsigned count) {

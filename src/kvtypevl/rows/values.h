@@ -48,7 +48,7 @@ using SealCodec = Codec<KvSeal, HighestFirst<&KvSeal::high>, HighestFirst<&KvSea
 struct Int64Row {
   using Codec = Int64Codec;
   using SortKey = MemberKey<kv::Codec<KvInt64, At<&KvInt64::high>, At<&KvInt64::low>>>;
-  using KeyIsLinear = void;
+  static constexpr bool kKeyIsLinear = true;
   static constexpr const char* kFormat = default_format::kInt64;
 
   static int Order(const KvInt64& a, const KvInt64& b, unsigned short) {
@@ -92,7 +92,7 @@ struct BooleanKey {
 struct BooleanRow {
   using Codec = BooleanCodec;
   using SortKey = BooleanKey;
-  using KeyIsLinear = void;
+  static constexpr bool kKeyIsLinear = true;
   static constexpr const char* kFormat = default_format::kNone;
 
   static int Order(const KvBoolean& a, const KvBoolean& b, unsigned short) {
@@ -118,7 +118,7 @@ struct SealRow {
 
   // Stored seals give the difference of the first bytes that differ, those in memory that of the
   // first words.
-  using StoredBytesOrder = void;
+  static constexpr bool kStoredBytesOrder = true;
   static int Order(const KvSeal& a, const KvSeal& b, unsigned short);
   // The words as the stored form has them in two 4-byte places, the second half filled.
   static unsigned Key(const KvSeal& seal) {
