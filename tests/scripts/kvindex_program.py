@@ -25,7 +25,22 @@ def kvindex(*arguments, stdin=b"", timeout=120, **options):
     return done.returncode, done.stdout.decode("utf-8", "replace"), done.stderr.decode()
 
 
+RUNNING = []  # the servers, for a module of tests that imports the next two
+
+
+def setUpModule():
+    if os.path.exists(PROGRAM):
+        RUNNING.append(cluster.Running(["etcd", "postgresql"], os.path.join(BUILD, "cluster")))
+
+
+def tearDownModule():
+    while RUNNING:
+        RUNNING.pop().end()
+
+
 class KvIndexTest(unittest.TestCase):
+    names = 0
+
     def setUp(self):
         self.folder = tempfile.mkdtemp(prefix="kvindex.")
         self.addCleanup(shutil.rmtree, self.folder)
@@ -37,6 +52,18 @@ class KvIndexTest(unittest.TestCase):
         with open(self.path(name), "wb") as file:
             file.write(text if isinstance(text, bytes) else text.encode())
         return self.path(name)
+
+    def emptied(self, url):
+        """A place of a store where nothing is; servers keep what the test before left."""
+        if url.startswith("etcd:"):
+            KvIndexTest.names += 1
+            return f"{url}/{KvIndexTest.names}"
+        if url.startswith("postgresql:"):
+            database = "one" if "dbname=one" in url else "postgres"
+            server = RUNNING[0].clusters["postgresql"]
+            server.run("psql", "-X", "-q", "-d", server.conninfo(0, database), "-c",
+                       "DO $$ BEGIN DELETE FROM kv_store; EXCEPTION WHEN undefined_table THEN END $$")
+        return url
 
     def good(self, *arguments, **options):
         """The output of a command that must succeed silently."""

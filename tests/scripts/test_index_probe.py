@@ -57,24 +57,28 @@ def probe(*arguments, lines=()):
 
 @unittest.skipUnless(os.path.exists(PROGRAM), "index_probe is not built (it needs liblmdb)")
 class IndexProbe(unittest.TestCase):
+    def answers(self, name, lines, constants, *more):
+        questions = [(predicate, constant) for predicate in PREDICATES for constant in constants]
+        status, output, errors = probe(*more, "--type", name, "--file", "-", "--limit", "100000",
+                                       *(part for each in questions for part in each), lines=lines)
+        self.assertEqual((status, errors), (0, ""), name)
+        self.assertIn(f"{len(lines)} values of", output)
+        answers = ANSWER.findall(output)
+        self.assertEqual(len(answers), len(questions), output[:2000])
+        return answers
+
     def test_hits_and_estimates_of_every_predicate(self):
         plans = set()
         for name, lines, constants, key in COLUMNS:
-            questions = [part for predicate in PREDICATES for constant in constants
-                         for part in (predicate, constant)]
-            status, output, errors = probe("--type", name, "--file", "-", "--limit", "100000",
-                                           *questions, lines=lines)
-            self.assertEqual((status, errors), (0, ""), name)
-            self.assertIn(f"{len(lines)} values of", output)
-            answers = ANSWER.findall(output)
-            self.assertEqual(len(answers), len(questions) // 2, output[:2000])
-            for predicate, constant, estimate, plan, count, hits in answers:
+            for predicate, constant, estimate, plan, count, hits in (
+                    *self.answers(name, lines, constants),
+                    *self.answers(name, lines, constants, "--comparator")):
                 with self.subTest(type=name, predicate=predicate, constant=constant):
-                    expected = [line for line in lines
+                    expected = [key(line) for line in lines
                                 if PREDICATES[predicate](key(line), key(constant))]
                     found = [key(hit) for hit in hits.split(", ")] if hits else []
                     self.assertEqual(0 if count == "no" else int(count), len(expected))
-                    self.assertEqual(sorted(found), sorted(map(key, expected)))
+                    self.assertEqual(sorted(found), sorted(expected))
                     plans.add((plan, predicate))
                     if plan == "index walk":
                         self.assertEqual(found, sorted(found))
@@ -84,28 +88,10 @@ class IndexProbe(unittest.TestCase):
         # Both ways were taken for every predicate that can select much.
         self.assertEqual(len(plans), 9, plans)
 
-    def test_keys_and_comparator_give_the_same_hits(self):
-        for name, lines, constants, _ in COLUMNS:
-            questions = [part for predicate in PREDICATES for constant in constants
-                         for part in (predicate, constant)]
-            arguments = ("--type", name, "--file", "-", "--limit", "100000", *questions)
-            hits = [[(answer[:4], sorted((answer[5] or "").split(", ")))
-                     for answer in ANSWER.findall(probe(*more, *arguments, lines=lines)[1])]
-                    for more in ((), ("--comparator",))]
-            with self.subTest(type=name):
-                self.assertTrue(hits[0])
-                self.assertEqual(*hits)
-
     def test_help_and_demo(self):
         self.assertIn("usage: index_probe", probe("--help")[1])
         status, output, errors = probe("--demo")
-        self.assertEqual((status, errors), (0, ""))
-        answers = ANSWER.findall(output)
-        self.assertEqual(len(answers), 9)
-        for answer in answers[3:]:
-            if answer[0] == "=":
-                continue
-            self.assertIn(answer[3], ("index walk", "full scan"))
+        self.assertEqual((status, errors, len(ANSWER.findall(output))), (0, "", 9))
 
 
 if __name__ == "__main__":

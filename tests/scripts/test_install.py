@@ -1,4 +1,5 @@
-"""The installed package as a stranger uses it: ten lines outside the tree, in the ABI of the build."""
+"""The installed package as a stranger uses it: programs outside the tree, in the ABI of the build, in
+C, in C++20, and in C++17 with every warning."""
 import os
 import shutil
 import subprocess
@@ -10,17 +11,40 @@ BUILD = os.environ.get("KV_BUILD_DIR", "")
 COMPILER = os.environ.get("CXX", "c++")
 ABI32 = os.environ.get("KV_ABI32") == "ON"
 
+# A class of values each, what const can be asked of it, and operators that C++20 would make up.
 PROGRAM = """
 #include <cstdio>
 #include <kv.h>
+
+template <class T>
+int Differ(const T& a, const T& b) {
+  return (a == b) == (a != b) ? 1 : 0;
+}
+
 int main() {
-  KvTypeMgr* types = DefaultTypeMgr(nullptr);
-  o_4b run[3] = {1, -2, 3};
+  const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
+  const o_4b run[3] = {1, -2, 3};
+  const o_4b least[3] = {1, -2, 3};
   unsigned char stored[12];
+  int status = 0;
   KvString text;
-  types->PrintToKvString(Kv4B_T, text, run, nullptr, 3);
-  const unsigned bytes = types->Store(Kv4B_T, stored, run, 2, 3);
+  types.PrintToKvString(Kv4B_T, text, run, nullptr, 3);
+  int faults = types.Cmp(Kv4B_T, run, least, 0, 3, 8);
+  faults += types.Cmp(Kv4B_T, 12, run, 0, least, 0, 3, 8, status) + status;
+  faults += types.Hash(Kv4B_T, 12, run, 3, 8, status) != types.Hash(Kv4B_T, 0, least, 3, 8, status);
+  faults += types.IsNullValue(Kv4B_T, run);
+  faults += types.GetArrayElement(Kv4B_T, run, 1, 3) != run + 1;
+  KvIdxBounds range;
+  unsigned short predicate = kvPredicateEqual;
+  faults += types.EvalAndBound(Kv4B_T, &range, predicate, run, 8, 1, nullptr, nullptr) < 0;
+  faults += KvOrderStored(types, Kv4B_T, stored, 4, stored, 4, 2);
+  faults += Differ(KvDate(0), KvDate(1)) + Differ(KvTime(0), KvTime(1));
+  faults += Differ(KvInt64(1), KvInt64(2)) + Differ(KvSeal(), KvSeal());
+  faults += Differ(KvBoolean(true), KvBoolean(false)) + Differ(KvNull_int(), KvNull_int(3));
+  faults += Differ(KvRef(), KvRef()) + Differ(KvIString("a"), KvIString("A"));
+  const unsigned bytes = types.Translate(Kv4B_T, stored, 2, 12, run, 8, 12, 3);
   std::printf("%s %u %d\\n", text.StrGet(), bytes, stored[3]);
+  return faults;
 }
 """
 
@@ -42,7 +66,7 @@ int main(void) {
 PROJECT = """
 cmake_minimum_required(VERSION 3.25)
 project(outside LANGUAGES C CXX)
-set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD 20)
 find_package(kvtypemgr 14 REQUIRED)
 add_executable(outside outside.cpp)
 target_link_libraries(outside PRIVATE kvtypemgr::kvtypemgr)
@@ -80,19 +104,14 @@ class Installed(unittest.TestCase):
     @unittest.skipUnless(shutil.which("pkg-config"), "no pkg-config")
     def test_pkg_config(self):
         environment = {**os.environ, "PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}
-        flags = run("pkg-config", "--cflags", "--libs", "kvtypemgr", env=environment).split()
-        program = self.folder / "by_pkg_config"
-        run(COMPILER, "-std=c++20", "-o", str(program), str(self.folder / "outside.cpp"), *flags)
-        self.check(program)
-
-    @unittest.skipUnless(shutil.which("pkg-config"), "no pkg-config")
-    def test_pkg_config_of_the_c_interface(self):
-        environment = {**os.environ, "PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}
-        flags = run("pkg-config", "--cflags", "--libs", "kvc", env=environment).split()
-        program = self.folder / "c_by_pkg_config"
-        run("cc", *(["-m32"] if ABI32 else []), "-std=c99", "-pedantic", "-Werror", "-o", str(program),
-            str(self.folder / "in_c.c"), *flags)
-        self.check(program)
+        warnings = ("-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror")
+        for package, source, *command in (
+                ("kvtypemgr", "outside.cpp", COMPILER, "-std=c++17", *warnings),
+                ("kvc", "in_c.c", "cc", *(["-m32"] if ABI32 else []), "-std=c99", *warnings)):
+            flags = run("pkg-config", "--cflags", "--libs", package, env=environment).split()
+            program = self.folder / package
+            run(*command, "-o", str(program), str(self.folder / source), *flags)
+            self.check(program)
 
     def test_find_package(self):
         build = self.folder / "build"

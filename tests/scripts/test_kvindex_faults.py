@@ -7,22 +7,10 @@ import subprocess
 import time
 import unittest
 
-from kvindex_program import (BUILD, PROGRAM, SOURCE, KvIndexTest, cluster, kvindex,
-                             needs_kvindex)
+from kvindex_program import (BUILD, PROGRAM, RUNNING, SOURCE, KvIndexTest, cluster, kvindex,
+                             needs_kvindex, setUpModule, tearDownModule)  # noqa: F401
 
-RUNNING = None
 SCHEMA = ("--schema", "id:o_u4b,day:KvDate,what:KvIString", "--key", "id", "--index", "day")
-
-
-def setUpModule():
-    global RUNNING
-    if os.path.exists(PROGRAM):
-        RUNNING = cluster.Running(["etcd", "postgresql"], os.path.join(BUILD, "cluster"))
-
-
-def tearDownModule():
-    if RUNNING is not None:
-        RUNNING.end()
 
 
 def lines(count, what="x"):
@@ -79,20 +67,14 @@ class Load:
 @needs_kvindex
 class Faults(KvIndexTest):
     def server(self, name):
-        if name not in RUNNING.clusters or "not built" in kvindex(
-                "info", RUNNING.clusters[name].url)[2]:
+        found = RUNNING[0].clusters.get(name)
+        if found is None or "not built" in kvindex("info", found.url)[2]:
             self.skipTest(f"{name} is not to be had here")
-        return RUNNING.clusters[name]
+        return found
 
     def table(self, url):
         """A new table in an empty store."""
-        if url.startswith("etcd:"):
-            url += "/" + self.id().split(".")[-1]
-        if url.startswith("postgresql:"):
-            server = RUNNING.clusters["postgresql"]
-            database = "one" if "dbname=one" in url else "postgres"
-            server.run("psql", "-X", "-q", "-d", server.conninfo(0, database), "-c",
-                       "DO $$ BEGIN DELETE FROM kv_store; EXCEPTION WHEN undefined_table THEN END $$")
+        url = self.emptied(url)
         self.good("create", url, *SCHEMA)
         return url
 

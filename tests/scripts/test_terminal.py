@@ -76,6 +76,25 @@ class Terminal(unittest.TestCase):
                 self.assertEqual("lines, " in shown[0], width >= 80)
                 self.assertEqual(screen, "")
 
+    def test_long_work_tells_how_far_it_is(self):
+        numbers = "".join(f"{n * 7919 % 100003}\n" for n in range(200000))
+        few = numbers[:7 * 30000].replace("\n", "-----\n")
+        bytewise = ("sort", "KvString", "--op", "key-order")
+        given, output = self.folder / "given", self.folder / "output"
+        # The comparisons of 12,000 lines are too few to tell of.
+        for content, shown, *command in ((numbers, ("reading", "sorting", "100%"), "sort", "Kv4B_T"),
+                                         (few, ("sorting",), *bytewise),
+                                         (few[:11 * 12000], (), *bytewise),
+                                         ("x" * (1 << 26), ("bytes",), "convert", "--from", "1",
+                                          "--to", "253")):
+            given.write_text(content)
+            raw, _ = self.run_in(80, KVTM, *command, given, to=f"> {output}")
+            self.assertEqual([word for word in shown if word not in raw], [])
+            self.assertEqual("sorting" in raw, "sorting" in shown)
+            # What was drawn is erased, and no longer drawn it is not erased again.
+            self.assertTrue(raw.endswith("\r\x1b[K"), raw[-80:])
+            self.assertEqual(raw.count("\x1b[K"), 1)
+
     def test_records_are_in_colour_and_read_at_every_width(self):
         for width in WIDTHS:
             with self.subTest(width):
