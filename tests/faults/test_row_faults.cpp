@@ -216,6 +216,7 @@ void TryBounds(char id) {
     std::free(narrowed.upper);
   });
   for (const unsigned char format : {kMemory, static_cast<unsigned char>(0)}) {
+    Bytes after;  // of the first round, in which nothing fails
     ForEachAllocation("step", [&](Fault& fault) {
       const Values values(id, support::OrdinaryValues(id, kRun));
       Bytes stored = StoredOf(id, values[2]);
@@ -229,7 +230,8 @@ void TryBounds(char id) {
           format == kMemory
               ? StoredOf(id, values[2])
               : Bytes(stored.begin(), stored.begin() + static_cast<long>(before.size()));
-      if (status != kvOk) CHECK(now == before);
+      if (after.empty()) after = now;
+      CHECK(now == (status == kvOk ? after : before));
     });
   }
   unsigned round = 0;  // in 1 there is no text, from which a type without null is converted

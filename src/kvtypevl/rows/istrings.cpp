@@ -264,8 +264,9 @@ struct WeightedStringRow {
   }
   // The lowest weight of all is that of byte 1.
   static int Successor(Value& value) {
+    const unsigned short length = value.Len();
     value += Value('\x01');
-    return kvOk;
+    return value.Len() != length ? kvOk : kvNotSupported;  // memory was short
   }
   static Value Smallest() { return Value(); }
   static Value Default() { return Value(); }
