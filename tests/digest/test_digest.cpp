@@ -134,8 +134,11 @@ void AddTexts(Digest& digest, char id, void* value, const Bytes& other) {
     const KvScanned scanned = KvScanChecked(Types(), id, back[0], text, format);
     digest.Status(scanned.status);
     digest.Number(scanned.position);
-    Types().ScanFromKvString(id, back[0], text, format, 1);
-    digest.Add(back.Stored(0, 0));
+    for (const unsigned char codeSet : {kvCodeSetLatin1, kvCodeSetUnicode}) {
+      text.MapToCodeSet(codeSet);
+      Types().ScanFromKvString(id, back[0], text, format, 1);
+      digest.Add(back.Stored(0, 0));
+    }
   }
 }
 
@@ -216,6 +219,41 @@ void AddEstimates(Digest& digest, const Values& values, unsigned at, unsigned lo
   }
 }
 
+// Texts that begin alike and go on with characters of one kind, or of any: between words, numbers,
+// signs and other scripts a constant, which may be a pattern, has a place of its own.
+Values DrawTexts(char id, Source& source) {
+  static const std::u16string kKinds[] = {u"abmyz",
+                                          u"bmYZ",
+                                          u"0189",
+                                          u" !/~\xBC",
+                                          u"a?*\\",
+                                          u"\xE4\xDF\x142\xF8",
+                                          u"\x3B1\x410\x42F\x4E00"};
+  const auto codeSet =
+      id == KvSTRING_T ? source.Pick<unsigned char>({1, 253, 253}) : kvCodeSetLatin1;
+  const auto language = source.Pick<unsigned char>({0, 1, 2, 5, 8, 10, 13, 19, 20, 21, 255});
+  const unsigned longest = source.Pick({2U, 4U, 4U, 16U, 50U});
+  const unsigned kind = source.Below(2 * std::size(kKinds));
+  std::u16string beginning(source.Pick({0U, 0U, 0U, 1U, 60U, 63U, 64U}), u'e');
+  std::vector<Bytes> texts;
+  for (unsigned each = 0; each < 3; ++each) {
+    std::u16string text = beginning;
+    for (unsigned left = source.Below(longest) + 1; left-- > 0;) {
+      const std::u16string& from =
+          kKinds[kind < std::size(kKinds) ? kind : source.Below(std::size(kKinds))];
+      text += from[source.Below(static_cast<unsigned>(from.size()))];
+    }
+    if (each == 0 && source.Below(3) == 0) text += u'*';
+    std::string units;
+    for (const char16_t unit : text) {
+      units += static_cast<char>(unit);
+      if (KvIsWideCodeSet(codeSet)) units += static_cast<char>(unit >> 8);
+    }
+    texts.push_back(support::StringBytes(codeSet, language, units));
+  }
+  return {id, std::move(texts)};
+}
+
 void AddRun(Digest& digest, const Values& values, unsigned from, unsigned other, unsigned count) {
   const char id = values.Id();
   int status = 0;
@@ -255,7 +293,8 @@ void AddUses(Digest& digest, const Values& values, Source& source) {
     AddKeys(digest, id, values[i]);
     AddEstimates(digest, values, i, low, high);
   }
-  for (const unsigned count : {1U, 2U, 3U, 4U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 33U, 64U, 65U}) {
+  for (const unsigned count :
+       {1U, 2U, 3U, 4U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 33U, 63U, 64U, 65U}) {
     const unsigned from = source.Below(all - count), other = source.Below(all - count);
     AddRun(digest, values, from, other, count);
     AddRun(digest, values, from, from, count);
@@ -460,6 +499,10 @@ TEST_CASE("values are printed, scanned, checked, estimated and moved in runs ali
     Source source(99);
     AddUses(digest, Values(id, support::OrdinaryValues(id, 90, 3)), source);
     if (Types().IsFixed(id) != 0) AddUses(digest, Values(id, support::WildValues(id, 70)), source);
+    const bool isText = id == KvSTRING_T || id == KvISTRING_T || id == KvCASEISTRING_T;
+    for (unsigned left = isText ? 2000 : 0; left > 0; --left) {
+      AddEstimates(digest, DrawTexts(id, source), 0, 1, 2);
+    }
     Check(Types().NameGet(id, nullptr), "uses", digest);
   }
 }

@@ -103,7 +103,7 @@ class Source {
   Bytes Clock() { return {Up(23), Up(59), Up(59)}; }
   // Hour and minute lie shifted by the zone that stands before them.
   Bytes ZonedClock() {
-    const Bytes zone{Pick<unsigned char>({0, 1, 0xFE}), Pick<unsigned char>({0, 0, 30})};
+    const Bytes zone{Pick<unsigned char>({0, 1, 0xFE}), Pick<unsigned char>({0, 30, 0xE2})};
     Bytes clock = Clock();
     for (unsigned i = 0; i < 2; ++i) clock[i] = static_cast<unsigned char>(clock[i] + zone[i]);
     return zone + clock + Bytes{Up(99)};
@@ -285,7 +285,7 @@ class Values {
   // The stored bytes of `count` values from `index` on. They are stored into memory that nobody has
   // written, so that valgrind sees a byte that was left out.
   Bytes Stored(unsigned char format, unsigned index, unsigned count = 1) const {
-    const std::unique_ptr<unsigned char[]> bytes(new unsigned char[64 + count * 64]);
+    const std::unique_ptr<unsigned char[]> bytes(new unsigned char[256 + count * 64]);
     return {bytes.get(),
             bytes.get() + Types().Store(id_, bytes.get(), (*this)[index], format, count)};
   }

@@ -52,8 +52,7 @@ class Digits {
     if (weight < kFirstSymbolOrder) return 0;
     if (weight < kFirstDigitOrder)
       return std::min(kFirstSymbolDigit + weight - kFirstSymbolOrder, kFirstNumberDigit - 1);
-    if (weight < kFirstLetterOrder)
-      return kFirstNumberDigit + std::min((weight - kFirstDigitOrder) / 10, 9u);
+    if (weight < kFirstLetterOrder) return kFirstNumberDigit + (weight - kFirstDigitOrder) / 10;
     if (weight < kFirstOtherOrder) return kFirstLetterDigit + alphabet_.PlaceOf(weight);
     return kFirstOtherDigit + weight - kFirstOtherOrder;
   }
