@@ -237,6 +237,7 @@ TEST_CASE_TEMPLATE_DEFINE("text, conversion and steps", M, textAndSteps) {
 
   Value run[2] = {Value(seven), Value()};
   KvTypeConvertData* record = Types().ConvertTo(M::kRow, run, 2);
+  CHECK(std::string(record->GetString(1)->StrGet()) == "{NULL}");
   auto* back = static_cast<Value*>(Types().ConvertFrom(M::kRow, record, 3));
   CHECK(back[0] == run[0]);
   CHECK(back[1].IsNullValue());

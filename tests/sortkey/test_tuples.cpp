@@ -109,7 +109,8 @@ TEST_CASE("a tuple that does not fit says how large it is") {
   tuple.Reset(4);
   CHECK(tuple.AddBytes("abc", 3) == kvBufferShort);
   tuple.Reset(4);
-  CHECK(tuple.AddBytes("ab", 2) == kvOk);
+  CHECK(tuple.AddBytes("a", 1) == kvOk);
+  CHECK(tuple.AddBytes("b", 1) == kvOk);
   CHECK(Hex(Bytes(buffer, buffer + tuple.Size())) == "800000056162");
   CHECK(tuple.Add({.type = 99}, &number) == kvBadArgument);
   CHECK(tuple.Add({.type = Kv4B_T}, &number) == kvBadArgument);

@@ -252,6 +252,7 @@ TEST_CASE("dates and clocks agree with chrono both ways, and tell what does not 
   CHECK_FALSE(KvToChrono(KvTime(24, 0, 0)).has_value());
   CHECK_FALSE(KvTimeFromChrono(24h).has_value());
   CHECK(KvTimeFromChrono(86399s) == KvTime(23, 59, 59));
+  CHECK(KvTimeFromChrono(0s) == KvTime(0, 0, 0));
   CHECK_FALSE(KvTimeFromChrono(-1s).has_value());
   CHECK(KvFromChrono(sys_days(year::min() / 1 / 1)).has_value());
   CHECK_FALSE(KvFromChrono(sys_days(year::min() / 1 / 1) - days(1)).has_value());

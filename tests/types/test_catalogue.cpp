@@ -231,13 +231,22 @@ TEST_CASE("the illegal row answers every operation harmlessly") {
   CHECK(value == 5);
 }
 
+TEST_CASE("stored bytes that are moved onto themselves stay") {
+  unsigned char bytes[] = {1, 2, 3, 4};
+  CHECK(KvTypeMgr().Translate(Kv4B_T, bytes, 0, 4, bytes, 2, 4, 1) == 4);
+  CHECK(bytes[0] + bytes[3] == 5);
+}
+
 TEST_CASE("nulls take what they are said to") {
   KvTypeMgr types;
   for (char id = 0; id < support::kRowCount; ++id) {
     CAPTURE(std::string(types.NameGet(id, nullptr)));
     unsigned char stored[64];
     auto* const values = static_cast<unsigned char*>(types.Create(id, 3));
-    for (unsigned i = 0; i < 3; ++i) types.SetNullValue(id, values + i * types.MemLenGet(id, 1));
+    for (unsigned i = 0; i < 3; ++i) {
+      const int status = types.SetNullValue(id, values + i * types.MemLenGet(id, 1));
+      CHECK((status == kvOk || types.SupportsNullValue(id) == 0));
+    }
     for (unsigned count = 0; count <= 3; ++count) {
       CHECK(types.NullSizePtrGet(id)(count) == types.Store(id, stored, values, 0, count));
     }

@@ -21,6 +21,8 @@ void PrintNullAtTheEnd(int, void*) {
   if (std::strcmp(text.StrGet(), "{NULL}") != 0) _exit(1);
   if (KvLanguageContext::GetDefaultLanguage() != 1) _exit(1);
 }
+// Before anything was compared.
+const unsigned short anyYearAtFirst = KvDate::AnyYear();
 // Called before the library is taken down.
 struct Leaving {
   ~Leaving() { KvLanguageContext::SetDefaultLanguage(3); }
@@ -60,6 +62,7 @@ TEST_CASE("the module describes itself") {
   CHECK(std::string(static_cast<const char*>(reserved), 16) == std::string(16, '\xFF'));
   CHECK(KvCheckDll(0) == kvOk);
   CHECK(KvCheckDll(4) == kvOk);
+  CHECK(anyYearAtFirst == 65534);
 }
 
 TEST_CASE("the options word and the default type manager") {

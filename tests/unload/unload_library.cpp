@@ -35,6 +35,14 @@ bool LoadOnce(const char* path) {
     std::fprintf(stderr, "the library did not attach\n");
     return false;
   }
+  // A null print string that is not the first one takes memory, which goes with the library.
+  using Text = const void*;
+  const auto getNull =
+      reinterpret_cast<Text (*)()>(dlsym(library, "_ZN9KvTypeMgr18GetNullPrintStringEv"));
+  const auto setNull = reinterpret_cast<void (*)(Text)>(
+      dlsym(library, "_ZN9KvTypeMgr18SetNullPrintStringERK8KvString"));
+  if (getNull == nullptr || setNull == nullptr) return false;
+  setNull(getNull());
   dlclose(library);
   if (dlopen(path, RTLD_NOW | RTLD_NOLOAD) != nullptr) {
     std::fprintf(stderr, "the library stayed loaded\n");

@@ -122,6 +122,7 @@ TEST_CASE("identities print by their directives, nulls as the null print string"
         "1");
   CHECK(Printed(KvObjId{7, 0, 0}) == "{NULL}");
   CHECK(Printed(KvClassId()) == "{NULL}");
+  CHECK(KvObjId().SetNullValue() + KvClassId().SetNullValue() + KvRef().SetNullValue() == 0);
   CHECK(Printed(KvLocalRef()) == "{NULL}");
   KvRef copy = reference;
   KvString text;
