@@ -42,6 +42,15 @@ inline int Sign(int order) {
   return (order > 0) - (order < 0);
 }
 
+// What options make of the order of two values, of which either may be null.
+inline int OrderUnder(unsigned char options, int order, const bool (&isNull)[2]) {
+  const bool areLast = (options & kvSortKeyNullsLast) != 0;
+  if (isNull[0] != isNull[1] && (areLast || (options & kvSortKeyNullsFirst) != 0)) {
+    return isNull[0] == areLast ? 1 : -1;
+  }
+  return (options & kvSortKeyDescending) != 0 ? -order : order;
+}
+
 inline std::string Hex(const Bytes& bytes) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;

@@ -55,80 +55,47 @@ bool IsNullable(char id) {
 
 }  // namespace
 
-TEST_CASE("keys order as their values do, in memory and stored in either order") {
+TEST_CASE("keys order as their values do under every option, in memory and stored") {
   for (char id = 0; id < kRowCount; ++id) {
     if (IsText(id)) continue;
     CAPTURE(int(id));
     const Values values(id, ValuesFor(id));
-    const Keyed keyed(values, {.type = id});
-    for (const unsigned char format : kForms) {
-      std::vector<Bytes> forms;
-      for (unsigned i = 0; i < values.Count() && format != 8; ++i) {
-        forms.push_back(values.Stored(format, i));
-        CHECK(KeyOf({.type = id}, forms[i].data(), format) == keyed.keys[i]);
-        // Other codes with the memory bit are stored forms in memory order to comparers and keys.
-        if (format == 0) CHECK(KeyOf({.type = id}, forms[i].data(), 12) == keyed.keys[i]);
-      }
-      unsigned wrong = 0;
-      for (unsigned a = 0; a < values.Count(); ++a) {
-        for (unsigned b = 0; b < values.Count(); ++b) {
-          void* left = format == 8 ? values[a] : forms[a].data();
-          void* right = format == 8 ? values[b] : forms[b].data();
-          const int order = Sign(Types().Cmp(id, left, right, 0x10, 1, format));
-          if (order != Order(keyed.keys[a], keyed.keys[b])) ++wrong;
-        }
-      }
-      CHECK_MESSAGE(wrong == 0, "format ", int(format));
-    }
-  }
-}
-
-TEST_CASE("descending turns the order around, and null goes where it is wanted") {
-  struct Case {
-    unsigned char options;
-    bool descending;
-    int null;  // where it stands among all values: -1 in front, 1 behind
-  };
-  static constexpr Case kCases[] = {
-      {kvSortKeyDescending, true, 1},
-      {kvSortKeyNullsFirst, false, -1},
-      {kvSortKeyNullsLast, false, 1},
-      {kvSortKeyDescending | kvSortKeyNullsFirst, true, -1},
-      {kvSortKeyDescending | kvSortKeyNullsLast, true, 1},
-  };
-  for (char id = 0; id < kRowCount; ++id) {
-    if (IsText(id)) continue;
-    const Values values(id, ValuesFor(id));
+    const unsigned count = values.Count();
     const Keyed plain(values, {.type = id});
-    std::vector<bool> isNull;
     std::vector<signed char> orders;
-    for (unsigned a = 0; a < values.Count(); ++a) {
-      isNull.push_back(Types().IsNullValue(id, values[a]) != 0);
-      for (unsigned b = 0; b < values.Count(); ++b) {
-        const int order = Types().Cmp(id, values[a], values[b], 0x10, 1, 8);
-        orders.push_back(static_cast<signed char>(Sign(order)));
-      }
+    for (unsigned i = 0; i < count * count; ++i) {
+      const int order = Types().Cmp(id, values[i / count], values[i % count], 0x10, 1, 8);
+      orders.push_back(static_cast<signed char>(Sign(order)));
     }
-    for (const Case& c : kCases) {
-      CAPTURE(int(id));
-      CAPTURE(int(c.options));
-      const KvSortKeyKind kind{.type = id, .options = c.options};
-      const Keyed keyed(values, kind);
+    for (unsigned char options = 0; options < 6; ++options) {
+      CAPTURE(int(options));
+      const Keyed keyed(values, {.type = id, .options = options});
       unsigned wrong = 0;
-      for (unsigned a = 0; a < values.Count(); ++a) {
-        for (unsigned b = 0; b < values.Count(); ++b) {
-          int order = orders[std::size_t{a} * values.Count() + b];
-          if (c.descending) order = -order;
-          if (isNull[a] != isNull[b]) order = isNull[a] ? c.null : -c.null;
-          if (order != Order(keyed.keys[a], keyed.keys[b])) ++wrong;
-        }
+      for (unsigned i = 0; i < count * count; ++i) {
+        const unsigned a = i / count, b = i % count;
+        const bool isNull[] = {Types().IsNullValue(id, values[a]) != 0,
+                               Types().IsNullValue(id, values[b]) != 0};
+        wrong += OrderUnder(options, orders[i], isNull) != Order(keyed.keys[a], keyed.keys[b]);
       }
       CHECK(wrong == 0);
-      if (c.options == kvSortKeyDescending) {
-        for (unsigned i = 0; i < values.Count(); ++i) {
-          CHECK(keyed.keys[i] == Complement(plain.keys[i]));
-        }
+      for (unsigned i = 0; i < count && options == kvSortKeyDescending; ++i) {
+        CHECK(keyed.keys[i] == Complement(plain.keys[i]));
       }
+    }
+    for (const unsigned char format : std::initializer_list<unsigned char>{0, 2}) {
+      std::vector<Bytes> forms;
+      for (unsigned i = 0; i < count; ++i) {
+        forms.push_back(values.Stored(format, i));
+        CHECK(KeyOf({.type = id}, forms[i].data(), format) == plain.keys[i]);
+        // Other codes with the memory bit are stored forms in memory order to comparers and keys.
+        if (format == 0) CHECK(KeyOf({.type = id}, forms[i].data(), 12) == plain.keys[i]);
+      }
+      unsigned wrong = 0;
+      for (unsigned i = 0; i < count * count; ++i) {
+        wrong += orders[i] != Sign(Types().Cmp(id, forms[i / count].data(), forms[i % count].data(),
+                                               0x10, 1, format));
+      }
+      CHECK_MESSAGE(wrong == 0, "format ", int(format));
     }
   }
 }

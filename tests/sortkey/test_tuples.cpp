@@ -17,15 +17,9 @@ struct Part {
 
 // What a reader of the parts alone would say.
 int PlainOrder(const Part& part, void* a, void* b) {
-  int order = Sign(Types().Cmp(part.id, a, b, 0x10, 1, 8));
-  const bool descending = (part.options & kvSortKeyDescending) != 0;
-  if (descending) order = -order;
-  const bool nullA = Types().IsNullValue(part.id, a) != 0;
-  const bool nullB = Types().IsNullValue(part.id, b) != 0;
-  if (nullA == nullB) return order;
-  if ((part.options & kvSortKeyNullsLast) != 0) return nullA ? 1 : -1;
-  if ((part.options & kvSortKeyNullsFirst) != 0) return nullA ? -1 : 1;
-  return order;
+  const bool isNull[] = {Types().IsNullValue(part.id, a) != 0,
+                         Types().IsNullValue(part.id, b) != 0};
+  return OrderUnder(part.options, Sign(Types().Cmp(part.id, a, b, 0x10, 1, 8)), isNull);
 }
 
 }  // namespace
