@@ -15,6 +15,7 @@
 namespace {
 
 using support::Bytes;
+using support::FromHex;
 using support::Types;
 using support::Values;
 
@@ -38,14 +39,6 @@ KvMeasured Measure(char id, const Bytes& bytes, unsigned count, unsigned char fo
 int Refusal(const KvStored& run) {
   CHECK(run.bytes == 0);
   return run.status;
-}
-
-Bytes Text(const std::string& hex) {
-  Bytes bytes;
-  for (std::size_t i = 0; i + 1 < hex.size(); i += 3) {
-    bytes.push_back(static_cast<unsigned char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
 }
 
 }  // namespace
@@ -190,17 +183,17 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
   for (const Case& each : cases) {
     CAPTURE(each.hex);
     CAPTURE(each.count);
-    const KvMeasured run = Measure(each.id, Text(std::string(each.hex) + " "), each.count);
+    const KvMeasured run = Measure(each.id, FromHex(each.hex), each.count);
     CHECK(run.status == each.status);
     CHECK(run.offset == each.offset);
     CHECK(run.count == each.found);
     CHECK((run.status == kvOk) == (std::strlen(run.reason) == 0));
   }
-  CHECK(Measure(KvISTRING_T, Text("00 06 FD 01 61 00 00 FF "), 1, 2).status == kvDamaged);
-  CHECK(std::strcmp(Measure(KvBLOB_T, Text("04 00 00 00 FE FF FF FF "), 1).reason,
+  CHECK(Measure(KvISTRING_T, FromHex("00 06 FD 01 61 00 00 FF "), 1, 2).status == kvDamaged);
+  CHECK(std::strcmp(Measure(KvBLOB_T, FromHex("04 00 00 00 FE FF FF FF "), 1).reason,
                     "a length that no blob has") == 0);
-  CHECK(Measure(KvSTRING_T, Text("04 00 61 62 63 00 "), 1).oldForm);
-  CHECK_FALSE(Measure(KvSTRING_T, Text("04 00 01 01 00 FF "), 1).oldForm);
+  CHECK(Measure(KvSTRING_T, FromHex("04 00 61 62 63 00 "), 1).oldForm);
+  CHECK_FALSE(Measure(KvSTRING_T, FromHex("04 00 01 01 00 FF "), 1).oldForm);
 }
 
 namespace {
@@ -277,7 +270,7 @@ TEST_CASE("days and hours that there are not are told and not refused") {
   };
   for (const Case& each : cases) {
     CAPTURE(each.hex);
-    const KvMeasured run = Measure(each.id, Text(each.hex), 0);
+    const KvMeasured run = Measure(each.id, FromHex(each.hex), 0);
     CHECK(run.status == kvOk);
     CHECK(run.strange == each.strange);
     CHECK(run.firstStrange == each.first);
@@ -322,7 +315,7 @@ TEST_CASE("texts stand by what they are: letters, plain bytes, those of the defa
                                     "05 00 01 FF 61 00 FF ", "05 00 FF 01 61 00 FF ",
                                     "05 00 01 01 61 00 FE "};
   const auto order = [](const char* a, const char* b) {
-    const Bytes left = Text(a), right = Text(b);
+    const Bytes left = FromHex(a), right = FromHex(b);
     return KvOrderStored(Types(), KvSTRING_T, left.data(), left.size(), right.data(), right.size(),
                          0);
   };

@@ -164,16 +164,6 @@ class Values {
   unsigned char* values_;
 };
 
-inline std::string Hex(const std::vector<unsigned char>& bytes) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const unsigned char byte : bytes) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
-}
-
 inline std::vector<unsigned char> Stored(const KvTypeMgr& types, const File& file,
                                          const unsigned char* values, unsigned char format,
                                          unsigned count) {

@@ -98,10 +98,6 @@ std::vector<int> Ranks(const File& file) {
   return ranks;
 }
 
-int Sign(int order) {
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
-}
-
 void CheckOrder(const File& file, const Values& values, unsigned char format) {
   const KvTypeMgr types(file.Factory());
   const char id = static_cast<char>(file.typeId);
@@ -123,8 +119,8 @@ void CheckOrder(const File& file, const Values& values, unsigned char format) {
       int status = 9;
       const int order = types.Cmp(id, length(a), operand(a), length(b), operand(b), file.operation,
                                   1, format, status);
-      CHECK_MESSAGE(Sign(order) == Sign(ranks[a] - ranks[b]), file.lines[a].value, " and ",
-                    file.lines[b].value);
+      CHECK_MESSAGE(support::Sign(order) == support::Sign(ranks[a] - ranks[b]), file.lines[a].value,
+                    " and ", file.lines[b].value);
       CHECK(status == 0);
     }
   }

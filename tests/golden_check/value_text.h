@@ -16,8 +16,12 @@
 #include <vector>
 
 #include "kv.h"
+#include "support/host.h"
 
 namespace golden {
+
+using support::FromHex;
+using support::Hex;
 
 struct Field {
   std::string name;
@@ -51,14 +55,6 @@ void PutNumber(const std::string& text, unsigned char* memory) {
     if (error != std::errc() || *end != 0) throw std::runtime_error("no such number: " + text);
   }
   std::memcpy(memory, &value, sizeof value);
-}
-
-inline std::vector<unsigned char> FromHex(const std::string& text) {
-  std::vector<unsigned char> bytes;
-  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-    bytes.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
 }
 
 inline unsigned WidthOf(const std::string& kind) {

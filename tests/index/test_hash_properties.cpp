@@ -12,9 +12,6 @@ namespace {
 using support::Types;
 using support::Values;
 
-// The codes from 9 on are stored forms in memory order, whatever the bit of the memory form says.
-constexpr unsigned char kStored[] = {0, 1, 2, 9, 10, 15, 0xFA};
-
 unsigned HashOf(char id, void* value, unsigned count, unsigned char format) {
   int status = 9;
   const unsigned hash = Types().Hash(id, 0, value, count, format, status);
@@ -50,10 +47,6 @@ bool MayHashApart(char id, const void* a, const void* b) {
   return false;
 }
 
-int Sign(int order) {
-  return (order > 0) - (order < 0);
-}
-
 bool SameStoredBytes(const Values& values, unsigned i, unsigned j) {
   return values.Stored(0, i) == values.Stored(0, j);
 }
@@ -80,23 +73,6 @@ TEST_CASE("values that compare equal hash equal") {
       }
     }
     CHECK(equalPairs > 0);
-  }
-}
-
-TEST_CASE("the hash of a run does not depend on its form") {
-  for (char id = 0; id < support::kRowCount; ++id) {
-    CAPTURE(int{id});
-    for (const auto& stored : {support::OrdinaryValues(id, 77), support::WildValues(id, 77)}) {
-      const Values values(id, stored);
-      if (values.Count() == 0) continue;
-      for (const unsigned count : {1U, 2U, 3U, 8U, 63U, 77U}) {
-        CAPTURE(count);
-        const unsigned hash = HashOf(id, values[0], count, 8);
-        for (const unsigned char format : kStored) {
-          CHECK(HashOf(id, values.Stored(format, 0, count).data(), count, format) == hash);
-        }
-      }
-    }
   }
 }
 
@@ -139,9 +115,9 @@ TEST_CASE("values are stored, loaded, ordered and hashed alike by all formats th
         int status = 9;
         const unsigned lengths[] = {low == 8 ? 0 : size,
                                     low == 8 ? 0 : static_cast<unsigned>(run[1].size())};
-        REQUIRE(Sign(Types().Cmp(id, lengths[0], at[0], lengths[1], at[1], kvCompareExact, 1,
-                                 format, status)) ==
-                Sign(Types().Cmp(id, values[i], values[i + 1], kvCompareExact, 1, 8)));
+        REQUIRE(support::Sign(Types().Cmp(id, lengths[0], at[0], lengths[1], at[1], kvCompareExact,
+                                          1, format, status)) ==
+                support::Sign(Types().Cmp(id, values[i], values[i + 1], kvCompareExact, 1, 8)));
         REQUIRE(status == kvOk);
         REQUIRE(Types().Hash(id, lengths[0], at[0], 1, format, status) ==
                 HashOf(id, values[i], 1, 8));

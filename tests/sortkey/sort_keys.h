@@ -12,6 +12,8 @@
 namespace sortkey {
 
 using support::Bytes;
+using support::Hex;
+using support::Sign;
 using support::Types;
 
 inline constexpr unsigned char kForms[] = {8, 0, 2};
@@ -38,10 +40,6 @@ inline int Order(const Bytes& a, const Bytes& b) {
   return a.size() == b.size() ? 0 : 2;
 }
 
-inline int Sign(int order) {
-  return (order > 0) - (order < 0);
-}
-
 // What options make of the order of two values, of which either may be null.
 inline int OrderUnder(unsigned char options, int order, const bool (&isNull)[2]) {
   const bool areLast = (options & kvSortKeyNullsLast) != 0;
@@ -49,13 +47,6 @@ inline int OrderUnder(unsigned char options, int order, const bool (&isNull)[2])
     return isNull[0] == areLast ? 1 : -1;
   }
   return (options & kvSortKeyDescending) != 0 ? -order : order;
-}
-
-inline std::string Hex(const Bytes& bytes) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const unsigned char byte : bytes) text += {kDigits[byte >> 4], kDigits[byte & 15]};
-  return text;
 }
 
 inline Bytes Complement(Bytes bytes) {

@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
+#include <string>
 #include <vector>
 
 namespace support {
@@ -31,6 +33,23 @@ std::vector<unsigned char> StoredBytes(const T* values, std::size_t count,
   for (std::size_t i = 0; i < count; ++i) {
     const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(i * sizeof(T));
     std::reverse(at, at + static_cast<std::ptrdiff_t>(sizeof(T)));
+  }
+  return bytes;
+}
+
+inline std::string Hex(const std::vector<unsigned char>& bytes) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const unsigned char byte : bytes) text += {kDigits[byte >> 4], kDigits[byte & 15]};
+  return text;
+}
+
+// Blanks may stand between the digits.
+inline std::vector<unsigned char> FromHex(const std::string& text) {
+  std::vector<unsigned char> bytes;
+  std::istringstream in(text);
+  for (std::string digits = "00"; in >> digits[0] >> digits[1];) {
+    bytes.push_back(static_cast<unsigned char>(std::stoi(digits, nullptr, 16)));
   }
   return bytes;
 }

@@ -12,6 +12,10 @@ inline KvTypeMgr& Types() {
   return *DefaultTypeMgr(nullptr);
 }
 
+inline int Sign(int order) {
+  return (order > 0) - (order < 0);
+}
+
 // Without the illegal row, which is the last one.
 inline const char kRowCount = [] {
   char id = 0;

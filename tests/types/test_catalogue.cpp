@@ -169,13 +169,7 @@ TEST_CASE("the first value of each type is a step away, and in memory only") {
   KvTypeMgr types;
   const auto stored = [&](char id, void* value) {
     unsigned char bytes[32];
-    std::string hex;
-    const unsigned size = types.Store(id, bytes, value, 2, 1);
-    for (unsigned i = 0; i < size; ++i) {
-      hex += "0123456789ABCDEF"[bytes[i] >> 4];
-      hex += "0123456789ABCDEF"[bytes[i] & 15];
-    }
-    return hex;
+    return support::Hex({bytes, bytes + types.Store(id, bytes, value, 2, 1)});
   };
   for (char id = 0; id < kKnownRows; ++id) {
     CAPTURE(std::string(types.NameGet(id, nullptr)));
