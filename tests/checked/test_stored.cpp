@@ -155,8 +155,8 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
       {KvSTRING_T, "04 00 01 01 00 00", 1, kvDamaged, 5, 0},
       {KvSTRING_T, "06 00 FD 01 61 00 00 00", 1, kvDamaged, 7, 0},
       {KvSTRING_T, "04 00 61 00 62 00", 3, kvDamaged, 5, 0},
-      {KvSTRING_T, "04 00 01 01 00 FF 05 00 01 01 FF 00 FE", 2, kvDamaged, 12, 1},
-      {KvSTRING_T, "04 00 01 01 00 FF 05 00 01 01 61 FF FE", 2, kvDamaged, 12, 1},
+      {KvSTRING_T, "05 00 01 01 FF 00 FE", 1, kvDamaged, 6, 0},
+      {KvSTRING_T, "05 00 01 01 61 FF FE", 1, kvDamaged, 6, 0},
       // Lengths.
       {KvSTRING_T, "00 00", 1, kvDamaged, 0, 0},
       {KvSTRING_T, "03 00 01 01 FF", 1, kvDamaged, 0, 0},

@@ -1,13 +1,11 @@
 // Keys in a real engine that orders bytes and is given no comparator.
-#ifdef KV_TEST_LMDB
+#ifdef KV_HAVE_LMDB
 #include <doctest/doctest.h>
-#include <lmdb.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <numeric>
 
+#include "engines/stores.h"
 #include "sortkey/sort_keys.h"
 
 namespace {
@@ -20,64 +18,23 @@ unsigned Entries() {
   return more != nullptr ? static_cast<unsigned>(std::atoi(more)) : 20000;
 }
 
-// An LMDB environment in a folder that goes away with it.
-class Store {
- public:
-  Store() {
-    std::string path = (std::filesystem::temp_directory_path() / "sortkey.XXXXXX").string();
-    REQUIRE(mkdtemp(path.data()) != nullptr);
-    folder_ = path;
-    REQUIRE(mdb_env_create(&environment_) == 0);
-    mdb_env_set_mapsize(environment_, std::size_t{1} << 30);
-    REQUIRE(mdb_env_open(environment_, path.c_str(), MDB_NOSYNC | MDB_NOLOCK, 0600) == 0);
-    REQUIRE(mdb_txn_begin(environment_, nullptr, 0, &transaction_) == 0);
-    REQUIRE(mdb_dbi_open(transaction_, nullptr, 0, &database_) == 0);
-  }
-  ~Store() {
-    mdb_txn_abort(transaction_);
-    mdb_env_close(environment_);
-    std::filesystem::remove_all(folder_);
-  }
-  Store(const Store&) = delete;
-  Store& operator=(const Store&) = delete;
-
-  void Put(Bytes key) {
-    MDB_val data{0, nullptr};
-    MDB_val bytes{key.size(), key.data()};
-    REQUIRE(mdb_put(transaction_, database_, &bytes, &data, 0) == 0);
-  }
-
-  template <class Take>
-  void Walk(Take take) {
-    MDB_cursor* cursor = nullptr;
-    REQUIRE(mdb_cursor_open(transaction_, database_, &cursor) == 0);
-    MDB_val key;
-    MDB_val data;
-    while (mdb_cursor_get(cursor, &key, &data, MDB_NEXT) == 0) take(key.mv_data, key.mv_size);
-    mdb_cursor_close(cursor);
-  }
-
- private:
-  std::filesystem::path folder_;
-  MDB_env* environment_ = nullptr;
-  MDB_txn* transaction_ = nullptr;
-  MDB_dbi database_ = 0;
-};
-
 // Puts tuples of a value and its number into the store and walks it: the numbers must come in the
 // order into which the row's comparer sorts them, equal values as they were.
 void CheckWalk(char id, const std::vector<void*>& values, unsigned char options) {
   const KvSortKeyKind kind{.type = id, .options = options};
   const KvSortKeyKind number{.type = KvU4B_T};
-  Store store;
+  const test::Folder folder;
+  const auto store = engines::OpenStore("lmdb:" + (folder / "keys"), {.create = true});
+  std::vector<engines::Write> batch;
   for (o_u4b i = 0; i < values.size(); ++i) {
-    Bytes key(2000);
+    std::string key(2000, '\0');
     KvSortKeyWriter tuple(key.data(), key.size());
     tuple.Add(kind, values[i]);
     REQUIRE(tuple.Add(number, &i) == kvOk);
     key.resize(tuple.Size());
-    store.Put(std::move(key));
+    batch.push_back({.key = key, .value = ""});
   }
+  REQUIRE(!store->Apply(batch));
   std::vector<o_u4b> expected(values.size());
   std::iota(expected.begin(), expected.end(), 0U);
   std::stable_sort(expected.begin(), expected.end(), [&](o_u4b a, o_u4b b) {
@@ -85,12 +42,13 @@ void CheckWalk(char id, const std::vector<void*>& values, unsigned char options)
     return (options & kvSortKeyDescending) != 0 ? order > 0 : order < 0;
   });
   std::vector<o_u4b> walked;
-  store.Walk([&](const void* key, std::size_t length) {
-    KvSortKeyReader reader(key, length);
+  store->TakeSnapshot()->Scan({}, [&](std::string_view key, std::string_view) {
+    KvSortKeyReader reader(key.data(), key.size());
     o_u4b index = 0;
     REQUIRE(reader.Skip(kind) == kvOk);
     REQUIRE(reader.Next(number, &index) == kvOk);
     walked.push_back(index);
+    return true;
   });
   CHECK(walked == expected);
 }
