@@ -89,6 +89,7 @@ TEST_CASE("questions without a meaning are answered with a status") {
   CHECK(status(KvRES_T, text, &number) == kvNotSupported);
   CHECK(status(KvINT_T, text, nullptr) == kvBadArgument);
   CHECK(status(KvINT_T, nullptr, &number) == kvBadArgument);
+  CHECK(KvPrintChecked(Types(), KvINT_T, nullptr, 1, &number, nullptr).status == kvBadArgument);
   CHECK(KvPrintChecked(KvTypeMgr(3), Kv8B_T, text, sizeof text, &number, nullptr).status ==
         kvNoSuchType);
   CHECK(std::string(text) == "before");

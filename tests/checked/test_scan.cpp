@@ -119,6 +119,7 @@ TEST_CASE("what is no value is told by its place, and leaves the value alone") {
       {KvINT64_T, "-9223372036854775809", nullptr, kvOutOfRange, 20},
       {KvINT64_T, "-9223372036854775808", nullptr, kvOk, 20},
       {KvINT64_T, "9223372036854775808 5", "%S %S", kvOutOfRange, 21},
+      {KvINT64_T, "0x", nullptr, kvTextLeft, 1},
       {KvBLOCKID_T, "17", nullptr, kvMismatch, 0},
       {KvDOUBLE_T, "1e999", nullptr, kvOutOfRange, 5},
       {KvDOUBLE_T, "-infinity ", nullptr, kvOk, 10},

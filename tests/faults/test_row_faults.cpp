@@ -129,16 +129,13 @@ void TryStorage(char id) {
   ForEachAllocation("compare and hash stored runs", [&](Fault& fault) {
     const Values a(id, Samples(id, 1));
     const Values b(id, Samples(id, 2));
-    const Bytes storedA = StoredRun(a);
-    const Bytes storedB = StoredRun(b);
+    Bytes storedA = StoredRun(a);
+    Bytes storedB = StoredRun(b);
     int status = 0;
-    const auto bytes = [](const Bytes& stored) {
-      return const_cast<unsigned char*>(stored.data());
-    };
     fault.In([&] {
-      Types().Cmp(id, bytes(storedA), bytes(storedB), 0, kRun, 0);
+      Types().Cmp(id, storedA.data(), storedB.data(), 0, kRun, 0);
       Types().Cmp(id, a[0], b[0], 0, kRun, kMemory);
-      Types().Hash(id, static_cast<unsigned>(storedA.size()), bytes(storedA), kRun, 0, status);
+      Types().Hash(id, static_cast<unsigned>(storedA.size()), storedA.data(), kRun, 0, status);
       Types().Hash(id, 0, a[0], kRun, kMemory, status);
     });
   });

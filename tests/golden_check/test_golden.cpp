@@ -44,6 +44,10 @@ void CheckStoredCopies(const KvTypeMgr& types, char id, const Bytes& stored, uns
                           kMemoryOrder, static_cast<unsigned>(size), count) == copied);
     CHECK(copy == expected);
   }
+  Bytes place(stored);  // onto itself
+  types.Translate(id, place.data(), kReversed, static_cast<unsigned>(size), place.data(),
+                  kMemoryOrder, static_cast<unsigned>(size), count);
+  CHECK(place == stored);
 }
 
 // One line's values, stored, measured, loaded and moved between forms.

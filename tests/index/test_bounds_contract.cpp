@@ -226,6 +226,10 @@ TEST_CASE("a step leads to what is behind, or nowhere") {
       }
     }
   }
+  // Without a length a stored text has the room of its block.
+  Bytes roomy = {8, 0, 1, 1, 'a', 0, 0, 0, 0, 0xFF};
+  CHECK(Types().GetValue(KvSTRING_T, roomy.data(), 0, 0, 'M') == kvOk);
+  CHECK(roomy[5] != 0);
   unsigned char old[] = {2, 0, 'a', 0};
   CHECK(Types().GetValue(KvISTRING_T, old, sizeof old, 0, 'O') == kvOk);
 }
@@ -361,5 +365,17 @@ TEST_CASE("a run as constant records all of it, up to 255 bytes") {
       CHECK(Query{id, form}.Ask(nullptr, 0, run, &none.bounds, 0) == 0);
       CHECK(none.bounds.lower == nullptr);
     }
+  }
+  // Texts in a block each, and in the one of the old form.
+  Operand run(Values(KvSTRING_T, {{}}), 0, 0);
+  for (const Bytes& texts :
+       {support::Joined({support::StringBytes(1, 1, "ab"), support::StringBytes(1, 1, "c")}),
+        Bytes{4, 0, 'a', 0, 'b', 0}}) {
+    run.bytes = texts;
+    Recorded recorded;
+    Query{KvSTRING_T, 0}.Ask(nullptr, 0, run, &recorded.bounds, 2);
+    REQUIRE(recorded.bounds.lower != nullptr);
+    CHECK(Bytes(recorded.bounds.lower, recorded.bounds.lower + recorded.bounds.lowerLength) ==
+          texts);
   }
 }

@@ -464,9 +464,12 @@ TEST_CASE("damaged blobs have no keys, and values whose memory ends too soon") {
   const Bytes blob = support::BlobBytes("abcdef");
   const KvSortKeyKind kind{.type = KvBLOB_T};
   std::size_t size;
-  for (unsigned length = 1; length < blob.size(); ++length) {
-    const Bytes cut(blob.begin(), blob.begin() + length);
-    CHECK(KvSortKey(kind, cut.data(), length, 0, nullptr, 0, size) == kvBadArgument);
+  for (const char id : {KvBLOB_T, KvSTRING_T, KvISTRING_T}) {
+    const Bytes stored = id == KvBLOB_T ? blob : support::StringBytes(1, 1, "abc");
+    for (unsigned length = 1; length < stored.size(); ++length) {
+      const Bytes cut(stored.begin(), stored.begin() + length);
+      CHECK(KvSortKey({.type = id}, cut.data(), length, 0, nullptr, 0, size) == kvBadArgument);
+    }
   }
   const KvBlob whole("abc", 3);
   CHECK(KvSortKey(kind, &whole, sizeof whole - 1, 8, nullptr, 0, size) == kvBadArgument);

@@ -219,6 +219,7 @@ TEST_CASE("printing") {
   CHECK(Printed("text", "[%s]") == "[text]");
   CHECK(Printed("text", "%10s|") == "      text|");
   CHECK(Printed("text", "%-6.2s|%%") == "te    |%");
+  CHECK(Printed("text", "%s\x01") == "text\x01");
   CHECK(Printed("text", "none") == "none");
   CHECK(Printed("text", "%") == "%");
   for (const char* bad : {"%s%s", "%d", "%n", "%*s", "%.", "%-"})

@@ -225,12 +225,6 @@ TEST_CASE("the illegal row answers every operation harmlessly") {
   CHECK(value == 5);
 }
 
-TEST_CASE("stored bytes that are moved onto themselves stay") {
-  unsigned char bytes[] = {1, 2, 3, 4};
-  CHECK(KvTypeMgr().Translate(Kv4B_T, bytes, 0, 4, bytes, 2, 4, 1) == 4);
-  CHECK(bytes[0] + bytes[3] == 5);
-}
-
 TEST_CASE("nulls take what they are said to") {
   KvTypeMgr types;
   for (char id = 0; id < support::kRowCount; ++id) {
