@@ -218,7 +218,10 @@ TEST_CASE("of a run in memory as many are hashed as begin in its length") {
 TEST_CASE("a run of more bytes than 32 bits count is not stored") {
   if (sizeof(void*) == 4) return;
   const KvBlob run[] = {KvBlob(INT_MAX), KvBlob(INT_MAX), KvBlob("x", 1)};
-  if (run[0].IsNullValue() || run[1].IsNullValue()) return;  // never written, and yet too much
+  if (run[0].IsNullValue() || run[1].IsNullValue()) {  // never written, and yet too much
+    CHECK(std::unique_ptr<char[]>(new (std::nothrow) char[2 * std::size_t{INT_MAX}]) == nullptr);
+    return;
+  }
   unsigned char stored[4] = {1, 2, 3, 4};
   CHECK(Types().Store(KvBLOB_T, stored, run, 0, 3) == 0);
   CHECK(stored[0] == 1);
