@@ -580,4 +580,16 @@ TEST_CASE("estimates go by the places of letters in the alphabet of the language
     CHECK(fraction == doctest::Approx(place / std::size(alphabet)).epsilon(0.01));
     ++place;
   }
+  // Orders that no character has stand among their kind: numbers before letters.
+  lower = Make(u"\x3F00", kvCodeSetOrders);
+  upper = Make(u"\x7FFF", kvCodeSetOrders);
+  float before = 0;
+  for (const char16_t order : {u'\x3F5A', u'\x3FFF', u'\x4004', u'\x4FFF'}) {
+    KvString constant = Make(std::u16string(1, order), kvCodeSetOrders);
+    unsigned short less = kvPredicateLess;
+    const float fraction =
+        KvTypeMgr().EvalAndBound(KvSTRING_T, &range, less, &constant, 8, 1, nullptr, nullptr);
+    CHECK(fraction >= before);
+    before = fraction;
+  }
 }

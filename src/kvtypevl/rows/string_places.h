@@ -52,7 +52,9 @@ class Digits {
     if (weight < kFirstSymbolOrder) return 0;
     if (weight < kFirstDigitOrder)
       return std::min(kFirstSymbolDigit + weight - kFirstSymbolOrder, kFirstNumberDigit - 1);
-    if (weight < kFirstLetterOrder) return kFirstNumberDigit + (weight - kFirstDigitOrder) / 10;
+    // A text of orders may hold numbers that no character has: they go with the last one.
+    if (weight < kFirstLetterOrder)
+      return kFirstNumberDigit + std::min((weight - kFirstDigitOrder) / 10, 9u);
     if (weight < kFirstOtherOrder) return kFirstLetterDigit + alphabet_.PlaceOf(weight);
     return kFirstOtherDigit + weight - kFirstOtherOrder;
   }
