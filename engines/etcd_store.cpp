@@ -25,6 +25,7 @@
 
 #include "base64.h"
 #include "built_engines.h"
+#include "key_middle.h"
 
 namespace engines {
 namespace {
@@ -184,28 +185,6 @@ class Channel {
   std::string text_;
 };
 
-// The middle between two keys, read as fractions with 256 for 10. Not below the first.
-std::string Middle(std::string_view first, std::string_view end) {
-  const std::size_t size = std::max(first.size(), end.size()) + 1;
-  const auto digit = [](std::string_view key, std::size_t at) {
-    return at < key.size() ? static_cast<unsigned char>(key[at]) : 0U;
-  };
-  std::vector<unsigned> sum(size + 1);  // the carry comes first
-  for (std::size_t i = size; i-- > 0;) {
-    sum[i + 1] += digit(first, i) + digit(end, i);
-    sum[i] += sum[i + 1] >> 8;
-    sum[i + 1] &= 0xFF;
-  }
-  std::string middle;
-  unsigned rest = sum[0];
-  for (std::size_t i = 1; i <= size; ++i) {
-    rest = rest << 8 | sum[i];
-    middle += static_cast<char>(rest >> 1);
-    rest &= 1;
-  }
-  return middle;
-}
-
 class EtcdSnapshot : public Snapshot {
  public:
   EtcdSnapshot(Channel& channel, std::mutex& lock, const std::string& prefix)
@@ -340,7 +319,7 @@ class EtcdSnapshot : public Snapshot {
     if (count > kFirstPage) {
       // The first key bounds the range better than where the caller began.
       from = Page(from, end, 1).at(0).key;
-      const std::string middle = Middle(from, end);
+      const std::string middle = KeyMiddle(from, end);
       if (middle > from && middle < end) {
         return ScanDown(middle, end, left, visit) && ScanDown(from, middle, left, visit);
       }

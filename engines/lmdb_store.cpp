@@ -169,8 +169,7 @@ class LmdbStore : public OrderedStore {
     unsigned flags = MDB_NOTLS;
     if (options.durability == Durability::kProcess) flags |= MDB_NOMETASYNC;
     OpenEnvironment(flags);
-    int dead = 0;
-    mdb_reader_check(environment_, &dead);
+    mdb_reader_check(environment_, nullptr);
     Transaction transaction(environment_, 0, place_);
     transaction.Require(mdb_dbi_open(transaction.Handle(), nullptr, 0, &database_));
     transaction.Commit();

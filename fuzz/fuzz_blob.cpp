@@ -1,17 +1,13 @@
 // Arbitrary bytes as two stored blob runs: comparing and hashing read nothing outside the buffers,
 // compare is antisymmetric, and a run that loads orders and hashes as its blobs in memory do.
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 #include "kv.h"
+#include "require.h"
 #include "twins.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 struct Stored {
   std::vector<unsigned char> bytes;

@@ -2,19 +2,16 @@
 // heap block of exactly its size, so the address sanitizer sees a byte too far. What is accepted
 // must load, compare, hash and be stored again.
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 
 #include "kv.h"
+#include "require.h"
+#include "support/run.h"
 #include "twins.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 struct Block {
   Block(const unsigned char* data, std::size_t length)
@@ -25,21 +22,7 @@ struct Block {
   std::size_t size;
 };
 
-class Run {
- public:
-  Run(const KvTypeMgr& types, char id, unsigned count)
-      : types_(types), id_(id), count_(count), values_(types.Create(id, count)) {}
-  ~Run() { types_.Delete(id_, values_, count_); }
-  Run(const Run&) = delete;
-  Run& operator=(const Run&) = delete;
-  void* Values() const { return values_; }
-
- private:
-  const KvTypeMgr& types_;
-  char id_;
-  unsigned count_;
-  void* values_;
-};
+using support::Run;
 
 struct Question {
   const KvTypeMgr& types;

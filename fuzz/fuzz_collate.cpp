@@ -3,17 +3,14 @@
 // orders of 16-bit text, and equal texts must hash equal.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "kv.h"
+#include "require.h"
+#include "support/types.h"
 #include "twins.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 // A terminated text on the heap, with no byte to spare.
 class ExactText {
@@ -36,10 +33,6 @@ class ExactText {
   std::size_t units_;
   std::unique_ptr<char[]> bytes_;
 };
-
-int SignOf(int value) {
-  return (value > 0) - (value < 0);
-}
 
 // Named by a control byte; off, so that comparison is an order.
 void SetWildcards(std::uint8_t control) {
@@ -73,15 +66,15 @@ unsigned Hash(const Side& side) {
 
 void CheckOrder(Side& a, Side& b, unsigned short cmpOp, short maxLength) {
   if (IsNull(a) || IsNull(b)) return;  // deliberately lopsided
-  const int order = SignOf(Compare(a, b, cmpOp, maxLength, 1));
-  Require(order == -SignOf(Compare(b, a, cmpOp, maxLength, 1)));
+  const int order = support::Sign(Compare(a, b, cmpOp, maxLength, 1));
+  Require(order == -support::Sign(Compare(b, a, cmpOp, maxLength, 1)));
   const bool bytes = a.codeSet == 0 || b.codeSet == 0;
   // 255 is a 16-bit code set to KvStrCmp and the default 8-bit one to HashString.
   const bool marker = a.codeSet == 255 || b.codeSet == 255;
   if (order == 0 && cmpOp == 0 && maxLength == -1 && !bytes && !marker) Require(Hash(a) == Hash(b));
   a.text.Reverse();
   b.text.Reverse();
-  Require(order == SignOf(Compare(a, b, cmpOp, maxLength, 2)));
+  Require(order == support::Sign(Compare(a, b, cmpOp, maxLength, 2)));
   a.text.Reverse();
   b.text.Reverse();
 }

@@ -7,20 +7,17 @@
 // is cut; length of the first text; then letters, by number in a short alphabet, or 16-bit orders.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
 #include <vector>
 
 #include "kv.h"
+#include "require.h"
+#include "support/types.h"
 #include "twins.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 using Units = std::vector<unsigned short>;
 
@@ -61,10 +58,6 @@ Units OrdersOf(const Form& form, unsigned char language) {
   KvStringIterator each(form.bytes_.get(), form.codeSet_, language, form.byteOrder_);
   while (!each.IsEOS()) orders.push_back(static_cast<unsigned short>(each.GetNextOrder(0)));
   return orders;
-}
-
-int SignOf(int value) {
-  return (value > 0) - (value < 0);
 }
 
 // Letter orders level by level.
@@ -126,10 +119,12 @@ void TryStored(const Units& a, const Units& b, unsigned char language, unsigned 
         if (left.size == 0 || right.size == 0) continue;
         int status = 0;
         int back = 0;
-        const int order = SignOf(types.Cmp(KvSTRING_T, left.size, left.bytes.get(), right.size,
-                                           right.bytes.get(), strict, 1, format, status));
-        const int reverse = SignOf(types.Cmp(KvSTRING_T, right.size, right.bytes.get(), left.size,
-                                             left.bytes.get(), strict, 1, format, back));
+        const int order =
+            support::Sign(types.Cmp(KvSTRING_T, left.size, left.bytes.get(), right.size,
+                                    right.bytes.get(), strict, 1, format, status));
+        const int reverse =
+            support::Sign(types.Cmp(KvSTRING_T, right.size, right.bytes.get(), left.size,
+                                    left.bytes.get(), strict, 1, format, back));
         if (status == kvOk && back == kvOk) Require(order == -reverse);
         if (cutA + cutB == 0 && expected != 0) Require(order == expected);
       }
@@ -147,8 +142,9 @@ void TryLetters(const Units& a, const Units& b, unsigned char language, unsigned
       const Form formA(a, codeSet, reversed);
       const Form formB(b, codeSet, reversed);
       Require(OrdersOf(formA, language) == ordersA);
-      Require(SignOf(KvStrCmp(codeSet, language, formA.bytes_.get(), codeSet, language,
-                              formB.bytes_.get(), 0, -1, formA.byteOrder_, nullptr)) == expected);
+      Require(support::Sign(KvStrCmp(codeSet, language, formA.bytes_.get(), codeSet, language,
+                                     formB.bytes_.get(), 0, -1, formA.byteOrder_, nullptr)) ==
+              expected);
       Require(HashString(codeSet, language, formA.bytes_.get(), -1, formA.byteOrder_) == hash);
     }
   }
@@ -169,10 +165,10 @@ void TrySearch(const Units& text, const Units& pattern, unsigned char language) 
 void TryOrders(const Units& a, const Units& b, unsigned char language) {
   const Form formA(a, 254, false);
   const Form formB(b, 254, false);
-  const int order = SignOf(KvStrCmp(254, language, formA.bytes_.get(), 254, language,
-                                    formB.bytes_.get(), 0, -1, 1, nullptr));
-  Require(order == -SignOf(KvStrCmp(254, language, formB.bytes_.get(), 254, language,
-                                    formA.bytes_.get(), 0, -1, 1, nullptr)));
+  const int order = support::Sign(KvStrCmp(254, language, formA.bytes_.get(), 254, language,
+                                           formB.bytes_.get(), 0, -1, 1, nullptr));
+  Require(order == -support::Sign(KvStrCmp(254, language, formB.bytes_.get(), 254, language,
+                                           formA.bytes_.get(), 0, -1, 1, nullptr)));
   const bool sameHash = HashString(254, language, formA.bytes_.get(), -1, 1) ==
                         HashString(254, language, formB.bytes_.get(), -1, 1);
   Require(order != 0 || sameHash);

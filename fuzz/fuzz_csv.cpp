@@ -4,18 +4,14 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "csv_reader.h"
 #include "failure.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 // A file without a place on the disk.
 class MemoryFile {

@@ -1,21 +1,17 @@
 // Arbitrary text as the hex that kvtm load takes, for every row: what passes its checks must load
 // without reading outside the bytes, print, and store and load again as the same value.
-#include <cstdlib>
 #include <string_view>
 
 #include "catalogue.h"
 #include "failure.h"
 #include "kv.h"
+#include "require.h"
 #include "stored.h"
 #include "values.h"
 
 namespace {
 
 constexpr unsigned short kStrict = 0x10;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void LoadAndShow(char id, const Bytes& bytes, unsigned char order) {
   const StoredRun measured = MeasureStored(id, bytes, order, 0);

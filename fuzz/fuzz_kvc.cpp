@@ -2,17 +2,13 @@
 // block of exactly the length that is told, so the address sanitizer sees a byte too far.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "kvc.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 // Numbers and blocks from the front of the input.
 class Source {

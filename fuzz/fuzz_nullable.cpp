@@ -1,16 +1,12 @@
 // Arbitrary bytes as two stored runs of every nullable row: they load from exactly their buffers,
 // and order and hash as the loaded values do.
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "kv.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void TryRow(char row, const unsigned char* data, std::size_t size, unsigned char format) {
   const KvTypeMgr& types = *DefaultTypeMgr(nullptr);

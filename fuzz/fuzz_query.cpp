@@ -2,7 +2,6 @@
 // or the walk that the plan takes finds exactly the records that a look at every record finds, once
 // each, and each predicate means by itself what it means in the query.
 #include <algorithm>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,14 +10,11 @@
 #include "kv.h"
 #include "query.h"
 #include "record.h"
+#include "require.h"
 #include "support/map_store.h"
 #include "table.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 using support::Entries;
 using support::MapSnapshot;

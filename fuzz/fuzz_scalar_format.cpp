@@ -4,21 +4,17 @@
 //
 // Input: a byte that chooses the row, eight bytes of value, a format and a text, each ended by a
 // zero byte or the end.
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "require.h"
 
 namespace {
 
 constexpr char kRows[] = {Kv1B_T,  Kv2B_T,   Kv4B_T,  KvDOUBLE_T,   KvFLOAT_T,   KvU2B_T, KvU4B_T,
                           KvINT_T, KvENUM_T, KvU1B_T, KvUNSIGNED_T, KvBLOCKID_T, Kv8B_T,  KvU8B_T};
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 std::string TakeText(const unsigned char*& data, std::size_t& size) {
   const void* zero = size == 0 ? nullptr : std::memchr(data, 0, size);

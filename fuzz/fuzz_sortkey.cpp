@@ -2,27 +2,21 @@
 // reader of keys. Input: type id, options, compare bits, then two values of half the rest each.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "kv.h"
+#include "require.h"
+#include "support/types.h"
 #include "twins.h"
 
 namespace {
 
+using support::Sign;
 using Bytes = std::vector<unsigned char>;
 
 KvTypeMgr& Types() {
   return *DefaultTypeMgr(nullptr);
-}
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
-
-int Sign(int order) {
-  return (order > 0) - (order < 0);
 }
 
 // The key; false when the value has none.

@@ -3,24 +3,17 @@
 // address sanitizer sees a byte too far). A run that measures right against its buffer must load,
 // and then order, hash and measure in memory as it does stored.
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 
 #include "kv.h"
+#include "require.h"
+#include "support/run.h"
 #include "twins.h"
 
 namespace {
 
 constexpr unsigned char kMemory = 8;
 constexpr unsigned short kStrict = 0x10;  // null and present texts order the same in both ways
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
-
-int Sign(int order) {
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
-}
 
 struct Row {
   char id;
@@ -29,15 +22,15 @@ struct Row {
 constexpr Row kRows[] = {
     {KvSTRING_T, 5}, {KvSTRING_T, 3}, {KvBLOB_T, 5}, {KvISTRING_T, 5}, {KvCASEISTRING_T, 5}};
 
-struct Run {
+struct StoredRun {
   std::unique_ptr<unsigned char[]> bytes;
   unsigned size;
   KvMeasured measured;  // of no values when the bytes are no run
 };
 
-Run MakeRun(const Row& row, const Twins::Bytes& bytes, unsigned char format) {
+StoredRun MakeRun(const Row& row, const Twins::Bytes& bytes, unsigned char format) {
   const std::size_t size = bytes.size();
-  Run run{std::make_unique<unsigned char[]>(size), static_cast<unsigned>(size), {}};
+  StoredRun run{std::make_unique<unsigned char[]>(size), static_cast<unsigned>(size), {}};
   std::copy_n(bytes.data(), size, run.bytes.get());
   const KvTypeMgr types(row.factory);
   run.measured = KvMeasureStored(types, row.id, run.bytes.get(), size, format, 0);
@@ -45,23 +38,11 @@ Run MakeRun(const Row& row, const Twins::Bytes& bytes, unsigned char format) {
   return run;
 }
 
-class Loaded {
- public:
-  Loaded(const KvTypeMgr& types, char id, const Run& run, unsigned char format)
-      : types_(types), id_(id), count_(run.measured.count), values_(types.Create(id, count_)) {
-    Require(types.Load(id, values_, run.bytes.get(), format, count_) == run.measured.bytes);
+struct Loaded : support::Run {
+  Loaded(const KvTypeMgr& types, char id, const StoredRun& run, unsigned char format)
+      : support::Run(types, id, run.measured.count) {
+    Require(types.Load(id, Values(), run.bytes.get(), format, Count()) == run.measured.bytes);
   }
-  ~Loaded() { types_.Delete(id_, values_, count_); }
-  Loaded(const Loaded&) = delete;
-  Loaded& operator=(const Loaded&) = delete;
-  void* Values() const { return values_; }
-  unsigned Count() const { return count_; }
-
- private:
-  const KvTypeMgr& types_;
-  char id_;
-  unsigned count_;
-  void* values_;
 };
 
 // Texts of collation orders (code set 254) have a flag in the top bit of their stored language.
@@ -73,22 +54,23 @@ bool HoldOrders(char id, const Loaded& run) {
                      [](const KvString& string) { return string.GetCodeSet() == 254; });
 }
 
-void CheckWalk(const KvTypeMgr& types, char id, const Run& a, const Run& b, unsigned char format,
-               unsigned short operation, unsigned count) {
+void CheckWalk(const KvTypeMgr& types, char id, const StoredRun& a, const StoredRun& b,
+               unsigned char format, unsigned short operation, unsigned count) {
   int status = 0;
   int back = 0;
   const int order =
       types.Cmp(id, a.size, a.bytes.get(), b.size, b.bytes.get(), operation, count, format, status);
   const int reverse = types.Cmp(id, b.size, b.bytes.get(), a.size, a.bytes.get(),
                                 operation | kStrict, count, format, back);
-  if (operation == kStrict && status == 0 && back == 0) Require(Sign(order) == -Sign(reverse));
+  if (operation == kStrict && status == 0 && back == 0)
+    Require(support::Sign(order) == -support::Sign(reverse));
   types.Hash(id, a.size, a.bytes.get(), count, format, status);
   MemFile page(a.bytes.get(), a.size);
   types.DiskLenGetFromMemFile(id, &page, format, count);
   Require(page.Tell() == 0);
 }
 
-void CheckLoaded(const KvTypeMgr& types, char id, const Run& a, const Run& b,
+void CheckLoaded(const KvTypeMgr& types, char id, const StoredRun& a, const StoredRun& b,
                  unsigned char format) {
   const unsigned count = std::min(a.measured.count, b.measured.count);
   const Loaded left(types, id, a, format);
@@ -99,7 +81,7 @@ void CheckLoaded(const KvTypeMgr& types, char id, const Run& a, const Run& b,
         types.Cmp(id, a.size, a.bytes.get(), b.size, b.bytes.get(), kStrict, count, format, status);
     Require(status == kvOk);
     const int order = types.Cmp(id, left.Values(), right.Values(), kStrict, count, kMemory);
-    Require(Sign(stored) == Sign(order));
+    Require(support::Sign(stored) == support::Sign(order));
     const unsigned hash = types.Hash(id, a.size, a.bytes.get(), left.Count(), format, status);
     Require(hash == types.Hash(id, 0, left.Values(), left.Count(), kMemory, status));
   }
@@ -120,8 +102,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const KvTypeMgr types(row.factory);
   const std::size_t first = std::min<std::size_t>(data[3], size - 4);
   const Twins runs(data + 4, size - 4, first, (data[1] & 8) != 0);
-  const Run a = MakeRun(row, runs.first, format);
-  const Run b = MakeRun(row, runs.second, format);
+  const StoredRun a = MakeRun(row, runs.first, format);
+  const StoredRun b = MakeRun(row, runs.second, format);
   if (a.size != 0 && b.size != 0) CheckWalk(types, row.id, a, b, format, operation, count);
   if (a.measured.count != 0 && b.measured.count != 0) CheckLoaded(types, row.id, a, b, format);
   return 0;

@@ -2,17 +2,13 @@
 // read or write outside, in both widths. The first byte chooses the code set, then every edit takes
 // an opcode and its operands from the input.
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "kvstring.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 class Input {
  public:

@@ -1,7 +1,6 @@
 // Arbitrary bytes as stored strings. Comparing and hashing take them as they are, with the length
 // of the buffer. Loading trusts its input, so a run is loaded only when it measures as lying wholly
 // inside; what was loaded must then store, compare and hash as the stored run does.
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -9,13 +8,10 @@
 #include "kvstorage.h"
 #include "kvstring.h"
 #include "kvtypemgr.h"
+#include "require.h"
 #include "twins.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 // A copy that ends where the allocation does.
 struct Exact {

@@ -1,18 +1,14 @@
 // Arbitrary bytes through the UTF-8 decoders and back: the fast kernels must give what the plain
 // rules give, and encoding the result must give the plain encoding.
 #include <algorithm>
-#include <cstdlib>
 
 #include "../tests/support/vector_sets.h"
 #include "../tests/text/plain_utf8.h"
 #include "kvmbs.h"
 #include "kvstring.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void Check(const unsigned char* data, std::size_t size) {
   const auto* bytes = reinterpret_cast<const char*>(data);

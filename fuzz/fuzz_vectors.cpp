@@ -16,6 +16,7 @@
 
 #include "../tests/support/vector_sets.h"
 #include "kv.h"
+#include "support/types.h"
 
 namespace {
 
@@ -98,10 +99,6 @@ class Answers {
  private:
   Bytes all_;
 };
-
-long long Sign(int order) {
-  return (order > 0) - (order < 0);
-}
 
 // So much of `whole` as the option says, all of it for the upper half of its values.
 std::size_t Share(const Input& input, std::size_t whole) {
@@ -189,13 +186,14 @@ void Compare(const Input& input, Answers& answers, bool wide) {
   const auto language = static_cast<unsigned char>(1 + input.option % 19);
   const unsigned char codeSet = wide ? 253 : 1;
   for (const unsigned short operation : std::initializer_list<unsigned short>{0, 0x60}) {
-    answers.Add(Sign(KvStrCmp(codeSet, language, texts[0]->Chars(), codeSet, language,
-                              texts[1]->Chars(), operation, -1, 1, nullptr)));
+    answers.Add(support::Sign(KvStrCmp(codeSet, language, texts[0]->Chars(), codeSet, language,
+                                       texts[1]->Chars(), operation, -1, 1, nullptr)));
   }
   if (wide) return;
   const KvCaseIString first(texts[0]->Chars());
   const KvCaseIString second(texts[1]->Chars());
-  answers.Add(Sign(DefaultTypeMgr(nullptr)->Cmp(KvCASEISTRING_T, &first, &second, 0, 1, 8)));
+  answers.Add(
+      support::Sign(DefaultTypeMgr(nullptr)->Cmp(KvCASEISTRING_T, &first, &second, 0, 1, 8)));
 }
 
 // A run of one fixed row.
@@ -245,9 +243,9 @@ void RunStored(const Input& input, Answers& answers) {
   const auto shared = std::min(values.count * values.stride, static_cast<unsigned>(second.Size()));
   if (values.count == 0 || shared < values.stride) return;
   int status = 0;
-  answers.Add(Sign(DefaultTypeMgr(nullptr)->Cmp(values.row, shared, first.Get(), shared,
-                                                second.Get(), kvCompareExact,
-                                                shared / values.stride, values.format, status)));
+  answers.Add(support::Sign(
+      DefaultTypeMgr(nullptr)->Cmp(values.row, shared, first.Get(), shared, second.Get(),
+                                   kvCompareExact, shared / values.stride, values.format, status)));
   answers.Add(status);
   HashAndKeys(answers, input, values, first.Get(), values.count * values.stride, values.format);
 }

@@ -169,8 +169,8 @@ def fuzz_collate(_golden, _old):
             if a + b:
                 yield bytes(head) + a + b
     for left, right in ((1, 253), (253, 0), (254, 254), (240, 1)):
-        a, b = units(left, "Zebra"), units(right, "zebra")
-        yield bytes([left, 1, right, 2, 0, 0, 0, len(a), 0, 0]) + a + b
+        a = units(left, "Zebra")
+        yield bytes([left, 1, right, 2, 0, 0, 0, len(a), 0, 0]) + a + units(right, "zebra")
     for i, language, text, cut in list(runs())[::2]:
         text = stored_string(UNICODE, language, text, 0)[4:-2]
         head = bytes([UNICODE, language, UNICODE, language, 0, 0, 0, len(text), 0x80, 0])
@@ -291,18 +291,13 @@ def fuzz_string_edit(_golden, _old):
 
 
 def fuzz_string_stored(golden, _):
-    for form in (0, 1):
-        for a, b in golden[STRING].pairs(8, form):
-            # One byte says both the format and where the second run begins.
-            size = 3 + len(a) + len(b)
-            code = next((n for n in range(256) if n % 3 == 2 * form and n % (size - 2) == len(a)), None)
-            if code is not None:
-                yield bytes([code, 0, 1]) + a + b
-    for form, text, change in stored_twins():
-        size = 3 + len(text) + len(change)
-        code = next((n for n in range(256) if n % 3 == 2 * form and n % (size - 2) == len(text)), None)
+    inputs = [(form, a, b, 0) for form in (0, 1) for a, b in golden[STRING].pairs(8, form)]
+    for form, a, b, twins in inputs + [(*twin, 0x80) for twin in stored_twins()]:
+        # One byte says both the format and where the second run begins.
+        size = 3 + len(a) + len(b)
+        code = next((n for n in range(256) if n % 3 == 2 * form and n % (size - 2) == len(a)), None)
         if code is not None:
-            yield bytes([code, 0x80, 1]) + text + change
+            yield bytes([code, twins, 1]) + a + b
 
 
 def fuzz_utf8(_golden, _old):

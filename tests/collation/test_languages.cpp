@@ -16,6 +16,7 @@
 #include "kvhash.h"
 #include "kvstring.h"
 #include "support/host.h"
+#include "support/types.h"
 #include "zin.h"
 
 namespace {
@@ -142,10 +143,6 @@ class Random {
  private:
   std::mt19937 engine_;
 };
-
-int SignOf(int value) {
-  return (value > 0) - (value < 0);
-}
 
 }  // namespace
 
@@ -342,7 +339,7 @@ TEST_CASE("key order goes by the same orders") {
     const auto keysA = keys(a, language.number);
     const auto keysB = keys(b, language.number);
     const int expected = keysA < keysB ? -1 : keysA > keysB ? 1 : 0;
-    CHECK(SignOf(Compare(a, b, language.number, kvCompareKeyOrder)) == expected);
+    CHECK(support::Sign(Compare(a, b, language.number, kvCompareKeyOrder)) == expected);
   }
 }
 

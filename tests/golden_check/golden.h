@@ -20,6 +20,7 @@
 
 #include "golden_check/value_text.h"
 #include "kv.h"
+#include "support/run.h"
 #include "support/types.h"
 
 namespace golden {
@@ -136,32 +137,26 @@ inline void Write(const File& file) {
 
 // ---------------------------------------------------------------------------------------------
 
-// The values of a file in memory form, made and freed by the type manager.
-class Values {
+// The values of a file in memory form.
+class Values : public support::Run {
  public:
   Values(const KvTypeMgr& types, const File& file)
       : Values(types, file, static_cast<unsigned>(file.lines.size())) {
-    for (unsigned i = 0; i < count_; ++i) {
-      FillValue(file.fields, file.lines[i].value, At(i), types.MemLenGet(id_, 1));
+    for (unsigned i = 0; i < Count(); ++i) {
+      FillValue(file.fields, file.lines[i].value, At(i), width_);
     }
   }
   // So many values of the file's type, as the type manager makes them.
   Values(const KvTypeMgr& types, const File& file, unsigned count)
-      : types_(types), id_(static_cast<char>(file.typeId)), count_(count) {
-    values_ = static_cast<unsigned char*>(types.Create(id_, count));
-  }
-  ~Values() { types_.Delete(id_, values_, count_); }
-  Values(const Values&) = delete;
-  Values& operator=(const Values&) = delete;
+      : Run(types, static_cast<char>(file.typeId), count),
+        width_(types.MemLenGet(static_cast<char>(file.typeId), 1)) {}
 
-  unsigned char* At(unsigned index) const { return values_ + index * types_.MemLenGet(id_, 1); }
-  unsigned Count() const { return count_; }
+  unsigned char* At(unsigned index) const {
+    return static_cast<unsigned char*>(Run::Values()) + index * width_;
+  }
 
  private:
-  const KvTypeMgr& types_;
-  char id_;
-  unsigned count_;
-  unsigned char* values_;
+  unsigned width_;
 };
 
 inline std::vector<unsigned char> Stored(const KvTypeMgr& types, const File& file,

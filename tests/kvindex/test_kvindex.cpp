@@ -79,6 +79,8 @@ std::string Loaded(MapStore& store, const std::string& file, bool replace = fals
                std::to_string(counts.there) + " " + std::to_string(counts.bad);
     } catch (const engines::StoreError& error) {
       result = error.what();
+    } catch (const Failure& failure) {
+      result = failure.what;
     }
   });
   return result + ", " + std::to_string(std::count(lines.begin(), lines.end(), '\n'));
@@ -191,6 +193,18 @@ TEST_CASE("keys and records go in up to the engine's limit, and what is longer i
   CHECK(said(longest - 1, record) == bad + "entry in index runs,id" + takes(longest));
   CHECK(said(key - 1, record) == bad + "key" + takes(key));
   CHECK(said(longest, record - 1) == bad + "record" + takes(record));
+}
+
+TEST_CASE("a load tries again where others write the same records, but not for ever") {
+  const File file(Lines(1, "2024-01-01"));
+  for (const unsigned refusals : {20U, 21U}) {  // the first try takes all records for new
+    MapStore store;
+    store.refusals = refusals;
+    const bool isDone = refusals == 20;
+    CHECK(Loaded(store, file.name) ==
+          (isDone ? "1 1 0 0, 0" : "somebody else keeps changing the same records, 0"));
+    CHECK(store.entries.size() == (isDone ? 4 : 0));
+  }
 }
 
 TEST_CASE("a batch may take what the limits say, all of its bytes counted") {

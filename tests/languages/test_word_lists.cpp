@@ -1,6 +1,6 @@
 // The library's order of real words against ICU's collator of each language, capitals first: the
-// word lists and spelling dictionaries that are installed, and the committed hard words. Every pair
-// of neighbours in ICU's order must be in the same order here.
+// word lists and spelling dictionaries that are installed. Every pair of neighbours in ICU's order
+// must be in the same order here.
 #ifdef KV_HAVE_ICU
 
 #include <doctest/doctest.h>
@@ -114,19 +114,6 @@ Disagreements Compared(Words& words, unsigned char number, const char* code) {
 }
 
 }  // namespace
-
-TEST_CASE("the hard words are in the order of the collator") {
-  for (unsigned char number = 1; number < 20; ++number) {
-    const char* code = KvLanguageContext::QueryLanguage(number)->Code();
-    CAPTURE(std::string(code));
-    const Words words = kvtest::HardWords(code);
-    const Collator collator(code, UCOL_TERTIARY);
-    for (std::size_t i = 1; i < words.size(); ++i) {
-      CAPTURE(i);
-      CHECK(collator(words[i - 1], words[i]) < 0);
-    }
-  }
-}
 
 TEST_CASE("no word of a word list is out of place") {
   std::string missing;

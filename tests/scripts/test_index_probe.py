@@ -23,26 +23,15 @@ def words(count):
     return ["".join(NUMBERS.choices("abcdefghijklmnopqrstuvwxyz", k=3)) for _ in range(count)]
 
 
-# (type, lines, constants, what Python orders a line by)
+# (type, lines, constants, what Python orders a line by); all but words are spread evenly
 COLUMNS = [
     ("o_4b", [str(NUMBERS.randint(-50000, 50000)) for _ in range(20000)],
      ["-50001", "-49900", "-7", "0", "12345", "49990", "60000"], int),
-    ("o_u2b", [str(NUMBERS.randint(0, 300)) for _ in range(5000)], ["0", "7", "150", "300"], int),
-    ("KvINT64_T", [str(NUMBERS.randint(-2**60, 2**60)) for _ in range(5000)],
-     [str(-2**59), "0", str(2**60 - 2**54)], int),
-    ("KvNull_int", [str(NUMBERS.randint(-9999, 9999)) for _ in range(3000)],
-     ["-9000", "5", "9500"], int),
     ("o_double", [repr(NUMBERS.uniform(-1e4, 1e4)) for _ in range(5000)],
      ["-9900.5", "0.25", "9000", "1e5"], float),
-    ("KvFLOAT_T", [str(NUMBERS.randint(0, 2000) / 8) for _ in range(5000)],
-     ["3.125", "200.5", "250"], float),
     ("KvDate", dates(5000), ["1950-01-01", "1951-06-30", "1999-12-31", "2049-12-28"], str),
-    ("d_Date", dates(2000), ["1960-02-29", "2040-03-01"], str),
     ("KvString", words(5000), ["aaz", "foo", "mmm", "zzy"], str),
-    ("KvCASEISTRING_T", words(2000), ["b", "zx"], str),
 ]
-# Rows whose columns above are spread evenly, so that the estimate must come close.
-EVEN = {"o_4b", "o_u2b", "KvINT64_T", "KvNull_int", "o_double", "KvFLOAT_T", "KvDate", "d_Date"}
 
 ANSWER = re.compile(r"  (<=|>=|[<=>]) (\S+)\n    estimate  (\S+) %, .*: (index walk|full scan)\n"
                     r"    truth     \S+ %, (no|\d+) values? in .*\n(?:    hits      (.*)\n)?")
@@ -82,16 +71,11 @@ class IndexProbe(unittest.TestCase):
                     plans.add((plan, predicate))
                     if plan == "index walk":
                         self.assertEqual(found, sorted(found))
-                    if name in EVEN and predicate != "=":
+                    if name != "KvString" and predicate != "=":
                         truth = 100 * len(expected) / len(lines)
                         self.assertLess(abs(float(estimate) - truth), 0.1 * truth + 1.5)
         # Both ways were taken for every predicate that can select much.
         self.assertEqual(len(plans), 9, plans)
-
-    def test_help_and_demo(self):
-        self.assertIn("usage: index_probe", probe("--help")[1])
-        status, output, errors = probe("--demo")
-        self.assertEqual((status, errors, len(ANSWER.findall(output))), (0, "", 9))
 
 
 if __name__ == "__main__":

@@ -41,10 +41,7 @@ std::vector<T> ValuesOf(unsigned count = 60) {
   return all;
 }
 
-template <class T>
-int Sign(T order) {
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
-}
+using support::Sign;
 
 template <class Test>
 void ForEachClass(Test test) {

@@ -24,6 +24,7 @@ class MapSnapshot : public engines::Snapshot {
   void Scan(const engines::Range& range, const engines::Visit& visit) override {
     auto from = entries_.lower_bound(range.from);
     auto end = range.end.empty() ? entries_.end() : entries_.lower_bound(range.end);
+    if (!range.end.empty() && range.end <= range.from) return;
     for (std::size_t left = range.limit; left > 0 && from != end; --left) {
       const auto& [key, value] = range.descending ? *--end : *from++;
       if (!visit(key, value)) return;
@@ -42,11 +43,16 @@ struct MapStore : engines::OrderedStore {
 
   engines::Limits limits{511, 100000, 100000, 1000000, true};
   Entries entries;
-  unsigned left = ~0U;  // batches that are taken before one fails
+  unsigned left = ~0U;    // batches that are taken before one fails
+  unsigned refusals = 0;  // batches that meet what somebody else has written
 
  protected:
   std::optional<std::size_t> ApplySorted(std::span<const engines::Write* const> batch) override {
     if (left-- == 0) throw engines::StoreError(engines::Fault::kFull, "full");
+    if (refusals != 0) {
+      --refusals;
+      return 0;
+    }
     for (std::size_t i = 0; i < batch.size(); ++i) {
       const auto found = entries.find(batch[i]->key);
       const bool isThere = found != entries.end();

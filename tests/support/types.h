@@ -12,7 +12,8 @@ inline KvTypeMgr& Types() {
   return *DefaultTypeMgr(nullptr);
 }
 
-inline int Sign(int order) {
+template <class T>
+constexpr int Sign(T order) {
   return (order > 0) - (order < 0);
 }
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
+#include <utility>
 
 #include "catalogue.h"
 #include "escape.h"
@@ -307,9 +307,7 @@ std::string StringText(char id, void* value, const ValueStyle& style) {
 void ReadBlob(void* value, std::string_view text) {
   Bytes bytes;
   AppendHex(text, bytes);
-  if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    FailValue("a blob of more than 2147483647 bytes");
-  }
+  if (!std::in_range<int>(bytes.size())) FailValue("a blob of more than 2147483647 bytes");
   static_cast<KvBlob*>(value)->SetTo(bytes.data(), static_cast<int>(bytes.size()));
 }
 

@@ -10,8 +10,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <optional>
+#include <utility>
 
 #include "catalogue.h"
 #include "commands.h"
@@ -313,7 +313,7 @@ void SortIndexes(std::vector<unsigned>& indexes, const ValueOrder& order, KeyOrd
 Sorted SortByComparing(const Input& input, const LineReader& reader, unsigned short operation,
                        KeyOrder how, Progress& progress) {
   const std::size_t count = CountLines(input.lines);
-  if (count > std::numeric_limits<unsigned>::max()) FailValue("more than 4294967295 lines");
+  if (!std::in_range<unsigned>(count)) FailValue("more than 4294967295 lines");
   const ValueRun run(reader.Id(), static_cast<unsigned>(std::max<std::size_t>(count, 1)));
   Sorted sorted;
   std::vector<std::size_t> placeOf(count);
