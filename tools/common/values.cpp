@@ -289,7 +289,6 @@ void ReadString(char id, void* value, std::string_view given, const ValueStyle& 
     return;
   }
   // The class keeps the bytes and no code set.
-  string.SetCodeSetCode(KvString::GetDefault8CodeSet());
   Types().ScanFromKvString(id, value, string, nullptr, 1);
 }
 

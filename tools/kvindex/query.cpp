@@ -430,13 +430,11 @@ Plan MakePlan(Snapshot& snapshot, const Table& table, const Query& query) {
 
 Walked Run(Snapshot& snapshot, const Table& table, const Query& query, const Plan& plan,
            const std::function<bool(const StoredRecord&)>& take) {
-  const Range& range = plan.walk.range;
-  Walked walked;
-  if (!range.end.empty() && range.from >= range.end) return walked;
   if (plan.walk.isIndex) {
-    return IndexWalk(snapshot, table, query, plan.walk.index, take).Run(range);
+    return IndexWalk(snapshot, table, query, plan.walk.index, take).Run(plan.walk.range);
   }
-  snapshot.Scan(range, [&](std::string_view, std::string_view value) {
+  Walked walked;
+  snapshot.Scan(plan.walk.range, [&](std::string_view, std::string_view value) {
     ++walked.entries;
     const StoredRecord record(table, value);
     if (!Matches(table, query, record)) return true;
