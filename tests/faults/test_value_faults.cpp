@@ -128,12 +128,7 @@ TEST_CASE("functions that make texts give up cleanly when memory is short") {
   const KvString text("a, b,,c");
   ForEachAllocation("parts and sums", [&](Fault& fault) {
     const KvString other("b");
-    fault.In([&] {
-      const KvString left = text.Left(3);
-      const KvString sum = left + other;
-      const KvString copy(sum);
-      CHECK((sum.IsEmpty() || sum.Len() >= 1));
-    });
+    fault.In([&] { const KvString sum(text.Left(3) + other); });
   });
   ForEachAllocation("find and replace all", [&](Fault& fault) {
     KvString list(text);

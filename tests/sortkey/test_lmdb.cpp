@@ -20,7 +20,8 @@ unsigned Entries() {
 
 // Puts tuples of a value and its number into the store and walks it: the numbers must come in the
 // order into which the row's comparer sorts them, equal values as they were.
-void CheckWalk(char id, const std::vector<void*>& values, unsigned char options) {
+template <class Value>
+void CheckWalk(char id, std::vector<Value> values, unsigned char options) {
   const KvSortKeyKind kind{.type = id, .options = options};
   const KvSortKeyKind number{.type = KvU4B_T};
   const test::Folder folder;
@@ -29,7 +30,7 @@ void CheckWalk(char id, const std::vector<void*>& values, unsigned char options)
   for (o_u4b i = 0; i < values.size(); ++i) {
     std::string key(2000, '\0');
     KvSortKeyWriter tuple(key.data(), key.size());
-    tuple.Add(kind, values[i]);
+    tuple.Add(kind, &values[i]);
     REQUIRE(tuple.Add(number, &i) == kvOk);
     key.resize(tuple.Size());
     batch.push_back({.key = key, .value = ""});
@@ -38,7 +39,7 @@ void CheckWalk(char id, const std::vector<void*>& values, unsigned char options)
   std::vector<o_u4b> expected(values.size());
   std::iota(expected.begin(), expected.end(), 0U);
   std::stable_sort(expected.begin(), expected.end(), [&](o_u4b a, o_u4b b) {
-    const int order = Types().Cmp(id, values[a], values[b], kvCompareExact, 1, 8);
+    const int order = Types().Cmp(id, &values[a], &values[b], kvCompareExact, 1, 8);
     return (options & kvSortKeyDescending) != 0 ? order > 0 : order < 0;
   });
   std::vector<o_u4b> walked;
@@ -74,9 +75,7 @@ TEST_CASE("an engine walks German words in their order") {
     text.SetLanguage(2);
     texts.push_back(text);
   }
-  std::vector<void*> values;
-  for (KvString& text : texts) values.push_back(&text);
-  CheckWalk(KvSTRING_T, values, 0);
+  CheckWalk(KvSTRING_T, texts, 0);
 }
 
 TEST_CASE("an engine walks dates in their order, the last one first") {
@@ -88,8 +87,6 @@ TEST_CASE("an engine walks dates in their order, the last one first") {
     if (source.Below(50) == 0) date.SetNullValue();
     dates.push_back(date);
   }
-  std::vector<void*> values;
-  for (KvDate& date : dates) values.push_back(&date);
-  CheckWalk(KvDATE_T, values, kvSortKeyDescending);
+  CheckWalk(KvDATE_T, dates, kvSortKeyDescending);
 }
 #endif

@@ -456,6 +456,12 @@ TEST_CASE("8-bit strings with flags and 16-bit ones have no keys") {
     text.SetFlags(flag);
     CHECK(KeyOf({.type = KvCASEISTRING_T}, &text).empty());
   }
+  const auto orders = [](unsigned char language) {
+    return KeyOf({.type = KvSTRING_T},
+                 support::StringBytes(254, language, std::string("\0\x40", 2)).data(), 0);
+  };
+  CHECK(!orders(5).empty());
+  CHECK(orders(0x85) == orders(5));  // with the flag that texts of orders have there
   const Bytes wide = support::StringBytes(253, 1, std::string("a\0b\0", 4));
   CHECK(KeyOf({.type = KvISTRING_T}, wide.data(), 0).empty());
 }

@@ -327,10 +327,7 @@ TEST_CASE("exchange operations replace for every manager and read with null") {
   CHECK(other.Cmp(Kv4B_T, &minus, &one, 0, 1, 8) == -1);
 
   const KvPrintFunc print = types.ExchangePrintToKvStringFunc(
-      Kv4B_T, [](KvString& out, void*, const char*, unsigned) -> KvString& {
-        out = "n";
-        return out;
-      });
+      Kv4B_T, [](KvString& out, void*, const char*, unsigned) -> KvString& { return out = "n"; });
   o_4b run[3] = {};
   text = "";
   other.PrintToKvString(Kv4B_T, text, run, nullptr, 3);
