@@ -281,6 +281,8 @@ TEST_CASE("shares of a range at the edges of its numbers") {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   CHECK(share(-inf, inf, 4, 0) >= 1.0f);
   CHECK(share(0, 9, 4, nan) >= 1.0f);
+  // Above the largest float is infinity, though the largest one would be nearer.
+  CHECK(share(0, DBL_MAX / (FLT_MAX * (1 + 0x1p-26)), 4, nan) == inf);
   CHECK(share(nan, 9, 2, 0) >= 1.0f);
   // Equal takes the NaN of either side.
   CHECK(share(nan, 9, 1, 5) >= 1.0f);
