@@ -116,8 +116,8 @@ TEST_CASE("tables and folded lines count characters, not bytes") {
         "a    b\n\u00e9\u00e9\u00e9     c\n\n");
   CHECK(WidthOf("ab\n\u00e9\u00e9\u00e9\n\nd") == 3);
   CHECK(WidthOf("") == 0);
-  CHECK(Folded("\u00e9\u00e9 bb cc dd eeeeeee f", 6, "> ", 1) ==
-        "> \u00e9\u00e9\n bb cc\n dd\n eeeeeee\n f");
+  CHECK(Folded("\u00e9\u00e9 bb cc dd eeeeeee f g h i", 6, "> ", 1) ==
+        "> \u00e9\u00e9\n bb cc\n dd\n eeeeeee\n f g h\n i");
   CHECK(JsonText("a\"\\\x1f \x7f\u00ff\xED\x9F\xBF\xED\xA0\x80\xED\xBF\xBF\xED\xA0") ==
         "\"a\\\"\\\\\\u001f \x7f\u00ff\xED\x9F\xBF\\ud800\\udfff\xED\xA0\"");
 }

@@ -269,7 +269,6 @@ class Planner {
     Walk& walk = candidate.walk;
     walk.range = engines::WithPrefix(prefix);
     for (const std::size_t position : candidate.fields) {
-      if (table_.schema.fields[position].isRun) return;
       const Predicate* const equal = Find(position, kvPredicateEqual);
       if (equal == nullptr) {
         NarrowToRange(candidate, prefix, position, plan);

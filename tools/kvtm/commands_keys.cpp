@@ -124,7 +124,6 @@ std::string LevelOneText(unsigned order, unsigned following) {
     AppendUtf8(text, static_cast<unsigned short>(unit));
     return Printable(text);
   }
-  if (order == 33) return "space";
   unsigned char character = 0;
   KvConvertOrderToChar(static_cast<unsigned short>(order), kvLanguageEnglish, character, 0,
                        nullptr);
