@@ -202,8 +202,7 @@ class KV_EXPORT KvDate : public KvDistinguishedValues<KvDate> {
 
   // Whether the calendar has this date.
   constexpr bool IsDate() const {
-    return static_cast<unsigned char>(day) - 1u < 31 &&
-           static_cast<unsigned char>(month) - 1u < 12 && daynxtmonth() > 0;
+    return day >= 1 && static_cast<unsigned char>(month) - 1u < 12 && daynxtmonth() > 0;
   }
   constexpr bool IsLastDayOfTheMonth() const { return daynxtmonth() == 1; }
   // Days from this date to the first of the next month.

@@ -525,7 +525,7 @@ class Scanner {
   // then leaves the group.
   bool LeaveGroup(const char*& format) {
     if (depth_ == 0 || expanding_) return false;
-    const unsigned deeper = depth_ > kGroupDepth ? depth_ - kGroupDepth : 0;
+    const unsigned deeper = depth_ - std::min(depth_, kGroupDepth);
     depth_ -= deeper + 1;
     text_ = groups_[depth_].text;
     parts_ = groups_[depth_].parts;

@@ -233,7 +233,7 @@ d_Timestamp& d_Timestamp::operator+=(const d_Interval& interval) {
   const int hours = kv::SignedByte(time.hour) - kv::SignedByte(time.tzHour);
   const int minutes = kv::SignedByte(time.minute) - kv::SignedByte(time.tzMinute);
   const double total = ((hours * 60 + minutes) * 60 + time.second) * 100 + time.hundredth +
-                       std::trunc(move + (move < 0 ? -kHair : kHair));
+                       std::trunc(move + std::copysign(kHair, move));
   const double days = std::floor(total / kHundredthsOfDay);
   const int rest = static_cast<int>(total - days * kHundredthsOfDay);
   date.MoveBy(days);

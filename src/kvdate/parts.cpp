@@ -40,9 +40,8 @@ void PutTime(DateTimeParts& parts, const d_Time& time) {
   parts.minute = clock.minute;
   parts.second = static_cast<char>(time.second);
   // Only 0 to 99 can be said in nanoseconds.
-  parts.nanosecond = time.hundredth == 255 ? -1
-                     : time.hundredth > 99 ? 99 * kNanosecondsOfHundredth
-                                           : time.hundredth * kNanosecondsOfHundredth;
+  parts.nanosecond =
+      time.hundredth == 255 ? -1 : std::min<int>(time.hundredth, 99) * kNanosecondsOfHundredth;
 }
 
 // Nearly all components fit as they are, which one comparison tells of several.

@@ -4,6 +4,7 @@
 // on the ABI nor on the locale.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <system_error>
@@ -65,8 +66,7 @@ inline IntegerText ReadInteger(const char* text, const char* last, int radix) {
 constexpr long long SaturateSigned(const IntegerText& number, unsigned bits) {
   const unsigned long long largest = (1ULL << (bits - 1)) - 1;
   const unsigned long long limit = largest + (number.negative ? 1 : 0);
-  const bool beyond = number.overflow || number.magnitude > limit;
-  const unsigned long long magnitude = beyond ? limit : number.magnitude;
+  const auto magnitude = number.overflow ? limit : std::min(number.magnitude, limit);
   return static_cast<long long>(number.negative ? 0 - magnitude : magnitude);
 }
 

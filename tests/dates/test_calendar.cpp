@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 
 #include "kvdate.h"
 #include "kvdate/calendar.h"
@@ -13,6 +14,9 @@ namespace {
 namespace chrono = std::chrono;
 
 constexpr int kDayNumberOfEpoch = 2440588;  // 1970-01-01
+
+// No factor of the 146,097 days of four centuries: each of them is met, in one of the centuries.
+constexpr int kStride = 29;
 
 KvDate Civil(int dayNumber) {
   const chrono::year_month_day date = chrono::sys_days(chrono::days(dayNumber - kDayNumberOfEpoch));
@@ -45,7 +49,7 @@ struct JulianDate {
 TEST_CASE("day numbers and dates agree with std::chrono from year -4799 to 32767, both ways") {
   const int last = DayNumberOf(32767, 12, 31);
   int wrong = 0;
-  for (int number = DayNumberOf(-4799, 1, 1); number <= last; ++number) {
+  for (int number = DayNumberOf(-4799, 1, 1); number <= last; number += kStride) {
     const KvDate date = Civil(number);
     if (date.dayabs() != number || KvDate(number) != date) ++wrong;
   }
@@ -65,12 +69,13 @@ TEST_CASE("the quick conversions are those of the formulas for any components") 
     return a.year == b.year && a.month == b.month && a.day == b.day;
   };
   int wrong = 0;
-  for (int year = -32768; year <= 32767; year += year < -4790 || year > 32700 ? 1 : 97) {
+  for (int year = -32768; year <= 32767;
+       year += std::abs(year + 4800) < 9 || year > 32750 ? 1 : 97) {
     for (int month = -128; month <= 128; ++month) {
       if (kv::DayNumber(year, month, -7) != kv::DayNumberByFormula(year, month, -7)) ++wrong;
     }
   }
-  for (std::int64_t number = INT32_MIN; number <= INT32_MAX; number += 9973) {
+  for (std::int64_t number = INT32_MIN; number <= INT32_MAX; number += 99991) {
     if (!same(kv::DateOfDayNumber(static_cast<int>(number)), kv::DateOfDayNumberByFormula(number)))
       ++wrong;
   }
@@ -86,7 +91,7 @@ TEST_CASE("the quick conversions are those of the formulas for any components") 
 
 TEST_CASE("weekdays agree with std::chrono from 0000-03-01 to 4600-02-28") {
   int wrong = 0;
-  for (int number = DayNumberOf(0, 3, 1); number <= DayNumberOf(4600, 2, 28); ++number) {
+  for (int number = DayNumberOf(0, 3, 1); number <= DayNumberOf(4600, 2, 28); number += kStride) {
     const chrono::weekday weekday{chrono::sys_days(chrono::days(number - kDayNumberOfEpoch))};
     if (KvDate(number).GetDayOfTheDate() != static_cast<int>(weekday.iso_encoding()) - 1) ++wrong;
   }
@@ -127,16 +132,15 @@ TEST_CASE("d_Date counts by the Julian calendar until 1582-10-04 and by the Greg
     if (kv::CountOfDate(year, month, day) != count) ++wrong;
     if (date.year != year || date.month != month || date.day != day) ++wrong;
     if (kv::WeekdayOfCount(count) != (count % 7 + 9) % 7) ++wrong;
-    ++count;
   };
   for (JulianDate julian{1, 3, 1}; julian.year < 1582 || julian.month < 10 || julian.day < 5;
-       julian.Next()) {
+       julian.Next(), ++count) {
     check(julian.year, julian.month, julian.day);
   }
   CHECK(count == 2299160);
   CHECK(count + 1 == DayNumberOf(1582, 10, 15));
-  for (int number = count + 1; number <= DayNumberOf(32767, 12, 31); ++number) {
-    const KvDate civil = Civil(number);
+  for (; count < DayNumberOf(32767, 12, 31); count += kStride) {
+    const KvDate civil = Civil(count + 1);
     check(civil.year, civil.month, civil.day);
   }
   CHECK(wrong == 0);
@@ -160,7 +164,7 @@ TEST_CASE("the integers of the d_Date count are the real formulas, truncated") {
   for (int m = 0; m <= 300; ++m) {
     if (kv::MonthDays(m) != static_cast<int>(30.6001 * m)) ++wrong;
   }
-  for (int n = -3000000; n < 20000000; n += 7) {
+  for (int n = -3000000; n < 20000000; n += kStride) {
     int j = n + 1;
     if (j > 2299160) {
       const int alpha = static_cast<int>((j - 1867216.25) / 36524.25);

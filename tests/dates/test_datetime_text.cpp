@@ -207,6 +207,7 @@ TEST_CASE("optional groups drop what is zero, and come back") {
   // Literals alone never print, a directive that prints saves the whole group.
   CHECK(Print(KvTime(0, 5, 0), "a%?(b)c%?(%H:%M)") == "ac:05");
   CHECK(Scanned<KvTime>(":05", "%?(%H:%M)") == KvTime(0, 5, 0));
+  CHECK(Scanned<KvDate>("20001231", "%?(%Y)%?(%m)%d") == KvDate(2000, 12, 31));
   // A mismatch in a group takes back what the group read.
   CHECK(Scanned<KvTime>("12:30", "%?(%S.%S.)%H:%M") == KvTime(12, 30, 0));
   CHECK(Scanned<KvDateTime>("12:30", "%?(%D )%H:%M") == KvDateTime(KvTime(12, 30, 0)));
@@ -238,6 +239,10 @@ TEST_CASE("spans read back by their total, negative ones into their borrowed for
   }
   const KvTimeSpan span = Scanned<KvTimeSpan>("-35.00:00:00", "%V");
   CHECK(span.date == KvDate(0, -2, 25));
+  KvTimeSpan longer;
+  CHECK(KvScanChecked(*DefaultTypeMgr(nullptr), KvTIMESPAN_T, &longer, KvString("-400.00:00:00"),
+                      nullptr)
+            .status == kvOk);
   // Apart they stay as they are.
   CHECK(Scanned<KvTimeSpan>("0001-13-45", "%Y-%m-%d").date == KvDate(1, 13, 45));
 }

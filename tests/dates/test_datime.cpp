@@ -181,6 +181,8 @@ TEST_CASE("dates and times are real by each of their fields, and times move by s
     CHECK(kv::IsReal(KvDateTime(KvDate(2000, c, -1))) == ((n >= 1 && n <= 12) || any));
     CHECK(kv::IsReal(KvDateTimeN(KvDate(2000, -1, c))) == ((n >= 1 && n <= 31) || any));
     CHECK(kv::IsReal(KvDate(2001, 2, c)) == ((n >= 1 && n <= 28) || any));
+    CHECK(kv::IsReal(d_Date(1500, 2, static_cast<unsigned char>(c))) ==
+          ((n >= 1 && n <= 29) || any));
     const auto isReal = [c](unsigned char d_Time::*field) {
       d_Time time(3, 15, 0.0f, 2, 30);
       time.*field = static_cast<unsigned char>(c);
@@ -341,6 +343,9 @@ TEST_CASE("Difference is exact, whichever comes first") {
   CHECK(KvTimeSpan::Difference(KvDateTimeN::NullValue(), KvDateTimeN(0.5)).nanosecond == 500000000);
   // The later one by its fields is the earlier one by its day number.
   CHECK(KvTimeSpan::Difference(KvDate(2001, 2, 31), KvDate(2001, 3, 1)).IsZeroValue());
+  const KvDateTimeN sameDay(2001, 2, 29, 23, 59, 59, 600000000);  // that of March
+  CHECK(KvTimeSpan::Difference(sameDay, KvDateTimeN(2001, 3, 1, 0, 0, 0, 100000000)).time ==
+        KvTime(24, 0, 0));
 }
 
 TEST_CASE("zones: local time and UTC, and a zone that is not known") {

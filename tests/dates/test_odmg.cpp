@@ -124,7 +124,7 @@ TEST_CASE("d_Time: zones shift hour and minute, whatever their sign") {
   CHECK(SameBytes(d_Time(3, 20, 1.5f, -5, -30), -5, -30, -2, -10, 1, 50));
   CHECK(SameBytes(d_Time(-1), 0, 0, 23, 59, 59, 0));
   CHECK(SameBytes(d_Time(-2147483647 - 1), 0, 0, 20, 45, 52, 0));
-  for (int n = 0; n < 90001; n += 59 + n % 2) {
+  for (int n = 0; n < 90001; n += 47) {
     CHECK(SameBytes(d_Time(n), 0, 0, n / 3600, n / 60 % 60, n % 60, 0));
     const std::string clock = Print(KvTIME_T, KvTime(n), "%T");
     if (n < 86400)
@@ -252,7 +252,8 @@ TEST_CASE("the current date, time and timestamp are those of the Kv classes") {
   const d_Timestamp before = d_Timestamp::current();
   const KvDateTime now;
   const d_Timestamp after(d_Date::current(), d_Time::current());
-  CHECK((before <= d_Timestamp(now) + Seconds(1) && d_Timestamp(now) <= after));
+  CHECK((d_Timestamp(now) - Seconds(9) <= before && before <= d_Timestamp(now) + Seconds(1)));
+  CHECK(d_Timestamp(now) <= after);
   const DefaultZone zone(3);
   CHECK(d_Time::current().tzHour == 3);
   d_Time::set_default_Time_Zone_to_local();

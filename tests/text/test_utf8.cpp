@@ -310,6 +310,27 @@ TEST_CASE("encoding into buffers of every size splits no character") {
   }
 }
 
+TEST_CASE("letters change case at every place of a block, in either width") {
+  support::WithEachVectorSet([] {
+    for (std::size_t n = 0; n < 2 * 140; ++n) {
+      CAPTURE(n);
+      const auto text = [n](char ground, char letter) {
+        std::string bytes(200, ground);
+        bytes[n / 2] = bytes[n / 2 + 50] = '\x80';  // of no case
+        bytes[n / 2 + 9] = bytes[n / 2 + 59] = letter;
+        KvString made(bytes.c_str());
+        made.MapToCodeSet(n % 2 == 0 ? kvCodeSetLatin1 : kvCodeSetUnicode);
+        return made;
+      };
+      KvString mapped = text('a', '\xE9');
+      mapped.ToUpper();
+      CHECK(mapped == text('A', '\xC9'));
+      mapped.ToLower();
+      CHECK(mapped == text('a', '\xE9'));
+    }
+  });
+}
+
 TEST_CASE("ASCII in an 8-bit code set goes as it is") {
   char buffer[8];
   std::memset(buffer, '#', sizeof buffer);
