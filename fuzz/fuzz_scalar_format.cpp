@@ -4,6 +4,7 @@
 //
 // Input: a byte that chooses the row, eight bytes of value, a format and a text, each ended by a
 // zero byte or the end.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -16,18 +17,6 @@ namespace {
 constexpr char kRows[] = {Kv1B_T,  Kv2B_T,   Kv4B_T,  KvDOUBLE_T,   KvFLOAT_T,   KvU2B_T, KvU4B_T,
                           KvINT_T, KvENUM_T, KvU1B_T, KvUNSIGNED_T, KvBLOCKID_T, Kv8B_T,  KvU8B_T};
 
-std::string TakeText(const unsigned char*& data, std::size_t& size) {
-  const void* zero = size == 0 ? nullptr : std::memchr(data, 0, size);
-  const std::size_t length =
-      zero == nullptr ? size
-                      : static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - data);
-  std::string text(reinterpret_cast<const char*>(data), length);
-  const std::size_t taken = zero == nullptr ? length : length + 1;
-  data += taken;
-  size -= taken;
-  return text;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
@@ -36,10 +25,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const char row = kRows[data[0] % sizeof kRows];
   unsigned char value[8];
   std::memcpy(value, data + 1, 8);
-  data += 9;
-  size -= 9;
-  const std::string format = TakeText(data, size);
-  const std::string text = TakeText(data, size);
+  const std::string rest(reinterpret_cast<const char*>(data + 9), size - 9);
+  const std::string format = rest.c_str();
+  KvString text(rest.c_str() + std::min(format.size() + 1, rest.size()));
 
   KvString printed;
   types->PrintToKvString(row, printed, value, format.c_str(), 1);
@@ -47,8 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
 
   unsigned char scanned[8 + 8];
   std::memset(scanned, 0xA5, sizeof scanned);
-  KvString input(text.c_str());
-  Require(types->ScanFromKvString(row, scanned, input, format.c_str(), 1) == scanned);
+  Require(types->ScanFromKvString(row, scanned, text, format.c_str(), 1) == scanned);
   for (unsigned i = types->MemLenGet(row, 1); i < sizeof scanned; ++i) Require(scanned[i] == 0xA5);
 
   if (row == Kv1B_T || row == KvU1B_T) return 0;

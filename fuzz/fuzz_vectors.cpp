@@ -285,33 +285,17 @@ void RunInMemory(const Input& input, Answers& answers) {
 }
 
 Answers Work(const Input& input) {
+  constexpr void (*kWork[])(const Input&, Answers&) = {
+      Decode,
+      Encode,
+      [](const Input& given, Answers& answers) { Edit(given, answers, false); },
+      [](const Input& given, Answers& answers) { Edit(given, answers, true); },
+      [](const Input& given, Answers& answers) { Compare(given, answers, false); },
+      [](const Input& given, Answers& answers) { Compare(given, answers, true); },
+      RunStored,
+      RunInMemory};
   Answers answers;
-  switch (input.work % 8) {
-    case 0:
-      Decode(input, answers);
-      break;
-    case 1:
-      Encode(input, answers);
-      break;
-    case 2:
-      Edit(input, answers, false);
-      break;
-    case 3:
-      Edit(input, answers, true);
-      break;
-    case 4:
-      Compare(input, answers, false);
-      break;
-    case 5:
-      Compare(input, answers, true);
-      break;
-    case 6:
-      RunStored(input, answers);
-      break;
-    default:
-      RunInMemory(input, answers);
-      break;
-  }
+  kWork[input.work % std::size(kWork)](input, answers);
   return answers;
 }
 

@@ -2,10 +2,17 @@
 // for the tests and the fuzzer.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <memory>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "kvmbs.h"
+#include "kvstring.h"
 
 namespace plain {
 
@@ -105,6 +112,48 @@ inline DecodedString DecodeArray(std::string_view in) {
   }
   decoded.result = static_cast<int>(decoded.units.size());
   return decoded;
+}
+
+inline std::vector<unsigned short> UnitsOf(const KvString& text) {
+  std::vector<unsigned short> units(text.Len());
+  if (!units.empty()) std::memcpy(units.data(), text.StrGet(), 2 * units.size());
+  return units;
+}
+
+// The library's decoders against these. `check` is told whether something holds.
+template <class Check>
+void CheckDecoders(std::string_view bytes, Check check) {
+  // A block of exactly the input's size, so that any read beyond it is seen (fence.cpp).
+  const auto exact = std::make_unique<char[]>(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), exact.get());
+  const int size = static_cast<int>(bytes.size());
+
+  const DecodedString expected = DecodeString(bytes);
+  KvString text(1, 7);
+  check(KvMBS2KvString(exact.get(), text, size) == expected.result);
+  check(UnitsOf(text) == expected.units);
+  check(text.GetCodeSet() == 253 && text.GetLanguage() == 7);
+  check(text.GetBufferSize() == (expected.units.empty() ? 0 : 2 * expected.units.size() + 2));
+
+  const DecodedString array = DecodeArray(bytes);
+  // A block of a whole page: nothing can be read before it.
+  std::vector<char> goesOn(std::max<std::size_t>(4096, bytes.size() + 3), '\x80');
+  std::copy(bytes.begin(), bytes.end(), goesOn.begin());
+  for (const std::size_t room :
+       {std::size_t{0}, array.units.size() / 2, array.units.size() + 3, array.units.size() + 20}) {
+    // Each unit its own, so that one of them put back in another's place is seen.
+    std::vector<unsigned short> before(room);
+    std::iota(before.begin(), before.end(), static_cast<unsigned short>(0xAB00));
+    std::vector<unsigned short> out = before;
+    check(KvMultiByteStr2WCharStr(out.data(), static_cast<int>(room), exact.get(), size) ==
+          array.result);
+    const auto stored = static_cast<std::ptrdiff_t>(std::min(room, array.units.size()));
+    check(std::equal(out.begin(), out.begin() + stored, array.units.begin()));
+    check(std::equal(out.begin() + stored, out.end(), before.begin() + stored));
+    // What stands behind the size is not read, though it would go on with a cut character.
+    check(KvMultiByteStr2WCharStr(out.data(), static_cast<int>(room), goesOn.data(), size) ==
+          array.result);
+  }
 }
 
 }  // namespace plain

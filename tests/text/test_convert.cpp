@@ -7,8 +7,8 @@
 
 #include "kv.h"
 #include "kvistring.h"
-#include "text/random.h"
-#include "text/rows.h"
+#include "support/random.h"
+#include "support/texts.h"
 
 namespace {
 
@@ -28,6 +28,9 @@ std::string Texts(char type, std::vector<Value> values) {
   return joined;
 }
 
+template <char type, class Value>
+struct Row {};
+
 // The values that texts convert to.
 template <class Value>
 std::vector<Value> Values(char type, std::vector<KvString> texts, unsigned count) {
@@ -45,7 +48,7 @@ std::vector<Value> Values(char type, std::vector<KvString> texts, unsigned count
 
 TEST_CASE("every whole number comes back from its own text") {
   Random random(1);
-  const auto check = [&]<class Value>(char type, Value) {
+  const auto check = [&]<char type, class Value>(Row<type, Value>) {
     std::vector<Value> values = {0, 1, std::numeric_limits<Value>::min(),
                                  std::numeric_limits<Value>::max()};
     for (int i = 0; i < 200; ++i) {
@@ -57,18 +60,11 @@ TEST_CASE("every whole number comes back from its own text") {
     CHECK(std::memcmp(back, values.data(), count * sizeof(Value)) == 0);
     Types().Delete(type, back, count);
   };
-  check(Kv1B_T, o_char{});
-  check(KvU1B_T, o_u1b{});
-  check(Kv2B_T, o_2b{});
-  check(KvU2B_T, o_u2b{});
-  check(Kv4B_T, o_4b{});
-  check(KvU4B_T, o_u4b{});
-  check(KvINT_T, int{});
-  check(KvUNSIGNED_T, unsigned{});
-  check(KvENUM_T, int{});
-  check(KvBLOCKID_T, o_u4b{});
-  check(Kv8B_T, o_8b{});
-  check(KvU8B_T, o_u8b{});
+  const auto checkAll = [&](auto... rows) { (check(rows), ...); };
+  checkAll(Row<Kv1B_T, o_char>(), Row<KvU1B_T, o_u1b>(), Row<Kv2B_T, o_2b>(), Row<KvU2B_T, o_u2b>(),
+           Row<Kv4B_T, o_4b>(), Row<KvU4B_T, o_u4b>(), Row<KvINT_T, int>(), Row<KvENUM_T, int>(),
+           Row<KvUNSIGNED_T, unsigned>(), Row<KvBLOCKID_T, o_u4b>(), Row<Kv8B_T, o_8b>(),
+           Row<KvU8B_T, o_u8b>());
 }
 
 TEST_CASE("the texts themselves") {

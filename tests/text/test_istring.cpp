@@ -14,8 +14,8 @@
 #include "kvcompare.h"
 #include "kvistring.h"
 #include "kvstring/istring_weights.h"
-#include "text/random.h"
-#include "text/rows.h"
+#include "support/random.h"
+#include "support/texts.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-// Printing and scanning through the type manager, as the tests of this folder do it.
+// Printing and scanning through the type manager.
 #pragma once
 
 #include <sstream>
