@@ -240,7 +240,7 @@ class Formatter {
   // `format` is moved behind what was printed.
   char* PutPlain(char* at, const char*& format) const {
     if (depth_ != 0) return at;
-    if (*format == 'Y' && Begins(format, kPlainDate)) {
+    if (Begins(format, kPlainDate)) {
       char* const behind = PutPlainDate(at);
       if (behind == at) return at;
       at = behind;
@@ -252,7 +252,7 @@ class Formatter {
       format += sizeof kThenPlainClock - 1;
       return clock;
     }
-    if (*format == 'H' && Begins(format, kPlainClock)) {
+    if (Begins(format, kPlainClock)) {
       char* const behind = PutPlainClock(at);
       if (behind != at) format += kPlainLength - 1;
       return behind;
@@ -618,13 +618,13 @@ class Scanner {
   // Reads a plain date, a plain clock, or both with a "T" between, as far as the format that
   // begins at a "%" asks for them and the text has them. Result: the format behind what was read.
   [[gnu::always_inline]] const char* ReadPlain(const char* format) {
-    if (format[1] == 'Y' && Begins(format + 1, kPlainDate) && ReadPlainDate()) {
+    if (Begins(format + 1, kPlainDate) && ReadPlainDate()) {
       format += kPlainLength;
       if (format[0] != 'T' || format[1] != '%' || *text_ != 'T') return format;
       ++format;
       ++text_;
     }
-    if (format[1] == 'H' && Begins(format + 1, kPlainClock) && ReadPlainClock()) {
+    if (Begins(format + 1, kPlainClock) && ReadPlainClock()) {
       format += kPlainLength;
     }
     return format;

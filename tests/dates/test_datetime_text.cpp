@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -303,7 +304,10 @@ TEST_CASE("a date and a clock in one go print and read as piece by piece") {
     for (const char c : format)
       parted += std::string(c == '-' || c == ':' || c == 'T' ? 1 : 0, ' ') + c;
     std::vector<std::string> texts = {"2000-02-28T23:59:58", "23:59:58", "23:59:58H:59:58",
-                                      "12000-02-28T23:59", "0000-00-00T00:00:00"};
+                                      "12000-02-28T23:59", "0000-00-00T00:00:00",
+                                      // of bits that eight digits at once must not pass
+                                      "AAAA@AA@12", "AA@AA@AA", "IIIIRIIR12", "IIEIIEII",
+                                      "::::,::,12", "::;::;::"};
     for (std::size_t i = 0; i < 5; ++i) {
       for (std::size_t at = 0; at <= texts[i].size(); ++at) {
         for (const char c : std::string(" 0:9/-T%*+.;a\x7f\x80\xff\0", 17)) {
@@ -392,6 +396,12 @@ TEST_CASE("formats from strangers: long ones are cut at what a string holds, dee
   const std::string text = Print(KvTime(9, 1, 1), format.c_str());
   CHECK(text == std::string(100, '<') + std::string(50, '>') + "09" + std::string(50, '>'));
   CHECK(Scanned<KvTime>(text.c_str(), format.c_str()) == KvTime(9, 0, 0));
+  // Nothing is read behind a format (fence.cpp).
+  for (const std::string end : {"%", "%Y-%m-%dT"}) {
+    const auto exact = std::make_unique<char[]>(end.size() + 1);
+    std::copy(end.begin(), end.end(), exact.get());
+    Scanned<KvDate>("2000-01-02T", exact.get(), end.size() == 1 ? kvNotSupported : kvOk);
+  }
   // The ninth group is part of the one around it.
   for (const int depth : {7, 8}) {
     const auto around = [depth](const std::string& inner) {
