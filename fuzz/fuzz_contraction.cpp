@@ -14,12 +14,14 @@
 
 #include "kv.h"
 #include "require.h"
+#include "support/letters.h"
 #include "support/types.h"
 #include "twins.h"
 
 namespace {
 
-using Units = std::vector<unsigned short>;
+using Units = std::u16string;
+using namespace support;
 
 // Those with contractions come first.
 constexpr unsigned char kLanguages[] = {8, 9, 13, 14, 16, 17, 1,  2,  3, 4,
@@ -30,66 +32,6 @@ constexpr unsigned short kLetters[] = {'s', 'z', 'S',   'Z',   'c', 'C', 'h', 'H
 constexpr unsigned char kEastLatin = 7;
 constexpr unsigned char kMemoryOrder = 0;
 constexpr unsigned char kReversed = 2;
-
-// A terminated text with no byte to spare, in the byte order of the host or the other one.
-class Form {
- public:
-  Form(const Units& units, unsigned char codeSet, bool reversed) : codeSet_(codeSet) {
-    const std::size_t width = KvIsWideCodeSet(codeSet) ? 2 : 1;
-    bytes_.reset(new char[(units.size() + 1) * width]());
-    for (std::size_t i = 0; i < units.size(); ++i) {
-      const unsigned short unit = width == 1 ? KvCodeSet(codeSet).FromUnicode(units[i]) : units[i];
-      if (width == 1) {
-        bytes_[i] = static_cast<char>(unit);
-      } else {
-        std::memcpy(&bytes_[2 * i], &unit, 2);
-      }
-      if (reversed) std::swap(bytes_[2 * i], bytes_[2 * i + 1]);
-    }
-    byteOrder_ = reversed ? 2 : 1;
-  }
-  unsigned char codeSet_;
-  unsigned char byteOrder_;
-  std::unique_ptr<char[]> bytes_;
-};
-
-Units OrdersOf(const Form& form, unsigned char language) {
-  Units orders;
-  KvStringIterator each(form.bytes_.get(), form.codeSet_, language, form.byteOrder_);
-  while (!each.IsEOS()) orders.push_back(static_cast<unsigned short>(each.GetNextOrder(0)));
-  return orders;
-}
-
-// Letter orders level by level.
-int CompareOrders(const Units& a, const Units& b) {
-  for (const unsigned bits : {0x407Fu, 0x0F80u, 0x3000u}) {
-    const auto less = [bits](unsigned x, unsigned y) { return (x & bits) < (y & bits); };
-    if (std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), less)) return -1;
-    if (std::lexicographical_compare(b.begin(), b.end(), a.begin(), a.end(), less)) return 1;
-  }
-  return 0;
-}
-
-int FindPlainly(const Units& text, const Units& pattern, unsigned char language) {
-  const Units wanted = OrdersOf(Form(pattern, 253, false), language);
-  for (std::size_t at = 0; at + pattern.size() <= text.size(); ++at) {
-    const Units rest(text.begin() + static_cast<std::ptrdiff_t>(at), text.end());
-    const Units found = OrdersOf(Form(rest, 253, false), language);
-    if (found.size() >= wanted.size() && std::equal(wanted.begin(), wanted.end(), found.begin())) {
-      return static_cast<int>(at);
-    }
-  }
-  return -1;
-}
-
-KvString Make(const Units& units, unsigned char codeSet, unsigned char language) {
-  Units terminated(units);
-  terminated.push_back(0);
-  KvString string(terminated.data());
-  string.SetLanguage(language);
-  string.MapToCodeSet(codeSet);
-  return string;
-}
 
 // A stored text in a block of its very size, or of `cut` bytes less than that.
 struct Stored {
@@ -110,8 +52,8 @@ void TryStored(const Units& a, const Units& b, unsigned char language, unsigned 
   constexpr unsigned short strict = 0x10;
   const KvTypeMgr& types = *DefaultTypeMgr(nullptr);
   for (const unsigned char codeSet : {kEastLatin, kvCodeSetUnicode}) {
-    const KvString textA = Make(a, codeSet, language);
-    const KvString textB = Make(b, codeSet, language);
+    const KvString textA = StringOf(a, codeSet, language);
+    const KvString textB = StringOf(b, codeSet, language);
     for (const unsigned char format : {kMemoryOrder, kReversed}) {
       for (const auto& [cutA, cutB] : {std::pair(0u, 0u), std::pair(cut, 0u), std::pair(0u, cut)}) {
         const Stored left(textA, format, cutA);
@@ -119,12 +61,10 @@ void TryStored(const Units& a, const Units& b, unsigned char language, unsigned 
         if (left.size == 0 || right.size == 0) continue;
         int status = 0;
         int back = 0;
-        const int order =
-            support::Sign(types.Cmp(KvSTRING_T, left.size, left.bytes.get(), right.size,
-                                    right.bytes.get(), strict, 1, format, status));
-        const int reverse =
-            support::Sign(types.Cmp(KvSTRING_T, right.size, right.bytes.get(), left.size,
-                                    left.bytes.get(), strict, 1, format, back));
+        const int order = Sign(types.Cmp(KvSTRING_T, left.size, left.bytes.get(), right.size,
+                                         right.bytes.get(), strict, 1, format, status));
+        const int reverse = Sign(types.Cmp(KvSTRING_T, right.size, right.bytes.get(), left.size,
+                                           left.bytes.get(), strict, 1, format, back));
         if (status == kvOk && back == kvOk) Require(order == -reverse);
         if (cutA + cutB == 0 && expected != 0) Require(order == expected);
       }
@@ -133,19 +73,18 @@ void TryStored(const Units& a, const Units& b, unsigned char language, unsigned 
 }
 
 void TryLetters(const Units& a, const Units& b, unsigned char language, unsigned cut) {
-  const Units ordersA = OrdersOf(Form(a, 253, false), language);
+  const Orders ordersA = OrdersOf(Form(a, 253, false), language);
   const int expected = CompareOrders(ordersA, OrdersOf(Form(b, 253, false), language));
-  const unsigned hash = HashString(253, language, Form(a, 253, false).bytes_.get(), -1, 1);
+  const unsigned hash = HashOfOrders(ordersA);
   for (const unsigned char codeSet : {kEastLatin, kvCodeSetUnicode}) {
     for (const bool reversed : {false, true}) {
       if (reversed && codeSet == kEastLatin) continue;
       const Form formA(a, codeSet, reversed);
       const Form formB(b, codeSet, reversed);
       Require(OrdersOf(formA, language) == ordersA);
-      Require(support::Sign(KvStrCmp(codeSet, language, formA.bytes_.get(), codeSet, language,
-                                     formB.bytes_.get(), 0, -1, formA.byteOrder_, nullptr)) ==
-              expected);
-      Require(HashString(codeSet, language, formA.bytes_.get(), -1, formA.byteOrder_) == hash);
+      Require(Sign(KvStrCmp(codeSet, language, formA.Get(), codeSet, language, formB.Get(), 0, -1,
+                            formA.ByteOrder(), nullptr)) == expected);
+      Require(HashString(codeSet, language, formA.Get(), -1, formA.ByteOrder()) == hash);
     }
   }
   TryStored(a, b, language, cut, expected);
@@ -153,11 +92,11 @@ void TryLetters(const Units& a, const Units& b, unsigned char language, unsigned
 
 void TrySearch(const Units& text, const Units& pattern, unsigned char language) {
   if (text.empty() || pattern.empty()) return;
-  const int expected = FindPlainly(text, pattern, language);
+  const int expected = FindPlainly(text, pattern, language, 0);
   for (const unsigned char codeSet : {kEastLatin, kvCodeSetUnicode}) {
-    const KvString in = Make(text, codeSet, language);
-    Require(in.Find(Make(pattern, kvCodeSetUnicode, language), 0, 0) == expected);
-    Require(in.Find(Make(pattern, codeSet, language), 0, 0) == expected);
+    const KvString in = StringOf(text, codeSet, language);
+    Require(in.Find(StringOf(pattern, kvCodeSetUnicode, language), 0, 0) == expected);
+    Require(in.Find(StringOf(pattern, codeSet, language), 0, 0) == expected);
   }
 }
 
@@ -165,12 +104,12 @@ void TrySearch(const Units& text, const Units& pattern, unsigned char language) 
 void TryOrders(const Units& a, const Units& b, unsigned char language) {
   const Form formA(a, 254, false);
   const Form formB(b, 254, false);
-  const int order = support::Sign(KvStrCmp(254, language, formA.bytes_.get(), 254, language,
-                                           formB.bytes_.get(), 0, -1, 1, nullptr));
-  Require(order == -support::Sign(KvStrCmp(254, language, formB.bytes_.get(), 254, language,
-                                           formA.bytes_.get(), 0, -1, 1, nullptr)));
-  const bool sameHash = HashString(254, language, formA.bytes_.get(), -1, 1) ==
-                        HashString(254, language, formB.bytes_.get(), -1, 1);
+  const int order =
+      Sign(KvStrCmp(254, language, formA.Get(), 254, language, formB.Get(), 0, -1, 1, nullptr));
+  Require(order == -Sign(KvStrCmp(254, language, formB.Get(), 254, language, formA.Get(), 0, -1, 1,
+                                  nullptr)));
+  const bool sameHash = HashString(254, language, formA.Get(), -1, 1) ==
+                        HashString(254, language, formB.Get(), -1, 1);
   Require(order != 0 || sameHash);
 }
 
@@ -181,7 +120,7 @@ Units UnitsOf(const Twins::Bytes& bytes, bool asOrders) {
     if (!asOrders) {
       units.push_back(kLetters[bytes[i] % std::size(kLetters)]);
     } else if (i + 1 < bytes.size() && (bytes[i] | bytes[i + 1]) != 0) {
-      units.push_back(static_cast<unsigned short>(bytes[i] | bytes[i + 1] << 8));
+      units.push_back(static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8));
       ++i;
     }
   }

@@ -45,7 +45,8 @@ class Source {
 struct Room {
   explicit Room(std::size_t capacity)
       : bytes(std::make_unique<unsigned char[]>(capacity)), size(capacity) {}
-  void Check(std::int32_t status, std::size_t needed) const {
+  // By reference: what the call that gives the status writes counts, whichever is evaluated first.
+  void Check(std::int32_t status, const std::size_t& needed) const {
     Require(status != KVC_OK || needed <= size);
     Require(std::strcmp(kvc_status_name(status), "unknown status") != 0);
   }

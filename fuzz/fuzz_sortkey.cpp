@@ -41,12 +41,12 @@ void CompareKeys(const KvSortKeyKind& kind, Bytes a, Bytes b, unsigned char form
   Bytes keyA, keyB;
   if (!MakeKey(kind, a, format, keyA) || !MakeKey(kind, b, format, keyB)) return;
   int status = 0;
-  const int order =
-      Sign(Types().Cmp(kind.type, static_cast<unsigned>(a.size()), a.data(),
-                       static_cast<unsigned>(b.size()), b.data(), kind.cmpOp, 1, format, status));
+  const int order = support::Sign(Types().Cmp(kind.type, static_cast<unsigned>(a.size()), a.data(),
+                                              static_cast<unsigned>(b.size()), b.data(), kind.cmpOp,
+                                              1, format, status));
   Require(status == kvOk);
   const std::size_t shared = std::min(keyA.size(), keyB.size());
-  const int found = shared != 0 ? Sign(std::memcmp(keyA.data(), keyB.data(), shared)) : 0;
+  const int found = shared != 0 ? support::Sign(std::memcmp(keyA.data(), keyB.data(), shared)) : 0;
   Require(found != 0 || keyA.size() == keyB.size());
   if ((kind.options & (kvSortKeyNullsFirst | kvSortKeyNullsLast)) != 0) return;
   Require(found == ((kind.options & kvSortKeyDescending) != 0 ? -order : order));

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr unsigned char kWindowsLatin = 2;
+
 class Input {
  public:
   Input(const unsigned char* data, std::size_t size) : at_(data), left_(size) {}
@@ -25,11 +27,13 @@ class Input {
     if (byte < 0xF0) return static_cast<unsigned short>(byte);
     return static_cast<unsigned short>(byte << 8 | Byte());
   }
-  // Units that all three code sets share, so that conversions are the identity.
+  // Units that the three code sets share, so that conversions are the identity, and that have no
+  // case beyond ASCII.
   std::u16string Text() {
     std::u16string text;
     for (unsigned length = Byte() % 24; length != 0; --length) {
-      text.push_back(static_cast<char16_t>(1 + Byte() % 0x7F));
+      const unsigned byte = Byte();
+      text.push_back(static_cast<char16_t>(byte < 0xE0 ? 1 + byte % 0x7F : 0xA1 + byte % 9));
     }
     return text;
   }
@@ -114,8 +118,10 @@ void Edit(KvString& text, Model& model, Input& input) {
       model.Splice(0, size, std::u16string(position, u'='));
       break;
     case 6: {
-      const KvString part = text.Copy(position, 7);
-      Require(Units(part) == (inside ? model.text.substr(position, 7) : u""));
+      const std::size_t taken = std::min<std::size_t>(position, size);
+      Require(Units(text.Copy(position, 7)) == model.text.substr(taken, 7));
+      Require(Units(text.Left(position)) == model.text.substr(0, taken));
+      Require(Units(text.Right(position)) == model.text.substr(size - taken));
       break;
     }
     case 7:
@@ -130,7 +136,7 @@ void Edit(KvString& text, Model& model, Input& input) {
       break;
     case 9:
       if (inside) {
-        text[position] = 'Q';
+        text[position] = KvChar('Q');
         model.text[position] = u'Q';
       }
       break;
@@ -148,8 +154,10 @@ void Edit(KvString& text, Model& model, Input& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   Input input(data, size);
-  const bool wide = input.Byte() % 2 != 0;
-  KvString text(wide ? kvCodeSetUnicode : kvCodeSetLatin1, kvLanguageEnglish);
+  const unsigned choice = input.Byte();
+  const bool wide = choice % 2 != 0;
+  const unsigned char codeSet = choice % 4 == 2 ? kWindowsLatin : kvCodeSetLatin1;
+  KvString text(wide ? kvCodeSetUnicode : codeSet, kvLanguageEnglish);
   Model model(wide);
   for (unsigned edits = 0; !input.Empty() && edits < 40; ++edits) {
     Edit(text, model, input);
@@ -158,6 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     Require(text.Find('Q') == (found == std::u16string::npos ? -1 : static_cast<short>(found)));
     const std::size_t exact = (model.text.size() + 1) * (wide ? 2 : 1);
     Require(text.GetBufferSize() == exact || text.GetBufferSize() == 0);
+    Require(text.GetCodeSet() == (wide ? kvCodeSetUnicode : codeSet));
   }
   return 0;
 }

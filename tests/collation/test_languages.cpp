@@ -16,12 +16,14 @@
 #include "kvhash.h"
 #include "kvstring.h"
 #include "support/host.h"
+#include "support/letters.h"
 #include "support/types.h"
 #include "zin.h"
 
 namespace {
 
 using Text = std::u16string;
+using namespace support;
 
 struct Language {
   unsigned char number;
@@ -65,57 +67,12 @@ std::vector<Text> Words(const char16_t* list) {
   return words;
 }
 
-// The same text in one of its forms.
-class Form {
- public:
-  Form(const Text& text, unsigned char codeSet, bool reversed = false)
-      : codeSet_(codeSet), byteOrder_(reversed ? 2 : 1) {
-    for (const char16_t unit : text + u'\0') {
-      const unsigned short mapped = KvCodeSet(codeSet).FromUnicode(unit);
-      const auto low = static_cast<char>(mapped & 0xFF);
-      const auto high = static_cast<char>(mapped >> 8);
-      if (codeSet <= 224) {
-        bytes_ += low;
-      } else {
-        const bool highFirst = reversed != support::kHostIsBig;
-        bytes_ += {highFirst ? high : low, highFirst ? low : high};
-      }
-    }
-  }
-  const char* Get() const { return bytes_.data(); }
-  unsigned char CodeSet() const { return codeSet_; }
-  unsigned char ByteOrder() const { return byteOrder_; }
-
- private:
-  unsigned char codeSet_;
-  unsigned char byteOrder_;
-  std::string bytes_;
-};
-
 int Compare(const Text& a, const Text& b, unsigned char language, unsigned short cmpOp = 0,
             short maxLength = -1) {
   const Form form1(a, 253);
   const Form form2(b, 253);
   return KvStrCmp(253, language, form1.Get(), 253, language, form2.Get(), cmpOp, maxLength, 1,
                   nullptr);
-}
-
-struct Order {
-  unsigned order;
-  bool last;  // of its character or run of characters
-
-  bool operator==(const Order&) const = default;
-};
-
-std::vector<Order> OrdersOf(const Form& form, unsigned char language) {
-  std::vector<Order> orders;
-  KvStringIterator each(form.Get(), form.CodeSet(), language, form.ByteOrder());
-  while (!each.IsEOS()) {
-    const KvStringIterator before(each);
-    const unsigned order = each.GetNextOrder(0);
-    orders.push_back({order, !(each == before)});
-  }
-  return orders;
 }
 
 // Mixed up from the letters of a language, with an accent now and then.
@@ -187,9 +144,9 @@ TEST_CASE("runs of letters contract from the left, the longest first, in their o
       {12, u"chsz", u"c h s z"},
   };
   for (const auto& each : cases) {
-    std::vector<Order> expected;
+    Orders expected;
     for (const Text& part : Words(each.parts)) {
-      const std::vector<Order> orders = OrdersOf(Form(part, 253), each.language);
+      const Orders orders = OrdersOf(Form(part, 253), each.language);
       expected.insert(expected.end(), orders.begin(), orders.end());
       const bool doubled = part.size() > 2 && part[0] == part[1];
       CHECK(orders.size() == (doubled ? 2u : 1u));
@@ -256,26 +213,10 @@ TEST_CASE("what GetNextOrder yields is what comparing and hashing go by, in ever
     const Language& language = random.AnyLanguage();
     const Text a = random.Of(language, 9);
     const Text b = random.Changed(a, language);
-    const std::vector<Order> ordersA = OrdersOf(Form(a, 253), language.number);
-    const std::vector<Order> ordersB = OrdersOf(Form(b, 253), language.number);
-    // Each order as a field for each level, so that levels compare one after the other. (As a text:
-    // on big-endian hosts g++ 12 compares vectors of unsigned numbers wrongly.)
-    const auto level = [](const std::vector<Order>& orders, unsigned bits) {
-      std::u32string fields;
-      for (const Order& each : orders) fields.push_back(each.order & bits);
-      return fields;
-    };
-    int expected = 0;
-    for (const unsigned bits : {0x407Fu, 0x0F80u, 0x3000u}) {
-      if (expected != 0) break;
-      expected = level(ordersA, bits) < level(ordersB, bits)   ? -1
-                 : level(ordersA, bits) > level(ordersB, bits) ? 1
-                                                               : 0;
-    }
-    unsigned hash = 0;
-    for (const Order& each : ordersA) {
-      hash = hash * 9 + (1u << 24 | (each.order & 0x407F) << 8 | (each.order >> 7 & 0x7F));
-    }
+    const Orders ordersA = OrdersOf(Form(a, 253), language.number);
+    const Orders ordersB = OrdersOf(Form(b, 253), language.number);
+    const int expected = CompareOrders(ordersA, ordersB);
+    const unsigned hash = HashOfOrders(ordersA);
     CAPTURE(int{language.number});
     for (const unsigned char codeSet : {language.codeSet, kvCodeSetUnicode}) {
       for (const bool reversed : {false, true}) {
@@ -339,7 +280,7 @@ TEST_CASE("key order goes by the same orders") {
     const auto keysA = keys(a, language.number);
     const auto keysB = keys(b, language.number);
     const int expected = keysA < keysB ? -1 : keysA > keysB ? 1 : 0;
-    CHECK(support::Sign(Compare(a, b, language.number, kvCompareKeyOrder)) == expected);
+    CHECK(Sign(Compare(a, b, language.number, kvCompareKeyOrder)) == expected);
   }
 }
 
@@ -353,46 +294,9 @@ TEST_CASE("long runs of parts of contractions compare in linear time") {
 
 // ---------------------------------------------------------------------------------------------
 
-namespace {
-
-bool SameUnder(unsigned a, unsigned b, unsigned cmpOp) {
-  unsigned mask = 0xFFFF;
-  if ((cmpOp & kvCompareKeyOrder) == 0) {
-    if ((cmpOp & kvCompareIgnoreCase) != 0) mask &= ~0x3000u;
-    if ((cmpOp & kvCompareIgnoreAccents) != 0) mask &= ~0x0F80u;
-  }
-  return ((a ^ b) & mask) == 0;
-}
-
-// The plain walk over every position. An order takes eight units at most, so no more are looked at.
-int FindPlainly(const Text& text, const Text& pattern, unsigned char language, unsigned cmpOp) {
-  const std::vector<Order> wanted = OrdersOf(Form(pattern, 253), language);
-  const bool whole = (cmpOp & (kvCompareExact | kvCompareKeyOrder)) != 0;
-  for (std::size_t at = 0; at + pattern.size() <= text.size(); ++at) {
-    const Text here = text.substr(at, 8 * (wanted.size() + 1));
-    const std::vector<Order> found = OrdersOf(Form(here, 253), language);
-    if (found.size() < wanted.size()) continue;
-    const bool same = std::equal(
-        wanted.begin(), wanted.end(), found.begin(),
-        [cmpOp](const Order& a, const Order& b) { return SameUnder(a.order, b.order, cmpOp); });
-    const bool ends = wanted.empty() || found[wanted.size() - 1].last;
-    if (same && (ends || !whole)) return static_cast<int>(at);
-  }
-  return -1;
-}
-
-KvString Make(const Text& text, unsigned char codeSet, unsigned char language) {
-  KvString wide(reinterpret_cast<const unsigned short*>(text.c_str()));
-  wide.SetLanguage(language);
-  wide.MapToCodeSet(codeSet);
-  return wide;
-}
-
-}  // namespace
-
 TEST_CASE("searching tries every unit, and ends where an order ends") {
   const auto find = [](const char16_t* text, const char16_t* pattern, unsigned short cmpOp) {
-    return Make(text, 7, 13).Find(Make(pattern, 7, 13), 0, cmpOp);
+    return StringOf(text, 7, 13).Find(StringOf(pattern, 7, 13), 0, cmpOp);
   };
   for (const unsigned short cmpOp : std::initializer_list<unsigned short>{0, 0x10, 0x100}) {
     CAPTURE(cmpOp);
@@ -403,16 +307,16 @@ TEST_CASE("searching tries every unit, and ends where an order ends") {
     CHECK(find(u"acch", u"cc", cmpOp) == -1);
   }
   // Two orders each, of which the first are the same.
-  CHECK(Make(u"\u0437\u0443\u0431", 253, 1).Find(Make(u"\u0436", 253, 1), 0, kvCompareKeyOrder) ==
-        -1);
-  CHECK(Make(u"\u00DFb", 1, 1).Find(Make(u"\u00DFa", 1, 1), 0, kvCompareKeyOrder) == -1);
+  CHECK(StringOf(u"\u0437\u0443\u0431", 253, 1)
+            .Find(StringOf(u"\u0436", 253, 1), 0, kvCompareKeyOrder) == -1);
+  CHECK(StringOf(u"\u00DFb", 1, 1).Find(StringOf(u"\u00DFa", 1, 1), 0, kvCompareKeyOrder) == -1);
   // The end of an order is not the end of a character.
-  CHECK(Make(u"a\u00DF", 1, 1).Find(Make(u"s", 1, 1), 0, kvCompareIgnoreVariants) == 1);
-  CHECK(Make(u"a\u00DF", 1, 1).Find(Make(u"s", 1, 1), 0, 0x210) == -1);
+  CHECK(StringOf(u"a\u00DF", 1, 1).Find(StringOf(u"s", 1, 1), 0, kvCompareIgnoreVariants) == 1);
+  CHECK(StringOf(u"a\u00DF", 1, 1).Find(StringOf(u"s", 1, 1), 0, 0x210) == -1);
   CHECK(KvChar(static_cast<unsigned short>(0x436), 253, 1)
             .Compare(KvChar(static_cast<unsigned short>(0x437), 253, 1), kvCompareKeyOrder) != 0);
   // Small i is the same letter in every language.
-  CHECK(Make(u"a title", 12, 15).Find(Make(u"title", 1, 1), 0, 0) == 2);
+  CHECK(StringOf(u"a title", 12, 15).Find(StringOf(u"title", 1, 1), 0, 0) == 2);
 }
 
 TEST_CASE("searching agrees with the plain walk in texts short and long") {
@@ -431,12 +335,12 @@ TEST_CASE("searching agrees with the plain walk in texts short and long") {
     hits += expected > 0;
     CAPTURE(int{language.number});
     CAPTURE(cmpOp);
-    const KvString wide = Make(text, 253, language.number);
-    const KvString narrow = Make(text, language.codeSet, language.number);
-    const KvString widePattern = Make(pattern, 253, language.number);
+    const KvString wide = StringOf(text, 253, language.number);
+    const KvString narrow = StringOf(text, language.codeSet, language.number);
+    const KvString widePattern = StringOf(pattern, 253, language.number);
     CHECK(wide.Find(widePattern, 0, cmpOp) == expected);
     CHECK(narrow.Find(widePattern, 0, cmpOp) == expected);
-    CHECK(narrow.Find(Make(pattern, language.codeSet, language.number), 0, cmpOp) == expected);
+    CHECK(narrow.Find(StringOf(pattern, language.codeSet, language.number), 0, cmpOp) == expected);
   }
   CHECK(hits > rounds / 12);
 }
@@ -464,7 +368,7 @@ TEST_CASE("replacing and splitting go by the plain walk") {
     const Text replacement = random.Of(language, 2);
     if (text.empty() || pattern.empty()) continue;
     const unsigned char codeSet = random.Below(2) == 0 ? kvCodeSetUnicode : language.codeSet;
-    const auto make = [&](const Text& each) { return Make(each, codeSet, language.number); };
+    const auto make = [&](const Text& each) { return StringOf(each, codeSet, language.number); };
     CAPTURE(int{language.number});
     const auto next = [&](const Text& within, std::size_t from) {
       if (from > within.size()) return Text::npos;

@@ -1,5 +1,6 @@
-// Every fuzz target over its committed inputs, and over what is left of each when it ends early.
-// The targets check themselves and abort; a sanitizer build sees a byte too far as well.
+// Every fuzz target over its committed inputs, over what is left of each when it ends early, and
+// over random bytes behind such a beginning. The targets check themselves and abort; a sanitizer
+// build sees a byte too far as well.
 
 #include <doctest/doctest.h>
 
@@ -9,8 +10,11 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
+
+#include "support/host.h"
 
 namespace {
 
@@ -31,6 +35,7 @@ void RunCorpus(const std::string& name, Target target) {
   }
   CHECK(inputs.size() >= 10);
   std::sort(inputs.begin(), inputs.end());
+  std::mt19937 random(1);
   for (const fs::path& input : inputs) {
     std::ifstream file(input, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
@@ -40,6 +45,13 @@ void RunCorpus(const std::string& name, Target target) {
     for (const std::size_t part : {bytes.size() / 2, bytes.size() * 3 / 4}) {
       CAPTURE(part);
       Run(target, bytes, part);
+    }
+    for (int round = support::Rounds(20); round > 0; --round) {
+      std::string other = bytes.substr(0, random() % (bytes.size() + 1));
+      for (std::size_t more = random() % 500; more != 0; --more) {
+        other += static_cast<char>(random());
+      }
+      Run(target, other, other.size());
     }
   }
 }

@@ -17,6 +17,7 @@ using golden::kMemoryOrder;
 using golden::kReversed;
 using golden::Line;
 using golden::Values;
+using support::Sign;
 using Bytes = std::vector<unsigned char>;
 
 constexpr unsigned char kForms[] = {kMemory, kMemoryOrder, 1, kReversed};

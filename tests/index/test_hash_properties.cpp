@@ -9,6 +9,7 @@
 
 namespace {
 
+using support::Sign;
 using support::Types;
 using support::Values;
 

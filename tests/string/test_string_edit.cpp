@@ -1,4 +1,5 @@
-// KvString: edits against a plain model, trimming, case and transformation.
+// KvString: edits at their edges (fuzz_string_edit has sequences of them), trimming, case and
+// transformation.
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -9,34 +10,6 @@
 #include "support/vector_sets.h"
 
 namespace {
-
-// What an edit must do, on a std::u16string.
-struct Model {
-  std::u16string text;
-
-  void Cut(unsigned at, unsigned count) {
-    if (at < text.size()) text.erase(at, count);
-  }
-  void Insert(const std::u16string& other, unsigned at) {
-    if (at <= text.size()) text.insert(at, other);
-  }
-  void Replace(const std::u16string& other, unsigned at) {
-    if (at >= text.size()) return;
-    const std::size_t count = std::min(other.size(), text.size() - at);
-    text.replace(at, count, other.substr(0, count));
-  }
-  void Expand(unsigned length, char16_t unit) {
-    if (length > text.size()) text.resize(length, unit);
-  }
-};
-
-std::u16string RandomText(Random& random, unsigned longest) {
-  std::u16string text;
-  for (unsigned length = random(longest + 1); length != 0; --length) {
-    text.push_back(static_cast<char16_t>(random(4) == 0 ? 0xA1 + random(0x5E) : 'a' + random(26)));
-  }
-  return text;
-}
 
 class Doubling : public KvCharOperation {
  public:
@@ -49,81 +22,6 @@ class Doubling : public KvCharOperation {
 };
 
 }  // namespace
-
-TEST_CASE("edit sequences agree with a plain model in both widths") {
-  Random random(20);
-  constexpr unsigned char kCodeSets[] = {1, 2, 253};
-  for (const unsigned char codeSet : kCodeSets) {
-    KvString text(codeSet, 1);
-    Model model;
-    for (int step = 0; step < 6000; ++step) {
-      const std::u16string other = RandomText(random, 12);
-      // The other operand is 8-bit or 16-bit, whatever the target is.
-      KvString operand = Make(other, random(2) == 0 ? 1 : 253);
-      const auto at =
-          static_cast<unsigned short>(random(static_cast<unsigned>(model.text.size()) + 3));
-      const auto count = static_cast<unsigned short>(random(9));
-      switch (random(10)) {
-        case 0:
-          text << operand;
-          model.text += other;
-          break;
-        case 1:
-          text.Insert(operand, at);
-          model.Insert(other, at);
-          break;
-        case 2:
-        case 3:
-          text.Cut(at, count);
-          model.Cut(at, count);
-          break;
-        case 4:
-          text.Replace(operand, at);
-          model.Replace(other, at);
-          break;
-        case 5:
-          text.Expand(at, '-');
-          model.Expand(at, u'-');
-          break;
-        case 6:
-          CHECK(Units(text.Copy(at, count)) ==
-                (at < model.text.size() ? model.text.substr(at, count) : u""));
-          CHECK(Units(text.Left(count)) == model.text.substr(0, count));
-          CHECK(Units(text.Right(count)) ==
-                model.text.substr(model.text.size() -
-                                  std::min<std::size_t>(count, model.text.size())));
-          break;
-        case 7:  // a string edited with itself
-          text << text;
-          text.Insert(text, at);
-          model.text += model.text;
-          if (at <= model.text.size()) model.text.insert(at, std::u16string(model.text));
-          break;
-        case 8:
-          text.Replace(text, at);
-          model.Replace(std::u16string(model.text), at);
-          break;
-        case 9:
-          if (!model.text.empty()) {
-            const auto index = (random(static_cast<unsigned>(model.text.size())));
-            text[static_cast<int>(index)] = KvChar('\xE9', 1, 1);
-            model.text[index] = u'\u00E9';
-          }
-          break;
-      }
-      if (model.text.size() > 200) {
-        text.Cut(7, 65535);
-        model.Cut(7, 65535);
-      }
-      const unsigned width = codeSet > 224 ? 2 : 1;
-      REQUIRE(Units(text) == model.text);
-      if (text.GetBufferSize() != 0) {
-        REQUIRE(text.GetBufferSize() == (model.text.size() + 1) * width);
-      }
-      REQUIRE(text.GetCodeSet() == codeSet);
-    }
-  }
-}
 
 TEST_CASE("a zero unit fills with zeros, whatever its width") {
   for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
@@ -184,6 +82,10 @@ TEST_CASE("positions past the text do nothing, counts are clamped") {
   text.Cut(1, 65535);
   CHECK(Bytes(text) == "a");
   CHECK(text.Copy(1, 1).GetLanguage() == 0);  // the static empty string
+  CHECK(KvString("abcdef").Copy(4, 5).GetBufferSize() == 3);
+  KvString none;
+  none.Insert(KvString("ab"), 0);
+  CHECK((Bytes(none) == "ab" && none.GetBufferSize() == 3));
   text.Fill(3, static_cast<unsigned short>(0xE9));
   CHECK(Bytes(text) == "\xE9\xE9\xE9");
   text.Fill(1, 'x');
