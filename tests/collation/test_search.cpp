@@ -263,13 +263,15 @@ TEST_CASE("finding among characters that share an order, and in plain bytes") {
 
 TEST_CASE("a text that ends before its block does is searched to its end") {
   for (const unsigned char codeSet : {kvCodeSetBytes, kvCodeSetLatin1}) {
-    KvString text("a xyz");
+    KvString text("abc xyzxyz");
     text.SetCodeSetCode(codeSet);
-    text[1] = '\0';
-    KvString pattern("xyz");
+    text[3] = '\0';
+    KvString pattern("xyzxy");
     pattern.SetCodeSetCode(codeSet);
     for (const int cmpOp : {0, int{kvCompareExact}, int{kvCompareSkipSpaces}}) {
-      CHECK(text.Find(pattern, 0, static_cast<unsigned short>(cmpOp)) == -1);
+      for (const unsigned short start : std::initializer_list<unsigned short>{0, 2, 3}) {
+        CHECK(text.Find(pattern, start, static_cast<unsigned short>(cmpOp)) == -1);
+      }
     }
   }
 }

@@ -221,6 +221,19 @@ TEST_CASE("every order has a place of its own") {
   CHECK(wrong == 0);
 }
 
+TEST_CASE("a wide unit is no letter by one of its bytes") {
+  std::vector<KvString> texts{Unicode(u"bbbbbbbbbb", 1),
+                              Unicode(u"bbbb\u6100\u6100\u6100\u6100", 1)};
+  for (unsigned bit = 0; bit < 8; ++bit) {
+    for (unsigned place = 0; place < 10; ++place) {
+      std::u16string units(10, u'b');
+      units[place] = static_cast<char16_t>(u'a' | 0x100u << bit);
+      texts.push_back(Unicode(units, 1));
+    }
+  }
+  CheckPairs(texts, 0x10);
+}
+
 TEST_CASE("long texts have marks at any distance") {
   Source source(4);
   std::vector<KvString> texts;

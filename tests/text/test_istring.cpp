@@ -440,6 +440,17 @@ TEST_CASE("rows: stored form and order in every form") {
   CheckStoredRows<KvCaseIString>(KvCASEISTRING_T, KvCaseIStringCompare);
 }
 
+TEST_CASE("a stored text whose terminator was written over ends before it") {
+  unsigned char bare[] = {5, 0, 1, 1, 'a', 'b', 'c', 'z'};
+  unsigned char whole[16];
+  const KvIString a("a");
+  Types().Store(KvISTRING_T, whole, &a, 0, 1);
+  int status = -1;
+  CHECK(KvIStringCompare(0, 7, bare, 0, whole, 0, 1, status) == 0);
+  CHECK(KvIStringCompare(0, 0, bare, 0, whole, 0, 1, status) == 0);
+  CHECK(KvIStringCompare(0, 0, whole, 0, bare, 0, 1, status) == 0);
+}
+
 TEST_CASE("rows read what KvString stored, in the old form and 16-bit too") {
   KvIString values[2];
   CHECK(Types().Load(KvISTRING_T, values, "\x07\000abc\0de", 0, 2) == 9);
