@@ -219,7 +219,7 @@ TEST_CASE("a run of more bytes than 32 bits count is not stored") {
   if (sizeof(void*) == 4) return;
   const KvBlob run[] = {KvBlob(INT_MAX), KvBlob(INT_MAX), KvBlob("x", 1)};
   if (run[0].IsNullValue() || run[1].IsNullValue()) {  // never written, and yet too much
-    CHECK(std::unique_ptr<char[]>(new (std::nothrow) char[2 * std::size_t{INT_MAX}]) == nullptr);
+    CHECK(KvBlob(INT_MAX - 1).IsNullValue());
     return;
   }
   unsigned char stored[4] = {1, 2, 3, 4};
