@@ -308,14 +308,6 @@ TEST_CASE("the keys of zeros and ligatures are as long as their bounds") {
         KvSortKeyBound({.type = KvISTRING_T}, 2));
 }
 
-namespace {
-
-int AnyOrder(unsigned char, unsigned, void*, unsigned, void*, unsigned short, unsigned, int&) {
-  return 0;
-}
-
-}  // namespace
-
 TEST_CASE("where no key is, none begins") {
   for (const unsigned count : {0U, 2U}) {
     std::size_t size = 9, offsets[4] = {9, 9, 9, 9};
@@ -363,7 +355,9 @@ TEST_CASE("kinds that have no keys are refused, and nothing is written") {
   }
   check({.type = 99}, kvBadArgument);
   CHECK(KvSortKeyCheck({.type = 100}) == kvOk);  // whose values have no bytes
-  const KvCompareFunc own = Types().ExchangeKvTypeCmpFunc(Kv4B_T, AnyOrder);
+  const KvCompareFunc own =
+      Types().ExchangeKvTypeCmpFunc(Kv4B_T, [](unsigned char, unsigned, void*, unsigned, void*,
+                                               unsigned short, unsigned, int&) { return 0; });
   check({.type = Kv4B_T}, kvNotSupported);
   Types().ExchangeKvTypeCmpFunc(Kv4B_T, own);
   CHECK(KvSortKeyCheck({.type = Kv4B_T}) == kvOk);

@@ -75,14 +75,6 @@ TEST_CASE("KvInt64 scans what it prints and refuses what does not match") {
   CHECK(value == 42);
 }
 
-TEST_CASE("KvInt64 steps by one, over the words") {
-  KvInt64 last(LLONG_MAX);
-  CHECK(Types().GetValue(KvINT64_T, &last, 8, 8, 'M') == kvOverflow);
-  KvInt64 carry(0xFFFFFFFFu, 0);
-  CHECK(Types().GetValue(KvINT64_T, &carry, 8, 8, 'N') == 0);
-  CHECK(carry == KvInt64(0u, 1));
-}
-
 TEST_CASE("a boolean is null, false or true, and orders by its byte") {
   KvBoolean odd;
   CHECK(odd.value == 0);
