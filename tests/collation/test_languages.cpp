@@ -4,7 +4,6 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <initializer_list>
 #include <map>
 #include <random>
@@ -343,66 +342,6 @@ TEST_CASE("searching agrees with the plain walk in texts short and long") {
     CHECK(narrow.Find(StringOf(pattern, language.codeSet, language.number), 0, cmpOp) == expected);
   }
   CHECK(hits > rounds / 12);
-}
-
-namespace {
-
-Text TextOf(const KvString& string) {
-  KvString wide(string);
-  wide.MapToCodeSet(kvCodeSetUnicode);
-  Text text(wide.Len(), u'\0');
-  std::memcpy(text.data(), wide.StrGet(), 2 * text.size());
-  return text;
-}
-
-}  // namespace
-
-TEST_CASE("replacing and splitting go by the plain walk") {
-  Random random(19);
-  int replaced = 0;
-  int items = 0;
-  for (int round = 0; round < 2000; ++round) {
-    const Language& language = random.AnyLanguage();
-    const Text text = random.Of(language, 14);
-    const Text pattern = random.Of(language, 2);
-    const Text replacement = random.Of(language, 2);
-    if (text.empty() || pattern.empty()) continue;
-    const unsigned char codeSet = random.Below(2) == 0 ? kvCodeSetUnicode : language.codeSet;
-    const auto make = [&](const Text& each) { return StringOf(each, codeSet, language.number); };
-    CAPTURE(int{language.number});
-    const auto next = [&](const Text& within, std::size_t from) {
-      if (from > within.size()) return Text::npos;
-      const int at = FindPlainly(within.substr(from), pattern, language.number, 0);
-      return at < 0 ? Text::npos : from + static_cast<std::size_t>(at);
-    };
-
-    Text expected = text;
-    for (std::size_t at = next(text, 0); at != Text::npos;) {
-      expected.replace(at, pattern.size(), replacement);
-      at = next(expected, at + replacement.size());
-      ++replaced;
-    }
-    KvString string = make(text);
-    string.ReplaceAll(make(pattern), make(replacement));
-    CHECK(TextOf(string) == expected);
-
-    KvString list = make(text);
-    KvString item;
-    unsigned short position = 0;
-    std::size_t from = 0;
-    for (std::size_t end = 0; from < text.size(); from = end + 1) {
-      end = next(text, from);
-      while (end == 0) end = next(text, ++from);
-      if (end == Text::npos) end = text.size();
-      if (from >= text.size()) break;
-      REQUIRE(KvSplitList(list, item, make(pattern), position) == 0);
-      CHECK(TextOf(item) == text.substr(from, end - from));
-      ++items;
-    }
-    CHECK(KvSplitList(list, item, make(pattern), position) == kvListEnd);
-  }
-  CHECK(replaced > 500);
-  CHECK(items > 1500);
 }
 
 // Both are capitals of the small i that all languages share, and what tells a capital from its
