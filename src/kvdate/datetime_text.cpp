@@ -462,7 +462,6 @@ class Scanner {
     bool any = false;
     bool totalDays = false;
     bool saturated = false;
-    bool hourRead = false;
     Half half = Half::kUnknown;
   };
   // What a mismatch in a group undoes.
@@ -602,7 +601,6 @@ class Scanner {
         return parts_.month;
       case 'H':
       case 'I':
-        seen_.hourRead = true;
         return parts_.hour;
       case 'M':
         return parts_.minute;
@@ -653,7 +651,7 @@ class Scanner {
     parts_.minute = PairAt(pairs, 3);
     parts_.second = PairAt(pairs, 6);
     text_ += 8;
-    seen_.any = seen_.hourRead = true;
+    seen_.any = true;
     return true;
   }
 
@@ -792,9 +790,9 @@ class Scanner {
     return true;
   }
 
+  // An hour that was not read is 0 and stays so.
   void ApplyHalfOfDay() {
     int& hour = parts_.hour;
-    if (!seen_.hourRead) return;
     if (seen_.half == Half::kAfternoon && hour >= 1 && hour <= 11) hour += 12;
     if (seen_.half == Half::kMorning && hour == 12) hour = 0;
   }

@@ -242,6 +242,8 @@ TEST_CASE("scanning: names, two-digit years, halves of the day, blanks") {
   CHECK(Scanned<KvTime>("12:00:00 am", nullptr) == KvTime(0, 0, 0));
   CHECK(Scanned<KvTime>("12:00:00 PM", nullptr) == KvTime(12, 0, 0));
   CHECK(Scanned<KvTime>("pm 1:2:3", "%p %T") == KvTime(13, 2, 3));
+  KvDate march(0, 1, 1);
+  CHECK(KvScanChecked(*DefaultTypeMgr(nullptr), KvDATE_T, &march, "March", "%B").position == 5);
   for (const char* text : {"1p", "1pm", "1pmx"}) {  // one letter or two
     KvTime time(0, 0, 0);
     CHECK(

@@ -158,10 +158,11 @@ TEST_CASE("functions that make texts give up cleanly when memory is short") {
     delete[] bytes;
   });
   ForEachAllocation("decode", [&](Fault& fault) {
-    KvString decoded;
+    KvString decoded("before");
     int result = 0;
     fault.In([&] { result = KvMBS2KvString("caf\xC3\xA9", decoded, 5); });
     CHECK(result == (fault.Struck() ? -1 : 5));
+    CHECK(decoded.Len() == (fault.Struck() ? 0 : 4));
   });
   ForEachAllocation("print into a buffer", [&](Fault& fault) {
     KvString list(text);

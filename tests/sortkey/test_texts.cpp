@@ -362,12 +362,17 @@ TEST_CASE("arbitrary bytes are the key of a text, or none") {
     CHECK(KvSortKeyLength(kind, longest.data(), longest.size(), size) == kvOk);
     CHECK(KvSortKeyValue(kind, longest.data(), longest.size(), &back, size) == kvOverflow);
   }
+  KvIString letter("a");
   for (const unsigned over : {0U, 1U}) {
     Bytes key(KvString::kMaximumBytes + 1 + over, 0x78);
     key.front() = 0x01;
     key.back() = 0x00;
     CHECK(KvSortKeyValue({.type = KvSTRING_T, .options = kvSortKeyPlainBytes}, key.data(),
                          key.size(), &back, size) == (over == 0 ? kvOk : kvOverflow));
+    key = KeyOf({.type = KvISTRING_T}, &letter);
+    key.insert(key.begin() + 1, 65534 + over, key[1]);
+    CHECK(KvSortKeyLength({.type = KvISTRING_T}, key.data(), key.size(), size) ==
+          (over == 0 ? kvOk : kvBadArgument));
   }
 }
 

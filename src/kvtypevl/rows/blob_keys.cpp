@@ -111,7 +111,7 @@ std::size_t BlobKeys::WriteBeginning(const KeyedRun& run, unsigned char* key) {
 
 int BlobKeys::Read(KeySource& source, const KvSortKeyKind&, bool nullsHigh, void* value) {
   auto* const blob = static_cast<KvBlob*>(value);
-  unsigned char byte;
+  unsigned char byte = 0;
   if (!source.Take(byte)) return kvBadArgument;
   if (byte != 0x01) {
     if (byte != (nullsHigh ? 0xFF : 0x00)) return kvBadArgument;

@@ -169,7 +169,7 @@ std::size_t StringKeys::WriteSameBase(const KeyedRun& run, unsigned char* key) {
 
 int StringKeys::Read(KeySource& source, const KvSortKeyKind& kind, bool nullsHigh, void* value) {
   auto* const string = static_cast<KvString*>(value);
-  unsigned char byte;
+  unsigned char byte = 0;
   if (!source.Take(byte)) return kvBadArgument;
   if (byte == 0x01) {
     const bool plainBytes = (kind.options & kvSortKeyPlainBytes) != 0;
