@@ -432,3 +432,18 @@ TEST_CASE("distinguished values") {
   setAndAsk(KvTimeSpan(1.0));
   CHECK_FALSE(KvDate(0, 1, 1).IsDefaultValue());
 }
+
+TEST_CASE("today and now are what the constructors take from the clock") {
+  KvDate day(1, 1, 1);
+  KvTime time(1, 1, 1);
+  KvDate today;
+  KvTime now;
+  do {  // again when the second goes by meanwhile
+    today = KvDate();
+    now = KvTime();
+    day.Today();
+    time.Now();
+  } while (now != KvTime());
+  CHECK(day == today);
+  CHECK(time == now);
+}
