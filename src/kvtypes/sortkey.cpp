@@ -210,7 +210,7 @@ void AddPieces(const KvSortKeyKind& kind, KeySource source, std::size_t size, Pi
 int KvSortKeyPieces(const KvSortKeyKind& kind, const void* key, std::size_t length,
                     KvSortKeyPiece* pieces, std::size_t capacity, std::size_t& count) {
   count = 0;
-  std::size_t size;
+  std::size_t size = 0;
   const int status = KvSortKeyLength(kind, key, length, size);
   if (status != kvOk || size == 0) return status;
   kv::PieceList list{pieces, capacity, count};
