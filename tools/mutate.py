@@ -361,8 +361,9 @@ class Workshop:
                 for case in cases if case.get("status") in ("run", "fail")}
 
     def limits(self):
-        """A fault may make a loop that takes memory for ever. Sanitizers map more than any limit, and
-        so does a server of etcd, but from a file."""
+        """A fault may make a loop that takes memory or disk for ever. Sanitizers map more memory than
+        any limit, and so does a server of etcd, but from a file."""
+        resource.setrlimit(resource.RLIMIT_FSIZE, (together.FILE, together.FILE))
         if self.preset == "native":
             resource.setrlimit(resource.RLIMIT_DATA, (8 << 30, resource.RLIM_INFINITY))
 

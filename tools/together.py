@@ -32,6 +32,7 @@ SWITCHED = "::kvmutant::On({})"
 ROOM = 32
 UNBUILDABLE = 8  # rounds of leaving out what does not compile
 MEMORY = 8 << 30
+FILE = 4 << 30  # bytes of a file: a fault may write for ever
 
 
 # --- Writing the faults into a source ---------------------------------------------------------------
@@ -279,7 +280,7 @@ def run_unit(unit, more, timeout):
     process = subprocess.Popen(unit.command, cwd=unit.folder, stdin=subprocess.DEVNULL,
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                env={**os.environ, **unit.environment, **more},
-                               start_new_session=True, preexec_fn=limit_memory)
+                               start_new_session=True, preexec_fn=limit_resources)
     try:
         passed = process.wait(timeout) == 0
     except subprocess.TimeoutExpired:
@@ -293,9 +294,10 @@ def run_unit(unit, more, timeout):
     return passed, time.monotonic() - began
 
 
-def limit_memory():
+def limit_resources():
     # What is mapped from a file does not count: a server of etcd maps more than any limit.
     resource.setrlimit(resource.RLIMIT_DATA, (MEMORY, MEMORY))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE, FILE))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
