@@ -280,7 +280,7 @@ def run_unit(unit, more, timeout):
     process = subprocess.Popen(unit.command, cwd=unit.folder, stdin=subprocess.DEVNULL,
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                env={**os.environ, **unit.environment, **more},
-                               start_new_session=True, preexec_fn=limit_resources)
+                               start_new_session=True)
     try:
         passed = process.wait(timeout) == 0
     except subprocess.TimeoutExpired:
@@ -295,10 +295,11 @@ def run_unit(unit, more, timeout):
 
 
 def limit_resources():
+    """Of this process and all that it starts; one by one would cost a copy of it for each test."""
     # What is mapped from a file does not count: a server of etcd maps more than any limit.
-    resource.setrlimit(resource.RLIMIT_DATA, (MEMORY, MEMORY))
-    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE, FILE))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    for what, most in ((resource.RLIMIT_DATA, MEMORY), (resource.RLIMIT_FSIZE, FILE),
+                       (resource.RLIMIT_CORE, 0)):
+        resource.setrlimit(what, (most, resource.getrlimit(what)[1]))
 
 
 # --- The build ---------------------------------------------------------------------------------------
@@ -386,6 +387,7 @@ class Together:
 
     def measure(self, faults):
         """Runs every test without a fault, and keeps what each reaches."""
+        limit_resources()
         count = max(faults)
         units = [unit for unit in units_of(self.build_folder)
                  if not (self.exclude and re.search(self.exclude, unit.name))]
