@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kvbase/three_way.h"
 #include "kvchecked.h"
 #include "kvcollate.h"
 #include "kvdate/parts.h"
@@ -33,11 +34,10 @@ struct Bytes {
   std::size_t Behind(std::size_t position) const { return size - position; }
 };
 
-bool Fail(KvMeasured& run, int status, std::size_t offset, const char* reason) {
+void Fail(KvMeasured& run, int status, std::size_t offset, const char* reason) {
   run.status = status;
   run.offset = offset;
   run.reason = reason;
-  return false;
 }
 
 // False when the bytes end before the `width` bytes at `position` do.
@@ -45,12 +45,13 @@ bool Holds(KvMeasured& run, const Bytes& bytes, std::size_t position, std::size_
            const char* what) {
   if (width <= bytes.Behind(position)) return true;
   run.needed = width;
-  return Fail(run, kvBufferShort, position, what);
+  Fail(run, kvBufferShort, position, what);
+  return false;
 }
 
 // --- Values of one width ---
 
-bool MeasureFixed(KvMeasured& run, const Bytes& bytes, std::size_t width, unsigned count) {
+void MeasureFixed(KvMeasured& run, const Bytes& bytes, std::size_t width, unsigned count) {
   const bool all = count == 0;
   const std::size_t wanted = all ? bytes.size / width : count;
   const std::size_t whole = std::min(wanted, bytes.size / width);
@@ -59,14 +60,14 @@ bool MeasureFixed(KvMeasured& run, const Bytes& bytes, std::size_t width, unsign
   }
   run.count = static_cast<unsigned>(whole);
   run.bytes = whole * width;
-  if (whole == wanted && whole != 0 && (!all || run.bytes == bytes.size)) return true;
-  return Holds(run, bytes, run.bytes, width, "a value");
+  if (whole == wanted && whole != 0 && (!all || run.bytes == bytes.size)) return;
+  Holds(run, bytes, run.bytes, width, "a value");
 }
 
 // --- Strings, drawn in kvstorage.h ---
 
 // The old form, one block for the whole run: `body` bytes of texts, each ended by a zero byte.
-bool MeasureOldBlock(KvMeasured& run, const Bytes& bytes, unsigned body, unsigned count) {
+void MeasureOldBlock(KvMeasured& run, const Bytes& bytes, unsigned body, unsigned count) {
   const unsigned char* texts = bytes.begin + StringBlock::kLengthField;
   const auto held = static_cast<unsigned>(std::count(texts, texts + body, 0));
   if (count != 0 && held != count) {
@@ -77,26 +78,6 @@ bool MeasureOldBlock(KvMeasured& run, const Bytes& bytes, unsigned body, unsigne
   run.count = held;
   run.bytes = StringBlock::kLengthField + body;
   run.oldForm = true;
-  return true;
-}
-
-// One block of the present form: its length, code set, language, text and mark.
-bool MeasureBlock(KvMeasured& run, const Bytes& bytes, unsigned body, bool wideAllowed) {
-  const std::size_t at = run.bytes;
-  if (body < StringBlock::kHeader) {
-    return Fail(run, kvDamaged, at, "a block of less than 4 bytes");
-  }
-  const unsigned char* block = bytes.begin + at;
-  if (block[body + 1] != kBlockMark) {
-    return Fail(run, kvDamaged, at + body + 1, "a block that does not end in its mark");
-  }
-  // Half a unit at the end is no damage: a 16-bit text may sit in a buffer that once held bytes.
-  if (!wideAllowed && KvIsWideCodeSet(block[2])) {
-    return Fail(run, kvDamaged, at + 2, "16-bit characters where there can be none");
-  }
-  ++run.count;
-  run.bytes += StringBlock::kLengthField + body;
-  return true;
 }
 
 // Passes the leading blocks in which nothing is wrong, at most `count` and not beyond 4 GiB. Where
@@ -113,6 +94,7 @@ void PassSoundBlocks(KvMeasured& run, const Bytes& bytes, unsigned count) {
   for (; passed < count && end - block >= kField + kLeast; ++passed) {
     const auto body = static_cast<std::ptrdiff_t>(StringBlock::ReadLength(block, reversed));
     if (body < kLeast || body > end - block - kField || block[body + 1] != kBlockMark) break;
+    // Half a unit at the end is no damage: a 16-bit text may sit in a buffer that once held bytes.
     if (!wideAllowed && KvIsWideCodeSet(block[2])) break;
     block += kField + body;
   }
@@ -131,24 +113,25 @@ void PassSoundBlocks(KvMeasured& run, const Bytes& bytes, unsigned count, bool w
   }
 }
 
-bool MeasureStrings(KvMeasured& run, const Bytes& bytes, unsigned count, bool wideAllowed) {
+// What stops short of the end is either one block of the old form or a block with something wrong.
+void MeasureStrings(KvMeasured& run, const Bytes& bytes, unsigned count, bool wideAllowed) {
   PassSoundBlocks(run, bytes, count, wideAllowed);
-  if (run.count != 0 && (count != 0 ? run.count == count : run.bytes == bytes.size)) return true;
-  do {
-    if (!Holds(run, bytes, run.bytes, StringBlock::kLengthField, "a block length")) return false;
-    const unsigned body =
-        StringBlock::ReadLength(bytes.begin + run.bytes, bytes.format.IsReversed());
-    const std::size_t text = run.bytes + StringBlock::kLengthField;
-    if (!Holds(run, bytes, text, body, "a block")) return false;
-    if (run.count == 0 && body != 0 && bytes.begin[text + body - 1] == 0) {
-      return MeasureOldBlock(run, bytes, body, count);
-    }
-    if (text + body > kLongestRun) {
-      return Fail(run, kvOutOfRange, run.bytes, "a run of 4 GiB and more");
-    }
-    if (!MeasureBlock(run, bytes, body, wideAllowed)) return false;
-  } while (count == 0 ? run.bytes < bytes.size : run.count < count);
-  return true;
+  if (run.count != 0 && (count != 0 ? run.count == count : run.bytes == bytes.size)) return;
+  const std::size_t at = run.bytes;
+  if (!Holds(run, bytes, at, StringBlock::kLengthField, "a block length")) return;
+  const unsigned body = StringBlock::ReadLength(bytes.begin + at, bytes.format.IsReversed());
+  const std::size_t text = at + StringBlock::kLengthField;
+  if (!Holds(run, bytes, text, body, "a block")) return;
+  const std::size_t last = text + body - 1;
+  if (at == 0 && body != 0 && bytes.begin[last] == 0) {
+    return MeasureOldBlock(run, bytes, body, count);
+  }
+  if (last >= kLongestRun) return Fail(run, kvOutOfRange, at, "a run of 4 GiB and more");
+  if (body < StringBlock::kHeader) return Fail(run, kvDamaged, at, "a block of less than 4 bytes");
+  if (bytes.begin[last] != kBlockMark) {
+    return Fail(run, kvDamaged, last, "a block that does not end in its mark");
+  }
+  return Fail(run, kvDamaged, at + 2, "16-bit characters where there can be none");
 }
 
 // --- Blobs: one total for the run, then for each blob its length and bytes ---
@@ -160,7 +143,7 @@ o_u4b ReadBlobLength(const Bytes& bytes, std::size_t position) {
   return length;
 }
 
-bool MeasureBlob(KvMeasured& run, const Bytes& bytes, std::size_t& position) {
+void MeasureBlob(KvMeasured& run, const Bytes& bytes, std::size_t& position) {
   if (bytes.Behind(position) < kBlobLength) {
     return Fail(run, kvDamaged, position, "a run of blobs that ends before its last");
   }
@@ -174,23 +157,22 @@ bool MeasureBlob(KvMeasured& run, const Bytes& bytes, std::size_t& position) {
   }
   position += kBlobLength + taken;
   ++run.count;
-  return true;
 }
 
-bool MeasureBlobs(KvMeasured& run, const Bytes& bytes, unsigned count) {
-  if (!Holds(run, bytes, 0, kBlobLength, "the length of a run")) return false;
+void MeasureBlobs(KvMeasured& run, const Bytes& bytes, unsigned count) {
+  if (!Holds(run, bytes, 0, kBlobLength, "the length of a run")) return;
   const o_u4b total = ReadBlobLength(bytes, 0);
   if (std::uint64_t{total} + kBlobLength > kLongestRun) {
     return Fail(run, kvOutOfRange, 0, "a run of 4 GiB and more");
   }
-  if (!Holds(run, bytes, kBlobLength, total, "a run of blobs")) return false;
+  if (!Holds(run, bytes, kBlobLength, total, "a run of blobs")) return;
   const Bytes inRun{bytes.begin, kBlobLength + std::size_t{total}, bytes.format};
   std::size_t position = kBlobLength;
   do {
-    if (!MeasureBlob(run, inRun, position)) return false;
+    MeasureBlob(run, inRun, position);
+    if (run.status != kvOk) return;
   } while (count == 0 ? position < inRun.size : run.count < count);
   run.bytes = inRun.size;
-  return true;
 }
 
 // --- Any type ---
@@ -237,7 +219,7 @@ template <class T>
 void CountStrange(KvMeasured& run, const KvTypeMgr& types, char id, const void* stored,
                   unsigned char format) {
   const auto* at = static_cast<const unsigned char*>(stored);
-  const std::size_t width = run.count == 0 ? 0 : run.bytes / run.count;
+  const std::size_t width = run.bytes / run.count;
   T value = kv::ZeroOf<T>();
   for (unsigned i = 0; i < run.count; ++i) {
     types.Load(id, &value, at + i * width, format, 1);
@@ -316,8 +298,7 @@ const std::array<unsigned char, kv::kRowCount> storedWidths = [] {
 int OrderBytes(const void* bytes1, std::size_t length1, const void* bytes2, std::size_t length2) {
   const std::size_t shared = std::min(length1, length2);
   const int order = shared == 0 ? 0 : std::memcmp(bytes1, bytes2, shared);
-  if (order != 0) return order < 0 ? -1 : 1;
-  return (length1 > length2) - (length1 < length2);
+  return order != 0 ? kv::ThreeWay(order, 0) : kv::ThreeWay(length1, length2);
 }
 
 // How a stored value is ordered: by its row, or by its bytes alone.
@@ -363,13 +344,13 @@ int KvOrderStored(const KvTypeMgr& types, char id, const void* stored1, std::siz
                   const void* stored2, std::size_t length2, unsigned char format) {
   const Standing standing1 = StandingOf(types, id, stored1, length1, format);
   const Standing standing2 = StandingOf(types, id, stored2, length2, format);
-  if (standing1 != standing2) return standing1 < standing2 ? -1 : 1;
+  if (standing1 != standing2) return kv::ThreeWay(standing1, standing2);
   if (standing1 == Standing::kByRow) {
     int status = kvOk;
     const int order =
         types.Cmp(id, static_cast<unsigned>(length1), stored1, static_cast<unsigned>(length2),
                   stored2, kvCompareExact, 1, format, status);
-    if (order != 0) return order < 0 ? -1 : 1;
+    if (order != 0) return kv::ThreeWay(order, 0);
   }
   return OrderBytes(stored1, length1, stored2, length2);
 }

@@ -35,9 +35,13 @@ KvMeasured Measure(char id, const Bytes& bytes, unsigned count, unsigned char fo
   return KvMeasureStored(Types(), id, block.bytes.get(), block.size, format, count);
 }
 
-// What was not measured has no size.
+// What was not measured has no size, and what was refused as a whole no place.
 int Refusal(const KvStored& run) {
   CHECK(run.bytes == 0);
+  return run.status;
+}
+int Refusal(const KvMeasured& run) {
+  CHECK(run.offset == 0);
   return run.status;
 }
 
@@ -157,13 +161,14 @@ TEST_CASE("damage to stored strings and blobs is told by its place") {
       {KvSTRING_T, "04 00 61 00 62 00", 3, kvDamaged, 5, 0},
       {KvSTRING_T, "05 00 01 01 FF 00 FE", 1, kvDamaged, 6, 0},
       {KvSTRING_T, "05 00 01 01 61 FF FE", 1, kvDamaged, 6, 0},
+      {KvSTRING_T, "04 00 01 01 00 FE", 1, kvDamaged, 5, 0},
       // Lengths.
       {KvSTRING_T, "00 00", 1, kvDamaged, 0, 0},
       {KvSTRING_T, "03 00 01 01 FF", 1, kvDamaged, 0, 0},
       {KvSTRING_T, "04 00 01 01 00 FF 04", 0, kvBufferShort, 6, 1},
       {KvSTRING_T, "04 00 01 01 00 FF 09 00 01 01 00 FF", 2, kvBufferShort, 8, 1},
       // 16-bit units in an 8-bit string.
-      {KvISTRING_T, "06 00 FD 01 61 00 00 FF", 1, kvDamaged, 2, 0},
+      {KvISTRING_T, "04 00 01 01 00 FF 06 00 FD 01 61 00 00 FF", 2, kvDamaged, 8, 1},
       {KvCASEISTRING_T, "05 00 01 01 61 00 FF", 1, kvOk, 0, 1},
       // Blobs: past their run, a length that none has, a run that ends early; room at its end.
       {KvBLOB_T, "05 00 00 00 01 00 00 00 41", 1, kvOk, 0, 1},
@@ -241,7 +246,7 @@ TEST_CASE("a run of 4 GiB and more is refused") {
   constexpr auto kLength = static_cast<std::size_t>(kBytes);
   if (kLength != kBytes) return;  // a host that has no such runs
   const o_4b number = 1;          // of numbers nothing is read
-  CHECK(KvMeasureStored(Types(), Kv4B_T, &number, kLength, 0, 0).status == kvOutOfRange);
+  CHECK(Refusal(KvMeasureStored(Types(), Kv4B_T, &number, kLength, 0, 0)) == kvOutOfRange);
   CHECK(KvMeasureStored(Types(), Kv1B_T, &number, UINT_MAX, 0, 0).count == UINT_MAX);
   const ManyStrings strings(kBytes);
   const KvMeasured run = KvMeasureStored(Types(), KvSTRING_T, strings.Bytes(), kLength, 0, 0);
@@ -311,8 +316,11 @@ TEST_CASE("the order of stored values is total, whatever the bytes are") {
 }
 
 TEST_CASE("texts stand by what they are: letters, plain bytes, those of the defaults, damage") {
-  const char* const kAscending[] = {"05 00 01 01 62 00 FF ", "05 00 00 01 61 00 FF ",
-                                    "05 00 01 FF 61 00 FF ", "05 00 FF 01 61 00 FF ",
+  const char* const kAscending[] = {"05 00 01 01 62 00 FF ",
+                                    "05 00 00 01 61 00 FF ",
+                                    "05 00 01 FF 61 00 FF ",
+                                    "05 00 FF 01 61 00 FF ",
+                                    "04 00 01 01 00 FF 04 00 01 01 00 FF ",
                                     "05 00 01 01 61 00 FE "};
   const auto order = [](const char* a, const char* b) {
     const Bytes left = FromHex(a), right = FromHex(b);
@@ -392,13 +400,14 @@ TEST_CASE("the memory form is no stored bytes, and a null pointer no buffer") {
   constexpr unsigned char kMemoryForms[] = {8, 9, 10, 15, 0x88};
   for (const unsigned char format : kMemoryForms) {
     unsigned char room[4] = {1, 2, 3, 4};
-    CHECK(KvMeasureStored(Types(), KvDATE_T, &day, 4, format, 1).status == kvBadArgument);
+    CHECK(Refusal(KvMeasureStored(Types(), KvDATE_T, &day, 4, format, 1)) == kvBadArgument);
     CHECK(Refusal(KvStoreChecked(Types(), KvDATE_T, room, 4, &day, format, 1)) == kvBadArgument);
     CHECK(room[0] == 1);
   }
   const unsigned char stored[4] = {};
-  CHECK(KvMeasureStored(Types(), KvDATE_T, nullptr, 4, 0, 1).status == kvBadArgument);
-  CHECK(KvLoadChecked(Types(), KvDATE_T, nullptr, stored, 4, 0, 1).status == kvBadArgument);
+  CHECK(KvMeasureStored(Types(), KvDATE_T, nullptr, 1, 0, 1).status == kvBadArgument);
+  CHECK(KvMeasureStored(Types(), KvDATE_T, nullptr, 0, 0, 1).status == kvBufferShort);
+  CHECK(Refusal(KvLoadChecked(Types(), KvDATE_T, nullptr, stored, 4, 0, 1)) == kvBadArgument);
   CHECK(KvStoreChecked(Types(), KvDATE_T, nullptr, 4, &day, 0, 1).status == kvBadArgument);
   CHECK(KvLoadChecked(Types(), KvDATE_T, &other, nullptr, 0, 0, 0).status == kvOk);
   CHECK(Refusal(KvStoredSize(Types(), KvDATE_T, nullptr, 1)) == kvBadArgument);
