@@ -94,21 +94,9 @@ int CompareRunsOf(const void* values1, unsigned length1, const void* values2, un
   return CompareWordsFrom(textOf(block1), textOf(block2), passed, cmpOp);
 }
 
-// The unit with the lowest order of a code set and language: a text followed by it is the shortest
-// one that begins with the text and orders after it.
-unsigned short LowestUnit(unsigned char codeSet, unsigned char language) {
-  unsigned short lowest = 1;
-  unsigned lowestOrder = 0xFFFFFFFF;
-  for (unsigned short unit = 1; unit < 256; ++unit) {
-    const UnitText text(unit, codeSet);
-    const unsigned order = OrderCursor({codeSet, language, text.bytes, 1}).Next();
-    if (order != 0 && order < lowestOrder) {
-      lowestOrder = order;
-      lowest = unit;
-    }
-  }
-  return lowest;
-}
+// Of the units of any code set this one orders lowest, in every language: a text followed by it is
+// the shortest one that begins with the text and orders after it.
+constexpr unsigned short kLowestUnit = 1;
 
 int Successor(KvString& string) {
   if (string.IsNullValue()) {
@@ -118,7 +106,7 @@ int Successor(KvString& string) {
   const unsigned short length = string.Len();
   if (length >= MaximumLength(string.GetCodeSet())) return kvOverflow;
   const unsigned char codeSet = string.GetCodeSet();
-  const UnitText unit(LowestUnit(codeSet, string.GetLanguage()), codeSet);
+  const UnitText unit(kLowestUnit, codeSet);
   const bool done = StringAccess::Edit(
       string, {.position = length, .text = unit.bytes, .codeSet = codeSet, .count = 1});
   return done ? kvOk : kvNotSupported;
