@@ -1,7 +1,9 @@
 // What a host observes or sets: assertions, low memory, configuration, version compatibility.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "zbs.h"
 
@@ -25,6 +27,13 @@ void TellAssertion(const char* text, const char* source, int line) {
 bool MakeKey(char (&key)[64], const char* section, const char* name) {
   const int length = std::snprintf(key, sizeof key, "%s/%s", section, name);
   return length >= 0 && length < static_cast<int>(sizeof key);
+}
+
+// The entry of a key, or `end`.
+template <class Entry>
+Entry* FindKey(Entry* begin, Entry* end, const char* key) {
+  return std::find_if(begin, end,
+                      [key](const Entry& entry) { return std::strcmp(entry.key, key) == 0; });
 }
 
 }  // namespace
@@ -58,14 +67,10 @@ int KvConfig::SetValue(const char* section, const char* name, unsigned short val
   Entry entry{};
   if (!MakeKey(entry.key, section, name)) return kvNotSupported;
   entry.value = value;
-  for (unsigned i = 0; i < count_; ++i) {
-    if (std::strcmp(entries_[i].key, entry.key) == 0) {
-      entries_[i] = entry;
-      return kvOk;
-    }
-  }
-  if (count_ == kCapacity) return kvNotSupported;
-  entries_[count_++] = entry;
+  Entry* const found = FindKey(entries_, entries_ + count_, entry.key);
+  if (found == std::end(entries_)) return kvNotSupported;
+  if (found == entries_ + count_) ++count_;
+  *found = entry;
   return kvOk;
 }
 
@@ -73,10 +78,8 @@ unsigned short KvConfig::GetValue(const char* section, const char* name,
                                   unsigned short fallback) const {
   char key[64];
   if (!MakeKey(key, section, name)) return fallback;
-  for (unsigned i = 0; i < count_; ++i) {
-    if (std::strcmp(entries_[i].key, key) == 0) return entries_[i].value;
-  }
-  return fallback;
+  const Entry* const found = FindKey(entries_, entries_ + count_, key);
+  return found == entries_ + count_ ? fallback : found->value;
 }
 
 KvConfig& DefaultConfig() {
