@@ -159,12 +159,13 @@ class WeightScale {
   double end_ = 1;       // behind every text with the shared beginning
 };
 
-// A text of one, whichever form it is in; false when there is none.
+// A text of one, whichever form it is in; false when there is none. A stored run minds its end.
 template <class Weights>
 bool FirstText(unsigned char format, const unsigned char* values, unsigned length,
                WeightedRun<Weights>& run, WeightedText& text) {
-  const unsigned least = Format{format}.IsMemory() ? sizeof(KvWeightedString<Weights>) : 2;
-  if (values == nullptr || (length != 0 && length < least)) return false;
+  const bool isCut =
+      Format{format}.IsMemory() && length != 0 && length < sizeof(KvWeightedString<Weights>);
+  if (values == nullptr || isCut) return false;
   return run.Next(text) == kvOk;
 }
 
