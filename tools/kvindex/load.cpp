@@ -317,6 +317,14 @@ std::string IdentityOf(const std::string& name) {
   return std::to_string(file.Size()) + "-" + std::to_string(hash);
 }
 
+// The key of a file's mark, empty for what cannot be read a second time: what is looked at here
+// of a pipe would be missing when its lines are read.
+std::string MarkOf(const std::string& name) {
+  std::error_code none;
+  const bool isFile = name != "-" && std::filesystem::is_regular_file(name, none);
+  return isFile ? LoadMarkKey(IdentityOf(name)) : "";
+}
+
 Place ReadPlace(const std::optional<std::string>& mark) {
   Place place;
   if (!mark) return place;
@@ -492,7 +500,7 @@ std::string ProgressText(const LoadSpan& span, std::size_t columns) {
 }
 
 LoadCounts LoadFile(engines::OrderedStore& store, const Table& table, const LoadOptions& options) {
-  const std::string mark = options.file == "-" ? "" : LoadMarkKey(IdentityOf(options.file));
+  const std::string mark = MarkOf(options.file);
   const Place begin = mark.empty() ? Place{} : ReadPlace(store.Get(mark));
   if (begin.offset > 0) {
     std::fprintf(stderr, "kvindex: load: an earlier load ended before line %llu; going on there\n",

@@ -7,7 +7,7 @@
 #include "table.h"
 
 struct LoadOptions {
-  std::string file;  // "-": the standard input, which cannot be resumed
+  std::string file;  // "-": the standard input; it cannot be resumed, nor can a pipe
   std::string badFile;
   char delimiter = ',';
   bool replace = false;   // a record whose key is taken replaces the one that is there
