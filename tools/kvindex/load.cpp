@@ -283,10 +283,10 @@ class LoadProgress {
  private:
   std::string TextOf(const Place& place, double seconds) const {
     return ProgressText(
-        {.lines = place.counts.lines,
-         .linesHere = place.counts.lines - begin_.counts.lines,
+        {.firstLines = begin_.counts.lines,
+         .lines = place.counts.lines,
+         .firstOffset = begin_.offset,
          .offset = place.offset,
-         .bytesHere = place.offset - begin_.offset,
          .size = size_,
          .seconds = seconds},
         onTerminal_ ? static_cast<std::size_t>(TerminalColumns(STDERR_FILENO)) : std::string::npos);
@@ -480,14 +480,14 @@ class Loader {
 }  // namespace
 
 std::string ProgressText(const LoadSpan& span, std::size_t columns) {
-  const double perSecond = static_cast<double>(span.linesHere) / span.seconds;
+  const double perSecond = static_cast<double>(span.lines - span.firstLines) / span.seconds;
   const std::string rate = std::to_string(static_cast<unsigned long long>(perSecond)) + " a second";
   const std::string start = "kvindex: load: " + std::to_string(span.lines) + " lines, " + rate;
   std::vector<std::string> texts = {start, rate};
   if (span.size != 0) {
     const auto left = static_cast<double>(span.size - std::min(span.size, span.offset));
-    const auto seconds =
-        static_cast<unsigned long long>(left * span.seconds / static_cast<double>(span.bytesHere));
+    const auto passed = static_cast<double>(span.offset - span.firstOffset);
+    const auto seconds = static_cast<unsigned long long>(left * span.seconds / passed);
     char rest[64];
     std::snprintf(rest, sizeof rest, "%3llu %%, %llu:%02llu left", 100 * span.offset / span.size,
                   seconds / 60, seconds % 60);

@@ -21,13 +21,13 @@ struct LoadCounts {
   unsigned long long bad = 0;
 };
 
-// How far a load has come: in all, and in this run of the program.
+// Where this run of the program began, and how far the load has come.
 struct LoadSpan {
+  unsigned long long firstLines;
   unsigned long long lines;
-  unsigned long long linesHere;
+  unsigned long long firstOffset;
   unsigned long long offset;  // in the file
-  unsigned long long bytesHere;
-  unsigned long long size;  // of the file, 0: not known
+  unsigned long long size;    // of the file, 0: not known
   double seconds;
 };
 
