@@ -39,7 +39,7 @@ std::vector<std::string> SplitWords(std::string_view list) {
   std::vector<std::string> words;
   while (!list.empty()) {
     const std::size_t blank = std::min(list.find(' '), list.size());
-    if (blank > 0) words.emplace_back(list.substr(0, blank));
+    words.emplace_back(list.substr(0, blank));
     list.remove_prefix(std::min(blank + 1, list.size()));
   }
   return words;

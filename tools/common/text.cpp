@@ -41,7 +41,7 @@ KvString MakeString(const std::vector<unsigned short>& units, const StringTraits
     return StringFromBytes(bytes, traits);
   }
   KvString text(*traits.codeSet, KvLanguageContext::GetDefaultLanguage());
-  if (count > 0) text << KvString(units.data(), count);
+  text << KvString(units.data(), count);
   if (traits.language) text.SetLanguage(*traits.language);
   return text;
 }
@@ -59,14 +59,9 @@ class ShortLatin1 {
   explicit ShortLatin1(std::string_view utf8) {
     constexpr unsigned char kLeadBeyond = 0xC4;
     if (utf8.size() > kMost) return;
-    bool hasZero = false;
     unsigned char highest = 0;
-    for (const char c : utf8) {
-      const auto byte = static_cast<unsigned char>(c);
-      hasZero |= byte == 0;
-      highest = std::max(highest, byte);
-    }
-    if (hasZero || highest >= kLeadBeyond) return;
+    for (const char c : utf8) highest = std::max(highest, static_cast<unsigned char>(c));
+    if (highest >= kLeadBeyond) return;
     if (highest < 0x80) {
       isAll_ = true;
       text_ = utf8;

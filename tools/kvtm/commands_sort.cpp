@@ -314,7 +314,7 @@ Sorted SortByComparing(const Input& input, const LineReader& reader, unsigned sh
                        KeyOrder how, Progress& progress) {
   const std::size_t count = CountLines(input.lines);
   if (!std::in_range<unsigned>(count)) FailValue("more than 4294967295 lines");
-  const ValueRun run(reader.Id(), static_cast<unsigned>(std::max<std::size_t>(count, 1)));
+  const ValueRun run(reader.Id(), static_cast<unsigned>(count));
   Sorted sorted;
   std::vector<std::size_t> placeOf(count);
   std::vector<unsigned> indexes;
