@@ -280,8 +280,8 @@ std::string TextOfOrders(const KvString& orders) {
     const unsigned order = orderAt(i);
     unsigned character = '?';
     if (order >= 0x8000) {
-      const unsigned second = ++i < length ? orderAt(i) : 0;
-      character = 2 * (order - 0x8000) + (second >> 1 & 1);
+      // The first of two; a key that has it alone is refused.
+      character = 2 * (order - 0x8000) + (orderAt(++i) >> 1 & 1);
     } else {
       unsigned char byte = 0;
       KvConvertOrderToChar(static_cast<unsigned short>(order), kvLanguageEnglish, byte, 1, nullptr);
