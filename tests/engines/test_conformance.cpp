@@ -421,6 +421,7 @@ TEST_CASE("what was written is there when the store is opened again") {
 }
 
 TEST_CASE("a URL that leads nowhere is one line that says so") {
+  CHECK(engines::OpenOptions{}.patience == std::chrono::seconds(10));  // as the help has it
   const test::Folder folder;
   const std::string none = folder / "none";
   const std::tuple<std::string, Fault, std::string> cases[] = {
