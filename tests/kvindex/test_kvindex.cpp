@@ -321,7 +321,7 @@ TEST_CASE("the program's verdict is its status, until all is repaired") {
   std::filesystem::remove(folder + ".said");
 }
 
-TEST_CASE("neither readers nor lines at fault keep memory") {
+TEST_CASE("neither readers nor lines at fault keep memory, nor their file") {
   std::string text;
   for (int i = 0; i < 40; ++i) text += std::string(5000, 'x') + (i == 39 ? "\n" : "\"\n");
   const File file(text);
@@ -330,6 +330,8 @@ TEST_CASE("neither readers nor lines at fault keep memory") {
     CsvLine line;
     for (int i = 0; i < 20; ++i) {
       for (CsvReader reader(file.name, ',', 0, 1); reader.Next(line);) CHECK(line.line <= 40);
+      MapStore store;
+      CHECK(Loaded(store, file.name) == "40 0 0 40, 20");
     }
     each = mallinfo2().uordblks + mallinfo2().hblkhd;
   }
