@@ -35,9 +35,9 @@ class TextSink {
   void Put(const char* text) { Put(text, std::strlen(text)); }
 
   template <class Number>
-  void PutNumber(Number number, int radix = 10) {
-    char digits[65];
-    const char* end = std::to_chars(digits, digits + sizeof digits, number, radix).ptr;
+  void PutNumber(Number number) {
+    char digits[20];  // as many as 64 bits take, a sign among them
+    const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     Put(digits, static_cast<std::size_t>(end - digits));
   }
 
