@@ -111,11 +111,6 @@ TEST_CASE("whole numbers of every length print in a block of just their size") {
   for (unsigned bit = 0; bit < 64; ++bit) checkAll(o_u8b{1} << bit);
 }
 
-TEST_CASE("default formats") {
-  CHECK(Print(KvBLOCKID_T, o_u4b{UINT_MAX}) == "#4294967295");
-  CHECK(Print(KvENUM_T, -7) == "-7");
-}
-
 // A format that is given is parsed, the row's own is known: both must read and print alike.
 template <class Integer>
 void CheckOwnFormat(char type, const char* own, Random& random) {
@@ -130,9 +125,10 @@ void CheckOwnFormat(char type, const char* own, Random& random) {
   }
   for (const std::string& text : texts) {
     CAPTURE(text);
+    const std::vector<char> exact(own, own + std::strlen(own) + 1);  // nothing beside it is read
     const Integer value = Scan(type, text.c_str(), Integer{9});
-    CHECK(value == Scan(type, text.c_str(), Integer{9}, own));
-    CHECK(Print(type, value) == Print(type, value, own));
+    CHECK(value == Scan(type, text.c_str(), Integer{9}, exact.data()));
+    CHECK(Print(type, value) == Print(type, value, exact.data()));
   }
 }
 
@@ -144,6 +140,7 @@ TEST_CASE("the rows' own formats read and print as the same formats given") {
   CheckOwnFormat<o_u4b>(KvU4B_T, "%lu", random);
   CheckOwnFormat<o_u4b>(KvBLOCKID_T, "#%lu", random);
   CheckOwnFormat<int>(KvINT_T, "%d", random);
+  CheckOwnFormat<int>(KvENUM_T, "%d", random);
   CheckOwnFormat<unsigned>(KvUNSIGNED_T, "%u", random);
   CheckOwnFormat<o_8b>(Kv8B_T, "%I64d", random);
   CheckOwnFormat<o_u8b>(KvU8B_T, "%I64u", random);
@@ -352,7 +349,8 @@ constexpr const char* kDoubleTexts =
     "1.7976931348623159e308|0.00000000000000000001234567890123456789e20|"
     "00000000000000000000000000000000012345|0.00000000000000000000000000000000000000|"
     "1234567890123456789012345678901234567890|18446744073709551616|9007199254740993|1."
-    "00000000000000011102230246251565404e0|2.2250738585072011e-308|1.\t\t\t\t\t\t\t\t|--5||x|";
+    "00000000000000011102230246251565404e0|.99999999999999999999|0000099999999999999999999|2."
+    "2250738585072011e-308|1.\t\t\t\t\t\t\t\t|--5||x|";
 
 // A digit decides after so many that no reader keeps them all.
 std::string FarFromHalfway(unsigned zeros, const char* rest) {
@@ -419,10 +417,6 @@ TEST_CASE("doubles are read by their digits as the standard library reads them")
     CheckDigits(CLibrary("%.*e", static_cast<int>(random() % 20), value));
     CheckDigits(CLibrary("%.*f", static_cast<int>(random() % 600), value));
   }
-}
-#else
-TEST_CASE("doubles are read by their digits as the standard library reads them") {
-  MESSAGE("this standard library reads no doubles: strtod alone is the measure");
 }
 #endif
 
