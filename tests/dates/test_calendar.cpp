@@ -98,7 +98,9 @@ TEST_CASE("weekdays agree with std::chrono from 0000-03-01 to 4600-02-28") {
   CHECK(wrong == 0);
   CHECK(KvDate(1970, 1, 1).GetDayOfTheDate() == kvThursday);
   CHECK(KvDate(1970, 1, 1).DayOfTheDate() == 3);
-  CHECK(KvString("Thursday") == KvDate(1970, 1, 1).PrintDayOfTheDate());
+  const char* const names[] = {"Monday", "Tuesday",  "Wednesday", "Thursday",
+                               "Friday", "Saturday", "Sunday"};
+  for (int n = 0; n < 7; ++n) CHECK(KvString(names[n]) == KvDate(2450000 + n).PrintDayOfTheDate());
   // Later the remainder turns negative, and negative means Sunday.
   CHECK(KvDate(4600, 3, 1).GetDayOfTheDate() == kvSunday);  // a Saturday
   CHECK(KvDate(0, 2, 29).GetDayOfTheDate() != kvTuesday);
@@ -145,6 +147,7 @@ TEST_CASE("d_Date counts by the Julian calendar until 1582-10-04 and by the Greg
   }
   CHECK(wrong == 0);
   CHECK(kv::CountOfDate(2000, 1, 1) == 2451544);
+  CHECK(kv::CountOfDate(1582, 10, 14) == 2299169);  // of the days left out the Julian count goes on
   for (int n = -20; n < 20; ++n) CHECK(kv::WeekdayOfCount(n) == (n + 700 + 2) % 7);
 }
 

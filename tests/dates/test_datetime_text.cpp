@@ -255,7 +255,13 @@ TEST_CASE("scanning: names, two-digit years, halves of the day, blanks") {
   CHECK(value.time.second == 5);
   CHECK(value.nanosecond == 123456789);
   CHECK(Scanned<KvDateTimeN>("-0.5", "%f").nanosecond == -500000000);
+  CHECK(Same(Scanned<KvDateTimeN>(".5", "%f"), At(0, 1, 1, 0, 0, 0, 500000000)));
   CHECK(Scanned<KvDate>("2000", "%?(x%m()%Y") == KvDate(2000, 1, 1));
+  // What parts two numbers lets the first have any digits.
+  CHECK(Scanned<KvTime>("007)8", "%H)%M") == KvTime(7, 8, 0));
+  CHECK(Scanned<KvTime>("007T8", "%HT%M") == KvTime(7, 8, 0));
+  CHECK(Scanned<KvTime>("007:8", "%?(%H:%M)") == KvTime(7, 8, 0));
+  CHECK(Scanned<KvDateTimeN>("2000000000", "%N").nanosecond == 2000000000);
   // %f takes all digits, points and signs in a row.
   CHECK(Scanned<KvDateTimeN>("05.5+02:00", "%f:%M").time == KvTime(0, 0, 5));
   CHECK(Scanned<KvDateTimeN>("1.25.9-3+ 7", "%f%H").time == KvTime(7, 0, 1));
@@ -273,6 +279,9 @@ TEST_CASE("scanning: what does not match, what is missing, what is too large") {
     CHECK(Scanned<KvDate>(text, "%a %e", kvNotSupported) == KvDate::DefaultValue());
   }
   CHECK(Scanned<KvDate>("x", "%J", kvNotSupported) == KvDate::DefaultValue());
+  CHECK(Scanned<KvDate>("x", "x") == KvDate::DefaultValue());
+  CHECK(Scanned<KvTimeSpan>("3.x", "%V", kvNotSupported).GetTotalDays() == 3);
+  CHECK(Scanned<KvDate>("99999999999x", "%Y %m", kvNotSupported) == KvDate(32767, 1, 1));
   CHECK(Scanned<KvDate>("99999999999 300 -300", "%Y %m %d") == KvDate(32767, 127, -128));
   CHECK(Scanned<KvDate>("Sepia 4", "%b %d", kvNotSupported) == KvDate(0, 9, 1));
   CHECK(Scanned<KvDate>("2001 Foo 4", "%Y %B %d", kvNotSupported) == KvDate(2001, 1, 1));
@@ -308,8 +317,8 @@ TEST_CASE("a date and a clock in one go print and read as piece by piece") {
     std::vector<std::string> texts = {"2000-02-28T23:59:58", "23:59:58", "23:59:58H:59:58",
                                       "12000-02-28T23:59", "0000-00-00T00:00:00",
                                       // of bits that eight digits at once must not pass
-                                      "AAAA@AA@12", "AA@AA@AA", "IIIIRIIR12", "IIEIIEII",
-                                      "::::,::,12", "::;::;::"};
+                                      "2000-02-289T23", "AAAA@AA@12", "AA@AA@AA", "IIIIRIIR12",
+                                      "IIEIIEII", "::::,::,12", "::;::;::"};
     for (std::size_t i = 0; i < 5; ++i) {
       for (std::size_t at = 0; at <= texts[i].size(); ++at) {
         for (const char c : std::string(" 0:9/-T%*+.;a\x7f\x80\xff\0", 17)) {
@@ -344,6 +353,13 @@ TEST_CASE("what a field does not hold is the nearest that it does, and told") {
     }
     const int year = a * 257;
     CHECK(Scanned<KvDate>(text(year, 3).c_str(), "%Y %m").year == std::clamp(year, -32768, 32767));
+  }
+  // What one field lacks another one has too much; what a second number says is not what the first.
+  for (const auto& [given, format] :
+       {std::pair{"128 -158", "%m %d"}, {"9999999999 123456789", "%N %N"}}) {
+    KvTimeSpan span;
+    CHECK(KvScanChecked(*DefaultTypeMgr(nullptr), KvTIMESPAN_T, &span, given, format).status ==
+          kvOutOfRange);
   }
   const std::pair<char, std::string> rows[] = {
       {KvDATE_T, "Ymd"},         {KvTIME_T, "HMS"},         {KvDATIME_T, "YmdHMS"},
