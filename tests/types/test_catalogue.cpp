@@ -305,6 +305,7 @@ TEST_CASE("format versions choose the catalogue") {
     types.SetFactory(5);
     CHECK(types.SupportsNullValue(KvSTRING_T) == 1);
   }
+  CHECK(KvTypeMgr().FormatVersion() == 5);
 }
 
 TEST_CASE("exchange operations replace for every manager and read with null") {

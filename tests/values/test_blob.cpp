@@ -35,7 +35,7 @@ KvBlob Make(const Bytes& content) {
   if (content) {
     blob.SetTo(content->data(), static_cast<int>(content->size()));
   } else {
-    blob.SetNullValue();
+    KvBlob::Destroy(blob);
   }
   return blob;
 }

@@ -124,6 +124,8 @@ TEST_CASE("identities print by their directives, nulls as the null print string"
   CHECK(Printed(KvClassId()) == "{NULL}");
   CHECK(KvObjId().SetNullValue() + KvClassId().SetNullValue() + KvRef().SetNullValue() == 0);
   CHECK(Printed(KvLocalRef()) == "{NULL}");
+  CHECK((KvLocalRef() == KvRef{0, 0, 0, 0, 0, 0} && KvRef() == KvLocalRef()));
+  CHECK(KvLocalRef().version + KvRef().version == 0);  // which no comparison asks
   KvRef copy = reference;
   KvString text;
   CHECK(std::string(Types().PrintToKvString(KvREF_T, text, &copy, nullptr, 1).StrGet()) ==
