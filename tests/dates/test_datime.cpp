@@ -440,6 +440,15 @@ TEST_CASE("distinguished values") {
   setAndAsk(KvDateTimeN(1.0));
   setAndAsk(KvTimeSpan(1.0));
   CHECK_FALSE(KvDate(0, 1, 1).IsDefaultValue());
+  CHECK(
+      (KvDate::ZeroValue() == KvDate(0, 1, 1) && KvDate::DefaultValue() == KvDate(-4713, 11, 24)));
+  CHECK((KvTime::ZeroValue() == KvTime(0) && KvTime::DefaultValue() == KvTime(0)));
+  CHECK((KvDate::NullValue() == KvDateTime::Null().date &&
+         KvTime::NullValue() == KvDateTime::Null().time));
+  CHECK(KvDateTime::DefaultValue() == KvDateTime(KvDate(-4713, 11, 24)));
+  CHECK(KvDateTimeN::ZeroValue().Compare(KvDateTimeN(KvDateTime::ZeroValue()), 0x10) == 0);
+  CHECK(KvDateTimeN::DefaultValue().Compare(KvDateTimeN(KvDateTime::DefaultValue()), 0x10) == 0);
+  CHECK(KvDateTimeN::NullValue().Compare(KvDateTimeN(KvDateTime::Null()), 0x10) == 0);
 }
 
 TEST_CASE("today and now are what the constructors take from the clock") {
