@@ -205,6 +205,7 @@ TEST_CASE("characters are walked in either width") {
   };
   const KvString text = *KvFromUtf8("aŁ日");
   CHECK(units(text) == std::vector<unsigned>{'a', 0x141, 0x65E5});
+  CHECK(KvBytesOf(text).size() == 6);
   CHECK(units(KvString("a\xE9")) == std::vector<unsigned>{'a', 0xE9});
   CHECK(begin(KvString("")) == end(KvString("")));
   KvCharacterIterator at = begin(text);

@@ -410,6 +410,8 @@ TEST_CASE("doubles are read by their digits as the standard library reads them")
   for (const unsigned zeros : {0u, 751u, 752u, 2000u}) {
     for (const char* rest : {"", "0", "1", "2e-20"}) CheckDigits(FarFromHalfway(zeros, rest));
   }
+  // Halfway between two doubles, and 768 digits long where there is a wider type to print it from.
+  CheckDigits(CLibrary("%.767Le", std::ldexp(18014398509481983.0L, -1075)));
   Random random(44);
   for (int round = 0; round < 30000; ++round) {
     const double value = std::abs(std::bit_cast<double>(random.Wide()));
