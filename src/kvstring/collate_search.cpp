@@ -80,8 +80,8 @@ class Matcher {
       return true;
     }
     if (wanted == wildcards_.escape && !AtEnd(pattern_)) wanted = Next(pattern_);
-    const unsigned short found = Next(text_);
-    return found != 0 && ((OrderWeight(found) ^ OrderWeight(wanted)) & mask_) == 0;
+    // The end of the text has the weight 0, from which that of every order differs.
+    return ((OrderWeight(Next(text_)) ^ OrderWeight(wanted)) & mask_) == 0;
   }
 
   void MarkAsterisk() {
@@ -126,7 +126,8 @@ Beginning BeginsWithWords(Units1 text, Units2 pattern, unsigned mask) {
       if (word1 == word2) continue;
       return Beginning::kOrderByOrder;
     }
-    if (found == 0 || ((word1 ^ word2) & mask) != 0) return Beginning::kNo;
+    // The end of the text has the word 0, from which that of every unit differs.
+    if (((word1 ^ word2) & mask) != 0) return Beginning::kNo;
   }
 }
 

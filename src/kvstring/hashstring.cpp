@@ -64,7 +64,7 @@ unsigned HashText(const Text& text, short length) {
 unsigned HashString(unsigned char codeSet, unsigned char language, const char* data, short length,
                     unsigned char option) {
   if (kv::Text{codeSet, language, data}.IsNull()) return kvNullHash;
-  if (length == 0 || length < -1) return 0;
+  if (length < -1) return 0;
   if (codeSet == 255) codeSet = KvLanguageContext::GetDefault8CodeSet();
   if (language == 255) language = KvLanguageContext::GetDefaultLanguage();
   const unsigned units = length < 0 ? kv::kToTerminator : static_cast<unsigned>(length);

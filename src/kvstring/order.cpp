@@ -3,7 +3,6 @@
 #include "kvorder.h"
 
 #include <cstdio>
-#include <iterator>
 
 #include "kvstring.h"
 #include "zinorder.h"
@@ -39,25 +38,22 @@ Letter DecodeLetter(unsigned short order) {
   return letter;
 }
 
-constexpr const char* kAccentNames[] = {"",
-                                        "cedilla",
-                                        "accent acute",
-                                        "accent grave",
-                                        "accent circumflex",
-                                        "tilde",
-                                        "diaeresis",
-                                        "ring above",
-                                        "stroke",
-                                        "accent caron",
-                                        "accent macron",
-                                        "accent breve",
-                                        "dot above",
-                                        "ogonek",
-                                        "accent o_double acute"};
-
-const char* AccentName(unsigned accent) {
-  return accent < std::size(kAccentNames) ? kAccentNames[accent] : "";
-}
+// By accent code. Those from 15 on have no name: null adds nothing to a text.
+constexpr const char* kAccentNames[32] = {"",
+                                          "cedilla",
+                                          "accent acute",
+                                          "accent grave",
+                                          "accent circumflex",
+                                          "tilde",
+                                          "diaeresis",
+                                          "ring above",
+                                          "stroke",
+                                          "accent caron",
+                                          "accent macron",
+                                          "accent breve",
+                                          "dot above",
+                                          "ogonek",
+                                          "accent o_double acute"};
 
 struct Symbol {
   unsigned number;
@@ -177,7 +173,7 @@ void DescribeLetter(unsigned short order, KvString& text) {
   text = letter.isUpper ? "upper " : "lower ";
   text << "letter " << static_cast<char>(letter.character);
   // Accents without a name still announce themselves.
-  if (letter.accent != 0) text << " with " << AccentName(letter.accent);
+  if (letter.accent != 0) text << " with " << kAccentNames[letter.accent];
   if (letter.hasExtension) text << " with extension";
 }
 

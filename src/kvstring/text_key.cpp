@@ -180,10 +180,11 @@ class TextKeyWriter {
     }
   }
 
-  // A weight of one order below 8000.
+  // A weight of one order below 8000. None waits here: a unit with an order from 8000 on has two,
+  // the second of which the first one's code takes in.
   void AddPlain(unsigned weight) {
     const unsigned primary = weight >> 16;
-    if (waiting_ != 0 || kByteCodes[primary] == 0) return Add(weight);
+    if (kByteCodes[primary] == 0) return Add(weight);
     sink_.Put(kByteCodes[primary]);
     if (!IsPlain(weight)) Note(weight);
     before_ = primary;
@@ -227,8 +228,6 @@ class TextKeyWriter {
     if (kept.IsFull()) return PutLevelAgain<level>(text_, cmpOp_, sink_);
     if (kept.Size() != 0) sink_.Put(kept.Bytes(), kept.Size());
   }
-
-  static constexpr bool kWrites = requires(Sink & sink) { sink.At(); };
 
   const Text& text_;
   unsigned short cmpOp_;

@@ -137,7 +137,6 @@ class MarkReader {
     if (byte <= kVariant.begin) {
       return TakeNumber(byte, kVariant, number) && Place(mark, Mark::About::kVariant, number, 3);
     }
-    mark.isAbove = true;
     return TakeNumber(byte, kCaseAbove, number) &&
            Place(mark, Mark::About::kCase, number / 3, 3 - number % 3, true);
   }

@@ -50,7 +50,7 @@ TEST_CASE("orders describe as expected at the edges of each class") {
   CHECK(Describe(Letter(3, 0, 0, 1)) == "upper letter A with extension");
   CHECK(Describe(Letter(28, 2, 14, 3)) ==
         "lower letter z with accent o_double acute with extension");
-  CHECK(Describe(Letter(3, 1, 15)) == "lower letter a with ");
+  CHECK(Describe(Letter(3, 1, 31)) == "lower letter a with ");
   CHECK(Describe(0x8000) == "HAN character 0x8000\n");
   CHECK(Describe(0x41, 20) == "HAN character 0x0041\n");
   CHECK(Describe(80 + 44, 128 + 19) == "symbol solidus");  // seven bits of language
