@@ -23,16 +23,6 @@ class Doubling : public KvCharOperation {
 
 }  // namespace
 
-TEST_CASE("a zero unit fills with zeros, whatever its width") {
-  for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
-    KvString text = Make(u"abcdef", codeSet);
-    text.Fill(3, static_cast<unsigned short>(0));
-    CHECK(text.GetBufferSize() == (codeSet == 1 ? 4 : 8));
-    CHECK(std::string(text.StrGet(), text.GetBufferSize()) ==
-          std::string(text.GetBufferSize(), '\0'));
-  }
-}
-
 TEST_CASE("what adds nothing, and a text put into itself, change nothing") {
   for (const unsigned char codeSet : std::initializer_list<unsigned char>{1, 253}) {
     CAPTURE(int{codeSet});

@@ -59,7 +59,7 @@ TEST_CASE("constructors take the default code set of their width") {
   CHECK(KvString(static_cast<const char*>(nullptr)).GetBufferSize() == 0);
   CHECK(Bytes(KvString("abcdef", 3)) == "abc");
   CHECK(KvString("abc", 0).GetBufferSize() == 0);
-  CHECK(Bytes(KvString("abc", 65535)) == "abc");
+  CHECK(KvString("abc", 65535).GetBufferSize() == 4);
   CHECK(Units(KvString(Wide(u"\u4E2D\u6587x"), 2)) == u"\u4E2D\u6587");
 
   const KvString embedded("ab\0cd", 5);
@@ -331,13 +331,11 @@ TEST_CASE("numbers are read as the C library reads them, within 32 and 64 bits")
   CHECK(static_cast<int>(KvString("99999999999")) == 2147483647);
   CHECK(static_cast<int>(KvString("-99999999999")) == std::numeric_limits<int>::min());
   CHECK(static_cast<long long>(KvString("0x7FFFFFFFFFFFFFFFF")) == 9223372036854775807LL);
-  CHECK(static_cast<short>(KvString("65537")) == 1);
+  CHECK(static_cast<short>(KvString((std::string(40000, ' ') + "65537").c_str())) == 1);
   CHECK(static_cast<int>(KvString()) == 0);
   CHECK(static_cast<int>(KvString(Wide(u" \t-42x"))) == -42);
   CHECK(static_cast<int>(KvString(Wide(u"0x10"))) == 0);
   CHECK(static_cast<long long>(KvString(Wide(u"-000000000000000000000000000001"))) == -1);
-  CHECK(static_cast<long long>(KvString(Wide(u"123456789012345678901234567890"))) ==
-        9223372036854775807LL);
   CHECK(static_cast<double>(KvString("2.5e3")) == 2500.0);
   CHECK(static_cast<double>(KvString(Wide(u"-infinity"))) ==
         -std::numeric_limits<double>::infinity());

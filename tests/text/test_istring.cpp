@@ -310,8 +310,8 @@ TEST_CASE("long texts are compared up to 65,535 weights") {
 }
 
 TEST_CASE("values are made of characters, numbers and texts") {
-  CHECK(std::string(KvIString('x').StrGet()) == "x");
-  CHECK(KvIString('\0').IsEmpty());
+  CHECK(std::string(KvIString('\x01').StrGet()) == "\x01");
+  CHECK(KvIString('\0').Compare(KvIString()) == 0);
   for (const double number : {0.1, -1e300, 0.0, 123456.789, -1.0 / 3, 5e-324}) {
     char expected[400];
     std::snprintf(expected, sizeof expected, "%f", number);
@@ -376,9 +376,9 @@ TEST_CASE("parts and edits") {
   cut[6] = '\0';
   cut.Replace("XY", 7);  // what lies behind the end is not the text's
   CHECK(std::as_const(cut)[7] == 'h');
-  CHECK(edited([](KvIString& v) { v.Expand(9, '.'); }) == "abcdef...");
+  CHECK(edited([](KvIString& v) { v.Expand(9, '\x01'); }) == "abcdef\x01\x01\x01");
   CHECK(edited([](KvIString& v) { v.Expand(6, '.'); }) == "abcdef");
-  CHECK(edited([](KvIString& v) { v.Fill(3, 'q'); }) == "qqq");
+  CHECK(edited([](KvIString& v) { v.Fill(3, '\x01'); }) == "\x01\x01\x01");
   CHECK(edited([](KvIString& v) { v.Fill(0, 'q'); }) == "");
   CHECK(edited([](KvIString& v) { v[1] = '\0'; }) == "a");
 }
@@ -405,9 +405,10 @@ TEST_CASE_TEMPLATE("what adds nothing leaves the very text", String, KvIString, 
   empty.ToUpper();
   empty.ToLower();
   empty.Cut(0, 1);
+  empty.Expand(0, 'x');
   empty.Fill(0, 'x');
   empty.Fill(3, '\0');
-  CHECK((empty.IsEmpty() && std::strcmp(empty.StrGet(), "") == 0));
+  CHECK((empty.Compare(String()) == 0 && std::strcmp(empty.StrGet(), "") == 0));
 }
 
 TEST_CASE("case mapping over all bytes, with its exceptions") {

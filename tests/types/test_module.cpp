@@ -130,8 +130,8 @@ TEST_CASE("the null print string is the process's") {
   KvString list;
   CHECK(std::strcmp(types.PrintToKvString(KvNULL_INT_T, list, values, nullptr, 3).StrGet(),
                     "1,,3") == 0);
-  // Whatever its code set, a null prints in the default 8-bit one.
-  const unsigned short wide[] = {'n', 0xE9, 0};
+  // Whatever its code set, a null prints in the default 8-bit one, and is scanned from that.
+  const unsigned short wide[] = {0x20AC, 0xE9, 0};
   KvTypeMgr::SetNullPrintString(KvString(wide));
   for (char id = 0; id < KvRES_T; ++id) {
     if (types.SupportsNullValue(id) == 0) continue;
@@ -139,11 +139,13 @@ TEST_CASE("the null print string is the process's") {
     void* value = types.Create(id, 1);
     types.SetNullValue(id, value);
     types.PrintToKvString(id, list, value, nullptr, 1);
-    CHECK(std::strcmp(list.StrGet(), "n\xE9") == 0);
+    CHECK(std::strcmp(list.StrGet(), "?\xE9") == 0);
     CHECK(list.GetCodeSet() == 1);
     CHECK(list.GetLanguage() == kvLanguageEnglish);
     types.Delete(id, value, 1);
   }
+  types.ScanFromKvString(KvNULL_INT_T, values, list, nullptr, 1);
+  CHECK(types.IsNullValue(KvNULL_INT_T, values) != 0);
   KvTypeMgr::SetNullPrintString(KvString("{NULL}"));
   CHECK(std::strcmp(text.StrGet(), "{NULL}") == 0);
 }
