@@ -59,9 +59,9 @@ struct Places {
 template <class Scale>
 Places PlacesOn(const Scale& scale, const TextWeights& lower, const TextWeights& upper,
                 const TextWeights& constant, bool isPrefix) {
-  Places places{{scale.Place(lower), scale.Place(upper)}, {scale.Place(constant), 0}};
-  places.constant.last = isPrefix ? scale.PlaceBehind(constant) : places.constant.first;
-  return places;
+  const double first = scale.Place(constant);
+  return {{scale.Place(lower), scale.Place(upper)},
+          {first, isPrefix ? scale.PlaceBehind(constant) : first}};
 }
 
 float SelectedFraction(unsigned short predicate, const Constant& constant, const Text& lower,
