@@ -84,7 +84,7 @@ TEST_CASE("questions without a meaning are answered with a status") {
     CHECK(printed.length == 0);
     return printed.status;
   };
-  CHECK(status(60, text, &number) == kvNoSuchType);
+  CHECK(status(KvRES_T + 1, text, &number) == kvNoSuchType);
   CHECK(status(-1, text, &number) == kvNoSuchType);
   CHECK(status(KvRES_T, text, &number) == kvNotSupported);
   CHECK(status(KvINT_T, text, nullptr) == kvBadArgument);

@@ -252,8 +252,9 @@ TEST_CASE("a string of collation orders prints order by order") {
   CHECK(Printed(orders, "%3M") == "lower letter e with accent acute, digit 7, symbol solidus");
   CHECK(Printed(orders, "%4M").size() == 14);
   CHECK(Printed(orders, "<%1M|%2M>") == "<e7/|\3517/>");
-  orders << static_cast<unsigned short>(0x8123);
+  orders << static_cast<unsigned short>(0x8000);
   CHECK(Printed(orders, "%1M") == "[MIX]e7/\x7F");
+  CHECK(Printed(orders.Right(1), "%1M") == "\x7F");
   CHECK(Printed(orders.Right(1) + orders.Left(1), "%1M") == "[MIX]\x7F\x65");
 }
 

@@ -121,6 +121,7 @@ TEST_CASE("reading back: prefixes, rubbish, missing and null texts") {
   reads(KvU8B_T, o_u8b{});
   reads(Kv2B_T, o_2b{});
   CHECK(Values<KvNull_ulong>(KvNULL_U4B_T, {"0x1F"}, 1)[0].value == 31);
+  CHECK(Values<o_u4b>(KvU4B_T, {"4294967296"}, 1)[0] == 0xFFFFFFFF);
   CHECK((Values<o_u8b>(KvU8B_T, {"18446744073709551615", "-1", ""}, 4) ==
          std::vector<o_u8b>{~0ULL, ~0ULL, 0, 0}));
   CHECK((Values<o_char>(Kv1B_T, {"hello", null}, 3) == std::vector<o_char>{'h', 0, 0}));
