@@ -336,7 +336,7 @@ TEST_CASE("whole numbers are read alike at every length, whatever stands around 
   for (const std::string before : {"", "-", "+", " \t", "\n -"}) {
     for (std::size_t count = 0; count <= allDigits.size(); ++count) {
       // The neighbours of the digits, a digit with its top bit set, and what follows a number.
-      for (const std::string behind : {"", "/", ":", "\xB9", " 1", "x12345678", "\xFF\x01"}) {
+      for (const std::string behind : {"", "/", ":", "\xB9", " 1", "F12345678", "\xFF\x01"}) {
         const std::string text = before + allDigits.substr(0, count) + behind;
         KvString exact(text.c_str());
         KvString roomy(std::string(text.size() + 20, '7').c_str());
