@@ -29,7 +29,7 @@ class Block {
 template <class Unit>
 std::vector<Unit> SomeUnits(Random& random, const kv::WantedUnits<Unit>& wanted) {
   std::vector<Unit> units(random(random(2) == 0 ? 100 : 1200));
-  for (Unit& unit : units) unit = static_cast<Unit>(200 + random(56));
+  for (Unit& unit : units) unit = static_cast<Unit>(200 + random(56) + 256 * random(2));
   for (unsigned left = random(3); left != 0 && !units.empty(); --left) {
     const unsigned kind = wanted.units[0];
     const unsigned others[] = {0,   0,   wanted.units[3], kind, kind ^ 1, kind ^ 0x80, kind ^ 0x100,
