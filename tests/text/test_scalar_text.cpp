@@ -231,6 +231,7 @@ TEST_CASE("numbers beyond a row's range") {
   CHECK(Scan(KvU4B_T, "4294967295", o_u4b{0}) == UINT_MAX);
   CHECK(Scan(KvU4B_T, "4294967296", o_u4b{0}) == UINT_MAX);
   CHECK(Scan(KvU4B_T, "-1", o_u4b{0}) == UINT_MAX);
+  CHECK(Scan(KvU4B_T, "-4294967295", o_u4b{0}) == 1);
   CHECK(Scan(Kv2B_T, "65537", o_2b{0}) == 1);
   CHECK(Scan(Kv2B_T, "4294967296", o_2b{0}) == -1);  // the 32-bit end, cut to 16 bits
   CHECK(Scan(KvU2B_T, "65535", o_u2b{0}) == 65535);
