@@ -114,6 +114,8 @@ void CheckBlocks(const std::vector<unsigned short>& units, unsigned pure, std::s
   const std::size_t unitsLeft = units.size() - encoded.read;
   const bool narrow = set == kv::VectorSet::kSsse3 && pure == 1 && room == 0;
   CHECK(kv::utf8::HasBlocks(200) == any);
+  CHECK(std::equal(out.begin(), out.begin() + long(decoded.written), units.begin()));
+  CHECK(bytes.compare(0, encoded.written, written, 0, encoded.written) == 0);
   if (all) CHECK(left + unitsLeft == 0);
   if (!any) CHECK(decoded.read + encoded.read == 0);
   if (all || !any) return;
