@@ -370,9 +370,9 @@ class Together:
     def blamed(self, output, lines):
         """The faults on the lines that the compiler names, or where a statement that begins there goes
         on; those it merely came from, if none is."""
-        # An intrinsic whose argument is no constant is told of where it was inlined.
-        output = re.sub(r"^In function .*\n +inlined from .* at (\S+?:\d+:)", r"\1 required from",
-                        output, flags=re.MULTILINE)
+        # An intrinsic whose argument is no constant is told of where the statement was inlined.
+        output = re.sub(r"^In function .*\n +inlined from .* at (\S+?:\d+:)", r"\1 error", output,
+                        flags=re.MULTILINE)
         places = {"error": set(), "required from": set()}
         for found in re.finditer(r"^(\S+?):(\d+):(?:\d+:)? +(error|\s*required from)", output,
                                  re.MULTILINE):
