@@ -4,8 +4,10 @@
 // so that a fence behind a block sees the byte too many.
 #pragma once
 
+#include <cstdlib>
 #include <cstring>
 #include <functional>  // has functions named as the macro below
+#include <string>
 
 #define SIMDE_NO_NATIVE
 #define SIMDE_ENABLE_NATIVE_ALIASES
@@ -20,6 +22,13 @@ using __mmask64 = simde__mmask64;
 #define target(sets) unused
 
 namespace emulated {
+
+// Everything, but for the sets that KV_LACKS names with blanks between them.
+inline bool ProcessorHas(const char* set) {
+  const char* lacking = std::getenv("KV_LACKS");
+  if (lacking == nullptr) return true;
+  return (' ' + std::string(lacking) + ' ').find(' ' + std::string(set) + ' ') == std::string::npos;
+}
 
 template <class Lane>
 Lane LaneOf(const simde__m512i& vector, unsigned i) {
