@@ -255,6 +255,8 @@ TEST_CASE("long texts have marks at any distance") {
     texts.emplace_back(std::string(length, '\xC6').c_str());
     texts.emplace_back(std::string(length, '\xE4').c_str());
     texts.emplace_back((std::string(length - 1, '\xC6') + '\xE6').c_str());
+    for (const char16_t alpha : {u'\u0391', u'\u03B1'})
+      texts.push_back(Unicode(std::u16string(length / 2, alpha), 1));
   }
   for (const unsigned short cmpOp : std::initializer_list<unsigned short>{0x10, 0x70})
     CheckPairs(texts, cmpOp);
